@@ -1,0 +1,800 @@
+/*
+ * libvemlo: connect cloud storage accounts and pick the folder that transfers will use.
+ *
+ * One flat C interface to S3 and compatible stores, Azure storage blobs, Amazon Drive, Google
+ * Drive, OneDrive and Dropbox.
+ *
+ * Conventions of every function below; a comment says so where a function departs from them.
+ *
+ *  1. Order of use: libvemlo_global_init() once; then per account a libvemlo_<service>_init(),
+ *     calls on the session, a libvemlo_<service>_cleanup(); libvemlo_global_cleanup() once at the
+ *     end.
+ *  2. Order of arguments: the session, then inputs, then outs, a result before its count.
+ *  3. Strings are NUL-terminated UTF-8. Inputs belong to the caller, are only read during the call
+ *     and are never kept.
+ *  4. What an out receives is heap memory that belongs to the caller from then on: a single string
+ *     is released with free(), records and arrays with the free_ functions below.
+ *  5. Result codes: 0 is success. -1 means bad arguments: nothing was requested from the service
+ *     and nothing logged, and outs are as they were unless the comment says otherwise. Positive
+ *     codes mean that the service call failed; docs/error-codes.md lists those of the object
+ *     stores.
+ *  6. A failed service call writes one ERROR line to standard error and to the system log. A log
+ *     line holds no secret, with one exception that is stated at the function (the token
+ *     exchange).
+ *  7. Threads: calls on one session may run on several threads at once, and so may calls on
+ *     different sessions. Exceptions: the first session of a process must be opened from one
+ *     thread, and the functions whose comment says so.
+ *  8. Time: a call that asks a service blocks until it is answered. A request is sent at most four
+ *     times, with pauses of 1, 2 and 3 seconds; each of these sends gives up after 30 seconds
+ *     without a connection, 60 seconds without a byte, or 5 minutes in all.
+ *  9. No function throws through this interface or ends the process, and no result record is
+ *     handed out half-filled. Running out of memory is not handled.
+ */
+#ifndef LIBVEMLO_H
+#define LIBVEMLO_H
+
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define LIBVEMLO_API __attribute__((visibility("default")))
+#else
+#define LIBVEMLO_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* --------------------------------------------------------------- records and their release --- */
+
+/**
+ * An open account. Made by a libvemlo_<service>_init() and good for that service's functions only.
+ */
+typedef struct session session;
+
+/** One folder. Released with free_directory(), arrays of it with free_diretories(). */
+typedef struct directory {
+  /** The name to show. For the object stores the full key prefix, its trailing "/" included. */
+  char *name;
+  /**
+   * What the drive services address the folder by: an id, or for Dropbox a path. Null for the
+   * object stores, whose folders are addressed by `name`.
+   */
+  char *id;
+} directory;
+
+/** An HTTP proxy. Read only while a session is being opened; null strings count as empty. */
+typedef struct proxy_setting {
+  /** Empty: no proxy. */
+  const char *host;
+  /** 0: 1080. */
+  uint16_t port;
+  /** Empty: the proxy is offered no credentials. */
+  const char *username;
+  const char *password;
+} proxy_setting;
+
+/** A location in which a bucket can be made. */
+typedef struct location_contraint_name_mapping {
+  /** What s3_create_bucket() takes. 17 marks the end of a table. */
+  int32_t location_contraint;
+  /**
+   * The name to show; null in the mark that ends a table, and in the one entry of the table for
+   * customized endpoints, which offer no choice. So end a walk at 17, not at a null name.
+   */
+  const char *name;
+} location_contraint_name_mapping;
+
+/**
+ * Verbosity of the log: 0, the initial value, for failures only, 9 for every step. Copied into the
+ * logger when the first session of the process is opened; later changes have no effect. Not
+ * synchronized: set it before that.
+ */
+extern LIBVEMLO_API int verbose;
+
+/**
+ * Releases a list of bucket names: `count` strings, then the array. With a null `buckets`, or a
+ * `count` of 0 or less, does nothing at all, not even release the array (no function hands out
+ * such an array). A `count` smaller than the list's own leaves the remaining strings allocated.
+ * Any thread; does not block.
+ */
+LIBVEMLO_API void free_buckets(char **buckets, int count);
+
+/**
+ * Releases one record: its name, its id (either may be null), then the record. Does nothing with a
+ * null `entry`. Any thread; does not block.
+ */
+LIBVEMLO_API void free_directory(directory *entry);
+
+/**
+ * Releases an array of records: name and id of `count` records, then the array. With a null
+ * `entries`, or a `count` of 0 or less, does nothing at all, not even release the array. A drive
+ * service's listing that finds no folder may hand out a non-null array with a count of 0: release
+ * that with free(). A `count` smaller than the array's own leaves the strings of the remaining
+ * records allocated. Any thread; does not block.
+ */
+LIBVEMLO_API void free_diretories(directory *entries, int count);
+
+/* ------------------------------------------------------------------------------ life cycle --- */
+
+/**
+ * Initialises the crypto library for this process. Call it once, before any other function except
+ * the location tables, while no other thread uses this library. Does not set up logging. Does not
+ * block.
+ */
+LIBVEMLO_API void libvemlo_global_init(void);
+
+/**
+ * Releases the crypto library. Call it once, after the last session has been closed, while no
+ * other thread uses this library. Does not touch open sessions. Does not block.
+ */
+LIBVEMLO_API void libvemlo_global_cleanup(void);
+
+/**
+ * Opens a session with S3 or a compatible store. No connection is made and nothing is checked:
+ * what is wrong with the arguments shows at the first call. The first session of a process, of
+ * whichever service, also sets up the log: to standard error, coloured by severity, at the level
+ * of `verbose`.
+ *
+ * @param endpoint    `[http[s]://]host[:port][/base]`; without a scheme https. Empty:
+ *                    https://s3.amazonaws.com. Must not be null.
+ * @param region      The region to sign requests for, such as "eu-central-1". Empty: the one that
+ *                    the endpoint names, else "us-east-1". Must not be null.
+ * @param access_key  Access key id. Must not be null.
+ * @param secret_key  Secret access key. Must not be null.
+ * @param proxy       Null: no proxy.
+ * @return The session, to be closed with libvemlo_s3_cleanup(). Never null.
+ *
+ * Not while another thread opens the first session. Does not block.
+ */
+LIBVEMLO_API session *libvemlo_s3_init(const char *endpoint, const char *region,
+                                       const char *access_key, const char *secret_key,
+                                       const proxy_setting *proxy);
+
+/**
+ * Opens a session with an Azure storage account. No connection is made. Sets up the log as
+ * libvemlo_s3_init() does, unless it returns null for a null argument.
+ *
+ * @param region        A region's or cloud's name such as "westeurope", "china" or
+ *                      "usgovvirginia", which decides the cloud. Anything unknown, and empty: the
+ *                      global cloud.
+ * @param account_name  The storage account.
+ * @param access_key    One of the account's keys, base64.
+ * @param proxy         Null: no proxy.
+ * @return The session, to be closed with libvemlo_azure_ssb_cleanup(). Null if one of the three
+ *         strings is null (not logged), or if `access_key` is no base64 text (one ERROR line).
+ *
+ * Not while another thread opens the first session. Does not block.
+ */
+LIBVEMLO_API session *libvemlo_azure_ssb_init(const char *region, const char *account_name,
+                                              const char *access_key, const proxy_setting *proxy);
+
+/**
+ * Opens a session with Google Drive. No connection is made, and the session is not authorized yet:
+ * that is done by google_drive_get_token(), or by google_drive_set_token() with tokens stored
+ * earlier. Sets up the log as libvemlo_s3_init() does.
+ *
+ * @param proxy  Null: no proxy.
+ * @return The session, to be closed with libvemlo_google_drive_cleanup(). Never null.
+ *
+ * Not while another thread opens the first session. Does not block.
+ */
+LIBVEMLO_API session *libvemlo_google_drive_init(const proxy_setting *proxy);
+
+/** Opens a session with Amazon Drive, as libvemlo_google_drive_init() does with Google Drive. */
+LIBVEMLO_API session *libvemlo_amazon_drive_init(const proxy_setting *proxy);
+
+/** Opens a session with OneDrive, as libvemlo_google_drive_init() does with Google Drive. */
+LIBVEMLO_API session *libvemlo_one_drive_init(const proxy_setting *proxy);
+
+/** Opens a session with Dropbox, as libvemlo_google_drive_init() does with Google Drive. */
+LIBVEMLO_API session *libvemlo_dropbox_init(const proxy_setting *proxy);
+
+/**
+ * Closes a session of whichever service (the six functions do the same) and releases it. Does
+ * nothing with a null session. Records handed out by the session's functions stay valid.
+ *
+ * A call that is still running on another thread keeps what it needs until it returns, except on
+ * an S3 session, which must not be closed while a call on it runs. No new call may be started on
+ * the session. Does not block.
+ */
+LIBVEMLO_API void libvemlo_s3_cleanup(session *handle);
+/** See libvemlo_s3_cleanup(). */
+LIBVEMLO_API void libvemlo_azure_ssb_cleanup(session *handle);
+/** See libvemlo_s3_cleanup(). */
+LIBVEMLO_API void libvemlo_google_drive_cleanup(session *handle);
+/** See libvemlo_s3_cleanup(). */
+LIBVEMLO_API void libvemlo_amazon_drive_cleanup(session *handle);
+/** See libvemlo_s3_cleanup(). */
+LIBVEMLO_API void libvemlo_one_drive_cleanup(session *handle);
+/** See libvemlo_s3_cleanup(). */
+LIBVEMLO_API void libvemlo_dropbox_cleanup(session *handle);
+
+/* ----------------------------------------------------------------------- string encryption --- */
+
+/**
+ * Enciphers a text with the library's fixed key, so that a secret does not stand in a
+ * configuration file in clear. Equal texts give equal results. This keeps a secret from a casual
+ * reader, not from one who has this library.
+ *
+ * @param text  The text. May be null.
+ * @return Base64 text, to be released with free(). Null if `text` is null (not logged) or if
+ *         enciphering failed (one ERROR line).
+ *
+ * Any thread, after libvemlo_global_init(). Does not block.
+ */
+LIBVEMLO_API char *encrypt_string(const char *text);
+
+/**
+ * The text that encrypt_string() made `text` from.
+ *
+ * @param text  What encrypt_string() returned. May be null.
+ * @return The plain text, to be released with free(). Null if `text` is null (not logged) or is
+ *         not the work of encrypt_string() (one ERROR line).
+ *
+ * Any thread, after libvemlo_global_init(). Does not block.
+ */
+LIBVEMLO_API char *decrypt_string(const char *text);
+
+/* -------------------------------------------------------------------------------------- S3 --- */
+
+/**
+ * The locations in which buckets can be made at the global AWS endpoint. No session is needed.
+ *
+ * @return The first record of a static table that ends with the code 17. Never null; not to be
+ *         released, and not to be changed. Any thread; does not block.
+ */
+LIBVEMLO_API location_contraint_name_mapping *s3_get_location_contraint_name_mappings(void);
+
+/** The same for the AWS China endpoint. */
+LIBVEMLO_API location_contraint_name_mapping *s3_cn_get_location_contraint_name_mappings(void);
+
+/** The same for Wasabi. */
+LIBVEMLO_API location_contraint_name_mapping *wasabi_get_location_contraint_name_mappings(void);
+
+/**
+ * The same for customized endpoints: one entry without a name, since such an endpoint offers no
+ * choice.
+ */
+LIBVEMLO_API location_contraint_name_mapping *customized_get_location_contraint_name_mappings(void);
+
+/**
+ * Lists the buckets of the account, in the service's order.
+ *
+ * @param handle   An S3 session.
+ * @param buckets  Receives the names, or null if there are none. Written on success only.
+ * @param count    Receives their number. Written on success only.
+ * @return 0: done; release with free_buckets().
+ *         -1: an argument is null, or the session is not one of S3.
+ *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int s3_list_bucket(session *handle, char ***buckets, int *count);
+
+/**
+ * Makes a bucket. The service judges the name.
+ *
+ * @param handle              An S3 session.
+ * @param bucket              The bucket's name. Must not be null.
+ * @param location_contraint  A code from the table of the session's flavour; 16 for a customized
+ *                            endpoint.
+ * @return 0: done.
+ *         -1: `handle` is null or not a session of S3.
+ *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int s3_create_bucket(session *handle, const char *bucket, int location_contraint);
+
+/**
+ * Lists the folders directly below a prefix: the first page that the service returns (1000
+ * entries, files included), in the service's order.
+ *
+ * @param handle       An S3 session.
+ * @param bucket       The bucket's name.
+ * @param prefix       The folder's full prefix, such as "photos/2019/"; empty for the top level.
+ * @param directories  Receives the records, or null if there are none. Cleared before the request.
+ * @param count        Receives their number. Cleared before the request.
+ * @return 0: done; release with free_diretories().
+ *         -1: an argument is null, or the session is not one of S3.
+ *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int s3_list_directory(session *handle, const char *bucket, const char *prefix,
+                                   directory **directories, int *count);
+
+/**
+ * Makes a folder by storing an empty object of its name. Parents need not exist and are not made;
+ * an existing folder is left as it is.
+ *
+ * @param handle  An S3 session.
+ * @param bucket  The bucket's name. Must not be null.
+ * @param key     The folder's full key, such as "photos/2020/".
+ * @return 0: done.
+ *         -1: `handle` or `key` is null; `key` has fewer than 2 characters, begins with "/" or
+ *         does not end with "/"; the session is not one of S3.
+ *         Positive: the request failed; a code of docs/error-codes.md. Nothing is logged.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int s3_create_directory(session *handle, const char *bucket, const char *key);
+
+/* --------------------------------------------------------------------- Azure storage blobs --- */
+
+/**
+ * Lists all containers of the account, in the service's order.
+ *
+ * @param handle   An Azure session.
+ * @param buckets  Receives the names, or null if there are none. Cleared before the first request.
+ * @param count    Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_buckets().
+ *         -1: an argument is null, or the session is not one of Azure (the outs are cleared then).
+ *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
+ *         list.
+ *
+ * Blocks for one request per 100 containers.
+ */
+LIBVEMLO_API int azure_ssb_list_bucket(session *handle, char ***buckets, int *count);
+
+/**
+ * Makes a container. The service judges the name.
+ *
+ * @param handle  An Azure session.
+ * @param bucket  The container's name.
+ * @return 0: done.
+ *         -1: an argument is null, or the session is not one of Azure.
+ *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int azure_ssb_create_bucket(session *handle, const char *bucket);
+
+/**
+ * Lists all folders directly below a prefix, in the service's order.
+ *
+ * @param handle       An Azure session.
+ * @param bucket       The container's name.
+ * @param prefix       The folder's full prefix, such as "photos/2019/"; empty for the top level.
+ * @param directories  Receives the records, or null if there are none. Cleared before the first
+ *                     request.
+ * @param count        Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_diretories().
+ *         -1: an argument is null, or the session is not one of Azure (the outs are cleared then).
+ *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
+ *         list.
+ *
+ * Blocks for one request per 100 entries, and one more.
+ */
+LIBVEMLO_API int azure_ssb_list_directory(session *handle, const char *bucket, const char *prefix,
+                                          directory **directories, int *count);
+
+/**
+ * Makes a folder by storing an empty blob of its name. Parents need not exist and are not made; an
+ * existing folder is left as it is.
+ *
+ * @param handle  An Azure session.
+ * @param bucket  The container's name. Must not be null.
+ * @param path    The folder's full path, such as "photos/2020/".
+ * @return 0: done.
+ *         -1: `handle` or `path` is null; `path` has fewer than 2 characters, begins with "/" or
+ *         does not end with "/"; the session is not one of Azure. Positive: the request failed; a
+ *         code of docs/error-codes.md. Nothing is logged.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int azure_ssb_create_directory(session *handle, const char *bucket, const char *path);
+
+/* ---------------------------------------------------------------------------- Amazon Drive --- */
+
+/**
+ * The address of the page on which a user grants access to an Amazon Drive account. No network
+ * traffic.
+ *
+ * @param handle  An Amazon Drive session.
+ * @param url     Receives the address. Cleared after the argument check.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Amazon Drive (`*url` is null
+ *         then).
+ *
+ * Does not block.
+ */
+LIBVEMLO_API int amazon_drive_get_authorize_url(session *handle, char **url);
+
+/**
+ * Trades the authorization code, with which the service sent the user back to the redirect page,
+ * for tokens. On success the session is authorized and need not be given the tokens.
+ *
+ * @param handle         An Amazon Drive session.
+ * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param access_token   Receives the access token. Cleared before the request.
+ * @param refresh_token  Receives the refresh token. Cleared before the request.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Amazon Drive (the outs are null
+ *         then).
+ *         340: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
+ *         which holds the code and any token in clear.
+ *
+ * Not while another call on the session runs. Blocks for one request of at most a minute.
+ */
+LIBVEMLO_API int amazon_drive_get_token(session *handle, const char *code, char **access_token,
+                                        char **refresh_token);
+
+/**
+ * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
+ * next call.
+ *
+ * @param handle         An Amazon Drive session.
+ * @param access_token   The access token.
+ * @param refresh_token  The refresh token.
+ * @return 0: done.
+ *         -1: an argument is null, or the session is not one of Amazon Drive.
+ *
+ * Not while another call on the session runs. Does not block.
+ */
+LIBVEMLO_API int amazon_drive_set_token(session *handle, const char *access_token,
+                                        const char *refresh_token);
+
+/**
+ * Asks the service for the addresses under which the account is served, even if they are known.
+ * Other calls ask by themselves when they need them.
+ *
+ * @param handle  An authorized Amazon Drive session.
+ * @return 0: done.
+ *         -1: `handle` is null or not a session of Amazon Drive.
+ *         1: the request failed. One ERROR line.
+ *
+ * Not while another call on the session runs. Blocks for one request.
+ */
+LIBVEMLO_API int amazon_drive_get_endpoint(session *handle);
+
+/**
+ * Proves that the session's tokens work by reading the account's profile. On success the holder's
+ * name and e-mail address are logged, two lines at ERROR severity.
+ *
+ * @param handle  An authorized Amazon Drive session.
+ * @return 0: the profile was read.
+ *         -1: `handle` is null or not a session of Amazon Drive.
+ *         1: a request failed. One ERROR line.
+ *
+ * Not while another call on the session runs. Blocks for one request, and one more if the
+ * endpoints are not known yet.
+ */
+LIBVEMLO_API int amazon_drive_test_api(session *handle);
+
+/**
+ * Finds the account's root folder.
+ *
+ * @param handle  An authorized Amazon Drive session.
+ * @param root    Receives the record. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument is null, or the session is not one of Amazon Drive (`*root` is null
+ *         then).
+ *         1: a request failed. One ERROR line. 100: the account has no root folder. Nothing
+ *         is logged.
+ *
+ * Blocks for one request, and one more if the endpoints are not known yet.
+ */
+LIBVEMLO_API int amazon_drive_get_root_directory(session *handle, directory **root);
+
+/**
+ * Lists all folders directly below a folder, in the service's order.
+ *
+ * @param handle    An authorized Amazon Drive session.
+ * @param parent    The folder; its `id` counts and must not be null.
+ * @param children  Receives the records. Cleared before the first request.
+ * @param count     Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_diretories(), or with free() if the count is 0.
+ *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive
+ *         (the outs are cleared then).
+ *         1: a request failed. One ERROR line, no partial list.
+ *
+ * Blocks for one request per 100 folders, and one more if the endpoints are not known yet.
+ */
+LIBVEMLO_API int amazon_drive_list_directory(session *handle, const directory *parent,
+                                             directory **children, int *count);
+
+/**
+ * Makes a folder.
+ *
+ * @param handle   An authorized Amazon Drive session.
+ * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param name     The new folder's name.
+ * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive
+ *         (`*created` is null then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request, and one more if the endpoints are not known yet.
+ */
+LIBVEMLO_API int amazon_drive_create_directory(session *handle, const directory *parent,
+                                               const char *name, directory **created);
+
+/* ---------------------------------------------------------------------------- Google Drive --- */
+
+/**
+ * The address of the page on which a user grants access to a Google Drive account. No network
+ * traffic.
+ *
+ * @param handle  A Google Drive session.
+ * @param url     Receives the address. Cleared after the argument check.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Google Drive (`*url` is null
+ *         then).
+ *
+ * Does not block.
+ */
+LIBVEMLO_API int google_drive_get_authorize_url(session *handle, char **url);
+
+/**
+ * Trades the authorization code, with which the service sent the user back to the redirect page,
+ * for tokens. On success the session is authorized and need not be given the tokens.
+ *
+ * @param handle         A Google Drive session.
+ * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param access_token   Receives the access token. Cleared before the request.
+ * @param refresh_token  Receives the refresh token. Cleared before the request.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Google Drive (the outs are null
+ *         then).
+ *         337: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
+ *         which holds the code and any token in clear.
+ *
+ * Not while another call on the session runs. Blocks for one request of at most a minute.
+ */
+LIBVEMLO_API int google_drive_get_token(session *handle, const char *code, char **access_token,
+                                        char **refresh_token);
+
+/**
+ * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
+ * next call.
+ *
+ * @param handle         A Google Drive session.
+ * @param access_token   The access token.
+ * @param refresh_token  The refresh token.
+ * @return 0: done.
+ *         -1: an argument is null, or the session is not one of Google Drive.
+ *
+ * Not while another call on the session runs. Does not block.
+ */
+LIBVEMLO_API int google_drive_set_token(session *handle, const char *access_token,
+                                        const char *refresh_token);
+
+/**
+ * Finds the account's root folder.
+ *
+ * @param handle  An authorized Google Drive session.
+ * @param root    Receives the record. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument is null, or the session is not one of Google Drive (`*root` is null
+ *         then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int google_drive_get_root_directory(session *handle, directory **root);
+
+/**
+ * Lists all folders directly below a folder, in the service's order.
+ *
+ * @param handle    An authorized Google Drive session.
+ * @param parent    The folder; its `id` counts and must not be null.
+ * @param children  Receives the records. Cleared before the first request.
+ * @param count     Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_diretories(), or with free() if the count is 0.
+ *         -1: an argument or the parent's id is null, or the session is not one of Google Drive
+ *         (the outs are cleared then).
+ *         1: a request failed. One ERROR line, no partial list.
+ *
+ * Blocks for one request per 500 folders.
+ */
+LIBVEMLO_API int google_drive_list_directory(session *handle, const directory *parent,
+                                             directory **children, int *count);
+
+/**
+ * Makes a folder. A second folder of the same name is made if there is one already.
+ *
+ * @param handle   An authorized Google Drive session.
+ * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param name     The new folder's name.
+ * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument or the parent's id is null, or the session is not one of Google Drive
+ *         (`*created` is null then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int google_drive_create_directory(session *handle, const directory *parent,
+                                               const char *name, directory **created);
+
+/* -------------------------------------------------------------------------------- OneDrive --- */
+
+/**
+ * The address of the page on which a user grants access to a OneDrive account. No network traffic.
+ *
+ * @param handle  A OneDrive session.
+ * @param url     Receives the address. Cleared after the argument check.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of OneDrive (`*url` is null then).
+ *
+ * Does not block.
+ */
+LIBVEMLO_API int one_drive_get_authorize_url(session *handle, char **url);
+
+/**
+ * The address that signs a user out and then leads to the redirect page. No network traffic.
+ *
+ * @param handle  A OneDrive session.
+ * @param url     Receives the address. Cleared after the argument check.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of OneDrive (`*url` is null then).
+ *
+ * Does not block.
+ */
+LIBVEMLO_API int one_drive_get_logout_url(session *handle, char **url);
+
+/**
+ * Trades the authorization code, with which the service sent the user back to the redirect page,
+ * for tokens. On success the session is authorized and need not be given the tokens.
+ *
+ * @param handle         A OneDrive session.
+ * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param access_token   Receives the access token. Cleared before the request.
+ * @param refresh_token  Receives the refresh token. Cleared before the request.
+ * @return 0: done; release with free(). An answer without a refresh token is a success with an
+ *         empty `*refresh_token`.
+ *         -1: an argument is null, or the session is not one of OneDrive (the outs are null then).
+ *         343: the exchange failed. One ERROR line, which holds the code in clear.
+ *
+ * Not while another call on the session runs. Blocks for one request of at most a minute.
+ */
+LIBVEMLO_API int one_drive_get_token(session *handle, const char *code, char **access_token,
+                                     char **refresh_token);
+
+/**
+ * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
+ * next call.
+ *
+ * @param handle         A OneDrive session.
+ * @param access_token   The access token.
+ * @param refresh_token  The refresh token.
+ * @return 0: done.
+ *         -1: an argument is null, or the session is not one of OneDrive.
+ *
+ * Not while another call on the session runs. Does not block.
+ */
+LIBVEMLO_API int one_drive_set_token(session *handle, const char *access_token,
+                                     const char *refresh_token);
+
+/**
+ * Finds the account's root folder. Its name is "/".
+ *
+ * @param handle  An authorized OneDrive session.
+ * @param root    Receives the record. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument is null, or the session is not one of OneDrive (`*root` is null then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int one_drive_get_root_directory(session *handle, directory **root);
+
+/**
+ * Lists all folders directly below a folder, in the service's order. Folders that others share
+ * with the user are among them, except on a business drive.
+ *
+ * @param handle    An authorized OneDrive session.
+ * @param parent    The folder; its `id` counts and must not be null.
+ * @param children  Receives the records. Cleared before the first request.
+ * @param count     Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_diretories(), or with free() if the count is 0.
+ *         -1: an argument or the parent's id is null, or the session is not one of OneDrive (the
+ *         outs are cleared then).
+ *         1: a request failed. One ERROR line, no partial list.
+ *
+ * Blocks for one request per 500 folders, and one more.
+ */
+LIBVEMLO_API int one_drive_list_directory(session *handle, const directory *parent,
+                                          directory **children, int *count);
+
+/**
+ * Makes a folder.
+ *
+ * @param handle   An authorized OneDrive session.
+ * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param name     The new folder's name.
+ * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument or the parent's id is null, or the session is not one of OneDrive
+ *         (`*created` is null then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int one_drive_create_directory(session *handle, const directory *parent,
+                                            const char *name, directory **created);
+
+/* --------------------------------------------------------------------------------- Dropbox --- */
+
+/**
+ * The address of the page on which a user grants access to a Dropbox account. No network traffic.
+ *
+ * @param handle  A Dropbox session.
+ * @param url     Receives the address. Cleared after the argument check.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Dropbox (`*url` is null then).
+ *
+ * Does not block.
+ */
+LIBVEMLO_API int dropbox_get_authorize_url(session *handle, char **url);
+
+/**
+ * Trades the authorization code, with which the service sent the user back to the redirect page,
+ * for tokens. On success the session is authorized and need not be given the tokens.
+ *
+ * @param handle        A Dropbox session.
+ * @param code          The authorization code, percent-decoded. Good for one exchange.
+ * @param access_token  Receives the access token. Cleared before the request.
+ * @return 0: done; release with free().
+ *         -1: an argument is null, or the session is not one of Dropbox (the outs are null then).
+ *         343: the exchange failed. One ERROR line, which holds the code in clear.
+ *
+ * Not while another call on the session runs. Blocks for one request of at most a minute.
+ */
+LIBVEMLO_API int dropbox_get_token(session *handle, const char *code, char **access_token);
+
+/**
+ * Authorizes a session with an access token stored earlier. It is not checked: a bad one shows at
+ * the next call. A refresh token that the session holds stays in place.
+ *
+ * @param handle        A Dropbox session.
+ * @param access_token  The access token.
+ * @return 0: done.
+ *         -1: an argument is null, or the session is not one of Dropbox.
+ *
+ * Not while another call on the session runs. Does not block.
+ */
+LIBVEMLO_API int dropbox_set_token(session *handle, const char *access_token);
+
+/**
+ * Lists all folders directly below a folder, in the service's order. The root folder's id is "/".
+ *
+ * @param handle    An authorized Dropbox session.
+ * @param parent    The folder; its `id` counts and must not be null.
+ * @param children  Receives the records. Cleared before the first request.
+ * @param count     Receives their number. Cleared before the first request.
+ * @return 0: done; release with free_diretories(), or with free() if the count is 0.
+ *         -1: an argument or the parent's id is null, or the session is not one of Dropbox (the
+ *         outs are cleared then).
+ *         1: a request failed. One ERROR line, no partial list.
+ *
+ * Blocks for one request per page of the service.
+ */
+LIBVEMLO_API int dropbox_list_directory(session *handle, const directory *parent,
+                                        directory **children, int *count);
+
+/**
+ * Makes a folder.
+ *
+ * @param handle   An authorized Dropbox session.
+ * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param name     The new folder's name.
+ * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @return 0: done; release with free_directory().
+ *         -1: an argument or the parent's id is null, or the session is not one of Dropbox
+ *         (`*created` is null then).
+ *         1: a request failed. One ERROR line.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int dropbox_create_directory(session *handle, const directory *parent,
+                                          const char *name, directory **created);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* LIBVEMLO_H */
