@@ -1,0 +1,22 @@
+#pragma once
+
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveRequest.h"
+#include "CloudStorage/Util/Field.h"
+
+namespace CloudStorage::Client::AmazonDrive::Model {
+
+/// One page of the nodes that match `filters`. Only present parameters are sent; an empty start
+/// token asks for the first page and is not sent either.
+class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
+ public:
+  /// Base of the URL: the account's metadata endpoint.
+  Util::Field<std::string> endpoint;
+  Util::Field<std::string> filters;
+  Util::Field<std::string> startToken;
+  Util::Field<std::string> sort;
+  Util::Field<int> limit{200};  // the most that the service takes
+
+  std::string serializePayload() const override { return {}; }
+};
+
+}  // namespace CloudStorage::Client::AmazonDrive::Model

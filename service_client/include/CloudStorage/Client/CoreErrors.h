@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+
+namespace CloudStorage::Client {
+
+/// What kind of failure ended a call, across all services. The numbers cross the C interface as
+/// result codes and are part of the binary interface: never renumber or reuse one, and keep 0
+/// (success) and 259 (whose meaning the retry strategies know) as they are. `docs/error-codes.md`
+/// lists them for hosts.
+enum class CoreErrors : std::uint32_t {
+  /// Of this side: a request that cannot be built, an answer that cannot be understood. Sending
+  /// again cannot help.
+  LocalFailure = 1,
+  /// The service was not reached or the connection broke.
+  NetworkFailure = 2,
+  Timeout = 3,
+  /// TLS: the handshake failed or the certificate is not trusted.
+  Untrusted = 4,
+
+  /// The service refused for a reason that has no number of its own.
+  Rejected = 5,
+  InvalidRequest = 6,
+  NotImplemented = 7,
+  PreconditionFailed = 8,
+  Conflict = 9,
+  Redirected = 10,
+
+  NotAuthenticated = 11,
+  UnknownAccessKey = 12,
+  SignatureMismatch = 13,
+  ClockSkew = 14,
+  AccessDenied = 15,
+  AccountProblem = 16,
+  /// The request was signed for, or sent to, another region than the bucket's.
+  WrongRegion = 17,
+
+  NotFound = 18,
+  /// A bucket or container does not exist.
+  BucketNotFound = 19,
+  /// The name of a bucket or container is taken by another account.
+  BucketAlreadyExists = 20,
+  /// The caller's own bucket or container exists already.
+  BucketAlreadyOwned = 21,
+  InvalidBucketName = 22,
+  TooManyBuckets = 23,
+  InvalidLocation = 24,
+  QuotaExceeded = 25,
+
+  Throttled = 26,
+  /// The service failed (5xx) for a reason of its own.
+  ServiceFailure = 27,
+
+  /// What Google Drive and Amazon Drive call temporary, and network failures towards them: the
+  /// error's retryable flag decides whether sending again may help.
+  TemporaryFailure = 259,
+};
+
+}  // namespace CloudStorage::Client

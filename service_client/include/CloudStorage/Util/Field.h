@@ -1,0 +1,35 @@
+#pragma once
+
+#include <utility>
+
+namespace CloudStorage::Util {
+
+/// An optional request parameter: a value with a presence flag. The value exists either way, so a
+/// model can give it a default that is not sent, and a caller can have that default sent without
+/// repeating it. Only present fields reach the wire.
+template <typename T>
+class Field {
+ public:
+  Field() = default;
+  /// A field that holds `defaultValue` and is not present.
+  explicit Field(T defaultValue) : value_(std::move(defaultValue)) {}
+
+  /// Sets the value and marks the field present.
+  Field& operator=(T value) {
+    value_ = std::move(value);
+    present_ = true;
+    return *this;
+  }
+
+  /// Marks the field present with the value it has.
+  void markPresent() { present_ = true; }
+
+  bool isPresent() const { return present_; }
+  const T& value() const { return value_; }
+
+ private:
+  T value_{};
+  bool present_ = false;
+};
+
+}  // namespace CloudStorage::Util
