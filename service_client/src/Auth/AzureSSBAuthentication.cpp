@@ -1,0 +1,12 @@
+#include "CloudStorage/Auth/AzureSSBAuthentication.h"
+
+#include "Auth/Digest.h"
+
+namespace CloudStorage::Auth {
+
+bool AzureSSBAuthentication::decodeAccessKey() {
+  decodedKey_ = base64Decode(accessKey_).value_or(std::string());
+  return !decodedKey_.empty();
+}
+
+}  // namespace CloudStorage::Auth

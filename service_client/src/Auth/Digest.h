@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace CloudStorage::Auth {
+
+/// SHA-256 (FIPS 180-4): 32 bytes.
+std::string sha256(std::string_view data);
+/// HMAC (RFC 2104) with SHA-256: 32 bytes.
+std::string hmacSha256(std::string_view key, std::string_view data);
+/// MD5 (RFC 1321): 16 bytes. For Content-MD5 only.
+std::string md5(std::string_view data);
+
+/// Two lower-case digits a byte.
+std::string hex(std::string_view bytes);
+
+/// Base64 with the standard alphabet and padding, without line breaks (RFC 4648, section 4).
+std::string base64Encode(std::string_view bytes);
+/// Empty unless `text` is exactly that: no white space, no missing padding, no stray bits.
+std::optional<std::string> base64Decode(std::string_view text);
+
+}  // namespace CloudStorage::Auth

@@ -1,0 +1,148 @@
+#include "Auth/OAuth2TokenEndpoint.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Http/PercentEncoding.h"
+#include "Util/Json.h"
+#include "Util/Text.h"
+
+namespace CloudStorage::Auth {
+namespace {
+
+using Tokens = TokenRefresher::Tokens;
+
+constexpr int kNoAnswer = -1;
+constexpr int kOk = 200;
+
+struct Parameter {
+  std::string_view name;
+  std::string_view value;
+  bool secret = false;
+};
+using Form = std::vector<Parameter>;
+
+Http::Request encode(Http::URI uri, const Form& form) {
+  Http::Request request;
+  request.method = Http::Method::Post;
+  request.uri = std::move(uri);
+  request.headers = {{Http::CONTENT_TYPE_HEADER, "application/x-www-form-urlencoded"},
+                     {"accept", "application/json"}};
+  for (const auto& [name, value, secret] : form) {
+    if (!request.body.empty()) request.body += '&';
+    request.body.append(name).append("=").append(Http::uriEncode(value, false));
+  }
+  return request;
+}
+
+// Repeated once, and only if nothing was sent: an authorization code works a single time, and some
+// services withdraw a whole grant when they see one twice.
+Http::Response send(Http::Transport& transport, const Http::Request& request) {
+  auto response = transport.send(request);
+  const auto& failure = response.failure;
+  if (failure && failure->kind == Http::TransportFailure::Kind::Unreachable &&
+      !failure->requestMayHaveRun) {
+    return transport.send(request);
+  }
+  return response;
+}
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return text;
+}
+
+bool claimsJson(const Http::Response& response) {
+  const auto type = response.headers.find(Http::CONTENT_TYPE_HEADER);
+  return type == response.headers.end() ||
+         lowerCase(type->second).find("json") != std::string::npos;
+}
+
+// A token becomes a header value, which such a character would split or cut short.
+bool breaksHeader(const std::string& token) {
+  using namespace std::string_view_literals;
+  return token.find_first_of("\r\n\0"sv) != std::string::npos;
+}
+
+// Fills `tokens` and returns an empty text, or says what is wrong with the answer.
+std::string readTokens(const Http::Response& response, Tokens& tokens) {
+  if (!claimsJson(response)) return "the answer is not JSON";
+  auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
+  auto& accessToken = texts[0];
+  auto& refreshToken = texts[1];
+  const auto& tokenType = texts[2];
+  if (accessToken.empty()) return "the answer holds no access token";
+  if (!tokenType.empty() && lowerCase(tokenType) != "bearer") {
+    return "the access token is no bearer token";
+  }
+  if (breaksHeader(accessToken) || breaksHeader(refreshToken)) {
+    return "a token contains control characters";
+  }
+  tokens = {std::move(accessToken), std::move(refreshToken)};
+  return {};
+}
+
+std::string refusalText(const Http::Response& response) {
+  const auto texts = Util::Json::texts(response.body, {"error", "error_description"});
+  const auto& error = texts[0];
+  const auto& description = texts[1];
+  if (error.empty()) return "HTTP " + std::to_string(response.status);
+  return description.empty() ? error : error + ": " + description;
+}
+
+void blackOut(std::string& text, const std::string& secret) {
+  // Anything shorter is a word that texts contain for other reasons, and no protection anyway.
+  constexpr std::size_t kShortestSecret = 8;
+  constexpr std::string_view kBar = "***";
+  if (secret.size() < kShortestSecret) return;
+  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
+    text.replace(at, secret.size(), kBar);
+    at += kBar.size();
+  }
+}
+
+// Some services repeat in their texts what they were sent.
+Util::Status failure(int code, std::string text, const Form& form) {
+  for (const auto& [name, value, secret] : form) {
+    if (!secret) continue;
+    blackOut(text, std::string(value));
+    blackOut(text, Http::uriEncode(value, false));
+  }
+  return {code, Util::oneLine(text)};
+}
+
+Util::Status requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,
+                           Form form, Tokens& tokens) {
+  form.push_back({"client_id", clientSpec.clientId});
+  form.push_back({"client_secret", clientSpec.clientSecret, true});
+  auto uri = Http::URI::parse(clientSpec.tokenEndpoint);
+  if (!uri) return {kNoAnswer, "InvalidRequest: the token endpoint's address is unusable"};
+
+  const auto response = send(transport, encode(*std::move(uri), form));
+  if (response.failure) {
+    return failure(kNoAnswer, response.failure->name + ": " + response.failure->message, form);
+  }
+  if (response.status != kOk) return failure(response.status, refusalText(response), form);
+  const auto fault = readTokens(response, tokens);
+  if (!fault.empty()) return {response.status, "MalformedResponse: " + fault};
+  return {};
+}
+
+}  // namespace
+
+OAuth2TokenEndpoint::OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec,
+                                         std::shared_ptr<Http::Transport> transport)
+    : clientSpec_(std::move(clientSpec)), transport_(std::move(transport)) {}
+
+Util::Status OAuth2TokenEndpoint::refresh(const std::string& refreshToken, Tokens& tokens) {
+  return requestTokens(clientSpec_, *transport_,
+                       {{"grant_type", "refresh_token"}, {"refresh_token", refreshToken, true}},
+                       tokens);
+}
+
+}  // namespace CloudStorage::Auth

@@ -1,0 +1,26 @@
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
+
+#include <utility>
+
+namespace CloudStorage::Client::Dropbox {
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
+                             std::shared_ptr<Auth::OAuth2Credential> credential,
+                             std::shared_ptr<RetryStrategy> retryStrategy,
+                             std::shared_ptr<WSErrorMarshaller> errorMarshaller,
+                             std::shared_ptr<Util::RateLimiter> readRateLimiter,
+                             std::shared_ptr<Util::RateLimiter> writeRateLimiter,
+                             Config::ProxySetting proxy)
+    : DropboxClient(
+          std::move(clientSpec),
+          {std::move(credential), std::move(retryStrategy), std::move(errorMarshaller),
+           std::move(readRateLimiter), std::move(writeRateLimiter), nullptr, std::move(proxy)},
+          {}) {}
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
+                             ClientEnvironment environment)
+    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)) {}
+
+DropboxClient::~DropboxClient() = default;
+
+}  // namespace CloudStorage::Client::Dropbox

@@ -1,0 +1,188 @@
+#include "Client/ErrorMarshalling.h"
+
+#include <utility>
+
+#include "Util/Xml.h"
+
+namespace CloudStorage::Client {
+namespace {
+
+using Kind = Http::TransportFailure::Kind;
+
+/// What an HTTP status means whoever answers. The last row applies to everything.
+constexpr ErrorRow kHttpRows[] = {
+    {kRedirects, "", CoreErrors::Redirected, Resend::Never},
+    {400, "", CoreErrors::InvalidRequest, Resend::Never},
+    {401, "", CoreErrors::NotAuthenticated, Resend::Never},
+    {403, "", CoreErrors::AccessDenied, Resend::Never},
+    {404, "", CoreErrors::NotFound, Resend::Never},
+    {405, "", CoreErrors::InvalidRequest, Resend::Never},
+    {406, "", CoreErrors::InvalidRequest, Resend::Never},
+    {408, "", CoreErrors::Timeout, Resend::Never},
+    {409, "", CoreErrors::Conflict, Resend::Never},
+    {411, "", CoreErrors::InvalidRequest, Resend::Never},
+    {412, "", CoreErrors::PreconditionFailed, Resend::Never},
+    {413, "", CoreErrors::InvalidRequest, Resend::Never},
+    {414, "", CoreErrors::InvalidRequest, Resend::Never},
+    {415, "", CoreErrors::InvalidRequest, Resend::Never},
+    {422, "", CoreErrors::InvalidRequest, Resend::Never},
+    {423, "", CoreErrors::Conflict, Resend::Never},
+    {429, "", CoreErrors::Throttled, Resend::Always},
+    {501, "", CoreErrors::NotImplemented, Resend::Always},
+    {kServerErrors, "", CoreErrors::ServiceFailure, Resend::Always},
+    {kAnyStatus, "", CoreErrors::Rejected, Resend::Never},
+};
+
+struct Reason {
+  int status;
+  std::string_view text;
+};
+
+/// The names of the statuses in RFC 9110, section 15, and in RFC 4918 and RFC 6585.
+constexpr Reason kReasons[] = {
+    {200, "OK"},
+    {201, "Created"},
+    {202, "Accepted"},
+    {203, "Non-Authoritative Information"},
+    {204, "No Content"},
+    {205, "Reset Content"},
+    {206, "Partial Content"},
+    {300, "Multiple Choices"},
+    {301, "Moved Permanently"},
+    {302, "Found"},
+    {303, "See Other"},
+    {304, "Not Modified"},
+    {305, "Use Proxy"},
+    {307, "Temporary Redirect"},
+    {308, "Permanent Redirect"},
+    {400, "Bad Request"},
+    {401, "Unauthorized"},
+    {402, "Payment Required"},
+    {403, "Forbidden"},
+    {404, "Not Found"},
+    {405, "Method Not Allowed"},
+    {406, "Not Acceptable"},
+    {407, "Proxy Authentication Required"},
+    {408, "Request Timeout"},
+    {409, "Conflict"},
+    {410, "Gone"},
+    {411, "Length Required"},
+    {412, "Precondition Failed"},
+    {413, "Content Too Large"},
+    {414, "URI Too Long"},
+    {415, "Unsupported Media Type"},
+    {416, "Range Not Satisfiable"},
+    {417, "Expectation Failed"},
+    {421, "Misdirected Request"},
+    {422, "Unprocessable Content"},
+    {423, "Locked"},
+    {426, "Upgrade Required"},
+    {429, "Too Many Requests"},
+    {431, "Request Header Fields Too Large"},
+    {500, "Internal Server Error"},
+    {501, "Not Implemented"},
+    {502, "Bad Gateway"},
+    {503, "Service Unavailable"},
+    {504, "Gateway Timeout"},
+    {505, "HTTP Version Not Supported"},
+    {507, "Insufficient Storage"},
+};
+
+std::string_view reasonText(int status) {
+  for (const Reason& reason : kReasons) {
+    if (reason.status == status) return reason.text;
+  }
+  return "No standard HTTP status";
+}
+
+bool appliesToStatus(const ErrorRow& row, int status) {
+  return row.status == kAnyStatus || row.status == status || row.status == status / 100;
+}
+
+bool appliesToCode(const ErrorRow& row, std::string_view code) {
+  if (row.code.empty()) return true;
+  if (code.substr(0, row.code.size()) != row.code) return false;
+  return code.size() == row.code.size() || code[row.code.size()] == '/';
+}
+
+const ErrorRow* findRow(ErrorTable table, int status, std::string_view code) {
+  for (const ErrorRow& row : table) {
+    if (appliesToStatus(row, status) && appliesToCode(row, code)) return &row;
+  }
+  return nullptr;
+}
+
+bool isRead(Http::Method method) {
+  return method == Http::Method::Get || method == Http::Method::Head;
+}
+
+CoreErrors typeOf(Kind kind) {
+  switch (kind) {
+    case Kind::Unreachable:
+    case Kind::Interrupted:
+      return CoreErrors::NetworkFailure;
+    case Kind::Timeout:
+      return CoreErrors::Timeout;
+    case Kind::Untrusted:
+      return CoreErrors::Untrusted;
+    case Kind::ResponseTooLarge:
+    case Kind::Refused:
+      break;
+  }
+  return CoreErrors::LocalFailure;
+}
+
+}  // namespace
+
+Error localError(std::string_view name, std::string_view message) {
+  Error error;
+  error.errorType = CoreErrors::LocalFailure;
+  error.exceptionName = Util::oneLine(name);
+  error.message = Util::oneLine(message);
+  return error;
+}
+
+Error transportError(const Http::TransportFailure& failure) {
+  Error error = localError(failure.name, failure.message);
+  error.errorType = typeOf(failure.kind);
+  return error;
+}
+
+Error temporaryTransportError(const Http::TransportFailure& failure, Http::Method method) {
+  Error error = transportError(failure);
+  if (error.errorType == CoreErrors::LocalFailure) return error;
+  error.errorType = CoreErrors::TemporaryFailure;
+  error.retryable =
+      failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));
+  return error;
+}
+
+Error answerError(const Http::Response& response, Http::Method method, const ServiceMessage& said,
+                  ErrorTable table) {
+  Error error;
+  error.exceptionName = Util::oneLine(said.code);
+  const ErrorRow* row = findRow(table, response.status, error.exceptionName);
+  if (row == nullptr) row = findRow(kHttpRows, response.status, {});
+  error.errorType = row->type;
+  error.retryable =
+      row->resend == Resend::Always || (row->resend == Resend::Reads && isRead(method));
+
+  if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
+  error.message = Util::oneLine(said.message);
+  if (error.message.empty()) error.message = reasonText(response.status);
+  error.responseHeaders = response.headers;
+  error.httpResponseCode = response.status;
+  return error;
+}
+
+ServiceMessage readXmlError(std::string_view body) {
+  std::string text(body);
+  pugi::xml_document document;
+  if (!Util::Xml::parse(text, document).isSuccess()) return {};
+  const pugi::xml_node root = document.document_element();
+  if (!Util::Xml::isNamed(root, "Error")) return {};
+  return {Util::Xml::text(Util::Xml::child(root, "Code")),
+          Util::Xml::text(Util::Xml::child(root, "Message"))};
+}
+
+}  // namespace CloudStorage::Client

@@ -1,0 +1,173 @@
+#include "Client/S3/S3Addressing.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace CloudStorage::Client::S3 {
+namespace {
+
+using Location = Model::BucketLocationConstraint;
+
+constexpr char kGlobalEndpoint[] = "https://s3.amazonaws.com";
+constexpr char kGlobalHost[] = "s3.amazonaws.com";
+constexpr char kGlobalRegion[] = "us-east-1";
+constexpr std::string_view kAwsSuffix = ".amazonaws.com";
+constexpr std::string_view kAwsChinaSuffix = ".amazonaws.com.cn";
+constexpr std::string_view kWasabiSuffix = ".wasabisys.com";
+
+// Indexed by location; the service's own names of its regions.
+constexpr std::array<std::string_view, 16> kRegions = {
+    kGlobalRegion,    "us-east-2",      "us-west-1",      "us-west-2",
+    "ap-south-1",     "ap-southeast-1", "ap-southeast-2", "ap-northeast-1",
+    "ap-northeast-2", "sa-east-1",      "cn-north-1",     "cn-northwest-1",
+    "eu-central-1",   "eu-west-1",      "eu-west-2",      "ca-central-1",
+};
+
+// Wasabi's European hosts have a second name each.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kWasabiAliases = {{
+    {"nl-1", "eu-central-1"},
+    {"de-1", "eu-central-2"},
+    {"uk-1", "eu-west-1"},
+    {"fr-1", "eu-west-2"},
+    {"uk-2", "eu-west-3"},
+    {"it-1", "eu-south-1"},
+}};
+
+bool endsWith(std::string_view text, std::string_view suffix) {
+  return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+// What stands between "s3." or "s3-" and `suffix`; empty if the host has another form.
+std::string_view regionLabel(std::string_view host, std::string_view suffix) {
+  if (!endsWith(host, suffix)) return {};
+  host.remove_suffix(suffix.size());
+  if (host.substr(0, 3) != "s3." && host.substr(0, 3) != "s3-") return {};
+  host.remove_prefix(3);
+  constexpr std::string_view kDualStack = "dualstack.";
+  if (host.substr(0, kDualStack.size()) == kDualStack) host.remove_prefix(kDualStack.size());
+  return host.find('.') == std::string_view::npos ? host : std::string_view();
+}
+
+std::string_view wasabiRegion(std::string_view label) {
+  for (const auto& [alias, region] : kWasabiAliases) {
+    if (alias == label) return region;
+  }
+  return label;
+}
+
+bool hasOwnPort(const Http::URI& uri) { return uri.authority() != uri.host(); }
+
+// A port or a base path shows that something else answers under the service's name.
+Partition partitionOf(const Http::URI& base) {
+  if (hasOwnPort(base) || !base.path().empty()) return Partition::Other;
+  const std::string& host = base.host();
+  if (host == kGlobalHost || !regionLabel(host, kAwsSuffix).empty()) return Partition::Aws;
+  if (!regionLabel(host, kAwsChinaSuffix).empty()) return Partition::AwsChina;
+  return Partition::Other;
+}
+
+std::string_view regionNamedBy(const std::string& host) {
+  for (const std::string_view suffix : {kAwsSuffix, kAwsChinaSuffix}) {
+    const auto label = regionLabel(host, suffix);
+    if (!label.empty()) return label;
+  }
+  return wasabiRegion(regionLabel(host, kWasabiSuffix));
+}
+
+bool isChina(Location location) {
+  return location == Location::CnNorth1 || location == Location::CnNorthwest1;
+}
+
+// The host of `location` if the endpoint's owner runs it, else an empty text.
+std::string hostOf(Partition partition, Location location) {
+  const std::string_view region = kRegions.at(static_cast<std::size_t>(location));
+  if (partition == Partition::AwsChina && isChina(location)) {
+    return "s3." + std::string(region) + std::string(kAwsChinaSuffix);
+  }
+  if (partition != Partition::Aws || isChina(location)) return {};
+  if (location == Location::UsEast1) return kGlobalHost;
+  return "s3." + std::string(region) + std::string(kAwsSuffix);
+}
+
+// The domain under which a redirect may lead: the host's parent, but never a top-level domain. An
+// address or a bare name has none.
+std::string_view parentDomain(std::string_view host) {
+  const bool isAddress =
+      host.front() == '[' || host.find_first_not_of("0123456789.") == std::string_view::npos;
+  if (isAddress) return {};
+  const auto dot = host.find('.');
+  if (dot == std::string_view::npos) return {};
+  const std::string_view parent = host.substr(dot);
+  return parent.find('.', 1) == std::string_view::npos ? std::string_view() : parent;
+}
+
+bool isTrustedHost(const S3Endpoint& endpoint, std::string_view host) {
+  if (host == endpoint.base.host()) return true;
+  if (endpoint.partition == Partition::Aws) return endsWith(host, kAwsSuffix);
+  if (endpoint.partition == Partition::AwsChina) return endsWith(host, kAwsChinaSuffix);
+  const std::string_view domain = parentDomain(endpoint.base.host());
+  return !domain.empty() && endsWith(host, domain);
+}
+
+std::optional<Http::URI> resolve(const Http::URI& current, const std::string& location) {
+  if (location.compare(0, 2, "//") == 0) return Http::URI::parse(current.scheme() + ':' + location);
+  if (location.compare(0, 1, "/") == 0) {
+    return Http::URI::parse(current.scheme() + "://" + current.authority() + location);
+  }
+  return Http::URI::parse(location);
+}
+
+}  // namespace
+
+std::optional<S3Endpoint> parseEndpoint(const std::string& text) {
+  std::string trimmed = text.empty() ? kGlobalEndpoint : text;
+  while (!trimmed.empty() && trimmed.back() == '/') trimmed.pop_back();
+  auto base = Http::URI::parse(trimmed, "https");
+  if (!base || !base->query().empty()) return std::nullopt;
+
+  S3Endpoint endpoint;
+  endpoint.base = *std::move(base);
+  endpoint.partition = partitionOf(endpoint.base);
+  endpoint.region = regionNamedBy(endpoint.base.host());
+  return endpoint;
+}
+
+bool isLocation(Location location) {
+  return location >= Location::UsEast1 && location <= Location::Customized;
+}
+
+std::string_view regionOf(Location location) {
+  const bool stated = location > Location::UsEast1 && location < Location::Customized;
+  return stated ? kRegions.at(static_cast<std::size_t>(location)) : std::string_view();
+}
+
+S3Target createBucketTarget(const S3Endpoint& endpoint, const std::string& sessionRegion,
+                            Location location, std::string_view bucket) {
+  S3Target target{endpoint.base, sessionRegion};
+  if (location != Location::Customized) {
+    const std::string host = hostOf(endpoint.partition, location);
+    if (!host.empty()) {
+      target.uri.setHost(host);
+      target.region = kRegions.at(static_cast<std::size_t>(location));
+    }
+  }
+  target.uri.addPathSegment(bucket);
+  return target;
+}
+
+bool isRegionName(std::string_view text) {
+  constexpr std::size_t kLongestHostLabel = 63;  // RFC 1035, section 2.3.4
+  return !text.empty() && text.size() <= kLongestHostLabel &&
+         text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == std::string_view::npos;
+}
+
+std::optional<Http::URI> redirectedUri(const S3Endpoint& endpoint, const Http::URI& current,
+                                       const std::string& location) {
+  auto target = resolve(current, location);
+  if (!target || !isTrustedHost(endpoint, target->host())) return std::nullopt;
+  if (current.scheme() == "https") target->setScheme("https");
+  return target;
+}
+
+}  // namespace CloudStorage::Client::S3

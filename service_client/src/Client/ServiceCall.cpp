@@ -1,0 +1,123 @@
+#include "Client/ServiceCall.h"
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <thread>
+#include <utility>
+
+#include "Auth/Digest.h"
+#include "Client/ErrorMarshalling.h"
+
+namespace CloudStorage::Client {
+namespace {
+
+// A service may mend the region and the clock of one call, each once.
+constexpr int kMaxCorrections = 2;
+
+std::string readAll(const std::shared_ptr<std::iostream>& stream) {
+  if (!stream) return {};
+  stream->clear();
+  stream->seekg(0);
+  return {std::istreambuf_iterator<char>(*stream), std::istreambuf_iterator<char>()};
+}
+
+Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model) {
+  Http::Request request;
+  request.method = method;
+  request.uri = uri;
+  model.addQueryStringParameters(request.uri);
+  for (auto& [name, value] : model.getHeaders()) {
+    if (!value.empty()) request.headers.emplace(name, value);
+  }
+  request.body = readAll(model.getBody());
+  if (model.shouldComputeContentMd5()) {
+    request.headers["content-md5"] = Auth::base64Encode(Auth::md5(request.body));
+  }
+  return request;
+}
+
+// The strategies grant a redirect only if there is somewhere to go.
+const std::string* redirectTarget(const Error& error) {
+  constexpr int kFirstRedirect = 300;
+  constexpr int kLastRedirect = 308;
+  if (error.httpResponseCode < kFirstRedirect || error.httpResponseCode > kLastRedirect) {
+    return nullptr;
+  }
+  const auto location = error.responseHeaders.find("location");
+  return location == error.responseHeaders.end() ? nullptr : &location->second;
+}
+
+}  // namespace
+
+ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment)
+    : retryStrategy_(parts.retryStrategy),
+      errorMarshaller_(parts.errorMarshaller),
+      readRateLimiter_(parts.readRateLimiter),
+      writeRateLimiter_(parts.writeRateLimiter),
+      environment_(std::move(environment)) {
+  if (!environment_.now) environment_.now = std::chrono::system_clock::now;
+  if (!environment_.sleep) {
+    environment_.sleep = [](std::chrono::milliseconds delay) {
+      std::this_thread::sleep_for(delay);
+    };
+  }
+}
+
+std::optional<Error> ServiceCall::run(Http::Method method, const Http::URI& uri,
+                                      const WSRequest& model, AttemptConduct& conduct,
+                                      const Accept& accept) const {
+  try {
+    return repeat(encode(method, uri, model), model.doesRequireAuthorization(), conduct, accept);
+  } catch (const std::exception& exception) {
+    return localError("InternalFailure", exception.what());
+  } catch (...) {
+    return localError("InternalFailure", "unknown exception");
+  }
+}
+
+std::optional<Error> ServiceCall::repeat(Http::Request request, bool authorized,
+                                         AttemptConduct& conduct, const Accept& accept) const {
+  for (unsigned long attemptedRetries = 0;; ++attemptedRetries) {
+    auto error = attempt(request, authorized, conduct, accept);
+    // Asked exactly once a failure: the drive strategies refresh the token when they are asked.
+    if (!error || !retryStrategy_->shouldRetry(*error, attemptedRetries)) return error;
+    const std::string* target = redirectTarget(*error);
+    if (target != nullptr && !conduct.follow(*target, request)) return error;
+    environment_.sleep(std::chrono::milliseconds(
+        retryStrategy_->getDelayBeforeNextRetry(*error, attemptedRetries)));
+  }
+}
+
+std::optional<Error> ServiceCall::attempt(Http::Request& request, bool authorized,
+                                          AttemptConduct& conduct, const Accept& accept) const {
+  for (int corrections = 0;; ++corrections) {
+    Http::Request attempted = request;
+    if (authorized) conduct.authorize(attempted);
+    Http::Response response = transfer(attempted);
+    auto error = judge(response, request.method, accept);
+    if (!error || corrections == kMaxCorrections || !conduct.correct(response, *error, request)) {
+      return error;
+    }
+  }
+}
+
+std::optional<Error> ServiceCall::judge(Http::Response& response, Http::Method method,
+                                        const Accept& accept) const {
+  if (!response.isSuccessStatus()) return errorMarshaller_->marshall(response, method);
+  auto error = accept(response);
+  if (error) {
+    error->httpResponseCode = response.status;
+    error->responseHeaders = response.headers;
+  }
+  return error;
+}
+
+Http::Response ServiceCall::transfer(const Http::Request& request) const {
+  if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
+  Http::Response response = environment_.transport->send(request);
+  if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
+  return response;
+}
+
+}  // namespace CloudStorage::Client

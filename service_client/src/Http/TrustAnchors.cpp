@@ -1,0 +1,74 @@
+#include "Http/TrustAnchors.h"
+
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+#include <openssl/x509_vfy.h>
+
+#include <cstdlib>
+#include <utility>
+
+namespace CloudStorage::Http {
+namespace {
+
+std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+}  // namespace
+
+void TrustAnchors::StoreDeleter::operator()(X509_STORE* store) const { X509_STORE_free(store); }
+
+TrustAnchors::TrustAnchors(Sources sources) : sources_(std::move(sources)) {}
+
+TrustAnchors::Sources TrustAnchors::sourcesFromEnvironment() {
+  return {environmentVariable("SSL_CERT_FILE"), environmentVariable("SSL_CERT_DIR")};
+}
+
+const std::shared_ptr<TrustAnchors>& TrustAnchors::ofProcess() {
+  static const auto anchors = std::make_shared<TrustAnchors>(sourcesFromEnvironment());
+  return anchors;
+}
+
+bool TrustAnchors::applyTo(SSL_CTX* context, std::string& error) {
+  const std::lock_guard lock(mutex_);
+  if (!store_) {
+    store_ = load(error);
+    if (!store_) return false;
+    ++loadCount_;
+  }
+  SSL_CTX_set1_cert_store(context, store_.get());
+  return true;
+}
+
+int TrustAnchors::loadCount() const {
+  const std::lock_guard lock(mutex_);
+  return loadCount_;
+}
+
+TrustAnchors::Store TrustAnchors::load(std::string& error) const {
+  Store store(X509_STORE_new());
+  if (!store) {
+    error = "No memory for the trusted certificates";
+    return nullptr;
+  }
+
+  // What is named as trusted is trusted, even if somebody else has issued it.
+  X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
+
+  if (sources_.file.empty() && sources_.directory.empty()) {
+    // A system has a bundle or a folder, seldom both, so it is no error that one is missing.
+    X509_STORE_load_file(store.get(), X509_get_default_cert_file());
+    X509_STORE_load_path(store.get(), X509_get_default_cert_dir());
+  }
+  if (!sources_.file.empty() && X509_STORE_load_file(store.get(), sources_.file.c_str()) != 1) {
+    error = "SSL_CERT_FILE names a file without readable certificates: " + sources_.file;
+  } else if (!sources_.directory.empty() &&
+             X509_STORE_load_path(store.get(), sources_.directory.c_str()) != 1) {
+    error = "SSL_CERT_DIR cannot be used: " + sources_.directory;
+  }
+  ERR_clear_error();  // what a missing file leaves behind would be taken for a handshake's error
+  return error.empty() ? std::move(store) : nullptr;
+}
+
+}  // namespace CloudStorage::Http

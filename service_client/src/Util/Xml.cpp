@@ -1,0 +1,161 @@
+#include "Util/Xml.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Util/Text.h"
+
+namespace CloudStorage::Util::Xml {
+namespace {
+
+constexpr int kMaxDepth = 64;
+
+/// The document type is parsed only to be noticed. White space between elements is dropped; where
+/// it is all that an element holds it is a value.
+constexpr unsigned int kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                       pugi::parse_wconv_attribute | pugi::parse_doctype |
+                                       pugi::parse_ws_pcdata_single;
+
+/// The digit's value, or `base` if it is none.
+std::uint32_t digitValue(char character, std::uint32_t base) {
+  std::uint32_t value = base;
+  if (character >= '0' && character <= '9') {
+    value = static_cast<std::uint32_t>(character - '0');
+  } else if (character >= 'a' && character <= 'f') {
+    value = static_cast<std::uint32_t>(character - 'a' + 10);
+  } else if (character >= 'A' && character <= 'F') {
+    value = static_cast<std::uint32_t>(character - 'A' + 10);
+  }
+  return value < base ? value : base;
+}
+
+/// Whether the digits and the semicolon that `text` begins with name a Unicode character.
+bool namesCharacter(std::string_view text) {
+  constexpr std::uint32_t kLastCharacter = 0x10FFFF;
+  std::uint32_t base = 10;
+  if (!text.empty() && text.front() == 'x') {
+    base = 16;
+    text.remove_prefix(1);
+  }
+  std::uint32_t character = 0;
+  std::size_t length = 0;
+  for (; length < text.size() && digitValue(text[length], base) < base; ++length) {
+    character = character * base + digitValue(text[length], base);
+    if (character > kLastCharacter) return false;
+  }
+  const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
+  return length < text.size() && text[length] == ';' && character != 0 && !isSurrogate;
+}
+
+/// The parser would decode a reference to no character all the same: `&#0;` into an end of text
+/// that cuts a name short, others into bytes that are no UTF-8.
+bool hasBadCharacterReference(std::string_view body) {
+  for (std::size_t at = body.find("&#"); at != std::string_view::npos; at = body.find("&#", at)) {
+    at += 2;
+    if (!namesCharacter(body.substr(at))) return true;
+  }
+  return false;
+}
+
+/// Why `body` is not worth parsing; null if it is.
+const char* objectionTo(std::string_view body) {
+  const std::size_t start = body.find_first_not_of(" \t\r\n");
+  if (start == std::string_view::npos) return "it is empty";
+  if (body[start] != '<') return "it does not begin with an element";
+  if (body.find('\0') != std::string_view::npos) return "it holds a byte of value 0";
+  if (hasBadCharacterReference(body)) return "it holds a reference to no character";
+  return nullptr;
+}
+
+/// The node after `node` in document order below `root`; a null node after the last. Goes by links,
+/// as a hostile document can be nested deeper than the stack.
+pugi::xml_node nextNode(pugi::xml_node node, pugi::xml_node root, int& depth) {
+  if (const pugi::xml_node down = node.first_child()) {
+    ++depth;
+    return down;
+  }
+  while (node != root && !node.next_sibling()) {
+    node = node.parent();
+    --depth;
+  }
+  return node == root ? pugi::xml_node() : node.next_sibling();
+}
+
+bool isDeeperThan(int limit, pugi::xml_node root) {
+  int depth = 1;
+  for (pugi::xml_node node = root; node; node = nextNode(node, root, depth)) {
+    if (depth > limit && node.type() == pugi::node_element) return true;
+  }
+  return false;
+}
+
+/// Why `document` is not to be used; null if it is.
+const char* objectionTo(const pugi::xml_document& document) {
+  int elements = 0;
+  for (const pugi::xml_node node : document.children()) {
+    if (node.type() == pugi::node_doctype) return "it has a document type definition";
+    if (node.type() == pugi::node_element) ++elements;
+  }
+  if (elements != 1) return "it has more than one root element";
+  if (isDeeperThan(kMaxDepth, document.document_element())) return "its elements are too deep";
+  return nullptr;
+}
+
+Status failure(const std::string& reason) { return {1, "The XML cannot be used: " + reason + "."}; }
+
+std::string_view localNameOf(pugi::xml_node node) {
+  std::string_view name = node.name();
+  const std::size_t colon = name.find(':');
+  if (colon != std::string_view::npos) name.remove_prefix(colon + 1);
+  return name;
+}
+
+pugi::xml_node firstNamed(pugi::xml_node node, std::string_view localName) {
+  while (node && !isNamed(node, localName)) node = node.next_sibling();
+  return node;
+}
+
+bool isText(pugi::xml_node node) {
+  return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+}  // namespace
+
+Status parse(std::string& body, pugi::xml_document& document) {
+  document.reset();
+  if (const char* objection = objectionTo(skipByteOrderMark(body))) return failure(objection);
+
+  const pugi::xml_parse_result result =
+      document.load_buffer_inplace(body.data(), body.size(), kParseOptions, pugi::encoding_utf8);
+  if (!result) {
+    document.reset();
+    return failure(std::string(result.description()) + " at byte " + std::to_string(result.offset));
+  }
+  if (const char* objection = objectionTo(document)) {
+    document.reset();
+    return failure(objection);
+  }
+  return {};
+}
+
+bool isNamed(pugi::xml_node node, std::string_view localName) {
+  return node.type() == pugi::node_element && localNameOf(node) == localName;
+}
+
+pugi::xml_node child(pugi::xml_node parent, std::string_view localName) {
+  return firstNamed(parent.first_child(), localName);
+}
+
+pugi::xml_node nextSibling(pugi::xml_node node, std::string_view localName) {
+  return firstNamed(node.next_sibling(), localName);
+}
+
+std::string text(pugi::xml_node element) {
+  std::string pieces;
+  for (const pugi::xml_node piece : element.children()) {
+    if (isText(piece)) pieces += piece.value();
+  }
+  return pieces;
+}
+
+}  // namespace CloudStorage::Util::Xml
