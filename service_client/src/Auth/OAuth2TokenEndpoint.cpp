@@ -1,7 +1,6 @@
 #include "Auth/OAuth2TokenEndpoint.h"
 
 #include <algorithm>
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>

@@ -20,38 +20,38 @@ using Kind = TransportFailure::Kind;
 
 struct CodeMeaning {
   CURLcode code;
-  const char* name;
   Kind kind;
+  const char* name;
 };
 
 constexpr CodeMeaning kCodeMeanings[] = {
-    {CURLE_UNSUPPORTED_PROTOCOL, "CURLE_UNSUPPORTED_PROTOCOL", Kind::Refused},
-    {CURLE_FAILED_INIT, "CURLE_FAILED_INIT", Kind::Refused},
-    {CURLE_URL_MALFORMAT, "CURLE_URL_MALFORMAT", Kind::Refused},
-    {CURLE_NOT_BUILT_IN, "CURLE_NOT_BUILT_IN", Kind::Refused},
-    {CURLE_COULDNT_RESOLVE_PROXY, "CURLE_COULDNT_RESOLVE_PROXY", Kind::Unreachable},
-    {CURLE_COULDNT_RESOLVE_HOST, "CURLE_COULDNT_RESOLVE_HOST", Kind::Unreachable},
-    {CURLE_COULDNT_CONNECT, "CURLE_COULDNT_CONNECT", Kind::Unreachable},
-    {CURLE_WEIRD_SERVER_REPLY, "CURLE_WEIRD_SERVER_REPLY", Kind::Interrupted},
-    {CURLE_HTTP2, "CURLE_HTTP2", Kind::Interrupted},
-    {CURLE_PARTIAL_FILE, "CURLE_PARTIAL_FILE", Kind::Interrupted},
-    {CURLE_WRITE_ERROR, "CURLE_WRITE_ERROR", Kind::Interrupted},
-    {CURLE_OUT_OF_MEMORY, "CURLE_OUT_OF_MEMORY", Kind::Interrupted},
-    {CURLE_OPERATION_TIMEDOUT, "CURLE_OPERATION_TIMEDOUT", Kind::Timeout},
-    {CURLE_SSL_CONNECT_ERROR, "CURLE_SSL_CONNECT_ERROR", Kind::Untrusted},
-    {CURLE_BAD_FUNCTION_ARGUMENT, "CURLE_BAD_FUNCTION_ARGUMENT", Kind::Refused},
-    {CURLE_UNKNOWN_OPTION, "CURLE_UNKNOWN_OPTION", Kind::Refused},
-    {CURLE_GOT_NOTHING, "CURLE_GOT_NOTHING", Kind::Interrupted},
-    {CURLE_SEND_ERROR, "CURLE_SEND_ERROR", Kind::Interrupted},
-    {CURLE_RECV_ERROR, "CURLE_RECV_ERROR", Kind::Interrupted},
-    {CURLE_SSL_CIPHER, "CURLE_SSL_CIPHER", Kind::Untrusted},
-    {CURLE_PEER_FAILED_VERIFICATION, "CURLE_PEER_FAILED_VERIFICATION", Kind::Untrusted},
-    {CURLE_BAD_CONTENT_ENCODING, "CURLE_BAD_CONTENT_ENCODING", Kind::Interrupted},
-    {CURLE_SEND_FAIL_REWIND, "CURLE_SEND_FAIL_REWIND", Kind::Interrupted},
-    {CURLE_SSL_CACERT_BADFILE, "CURLE_SSL_CACERT_BADFILE", Kind::Untrusted},
-    {CURLE_SSL_ISSUER_ERROR, "CURLE_SSL_ISSUER_ERROR", Kind::Untrusted},
-    {CURLE_HTTP2_STREAM, "CURLE_HTTP2_STREAM", Kind::Interrupted},
-    {CURLE_PROXY, "CURLE_PROXY", Kind::Unreachable},
+    {CURLE_UNSUPPORTED_PROTOCOL, Kind::Refused, "CURLE_UNSUPPORTED_PROTOCOL"},
+    {CURLE_FAILED_INIT, Kind::Refused, "CURLE_FAILED_INIT"},
+    {CURLE_URL_MALFORMAT, Kind::Refused, "CURLE_URL_MALFORMAT"},
+    {CURLE_NOT_BUILT_IN, Kind::Refused, "CURLE_NOT_BUILT_IN"},
+    {CURLE_COULDNT_RESOLVE_PROXY, Kind::Unreachable, "CURLE_COULDNT_RESOLVE_PROXY"},
+    {CURLE_COULDNT_RESOLVE_HOST, Kind::Unreachable, "CURLE_COULDNT_RESOLVE_HOST"},
+    {CURLE_COULDNT_CONNECT, Kind::Unreachable, "CURLE_COULDNT_CONNECT"},
+    {CURLE_WEIRD_SERVER_REPLY, Kind::Interrupted, "CURLE_WEIRD_SERVER_REPLY"},
+    {CURLE_HTTP2, Kind::Interrupted, "CURLE_HTTP2"},
+    {CURLE_PARTIAL_FILE, Kind::Interrupted, "CURLE_PARTIAL_FILE"},
+    {CURLE_WRITE_ERROR, Kind::Interrupted, "CURLE_WRITE_ERROR"},
+    {CURLE_OUT_OF_MEMORY, Kind::Interrupted, "CURLE_OUT_OF_MEMORY"},
+    {CURLE_OPERATION_TIMEDOUT, Kind::Timeout, "CURLE_OPERATION_TIMEDOUT"},
+    {CURLE_SSL_CONNECT_ERROR, Kind::Untrusted, "CURLE_SSL_CONNECT_ERROR"},
+    {CURLE_BAD_FUNCTION_ARGUMENT, Kind::Refused, "CURLE_BAD_FUNCTION_ARGUMENT"},
+    {CURLE_UNKNOWN_OPTION, Kind::Refused, "CURLE_UNKNOWN_OPTION"},
+    {CURLE_GOT_NOTHING, Kind::Interrupted, "CURLE_GOT_NOTHING"},
+    {CURLE_SEND_ERROR, Kind::Interrupted, "CURLE_SEND_ERROR"},
+    {CURLE_RECV_ERROR, Kind::Interrupted, "CURLE_RECV_ERROR"},
+    {CURLE_SSL_CIPHER, Kind::Untrusted, "CURLE_SSL_CIPHER"},
+    {CURLE_PEER_FAILED_VERIFICATION, Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION"},
+    {CURLE_BAD_CONTENT_ENCODING, Kind::Interrupted, "CURLE_BAD_CONTENT_ENCODING"},
+    {CURLE_SEND_FAIL_REWIND, Kind::Interrupted, "CURLE_SEND_FAIL_REWIND"},
+    {CURLE_SSL_CACERT_BADFILE, Kind::Untrusted, "CURLE_SSL_CACERT_BADFILE"},
+    {CURLE_SSL_ISSUER_ERROR, Kind::Untrusted, "CURLE_SSL_ISSUER_ERROR"},
+    {CURLE_HTTP2_STREAM, Kind::Interrupted, "CURLE_HTTP2_STREAM"},
+    {CURLE_PROXY, Kind::Unreachable, "CURLE_PROXY"},
 };
 
 TransportFailure failureOf(CURLcode code) {
@@ -108,7 +108,10 @@ class HeaderLines {
     // made it, and `Expect` would cost each larger upload a pause.
     for (const char* own : {"Accept:", "Content-Type:", "Expect:"}) add(own);
     for (const auto& [name, value] : headers) {
-      if (!trimmed(value).empty()) add((name + ": " + value).c_str());
+      if (trimmed(value).empty()) continue;
+      std::string line(name);
+      line.append(": ").append(value);
+      add(line.c_str());
     }
   }
   ~HeaderLines() { curl_slist_free_all(lines_); }

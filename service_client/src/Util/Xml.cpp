@@ -1,5 +1,6 @@
 #include "Util/Xml.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -9,6 +10,10 @@ namespace CloudStorage::Util::Xml {
 namespace {
 
 constexpr int kMaxDepth = 64;
+
+/// A document takes some 60 bytes for each tag, so that a body of nothing but tags would grow to
+/// many times its size. The longest listings have some ten tags an entry and thousands of entries.
+constexpr std::ptrdiff_t kMaxTags = 2'000'000;
 
 /// The document type is parsed only to be noticed. White space between elements is dropped; where
 /// it is all that an element holds it is a value.
@@ -63,51 +68,41 @@ const char* objectionTo(std::string_view body) {
   if (start == std::string_view::npos) return "it is empty";
   if (body[start] != '<') return "it does not begin with an element";
   if (body.find('\0') != std::string_view::npos) return "it holds a byte of value 0";
+  if (std::count(body.begin(), body.end(), '<') > kMaxTags) return "it has too many elements";
   if (hasBadCharacterReference(body)) return "it holds a reference to no character";
   return nullptr;
 }
 
-/// The node after `node` in document order below `root`; a null node after the last. Goes by links,
-/// as a hostile document can be nested deeper than the stack.
-pugi::xml_node nextNode(pugi::xml_node node, pugi::xml_node root, int& depth) {
-  if (const pugi::xml_node down = node.first_child()) {
-    ++depth;
-    return down;
+/// Stops at an element that is too deep. The parser's own walk goes by links, as a hostile document
+/// can be nested deeper than the stack.
+class DepthCheck : public pugi::xml_tree_walker {
+ public:
+  bool for_each(pugi::xml_node& node) override {  // the root element has depth 0
+    return depth() < kMaxDepth || node.type() != pugi::node_element;
   }
-  while (node != root && !node.next_sibling()) {
-    node = node.parent();
-    --depth;
-  }
-  return node == root ? pugi::xml_node() : node.next_sibling();
-}
-
-bool isDeeperThan(int limit, pugi::xml_node root) {
-  int depth = 1;
-  for (pugi::xml_node node = root; node; node = nextNode(node, root, depth)) {
-    if (depth > limit && node.type() == pugi::node_element) return true;
-  }
-  return false;
-}
+};
 
 /// Why `document` is not to be used; null if it is.
-const char* objectionTo(const pugi::xml_document& document) {
+const char* objectionTo(pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node node : document.children()) {
     if (node.type() == pugi::node_doctype) return "it has a document type definition";
     if (node.type() == pugi::node_element) ++elements;
   }
   if (elements != 1) return "it has more than one root element";
-  if (isDeeperThan(kMaxDepth, document.document_element())) return "its elements are too deep";
+  DepthCheck depthCheck;
+  if (!document.traverse(depthCheck)) return "its elements are too deep";
   return nullptr;
 }
 
 Status failure(const std::string& reason) { return {1, "The XML cannot be used: " + reason + "."}; }
 
-std::string_view localNameOf(pugi::xml_node node) {
-  std::string_view name = node.name();
-  const std::size_t colon = name.find(':');
-  if (colon != std::string_view::npos) name.remove_prefix(colon + 1);
-  return name;
+/// Whether `name` is `localName`, with or without a prefix.
+bool endsInLocalName(std::string_view name, std::string_view localName) {
+  if (name.size() < localName.size()) return false;
+  const std::size_t start = name.size() - localName.size();
+  if (name.substr(start) != localName) return false;
+  return start == 0 || name.find(':') == start - 1;
 }
 
 pugi::xml_node firstNamed(pugi::xml_node node, std::string_view localName) {
@@ -139,7 +134,8 @@ Status parse(std::string& body, pugi::xml_document& document) {
 }
 
 bool isNamed(pugi::xml_node node, std::string_view localName) {
-  return node.type() == pugi::node_element && localNameOf(node) == localName;
+  // The name first: among siblings it seldom fits, and then the node need not be looked at again.
+  return endsInLocalName(node.name(), localName) && node.type() == pugi::node_element;
 }
 
 pugi::xml_node child(pugi::xml_node parent, std::string_view localName) {
@@ -152,7 +148,7 @@ pugi::xml_node nextSibling(pugi::xml_node node, std::string_view localName) {
 
 std::string text(pugi::xml_node element) {
   std::string pieces;
-  for (const pugi::xml_node piece : element.children()) {
+  for (auto piece = element.first_child(); piece; piece = piece.next_sibling()) {
     if (isText(piece)) pieces += piece.value();
   }
   return pieces;

@@ -27,10 +27,10 @@ std::string codeOf(std::string_view summary) {
   return std::string(summary.substr(0, summary.find_last_not_of("/.") + 1));
 }
 
-/// One sentence that says what is wrong with a request; neither a page nor a broken JSON answer.
+/// A sentence that says what is wrong with a request; no page and no JSON of another form.
 std::string plainTextOf(std::string_view body) {
   std::string text = Util::oneLine(Util::skipByteOrderMark(body), kPlainTextLimit);
-  if (!text.empty() && (text.front() == '<' || text.front() == '{')) text.clear();
+  if (text.find_first_of("<{[") == 0) text.clear();
   return text;
 }
 

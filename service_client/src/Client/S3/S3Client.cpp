@@ -23,11 +23,11 @@ class ListBucketsRequest : public S3Request {
 // Some stores answer an error with a success status.
 std::optional<Error> checkRoot(pugi::xml_node root, const char* expected) {
   if (Util::Xml::isNamed(root, expected)) return std::nullopt;
-  if (!Util::Xml::isNamed(root, "Error")) {
+  const std::string code = Util::Xml::text(Util::Xml::child(root, "Code"));
+  if (!Util::Xml::isNamed(root, "Error") || code.empty()) {
     return localError("MalformedResponse", std::string("The answer is no ") + expected);
   }
-  Error error = localError(Util::Xml::text(Util::Xml::child(root, "Code")),
-                           Util::Xml::text(Util::Xml::child(root, "Message")));
+  Error error = localError(code, Util::Xml::text(Util::Xml::child(root, "Message")));
   error.errorType = CoreErrors::Rejected;
   return error;
 }
@@ -47,9 +47,14 @@ std::optional<Error> parseBucketList(Http::Response& response, Model::ListBucket
   return std::nullopt;
 }
 
-std::optional<Error> acceptAnything(Http::Response& /*response*/,
-                                    Model::CreateBucketResult& /*result*/) {
-  return std::nullopt;
+// The services answer with nothing. What else comes is an error, or a page of somebody on the way.
+std::optional<Error> parseCreation(Http::Response& response,
+                                   Model::CreateBucketResult& /*result*/) {
+  if (response.body.empty()) return std::nullopt;
+  pugi::xml_document document;
+  const auto parsed = Util::Xml::parse(response.body, document);
+  if (!parsed.isSuccess()) return localError("MalformedResponse", parsed.toString());
+  return checkRoot(document.document_element(), "CreateBucketResult");
 }
 
 Error unusableEndpoint() {
@@ -151,7 +156,7 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
                                                            ? S3Conduct::RegionCorrection::ThisCall
                                                            : S3Conduct::RegionCorrection::Never);
   return own.call.send<Model::CreateBucketResult>(Http::Method::Put, target.uri, request, conduct,
-                                                  acceptAnything);
+                                                  parseCreation);
 }
 
 }  // namespace CloudStorage::Client::S3

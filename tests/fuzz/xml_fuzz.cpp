@@ -1,0 +1,42 @@
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "Util/Xml.h"
+#include "error_checks.h"
+
+namespace {
+
+namespace Xml = CloudStorage::Util::Xml;
+using ErrorChecks::require;
+
+void checkDocument(std::string body) {
+  const std::size_t size = body.size();
+  pugi::xml_document document;
+  if (!Xml::parse(body, document).isSuccess()) {
+    require(!document.first_child());
+    return;
+  }
+  const pugi::xml_node root = document.document_element();
+  require(root.type() == pugi::node_element);
+  for (const auto name : {"Buckets", "Bucket", "Code", ""}) {
+    for (auto node = Xml::child(root, name); node; node = Xml::nextSibling(node, name)) {
+      require(Xml::isNamed(node, name));
+      require(Xml::text(node).size() <= size);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view body(reinterpret_cast<const char*>(data), size);
+  checkDocument(std::string(body));
+  ErrorChecks::checkMarshaller(CloudStorage::Client::S3::S3ErrorMarshaller(), 409, body);
+  ErrorChecks::checkMarshaller(CloudStorage::Client::AzureSSB::AzureSSBErrorMarshaller(), 409,
+                               body);
+  return 0;
+}

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
+#include "support/error_answers.h"
+
+namespace {
+
+using CloudStorage::Client::CoreErrors;
+using CloudStorage::Client::Error;
+using CloudStorage::Client::Dropbox::DropboxErrorMarshaller;
+using CloudStorage::Http::Method;
+using ErrorAnswers::answer;
+using ErrorAnswers::Expectation;
+
+Error marshall(const CloudStorage::Http::Response& response) {
+  return DropboxErrorMarshaller().marshall(response, Method::Post);
+}
+
+std::string body(const std::string& summary) {
+  return R"({"error_summary":")" + summary + R"(","error":{".tag":"other"}})";
+}
+
+const Expectation kExpectations[] = {
+    {400, "", CoreErrors::InvalidRequest, false},
+    {401, "expired_access_token", CoreErrors::NotAuthenticated, false},
+    {401, "invalid_access_token", CoreErrors::NotAuthenticated, false},
+    {401, "invalid_select_user", CoreErrors::NotAuthenticated, false},
+    {401, "user_suspended", CoreErrors::AccountProblem, false},
+    {401, "missing_scope", CoreErrors::AccessDenied, false},
+    {401, "route_access_denied", CoreErrors::AccessDenied, false},
+    {403, "invalid_account_type", CoreErrors::AccountProblem, false},
+    {403, "paper_access_denied", CoreErrors::AccessDenied, false},
+    {409, "path/not_found", CoreErrors::NotFound, false},
+    {409, "path/malformed_path", CoreErrors::InvalidRequest, false},
+    {409, "path/conflict/folder", CoreErrors::Conflict, false},
+    {409, "path/conflict/file", CoreErrors::Conflict, false},
+    {409, "path/no_write_permission", CoreErrors::AccessDenied, false},
+    {409, "path/insufficient_space", CoreErrors::QuotaExceeded, false},
+    {409, "reset", CoreErrors::Conflict, false},
+    {422, "invalid_root", CoreErrors::InvalidRequest, false},
+    {422, "no_permission", CoreErrors::AccessDenied, false},
+    {429, "too_many_requests", CoreErrors::Throttled, true},
+    {429, "too_many_write_operations", CoreErrors::Throttled, true},
+    {500, "", CoreErrors::ServiceFailure, true},
+    {502, "", CoreErrors::ServiceFailure, true},
+    {503, "", CoreErrors::ServiceFailure, true},
+    {504, "", CoreErrors::ServiceFailure, true},
+};
+
+class DropboxError : public testing::TestWithParam<Expectation> {};
+
+TEST_P(DropboxError, HasTheTypeAndFlagOfItsRow) {
+  const Expectation& row = GetParam();
+  const Error error = marshall(answer(row.status, row.code.empty() ? "" : body(row.code + "/...")));
+  EXPECT_EQ(error.errorType, row.type);
+  EXPECT_EQ(error.retryable, row.retryable);
+  EXPECT_EQ(error.httpResponseCode, row.status);
+  EXPECT_EQ(error.exceptionName, row.code.empty() ? "HTTP" + std::to_string(row.status) : row.code);
+}
+
+TEST_P(DropboxError, MayGrowFurtherSegments) {
+  const Expectation& row = GetParam();
+  if (row.code.empty()) {
+    EXPECT_EQ(marshall(answer(row.status, body("new/.."))).errorType, row.type);
+  } else {
+    EXPECT_EQ(marshall(answer(row.status, body(row.code + "/new/.."))).errorType, row.type);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DropboxError, testing::ValuesIn(kExpectations),
+                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+
+TEST(DropboxErrorMarshaller, TrailingSlashesAndDotsAreNoPartOfTheName) {
+  EXPECT_EQ(marshall(answer(409, body("path/conflict/folder/..."))).exceptionName,
+            "path/conflict/folder");
+  EXPECT_EQ(marshall(answer(401, body("missing_scope/."))).exceptionName, "missing_scope");
+  EXPECT_EQ(marshall(answer(401, body("missing_scope/"))).exceptionName, "missing_scope");
+  EXPECT_EQ(marshall(answer(401, body("missing_scope"))).exceptionName, "missing_scope");
+}
+
+TEST(DropboxErrorMarshaller, SummaryOfDotsIsNoName) {
+  EXPECT_EQ(marshall(answer(409, body("..."))).exceptionName, "HTTP409");
+}
+
+TEST(DropboxErrorMarshaller, SummaryIsTheMessage) {
+  EXPECT_EQ(marshall(answer(409, body("path/not_found/.."))).message, "path/not_found/..");
+}
+
+TEST(DropboxErrorMarshaller, MessageMadeForTheUserIsPreferred) {
+  const Error error = marshall(answer(
+      409,
+      R"({"error_summary":"path/conflict/..","user_message":{"locale":"en","text":"Taken"}})"));
+  EXPECT_EQ(error.exceptionName, "path/conflict");
+  EXPECT_EQ(error.message, "Taken");
+}
+
+TEST(DropboxErrorMarshaller, UserMessageOfAnotherTypeIsIgnored) {
+  const Error error =
+      marshall(answer(409, R"({"error_summary":"path/conflict/..","user_message":"Taken"})"));
+  EXPECT_EQ(error.message, "path/conflict/..");
+}
+
+TEST(DropboxErrorMarshaller, PlainTextIsBadInput) {
+  const Error error = marshall(answer(400, "Error in call to API function: bad\nfield\n"));
+  EXPECT_EQ(error.errorType, CoreErrors::InvalidRequest);
+  EXPECT_EQ(error.exceptionName, "bad_input");
+  EXPECT_EQ(error.message, "Error in call to API function: bad field");
+}
+
+TEST(DropboxErrorMarshaller, LongPlainTextIsCut) {
+  EXPECT_EQ(marshall(answer(400, std::string(1000, 'x'))).message, std::string(256, 'x'));
+}
+
+TEST(DropboxErrorMarshaller, PlainTextOfAnotherStatusIsTheMessageOnly) {
+  const Error error = marshall(answer(429, "Slow down"));
+  EXPECT_EQ(error.errorType, CoreErrors::Throttled);
+  EXPECT_EQ(error.exceptionName, "HTTP429");
+  EXPECT_EQ(error.message, "Slow down");
+}
+
+TEST(DropboxErrorMarshaller, PageIsNotEchoed) {
+  for (const auto page :
+       {"<html><body>Bad request</body></html>", "\xEF\xBB\xBF\n <!DOCTYPE html>"}) {
+    const Error error = marshall(answer(400, page));
+    EXPECT_EQ(error.exceptionName, "HTTP400");
+    EXPECT_EQ(error.message, "Bad Request");
+  }
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#include "Util/Json.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace std::string_literals;
+using CloudStorage::Util::Json::texts;
+using testing::ElementsAre;
+
+std::string textAt(std::string_view body, std::string_view path) { return texts(body, {path})[0]; }
+
+std::string nested(std::size_t depth) {
+  std::string body;
+  for (std::size_t level = 1; level < depth; ++level) body += R"({"in":)";
+  body += R"({"name":"x"})";
+  return body + std::string(depth - 1, '}');
+}
+
+std::string pathInto(std::size_t depth) {
+  std::string path;
+  for (std::size_t level = 1; level < depth; ++level) path += "in/";
+  return path + "name";
+}
+
+TEST(JsonTexts, OneTextForEachPathInItsOrder) {
+  EXPECT_THAT(texts(R"({"a":"1","b":{"c":"2"}})", {"b/c", "missing", "a"}),
+              ElementsAre("2", "", "1"));
+}
+
+TEST(JsonTexts, ElementsOfArraysGoByNumber) {
+  const auto body = R"({"errors":[{"reason":"first"},{"reason":"second"}]})";
+  EXPECT_EQ(textAt(body, "errors/0/reason"), "first");
+  EXPECT_EQ(textAt(body, "errors/1/reason"), "second");
+  EXPECT_EQ(textAt(body, "errors/2/reason"), "");
+  EXPECT_EQ(textAt(body, "errors/first/reason"), "");
+}
+
+TEST(JsonTexts, NumberNamesAMemberOfAnObject) { EXPECT_EQ(textAt(R"({"0":"x"})", "0"), "x"); }
+
+TEST(JsonTexts, OtherTypesReadAsEmpty) {
+  for (const auto value : {"1", "1.5", "true", "null", "{}", "[]", R"(["x"])"}) {
+    EXPECT_EQ(textAt(R"({"a":)"s + value + "}", "a"), "") << value;
+  }
+}
+
+TEST(JsonTexts, PathThroughAStringReadsAsEmpty) { EXPECT_EQ(textAt(R"({"a":"x"})", "a/b"), ""); }
+
+TEST(JsonTexts, LastOfDuplicateMembersCounts) {
+  EXPECT_EQ(textAt(R"({"a":"first","a":"last"})", "a"), "last");
+  EXPECT_EQ(textAt(R"({"a":{"b":"first"},"a":{}})", "a/b"), "");
+}
+
+TEST(JsonTexts, EscapesAreDecoded) {
+  EXPECT_EQ(textAt(R"({"a":"\u00e9\ud83d\ude00\n\"\\"})", "a"), "\u00e9\U0001F600\n\"\\");
+}
+
+TEST(JsonTexts, EscapedZeroIsPartOfTheText) {
+  EXPECT_EQ(textAt(R"({"a":"x\u0000y"})", "a"), "x\0y"s);
+}
+
+TEST(JsonTexts, ByteOrderMarkIsSkipped) {
+  EXPECT_EQ(textAt("\xEF\xBB\xBF{\"a\":\"x\"}", "a"), "x");
+}
+
+TEST(JsonTexts, InvalidUtf8IsReplaced) {
+  EXPECT_EQ(textAt("{\"a\":\"caf\xe9\",\"b\":\"\xff\"}", "a"), "caf?");
+}
+
+TEST(JsonTexts, WhatIsNoObjectReadsAsEmpty) {
+  for (const auto& body :
+       {""s, " "s, "text"s, "\"a\""s, "[{\"a\":\"x\"}]"s, "{\"a\":\"x\""s, "{\"a\":\"x"s,
+        "{\"a\":\"x\"} junk"s, "{\"a\":\"x\"}{}"s, "<html/>"s, "{\"a\":\"x\"}\0"s, "\0"s,
+        "{\"a\":\"x\",\"b\":\"\0\"}"s, "{a:\"x\"}"s}) {
+    EXPECT_EQ(textAt(body, "a"), "") << body;
+  }
+}
+
+TEST(JsonTexts, NestingIsLimitedTo64) {
+  EXPECT_EQ(textAt(nested(64), pathInto(64)), "x");
+  EXPECT_EQ(textAt(nested(65), pathInto(65)), "");
+}
+
+TEST(JsonTexts, HostileNestingReadsAsEmpty) {
+  EXPECT_EQ(textAt(nested(100000), "in"), "");
+  EXPECT_EQ(textAt(std::string(100000, '['), "in"), "");
+  EXPECT_EQ(textAt("{\"a\":\"x\",\"b\":" + std::string(100000, '[') + "}", "a"), "");
+}
+
+TEST(JsonTexts, LongTextArrivesWhole) {
+  const std::string value(1 << 20, 'x');
+  EXPECT_EQ(textAt("{\"a\":\"" + value + "\"}", "a"), value);
+}
+
+}  // namespace

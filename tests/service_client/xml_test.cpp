@@ -1,0 +1,258 @@
+#include "Util/Xml.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace {
+
+using namespace std::string_literals;
+namespace Xml = CloudStorage::Util::Xml;
+
+/// A document with the text it points into.
+struct Parsed {
+  explicit Parsed(std::string text) : body(std::move(text)), status(Xml::parse(body, document)) {}
+
+  pugi::xml_node root() const { return document.document_element(); }
+
+  std::string body;
+  pugi::xml_document document;
+  CloudStorage::Util::Status status;
+};
+
+std::string rootText(const std::string& body) {
+  const Parsed parsed(body);
+  EXPECT_TRUE(parsed.status.isSuccess()) << parsed.status.toString();
+  return Xml::text(parsed.root());
+}
+
+std::string refusal(const std::string& body) {
+  const Parsed parsed(body);
+  EXPECT_FALSE(parsed.status.isSuccess());
+  EXPECT_FALSE(parsed.document.first_child()) << "a refused document must be empty";
+  return parsed.status.toString();
+}
+
+std::string nested(std::size_t depth, const std::string& inside) {
+  std::string body;
+  for (std::size_t level = 0; level < depth; ++level) body += "<a>";
+  body += inside;
+  for (std::size_t level = 0; level < depth; ++level) body += "</a>";
+  return body;
+}
+
+TEST(XmlParse, DeclarationCommentsAndInstructionsAreSkipped) {
+  const Parsed parsed("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- c -->\n<?p i?><a/>\n");
+  ASSERT_TRUE(parsed.status.isSuccess());
+  EXPECT_TRUE(Xml::isNamed(parsed.root(), "a"));
+}
+
+TEST(XmlParse, ByteOrderMarkIsSkipped) {
+  EXPECT_EQ(rootText("\xEF\xBB\xBF<?xml version=\"1.0\"?><a>x</a>"), "x");
+  EXPECT_EQ(rootText("\xEF\xBB\xBF<a>x</a>"), "x");
+}
+
+TEST(XmlParse, WhiteSpaceBeforeTheRootIsSkipped) { EXPECT_EQ(rootText("\r\n <a>x</a>"), "x"); }
+
+TEST(XmlParse, DocumentPointsIntoTheBody) {
+  Parsed parsed("<a>some text</a>");
+  const char* value = parsed.root().first_child().value();
+  EXPECT_GE(value, parsed.body.data());
+  EXPECT_LT(value, parsed.body.data() + parsed.body.size());
+}
+
+TEST(XmlParse, FailureEmptiesADocumentThatWasInUse) {
+  Parsed parsed("<a/>");
+  std::string bad = "<a>";
+  EXPECT_FALSE(Xml::parse(bad, parsed.document).isSuccess());
+  EXPECT_FALSE(parsed.document.first_child());
+}
+
+TEST(XmlParse, DocumentTypeDefinitionIsRefused) {
+  const std::string reason = "The XML cannot be used: it has a document type definition.";
+  EXPECT_EQ(refusal("<!DOCTYPE a><a/>"), reason);
+  EXPECT_EQ(refusal("<?xml version=\"1.0\"?>\n<!DOCTYPE a SYSTEM \"http://127.0.0.1/x\"><a/>"),
+            reason);
+  EXPECT_EQ(refusal("<!DOCTYPE a [<!ENTITY b \"c\"><!ENTITY d \"&b;&b;\">]><a>&d;</a>"), reason);
+}
+
+TEST(XmlParse, DocumentTypeDefinitionInsideAnElementIsRefused) { refusal("<a><!DOCTYPE a></a>"); }
+
+TEST(XmlParse, DeeplyNestedDocumentTypeDefinitionIsRefused) {
+  std::string groups;
+  for (int level = 0; level < 100000; ++level) groups += "<![INCLUDE[";
+  refusal("<!DOCTYPE a [" + groups + "]><a/>");
+}
+
+TEST(XmlParse, UndeclaredEntityIsPlainText) { EXPECT_EQ(rootText("<a>&other;</a>"), "&other;"); }
+
+TEST(XmlParse, WhatIsNoXmlIsRefused) {
+  EXPECT_EQ(refusal(""), "The XML cannot be used: it is empty.");
+  EXPECT_EQ(refusal("\xEF\xBB\xBF"), "The XML cannot be used: it is empty.");
+  EXPECT_EQ(refusal(" \n"), "The XML cannot be used: it is empty.");
+  EXPECT_EQ(refusal("{\"a\":1}"), "The XML cannot be used: it does not begin with an element.");
+  EXPECT_EQ(refusal("text <a/>"), "The XML cannot be used: it does not begin with an element.");
+}
+
+TEST(XmlParse, BrokenXmlIsRefused) {
+  for (const auto body : {"<", "<a", "<a>", "<a><b></a>", "<a></b>", "<a", "<a x=1/>", "<a x='1/>",
+                          "<a><!-- </a>", "<a><![CDATA[ </a>", "<?xml", "<?xml version=\"1.0\"?>",
+                          "<!-- only a comment -->", "<html><body><p>text<br></body></html>"}) {
+    EXPECT_NE(refusal(body), "") << body;
+  }
+}
+
+TEST(XmlParse, SecondRootIsRefused) {
+  EXPECT_EQ(refusal("<a/><b/>"), "The XML cannot be used: it has more than one root element.");
+}
+
+TEST(XmlParse, ZeroByteIsRefused) {
+  const std::string reason = "The XML cannot be used: it holds a byte of value 0.";
+  EXPECT_EQ(refusal("<a>x\0y</a>"s), reason);
+  EXPECT_EQ(refusal("<a/>\0"s), reason);
+  EXPECT_EQ(refusal("<a>\0</a>"s), reason);
+}
+
+TEST(XmlParse, Utf16IsRefused) { refusal("\xFF\xFE<\0a\0/\0>\0"s); }
+
+TEST(XmlParse, NestingIsLimitedTo64) {
+  EXPECT_TRUE(Parsed(nested(64, "")).status.isSuccess());
+  EXPECT_TRUE(Parsed(nested(64, "text")).status.isSuccess());
+  const std::string reason = "The XML cannot be used: its elements are too deep.";
+  EXPECT_EQ(refusal(nested(65, "")), reason);
+  EXPECT_EQ(refusal(nested(64, "text<b/>")), reason);
+  EXPECT_EQ(refusal("<a><b/>" + nested(64, "") + "</a>"), reason);
+}
+
+// A tree of this many elements would take a hundred times the memory of its text.
+TEST(XmlParse, MoreElementsThanAnyListingHasAreRefused) {
+  std::string body = "<a>";
+  for (int i = 0; i < 2'000'000; ++i) body += "<b/>";
+  EXPECT_EQ(refusal(body + "</a>"), "The XML cannot be used: it has too many elements.");
+}
+
+TEST(XmlParse, HostileNestingIsRefused) {
+  refusal(nested(100000, ""));
+  refusal(nested(100000, "text"));
+  std::string open;
+  for (int level = 0; level < 100000; ++level) open += "<a>";
+  refusal(open);
+}
+
+TEST(XmlParse, ManySiblingsAreRead) {
+  std::string body = "<list>";
+  for (int entry = 0; entry < 1000; ++entry) body += "<e>" + std::to_string(entry) + "</e>";
+  const Parsed parsed(body + "</list>");
+  ASSERT_TRUE(parsed.status.isSuccess());
+  int count = 0;
+  for (auto node = Xml::child(parsed.root(), "e"); node; node = Xml::nextSibling(node, "e")) {
+    EXPECT_EQ(Xml::text(node), std::to_string(count++));
+  }
+  EXPECT_EQ(count, 1000);
+}
+
+TEST(XmlReferences, PredefinedEntitiesAndCharactersAreDecoded) {
+  EXPECT_EQ(rootText("<a>&amp;&lt;&gt;&quot;&apos;&#65;&#x42;&#233;&#x1F600;</a>"),
+            "&<>\"'AB\u00e9\U0001F600");
+}
+
+TEST(XmlReferences, ControlCharactersAreDecoded) {
+  EXPECT_EQ(rootText("<a>x&#x1b;y&#1;z&#31;</a>"), "x\x1by\x01z\x1f");
+  EXPECT_EQ(rootText("<a>&#13;&#10;&#9;</a>"), "\r\n\t");
+}
+
+TEST(XmlReferences, NonCharactersThatUtf8CanHoldAreDecoded) {
+  EXPECT_EQ(rootText("<a>&#xFFFE;&#xFFFF;&#x10FFFF;</a>"), "\ufffe\uffff\U0010ffff");
+}
+
+class XmlBadReference : public testing::TestWithParam<const char*> {};
+
+TEST_P(XmlBadReference, IsRefused) {
+  const std::string reason = "The XML cannot be used: it holds a reference to no character.";
+  EXPECT_EQ(refusal("<a>ok &#65; x"s + GetParam() + "y</a>"), reason);
+  EXPECT_EQ(refusal("<a b='"s + GetParam() + "'/>"), reason);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, XmlBadReference,
+                         testing::Values("&#0;", "&#x0;", "&#00000;", "&#xD800;", "&#xDFFF;",
+                                         "&#55296;", "&#x110000;", "&#1114112;", "&#4294967296;",
+                                         "&#99999999999999999999999;", "&#;", "&#x;", "&#xG;",
+                                         "&#1A;", "&#12", "&#-1;", "&# 1;", "&#X41;"));
+
+TEST(XmlReferences, ReferenceAtTheVeryEndIsRefused) {
+  refusal("<a>&#");
+  refusal("<a>&#x");
+  refusal("<a>&#6");
+}
+
+TEST(XmlText, BlanksAreKept) {
+  EXPECT_EQ(rootText("<a>  two words \n</a>"), "  two words \n");
+  EXPECT_EQ(rootText("<a>   </a>"), "   ");
+  EXPECT_EQ(rootText("<a>&#32;</a>"), " ");
+}
+
+TEST(XmlText, LineBreaksBecomeLineFeeds) { EXPECT_EQ(rootText("<a>x\r\ny\rz</a>"), "x\ny\nz"); }
+
+TEST(XmlText, PiecesAreAppended) {
+  EXPECT_EQ(rootText("<a>one<!-- c --> two<?p i?> three</a>"), "one two three");
+  EXPECT_EQ(rootText("<a>one<b>inside</b>two</a>"), "onetwo");
+}
+
+TEST(XmlText, CharacterDataSectionsAreText) {
+  EXPECT_EQ(rootText("<a>x<![CDATA[<&amp;> ]]>y<![CDATA[ ]]></a>"), "x<&amp;> y ");
+}
+
+TEST(XmlText, NullNodeAndEmptyElementHaveNone) {
+  EXPECT_EQ(Xml::text(pugi::xml_node()), "");
+  EXPECT_EQ(rootText("<a/>"), "");
+  EXPECT_EQ(rootText("<a></a>"), "");
+  EXPECT_EQ(rootText("<a>\n  <b/>\n</a>"), "");
+}
+
+TEST(XmlText, InvalidUtf8IsHandedOnUnchanged) {
+  EXPECT_EQ(rootText("<a>\xff\xe9</a>"), "\xff\xe9");
+}
+
+TEST(XmlNames, NamespaceAndPrefixDoNotMatter) {
+  for (const auto body :
+       {"<L><B>x</B></L>", "<L xmlns=\"urn:one\"><B>x</B></L>",
+        "<s:L xmlns:s=\"urn:one\"><s:B>x</s:B></s:L>", "<s:L><t:B>x</t:B></s:L>"}) {
+    const Parsed parsed(body);
+    EXPECT_TRUE(Xml::isNamed(parsed.root(), "L")) << body;
+    EXPECT_EQ(Xml::text(Xml::child(parsed.root(), "B")), "x") << body;
+  }
+}
+
+TEST(XmlNames, WholeLocalNameIsCompared) {
+  const Parsed parsed("<Buckets><Buck/><Bucketed/><bucket/><x:Bucket/></Buckets>");
+  EXPECT_FALSE(Xml::isNamed(parsed.root(), "Bucket"));
+  EXPECT_FALSE(Xml::isNamed(parsed.root(), ""));
+  EXPECT_STREQ(Xml::child(parsed.root(), "Bucket").name(), "x:Bucket");
+}
+
+TEST(XmlNames, OnlyElementsHaveNames) {
+  const Parsed parsed("<a>text</a>");
+  EXPECT_FALSE(Xml::isNamed(pugi::xml_node(), ""));
+  EXPECT_FALSE(Xml::isNamed(parsed.root().first_child(), ""));
+  EXPECT_FALSE(Xml::child(parsed.root(), ""));
+}
+
+TEST(XmlNames, NullNodesHaveNoRelatives) {
+  EXPECT_FALSE(Xml::child(pugi::xml_node(), "a"));
+  EXPECT_FALSE(Xml::nextSibling(pugi::xml_node(), "a"));
+}
+
+TEST(XmlNames, NextSiblingSkipsOthers) {
+  const Parsed parsed("<l><a>1</a><b/>text<a>2</a><b/></l>");
+  const auto first = Xml::child(parsed.root(), "a");
+  const auto second = Xml::nextSibling(first, "a");
+  EXPECT_EQ(Xml::text(second), "2");
+  EXPECT_FALSE(Xml::nextSibling(second, "a"));
+}
+
+TEST(XmlNames, GrandchildrenAreNoChildren) {
+  EXPECT_FALSE(Xml::child(Parsed("<l><a><b/></a></l>").root(), "b"));
+}
+
+}  // namespace
