@@ -1,0 +1,271 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "Auth/OAuth2TokenEndpoint.h"
+#include "support/scripted_transport.h"
+
+namespace {
+
+using CloudStorage::Auth::OAuth2ClientSpec;
+using CloudStorage::Auth::OAuth2TokenEndpoint;
+using CloudStorage::Auth::TokenRefresher;
+using CloudStorage::Http::Method;
+using CloudStorage::Http::Response;
+using CloudStorage::Util::Status;
+using Kind = CloudStorage::Http::TransportFailure::Kind;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
+
+constexpr char kRefreshToken[] = "Atzr|a+b/c=~ d";
+constexpr char kClientSecret[] = "secret~&.value";
+
+OAuth2ClientSpec clientSpec() {
+  OAuth2ClientSpec spec;
+  spec.clientId = "client:id";
+  spec.clientSecret = kClientSecret;
+  spec.redirectUri = "https://example.test/redirect.php";
+  spec.authorizationEndpoint = "https://login.example.test/authorize";
+  spec.tokenEndpoint = "https://login.example.test/oauth2/token?tenant=a%20b";
+  return spec;
+}
+
+Response jsonAnswer(int status, std::string body) {
+  return TestSupport::answer(status, std::move(body),
+                             {{"content-type", "application/json;charset=UTF-8"}});
+}
+
+Response unreachable(bool requestMayHaveRun) {
+  return TestSupport::noAnswer(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "no route",
+                               requestMayHaveRun);
+}
+
+class OAuth2TokenEndpointTest : public ::testing::Test {
+ protected:
+  Status refresh() { return endpoint.refresh(kRefreshToken, tokens); }
+
+  Status refreshAnsweredWith(Response response) {
+    transport->enqueue(std::move(response));
+    return refresh();
+  }
+
+  void expectMalformed(Response response, const std::string& text) {
+    const int httpStatus = response.status;
+    const auto status = refreshAnsweredWith(std::move(response));
+    EXPECT_FALSE(status.isSuccess());
+    EXPECT_EQ(status.getCode(), httpStatus);
+    EXPECT_EQ(status.toString(), text);
+    EXPECT_THAT(tokens.accessToken, IsEmpty());
+    EXPECT_THAT(tokens.refreshToken, IsEmpty());
+  }
+
+  std::shared_ptr<TestSupport::ScriptedTransport> transport =
+      std::make_shared<TestSupport::ScriptedTransport>();
+  OAuth2TokenEndpoint endpoint{clientSpec(), transport};
+  TokenRefresher::Tokens tokens;
+};
+
+TEST_F(OAuth2TokenEndpointTest, RefreshPostsAForm) {
+  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})")).isSuccess());
+
+  const auto requests = transport->requests();
+  ASSERT_EQ(requests.size(), 1U);
+  EXPECT_EQ(requests[0].method, Method::Post);
+  EXPECT_EQ(requests[0].uri.toString(), "https://login.example.test/oauth2/token?tenant=a%20b");
+  EXPECT_THAT(requests[0].headers,
+              UnorderedElementsAre(Pair("content-type", "application/x-www-form-urlencoded"),
+                                   Pair("accept", "application/json")));
+  EXPECT_EQ(requests[0].body,
+            "grant_type=refresh_token&refresh_token=Atzr%7Ca%2Bb%2Fc%3D~%20d"
+            "&client_id=client%3Aid&client_secret=secret~%26.value");
+}
+
+TEST_F(OAuth2TokenEndpointTest, ReadsBothTokens) {
+  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({
+      "access_token": "ya29.a0Af", "expires_in": "3599", "refresh_token": "1\/\/0g",
+      "scope": "a b", "token_type": "Bearer", "unknown": {"access_token": [1, null]}})"))
+                  .isSuccess());
+  EXPECT_EQ(tokens.accessToken, "ya29.a0Af");
+  EXPECT_EQ(tokens.refreshToken, "1//0g");
+}
+
+TEST_F(OAuth2TokenEndpointTest, AbsentEmptyOrNullRefreshTokenIsNone) {
+  for (const auto* member : {"", R"(,"refresh_token":"")", R"(,"refresh_token":null)"}) {
+    SCOPED_TRACE(member);
+    tokens.refreshToken = "left over";
+    EXPECT_TRUE(
+        refreshAnsweredWith(jsonAnswer(200, std::string(R"({"access_token":"a")") + member + "}"))
+            .isSuccess());
+    EXPECT_EQ(tokens.accessToken, "a");
+    EXPECT_THAT(tokens.refreshToken, IsEmpty());
+  }
+}
+
+TEST_F(OAuth2TokenEndpointTest, TokenTypeIsComparedWithoutCase) {
+  for (const auto* type : {"bearer", "Bearer", "BEARER"}) {
+    SCOPED_TRACE(type);
+    EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, std::string(R"({"access_token":"a",)") +
+                                                        R"("token_type":")" + type + R"("})"))
+                    .isSuccess());
+  }
+  tokens = {};
+  expectMalformed(jsonAnswer(200, R"({"access_token":"a","token_type":"mac"})"),
+                  "MalformedResponse: the access token is no bearer token");
+}
+
+TEST_F(OAuth2TokenEndpointTest, AnswerWithoutAUsableAccessTokenIsAFailure) {
+  for (const auto* body :
+       {"", "{}", "[]", R"(["access_token"])", R"({"access_token":""})", R"({"access_token":null})",
+        R"({"access_token":5})", R"({"access_token":"a")", R"({"access_token":"a"} trailing)",
+        R"({"inner":{"access_token":"a"}})"}) {
+    SCOPED_TRACE(body);
+    expectMalformed(jsonAnswer(200, body), "MalformedResponse: the answer holds no access token");
+  }
+}
+
+TEST_F(OAuth2TokenEndpointTest, ContentTypeMustNotContradict) {
+  const std::string body = R"({"access_token":"a"})";
+  expectMalformed(TestSupport::answer(200, body, {{"content-type", "text/html"}}),
+                  "MalformedResponse: the answer is not JSON");
+  EXPECT_TRUE(
+      refreshAnsweredWith(TestSupport::answer(200, body, {{"content-type", "Application/JSON"}}))
+          .isSuccess());
+  EXPECT_TRUE(refreshAnsweredWith(TestSupport::answer(200, body)).isSuccess());
+}
+
+TEST_F(OAuth2TokenEndpointTest, TokensThatWouldBreakAHeaderAreRefused) {
+  for (const auto* body :
+       {R"({"access_token":"a\r\nx: y"})", R"({"access_token":"a\n"})", R"({"access_token":"\r"})",
+        R"({"access_token":"a\u0000b"})", R"({"access_token":"a","refresh_token":"r\n"})"}) {
+    SCOPED_TRACE(body);
+    expectMalformed(jsonAnswer(200, body),
+                    "MalformedResponse: a token contains control characters");
+  }
+}
+
+TEST_F(OAuth2TokenEndpointTest, RefusalIsReportedWithTheServicesWords) {
+  const auto status = refreshAnsweredWith(
+      jsonAnswer(400, R"({"error":"invalid_grant","error_description":"Token has expired."})"));
+  EXPECT_EQ(status.getCode(), 400);
+  EXPECT_EQ(status.toString(), "invalid_grant: Token has expired.");
+  EXPECT_EQ(transport->requests().size(), 1U);
+}
+
+TEST_F(OAuth2TokenEndpointTest, RefusalWithoutADescriptionIsItsName) {
+  const auto status = refreshAnsweredWith(jsonAnswer(401, R"({"error":"invalid_client"})"));
+  EXPECT_EQ(status.getCode(), 401);
+  EXPECT_EQ(status.toString(), "invalid_client");
+}
+
+TEST_F(OAuth2TokenEndpointTest, RefusalIsOneLine) {
+  const auto status = refreshAnsweredWith(jsonAnswer(
+      400, R"({"error":"invalid_grant","error_description":"Expired.\r\nTrace ID: 1\r\n"})"));
+  EXPECT_EQ(status.toString(), "invalid_grant: Expired. Trace ID: 1");
+}
+
+TEST_F(OAuth2TokenEndpointTest, RefusalIsCutBetweenCharacters) {
+  std::string description;
+  for (int i = 0; i < 1000; ++i) description += "\u00e4";
+  const auto status = refreshAnsweredWith(
+      jsonAnswer(400, R"({"error":"e","error_description":")" + description + R"("})"));
+  // "e: " leaves an odd number of bytes for characters of two.
+  EXPECT_EQ(status.toString(), "e: " + description.substr(0, 1020));
+}
+
+TEST_F(OAuth2TokenEndpointTest, RefusalWithoutReadableBodyIsItsStatus) {
+  for (const auto* body : {"", "<html>Bad gateway</html>", "{", R"({"error":{"code":1}})",
+                           R"({"error_description":"x"})"}) {
+    SCOPED_TRACE(body);
+    const auto status = refreshAnsweredWith(jsonAnswer(502, body));
+    EXPECT_EQ(status.getCode(), 502);
+    EXPECT_EQ(status.toString(), "HTTP 502");
+  }
+}
+
+TEST_F(OAuth2TokenEndpointTest, OtherSuccessesAndRedirectsAreFailures) {
+  for (const int code : {204, 302, 307}) {
+    const auto status = refreshAnsweredWith(TestSupport::answer(
+        code, R"({"access_token":"a"})", {{"location", "https://elsewhere.example.test/"}}));
+    EXPECT_EQ(status.getCode(), code);
+    EXPECT_EQ(status.toString(), "HTTP " + std::to_string(code));
+  }
+  EXPECT_EQ(transport->requests().size(), 3U);
+  EXPECT_THAT(tokens.accessToken, IsEmpty());
+}
+
+TEST_F(OAuth2TokenEndpointTest, SecretsThatTheServiceRepeatsAreBlackedOut) {
+  const std::string echo = std::string("bad token ") + kRefreshToken + " (" + kRefreshToken +
+                           ") in refresh_token=Atzr%7Ca%2Bb%2Fc%3D~%20d&client_id=client:id" +
+                           "&client_secret=" + kClientSecret;
+  const auto status = refreshAnsweredWith(
+      jsonAnswer(400, R"({"error":"invalid_request","error_description":")" + echo + R"("})"));
+  EXPECT_EQ(status.toString(),
+            "invalid_request: bad token *** (***) in refresh_token=***&client_id=client:id"
+            "&client_secret=***");
+}
+
+TEST_F(OAuth2TokenEndpointTest, ShortSecretsDoNotMangleTexts) {
+  transport->enqueue(jsonAnswer(400, R"({"error":"expired","error_description":"the end"})"));
+  EXPECT_EQ(endpoint.refresh("e", tokens).toString(), "expired: the end");
+}
+
+TEST_F(OAuth2TokenEndpointTest, TransportFailureIsReported) {
+  const auto status = refreshAnsweredWith(
+      TestSupport::noAnswer(Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", "too slow\n", true));
+  EXPECT_EQ(status.getCode(), -1);
+  EXPECT_EQ(status.toString(), "CURLE_OPERATION_TIMEDOUT: too slow");
+}
+
+TEST_F(OAuth2TokenEndpointTest, FailedConnectionIsRepeatedOnce) {
+  transport->enqueue(unreachable(false));
+  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})")).isSuccess());
+  const auto requests = transport->requests();
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_EQ(requests[0].body, requests[1].body);
+}
+
+TEST_F(OAuth2TokenEndpointTest, SecondFailedConnectionIsFinal) {
+  transport->enqueue(unreachable(false));
+  transport->enqueue(unreachable(false));
+  const auto status = refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})"));
+  EXPECT_EQ(status.getCode(), -1);
+  EXPECT_EQ(status.toString(), "CURLE_COULDNT_CONNECT: no route");
+  EXPECT_EQ(transport->unusedAnswers(), 1U);
+}
+
+TEST_F(OAuth2TokenEndpointTest, NothingElseIsRepeated) {
+  const Response failures[] = {
+      unreachable(true),
+      TestSupport::noAnswer(Kind::Timeout, "TIMEOUT", "", false),
+      TestSupport::noAnswer(Kind::Interrupted, "BROKEN", "", true),
+      TestSupport::noAnswer(Kind::Untrusted, "UNTRUSTED", "", false),
+      TestSupport::answer(429),
+      TestSupport::answer(503),
+  };
+  std::size_t sent = 0;
+  for (const auto& response : failures) {
+    EXPECT_FALSE(refreshAnsweredWith(response).isSuccess());
+    EXPECT_EQ(transport->requests().size(), ++sent);
+  }
+}
+
+TEST(OAuth2TokenEndpoint, UnusableAddressFailsWithoutARequest) {
+  for (const auto* address : {"", "login.example.test/token", "ftp://login.example.test/token"}) {
+    SCOPED_TRACE(address);
+    auto spec = clientSpec();
+    spec.tokenEndpoint = address;
+    const auto transport = std::make_shared<TestSupport::ScriptedTransport>();
+    OAuth2TokenEndpoint endpoint(spec, transport);
+    TokenRefresher::Tokens tokens;
+    const auto status = endpoint.refresh(kRefreshToken, tokens);
+    EXPECT_EQ(status.getCode(), -1);
+    EXPECT_EQ(status.toString(), "InvalidRequest: the token endpoint's address is unusable");
+    EXPECT_THAT(transport->requests(), IsEmpty());
+  }
+}
+
+}  // namespace
