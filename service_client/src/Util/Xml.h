@@ -15,10 +15,10 @@ namespace CloudStorage::Util::Xml {
 ///
 /// `body` must be one element in UTF-8, with or without a byte order mark; an XML declaration,
 /// comments and processing instructions around it are skipped. Refused are a document type
-/// definition, elements nested deeper than 64, more than two million tags, bytes of value 0, and a numeric reference that
-/// stands for no character (such as `&#0;`, wherever it is written). References to control
-/// characters, which XML 1.0 forbids but object stores write (`&#x1b;`), are decoded. The encoding
-/// itself is not checked.
+/// definition, elements nested deeper than 64, more than two million tags, bytes of value 0, and a
+/// numeric reference that stands for no character (such as `&#0;`, wherever it is written).
+/// References to control characters, which XML 1.0 forbids but object stores write (`&#x1b;`), are
+/// decoded. The encoding itself is not checked.
 Status parse(std::string& body, pugi::xml_document& document);
 
 /// Whether `node` is an element of this local name.
