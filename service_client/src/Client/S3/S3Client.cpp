@@ -39,8 +39,8 @@ std::optional<Error> parseBucketList(Http::Response& response, Model::ListBucket
   const auto root = document.document_element();
   if (auto error = checkRoot(root, "ListAllMyBucketsResult")) return error;
 
-  for (const auto& node : Util::Xml::child(root, "Buckets").children()) {
-    if (!Util::Xml::isNamed(node, "Bucket")) continue;
+  auto node = Util::Xml::child(Util::Xml::child(root, "Buckets"), "Bucket");
+  for (; node; node = Util::Xml::nextSibling(node, "Bucket")) {
     result.buckets.push_back({Util::Xml::text(Util::Xml::child(node, "Name")),
                               Util::Xml::text(Util::Xml::child(node, "CreationDate"))});
   }

@@ -1,0 +1,396 @@
+// What goes over the wire, what is made of the answer, and how connections are used.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Http/CurlTransport.h"
+#include "support/loopback_server.h"
+
+namespace {
+
+using CloudStorage::Http::CurlTransport;
+using CloudStorage::Http::Method;
+using CloudStorage::Http::Request;
+using CloudStorage::Http::Response;
+using CloudStorage::Http::TransportFailure;
+using TestSupport::alwaysAnswer;
+using TestSupport::httpAnswer;
+using TestSupport::LoopbackServer;
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+
+// `{"name":"value"}`, compressed with gzip.
+constexpr unsigned char kCompressed[] = {0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02,
+                                         0x03, 0xab, 0x56, 0xca, 0x4b, 0xcc, 0x4d, 0x55, 0xb2,
+                                         0x52, 0x2a, 0x4b, 0xcc, 0x29, 0x4d, 0x55, 0xaa, 0x05,
+                                         0x00, 0xfc, 0x9f, 0xd5, 0x8a, 0x10, 0x00, 0x00, 0x00};
+
+std::string compressedBody() { return {std::begin(kCompressed), std::end(kCompressed)}; }
+
+CurlTransport::Options compressing() {
+  CurlTransport::Options options;
+  options.acceptCompressed = true;
+  return options;
+}
+
+/// `request` without the line that holds the version.
+std::string withoutUserAgent(std::string request) {
+  const auto begin = request.find("User-Agent: libvemlo/");
+  if (begin == std::string::npos) return "no user agent in: " + request;
+  return request.erase(begin, request.find("\r\n", begin) + 2 - begin);
+}
+
+/// Sends `request` to a server and returns what the server got, the user agent excepted.
+std::string onTheWire(Method method, const std::string& target, Request request = {},
+                      const CurlTransport::Options& options = {}) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  request.method = method;
+  request.uri = server.request(method, target).uri;
+  EXPECT_EQ(CurlTransport(options).send(request).status, 200);
+
+  const auto requests = server.requests();
+  if (requests.size() != 1) return "requests: " + std::to_string(requests.size());
+  std::string text = withoutUserAgent(requests.front());
+  const std::string port = ":" + std::to_string(server.port());
+  const auto position = text.find(port);
+  return position == std::string::npos ? text : text.erase(position, port.size());
+}
+
+Response answerTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
+  LoopbackServer server(alwaysAnswer(bytes));
+  return CurlTransport(options).send(server.request(Method::Get, "/"));
+}
+
+/// Holds everybody back until `expected` have arrived. Gives up after two seconds, so that a
+/// failure shows as one.
+class Gate {
+ public:
+  explicit Gate(int expected) : missing_(expected) {}
+
+  bool pass() {
+    std::unique_lock lock(mutex_);
+    if (--missing_ == 0) opened_.notify_all();
+    return opened_.wait_for(lock, std::chrono::seconds(2), [this] { return missing_ <= 0; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable opened_;
+  int missing_;
+};
+
+/// Runs `calls` in each of `count` threads.
+template <typename Calls>
+void inThreads(int count, const Calls& calls) {
+  std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) threads.emplace_back(calls);
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(CurlTransport, GetSendsNothingUnasked) {
+  EXPECT_EQ(onTheWire(Method::Get, "/a?b=c"), "GET /a?b=c HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+}
+
+TEST(CurlTransport, PutWithoutBodySaysLengthZero) {
+  EXPECT_EQ(onTheWire(Method::Put, "/bucket"),
+            "PUT /bucket HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
+}
+
+TEST(CurlTransport, PostWithoutBodySaysLengthZeroAndNoType) {
+  EXPECT_EQ(onTheWire(Method::Post, "/list"),
+            "POST /list HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
+}
+
+TEST(CurlTransport, BodyMayHoldAnyBytes) {
+  Request request;
+  request.headers = {{"content-type", "text/plain"}};
+  request.body = std::string("a\0\r\n\r\nb", 7);
+  EXPECT_EQ(onTheWire(Method::Post, "/", request),
+            "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\ncontent-type: text/plain\r\n"
+            "Content-Length: 7\r\n\r\n" +
+                request.body);
+}
+
+TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
+  for (const Method method : {Method::Put, Method::Post}) {
+    Request request;
+    request.body.assign(std::size_t{3} << 20U, 'x');
+    const std::string sent = onTheWire(method, "/", request);
+    const std::string head = sent.substr(0, sent.find("\r\n\r\n"));
+    EXPECT_THAT(head, HasSubstr("Content-Length: 3145728"));
+    EXPECT_THAT(head, Not(HasSubstr("Expect")));
+    EXPECT_THAT(head, Not(HasSubstr("Transfer-Encoding")));
+    EXPECT_EQ(sent.size(), head.size() + 4 + request.body.size());
+  }
+}
+
+TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
+  LoopbackServer server(alwaysAnswer("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
+  const Response response = CurlTransport({}).send(server.request(Method::Head, "/x"));
+  EXPECT_EQ(response.status, 200);
+  EXPECT_EQ(response.body, "");
+  EXPECT_EQ(response.headers.at("content-length"), "5000");
+  ASSERT_EQ(server.requests().size(), 1U);
+  EXPECT_THAT(server.requests().front(), StartsWith("HEAD /x HTTP/1.1\r\n"));
+}
+
+TEST(CurlTransport, PathGoesOutAsItIs) {
+  const std::vector<std::string> targets = {"/b/a/../c/./d", "//a//b/", "/%2e%2e/a%20b?c=%2F&d=..",
+                                            "/.."};
+  for (const std::string& target : targets) {
+    EXPECT_THAT(onTheWire(Method::Get, target), StartsWith("GET " + target + " HTTP/1.1\r\n"));
+  }
+}
+
+TEST(CurlTransport, HeadersReplaceOwnOnesAndEmptyOnesStayAway) {
+  Request request;
+  request.headers = {{"accept", "application/json"},
+                     {"content-type", ""},
+                     {"host", "signed.host"},
+                     {"x-blank", "  "},
+                     {"x-semicolon", "a; b"}};
+  EXPECT_EQ(onTheWire(Method::Post, "/", request),
+            "POST / HTTP/1.1\r\nHost: signed.host\r\naccept: application/json\r\n"
+            "x-semicolon: a; b\r\nContent-Length: 0\r\n\r\n");
+}
+
+TEST(CurlTransport, HeadersThatCouldInjectOthersAreRefused) {
+  const std::vector<std::pair<std::string, std::string>> headers = {
+      {"x-a", "1\r\nx-b: 2"},
+      {"x-a", "1\n"},
+      {"x-a", std::string("1\0", 2)},
+      {"x-a\r\nx-b", "1"},
+      {"x-a: 1\nx-b", "1"},
+      {std::string("x-\0a", 4), "1"},
+      {"x-a;", "1"},
+      {"", "1"},
+  };
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  CurlTransport transport({});
+  for (const auto& header : headers) {
+    Request request = server.request(Method::Get, "/");
+    request.headers.insert(header);
+    const Response response = transport.send(request);
+    ASSERT_TRUE(response.failure) << header.first;
+    EXPECT_EQ(response.failure->kind, TransportFailure::Kind::Refused);
+    EXPECT_EQ(response.failure->name, "InvalidRequest");
+    EXPECT_FALSE(response.failure->requestMayHaveRun);
+  }
+  EXPECT_EQ(server.connectionCount(), 0U);
+}
+
+TEST(CurlTransport, AddressWithoutHostIsRefused) {
+  Request request;
+  const Response response = CurlTransport({}).send(request);
+  ASSERT_TRUE(response.failure);
+  EXPECT_EQ(response.failure->kind, TransportFailure::Kind::Refused);
+  EXPECT_EQ(response.failure->name, "CURLE_URL_MALFORMAT");
+  EXPECT_FALSE(response.failure->requestMayHaveRun);
+}
+
+TEST(CurlTransport, OnlyHttpAndHttpsAreSpoken) {
+  Request request = TestSupport::requestTo(Method::Get, "http://127.0.0.1/etc/passwd");
+  request.uri.setScheme("file");
+  const Response response = CurlTransport({}).send(request);
+  ASSERT_TRUE(response.failure);
+  EXPECT_EQ(response.failure->kind, TransportFailure::Kind::Refused);
+  EXPECT_EQ(response.body, "");
+}
+
+TEST(CurlTransport, HeaderNamesAreFoldedAndRepeatedOnesJoined) {
+  const Response response = answerTo(
+      "HTTP/1.1 302 Found\r\nLOCATION: /first\r\nlocation: /second\r\nX-Twice: 1\r\n"
+      "x-tWICE: \t 2 \r\nX-Empty:\r\nX-Colons: a:b: c\r\nContent-Length: 0\r\n\r\n");
+  EXPECT_EQ(response.status, 302);
+  EXPECT_THAT(response.headers,
+              UnorderedElementsAre(Pair("location", "/second"), Pair("x-twice", "1, 2"),
+                                   Pair("x-empty", ""), Pair("x-colons", "a:b: c"),
+                                   Pair("content-length", "0")));
+}
+
+TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
+  const Response response = answerTo(
+      "HTTP/1.1 100 Continue\r\nX-Interim: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nLocation: /no\r\n"
+      "\r\n" +
+      httpAnswer("200 OK", "body", "X-Final: 1\r\n"));
+  EXPECT_EQ(response.status, 200);
+  EXPECT_EQ(response.body, "body");
+  EXPECT_THAT(response.headers,
+              UnorderedElementsAre(Pair("x-final", "1"), Pair("content-length", "4")));
+}
+
+TEST(CurlTransport, RedirectsAreNotFollowed) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("307 Temporary", "moved", "Location: /b\r\n")));
+  const Response response = CurlTransport({}).send(server.request(Method::Get, "/a"));
+  EXPECT_EQ(response.status, 307);
+  EXPECT_EQ(response.body, "moved");
+  EXPECT_EQ(response.headers.at("location"), "/b");
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST(CurlTransport, ErrorStatusIsAnAnswerAndNoFailure) {
+  const Response response =
+      answerTo(httpAnswer("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
+  EXPECT_FALSE(response.failure);
+  EXPECT_FALSE(response.isSuccessStatus());
+  EXPECT_EQ(response.status, 503);
+  EXPECT_EQ(response.body, "<html>wait</html>");
+}
+
+TEST(CurlTransport, PageInsteadOfDataIsJustABody) {
+  const Response response =
+      answerTo(httpAnswer("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
+  EXPECT_TRUE(response.isSuccessStatus());
+  EXPECT_EQ(response.body, "<html>log in</html>");
+}
+
+TEST(CurlTransport, ChunkedBodyIsPutTogether) {
+  const Response response = answerTo(
+      "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n");
+  EXPECT_EQ(response.status, 200);
+  EXPECT_EQ(response.body, "one two");
+}
+
+TEST(CurlTransport, CompressedAnswersAreOfferedAndUnpackedOnlyIfAskedFor) {
+  const std::string answer = httpAnswer("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
+  EXPECT_EQ(answerTo(answer, compressing()).body, R"({"name":"value"})");
+  EXPECT_EQ(answerTo(answer).body, compressedBody());
+  EXPECT_THAT(onTheWire(Method::Get, "/", {}, compressing()),
+              HasSubstr("Accept-Encoding: gzip, deflate\r\n"));
+  EXPECT_THAT(onTheWire(Method::Get, "/"), Not(HasSubstr("Accept-Encoding")));
+}
+
+TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  CurlTransport(compressing()).send(server.request(Method::Get, "/"));
+  CurlTransport({}).send(server.request(Method::Get, "/"));
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_THAT(requests[0], testing::ContainsRegex("User-Agent: libvemlo/[0-9.]+ [(]gzip[)]\r\n"));
+  EXPECT_THAT(requests[1], testing::ContainsRegex("User-Agent: libvemlo/[0-9.]+\r\n"));
+}
+
+TEST(CurlTransport, NothingOfACallReachesTheNext) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  CurlTransport transport({});
+  Request first = server.request(Method::Put, "/first");
+  first.headers = {{"authorization", "secret"}};
+  first.body = "first body";
+  transport.send(first);
+  transport.send(server.request(Method::Get, "/second"));
+  const auto requests = server.requests();
+  ASSERT_EQ(requests.size(), 2U);
+  EXPECT_THAT(withoutUserAgent(requests[1]), StartsWith("GET /second HTTP/1.1\r\nHost: "));
+  EXPECT_THAT(requests[1], Not(HasSubstr("authorization")));
+  EXPECT_THAT(requests[1], Not(HasSubstr("ontent-")));
+  EXPECT_EQ(server.connectionCount(), 1U);
+}
+
+TEST(CurlTransport, SequentialCallsShareOneConnection) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  CurlTransport transport({});
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(transport.send(server.request(i % 2 == 0 ? Method::Get : Method::Put, "/")).status,
+              200);
+  }
+  EXPECT_EQ(server.requests().size(), 200U);
+  EXPECT_EQ(server.connectionCount(), 1U);
+}
+
+TEST(CurlTransport, SixteenThreadsUseAtMostSixteenConnections) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  CurlTransport transport({});
+  Gate start(16);
+  std::atomic<int> succeeded{0};
+  inThreads(16, [&] {
+    start.pass();
+    for (int i = 0; i < 20; ++i) {
+      succeeded += transport.send(server.request(Method::Get, "/")).status == 200 ? 1 : 0;
+    }
+  });
+  EXPECT_EQ(succeeded, 320);
+  EXPECT_LE(server.connectionCount(), 16U);
+}
+
+TEST(CurlTransport, EightConnectionsStayOpenAfterABurst) {
+  Gate burst(16);
+  Gate later(8);
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    while (const auto request = connection.readRequest()) {
+      Gate& gate = request->find("/burst") == std::string::npos ? later : burst;
+      if (!gate.pass() || !connection.send(answer)) return;
+    }
+  });
+  CurlTransport transport({});
+  inThreads(16, [&] { transport.send(server.request(Method::Get, "/burst")); });
+  EXPECT_EQ(server.connectionCount(), 16U);
+  inThreads(8, [&] { transport.send(server.request(Method::Get, "/later")); });
+  EXPECT_EQ(server.requests().size(), 24U);
+  EXPECT_EQ(server.connectionCount(), 16U);
+}
+
+TEST(CurlTransport, NoConnectionIsGivenUpWhileACallIsRunning) {
+  Gate held(2);
+  Gate firstBurst(12);
+  Gate secondBurst(12);
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    while (const auto request = connection.readRequest()) {
+      const auto isFor = [&](const char* path) { return request->find(path) != std::string::npos; };
+      Gate& gate = isFor("/held") ? held : isFor("/first") ? firstBurst : secondBurst;
+      if (!gate.pass() || !connection.send(answer)) return;
+    }
+  });
+  CurlTransport transport({});
+  std::thread running([&] { transport.send(server.request(Method::Get, "/held")); });
+  while (server.requests().empty()) std::this_thread::yield();
+  inThreads(12, [&] { transport.send(server.request(Method::Get, "/first")); });
+  inThreads(12, [&] { transport.send(server.request(Method::Get, "/second")); });
+  held.pass();
+  running.join();
+  EXPECT_EQ(server.requests().size(), 25U);
+  EXPECT_EQ(server.connectionCount(), 13U);
+}
+
+TEST(CurlTransport, ConnectionThatTheServerClosedIsReplaced) {
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    if (connection.readRequest()) connection.send(answer);
+  });
+  CurlTransport transport({});
+  for (int i = 0; i < 40; ++i) {
+    Request request = server.request(i % 2 == 0 ? Method::Get : Method::Put, "/");
+    request.body = "again";
+    ASSERT_EQ(transport.send(request).status, 200) << "call " << i;
+  }
+  EXPECT_EQ(server.connectionCount(), 40U);
+}
+
+TEST(CurlTransport, ProxyOfTheEnvironmentIsIgnored) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "direct")));
+  LoopbackServer proxy(alwaysAnswer(httpAnswer("200 OK", "through the proxy")));
+  const std::string address = "http://127.0.0.1:" + std::to_string(proxy.port());
+  const std::vector<const char*> names = {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"};
+  for (const char* name : names) ::setenv(name, address.c_str(), 1);
+  const Response response = CurlTransport({}).send(server.request(Method::Get, "/"));
+  for (const char* name : names) ::unsetenv(name);
+  EXPECT_EQ(response.body, "direct");
+  EXPECT_EQ(proxy.connectionCount(), 0U);
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+// TLS and the trust anchors behind it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/ssl.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Http/CurlTransport.h"
+#include "Http/TrustAnchors.h"
+#include "support/loopback_server.h"
+#include "support/memory_file.h"
+#include "support/test_authority.h"
+
+namespace {
+
+using CloudStorage::Http::CurlTransport;
+using CloudStorage::Http::Method;
+using CloudStorage::Http::Response;
+using CloudStorage::Http::TransportFailure;
+using CloudStorage::Http::TrustAnchors;
+using testing::HasSubstr;
+using TestSupport::alwaysAnswer;
+using TestSupport::httpAnswer;
+using TestSupport::LoopbackServer;
+using TestSupport::TestAuthority;
+
+const std::string kOwnName = "IP:127.0.0.1";
+
+CurlTransport::Options trusting(std::shared_ptr<TrustAnchors> anchors) {
+  CurlTransport::Options options;
+  options.trustAnchors = std::move(anchors);
+  return options;
+}
+
+std::shared_ptr<TrustAnchors> anchorsIn(const std::string& file) {
+  return std::make_shared<TrustAnchors>(TrustAnchors::Sources{file, ""});
+}
+
+void expectUntrusted(const Response& response, const std::string& name) {
+  EXPECT_EQ(response.status, 0);
+  ASSERT_TRUE(response.failure);
+  EXPECT_EQ(response.failure->kind, TransportFailure::Kind::Untrusted);
+  EXPECT_EQ(response.failure->name, name);
+  EXPECT_FALSE(response.failure->requestMayHaveRun);
+}
+
+class CurlTransportTls : public testing::Test {
+ protected:
+  Response getFrom(const LoopbackServer& server) {
+    return CurlTransport(trusting(anchorsIn(authority_.certificateFile())))
+        .send(server.request(Method::Get, "/"));
+  }
+
+  TestAuthority authority_;
+  const std::string answer_ = httpAnswer("200 OK", "secret");
+};
+
+TEST_F(CurlTransportTls, ServerOfATrustedAuthorityIsTrusted) {
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  EXPECT_EQ(getFrom(server).body, "secret");
+}
+
+TEST_F(CurlTransportTls, ServerOfAnotherAuthorityIsNot) {
+  const TestAuthority stranger;
+  const LoopbackServer server(alwaysAnswer(answer_), stranger.serverContext(kOwnName));
+  expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(CurlTransportTls, SystemsAnchorsDoNotCountBesideGivenOnes) {
+  // An empty folder, unlike no folder, means that nobody is trusted.
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const auto none = std::make_shared<TrustAnchors>(TrustAnchors::Sources{"", "/proc/self/task"});
+  expectUntrusted(CurlTransport(trusting(none)).send(server.request(Method::Get, "/")),
+                  "CURLE_PEER_FAILED_VERIFICATION");
+}
+
+TEST_F(CurlTransportTls, CertificateOfAnotherNameIsRefused) {
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext("DNS:other.invalid"));
+  expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(CurlTransportTls, ServerWithoutTlsIsRefused) {
+  const LoopbackServer server([](LoopbackServer::Connection& connection) {
+    connection.send("HTTP/1.1 400 Speak plainly\r\n\r\n");
+    connection.waitUntilClosed();
+  });
+  auto request = server.request(Method::Get, "/");
+  request.uri.setScheme("https");
+  expectUntrusted(CurlTransport(trusting(anchorsIn(authority_.certificateFile()))).send(request),
+                  "CURLE_SSL_CONNECT_ERROR");
+}
+
+TEST_F(CurlTransportTls, ConnectionIsSharedBySequentialCalls) {
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
+  for (int i = 0; i < 50; ++i) {
+    ASSERT_EQ(transport.send(server.request(Method::Get, "/")).status, 200);
+  }
+  EXPECT_EQ(server.connectionCount(), 1U);
+}
+
+TEST_F(CurlTransportTls, ConnectionThatTheServerResetIsReplacedWithoutASignal) {
+  const LoopbackServer server(
+      [this](LoopbackServer::Connection& connection) {
+        if (connection.readRequest()) connection.send(answer_);
+        connection.reset();
+      },
+      authority_.serverContext(kOwnName));
+  CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
+  for (int i = 0; i < 20; ++i) {
+    auto request = server.request(Method::Post, "/");
+    request.body.assign(1000, 'x');
+    transport.send(request);  // a reset may overtake the answer, so any outcome will do but death
+  }
+  EXPECT_GE(server.connectionCount(), 20U);
+}
+
+TEST_F(CurlTransportTls, AnchorsAreLoadedOnceForAllTransportsAndThreads) {
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const auto anchors = anchorsIn(authority_.certificateFile());
+  CurlTransport first(trusting(anchors));
+  CurlTransport second(trusting(anchors));
+  EXPECT_EQ(anchors->loadCount(), 0);
+
+  std::atomic<int> succeeded{0};
+  std::vector<std::thread> threads;
+  threads.reserve(8);
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&, i] {
+      CurlTransport& transport = i % 2 == 0 ? first : second;
+      succeeded += transport.send(server.request(Method::Get, "/")).status == 200 ? 1 : 0;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(succeeded, 8);
+  EXPECT_EQ(anchors->loadCount(), 1);
+}
+
+TEST_F(CurlTransportTls, AnchorsAreNotLoadedForPlainConnections) {
+  const LoopbackServer server(alwaysAnswer(answer_));
+  const auto anchors = anchorsIn(authority_.certificateFile());
+  EXPECT_EQ(CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/")).status, 200);
+  EXPECT_EQ(anchors->loadCount(), 0);
+}
+
+TEST_F(CurlTransportTls, UnreadableFileIsNamed) {
+  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const auto anchors = anchorsIn("/nonexistent/anchors.pem");
+  const Response response = CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/"));
+  expectUntrusted(response, "CURLE_SSL_CACERT_BADFILE");
+  EXPECT_THAT(response.failure->message, HasSubstr("SSL_CERT_FILE"));
+  EXPECT_THAT(response.failure->message, HasSubstr("/nonexistent/anchors.pem"));
+  EXPECT_EQ(anchors->loadCount(), 0);
+}
+
+TEST(TrustAnchors, SourcesComeFromTheEnvironment) {
+  ::setenv("SSL_CERT_FILE", "/some/file", 1);
+  ::setenv("SSL_CERT_DIR", "/some/folder", 1);
+  const auto given = TrustAnchors::sourcesFromEnvironment();
+  ::unsetenv("SSL_CERT_FILE");
+  ::unsetenv("SSL_CERT_DIR");
+  const auto unset = TrustAnchors::sourcesFromEnvironment();
+  EXPECT_EQ(given.file, "/some/file");
+  EXPECT_EQ(given.directory, "/some/folder");
+  EXPECT_EQ(unset.file, "");
+  EXPECT_EQ(unset.directory, "");
+}
+
+TEST(TrustAnchors, DefaultPlacesCanBeLoaded) {
+  TrustAnchors anchors({});
+  const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+  std::string error;
+  EXPECT_TRUE(anchors.applyTo(context.get(), error)) << error;
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(anchors.loadCount(), 1);
+}
+
+// OpenSSL's own configuration refuses old protocols, too. One that allows them shows what is refused
+// by the transport; it has to be in place before the process starts.
+class OutdatedTlsDeathTest : public CurlTransportTls {
+ protected:
+  OutdatedTlsDeathTest() {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ::setenv("OPENSSL_CONF", configuration_.path().c_str(), 1);
+  }
+  ~OutdatedTlsDeathTest() override { ::unsetenv("OPENSSL_CONF"); }
+
+  /// Ends the process with 0 if a server that speaks no more than `version` is refused.
+  [[noreturn]] void endWithRefusalOf(int version) {
+    const auto context = authority_.serverContext(kOwnName);
+    SSL_CTX_set_max_proto_version(context.get(), version);
+    const LoopbackServer server(alwaysAnswer(answer_), context);
+    const Response response = getFrom(server);
+    const bool refused = response.failure && response.failure->name == "CURLE_SSL_CONNECT_ERROR" &&
+                         response.failure->kind == TransportFailure::Kind::Untrusted;
+    std::_Exit(refused ? 0 : 1);
+  }
+
+  const TestSupport::MemoryFile configuration_{
+      "openssl_conf = all\n[all]\nssl_conf = tls\n[tls]\nsystem_default = lax\n"
+      "[lax]\nMinProtocol = TLSv1\nCipherString = DEFAULT:@SECLEVEL=0\n"};
+};
+
+TEST_F(OutdatedTlsDeathTest, Version11IsRefused) {
+  EXPECT_EXIT(endWithRefusalOf(TLS1_1_VERSION), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(OutdatedTlsDeathTest, Version12IsNot) {
+  EXPECT_EXIT(endWithRefusalOf(TLS1_2_VERSION), testing::ExitedWithCode(1), "");
+}
+
+// The anchors of the process are read from its environment once, so these run in fresh processes.
+class ProcessTrustAnchorsDeathTest : public CurlTransportTls {
+ protected:
+  ProcessTrustAnchorsDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+  /// Ends the process with 0 if `file`, as the environment names it, makes the server trusted.
+  [[noreturn]] void endWithTrustIn(const std::string& file) {
+    const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+    ::unsetenv("SSL_CERT_DIR");
+    ::setenv("SSL_CERT_FILE", file.c_str(), 1);
+    CurlTransport transport({});
+    ::setenv("SSL_CERT_FILE", "/set/too/late", 1);
+    const Response response = transport.send(server.request(Method::Get, "/"));
+    std::_Exit(response.status == 200 ? 0 : 1);
+  }
+};
+
+TEST_F(ProcessTrustAnchorsDeathTest, FileOfTheEnvironmentIsTrusted) {
+  EXPECT_EXIT(endWithTrustIn(authority_.certificateFile()), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ProcessTrustAnchorsDeathTest, OtherFileOfTheEnvironmentIsNot) {
+  const TestAuthority other;
+  EXPECT_EXIT(endWithTrustIn(other.certificateFile()), testing::ExitedWithCode(1), "");
+}
+
+}  // namespace
