@@ -183,8 +183,8 @@ TEST(TrustAnchors, DefaultPlacesCanBeLoaded) {
   EXPECT_EQ(anchors.loadCount(), 1);
 }
 
-// OpenSSL's own configuration refuses old protocols, too. One that allows them shows what is refused
-// by the transport; it has to be in place before the process starts.
+// OpenSSL's own configuration refuses old protocols, too. One that allows them shows what is
+// refused by the transport; it has to be in place before the process starts.
 class OutdatedTlsDeathTest : public CurlTransportTls {
  protected:
   OutdatedTlsDeathTest() {

@@ -73,8 +73,8 @@ const Body kBodies[] = {
     {"NumbersForTexts",
      R"({"error":{"code":1,"message":2,"status":3,"errors":[{"reason":4}]},"code":5,"message":6,)"
      R"("error_summary":7,"user_message":{"text":8},"error_description":9})"},
-    {"ArraysForTexts",
-     R"({"error":[{"code":["x"]}],"code":["x"],"message":{},"error_summary":[],"user_message":[]})"},
+    {"ArraysForTexts", R"({"error":[{"code":["x"]}],"code":["x"],"message":{},"error_summary":[],)"
+                       R"("user_message":[]})"},
     {"NullsForTexts", R"({"error":null,"code":null,"message":null,"error_summary":null})"},
     {"ArrayRoot", R"([{"code":"x","message":"y"}])"},
     {"ZeroByteInXml", "<Error><Code>Ab\0c</Code></Error>"s},

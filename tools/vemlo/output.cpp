@@ -1,0 +1,99 @@
+#include "output.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "failure.h"
+#include "text.h"
+
+namespace vemlo {
+namespace {
+
+using TextRow = std::vector<std::string>;
+
+std::string tableCell(const Cell& cell) {
+  if (const auto* number = std::get_if<int>(&cell)) return std::to_string(*number);
+  if (const auto* text = std::get_if<std::string>(&cell)) return printable(*text);
+  return "-";
+}
+
+std::string jsonCell(const Cell& cell) {
+  if (const auto* number = std::get_if<int>(&cell)) return std::to_string(*number);
+  if (const auto* text = std::get_if<std::string>(&cell)) return jsonString(*text);
+  return "null";
+}
+
+std::string heading(std::string column) {
+  for (char& letter : column) {
+    letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+  }
+  return column;
+}
+
+std::vector<TextRow> textRows(const Listing& listing) {
+  std::vector<TextRow> rows(1);
+  for (const std::string& column : listing.columns) rows[0].push_back(heading(column));
+  for (const auto& cells : listing.rows) {
+    TextRow& row = rows.emplace_back();
+    for (const Cell& cell : cells) row.push_back(tableCell(cell));
+  }
+  return rows;
+}
+
+std::string table(const Listing& listing) {
+  if (listing.rows.empty()) return {};
+  const std::vector<TextRow> rows = textRows(listing);
+
+  std::vector<std::size_t> widths(listing.columns.size());
+  for (const TextRow& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      widths[i] = std::max(widths[i], displayWidth(row[i]));
+    }
+  }
+
+  std::string out;
+  for (const TextRow& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      const bool isLast = i + 1 == row.size();
+      out += row[i];
+      out += isLast ? "\n" : std::string(widths[i] - displayWidth(row[i]) + 2, ' ');
+    }
+  }
+  return out;
+}
+
+std::string json(const Listing& listing) {
+  std::string out = "[";
+  for (const auto& row : listing.rows) {
+    out += out.size() == 1 ? "{" : ",{";
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      if (i > 0) out += ',';
+      out += jsonString(listing.columns[i]) + ':' + jsonCell(row[i]);
+    }
+    out += '}';
+  }
+  return out + "]\n";
+}
+
+}  // namespace
+
+void writeListing(const Listing& listing, bool asJson) {
+  writeResult(asJson ? json(listing) : table(listing));
+}
+
+void writeResult(std::string_view text) {
+  const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  // Flushed here because a full disk or a reader that has gone away shows only then.
+  if (isWritten && std::fflush(stdout) == 0) return;
+  throw Failure(ExitCode::LocalTrouble,
+                "cannot write the output: " + std::generic_category().message(errno));
+}
+
+void writeMessage(std::string_view message) {
+  std::fprintf(stderr, "vemlo: %s\n", printable(message).c_str());
+}
+
+}  // namespace vemlo

@@ -1,0 +1,155 @@
+#include "s3.h"
+
+#include <libvemlo.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "failure.h"
+#include "output.h"
+#include "proxy.h"
+#include "results.h"
+#include "s3_flavours.h"
+#include "secrets.h"
+#include "session_guard.h"
+
+namespace vemlo {
+namespace {
+
+struct S3Options {
+  std::string endpoint;
+  std::string signingRegion;
+  std::string accessKey;
+  std::string secretKeyFile;
+  ProxyOptions proxy;
+
+  std::string flavour;
+  std::string bucket;
+  std::string region;
+  bool json = false;
+};
+
+SessionGuard openSession(const S3Options& options) {
+  if (options.accessKey.empty()) {
+    throw Failure(ExitCode::BadUsage,
+                  "the access key is missing: give --access-key or set VEMLO_S3_ACCESS_KEY");
+  }
+  const std::string secretKey = readSecret(options.secretKeyFile, "VEMLO_S3_SECRET_KEY");
+  if (secretKey.empty()) {
+    throw Failure(ExitCode::BadUsage,
+                  "the secret key is missing: give --secret-key-file, or set VEMLO_S3_SECRET_KEY "
+                  "or VEMLO_S3_SECRET_KEY_FILE");
+  }
+  const Proxy proxy = resolveProxy(options.proxy);
+
+  return SessionGuard([&] {
+    const proxy_setting setting = proxy.setting();
+    return libvemlo_s3_init(options.endpoint.c_str(), options.signingRegion.c_str(),
+                            options.accessKey.c_str(), secretKey.c_str(), &setting);
+  });
+}
+
+void listBuckets(const S3Options& options) {
+  const SessionGuard session = openSession(options);
+  char** buckets = nullptr;
+  int count = 0;
+  requireSuccess(s3_list_bucket(session.handle(), &buckets, &count), "list the buckets");
+
+  Listing listing{{"name"}, {}};
+  for (int i = 0; i < count; ++i) listing.rows.push_back({std::string(buckets[i])});
+  free_buckets(buckets, count);
+
+  writeListing(listing, options.json);
+  if (listing.rows.empty() && !options.json) writeMessage("no buckets");
+}
+
+void createBucket(const S3Options& options) {
+  if (options.bucket.empty()) throw Failure(ExitCode::BadUsage, "the bucket's name is empty");
+  const S3Flavour& flavour = chooseFlavour(options.flavour, options.endpoint);
+  if (options.endpoint.empty() && &flavour != &flavourOfEndpoint(options.endpoint)) {
+    throw Failure(ExitCode::BadUsage,
+                  "the flavour '" + flavour.name + "' needs an endpoint: give --endpoint");
+  }
+  const int location = locationCode(flavour, options.region);
+
+  const SessionGuard session = openSession(options);
+  requireSuccess(s3_create_bucket(session.handle(), options.bucket.c_str(), location),
+                 "create bucket '" + options.bucket + "'");
+}
+
+void listRegions(const S3Options& options) {
+  Listing listing{{"code", "name"}, {}};
+  for (const auto& location : locationsOf(chooseFlavour(options.flavour, options.endpoint))) {
+    const Cell name = location.name == nullptr ? Cell() : Cell(std::string(location.name));
+    listing.rows.push_back({location.location_contraint, name});
+  }
+  writeListing(listing, options.json);
+}
+
+void addAccountOptions(CLI::App& command, S3Options& options) {
+  command
+      .add_option("--endpoint", options.endpoint,
+                  "The service, as [http[s]://]HOST[:PORT][/BASE]; without it AWS")
+      ->envname("VEMLO_S3_ENDPOINT")
+      ->type_name("ADDRESS");
+  command
+      .add_option("--signing-region", options.signingRegion,
+                  "Region identifier that requests are signed for, such as eu-central-1; without "
+                  "it the one that the endpoint names, else us-east-1")
+      ->envname("VEMLO_S3_REGION")
+      ->type_name("ID");
+  command.add_option("--access-key", options.accessKey, "Access key id")
+      ->envname("VEMLO_S3_ACCESS_KEY")
+      ->type_name("ID");
+  command
+      .add_option("--secret-key-file", options.secretKeyFile,
+                  "File with the secret key in its first line; '-' reads a line of standard input "
+                  "(Env:VEMLO_S3_SECRET_KEY, the key itself, or VEMLO_S3_SECRET_KEY_FILE)")
+      ->type_name("FILE");
+  addProxyOptions(command, options.proxy);
+}
+
+void addFlavourOption(CLI::App& command, S3Options& options) {
+  std::vector<std::string> names;
+  for (const S3Flavour& flavour : s3Flavours()) names.push_back(flavour.name);
+  command
+      .add_option("--flavour", options.flavour,
+                  "Whose regions there are; without it what the endpoint's host tells")
+      ->check(CLI::IsMember(names));
+}
+
+void addJsonFlag(CLI::App& command, S3Options& options) {
+  command.add_flag("--json", options.json, "Print a JSON array of objects instead of a table");
+}
+
+}  // namespace
+
+void addS3Commands(CLI::App& app) {
+  CLI::App* s3 = app.add_subcommand("s3", "S3 and compatible stores");
+  s3->require_subcommand(1);
+  const auto options = std::make_shared<S3Options>();  // kept by the callbacks below
+  addAccountOptions(*s3, *options);
+
+  CLI::App* buckets = s3->add_subcommand("buckets", "List the buckets of the account");
+  addJsonFlag(*buckets, *options);
+  buckets->callback([options] { listBuckets(*options); });
+
+  CLI::App* create = s3->add_subcommand("create-bucket", "Make a bucket; prints nothing");
+  create->add_option("NAME", options->bucket, "The bucket's name")->required()->type_name("");
+  create
+      ->add_option("--region", options->region,
+                   "Where to make it: a name or code that `vemlo s3 regions` lists; without it the "
+                   "first of them")
+      ->type_name("NAME");
+  addFlavourOption(*create, *options);
+  create->callback([options] { createBucket(*options); });
+
+  CLI::App* regions = s3->add_subcommand("regions", "List where buckets can be made");
+  addFlavourOption(*regions, *options);
+  addJsonFlag(*regions, *options);
+  regions->callback([options] { listRegions(*options); });
+}
+
+}  // namespace vemlo

@@ -1,0 +1,49 @@
+#include "secrets.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+
+#include "failure.h"
+
+namespace vemlo {
+namespace {
+
+std::string environment(const std::string& variable) {
+  const char* value = std::getenv(variable.c_str());
+  return value == nullptr ? "" : value;
+}
+
+std::string readLine(std::istream& stream, const std::string& source) {
+  std::string line;
+  std::getline(stream, line);
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  // A zero byte would cut the secret short without a word; it means a file of another encoding.
+  if (line.empty() || line.find('\0') != std::string::npos) {
+    throw Failure(ExitCode::LocalTrouble, "no secret in the first line of " + source);
+  }
+  return line;
+}
+
+std::string readFile(const std::string& file) {
+  if (file == "-") return readLine(std::cin, "standard input");
+  std::ifstream stream(file);
+  if (!stream) {
+    throw Failure(ExitCode::LocalTrouble, "cannot read the secret file '" + file +
+                                              "': " + std::generic_category().message(errno));
+  }
+  return readLine(stream, "'" + file + "'");
+}
+
+}  // namespace
+
+std::string readSecret(const std::string& file, const std::string& variable) {
+  if (!file.empty()) return readFile(file);
+  if (std::string secret = environment(variable); !secret.empty()) return secret;
+  const std::string fileOfEnvironment = environment(variable + "_FILE");
+  return fileOfEnvironment.empty() ? "" : readFile(fileOfEnvironment);
+}
+
+}  // namespace vemlo

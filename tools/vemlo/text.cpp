@@ -1,0 +1,93 @@
+#include "text.h"
+
+#include <array>
+#include <cstdio>
+#include <cwchar>
+
+namespace vemlo {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+/// Takes the first character off `rest`, which must not be empty; a byte that begins no well-formed
+/// sequence counts as a U+FFFD of its own.
+char32_t takeCharacter(std::string_view& rest) {
+  const auto lead = static_cast<unsigned char>(rest.front());
+  rest.remove_prefix(1);
+  if (lead < 0x80) return lead;
+  if (lead < 0xC2 || lead > 0xF4) return kReplacement;
+
+  const std::size_t followers = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+  if (rest.size() < followers) return kReplacement;
+  char32_t character = lead & (0x3FU >> followers);
+  for (const char follower : rest.substr(0, followers)) {
+    const auto byte = static_cast<unsigned char>(follower);
+    if ((byte & 0xC0U) != 0x80U) return kReplacement;
+    character = (character << 6U) | (byte & 0x3FU);
+  }
+
+  constexpr std::array<char32_t, 4> kSmallest{0, 0x80, 0x800, 0x10000};
+  const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
+  if (character < kSmallest.at(followers) || isSurrogate || character > 0x10FFFF) {
+    return kReplacement;
+  }
+  rest.remove_prefix(followers);
+  return character;
+}
+
+/// Control characters, line separators, and the marks that change the direction of writing.
+bool isUnsafe(char32_t character) {
+  const auto within = [character](char32_t first, char32_t last) {
+    return character >= first && character <= last;
+  };
+  return within(0x00, 0x1F) || within(0x7F, 0x9F) || character == 0x061C ||
+         within(0x200E, 0x200F) || within(0x2028, 0x202E) || within(0x2066, 0x2069);
+}
+
+void appendEscape(std::string& out, char32_t character) {
+  std::array<char, 12> escape{};
+  std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(character));
+  out += escape.data();
+}
+
+/// Appends the next character of `rest`, escaped where it is unsafe, and takes it off.
+void appendNext(std::string& out, std::string_view& rest) {
+  const std::string_view before = rest;
+  const char32_t character = takeCharacter(rest);
+  if (isUnsafe(character)) {
+    appendEscape(out, character);
+  } else if (character == kReplacement) {
+    out += u8"\uFFFD";
+  } else {
+    out += before.substr(0, before.size() - rest.size());
+  }
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string out;
+  while (!text.empty()) appendNext(out, text);
+  return out;
+}
+
+std::string jsonString(std::string_view text) {
+  std::string out = "\"";
+  while (!text.empty()) {
+    if (text.front() == '"' || text.front() == '\\') out += '\\';
+    appendNext(out, text);
+  }
+  return out + "\"";
+}
+
+std::size_t displayWidth(std::string_view text) {
+  std::size_t width = 0;
+  while (!text.empty()) {
+    const int columns = wcwidth(static_cast<wchar_t>(takeCharacter(text)));
+    // A character that this system does not know most likely takes one column.
+    width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
+  }
+  return width;
+}
+
+}  // namespace vemlo
