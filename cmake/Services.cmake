@@ -49,3 +49,12 @@ set(VEMLO_S3_US_EAST_1_ENDPOINT "https://s3.us-east-1.amazonaws.com" CACHE STRIN
 set(VEMLO_S3_CN_ENDPOINT "https://s3.cn-north-1.amazonaws.com.cn" CACHE STRING
     "AWS China S3 endpoint (region cn-north-1)")
 set(VEMLO_WASABI_ENDPOINT "https://s3.wasabisys.com" CACHE STRING "Wasabi S3 endpoint")
+
+# They become C string constants.
+get_cmake_property(cache_variables CACHE_VARIABLES)
+foreach(name ${cache_variables})
+  if(name MATCHES "^VEMLO_.*(_URI|_ENDPOINT|_CLIENT_ID|_CLIENT_SECRET)$" AND
+     "${${name}}" MATCHES "[\"\\\\\n]")
+    message(FATAL_ERROR "${name} holds a quotation mark, a backslash or a line break")
+  endif()
+endforeach()

@@ -18,15 +18,21 @@
  *     and nothing logged, and outs are as they were unless the comment says otherwise. Positive
  *     codes mean that the service call failed; docs/error-codes.md lists those of the object
  *     stores.
- *  6. A failed service call writes one ERROR line to standard error and to the system log. A log
- *     line holds no secret, with one exception that is stated at the function (the token
- *     exchange).
+ *  6. A failed service call writes one ERROR line to standard error and to the system log. A drive
+ *     call whose token has expired writes one more, to standard error alone, for each attempt to
+ *     get a new token that fails. A log line holds no secret, with one exception that is stated at
+ *     the function (the token exchange). The log is glog's: the first session of the process makes
+ *     it go to standard error, in colour, at the level of `verbose`, also for a host that uses glog
+ *     itself.
  *  7. Threads: calls on one session may run on several threads at once, and so may calls on
  *     different sessions. Exceptions: the first session of a process must be opened from one
  *     thread, and the functions whose comment says so.
- *  8. Time: a call that asks a service blocks until it is answered. A request is sent at most four
- *     times, with pauses of 1, 2 and 3 seconds; each of these sends gives up after 30 seconds
- *     without a connection, 60 seconds without a byte, or 5 minutes in all.
+ *  8. Time: a call that asks a service blocks until it is answered. For each request there are at
+ *     most four attempts, with pauses of 1, 2 and 3 seconds. An attempt is one send, which gives up
+ *     after 30 seconds without a connection, 60 seconds without a byte, or 5 minutes in all; where
+ *     the service says that the region or the clock of a signature is wrong, it is sent again at
+ *     once. A drive call whose token has expired also waits for a new one, up to a minute each
+ *     time.
  *  9. No function throws through this interface or ends the process, and no result record is
  *     handed out half-filled. Running out of memory is not handled.
  */
@@ -281,7 +287,8 @@ LIBVEMLO_API int s3_list_bucket(session *handle, char ***buckets, int *count);
  *                            endpoint.
  * @return 0: done.
  *         -1: `handle` is null or not a session of S3.
- *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *         Positive: the request failed, or was not sent because the name is empty or the code is no
+ *         location; a code of docs/error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -306,8 +313,8 @@ LIBVEMLO_API int s3_list_directory(session *handle, const char *bucket, const ch
                                    directory **directories, int *count);
 
 /**
- * Makes a folder by storing an empty object of its name. Parents need not exist and are not made;
- * an existing folder is left as it is.
+ * Makes a folder by storing an empty object of its name, which replaces an object of that very key.
+ * Parents need not exist and are not made; what is in an existing folder stays.
  *
  * @param handle  An S3 session.
  * @param bucket  The bucket's name. Must not be null.
@@ -371,8 +378,8 @@ LIBVEMLO_API int azure_ssb_list_directory(session *handle, const char *bucket, c
                                           directory **directories, int *count);
 
 /**
- * Makes a folder by storing an empty blob of its name. Parents need not exist and are not made; an
- * existing folder is left as it is.
+ * Makes a folder by storing an empty blob of its name, which replaces a blob of that very name.
+ * Parents need not exist and are not made; what is in an existing folder stays.
  *
  * @param handle  An Azure session.
  * @param bucket  The container's name. Must not be null.
@@ -464,7 +471,8 @@ LIBVEMLO_API int amazon_drive_get_endpoint(session *handle);
 LIBVEMLO_API int amazon_drive_test_api(session *handle);
 
 /**
- * Finds the account's root folder.
+ * Finds the account's root folder. If the service reports several, the first of them, with one
+ * ERROR line.
  *
  * @param handle  An authorized Amazon Drive session.
  * @param root    Receives the record. Cleared before the request.
@@ -760,7 +768,10 @@ LIBVEMLO_API int dropbox_get_token(session *handle, const char *code, char **acc
 LIBVEMLO_API int dropbox_set_token(session *handle, const char *access_token);
 
 /**
- * Lists all folders directly below a folder, in the service's order. The root folder's id is "/".
+ * Lists the folders directly below a folder, in the service's order. The root folder's id is "/".
+ *
+ * A folder whose listing takes the service more than one page cannot be listed: the last page is
+ * asked for again and again until a request fails, and that failure is the result.
  *
  * @param handle    An authorized Dropbox session.
  * @param parent    The folder; its `id` counts and must not be null.
@@ -777,7 +788,8 @@ LIBVEMLO_API int dropbox_list_directory(session *handle, const directory *parent
                                         directory **children, int *count);
 
 /**
- * Makes a folder.
+ * Makes a folder at the parent's id, a slash and the name. So the parent of a folder at the top
+ * level is a record with an empty id, not "/": the service refuses a path with two slashes.
  *
  * @param handle   An authorized Dropbox session.
  * @param parent   The folder to make it in; its `id` counts and must not be null.

@@ -19,7 +19,7 @@
 #include "libvemlo/lifecycle.h"
 #include "libvemlo/retry_strategies.h"
 
-using namespace CloudStorage;  // NOLINT(google-build-using-namespace): every line here names it
+using namespace CloudStorage;  // every line here names it
 
 session::~session() { delete s3_client; }
 

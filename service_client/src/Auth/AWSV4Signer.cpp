@@ -1,7 +1,6 @@
 #include "Auth/AWSV4Signer.h"
 
 #include <array>
-#include <cstdio>
 #include <ctime>
 
 #include "Auth/Digest.h"

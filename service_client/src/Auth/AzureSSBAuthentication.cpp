@@ -4,6 +4,8 @@
 
 namespace CloudStorage::Auth {
 
+AzureSSBAuthentication::~AzureSSBAuthentication() = default;
+
 bool AzureSSBAuthentication::decodeAccessKey() {
   decodedKey_ = base64Decode(accessKey_).value_or(std::string());
   return !decodedKey_.empty();

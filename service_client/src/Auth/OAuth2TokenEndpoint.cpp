@@ -1,6 +1,5 @@
 #include "Auth/OAuth2TokenEndpoint.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -49,17 +48,10 @@ Http::Response send(Http::Transport& transport, const Http::Request& request) {
   return response;
 }
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return text;
-}
-
 bool claimsJson(const Http::Response& response) {
   const auto type = response.headers.find(Http::CONTENT_TYPE_HEADER);
   return type == response.headers.end() ||
-         lowerCase(type->second).find("json") != std::string::npos;
+         Util::lowerCase(type->second).find("json") != std::string::npos;
 }
 
 // A token becomes a header value, which such a character would split or cut short.
@@ -76,7 +68,7 @@ std::string readTokens(const Http::Response& response, Tokens& tokens) {
   auto& refreshToken = texts[1];
   const auto& tokenType = texts[2];
   if (accessToken.empty()) return "the answer holds no access token";
-  if (!tokenType.empty() && lowerCase(tokenType) != "bearer") {
+  if (!tokenType.empty() && Util::lowerCase(tokenType) != "bearer") {
     return "the access token is no bearer token";
   }
   if (breaksHeader(accessToken) || breaksHeader(refreshToken)) {
@@ -94,23 +86,12 @@ std::string refusalText(const Http::Response& response) {
   return description.empty() ? error : error + ": " + description;
 }
 
-void blackOut(std::string& text, const std::string& secret) {
-  // Anything shorter is a word that texts contain for other reasons, and no protection anyway.
-  constexpr std::size_t kShortestSecret = 8;
-  constexpr std::string_view kBar = "***";
-  if (secret.size() < kShortestSecret) return;
-  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
-    text.replace(at, secret.size(), kBar);
-    at += kBar.size();
-  }
-}
-
 // Some services repeat in their texts what they were sent.
 Util::Status failure(int code, std::string text, const Form& form) {
   for (const auto& [name, value, secret] : form) {
     if (!secret) continue;
-    blackOut(text, std::string(value));
-    blackOut(text, Http::uriEncode(value, false));
+    Util::blackOut(text, value);
+    Util::blackOut(text, Http::uriEncode(value, false));
   }
   return {code, Util::oneLine(text)};
 }

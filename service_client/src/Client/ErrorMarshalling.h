@@ -37,8 +37,7 @@ struct ErrorRow {
 class ErrorTable {
  public:
   template <std::size_t kSize>
-  constexpr ErrorTable(const ErrorRow (&rows)[kSize])  // NOLINT: an array is a table
-      : begin_(rows), end_(rows + kSize) {}
+  constexpr ErrorTable(const ErrorRow (&rows)[kSize]) : begin_(rows), end_(rows + kSize) {}
 
   constexpr const ErrorRow* begin() const { return begin_; }
   constexpr const ErrorRow* end() const { return end_; }

@@ -1,19 +1,22 @@
 #include "Client/ServiceCall.h"
 
-#include <algorithm>
+#include <cxxabi.h>
+
 #include <exception>
 #include <iterator>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "Auth/Digest.h"
 #include "Client/ErrorMarshalling.h"
+#include "Util/Text.h"
 
 namespace CloudStorage::Client {
 namespace {
 
-// A service may mend the region and the clock of one call, each once.
-constexpr int kMaxCorrections = 2;
+// A conduct mends each thing once; more of it would be an endless quarrel with the service.
+constexpr int kMaxCorrections = 3;
 
 std::string readAll(const std::shared_ptr<std::iostream>& stream) {
   if (!stream) return {};
@@ -35,6 +38,17 @@ Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest&
     request.headers["content-md5"] = Auth::base64Encode(Auth::md5(request.body));
   }
   return request;
+}
+
+// Services and what stands before them may repeat in their texts what they were sent. The last word
+// of the header is the secret one: a token or a signature.
+void removeSecrets(Error& error, const Http::Request& request) {
+  const auto authorization = request.headers.find("authorization");
+  if (authorization == request.headers.end()) return;
+  const std::string_view header = authorization->second;
+  const std::string_view secret = header.substr(header.find_last_of(" =:") + 1);
+  Util::blackOut(error.message, secret);
+  Util::blackOut(error.exceptionName, secret);
 }
 
 // The strategies grant a redirect only if there is somewhere to go.
@@ -69,6 +83,8 @@ std::optional<Error> ServiceCall::run(Http::Method method, const Http::URI& uri,
                                       const Accept& accept) const {
   try {
     return repeat(encode(method, uri, model), model.doesRequireAuthorization(), conduct, accept);
+  } catch (const abi::__forced_unwind&) {  // the host cancels this thread, and must be let
+    throw;
   } catch (const std::exception& exception) {
     return localError("InternalFailure", exception.what());
   } catch (...) {
@@ -96,6 +112,7 @@ std::optional<Error> ServiceCall::attempt(Http::Request& request, bool authorize
     if (authorized) conduct.authorize(attempted);
     Http::Response response = transfer(attempted);
     auto error = judge(response, request.method, accept);
+    if (error) removeSecrets(*error, attempted);
     if (!error || corrections == kMaxCorrections || !conduct.correct(response, *error, request)) {
       return error;
     }

@@ -36,21 +36,25 @@ constexpr CodeMeaning kCodeMeanings[] = {
     {CURLE_HTTP2, Kind::Interrupted, "CURLE_HTTP2"},
     {CURLE_PARTIAL_FILE, Kind::Interrupted, "CURLE_PARTIAL_FILE"},
     {CURLE_WRITE_ERROR, Kind::Interrupted, "CURLE_WRITE_ERROR"},
-    {CURLE_OUT_OF_MEMORY, Kind::Interrupted, "CURLE_OUT_OF_MEMORY"},
+    {CURLE_OUT_OF_MEMORY, Kind::Refused, "CURLE_OUT_OF_MEMORY"},
     {CURLE_OPERATION_TIMEDOUT, Kind::Timeout, "CURLE_OPERATION_TIMEDOUT"},
-    {CURLE_SSL_CONNECT_ERROR, Kind::Untrusted, "CURLE_SSL_CONNECT_ERROR"},
+    {CURLE_SSL_CONNECT_ERROR, Kind::Unreachable, "CURLE_SSL_CONNECT_ERROR"},
     {CURLE_BAD_FUNCTION_ARGUMENT, Kind::Refused, "CURLE_BAD_FUNCTION_ARGUMENT"},
     {CURLE_UNKNOWN_OPTION, Kind::Refused, "CURLE_UNKNOWN_OPTION"},
     {CURLE_GOT_NOTHING, Kind::Interrupted, "CURLE_GOT_NOTHING"},
     {CURLE_SEND_ERROR, Kind::Interrupted, "CURLE_SEND_ERROR"},
     {CURLE_RECV_ERROR, Kind::Interrupted, "CURLE_RECV_ERROR"},
+    {CURLE_SSL_CERTPROBLEM, Kind::Untrusted, "CURLE_SSL_CERTPROBLEM"},
     {CURLE_SSL_CIPHER, Kind::Untrusted, "CURLE_SSL_CIPHER"},
     {CURLE_PEER_FAILED_VERIFICATION, Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION"},
     {CURLE_BAD_CONTENT_ENCODING, Kind::Interrupted, "CURLE_BAD_CONTENT_ENCODING"},
     {CURLE_SEND_FAIL_REWIND, Kind::Interrupted, "CURLE_SEND_FAIL_REWIND"},
     {CURLE_SSL_CACERT_BADFILE, Kind::Untrusted, "CURLE_SSL_CACERT_BADFILE"},
     {CURLE_SSL_ISSUER_ERROR, Kind::Untrusted, "CURLE_SSL_ISSUER_ERROR"},
+    {CURLE_NO_CONNECTION_AVAILABLE, Kind::Unreachable, "CURLE_NO_CONNECTION_AVAILABLE"},
+    {CURLE_SSL_INVALIDCERTSTATUS, Kind::Untrusted, "CURLE_SSL_INVALIDCERTSTATUS"},
     {CURLE_HTTP2_STREAM, Kind::Interrupted, "CURLE_HTTP2_STREAM"},
+    {CURLE_AUTH_ERROR, Kind::Interrupted, "CURLE_AUTH_ERROR"},
     {CURLE_PROXY, Kind::Unreachable, "CURLE_PROXY"},
 };
 
@@ -90,14 +94,6 @@ std::string_view trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(kBlanks);
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
-std::string lowerCase(std::string_view text) {
-  std::string result(text);
-  for (char& character : result) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  }
-  return result;
 }
 
 /// The header lines in libcurl's form.
@@ -281,11 +277,14 @@ class Exchange {
 
   void takeHeaderLine(std::string_view line) {
     // Interim answers and a proxy's come first; only the last block is the answer's own.
-    if (line.substr(0, 5) == "HTTP/") response_.headers.clear();
+    if (line.substr(0, 5) == "HTTP/") {
+      response_.headers.clear();
+      return;
+    }
     const auto colon = line.find(':');
     if (colon == std::string_view::npos || colon == 0) return;
 
-    const std::string name = lowerCase(trimmed(line.substr(0, colon)));
+    const std::string name = Util::lowerCase(trimmed(line.substr(0, colon)));
     const std::string value(trimmed(line.substr(colon + 1)));
     const auto [entry, isNew] = response_.headers.emplace(name, value);
     if (isNew) return;
@@ -337,11 +336,12 @@ class Exchange {
 
   std::string messageFor(CURLcode code) const {
     if (!trustError_.empty()) return Util::oneLine(trustError_);
-    // These may quote an address as it was given, and with it a user name and a password.
-    const bool mayQuoteAddress = code == CURLE_URL_MALFORMAT ||
+    // These quote an address as it was given, others at least the proxy's, and with either a user
+    // name and a password that may stand in it.
+    const bool mayQuoteSecrets = code == CURLE_URL_MALFORMAT ||
                                  code == CURLE_UNSUPPORTED_PROTOCOL ||
-                                 code == CURLE_COULDNT_RESOLVE_PROXY;
-    const bool detailed = errorText_[0] != '\0' && !mayQuoteAddress && stop_ == Stop::None;
+                                 options_.proxy.host.find('@') != std::string::npos;
+    const bool detailed = errorText_[0] != '\0' && !mayQuoteSecrets && stop_ == Stop::None;
     return Util::oneLine(detailed ? errorText_.data() : curl_easy_strerror(code));
   }
 

@@ -4,17 +4,10 @@
 #include <charconv>
 
 #include "Http/PercentEncoding.h"
+#include "Util/Text.h"
 
 namespace CloudStorage::Http {
 namespace {
-
-std::string lowerCase(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lower;
-}
 
 bool isPlainText(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
@@ -75,8 +68,8 @@ std::optional<URI> URI::parse(std::string_view text, std::string_view defaultSch
 
   URI uri;
   const auto schemeEnd = text.find("://");
-  uri.scheme_ =
-      lowerCase(schemeEnd == std::string_view::npos ? defaultScheme : text.substr(0, schemeEnd));
+  uri.scheme_ = Util::lowerCase(schemeEnd == std::string_view::npos ? defaultScheme
+                                                                    : text.substr(0, schemeEnd));
   if (uri.scheme_ != "http" && uri.scheme_ != "https") return std::nullopt;
   if (schemeEnd != std::string_view::npos) text.remove_prefix(schemeEnd + 3);
 
@@ -84,7 +77,7 @@ std::optional<URI> URI::parse(std::string_view text, std::string_view defaultSch
   std::string_view host;
   if (!splitPort(text.substr(0, authorityEnd), host, uri.port_)) return std::nullopt;
   if (uri.port_ == usualPort(uri.scheme_)) uri.port_ = 0;  // goes along when the scheme changes
-  uri.host_ = lowerCase(host);
+  uri.host_ = Util::lowerCase(host);
   if (!isHostName(uri.host_) && !isBracketedAddress(uri.host_)) return std::nullopt;
   text.remove_prefix(authorityEnd);
 

@@ -110,4 +110,22 @@ std::string_view skipByteOrderMark(std::string_view text) {
   return text;
 }
 
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return lower;
+}
+
+void blackOut(std::string& text, std::string_view secret) {
+  constexpr std::size_t kShortestSecret = 8;
+  constexpr std::string_view kBar = "***";
+  if (secret.size() < kShortestSecret) return;
+  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
+    text.replace(at, secret.size(), kBar);
+    at += kBar.size();
+  }
+}
+
 }  // namespace CloudStorage::Util

@@ -17,4 +17,11 @@ std::string replaceInvalidUtf8(std::string_view text);
 /// `text` without the UTF-8 byte order mark that it may begin with.
 std::string_view skipByteOrderMark(std::string_view text);
 
+/// `text` with A to Z as a to z, whatever the process's locale.
+std::string lowerCase(std::string_view text);
+
+/// Replaces every occurrence of `secret` in `text` by asterisks. A secret of fewer than 8 bytes is
+/// left alone: it is no protection, and a word that texts contain for other reasons.
+void blackOut(std::string& text, std::string_view secret);
+
 }  // namespace CloudStorage::Util

@@ -11,7 +11,7 @@ namespace CloudStorage::Auth {
 class CLOUDSTORAGE_API AWSAuthCredential : public AuthorizationCredential {
  public:
   /// The region of the global endpoint.
-  static constexpr char DEFAULT_GLOBAL_REGION[] = "us-east-1";
+  static const char DEFAULT_GLOBAL_REGION[];
 
   AWSAuthCredential(std::string accessKey, std::string secretKey, std::string serviceName,
                     std::string region)
@@ -19,6 +19,8 @@ class CLOUDSTORAGE_API AWSAuthCredential : public AuthorizationCredential {
         secretKey_(std::move(secretKey)),
         serviceName_(std::move(serviceName)),
         region_(std::move(region)) {}
+
+  ~AWSAuthCredential() override;
 
   bool isEmpty() const override { return accessKey_.empty() || secretKey_.empty(); }
 

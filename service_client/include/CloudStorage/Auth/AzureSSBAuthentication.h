@@ -15,6 +15,8 @@ class CLOUDSTORAGE_API AzureSSBAuthentication : public AuthorizationCredential {
   AzureSSBAuthentication(std::string accountName, std::string accessKey)
       : accountName_(std::move(accountName)), accessKey_(std::move(accessKey)) {}
 
+  ~AzureSSBAuthentication() override;
+
   bool isEmpty() const override { return decodedKey_.empty(); }
 
   /// Decodes the access key: standard alphabet, padding required, nothing else in the text

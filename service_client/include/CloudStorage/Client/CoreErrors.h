@@ -6,7 +6,7 @@ namespace CloudStorage::Client {
 
 /// What kind of failure ended a call, across all services. The numbers cross the C interface as
 /// result codes and are part of the binary interface: never renumber or reuse one, and keep 0
-/// (success) and 259 (whose meaning the retry strategies know) as they are. `docs/error-codes.md`
+/// (success), 1 and 259 (whose meaning the retry strategies know) as they are. `docs/error-codes.md`
 /// lists them for hosts.
 enum class CoreErrors : std::uint32_t {
   /// Of this side: a request that cannot be built, an answer that cannot be understood. Sending
@@ -15,7 +15,7 @@ enum class CoreErrors : std::uint32_t {
   /// The service was not reached or the connection broke.
   NetworkFailure = 2,
   Timeout = 3,
-  /// TLS: the handshake failed or the certificate is not trusted.
+  /// The service's certificate is not trusted, or not that host's.
   Untrusted = 4,
 
   /// The service refused for a reason that has no number of its own.
@@ -51,8 +51,8 @@ enum class CoreErrors : std::uint32_t {
   /// The service failed (5xx) for a reason of its own.
   ServiceFailure = 27,
 
-  /// What Google Drive and Amazon Drive call temporary, and network failures towards them: the
-  /// error's retryable flag decides whether sending again may help.
+  /// Any failure of Google Drive and Amazon Drive, and of the network towards them: the error's
+  /// retryable flag tells whether it may be temporary.
   TemporaryFailure = 259,
 };
 

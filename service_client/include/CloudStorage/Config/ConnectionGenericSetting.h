@@ -1,14 +1,16 @@
 #pragma once
 
+#include "CloudStorage/Export.h"
+
 namespace CloudStorage::Config {
 
 /// Constants with which connection settings are enciphered, shared with every program that reads
 /// or writes such settings: changing one makes stored settings unreadable.
-struct ConnectionGenericSetting {
+struct CLOUDSTORAGE_API ConnectionGenericSetting {
   /// Cipher name as OpenSSL knows it.
-  static constexpr char CIPHER[] = "aes-256-cbc";
+  static const char CIPHER[];
   /// Pass phrase from which the key is derived. The name is historical; it is no salt.
-  static constexpr char SALT[] = "vemlo.connection.generic.setting";
+  static const char SALT[];
 };
 
 }  // namespace CloudStorage::Config

@@ -29,9 +29,9 @@ struct Request {
 /// Why no complete answer arrived.
 struct TransportFailure {
   enum class Kind {
-    Unreachable,       ///< the host or its proxy: not resolved, refused, tunnel denied
+    Unreachable,       ///< the host or its proxy: not resolved, refused, tunnel or TLS broken off
     Timeout,           ///< too slow, or silent
-    Untrusted,         ///< TLS: handshake failed or the certificate is not trusted
+    Untrusted,         ///< the certificate is not trusted, or not the host's
     Interrupted,       ///< the connection broke while sending or receiving
     ResponseTooLarge,  ///< the answer exceeds the size limit
     Refused,           ///< the request was not sent because it cannot be

@@ -13,7 +13,7 @@ namespace CloudStorage::Http {
 
 /// An absolute http or https address whose path and query are held as they go over the wire.
 /// Signatures cover exactly these bytes, so nothing here normalises, re-orders by itself or
-/// encodes twice.
+/// encodes twice. A parameter always has an equals sign, as it has in signatures.
 class CLOUDSTORAGE_API URI {
  public:
   /// Encoded name and encoded value.

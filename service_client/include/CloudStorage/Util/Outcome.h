@@ -9,9 +9,9 @@ namespace CloudStorage::Util {
 template <typename Result, typename Error>
 class Outcome {
  public:
-  Outcome(Result result)
-      : result_(std::move(result)), success_(true) {}  // NOLINT: reads as a value
-  Outcome(Error error) : error_(std::move(error)) {}   // NOLINT: reads as a value
+  // Not explicit: an operation returns the one or the other.
+  Outcome(Result result) : result_(std::move(result)), success_(true) {}
+  Outcome(Error error) : error_(std::move(error)) {}
 
   bool isSuccess() const { return success_; }
   const Result& getResult() const& { return result_; }

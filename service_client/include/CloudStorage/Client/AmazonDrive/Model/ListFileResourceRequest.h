@@ -5,8 +5,7 @@
 
 namespace CloudStorage::Client::AmazonDrive::Model {
 
-/// One page of the nodes that match `filters`. Only present parameters are sent; an empty start
-/// token asks for the first page and is not sent either.
+/// One page of the nodes that match `filters`. An empty start token asks for the first page.
 class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
  public:
   /// Base of the URL: the account's metadata endpoint.

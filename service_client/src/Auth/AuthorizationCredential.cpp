@@ -1,0 +1,7 @@
+#include "CloudStorage/Auth/AuthorizationCredential.h"
+
+namespace CloudStorage::Auth {
+
+AuthorizationCredential::~AuthorizationCredential() = default;
+
+}  // namespace CloudStorage::Auth
