@@ -1,0 +1,109 @@
+#!/usr/bin/env node
+// The sandbox's command line; see README.md.
+
+import { parseArgs } from 'node:util';
+import { run } from './commands/run.mjs';
+import { serve } from './commands/serve.mjs';
+import { start } from './commands/start.mjs';
+import { stop } from './commands/stop.mjs';
+import { kParts } from './sandbox.mjs';
+
+const kUsage = `usage: cli.mjs run   [PART...] -- COMMAND [ARGUMENT...]
+       cli.mjs serve --state FILE [PART...] [--parent PID]
+       cli.mjs start --state FILE [PART...] [--parent [PID]]
+       cli.mjs stop  --state FILE
+
+A local cloud on 127.0.0.1, with throw-away credentials, gone when it is stopped.
+
+  run     starts the parts, runs COMMAND with VEMLO_SANDBOX_... variables that describe them,
+          stops them and exits as COMMAND did
+  serve   starts the parts, writes FILE and stays until it is told to end
+  start   the same in the background; returns when everything is ready
+  stop    ends what 'start' began and waits until it is gone
+
+Parts (all of them unless some are named):
+  --radosgw    Ceph's S3 gateway
+  --swift      OpenStack Swift with its S3 interface
+  --internet   a proxy that serves the public host names from the local servers
+
+Options:
+  --state FILE     where the description (JSON) of the running sandbox is
+  --parent PID     also end when process PID ends; for 'start' without a number: its own caller
+  --help           this text
+`;
+const kOptions = {
+  ...Object.fromEntries(kParts.map((part) => [part, { type: 'boolean' }])),
+  state: { type: 'string' },
+  parent: { type: 'string' },
+  help: { type: 'boolean', short: 'h' },
+};
+
+class UsageError extends Error {}
+
+function parse(argv) {
+  const end = argv.indexOf('--');
+  const own = end < 0 ? argv : argv.slice(0, end);
+  const command = end < 0 ? [] : argv.slice(end + 1);
+  const withParent = own.flatMap((word, index) =>
+    word === '--parent' && own[0] === 'start' && !/^\d+$/.test(own[index + 1] ?? '')
+      ? [`--parent=${process.ppid}`]
+      : [word],
+  );
+  try {
+    const { values, positionals } = parseArgs({
+      args: withParent,
+      options: kOptions,
+      allowPositionals: true,
+    });
+    return { values, positionals, command };
+  } catch (error) {
+    throw new UsageError(error.message);
+  }
+}
+
+function check({ values, positionals, command }) {
+  const [verb, ...rest] = positionals;
+  if (!['run', 'serve', 'start', 'stop'].includes(verb))
+    throw new UsageError('say run, serve, start or stop');
+  if (rest.length > 0) throw new UsageError(`unexpected argument '${rest[0]}'`);
+  const needsCommand = verb === 'run';
+  if (needsCommand && command.length === 0) throw new UsageError('run needs a command after --');
+  if (!needsCommand && command.length > 0) throw new UsageError(`${verb} takes no command`);
+  if (!needsCommand && !values.state) throw new UsageError(`${verb} needs --state FILE`);
+  if (needsCommand && (values.state ?? values.parent))
+    throw new UsageError('run takes no --state and no --parent');
+  if (values.parent !== undefined && !/^[1-9]\d*$/.test(values.parent))
+    throw new UsageError('--parent needs a process id');
+  return verb;
+}
+
+async function main(argv) {
+  const parsed = parse(argv);
+  const { values, command } = parsed;
+  if (values.help) {
+    process.stdout.write(kUsage);
+    return 0;
+  }
+  const verb = check(parsed);
+  const named = kParts.filter((part) => values[part]);
+  const parts = named.length > 0 ? named : kParts;
+  const options = { parts, file: values.state, parent: values.parent && Number(values.parent) };
+  switch (verb) {
+    case 'run':
+      return run(parts, command);
+    case 'serve':
+      return serve(options);
+    case 'start':
+      return start(options);
+    default:
+      return stop(options.file);
+  }
+}
+
+try {
+  process.exitCode = await main(process.argv.slice(2));
+} catch (error) {
+  process.stderr.write(`sandbox: ${error.message}\n`);
+  if (error instanceof UsageError) process.stderr.write(`\n${kUsage}`);
+  process.exitCode = error instanceof UsageError ? 2 : 1;
+}

@@ -1,0 +1,57 @@
+// `run`: a sandbox for the time of one command.
+
+import { spawn } from 'node:child_process';
+import { writeFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { endChild, endOf } from '../processes.mjs';
+import { Sandbox } from '../sandbox.mjs';
+import { writeState, startTimeOf } from '../state.mjs';
+import { exitCodeOf, stopSignal } from './signals.mjs';
+
+export async function run(parts, command) {
+  const sandbox = new Sandbox(parts, (line) => process.stderr.write(`sandbox: ${line}\n`));
+  const stopped = stopSignal();
+  try {
+    const ready = await Promise.race([sandbox.start().then(() => true), stopped.then(() => false)]);
+    if (!ready) return exitCodeOf(await stopped);
+    return await runCommand(command, await describe(sandbox), stopped);
+  } catch (error) {
+    process.stderr.write(await sandbox.logTails());
+    throw error;
+  } finally {
+    await sandbox.stop();
+  }
+}
+
+async function runCommand(command, variables, stopped) {
+  const child = spawn('setpriv', ['--pdeathsig', 'TERM', ...command], {
+    stdio: 'inherit',
+    env: { ...process.env, ...variables },
+  });
+  child.ended = endOf(child);
+  stopped.then((signal) => endChild(child, signal));
+  const { code, signal } = await child.ended;
+  return signal ? exitCodeOf(signal) : code;
+}
+
+/** Writes the state file and the secret files, and returns the variables that lead to them. */
+async function describe({ folder, state }) {
+  const file = join(folder, 'state.json');
+  await writeState(file, { ...state, startTime: startTimeOf(process.pid) });
+  const variables = { VEMLO_SANDBOX_STATE: file };
+  for (const name of ['radosgw', 'swift']) {
+    if (!state[name]) continue;
+    const secretFile = join(folder, `${name}-secret`);
+    await writeFile(secretFile, state[name].secretKey, { mode: 0o600 });
+    const prefix = `VEMLO_SANDBOX_${name.toUpperCase()}`;
+    variables[`${prefix}_ENDPOINT`] = state[name].endpoint;
+    variables[`${prefix}_ACCESS_KEY`] = state[name].accessKey;
+    variables[`${prefix}_SECRET_KEY_FILE`] = secretFile;
+  }
+  if (state.internet) {
+    variables.VEMLO_SANDBOX_PROXY = `${state.internet.proxyHost}:${state.internet.proxyPort}`;
+    variables.VEMLO_SANDBOX_CA_FILE = state.internet.caFile;
+    variables.VEMLO_SANDBOX_CONTROL = state.internet.control;
+  }
+  return variables;
+}

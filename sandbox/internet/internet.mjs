@@ -1,0 +1,40 @@
+// The loopback internet: two proxies, one open and one asking for a credential, over one table of
+// hosts, one list of faults and one log.
+
+import { randomBytes } from 'node:crypto';
+import { requireCommands } from '../processes.mjs';
+import { CertificateAuthority } from './certificates.mjs';
+import { startControl } from './control.mjs';
+import { Faults } from './faults.mjs';
+import { Proxy } from './proxy.mjs';
+import { RequestLog } from './request-log.mjs';
+import { Routes } from './routes.mjs';
+
+/** `routes` are { host, target }; keys and certificates go to `folder`. */
+export async function startInternet({ folder, routes }) {
+  requireCommands({ openssl: 'openssl' });
+  const world = {
+    routes: new Routes(routes),
+    faults: new Faults(),
+    log: new RequestLog(),
+    authority: await CertificateAuthority.create(folder),
+  };
+  const credential = { user: 'sandbox', password: randomBytes(12).toString('hex') };
+  const open = new Proxy('open', world);
+  const authenticating = new Proxy('auth', world, credential);
+  const control = await startControl(world);
+
+  return {
+    state: {
+      proxyHost: '127.0.0.1',
+      proxyPort: await open.listen(),
+      authProxyPort: await authenticating.listen(),
+      proxyUser: credential.user,
+      proxyPassword: credential.password,
+      caFile: world.authority.caFile,
+      control: control.url,
+      hosts: routes.map(({ host }) => host),
+    },
+    stop: () => Promise.all([open.stop(), authenticating.stop(), control.stop()]),
+  };
+}

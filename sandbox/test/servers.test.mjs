@@ -1,0 +1,80 @@
+import assert from 'node:assert/strict';
+import { describe, it } from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { sandbox } from './support.mjs';
+
+const kJudge = fileURLToPath(new URL('judge.py', import.meta.url));
+
+const kExpectedOfBoth = {
+  'bad secret': [403, 'SignatureDoesNotMatch'],
+  create: 'ok',
+  "another owner's bucket": [409, 'BucketAlreadyExists'],
+  "listing another owner's bucket": [403, 'AccessDenied'],
+  'another bucket of the other owner': 'ok',
+  buckets: ['judged'],
+  'buckets of the other owner': ['judged-other'],
+  'put through the proxy': 'ok',
+  keys: ['a/é &+ b'],
+  'keys through the proxy': ['a/é &+ b'],
+  'missing bucket': [404, 'NoSuchBucket'],
+  'LocationConstraint us-east-1': 'ok',
+  'LocationConstraint of nowhere': [400, 'InvalidLocationConstraint'],
+};
+
+const kExpected = {
+  radosgw: {
+    ...kExpectedOfBoth,
+    'wrong region in the scope': [],
+    'own bucket again': 'ok',
+    'LocationConstraint eu-central-1, through the proxy': 'ok',
+    'bucket of eu-central-1': 'ok',
+  },
+  swift: {
+    ...kExpectedOfBoth,
+    'wrong region in the scope': [400, 'AuthorizationHeaderMalformed'],
+    'own bucket again': [409, 'BucketAlreadyOwnedByYou'],
+    'LocationConstraint eu-central-1, through the proxy': [400, 'InvalidLocationConstraint'],
+    'bucket of eu-central-1': [404, 'NoSuchBucket'],
+  },
+};
+
+// Alone with the internet, each server stands behind the public host names in turn.
+for (const [server, expected] of Object.entries(kExpected)) {
+  describe(server, () => {
+    it('answers boto3 as its users must expect', async () => {
+      const judge = ['--', '/usr/bin/python3', kJudge, server];
+      const { code, stdout, stderr } = await sandbox([
+        'run',
+        `--${server}`,
+        '--internet',
+        ...judge,
+      ]);
+      assert.equal(code, 0, stderr);
+      assert.deepEqual(JSON.parse(stdout), expected);
+    });
+
+    it('answers s3cmd', async () => {
+      const name = `VEMLO_SANDBOX_${server.toUpperCase()}`;
+      const script = `set -e
+        endpoint="\${${name}_ENDPOINT#http://}"
+        s3() {
+          s3cmd --config /dev/null --no-ssl --region us-east-1 \\
+            --host "$endpoint" --host-bucket "$endpoint" \\
+            --access_key "$${name}_ACCESS_KEY" --secret_key "$(cat "$${name}_SECRET_KEY_FILE")" "$@"
+        }
+        s3 mb s3://by-s3cmd
+        echo content | s3 put - s3://by-s3cmd/folder/file
+        s3 ls s3://by-s3cmd`;
+      const { code, stdout, stderr } = await sandbox([
+        'run',
+        `--${server}`,
+        '--',
+        'sh',
+        '-c',
+        script,
+      ]);
+      assert.equal(code, 0, stderr);
+      assert.match(stdout, /DIR +s3:\/\/by-s3cmd\/folder\/\n$/);
+    });
+  });
+}
