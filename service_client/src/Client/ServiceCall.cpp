@@ -46,7 +46,8 @@ void removeSecrets(Error& error, const Http::Request& request) {
   const auto authorization = request.headers.find("authorization");
   if (authorization == request.headers.end()) return;
   const std::string_view header = authorization->second;
-  const std::string_view secret = header.substr(header.find_last_of(" =:") + 1);
+  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
+  const std::string_view secret = header.substr(header.find_last_of(" =:", lastCharacter) + 1);
   Util::blackOut(error.message, secret);
   Util::blackOut(error.exceptionName, secret);
 }
