@@ -1,0 +1,86 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Client/ServiceCall.h"
+#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/SerializableWSRequest.h"
+#include "libvemlo/retry_strategies.h"
+#include "support/attempt_world.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+using CloudStorage::Client::AttemptConduct;
+using CloudStorage::Client::ClientParts;
+using CloudStorage::Client::Error;
+using CloudStorage::Client::ServiceCall;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class GivenHeader : public AttemptConduct {
+ public:
+  explicit GivenHeader(std::string value) : value_(std::move(value)) {}
+  void authorize(Http::Request& request) override { request.headers["authorization"] = value_; }
+
+ private:
+  std::string value_;
+};
+
+class Question : public CloudStorage::Client::SerializableWSRequest {
+ public:
+  std::string serializePayload() const override { return {}; }
+};
+
+struct Nothing {};
+
+std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullopt; }
+
+// The error of a service that repeats `secret` to a request authorized with `header`.
+Error errorWith(const std::string& header, const std::string& secret) {
+  TestSupport::AttemptWorld world;
+  world.transport->enqueue(TestSupport::answer(403, "<Error><Code>Denied" + secret +
+                                                        "</Code><Message>not " + secret +
+                                                        ", no.</Message></Error>"));
+  ClientParts parts;
+  parts.retryStrategy = std::make_shared<S3RetryStrategy>(nullptr);
+  parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
+  GivenHeader conduct(header);
+  const ServiceCall call(parts, world.environment());
+  return call
+      .send<Nothing>(Http::Method::Get, Http::URI::parse("https://host/").value(), Question(),
+                     conduct, readNothing)
+      .getError();
+}
+
+void expectRemoved(const std::string& header, const std::string& secret) {
+  const Error error = errorWith(header, secret);
+  EXPECT_THAT(error.message, Not(HasSubstr(secret))) << header;
+  EXPECT_THAT(error.exceptionName, Not(HasSubstr(secret))) << header;
+  EXPECT_THAT(error.message, HasSubstr(", no.")) << "the rest stays";
+}
+
+TEST(ServiceCallSecrets, BearerTokenIsInNoError) {
+  expectRemoved("Bearer ya29.a0AfH6SMB-token_~+/x", "ya29.a0AfH6SMB-token_~+/x");
+  expectRemoved("Bearer eyJhbGciOiJub25lIn0==", "eyJhbGciOiJub25lIn0==");
+}
+
+TEST(ServiceCallSecrets, SignatureOfHexadecimalDigitsIsInNoError) {
+  const std::string signature = "5886bbd26b936acaea17863bbe7d18e7e1e85580a039a079d925c4776b5d5eb1";
+  expectRemoved(
+      "AWS4-HMAC-SHA256 Credential=key/20240229/r/s3/aws4_request, "
+      "SignedHeaders=host;x-amz-date, Signature=" +
+          signature,
+      signature);
+}
+
+TEST(ServiceCallSecrets, PaddedBase64SignatureIsInNoError) {
+  const std::string signature = "q5bYvCLVnTkK+0Ozk0sWYFMyVCEFlg0Gxn+wJ9FgE1A=";
+  expectRemoved("SharedKey account:" + signature, signature);
+}
+
+}  // namespace

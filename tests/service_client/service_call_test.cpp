@@ -1,0 +1,500 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Client/ErrorMarshalling.h"
+#include "Client/ServiceCall.h"
+#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/StreamingWSRequest.h"
+#include "libvemlo/retry_strategies.h"
+#include "support/attempt_world.h"
+#include "support/noting_strategy.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+using CloudStorage::Client::AttemptConduct;
+using CloudStorage::Client::ClientEnvironment;
+using CloudStorage::Client::ClientParts;
+using CloudStorage::Client::CoreErrors;
+using CloudStorage::Client::Error;
+using CloudStorage::Client::RetryStrategy;
+using CloudStorage::Client::ServiceCall;
+using CloudStorage::Client::StreamingWSRequest;
+using CloudStorage::Client::WSErrorMarshaller;
+using CloudStorage::Util::Outcome;
+using CloudStorage::Util::RateLimiter;
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::IsEmpty;
+using ::testing::Key;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using TestSupport::answer;
+using TestSupport::noAnswer;
+using TestSupport::NotingStrategy;
+
+/// Repeats whatever happens, at once.
+class StubbornStrategy : public RetryStrategy {
+ public:
+  bool shouldRetry(const Error&, unsigned long attemptedRetries) const override {
+    return attemptedRetries < 3;
+  }
+  long getDelayBeforeNextRetry(const Error&, unsigned long) const override { return 0; }
+};
+
+class NotingConduct : public AttemptConduct {
+ public:
+  void authorize(Http::Request& request) override {
+    request.headers["authorization"] = "attempt " + std::to_string(++authorized);
+    if (onAuthorize) onAuthorize();
+  }
+  bool correct(const Http::Response& response, const Error&, Http::Request& request) override {
+    ++offered;
+    return onCorrect && onCorrect(response, request);
+  }
+  bool follow(const std::string& location, Http::Request& request) override {
+    locations.push_back(location);
+    const auto target = Http::URI::parse(location);
+    if (!target) return false;
+    request.uri = *target;
+    return true;
+  }
+
+  int authorized = 0;
+  int offered = 0;
+  std::vector<std::string> locations;
+  std::function<void()> onAuthorize;
+  std::function<bool(const Http::Response&, Http::Request&)> onCorrect;
+};
+
+/// A request that is whatever a test makes of it.
+class Model : public StreamingWSRequest {
+ public:
+  Http::HeaderValueCollection getRequestSpecificHeaders() const override { return headers; }
+  void addQueryStringParameters(Http::URI& uri) const override {
+    if (!parameter.empty()) uri.addQueryStringParameter("parameter", parameter);
+  }
+  bool doesRequireAuthorization() const override { return authorized; }
+  bool shouldComputeContentMd5() const override { return withMd5; }
+
+  void setBody(const std::string& text) { body = std::make_shared<std::stringstream>(text); }
+
+  Http::HeaderValueCollection headers;
+  std::string parameter;
+  bool authorized = true;
+  bool withMd5 = false;
+};
+
+using Lines = std::vector<std::string>;
+
+// An answer is a text of lines; one that ends with "!" is refused, with the lines before it read.
+std::optional<Error> parseLines(Http::Response& response, Lines& lines) {
+  std::istringstream text(response.body);
+  for (std::string line; std::getline(text, line);) {
+    if (line == "!") return CloudStorage::Client::localError("MalformedResponse", "refused");
+    if (line == "throw") throw std::runtime_error("the parser");
+    lines.push_back(line);
+  }
+  return std::nullopt;
+}
+
+class ServiceCallTest : public ::testing::Test {
+ protected:
+  Outcome<Lines, Error> send(Http::Method method = Http::Method::Get) {
+    ClientParts parts;
+    parts.retryStrategy = strategy;
+    parts.errorMarshaller = marshaller;
+    parts.readRateLimiter = readLimiter;
+    parts.writeRateLimiter = writeLimiter;
+    const ServiceCall call(parts, world.environment());
+    return call.send<Lines>(method, Http::URI::parse("https://host/path").value(), model, conduct,
+                            parseLines);
+  }
+
+  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
+  std::vector<Http::Request> requests() const { return world.transport->requests(); }
+
+  std::vector<std::string> headersSent(const std::string& name) const {
+    std::vector<std::string> values;
+    for (const auto& request : requests()) {
+      const auto header = request.headers.find(name);
+      values.push_back(header == request.headers.end() ? "(none)" : header->second);
+    }
+    return values;
+  }
+
+  TestSupport::AttemptWorld world;
+  std::shared_ptr<NotingStrategy> strategy =
+      std::make_shared<NotingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
+  std::shared_ptr<WSErrorMarshaller> marshaller =
+      std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
+  std::shared_ptr<RateLimiter> readLimiter;
+  std::shared_ptr<RateLimiter> writeLimiter;
+  Model model;
+  NotingConduct conduct;
+};
+
+using ServiceCallLoop = ServiceCallTest;
+
+TEST_F(ServiceCallLoop, GivesUpAfterFourSendsAndGrowingDelays) {
+  for (int code : {500, 502, 503, 504}) enqueue(answer(code));
+  const auto outcome = send();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().httpResponseCode, 504) << "the last failure counts";
+  EXPECT_THAT(requests(), SizeIs(4));
+  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(500, 0), Pair(502, 1), Pair(503, 2), Pair(504, 3)));
+}
+
+TEST_F(ServiceCallLoop, SucceedsOnTheThirdSend) {
+  enqueue(answer(503));
+  enqueue(answer(503));
+  enqueue(answer(200, "one\ntwo\n"));
+  const auto outcome = send();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(outcome.getResult(), ElementsAre("one", "two"));
+  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0), Pair(503, 1)));
+}
+
+TEST_F(ServiceCallLoop, StrategyHearsOfNoSuccess) {
+  for (int code : {200, 201, 204, 299}) {
+    enqueue(answer(code));
+    EXPECT_TRUE(send().isSuccess()) << code;
+  }
+  EXPECT_THAT(strategy->asked, IsEmpty());
+  EXPECT_EQ(conduct.offered, 0);
+}
+
+TEST_F(ServiceCallLoop, RefusalIsNotRepeated) {
+  for (int code : {199, 301, 400, 401, 403, 404, 409, 429, 499}) {
+    enqueue(answer(code));
+    const auto outcome = send();
+    ASSERT_FALSE(outcome.isSuccess());
+    EXPECT_EQ(outcome.getError().httpResponseCode, code);
+  }
+  EXPECT_THAT(requests(), SizeIs(9));
+  EXPECT_THAT(strategy->asked, SizeIs(9));
+  EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(ServiceCallLoop, TransportFailureIsNotRepeatedForAnObjectStore) {
+  using Kind = Http::TransportFailure::Kind;
+  for (Kind kind : {Kind::Unreachable, Kind::Timeout, Kind::Untrusted, Kind::Interrupted,
+                    Kind::ResponseTooLarge, Kind::Refused}) {
+    enqueue(noAnswer(kind, "CURLE_SOMETHING", "it broke", false));
+    const auto outcome = send();
+    ASSERT_FALSE(outcome.isSuccess());
+    EXPECT_EQ(outcome.getError().exceptionName, "CURLE_SOMETHING");
+    EXPECT_EQ(outcome.getError().httpResponseCode, 0);
+  }
+  EXPECT_THAT(requests(), SizeIs(6));
+  EXPECT_THAT(strategy->asked, SizeIs(6));
+  EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(ServiceCallLoop, FailureOverridesAStatusOfSuccess) {
+  auto response = answer(200, "one\n");
+  response.failure = {Http::TransportFailure::Kind::Interrupted, "CURLE_PARTIAL_FILE", "cut", true};
+  enqueue(response);
+  EXPECT_FALSE(send().isSuccess());
+}
+
+TEST_F(ServiceCallLoop, AnswerThatIsRefusedCarriesItsStatusAndHeaders) {
+  enqueue(answer(203, "one\n!\n", {{"x-amz-request-id", "7"}}));
+  const auto outcome = send();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
+  EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
+  EXPECT_EQ(outcome.getError().httpResponseCode, 203);
+  EXPECT_THAT(outcome.getError().responseHeaders, ElementsAre(Pair("x-amz-request-id", "7")));
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(203, 0)));
+}
+
+TEST_F(ServiceCallLoop, NothingOfARefusedAnswerIsInTheResult) {
+  strategy = std::make_shared<NotingStrategy>(std::make_shared<StubbornStrategy>());
+  enqueue(answer(200, "one\ntwo\n!\n"));
+  enqueue(answer(200, "one\ntwo\nthree\n"));
+  EXPECT_THAT(send().getResult(), ElementsAre("one", "two", "three"));
+}
+
+using ServiceCallRequest = ServiceCallTest;
+
+TEST_F(ServiceCallRequest, IsAuthorizedAnewForEachAttempt) {
+  enqueue(answer(503));
+  enqueue(answer(503));
+  enqueue(answer(200));
+  EXPECT_TRUE(send().isSuccess());
+  EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
+}
+
+TEST_F(ServiceCallRequest, WithoutNeedOfAuthorizationGetsNone) {
+  model.authorized = false;
+  enqueue(answer(503));
+  enqueue(answer(200));
+  EXPECT_TRUE(send().isSuccess());
+  EXPECT_THAT(headersSent("authorization"), ElementsAre("(none)", "(none)"));
+  EXPECT_EQ(conduct.authorized, 0);
+}
+
+TEST_F(ServiceCallRequest, CarriesMethodAddressParametersAndHeaders) {
+  model.parameter = "a b/";
+  model.headers = {{"x-amz-acl", "private"}};
+  model.contentType = "text/plain";
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Post).isSuccess());
+  ASSERT_THAT(requests(), SizeIs(1));
+  const auto request = requests()[0];
+  EXPECT_EQ(request.method, Http::Method::Post);
+  EXPECT_EQ(request.uri.toString(), "https://host/path?parameter=a%20b%2F");
+  EXPECT_THAT(request.headers,
+              ElementsAre(Pair("authorization", "attempt 1"), Pair("content-type", "text/plain"),
+                          Pair("x-amz-acl", "private")));
+}
+
+TEST_F(ServiceCallRequest, HasNoHeaderWithoutAValue) {
+  model.headers = {{"x-amz-acl", ""}};
+  enqueue(answer(200));
+  EXPECT_TRUE(send().isSuccess());
+  EXPECT_THAT(requests()[0].headers, ElementsAre(Key("authorization")));
+}
+
+TEST_F(ServiceCallRequest, BodyIsTheSameInEveryAttempt) {
+  const std::string body("first line\nsecond\0line", 22);
+  model.setBody(body);
+  for (int i = 0; i < 3; ++i) enqueue(answer(503));
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  ASSERT_THAT(requests(), SizeIs(4));
+  EXPECT_THAT(requests(), Each(Field(&Http::Request::body, body)));
+}
+
+TEST_F(ServiceCallRequest, BodyIsReadFromItsBeginningWhateverWasReadBefore) {
+  model.setBody("the whole body");
+  std::string rest;
+  std::getline(*model.body, rest, '\n');
+  ASSERT_TRUE(model.body->eof());
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  model.body->setstate(std::ios::failbit);
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  EXPECT_THAT(requests(), Each(Field(&Http::Request::body, "the whole body")));
+}
+
+TEST_F(ServiceCallRequest, HasADigestOfItsBodyIfAskedFor) {
+  model.withMd5 = true;
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  model.setBody("abc");
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  model.withMd5 = false;
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  // Of nothing, of "abc" (RFC 1321, appendix A.5), and none.
+  EXPECT_THAT(headersSent("content-md5"),
+              ElementsAre("1B2M2Y8AsgTpgAmY7PhCfg==", "kAFQmDzST7DWlj99KOF/cg==", "(none)"));
+}
+
+using ServiceCallRedirect = ServiceCallTest;
+
+TEST_F(ServiceCallRedirect, IsFollowedWithTheSameMethodBodyAndHeaders) {
+  model.setBody("body");
+  model.contentType = "text/plain";
+  enqueue(answer(307, "", {{"location", "https://other/place?rk=1"}}));
+  enqueue(answer(503));
+  enqueue(answer(200));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  ASSERT_THAT(requests(), SizeIs(3));
+  EXPECT_EQ(requests()[1].uri.toString(), "https://other/place?rk=1");
+  EXPECT_EQ(requests()[2].uri.toString(), "https://other/place?rk=1") << "for the rest of the call";
+  EXPECT_THAT(requests(), Each(AllOf(Field(&Http::Request::body, "body"),
+                                     Field(&Http::Request::method, Http::Method::Put))));
+  EXPECT_THAT(headersSent("content-type"), Each("text/plain"));
+  EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
+  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
+}
+
+TEST_F(ServiceCallRedirect, IsTheFailureIfItMustNotBeFollowed) {
+  enqueue(answer(307, "", {{"location", "no address"}}));
+  const auto outcome = send();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().httpResponseCode, 307);
+  EXPECT_THAT(conduct.locations, ElementsAre("no address"));
+  EXPECT_THAT(requests(), SizeIs(1));
+  EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
+  for (const char* location : {"https://h/1", "https://h/2", "https://h/3", "https://h/4"}) {
+    enqueue(answer(301, "", {{"location", location}}));
+  }
+  EXPECT_EQ(send().getError().httpResponseCode, 301);
+  EXPECT_THAT(conduct.locations, ElementsAre("https://h/1", "https://h/2", "https://h/3"));
+  EXPECT_THAT(requests(), SizeIs(4));
+}
+
+TEST_F(ServiceCallRedirect, LocationOfOtherAnswersLeadsNowhere) {
+  enqueue(answer(503, "", {{"location", "https://other/"}}));
+  enqueue(answer(201, "", {{"location", "https://other/"}}));
+  EXPECT_TRUE(send().isSuccess());
+  EXPECT_THAT(conduct.locations, IsEmpty());
+  EXPECT_EQ(requests()[1].uri.host(), "host");
+}
+
+using ServiceCallCorrection = ServiceCallTest;
+
+TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
+  conduct.onCorrect = [](const Http::Response& response, Http::Request& request) {
+    request.uri.setHost("mended");
+    return response.status == 400;
+  };
+  enqueue(answer(400));
+  enqueue(answer(503));
+  enqueue(answer(200));
+  EXPECT_TRUE(send().isSuccess());
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0)));
+  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
+  EXPECT_EQ(requests()[0].uri.host(), "host");
+  EXPECT_EQ(requests()[1].uri.host(), "mended");
+  EXPECT_EQ(requests()[2].uri.host(), "mended");
+}
+
+TEST_F(ServiceCallCorrection, EndsEvenIfTheConductWouldGoOn) {
+  conduct.onCorrect = [](const auto&, auto&) { return true; };
+  for (int i = 0; i < 4; ++i) enqueue(answer(400));
+  EXPECT_EQ(send().getError().httpResponseCode, 400);
+  EXPECT_THAT(requests(), SizeIs(4));
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(400, 0)));
+}
+
+TEST_F(ServiceCallCorrection, LeavesTheFailureToTheStrategyIfThereIsNone) {
+  enqueue(answer(503));
+  enqueue(answer(404));
+  EXPECT_EQ(send().getError().httpResponseCode, 404);
+  EXPECT_EQ(conduct.offered, 2);
+  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0), Pair(404, 1)));
+}
+
+class NotingLimiter : public RateLimiter {
+ public:
+  NotingLimiter(std::vector<std::string>& notes, std::string name)
+      : notes_(notes), name_(std::move(name)) {}
+  void acquire(std::uint64_t bytes) override {
+    notes_.push_back(name_ + ' ' + std::to_string(bytes));
+  }
+
+ private:
+  std::vector<std::string>& notes_;
+  std::string name_;
+};
+
+TEST_F(ServiceCallTest, LimitersAreAskedBeforeSendingAndAfterReceiving) {
+  std::vector<std::string> notes;
+  readLimiter = std::make_shared<NotingLimiter>(notes, "read");
+  writeLimiter = std::make_shared<NotingLimiter>(notes, "write");
+  model.setBody("12345");
+  world.transport->enqueue([&notes](const Http::Request&) {
+    notes.push_back("send");
+    return answer(503, "busy");
+  });
+  enqueue(answer(200, "one\n"));
+  EXPECT_TRUE(send(Http::Method::Put).isSuccess());
+  EXPECT_THAT(notes, ElementsAre("write 5", "send", "read 4", "write 5", "read 4"));
+}
+
+class ThrowingMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response&, Http::Method) const override {
+    throw std::runtime_error("the marshaller");
+  }
+};
+
+using ServiceCallException = ServiceCallTest;
+
+void expectInternalFailure(const Outcome<Lines, Error>& outcome, const std::string& message) {
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
+  EXPECT_EQ(outcome.getError().exceptionName, "InternalFailure");
+  EXPECT_EQ(outcome.getError().message, message);
+  EXPECT_EQ(outcome.getError().httpResponseCode, 0);
+  EXPECT_FALSE(outcome.getError().retryable);
+}
+
+TEST_F(ServiceCallException, OfTheTransportBecomesAnError) {
+  world.transport->enqueue(
+      [](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
+  expectInternalFailure(send(), "the transport");
+  EXPECT_THAT(strategy->asked, IsEmpty());
+}
+
+TEST_F(ServiceCallException, OfNoKnownTypeBecomesAnError) {
+  world.transport->enqueue([](const auto&) -> Http::Response { throw 42; });
+  expectInternalFailure(send(), "unknown exception");
+}
+
+TEST_F(ServiceCallException, OfTheParserBecomesAnError) {
+  enqueue(answer(200, "one\nthrow\n"));
+  expectInternalFailure(send(), "the parser");
+}
+
+TEST_F(ServiceCallException, OfTheMarshallerBecomesAnError) {
+  marshaller = std::make_shared<ThrowingMarshaller>();
+  enqueue(answer(503));
+  expectInternalFailure(send(), "the marshaller");
+}
+
+TEST_F(ServiceCallException, OfTheConductBecomesAnError) {
+  conduct.onAuthorize = [] { throw std::runtime_error("the conduct"); };
+  expectInternalFailure(send(), "the conduct");
+  EXPECT_THAT(requests(), IsEmpty());
+}
+
+/// A stream that cannot be read.
+class BrokenBuffer : public std::streambuf {
+ protected:
+  int_type underflow() override { throw std::runtime_error("the body"); }
+};
+
+TEST_F(ServiceCallException, OfTheBodyBecomesAnError) {
+  BrokenBuffer buffer;
+  model.body = std::make_shared<std::iostream>(&buffer);
+  expectInternalFailure(send(Http::Method::Put), "the body");
+  EXPECT_THAT(requests(), IsEmpty());
+}
+
+TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {
+  const auto transport = std::make_shared<TestSupport::ScriptedTransport>();
+  transport->enqueue(answer(503));
+  transport->enqueue(answer(200));
+  ClientParts parts;
+  parts.retryStrategy = std::make_shared<StubbornStrategy>();  // whose delays are none
+  parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
+  ClientEnvironment environment;
+  environment.transport = transport;
+  const ServiceCall call(parts, environment);
+
+  const auto difference = call.now() - std::chrono::system_clock::now();
+  EXPECT_LT(std::chrono::abs(difference), std::chrono::hours(1));
+  NotingConduct conduct;
+  EXPECT_TRUE(call.send<Lines>(Http::Method::Get, Http::URI::parse("https://host/").value(),
+                               Model(), conduct, parseLines)
+                  .isSuccess());
+}
+
+}  // namespace

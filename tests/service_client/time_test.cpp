@@ -1,0 +1,139 @@
+#include "Util/Time.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+#include <string>
+
+namespace {
+
+using CloudStorage::Util::parseHttpDate;
+using CloudStorage::Util::parseIsoTime;
+using CloudStorage::Util::TimePoint;
+
+std::optional<std::time_t> secondsOf(const std::optional<TimePoint>& time) {
+  if (!time) return std::nullopt;
+  return std::chrono::system_clock::to_time_t(*time);
+}
+
+constexpr std::time_t kLeapDay = 1709195415;  // 2024-02-29 08:30:15 UTC
+
+TEST(Time, ReadsIsoTimes) {
+  EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15Z")), kLeapDay);
+  EXPECT_EQ(secondsOf(parseIsoTime("1970-01-01T00:00:00Z")), 0);
+  EXPECT_EQ(secondsOf(parseIsoTime("2000-12-31T23:59:59Z")), 978307199);
+}
+
+TEST(Time, DropsTheFractionHoweverLong) {
+  for (const char* fraction : {".", ".0", ".000", ".999", ".1234567", ".123456789"}) {
+    EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15" + std::string(fraction) + "Z")),
+              kLeapDay);
+  }
+}
+
+TEST(Time, WhatIsNoIsoTimeIsNone) {
+  for (const char* text : {"",
+                           "Z",
+                           "2024",
+                           "2024-02-29",
+                           "2024-02-29T08:30:15",
+                           "2024-02-29T08:30Z",
+                           "2024-02-29 08:30:15Z",
+                           "2024-02-29T08:30:15+00:00",
+                           "2024-02-29T08:30:15z",
+                           "2024-02-29T08:30:15ZZ",
+                           " 2024-02-29T08:30:15Z",
+                           "2024-02-29T08:30:15Z ",
+                           "2024-2-29T08:30:15Z",
+                           "24-02-29T08:30:15Z",
+                           "2024/02/29T08:30:15Z",
+                           "2024-02-29T08:30:15,5Z",
+                           "2024-02-29T08:30:15.5xZ",
+                           "2024-02-29T08:30:1xZ",
+                           "20x4-02-29T08:30:15Z",
+                           "2024-02-29T-8:30:15Z",
+                           "20240229T083015Z",
+                           "2023-02-29T08:30:15Z",
+                           "2024-02-30T08:30:15Z",
+                           "2024-06-31T08:30:15Z",
+                           "2024-00-15T08:30:15Z",
+                           "2024-13-15T08:30:15Z",
+                           "2024-02-00T08:30:15Z",
+                           "2024-02-29T24:00:00Z",
+                           "2024-02-29T08:60:15Z",
+                           "2024-02-29T08:30:60Z"}) {
+    EXPECT_EQ(parseIsoTime(text), std::nullopt) << text;
+  }
+}
+
+TEST(Time, TimesBeyondTheClockAreNone) {
+  EXPECT_TRUE(parseIsoTime("2261-12-31T23:59:59Z"));
+  for (const char* text : {"0000-01-01T00:00:00Z", "0001-01-01T00:00:00Z", "1969-12-31T23:59:59Z",
+                           "2262-01-01T00:00:00Z", "9999-12-31T23:59:59Z"}) {
+    EXPECT_EQ(parseIsoTime(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(parseHttpDate("Fri, 31 Dec 9999 23:59:59 GMT"), std::nullopt);
+}
+
+TEST(Time, ReadsHttpDates) {
+  EXPECT_EQ(secondsOf(parseHttpDate("Thu, 29 Feb 2024 08:30:15 GMT")), kLeapDay);
+  EXPECT_EQ(secondsOf(parseHttpDate("Thu, 01 Jan 1970 00:00:00 GMT")), 0);
+}
+
+TEST(Time, ReadsEveryMonth) {
+  const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  int number = 0;
+  for (const std::string month : months) {
+    const std::string digits = std::to_string(++number);
+    const auto iso = "2023-" + std::string(2 - digits.size(), '0') + digits + "-07T01:02:03Z";
+    const auto expected = parseIsoTime(iso);
+    ASSERT_TRUE(expected) << iso;
+    EXPECT_EQ(parseHttpDate("Sat, 07 " + month + " 2023 01:02:03 GMT"), expected) << month;
+  }
+}
+
+TEST(Time, WhatIsNoHttpDateIsNone) {
+  for (const char* text : {"", "Thu", "Thu, 29 Feb 2024 08:30:15", "Thu, 29 Feb 2024 08:30:15 UTC",
+                           "Thu, 29 Feb 2024 08:30:15 +0000", "Thu, 29 feb 2024 08:30:15 GMT",
+                           "Thu, 29 Feu 2024 08:30:15 GMT", "Thu, 9 Feb 2024 08:30:15 GMT",
+                           "Thursday, 29-Feb-24 08:30:15 GMT", "Thu Feb 29 08:30:15 2024",
+                           "29 Feb 2024 08:30:15 GMT", "Thu, 30 Feb 2024 08:30:15 GMT",
+                           "Thu, 29 Feb 2024 08:30:15 GMT ", "Thu, 29 Feb 2024 24:30:15 GMT"}) {
+    EXPECT_EQ(parseHttpDate(text), std::nullopt) << text;
+  }
+}
+
+/// Sets the time zone of the process and puts the old one back.
+class ZoneSetting {
+ public:
+  explicit ZoneSetting(const char* zone) {
+    if (const char* old = std::getenv("TZ")) old_ = old;
+    ::setenv("TZ", zone, 1);
+    ::tzset();
+  }
+  ~ZoneSetting() {
+    if (old_) {
+      ::setenv("TZ", old_->c_str(), 1);
+    } else {
+      ::unsetenv("TZ");
+    }
+    ::tzset();
+  }
+  ZoneSetting(const ZoneSetting&) = delete;
+  ZoneSetting& operator=(const ZoneSetting&) = delete;
+
+ private:
+  std::optional<std::string> old_;
+};
+
+TEST(Time, DoesNotDependOnTheTimeZone) {
+  const ZoneSetting zone("XYZ-05:30ABC");
+  EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15Z")), kLeapDay);
+  EXPECT_EQ(secondsOf(parseHttpDate("Thu, 29 Feb 2024 08:30:15 GMT")), kLeapDay);
+}
+
+}  // namespace
