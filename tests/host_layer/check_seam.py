@@ -1,0 +1,39 @@
+#!/usr/bin/env python3
+"""Checks that a library built for a host's own service-client layer leaves that layer to the host:
+it asks for no library of ours and leaves the layer's symbols undefined. usage: LIBRARY"""
+import re
+import subprocess
+import sys
+
+SERVICES = ("S3", "AzureSSB", "AmazonDrive", "GoogleDrive", "OneDrive", "Dropbox")
+
+
+def output_of(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    library = sys.argv[1]
+    needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-d", library))
+    undefined = output_of("nm", "-DC", "--undefined-only", library)
+    defined = output_of("nm", "-DC", "--defined-only", library)
+
+    faults = []
+    if not any(name.startswith("libglog") for name in needed):
+        faults.append(f"readelf lists nothing that is known to be needed: {needed}")
+    faults += [f"{name} is needed" for name in needed if "service_client" in name]
+    for service in SERVICES:
+        constructor = f"CloudStorage::Client::{service}::{service}Client::{service}Client("
+        if constructor not in undefined:
+            faults.append(f"{constructor}...) is not left undefined")
+    if "CloudStorage::" in defined:
+        faults.append("a symbol of the layer is exported")
+    for fault in faults:
+        print(fault, file=sys.stderr)
+    sys.exit(1 if faults else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,89 @@
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+
+#include "libvemlo.h"
+#include "stand_in_layer.h"
+
+// The library with a service-client layer that the process itself provides.
+namespace {
+
+using StandIn::journal;
+using testing::ElementsAre;
+
+class HostLayer : public testing::Test {
+ protected:
+  HostLayer() { StandIn::reset(); }
+};
+
+TEST_F(HostLayer, ListsBucketsThroughTheHostsClient) {
+  session* handle = libvemlo_s3_init("", "", "", "", nullptr);
+  char** buckets = nullptr;
+  int count = 0;
+  ASSERT_EQ(s3_list_bucket(handle, &buckets, &count), 0);
+  ASSERT_EQ(count, 2);
+  EXPECT_STREQ(buckets[0], "one");
+  EXPECT_STREQ(buckets[1], "two");
+  free_buckets(buckets, count);
+  libvemlo_s3_cleanup(handle);
+  EXPECT_THAT(journal().calls, ElementsAre("S3Client", "listBuckets", "~S3Client"));
+}
+
+TEST_F(HostLayer, ReturnsTheErrorTypeOfTheHostsClient) {
+  session* handle = libvemlo_s3_init("", "", "", "", nullptr);
+  journal().operationsFail = true;
+  char** buckets = nullptr;
+  int count = 4711;
+  EXPECT_EQ(s3_list_bucket(handle, &buckets, &count), 15);
+  EXPECT_EQ(buckets, nullptr);
+  EXPECT_EQ(count, 4711);
+  EXPECT_EQ(s3_create_bucket(handle, "bucket", 0), 15);
+  libvemlo_s3_cleanup(handle);
+  EXPECT_THAT(journal().calls,
+              ElementsAre("S3Client", "listBuckets", "createBucket bucket", "~S3Client"));
+}
+
+TEST_F(HostLayer, GetsTheTwoLeadingStringsOfAnS3SessionUnchangedAndInOrder) {
+  libvemlo_s3_cleanup(libvemlo_s3_init(" First/ ", "SECOND \xC3\xA4", "", "", nullptr));
+  EXPECT_EQ(journal().firstClientString, " First/ ");
+  EXPECT_EQ(journal().secondClientString, "SECOND \xC3\xA4");
+}
+
+TEST_F(HostLayer, DecodesTheAzureKeyBeforeAnythingElseIsMade) {
+  EXPECT_EQ(libvemlo_azure_ssb_init("somewhere", "account", "bad", nullptr), nullptr);
+  EXPECT_THAT(journal().calls, ElementsAre("decodeAccessKey"));
+}
+
+TEST_F(HostLayer, MapsTheAzureRegion) {
+  session* handle = libvemlo_azure_ssb_init("Some Where", "account", "good", nullptr);
+  ASSERT_NE(handle, nullptr);
+  libvemlo_azure_ssb_cleanup(handle);
+  EXPECT_THAT(journal().calls,
+              ElementsAre("decodeAccessKey", "getRegionForName Some Where", "AzureSSBClient"));
+}
+
+TEST_F(HostLayer, OpensDriveSessions) {
+  libvemlo_google_drive_cleanup(libvemlo_google_drive_init(nullptr));
+  libvemlo_amazon_drive_cleanup(libvemlo_amazon_drive_init(nullptr));
+  libvemlo_one_drive_cleanup(libvemlo_one_drive_init(nullptr));
+  libvemlo_dropbox_cleanup(libvemlo_dropbox_init(nullptr));
+  EXPECT_THAT(journal().calls, ElementsAre("GoogleDriveClient", "AmazonDriveClient",
+                                           "OneDriveClient", "DropboxClient"));
+}
+
+// A layer whose constructors throw is the host's own, and so is what becomes of the exception; but
+// what the library had made by then is gone (the leak check looks at the rest).
+TEST_F(HostLayer, WhoseClientsCannotBeMadeLeavesNothingBehind) {
+  journal().clientConstructorsThrow = true;
+  EXPECT_THROW(libvemlo_s3_init("", "", "", "", nullptr), std::runtime_error);
+  EXPECT_TRUE(journal().credential.expired());
+  EXPECT_THROW(libvemlo_azure_ssb_init("", "account", "good", nullptr), std::runtime_error);
+  EXPECT_TRUE(journal().credential.expired());
+  for (const auto& init : {libvemlo_google_drive_init, libvemlo_amazon_drive_init,
+                           libvemlo_one_drive_init, libvemlo_dropbox_init}) {
+    EXPECT_THROW(init(nullptr), std::runtime_error);
+    EXPECT_TRUE(journal().credential.expired());
+  }
+}
+
+}  // namespace

@@ -1,0 +1,222 @@
+#include "stand_in_layer.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
+#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
+#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Config/ConnectionGenericSetting.h"
+#include "CloudStorage/Util/Threading/DefaultExecutor.h"
+
+namespace StandIn {
+namespace {
+
+void noteClient(const char* name,
+                std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential) {
+  journal().calls.emplace_back(name);
+  journal().credential = std::move(credential);
+  if (journal().clientConstructorsThrow) throw std::runtime_error("no such client today");
+}
+
+CloudStorage::Client::Error failure() {
+  return {CloudStorage::Client::CoreErrors::AccessDenied, "StandIn", "as told", {}, false, 403};
+}
+
+}  // namespace
+
+Journal& journal() {
+  static Journal instance;
+  return instance;
+}
+
+void reset() { journal() = {}; }
+
+}  // namespace StandIn
+
+namespace CloudStorage {
+
+using StandIn::journal;
+
+const char Config::ConnectionGenericSetting::CIPHER[] = "aes-256-cbc";
+const char Config::ConnectionGenericSetting::SALT[] = "the host's own";
+
+bool Util::Threading::DefaultExecutor::submit(std::function<void()> task) {
+  task();
+  return true;
+}
+
+namespace Auth {
+
+AuthorizationCredential::~AuthorizationCredential() = default;
+
+const char AWSAuthCredential::DEFAULT_GLOBAL_REGION[] = "somewhere";
+AWSAuthCredential::~AWSAuthCredential() = default;
+
+AzureSSBAuthentication::~AzureSSBAuthentication() = default;
+
+OAuth2Credential::OAuth2Credential() : id_(0) {}
+OAuth2Credential::~OAuth2Credential() = default;
+bool OAuth2Credential::isEmpty() const { return accessToken_.empty(); }
+Util::Status OAuth2Credential::refreshAccessToken() { return {1, "the stand-in cannot refresh"}; }
+
+bool AzureSSBAuthentication::decodeAccessKey() {
+  journal().calls.emplace_back("decodeAccessKey");
+  return accessKey_ == "good";
+}
+
+}  // namespace Auth
+
+namespace Client {
+
+OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
+                           ClientEnvironment /*environment*/)
+    : WSClient(std::move(parts)), clientSpec_(std::move(clientSpec)) {}
+OAuth2Client::~OAuth2Client() = default;
+
+namespace S3 {
+
+struct S3Client::Implementation {};
+
+S3Client::S3Client(std::string endpoint, std::string region,
+                   std::shared_ptr<Auth::AWSAuthCredential> credential,
+                   std::shared_ptr<RetryStrategy> retryStrategy,
+                   std::shared_ptr<WSErrorMarshaller> errorMarshaller,
+                   std::shared_ptr<Util::RateLimiter> readRateLimiter,
+                   std::shared_ptr<Util::RateLimiter> writeRateLimiter,
+                   std::shared_ptr<Util::Threading::Executor> executor, Config::ProxySetting proxy)
+    : WSClient({std::move(credential), std::move(retryStrategy), std::move(errorMarshaller),
+                std::move(readRateLimiter), std::move(writeRateLimiter), std::move(executor),
+                std::move(proxy)}) {
+  journal().firstClientString = std::move(endpoint);
+  journal().secondClientString = std::move(region);
+  StandIn::noteClient("S3Client", this->credential());
+}
+
+S3Client::~S3Client() { journal().calls.emplace_back("~S3Client"); }
+
+Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
+  journal().calls.emplace_back("listBuckets");
+  if (journal().operationsFail) return StandIn::failure();
+  return Model::ListBucketsResult{{{"one", ""}, {"two", ""}}};
+}
+
+Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
+    const Model::CreateBucketRequest& request) const {
+  journal().calls.emplace_back("createBucket " + request.bucket);
+  if (journal().operationsFail) return StandIn::failure();
+  return Model::CreateBucketResult{};
+}
+
+std::string Model::CreateBucketRequest::serializePayload() const { return {}; }
+Http::HeaderValueCollection Model::CreateBucketRequest::getRequestSpecificHeaders() const {
+  return {};
+}
+
+Error S3ErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace S3
+
+namespace AzureSSB {
+
+AzureSSBClient::AzureSSBClient(std::string accountName,
+                               std::shared_ptr<Auth::AzureSSBAuthentication> authentication,
+                               std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
+                               std::shared_ptr<Util::RateLimiter>,
+                               std::shared_ptr<Util::RateLimiter>,
+                               std::shared_ptr<Util::Threading::Executor>, Config::ProxySetting,
+                               Region region)
+    : WSClient({}), accountName_(std::move(accountName)), region_(region) {
+  StandIn::noteClient("AzureSSBClient", authentication);
+}
+
+AzureSSBClient::~AzureSSBClient() = default;
+
+Region AzureSSBClient::getRegionForName(const std::string& regionName) {
+  journal().calls.emplace_back("getRegionForName " + regionName);
+  return Region::Global;
+}
+
+Error AzureSSBErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace AzureSSB
+
+namespace GoogleDrive {
+
+GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
+                                     std::shared_ptr<Auth::OAuth2Credential> credential,
+                                     std::shared_ptr<RetryStrategy>,
+                                     std::shared_ptr<WSErrorMarshaller>,
+                                     std::shared_ptr<Util::RateLimiter>,
+                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec), {}, {}) {
+  StandIn::noteClient("GoogleDriveClient", credential);
+}
+
+GoogleDriveClient::~GoogleDriveClient() = default;
+
+Error GoogleDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace GoogleDrive
+
+namespace AmazonDrive {
+
+AmazonDriveClient::AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec,
+                                     std::shared_ptr<Auth::OAuth2Credential> credential,
+                                     std::shared_ptr<RetryStrategy>,
+                                     std::shared_ptr<WSErrorMarshaller>,
+                                     std::shared_ptr<Util::RateLimiter>,
+                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec), {}, {}) {
+  StandIn::noteClient("AmazonDriveClient", credential);
+}
+
+AmazonDriveClient::~AmazonDriveClient() = default;
+
+Error AmazonDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace AmazonDrive
+
+namespace OneDrive {
+
+OneDriveClient::OneDriveClient(Auth::OAuth2ClientSpec clientSpec,
+                               std::shared_ptr<Auth::OAuth2Credential> credential,
+                               std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
+                               std::shared_ptr<Util::RateLimiter>,
+                               std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec), {}, {}) {
+  StandIn::noteClient("OneDriveClient", credential);
+}
+
+OneDriveClient::~OneDriveClient() = default;
+
+Error OneDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace OneDrive
+
+namespace Dropbox {
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
+                             std::shared_ptr<Auth::OAuth2Credential> credential,
+                             std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
+                             std::shared_ptr<Util::RateLimiter>, std::shared_ptr<Util::RateLimiter>,
+                             Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec), {}, {}) {
+  StandIn::noteClient("DropboxClient", credential);
+}
+
+DropboxClient::~DropboxClient() = default;
+
+Error DropboxErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
+
+}  // namespace Dropbox
+}  // namespace Client
+}  // namespace CloudStorage

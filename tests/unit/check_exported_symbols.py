@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""Checks what the library exports against the checked-in lists and the public header.
+
+usage: check_exported_symbols.py LIBRARY HEADER EXPORTED NOT_YET_DEFINED
+
+EXPORTED lists what the library defines now, each name with its version; NOT_YET_DEFINED what the
+header declares beyond that. Whoever defines one of the latter moves it to the former.
+"""
+import re
+import subprocess
+import sys
+
+
+def lines_of(path):
+    with open(path, encoding="utf-8") as file:
+        return file.read().splitlines()
+
+
+def exported_by(library):
+    """Maps each exported name, with its version, to whether it is a function or a variable."""
+    listing = subprocess.run(
+        ["nm", "-D", "--defined-only", "--with-symbol-versions", library],
+        check=True, capture_output=True, text=True).stdout
+    kinds = {"T": "function", "B": "variable", "D": "variable"}
+    exported = {}
+    for line in listing.splitlines():
+        _, kind, name = line.split()
+        if kind != "A":  # the version itself
+            exported[name] = kinds.get(kind, "symbol of type " + kind)
+    return exported
+
+
+def declared_in(header):
+    """Maps each name that the header declares as part of the interface to what it is."""
+    with open(header, encoding="utf-8") as file:
+        text = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.S)
+    text = re.sub(r"^\s*#.*$", "", text, flags=re.M)
+    declared = {}
+    for declaration in re.findall(r"\bLIBVEMLO_API\b([^;]*);", text):
+        before_arguments, parenthesis, _ = declaration.partition("(")
+        name = re.findall(r"\w+", before_arguments)[-1]
+        declared[name] = "function" if parenthesis else "variable"
+    return declared
+
+
+def includes_of(header):
+    with open(header, encoding="utf-8") as file:
+        return re.findall(r"^\s*#\s*include\s*(\S+)", file.read(), flags=re.M)
+
+
+def difference(what, actual, expected):
+    missing = sorted(set(expected) - set(actual))
+    surplus = sorted(set(actual) - set(expected))
+    return ([f"{what}: {name} is missing" for name in missing] +
+            [f"{what}: {name} is not expected" for name in surplus])
+
+
+def complaints(library, header, exported_list, not_yet_defined_list):
+    listed = lines_of(exported_list)
+    not_yet_defined = lines_of(not_yet_defined_list)
+    exported = exported_by(library)
+    declared = declared_in(header)
+    kinds = {name.partition("@@")[0]: kind for name, kind in exported.items()}
+
+    found = difference("exported", exported, listed)
+    for path, lines in ((exported_list, listed), (not_yet_defined_list, not_yet_defined)):
+        if lines != sorted(set(lines)):
+            found.append(f"{path} is not sorted, or names something twice")
+    found += [f"{name} is exported without the version LIBVEMLO_1" for name in exported
+              if not name.endswith("@@LIBVEMLO_1")]
+    found += difference("declared", declared, list(kinds) + not_yet_defined)
+    found += [f"{name} is exported, so it does not belong among the ones to come"
+              for name in not_yet_defined if name in kinds]
+    found += [f"{name} is declared as a {declared[name]} and exported as a {kind}"
+              for name, kind in kinds.items() if declared.get(name, kind) != kind]
+    if includes_of(header) != ["<stdint.h>"]:
+        found.append("the header includes more than <stdint.h>")
+    return found
+
+
+def main():
+    if len(sys.argv) != 5:
+        sys.exit(__doc__)
+    found = complaints(*sys.argv[1:])
+    for complaint in found:
+        print(complaint, file=sys.stderr)
+    sys.exit(1 if found else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,96 @@
+#!/usr/bin/env python3
+"""Shows that check_exported_symbols.py finds what it is there for. usage: C_COMPILER"""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from check_exported_symbols import complaints
+
+COMPILER = None
+
+HEADER = """
+#include <stdint.h>
+#define LIBVEMLO_API
+/* LIBVEMLO_API int commented_out(void); */
+extern LIBVEMLO_API int variable;
+LIBVEMLO_API void first(char **texts,
+                        int count);
+LIBVEMLO_API char *second(void);
+LIBVEMLO_API int to_come(void);
+"""
+SOURCE = "int variable;\nvoid first(void) {}\nvoid second(void) {}\nvoid hidden(void) {}\n"
+MAP = "LIBVEMLO_1 { global: variable; first; second; local: *; };"
+EXPORTED = ["first@@LIBVEMLO_1", "second@@LIBVEMLO_1", "variable@@LIBVEMLO_1"]
+TO_COME = ["to_come"]
+
+
+class CheckExportedSymbols(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def write(self, name, text):
+        path = self.folder / name
+        path.write_text(text, encoding="utf-8")
+        return str(path)
+
+    def complaints(self, header=HEADER, source=SOURCE, version_map=MAP, exported=None,
+                   to_come=None):
+        library = str(self.folder / "library.so")
+        subprocess.run([COMPILER, "-shared", "-fPIC", self.write("library.c", source),
+                        "-Wl,--version-script=" + self.write("library.map", version_map),
+                        "-o", library], check=True)
+        lists = [EXPORTED if exported is None else exported,
+                 TO_COME if to_come is None else to_come]
+        names = [self.write(f"list{i}", "".join(name + "\n" for name in names))
+                 for i, names in enumerate(lists)]
+        return complaints(library, self.write("header.h", header), *names)
+
+    def test_accepts_what_agrees(self):
+        self.assertEqual(self.complaints(), [])
+
+    def test_finds_an_export_that_is_not_listed(self):
+        self.assertEqual(self.complaints(version_map=MAP.replace("second;", "second; hidden;")),
+                         ["exported: hidden@@LIBVEMLO_1 is not expected",
+                          "declared: hidden is missing"])
+
+    def test_finds_a_listed_name_that_is_not_exported(self):
+        self.assertIn("exported: second@@LIBVEMLO_1 is missing",
+                      self.complaints(version_map=MAP.replace("second;", "")))
+
+    def test_finds_an_export_that_the_header_does_not_declare(self):
+        self.assertEqual(self.complaints(header=HEADER.replace("LIBVEMLO_API char *second", "x")),
+                         ["declared: second is missing"])
+
+    def test_finds_a_declaration_of_which_nobody_knows(self):
+        self.assertEqual(self.complaints(to_come=[]), ["declared: to_come is not expected"])
+
+    def test_finds_a_definition_that_is_listed_as_one_to_come(self):
+        self.assertEqual(self.complaints(to_come=["second", "to_come"]),
+                         ["second is exported, so it does not belong among the ones to come"])
+
+    def test_finds_an_export_without_the_version(self):
+        found = self.complaints(version_map=MAP.replace("LIBVEMLO_1", "LIBVEMLO_2"))
+        self.assertIn("first@@LIBVEMLO_2 is exported without the version LIBVEMLO_1", found)
+
+    def test_finds_a_variable_that_is_declared_as_a_function(self):
+        source = SOURCE.replace("void second(void) {}", "int second;")
+        self.assertEqual(self.complaints(source=source),
+                         ["second is declared as a function and exported as a variable"])
+
+    def test_finds_a_header_that_includes_more(self):
+        self.assertEqual(self.complaints(header="#include <stdio.h>\n" + HEADER),
+                         ["the header includes more than <stdint.h>"])
+
+    def test_finds_a_list_that_is_not_sorted(self):
+        found = self.complaints(exported=list(reversed(EXPORTED)))
+        self.assertEqual(len(found), 1)
+        self.assertIn("is not sorted", found[0])
+
+
+if __name__ == "__main__":
+    COMPILER = sys.argv.pop(1)
+    unittest.main()

@@ -1,0 +1,56 @@
+#include "crypto_recorder.h"
+
+// The linker directs the program's calls of four functions of the crypto library's C++ interface
+// to __wrap_<name>, and __real_<name> to the functions themselves. The names are those of:
+//   Poco::Crypto::initializeCrypto(), Poco::Crypto::uninitializeCrypto(),
+//   Poco::Crypto::OpenSSLInitializer::OpenSSLInitializer(), and its destructor.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
+
+namespace {
+
+UnitTests::CryptoRecorder* active = nullptr;
+
+}  // namespace
+
+extern "C" {
+void __real__ZN4Poco6Crypto16initializeCryptoEv();
+void __real__ZN4Poco6Crypto18uninitializeCryptoEv();
+void __real__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(void* self);
+void __real__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self);
+void __wrap__ZN4Poco6Crypto16initializeCryptoEv();
+void __wrap__ZN4Poco6Crypto18uninitializeCryptoEv();
+void __wrap__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(void* self);
+void __wrap__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self);
+
+void __wrap__ZN4Poco6Crypto16initializeCryptoEv() {
+  if (active != nullptr) ++active->globalInitializations;
+  __real__ZN4Poco6Crypto16initializeCryptoEv();
+}
+
+void __wrap__ZN4Poco6Crypto18uninitializeCryptoEv() {
+  if (active != nullptr) ++active->globalReleases;
+  __real__ZN4Poco6Crypto18uninitializeCryptoEv();
+}
+
+void __wrap__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(void* self) {
+  if (active != nullptr) ++active->initializersMade;
+  __real__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(self);
+}
+
+void __wrap__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self) {
+  if (active != nullptr) {
+    ++active->initializersDestroyed;
+    active->onInitializerDestroyed();
+  }
+  __real__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(self);
+}
+}
+
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
+
+namespace UnitTests {
+
+CryptoRecorder::CryptoRecorder() { active = this; }
+CryptoRecorder::~CryptoRecorder() { active = nullptr; }
+
+}  // namespace UnitTests

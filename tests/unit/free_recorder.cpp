@@ -1,0 +1,25 @@
+#include "free_recorder.h"
+
+namespace {
+
+thread_local UnitTests::FreeRecorder* active = nullptr;
+
+}  // namespace
+
+// The linker directs every call of free() in the program here, and __real_free to free().
+extern "C" {
+void __real_free(void* block);  // NOLINT(bugprone-reserved-identifier): the linker's name
+void __wrap_free(void* block);  // NOLINT(bugprone-reserved-identifier): the linker's name
+
+void __wrap_free(void* block) {  // NOLINT(bugprone-reserved-identifier): the linker's name
+  if (active != nullptr && block != nullptr) active->note(block);
+  __real_free(block);
+}
+}
+
+namespace UnitTests {
+
+FreeRecorder::FreeRecorder() { active = this; }
+FreeRecorder::~FreeRecorder() { active = nullptr; }
+
+}  // namespace UnitTests

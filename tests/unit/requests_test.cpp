@@ -1,0 +1,226 @@
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <type_traits>
+
+#include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
+#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBRequest.h"
+#include "CloudStorage/Client/Dropbox/DropboxRequest.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveRequest.h"
+#include "CloudStorage/Client/OneDrive/OneDriveRequest.h"
+#include "CloudStorage/Client/RetryStrategy.h"
+#include "CloudStorage/Client/S3/S3Request.h"
+#include "CloudStorage/Client/SerializableWSRequest.h"
+#include "CloudStorage/Client/StreamingWSRequest.h"
+
+namespace {
+
+namespace Client = CloudStorage::Client;
+using Client::SerializableWSRequest;
+using Client::StreamingWSRequest;
+using Client::WSRequest;
+using CloudStorage::Http::CONTENT_TYPE_HEADER;
+using CloudStorage::Http::HeaderValueCollection;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+class PlainRequest : public WSRequest {
+ public:
+  std::shared_ptr<std::iostream> getBody() const override { return nullptr; }
+  HeaderValueCollection getHeaders() const override { return {}; }
+};
+
+/// A request with the text and the specific headers that a test gives it.
+template <typename Base>
+class With : public Base {
+ public:
+  explicit With(HeaderValueCollection headers = {}) : headers_(std::move(headers)) {}
+  HeaderValueCollection getRequestSpecificHeaders() const override { return headers_; }
+
+ private:
+  HeaderValueCollection headers_;
+};
+
+template <typename Base>
+class WithPayload : public With<Base> {
+ public:
+  explicit WithPayload(std::string payload, HeaderValueCollection headers = {})
+      : With<Base>(std::move(headers)), payload_(std::move(payload)) {}
+  std::string serializePayload() const override { return payload_; }
+
+ private:
+  std::string payload_;
+};
+
+using Serializable = WithPayload<SerializableWSRequest>;
+using Streaming = With<StreamingWSRequest>;
+
+template <typename Base>
+class OnlyPayload : public Base {
+ public:
+  std::string serializePayload() const override { return "payload"; }
+};
+
+std::string readAll(std::iostream& stream) {
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+// Where a virtual function stands in the table: the form of a member pointer is the platform's.
+template <typename Member>
+std::ptrdiff_t slotOf(Member member) {
+  std::array<std::ptrdiff_t, 2> words{};
+  static_assert(sizeof(member) == sizeof(words));
+  std::memcpy(words.data(), &member, sizeof(words));
+  return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+TEST(WSRequest, HasItsVirtualFunctionsInTheAgreedOrder) {
+  static_assert(std::has_virtual_destructor_v<WSRequest>);
+  EXPECT_EQ(slotOf(&WSRequest::getBody), 2);  // the destructor has two entries
+  EXPECT_EQ(slotOf(&WSRequest::getHeaders), 3);
+  EXPECT_EQ(slotOf(&WSRequest::addQueryStringParameters), 4);
+  EXPECT_EQ(slotOf(&WSRequest::doesRequireAuthorization), 5);
+  EXPECT_EQ(slotOf(&WSRequest::shouldComputeContentMd5), 6);
+  EXPECT_EQ(slotOf(&WSRequest::getRequestSpecificHeaders), 7);
+  EXPECT_EQ(slotOf(&SerializableWSRequest::serializePayload), 8);
+}
+
+TEST(RetryStrategyInterface, HasItsVirtualFunctionsInTheAgreedOrder) {
+  static_assert(std::has_virtual_destructor_v<Client::RetryStrategy>);
+  EXPECT_EQ(slotOf(&Client::RetryStrategy::shouldRetry), 2);
+  EXPECT_EQ(slotOf(&Client::RetryStrategy::getDelayBeforeNextRetry), 3);
+}
+
+TEST(WSRequest, LeavesBodyAndHeadersToItsSubclasses) {
+  static_assert(std::is_abstract_v<WSRequest>);
+  static_assert(std::is_abstract_v<SerializableWSRequest>);
+  static_assert(std::is_base_of_v<WSRequest, SerializableWSRequest>);
+  static_assert(std::is_base_of_v<WSRequest, StreamingWSRequest>);
+}
+
+TEST(WSRequest, ThatOverridesNothingIsSentWithAuthorizationAndWithoutAContentMd5) {
+  const PlainRequest request;
+  EXPECT_TRUE(request.doesRequireAuthorization());
+  EXPECT_FALSE(request.shouldComputeContentMd5());
+}
+
+TEST(WSRequest, ThatOverridesNothingHasNoSpecificHeadersAndNoParameters) {
+  const PlainRequest request;
+  EXPECT_THAT(request.getRequestSpecificHeaders(), IsEmpty());
+  auto uri = *CloudStorage::Http::URI::parse("https://host.example/path?a=b");
+  request.addQueryStringParameters(uri);
+  EXPECT_EQ(uri.toString(), "https://host.example/path?a=b");
+}
+
+TEST(SerializableWSRequest, WithAnEmptyPayloadHasNoBodyAtAll) {
+  EXPECT_EQ(Serializable("").getBody(), nullptr);
+}
+
+TEST(SerializableWSRequest, HasItsWholePayloadAsItsBody) {
+  const std::string payload("two\r\nlines, a \0 and \xFF", 21);
+  const Serializable request(payload);
+  const auto body = request.getBody();
+  ASSERT_NE(body, nullptr);
+  EXPECT_EQ(readAll(*body), payload);
+}
+
+TEST(SerializableWSRequest, MakesANewBodyEachTime) {
+  const Serializable request("payload");
+  const auto first = request.getBody();
+  EXPECT_EQ(readAll(*first), "payload");
+  const auto second = request.getBody();
+  EXPECT_NE(first, second);
+  EXPECT_EQ(readAll(*second), "payload");
+}
+
+template <typename Request>
+Request make(HeaderValueCollection headers) {
+  if constexpr (std::is_same_v<Request, Serializable>) {
+    return Request("payload", std::move(headers));
+  } else {
+    return Request(std::move(headers));
+  }
+}
+
+template <typename Request>
+class ContentType : public testing::Test {};
+
+using RequestsWithABody = testing::Types<Serializable, Streaming>;
+TYPED_TEST_SUITE(ContentType, RequestsWithABody);
+
+TYPED_TEST(ContentType, IsTheMembersUnlessTheSpecificHeadersNameOne) {
+  auto request = make<TypeParam>({{"x-specific", "value"}});
+  request.contentType = "text/plain";
+  EXPECT_THAT(request.getHeaders(),
+              ElementsAre(Pair(CONTENT_TYPE_HEADER, "text/plain"), Pair("x-specific", "value")));
+}
+
+TYPED_TEST(ContentType, OfTheSpecificHeadersWins) {
+  auto request = make<TypeParam>({{CONTENT_TYPE_HEADER, "image/png"}});
+  request.contentType = "text/plain";
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "image/png")));
+}
+
+TYPED_TEST(ContentType, OfTheSpecificHeadersWinsEvenIfItIsEmpty) {
+  auto request = make<TypeParam>({{CONTENT_TYPE_HEADER, ""}});
+  request.contentType = "text/plain";
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "")));
+}
+
+TYPED_TEST(ContentType, IsAddedEvenIfTheMemberIsEmpty) {
+  const auto request = make<TypeParam>({});
+  EXPECT_THAT(request.contentType, IsEmpty());
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "")));
+}
+
+TEST(StreamingWSRequest, SharesItsBodyWithTheCaller) {
+  Streaming request;
+  const auto stream = std::make_shared<std::stringstream>("content");
+  request.body = stream;
+  EXPECT_EQ(request.getBody(), stream);
+  EXPECT_EQ(request.getBody(), stream);
+  EXPECT_EQ(readAll(*request.getBody()), "content");
+}
+
+TEST(StreamingWSRequest, WithoutAStreamHasNoBody) { EXPECT_EQ(Streaming().getBody(), nullptr); }
+
+template <typename Request>
+class ServiceRequest : public testing::Test {};
+
+using ServiceRequests =
+    testing::Types<Client::S3::S3Request, Client::AzureSSB::AzureSSBRequest,
+                   Client::AmazonDrive::AmazonDriveRequest, Client::GoogleDrive::GoogleDriveRequest,
+                   Client::OneDrive::OneDriveRequest, Client::Dropbox::DropboxRequest>;
+TYPED_TEST_SUITE(ServiceRequest, ServiceRequests);
+
+TYPED_TEST(ServiceRequest, OverridesNothing) {
+  static_assert(std::is_base_of_v<SerializableWSRequest, TypeParam>);
+  static_assert(std::is_abstract_v<TypeParam>);
+  OnlyPayload<TypeParam> request;
+  request.contentType = "some/type";
+  EXPECT_TRUE(request.doesRequireAuthorization());
+  EXPECT_FALSE(request.shouldComputeContentMd5());
+  EXPECT_THAT(request.getRequestSpecificHeaders(), IsEmpty());
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "some/type")));
+  EXPECT_EQ(readAll(*request.getBody()), "payload");
+  auto uri = *CloudStorage::Http::URI::parse("https://host.example/");
+  request.addQueryStringParameters(uri);
+  EXPECT_THAT(uri.query(), IsEmpty());
+}
+
+TEST(AmazonDriveRequests, WithoutABodyAreSentWithoutOne) {
+  using namespace Client::AmazonDrive::Model;  // NOLINT(google-build-using-namespace)
+  EXPECT_EQ(ComRequest().serializePayload(), "");
+  EXPECT_EQ(ComRequest().getBody(), nullptr);
+  EXPECT_EQ(ListFileResourceRequest().serializePayload(), "");
+  EXPECT_EQ(ListFileResourceRequest().getBody(), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,281 @@
+#include <gmock/gmock.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <typeinfo>
+
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
+#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
+#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Util/Threading/DefaultExecutor.h"
+#include "crypto_recorder.h"
+#include "libvemlo/retry_strategies.h"
+#include "services.h"
+#include "support/log_capture.h"
+
+namespace {
+
+namespace Client = CloudStorage::Client;
+using CloudStorage::Auth::AWSAuthCredential;
+using CloudStorage::Auth::AzureSSBAuthentication;
+using CloudStorage::Auth::OAuth2Credential;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using TestSupport::errorLine;
+using TestSupport::LogCapture;
+using UnitTests::allServices;
+using UnitTests::kAzureAccessKey;
+using UnitTests::OwnedSession;
+using UnitTests::Service;
+
+/// What every session of a service is opened with.
+struct Equipment {
+  const std::type_info* client;
+  const std::type_info* credential;
+  const std::type_info* retryStrategy;
+  const std::type_info* errorMarshaller;
+  const std::type_info* executor;  // null: none
+};
+
+const Equipment& equipmentOf(const Service& service) {
+  using CloudStorage::Util::Threading::DefaultExecutor;
+  static const std::map<std::string, Equipment> all = {
+      {"S3",
+       {&typeid(Client::S3::S3Client), &typeid(AWSAuthCredential), &typeid(S3RetryStrategy),
+        &typeid(Client::S3::S3ErrorMarshaller), &typeid(DefaultExecutor)}},
+      {"AzureSSB",
+       {&typeid(Client::AzureSSB::AzureSSBClient), &typeid(AzureSSBAuthentication),
+        &typeid(AzureSSBRetryStrategy), &typeid(Client::AzureSSB::AzureSSBErrorMarshaller),
+        &typeid(DefaultExecutor)}},
+      {"GoogleDrive",
+       {&typeid(Client::GoogleDrive::GoogleDriveClient), &typeid(OAuth2Credential),
+        &typeid(GoogleDriveRetryStrategy), &typeid(Client::GoogleDrive::GoogleDriveErrorMarshaller),
+        nullptr}},
+      {"AmazonDrive",
+       {&typeid(Client::AmazonDrive::AmazonDriveClient), &typeid(OAuth2Credential),
+        &typeid(AmazonDriveRetryStrategy), &typeid(Client::AmazonDrive::AmazonDriveErrorMarshaller),
+        nullptr}},
+      {"OneDrive",
+       {&typeid(Client::OneDrive::OneDriveClient), &typeid(OAuth2Credential),
+        &typeid(OneDriveRetryStrategy), &typeid(Client::OneDrive::OneDriveErrorMarshaller),
+        nullptr}},
+      {"Dropbox",
+       {&typeid(Client::Dropbox::DropboxClient), &typeid(OAuth2Credential),
+        &typeid(DropboxRetryStrategy), &typeid(Client::Dropbox::DropboxErrorMarshaller), nullptr}},
+  };
+  return all.at(service.name);
+}
+
+template <typename T>
+const std::type_info& typeOf(const T& object) {
+  return typeid(object);
+}
+
+class OpenSession : public testing::TestWithParam<Service> {
+ protected:
+  void open(const proxy_setting* proxy) {
+    handle_.reset(GetParam().open(proxy));
+    ASSERT_NE(handle_, nullptr);
+    ASSERT_NE(GetParam().client(*handle_), nullptr);
+  }
+
+  const Client::ClientParts& parts() const { return GetParam().client(*handle_)->parts(); }
+
+  LogCapture log_;
+  OwnedSession handle_;
+};
+
+TEST_P(OpenSession, HoldsTheClientOfItsServiceAndNoOther) {
+  open(nullptr);
+  for (const auto& service : allServices()) {
+    SCOPED_TRACE(service.name);
+    EXPECT_EQ(service.client(*handle_) != nullptr, std::string(service.name) == GetParam().name);
+  }
+  EXPECT_EQ(typeOf(*GetParam().client(*handle_)), *equipmentOf(GetParam()).client);
+  EXPECT_THAT(log_.records(), IsEmpty());
+}
+
+TEST_P(OpenSession, EquipsItsClientForTheService) {
+  open(nullptr);
+  const auto& expected = equipmentOf(GetParam());
+  EXPECT_EQ(typeOf(*parts().credential), *expected.credential);
+  EXPECT_EQ(typeOf(*parts().retryStrategy), *expected.retryStrategy);
+  EXPECT_EQ(typeOf(*parts().errorMarshaller), *expected.errorMarshaller);
+  if (expected.executor == nullptr) {
+    EXPECT_EQ(parts().executor, nullptr);
+  } else {
+    ASSERT_NE(parts().executor, nullptr);
+    EXPECT_EQ(typeOf(*parts().executor), *expected.executor);
+  }
+}
+
+TEST_P(OpenSession, IsNotRateLimited) {
+  open(nullptr);
+  EXPECT_EQ(parts().readRateLimiter, nullptr);
+  EXPECT_EQ(parts().writeRateLimiter, nullptr);
+}
+
+TEST_P(OpenSession, WithoutAProxyRecordHasAnEmptyProxy) {
+  open(nullptr);
+  EXPECT_EQ(parts().proxy.host, "");
+  EXPECT_EQ(parts().proxy.port, 0);
+  EXPECT_EQ(parts().proxy.username, "");
+  EXPECT_EQ(parts().proxy.password, "");
+}
+
+TEST_P(OpenSession, TakesAllOfTheProxyRecord) {
+  const proxy_setting proxy{"proxy.example", 65535, "user", "pass"};
+  open(&proxy);
+  EXPECT_EQ(parts().proxy.host, "proxy.example");
+  EXPECT_EQ(parts().proxy.port, 65535);
+  EXPECT_EQ(parts().proxy.username, "user");
+  EXPECT_EQ(parts().proxy.password, "pass");
+}
+
+TEST_P(OpenSession, TakesNullStringsOfTheProxyRecordForEmptyOnes) {
+  const proxy_setting proxy{nullptr, 8080, nullptr, nullptr};
+  open(&proxy);
+  EXPECT_EQ(parts().proxy.host, "");
+  EXPECT_EQ(parts().proxy.port, 8080);
+  EXPECT_EQ(parts().proxy.username, "");
+  EXPECT_EQ(parts().proxy.password, "");
+}
+
+TEST_P(OpenSession, KeepsNothingOfTheProxyRecord) {
+  std::string host = "proxy.example";
+  std::string user = "user";
+  std::string password = "pass";
+  proxy_setting proxy{host.c_str(), 1, user.c_str(), password.c_str()};
+  open(&proxy);
+  proxy = {};
+  host.assign(host.size(), 'x');
+  user.assign(user.size(), 'x');
+  password.assign(password.size(), 'x');
+  EXPECT_EQ(parts().proxy.host, "proxy.example");
+  EXPECT_EQ(parts().proxy.port, 1);
+  EXPECT_EQ(parts().proxy.username, "user");
+  EXPECT_EQ(parts().proxy.password, "pass");
+}
+
+TEST_P(OpenSession, OwnsWhatItsClientIsMadeOfThroughTheClientAlone) {
+  open(nullptr);
+  const std::weak_ptr<Client::WSErrorMarshaller> marshaller = parts().errorMarshaller;
+  const std::weak_ptr<Client::RetryStrategy> strategy = parts().retryStrategy;
+  const std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential = parts().credential;
+  handle_.reset();
+  EXPECT_TRUE(marshaller.expired());
+  EXPECT_TRUE(strategy.expired());
+  EXPECT_TRUE(credential.expired());
+}
+
+TEST_P(OpenSession, SharesNothingWithAnotherSessionOfTheService) {
+  open(nullptr);
+  const OwnedSession other(GetParam().open(nullptr));
+  const auto& otherParts = GetParam().client(*other)->parts();
+  EXPECT_NE(GetParam().client(*handle_), GetParam().client(*other));
+  EXPECT_NE(parts().credential, otherParts.credential);
+  EXPECT_NE(parts().retryStrategy, otherParts.retryStrategy);
+  EXPECT_NE(parts().errorMarshaller, otherParts.errorMarshaller);
+}
+
+TEST_P(OpenSession, KeepsTheCryptoLibraryInitialisedForAsLongAsItLives) {
+  const UnitTests::CryptoRecorder crypto;
+  open(nullptr);
+  EXPECT_EQ(crypto.initializersMade, 1);
+  EXPECT_EQ(crypto.initializersDestroyed, 0);
+  handle_.reset();
+  EXPECT_EQ(crypto.initializersMade, 1);
+  EXPECT_EQ(crypto.initializersDestroyed, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, OpenSession, testing::ValuesIn(allServices()),
+                         UnitTests::ServiceName());
+
+TEST(SessionRecord, HasItsMembersInTheOrderInWhichTheyEnd) {
+  const session handle;
+  const auto address = [](const auto& member) { return reinterpret_cast<const char*>(&member); };
+  EXPECT_EQ(address(handle.s3_client), reinterpret_cast<const char*>(&handle));
+  EXPECT_LT(address(handle.s3_client), address(handle.google_drive_client));
+  EXPECT_LT(address(handle.google_drive_client), address(handle.amazon_drive_client));
+  EXPECT_LT(address(handle.amazon_drive_client), address(handle.dropbox_client));
+  EXPECT_LT(address(handle.dropbox_client), address(handle.one_drive_client));
+  EXPECT_LT(address(handle.one_drive_client), address(handle.azure_ssb_client));
+  EXPECT_LT(address(handle.azure_ssb_client), address(handle.openssl_initializer));
+}
+
+TEST(S3Session, SignsWithTheKeyPairForTheGlobalRegion) {
+  const OwnedSession handle(libvemlo_s3_init("https://s3.example", "", "AKID", "s3cret", nullptr));
+  const auto& credential = dynamic_cast<AWSAuthCredential&>(*handle->s3_client->credential());
+  EXPECT_EQ(credential.accessKey(), "AKID");
+  EXPECT_EQ(credential.secretKey(), "s3cret");
+  EXPECT_EQ(credential.serviceName(), "s3");
+  EXPECT_EQ(credential.region(), AWSAuthCredential::DEFAULT_GLOBAL_REGION);
+}
+
+TEST(S3Session, TakesEmptyStrings) {
+  const OwnedSession handle(libvemlo_s3_init("", "", "", "", nullptr));
+  ASSERT_NE(handle->s3_client, nullptr);
+  EXPECT_TRUE(handle->s3_client->credential()->isEmpty());
+}
+
+TEST(S3Session, HasNoOAuth2CredentialToRefresh) {
+  const LogCapture log;
+  const OwnedSession handle(UnitTests::openS3(nullptr));
+  Client::Error unauthorized;
+  unauthorized.httpResponseCode = 401;
+  EXPECT_FALSE(handle->s3_client->parts().retryStrategy->shouldRetry(unauthorized, 0));
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(AzureSSBSession, AuthenticatesWithTheAccountsDecodedKey) {
+  const OwnedSession handle(libvemlo_azure_ssb_init("", "account", kAzureAccessKey, nullptr));
+  const auto& client = *handle->azure_ssb_client;
+  EXPECT_EQ(client.accountName(), "account");
+  const auto& authentication = dynamic_cast<AzureSSBAuthentication&>(*client.credential());
+  EXPECT_EQ(authentication.accountName(), "account");
+  EXPECT_EQ(authentication.decodedKey(), "secret");
+}
+
+TEST(AzureSSBSession, IsOfTheCloudThatTheRegionBelongsTo) {
+  using Client::AzureSSB::Region;
+  const std::pair<const char*, Region> regions[] = {{"westeurope", Region::Global},
+                                                    {"", Region::Global},
+                                                    {"China North", Region::China},
+                                                    {"germanycentral", Region::Germany},
+                                                    {"usgovvirginia", Region::USGovernment}};
+  for (const auto& [name, region] : regions) {
+    SCOPED_TRACE(name);
+    const OwnedSession handle(libvemlo_azure_ssb_init(name, "account", kAzureAccessKey, nullptr));
+    EXPECT_EQ(handle->azure_ssb_client->region(), region);
+  }
+}
+
+TEST(AzureSSBSession, IsNotOpenedWithANullStringAndNothingIsLogged) {
+  const LogCapture log;
+  const UnitTests::CryptoRecorder crypto;
+  EXPECT_EQ(libvemlo_azure_ssb_init(nullptr, "account", kAzureAccessKey, nullptr), nullptr);
+  EXPECT_EQ(libvemlo_azure_ssb_init("", nullptr, kAzureAccessKey, nullptr), nullptr);
+  EXPECT_EQ(libvemlo_azure_ssb_init("", "account", nullptr, nullptr), nullptr);
+  EXPECT_EQ(libvemlo_azure_ssb_init(nullptr, nullptr, nullptr, nullptr), nullptr);
+  // Even a key that would not decode goes unmentioned then.
+  EXPECT_EQ(libvemlo_azure_ssb_init(nullptr, "account", "%", nullptr), nullptr);
+  EXPECT_THAT(log.records(), IsEmpty());
+  EXPECT_EQ(crypto.initializersMade, 0);
+}
+
+TEST(AzureSSBSession, IsNotOpenedWithAKeyThatIsNoBase64AndOneLineSaysSo) {
+  for (const char* key : {"not base64!", "c2VjcmV", "c2VjcmV0=", "", "c2Vj cmV0"}) {
+    SCOPED_TRACE(key);
+    const LogCapture log;
+    const UnitTests::CryptoRecorder crypto;
+    EXPECT_EQ(libvemlo_azure_ssb_init("", "account", key, nullptr), nullptr);
+    EXPECT_THAT(log.records(), ElementsAre(errorLine("Failed to decode AzureSSB access key.")));
+    EXPECT_EQ(crypto.initializersMade, 0);
+  }
+}
+
+}  // namespace
