@@ -24,6 +24,7 @@ A local cloud on 127.0.0.1, with throw-away credentials, gone when it is stopped
 Parts (all of them unless some are named):
   --radosgw    Ceph's S3 gateway
   --swift      OpenStack Swift with its S3 interface
+  --azurite    Azure Blob Storage
   --internet   a proxy that serves the public host names from the local servers
 
 Options:

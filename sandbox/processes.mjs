@@ -52,9 +52,9 @@ export class Processes {
   }
 
   /** Starts a server in the foreground, its output going to `name`.log. */
-  server(name, command, args) {
+  server(name, command, args, variables) {
     const log = openSync(join(this.#logFolder, `${name}.log`), 'a', 0o600);
-    const child = this.#spawn(command, args, ['ignore', log, log]);
+    const child = this.#spawn(command, args, ['ignore', log, log], variables);
     closeSync(log);
     child.ended.then(({ code, signal, error }) => {
       if (this.stopping.aborted) return;
@@ -91,7 +91,7 @@ export class Processes {
     for (const child of [...this.#running].reverse()) await endChild(child);
   }
 
-  #spawn(command, args, stdio) {
+  #spawn(command, args, stdio, variables = {}) {
     this.stopping.throwIfAborted();
     // The kernel kills the child when this process is gone, however it went; nothing is left then
     // that could wait for a server that does not end by itself. A session of its own keeps the
@@ -99,7 +99,7 @@ export class Processes {
     const child = spawn('setpriv', ['--pdeathsig', 'KILL', command, ...args], {
       stdio,
       detached: true,
-      env: { PATH: kPath.join(delimiter), HOME: this.#logFolder, LANG: 'C.UTF-8' },
+      env: { PATH: kPath.join(delimiter), HOME: this.#logFolder, LANG: 'C.UTF-8', ...variables },
     });
     child.ended = endOf(child);
     this.#running.add(child);

@@ -5,12 +5,18 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { Processes } from './processes.mjs';
 import { startInternet } from './internet/internet.mjs';
-import { kS3Hosts } from './servers/s3-hosts.mjs';
+import { startAzurite } from './servers/azurite.mjs';
+import { publicRoutes } from './servers/public-hosts.mjs';
 import { startRadosgw } from './servers/radosgw.mjs';
 import { startSwift } from './servers/swift.mjs';
 
 export const kFolderPrefix = 'vemlo-sandbox-';
-const kServers = { radosgw: startRadosgw, swift: startSwift };
+// The part, and the member of the state that describes it.
+const kServers = {
+  radosgw: { start: startRadosgw, member: 'radosgw' },
+  swift: { start: startSwift, member: 'swift' },
+  azurite: { start: startAzurite, member: 'azure' },
+};
 export const kParts = [...Object.keys(kServers), 'internet'];
 
 export class Sandbox {
@@ -74,9 +80,10 @@ export class Sandbox {
     this.#goOnUnlessStopping();
     const processes = new Processes(logFolder);
     this.#processes.push(processes);
-    const starting = kServers[name]({ folder, logFolder, processes });
+    const { start, member } = kServers[name];
+    const starting = start({ folder, logFolder, processes });
     try {
-      this.state[name] = await Promise.race([starting, processes.died]);
+      this.state[member] = await Promise.race([starting, processes.died]);
     } catch (error) {
       this.#failedLogs ??= logFolder;
       await processes.stop();
@@ -89,10 +96,7 @@ export class Sandbox {
   async #startInternet() {
     const folder = join(this.folder, 'internet');
     await mkdir(folder);
-    const s3 = this.state.radosgw ?? this.state.swift;
-    const hosts = s3 ? kS3Hosts.flatMap((host) => [host, `*.${host}`]) : [];
-    const routes = hosts.map((host) => ({ host, target: s3.endpoint }));
-    this.#internet = await startInternet({ folder, routes });
+    this.#internet = await startInternet({ folder, routes: publicRoutes(this.state) });
     this.state.internet = this.#internet.state;
     this.#goOnUnlessStopping();
   }

@@ -41,12 +41,19 @@ async function describe({ folder, state }) {
   const variables = { VEMLO_SANDBOX_STATE: file };
   for (const name of ['radosgw', 'swift']) {
     if (!state[name]) continue;
-    const secretFile = join(folder, `${name}-secret`);
-    await writeFile(secretFile, state[name].secretKey, { mode: 0o600 });
+    const secretFile = await writeSecret(folder, name, state[name].secretKey);
     const prefix = `VEMLO_SANDBOX_${name.toUpperCase()}`;
     variables[`${prefix}_ENDPOINT`] = state[name].endpoint;
     variables[`${prefix}_ACCESS_KEY`] = state[name].accessKey;
     variables[`${prefix}_SECRET_KEY_FILE`] = secretFile;
+  }
+  if (state.azure) {
+    variables.VEMLO_SANDBOX_AZURE_ACCOUNT = state.azure.accountName;
+    variables.VEMLO_SANDBOX_AZURE_KEY_FILE = await writeSecret(
+      folder,
+      'azure',
+      state.azure.accessKey,
+    );
   }
   if (state.internet) {
     variables.VEMLO_SANDBOX_PROXY = `${state.internet.proxyHost}:${state.internet.proxyPort}`;
@@ -54,4 +61,10 @@ async function describe({ folder, state }) {
     variables.VEMLO_SANDBOX_CONTROL = state.internet.control;
   }
   return variables;
+}
+
+async function writeSecret(folder, name, secret) {
+  const file = join(folder, `${name}-secret`);
+  await writeFile(file, secret, { mode: 0o600 });
+  return file;
 }

@@ -5,7 +5,7 @@ import { mkdir, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { requireCommands } from '../processes.mjs';
 import { reservePorts, waitForPorts } from '../ports.mjs';
-import { kS3Hosts, kS3Regions } from './s3-hosts.mjs';
+import { kS3Hosts, kS3Regions } from './public-hosts.mjs';
 
 const kPackages = {
   'ceph-mon': 'ceph-mon',
@@ -48,6 +48,7 @@ export async function startRadosgw({ folder, logFolder, processes }) {
     endpoint,
     region: kS3Regions[0],
     regions: kS3Regions,
+    endpoints: Object.fromEntries(kS3Regions.map((region) => [region, endpoint])),
     accessKey: main.access_key,
     secretKey: main.secret_key,
     otherAccessKey: other.access_key,

@@ -1,4 +1,5 @@
-// OpenStack Swift with its S3 interface: account, container and object servers, one proxy.
+// OpenStack Swift with its S3 interface: account, container and object servers, and before them a
+// proxy for each region.
 
 import { randomBytes } from 'node:crypto';
 import { mkdir, writeFile } from 'node:fs/promises';
@@ -7,7 +8,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { requireCommands } from '../processes.mjs';
 import { reservePorts, waitForPorts } from '../ports.mjs';
-import { kS3Hosts, kS3Regions } from './s3-hosts.mjs';
+import { kS3Hosts, kS3Regions } from './public-hosts.mjs';
 
 // Debian's own, which has Swift's modules; another Python may come first in PATH.
 const kPython = '/usr/bin/python3';
@@ -27,7 +28,7 @@ const kRingScript = fileURLToPath(new URL('swift-rings.py', import.meta.url));
 /** Starts Swift below `folder` and returns its endpoint and the keys of its two users. */
 export async function startSwift({ folder, logFolder, processes }) {
   requireCommands(kPackages);
-  const ports = await reservePorts(...kStores, 'memcached', 'proxy');
+  const ports = await reservePorts(...kStores, 'memcached', ...kS3Regions);
   // Both users share one account, for buckets of two accounts could never collide.
   const users = [makeUser('main'), makeUser('other')];
   await mkdir(join(folder, 'data', 'd1'), { recursive: true });
@@ -39,25 +40,31 @@ export async function startSwift({ folder, logFolder, processes }) {
   for (const name of kStores) {
     await startServer(name, storeConf(name, { folder, port: ports[name] }));
   }
-  const region = kS3Regions[0];
-  await startServer('proxy', proxyConf({ folder, ports, users, region }));
+  for (const region of kS3Regions) {
+    await startServer('proxy', proxyConf({ folder, ports, users, region }), region);
+  }
   await waitForPorts(Object.values(ports), { signal: processes.stopping });
 
   const [main, other] = users;
+  const endpoints = Object.fromEntries(
+    kS3Regions.map((region) => [region, `http://127.0.0.1:${ports[region]}`]),
+  );
   return {
-    endpoint: `http://127.0.0.1:${ports.proxy}`,
-    region,
-    regions: [region],
+    endpoint: endpoints[kS3Regions[0]],
+    region: kS3Regions[0],
+    regions: kS3Regions,
+    endpoints,
     accessKey: `${kAccount}:${main.name}`,
     secretKey: main.secret,
     otherAccessKey: `${kAccount}:${other.name}`,
     otherSecretKey: other.secret,
   };
 
-  async function startServer(name, configuration) {
+  async function startServer(kind, configuration, region) {
+    const name = region ? `${kind}-${region}` : kind;
     const file = join(folder, `${name}.conf`);
     await writeFile(file, configuration, { mode: 0o600 });
-    processes.server(`swift-${name}`, `swift-${name}-server`, [file, 'verbose']);
+    processes.server(`swift-${name}`, `swift-${kind}-server`, [file, 'verbose']);
   }
 }
 
@@ -124,7 +131,7 @@ function proxyConf({ folder, ports, users, region }) {
     ...['catch_errors', 'gatekeeper', 'cache', 'listing_formats', 's3api', 'tempauth'],
     ...['copy', 'slo', 'dlo', 'versioned_writes', 'proxy-server'],
   ];
-  return `${commonConf({ folder, port: ports.proxy })}[pipeline:main]
+  return `${commonConf({ folder, port: ports[region] })}[pipeline:main]
 pipeline = ${pipeline.join(' ')}
 [app:proxy-server]
 use = egg:swift#proxy

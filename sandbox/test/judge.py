@@ -1,7 +1,7 @@
 """Asks an S3 server what the tests want to know, as an independent client: boto3.
 
-judge.py SERVER writes one JSON object: question -> answer, where an answer is "ok" or
-[status, error code].
+judge.py SERVER writes one JSON object: question -> answer, where an answer is what was asked for,
+"ok" when that is nothing in particular, or [status, error code].
 """
 
 import json
@@ -39,7 +39,7 @@ def ask(call):
         return [answer["ResponseMetadata"]["HTTPStatusCode"], answer["Error"]["Code"]]
     if "Buckets" in answer:
         return [bucket["Name"] for bucket in answer["Buckets"]]
-    return "ok"
+    return answer.get("LocationConstraint", "ok")
 
 
 def create(caller, name, region=None):
@@ -55,6 +55,8 @@ main = client()
 other = client("other")
 outside = client(host="s3.amazonaws.com")
 virtual = client(host="s3.us-east-1.amazonaws.com", style="virtual")
+europe = client(host="s3.eu-central-1.amazonaws.com", style="virtual", region="eu-central-1")
+mistaken = client(host="s3.eu-central-1.amazonaws.com", region="us-east-1")
 
 answers = {
     "bad secret": ask(client(secret="not-the-secret").list_buckets),
@@ -78,5 +80,25 @@ answers = {
     ),
     "LocationConstraint of nowhere": create(main, "judged-moon", "moon-1"),
     "bucket of eu-central-1": ask(lambda: main.list_objects_v2(Bucket="judged-eu")),
+    "LocationConstraint eu-central-1, at its own host": create(
+        europe, "judged-there", "eu-central-1"
+    ),
+    "LocationConstraint us-east-1, at the host of eu-central-1": create(
+        europe, "judged-not-there", "us-east-1"
+    ),
+    "location at the host of eu-central-1": ask(
+        lambda: europe.get_bucket_location(Bucket="judged-there")
+    ),
+    "location at the host of us-east-1": ask(
+        lambda: virtual.get_bucket_location(Bucket="judged-there")
+    ),
+    "buckets, signed for the other region": ask(mistaken.list_buckets),
+    # boto3 signs again for the region that the body of an error names; a HEAD's has no body.
+    "head of a bucket, signed for the other region": ask(
+        lambda: mistaken.head_bucket(Bucket="judged-there")
+    ),
+    "bucket, signed for the other region and then again": ask(
+        lambda: mistaken.list_objects_v2(Bucket="judged-there")
+    ),
 }
 json.dump(answers, sys.stdout)

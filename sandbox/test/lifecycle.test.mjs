@@ -17,7 +17,7 @@ import {
   temporaryFolder,
 } from './support.mjs';
 
-const kServerCount = 8; // monitor, object store daemon, radosgw; memcached and four of Swift
+const kServerCount = 10; // three of Ceph; memcached and five of Swift; Azurite
 const kPrintVariables = ['--', process.execPath, '-e', 'console.log(JSON.stringify(process.env))'];
 
 let folder;
@@ -81,23 +81,31 @@ describe('the command line', () => {
 
 describe('run', () => {
   it('describes the sandbox to the command and leaves nothing', async () => {
-    const { code, stdout } = await sandbox(['run', '--radosgw', '--internet', ...kPrintVariables]);
+    const { code, stdout } = await sandbox([
+      'run',
+      '--radosgw',
+      '--azurite',
+      '--internet',
+      ...kPrintVariables,
+    ]);
     assert.equal(code, 0);
     const variables = JSON.parse(stdout);
     assert.match(variables.VEMLO_SANDBOX_RADOSGW_ENDPOINT, /^http:\/\/127\.0\.0\.1:\d+$/);
     assert.match(variables.VEMLO_SANDBOX_PROXY, /^127\.0\.0\.1:\d+$/);
     assert.match(variables.VEMLO_SANDBOX_CONTROL, /^http:\/\/127\.0\.0\.1:\d+$/);
     assert.ok(variables.VEMLO_SANDBOX_RADOSGW_ACCESS_KEY);
+    assert.match(variables.VEMLO_SANDBOX_AZURE_ACCOUNT, /^[a-z0-9]{3,24}$/);
     assert.equal(variables.VEMLO_SANDBOX_SWIFT_ENDPOINT, undefined);
-    for (const name of ['STATE', 'CA_FILE', 'RADOSGW_SECRET_KEY_FILE']) {
+    for (const name of ['STATE', 'CA_FILE', 'RADOSGW_SECRET_KEY_FILE', 'AZURE_KEY_FILE']) {
       assert.equal(existsSync(variables[`VEMLO_SANDBOX_${name}`]), false);
     }
   });
 
   it('keeps secrets in files that nobody else can read', async () => {
-    const look = 'cd "$(dirname "$VEMLO_SANDBOX_STATE")" && stat -c %a . state.json radosgw-secret';
-    const { stdout } = await sandbox(['run', '--radosgw', '--', 'sh', '-c', look]);
-    assert.equal(stdout, '700\n600\n600\n');
+    const look = `cd "$(dirname "$VEMLO_SANDBOX_STATE")" &&
+      stat -c %a . state.json radosgw-secret azure-secret`;
+    const { stdout } = await sandbox(['run', '--radosgw', '--azurite', '--', 'sh', '-c', look]);
+    assert.equal(stdout, '700\n600\n600\n600\n');
   });
 
   it('exits as the command did', async () => {

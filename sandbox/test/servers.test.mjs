@@ -19,6 +19,8 @@ const kExpectedOfBoth = {
   'missing bucket': [404, 'NoSuchBucket'],
   'LocationConstraint us-east-1': 'ok',
   'LocationConstraint of nowhere': [400, 'InvalidLocationConstraint'],
+  'LocationConstraint eu-central-1, at its own host': 'ok',
+  'bucket, signed for the other region and then again': 'ok',
 };
 
 const kExpected = {
@@ -28,6 +30,17 @@ const kExpected = {
     'own bucket again': 'ok',
     'LocationConstraint eu-central-1, through the proxy': 'ok',
     'bucket of eu-central-1': 'ok',
+    'LocationConstraint us-east-1, at the host of eu-central-1': 'ok',
+    'location at the host of us-east-1': 'us-east-1',
+    'location at the host of eu-central-1': 'us-east-1',
+    'buckets, signed for the other region': [
+      'judged',
+      'judged-eu',
+      'judged-not-there',
+      'judged-there',
+      'judged-us',
+    ],
+    'head of a bucket, signed for the other region': 'ok',
   },
   swift: {
     ...kExpectedOfBoth,
@@ -35,6 +48,11 @@ const kExpected = {
     'own bucket again': [409, 'BucketAlreadyOwnedByYou'],
     'LocationConstraint eu-central-1, through the proxy': [400, 'InvalidLocationConstraint'],
     'bucket of eu-central-1': [404, 'NoSuchBucket'],
+    'LocationConstraint us-east-1, at the host of eu-central-1': [400, 'InvalidLocationConstraint'],
+    'location at the host of us-east-1': null, // how the public service spells it, too
+    'location at the host of eu-central-1': 'eu-central-1',
+    'buckets, signed for the other region': [400, 'AuthorizationHeaderMalformed'],
+    'head of a bucket, signed for the other region': [400, '400'],
   },
 };
 

@@ -1,0 +1,47 @@
+// The public names that the local servers answer to, and which server stands for which.
+
+export const kS3Regions = ['us-east-1', 'eu-central-1'];
+
+const kRegionalS3Hosts = Object.fromEntries(
+  kS3Regions.map((region) => [
+    region,
+    [`s3.${region}.amazonaws.com`, `s3-${region}.amazonaws.com`],
+  ]),
+);
+const kOtherS3Hosts = ['s3.amazonaws.com', 's3.cn-north-1.amazonaws.com.cn', 's3.wasabisys.com'];
+
+export const kS3Hosts = [...kOtherS3Hosts, ...Object.values(kRegionalS3Hosts).flat()];
+
+// An account of Azure has a host of its own in each of them: everywhere else, in China, for the
+// government of the United States, in Germany.
+export const kAzureDomains = [
+  'blob.core.windows.net',
+  'blob.core.chinacloudapi.cn',
+  'blob.core.usgovcloudapi.net',
+  'blob.core.cloudapi.de',
+];
+
+/** The routes, as { host, target }, to those servers that `state` describes. */
+export function publicRoutes({ radosgw, swift, azure }) {
+  return [...s3Routes(radosgw ?? swift), ...azureRoutes(azure)];
+}
+
+function s3Routes(server) {
+  if (!server) return [];
+  const leadTo = (target) => (host) => [host, `*.${host}`].map((name) => ({ host: name, target }));
+  return [
+    ...kOtherS3Hosts.flatMap(leadTo(server.endpoint)),
+    ...kS3Regions.flatMap((region) =>
+      kRegionalS3Hosts[region].flatMap(leadTo(server.endpoints[region])),
+    ),
+  ];
+}
+
+// By account, as in the real name service: a host for an account that does not exist is unknown.
+function azureRoutes(server) {
+  if (!server) return [];
+  const target = new URL(server.endpoint).origin;
+  return [server.accountName, server.otherAccountName].flatMap((account) =>
+    kAzureDomains.map((domain) => ({ host: `${account}.${domain}`, target })),
+  );
+}

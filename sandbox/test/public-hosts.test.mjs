@@ -1,0 +1,59 @@
+import assert from 'node:assert/strict';
+import { describe, it } from 'node:test';
+import { Routes } from '../internet/routes.mjs';
+import { publicRoutes } from '../servers/public-hosts.mjs';
+
+const kRadosgw = s3Server('http://127.0.0.1:1', 'http://127.0.0.1:1');
+const kSwift = s3Server('http://127.0.0.1:2', 'http://127.0.0.1:3');
+const kAzure = {
+  endpoint: 'http://127.0.0.1:4/first',
+  accountName: 'first',
+  otherAccountName: 'second',
+};
+
+function s3Server(unitedStates, europe) {
+  return {
+    endpoint: unitedStates,
+    endpoints: { 'us-east-1': unitedStates, 'eu-central-1': europe },
+  };
+}
+
+const where = (state, host) => new Routes(publicRoutes(state)).find(host);
+
+describe('the public hosts', () => {
+  it('lead to the server of their region, path-style and virtual-hosted', () => {
+    for (const [host, target] of [
+      ['s3.amazonaws.com', 'http://127.0.0.1:2'],
+      ['s3.us-east-1.amazonaws.com', 'http://127.0.0.1:2'],
+      ['s3.wasabisys.com', 'http://127.0.0.1:2'],
+      ['s3.eu-central-1.amazonaws.com', 'http://127.0.0.1:3'],
+      ['s3-eu-central-1.amazonaws.com', 'http://127.0.0.1:3'],
+    ]) {
+      assert.equal(where({ swift: kSwift }, host), target, host);
+      assert.equal(where({ swift: kSwift }, `a.bucket.${host}`), target, host);
+    }
+  });
+
+  it('lead to radosgw rather than to Swift', () => {
+    const both = { radosgw: kRadosgw, swift: kSwift };
+    assert.equal(where(both, 's3.amazonaws.com'), 'http://127.0.0.1:1');
+    assert.equal(where(both, 's3.eu-central-1.amazonaws.com'), 'http://127.0.0.1:1');
+  });
+
+  it('lead to Azurite for its accounts, and for no other', () => {
+    for (const domain of [
+      'core.windows.net',
+      'core.chinacloudapi.cn',
+      'core.usgovcloudapi.net',
+      'core.cloudapi.de',
+    ]) {
+      for (const account of ['first', 'second'])
+        assert.equal(where({ azure: kAzure }, `${account}.blob.${domain}`), 'http://127.0.0.1:4');
+      assert.equal(where({ azure: kAzure }, `third.blob.${domain}`), undefined);
+    }
+  });
+
+  it('are unknown without a server', () => {
+    assert.deepEqual(publicRoutes({}), []);
+  });
+});
