@@ -1,10 +1,11 @@
-#include <glog/logging.h>
-
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "CloudStorage/Client/S3/Model/CreateBucketRequest.h"
+#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
+#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
 #include "libvemlo.h"
+#include "libvemlo/object_store.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
@@ -31,11 +32,6 @@ location_contraint_name_mapping wasabiLocations[] = {{0, "US Standard"}, {kEndOf
 // No name: such an endpoint offers no choice.
 location_contraint_name_mapping customizedLocations[] = {{16, nullptr}, {kEndOfTable, nullptr}};
 
-int reportFailure(const CloudStorage::Client::Error& error) {
-  SYSLOG(ERROR) << error;
-  return static_cast<int>(error.errorType);
-}
-
 }  // namespace
 
 location_contraint_name_mapping* s3_get_location_contraint_name_mappings(void) {
@@ -60,14 +56,11 @@ int s3_list_bucket(session* handle, char*** buckets, int* count) {
   if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
 
   const auto outcome = handle->s3_client->listBuckets();
-  if (!outcome.isSuccess()) return reportFailure(outcome.getError());
-
-  const auto& found = outcome.getResult().buckets;
-  *buckets = nullptr;
-  *count = static_cast<int>(found.size());
-  if (*count <= 0) return libvemlo::kSuccess;
-  *buckets = static_cast<char**>(std::calloc(found.size(), sizeof(char*)));
-  for (std::size_t i = 0; i < found.size(); ++i) (*buckets)[i] = strdup(found[i].name.c_str());
+  if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
+  libvemlo::NameList names;
+  names.reserve(outcome.getResult().buckets.size());
+  for (const auto& found : outcome.getResult().buckets) names.add(found.name);
+  std::move(names).handOut(buckets, count);
   return libvemlo::kSuccess;
 }
 
@@ -84,5 +77,44 @@ int s3_create_bucket(session* handle, const char* bucket, int location_contraint
   request.createBucketConfiguration = configuration;
 
   const auto outcome = handle->s3_client->createBucket(request);
-  return outcome.isSuccess() ? libvemlo::kSuccess : reportFailure(outcome.getError());
+  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::reportFailure(outcome.getError());
+}
+
+int s3_list_directory(session* handle, const char* bucket, const char* prefix,
+                      directory** directories, int* count) {
+  if (handle == nullptr || bucket == nullptr) return libvemlo::kBadArguments;
+  if (prefix == nullptr || directories == nullptr || count == nullptr) {
+    return libvemlo::kBadArguments;
+  }
+  if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
+  *directories = nullptr;
+  *count = 0;
+
+  Model::ListObjectsV2Request request;
+  request.bucket = bucket;
+  request.prefix = prefix;
+  request.delimiter = "/";
+  // One page, as large as the service makes it: hosts show a folder, they do not mirror it.
+  const auto outcome = handle->s3_client->listObjectsV2(request);
+  if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
+  libvemlo::NameList prefixes;
+  prefixes.reserve(outcome.getResult().commonPrefixes.size());
+  for (const auto& found : outcome.getResult().commonPrefixes) prefixes.add(found);
+  std::move(prefixes).handOut(directories, count);
+  return libvemlo::kSuccess;
+}
+
+int s3_create_directory(session* handle, const char* bucket, const char* key) {
+  if (handle == nullptr || key == nullptr) return libvemlo::kBadArguments;
+  const std::size_t length = std::strlen(key);
+  if (length < 2 || key[0] == '/' || key[length - 1] != '/') return libvemlo::kBadArguments;
+  if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
+
+  Model::PutObjectRequest request;
+  request.bucket = bucket;
+  request.contentLength = 0;
+  request.key = key;
+  const auto outcome = handle->s3_client->putObject(request);
+  // Not logged: a host that makes a folder tells its user itself.
+  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultOf(outcome.getError());
 }

@@ -116,6 +116,23 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
   return Model::CreateBucketResult{};
 }
 
+Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
+    const Model::ListObjectsV2Request& request) const {
+  journal().calls.emplace_back("listObjectsV2 " + request.bucket.value());
+  if (journal().operationsFail) return StandIn::failure();
+  Model::ListObjectsV2Result result;
+  result.commonPrefixes = {"one/", "two/"};
+  return result;
+}
+
+Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
+    const Model::PutObjectRequest& request) const {
+  journal().calls.emplace_back("putObject " + request.key.value());
+  if (journal().operationsFail) return StandIn::failure();
+  return Model::PutObjectResult{};
+}
+
+void Model::ListObjectsV2Request::addQueryStringParameters(Http::URI&) const {}
 std::string Model::CreateBucketRequest::serializePayload() const { return {}; }
 Http::HeaderValueCollection Model::CreateBucketRequest::getRequestSpecificHeaders() const {
   return {};
@@ -126,6 +143,8 @@ Error S3ErrorMarshaller::marshall(const Http::Response&, Http::Method) const { r
 }  // namespace S3
 
 namespace AzureSSB {
+
+struct AzureSSBClient::Implementation {};
 
 AzureSSBClient::AzureSSBClient(std::string accountName,
                                std::shared_ptr<Auth::AzureSSBAuthentication> authentication,
@@ -144,6 +163,43 @@ Region AzureSSBClient::getRegionForName(const std::string& regionName) {
   journal().calls.emplace_back("getRegionForName " + regionName);
   return Region::Global;
 }
+
+Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
+    const Model::ListContainerRequest&) const {
+  journal().calls.emplace_back("listContainer");
+  if (journal().operationsFail) return StandIn::failure();
+  Model::ListContainerResult result;
+  result.containers = {{"one", "", ""}, {"two", "", ""}};
+  return result;
+}
+
+Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
+    const Model::CreateContainerRequest& request) const {
+  journal().calls.emplace_back("createContainer " + request.container);
+  if (journal().operationsFail) return StandIn::failure();
+  return Model::CreateContainerResult{};
+}
+
+Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
+    const Model::ListBlobRequest& request) const {
+  journal().calls.emplace_back("listBlob " + request.container.value());
+  if (journal().operationsFail) return StandIn::failure();
+  Model::ListBlobResult result;
+  result.blobPrefixes = {{"one/"}, {"two/"}};
+  return result;
+}
+
+Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
+    const Model::PutBlobRequest& request) const {
+  journal().calls.emplace_back("putBlob " + request.blob.value());
+  if (journal().operationsFail) return StandIn::failure();
+  return Model::PutBlobResult{};
+}
+
+void Model::ListContainerRequest::addQueryStringParameters(Http::URI&) const {}
+void Model::CreateContainerRequest::addQueryStringParameters(Http::URI&) const {}
+void Model::ListBlobRequest::addQueryStringParameters(Http::URI&) const {}
+Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const { return {}; }
 
 Error AzureSSBErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 

@@ -42,12 +42,16 @@ std::shared_ptr<TrustAnchors> anchorsIn(const std::string& file) {
   return std::make_shared<TrustAnchors>(TrustAnchors::Sources{file, ""});
 }
 
-void expectUntrusted(const Response& response, const std::string& name) {
+void expectNotSent(const Response& response, TransportFailure::Kind kind, const std::string& name) {
   EXPECT_EQ(response.status, 0);
   ASSERT_TRUE(response.failure);
-  EXPECT_EQ(response.failure->kind, TransportFailure::Kind::Untrusted);
+  EXPECT_EQ(response.failure->kind, kind);
   EXPECT_EQ(response.failure->name, name);
   EXPECT_FALSE(response.failure->requestMayHaveRun);
+}
+
+void expectUntrusted(const Response& response, const std::string& name) {
+  expectNotSent(response, TransportFailure::Kind::Untrusted, name);
 }
 
 class CurlTransportTls : public testing::Test {
@@ -94,8 +98,8 @@ TEST_F(CurlTransportTls, ServerWithoutTlsIsRefused) {
   });
   auto request = server.request(Method::Get, "/");
   request.uri.setScheme("https");
-  expectUntrusted(CurlTransport(trusting(anchorsIn(authority_.certificateFile()))).send(request),
-                  "CURLE_SSL_CONNECT_ERROR");
+  expectNotSent(CurlTransport(trusting(anchorsIn(authority_.certificateFile()))).send(request),
+                TransportFailure::Kind::Unreachable, "CURLE_SSL_CONNECT_ERROR");
 }
 
 TEST_F(CurlTransportTls, ConnectionIsSharedBySequentialCalls) {
@@ -200,7 +204,7 @@ class OutdatedTlsDeathTest : public CurlTransportTls {
     const LoopbackServer server(alwaysAnswer(answer_), context);
     const Response response = getFrom(server);
     const bool refused = response.failure && response.failure->name == "CURLE_SSL_CONNECT_ERROR" &&
-                         response.failure->kind == TransportFailure::Kind::Untrusted;
+                         response.failure->kind == TransportFailure::Kind::Unreachable;
     std::_Exit(refused ? 0 : 1);
   }
 

@@ -198,6 +198,8 @@ TEST(S3Redirect, LocationMayLeaveOutWhatStaysTheSame) {
   EXPECT_EQ(redirected(kStore, current, "/new?rk=1"), "https://s3.example.test:9000/new?rk=1");
   EXPECT_EQ(redirected(kStore, current, "//eu.example.test/new"), "https://eu.example.test/new");
   EXPECT_EQ(redirected(kStore, current, "//evil.test/new"), "refused");
+  EXPECT_EQ(redirected(kStore, current, "?rk=1"), "https://s3.example.test:9000/old?rk=1");
+  EXPECT_EQ(redirected(kStore, current, "new"), "https://s3.example.test:9000/new");
 }
 
 TEST(S3Redirect, PathAndQueryAreTakenAsReceived) {
@@ -206,8 +208,9 @@ TEST(S3Redirect, PathAndQueryAreTakenAsReceived) {
 }
 
 TEST(S3Redirect, ToWhatIsNoAddressIsRefused) {
-  for (const char* location : {"", "?rk=1", "new", "ftp://s3.amazonaws.com/", "mailto:a@b",
-                               "https://user@s3.amazonaws.com/", "https:///x", "/a b", "/a#b"}) {
+  for (const char* location :
+       {"", "ftp://s3.amazonaws.com/", "mailto:a@b", "s3.amazonaws.com:443/b",
+        "https://user@s3.amazonaws.com/", "https:///x", "/a b", "/a#b"}) {
     EXPECT_EQ(redirected(kAws, kAwsBucket, location), "refused") << location;
   }
 }

@@ -203,8 +203,10 @@ TEST_F(S3CreateBucket, CodesOfNoLocationAreRefusedHere) {
   EXPECT_THAT(world.transport->requests(), IsEmpty());
 }
 
-TEST_F(S3CreateBucket, EmptyNameIsRefusedHere) {
-  expectRefusedHere(world.client("")->createBucket(bucketAt(0, "")));
+TEST_F(S3CreateBucket, NameThatWouldAddressSomethingElseIsRefusedHere) {
+  for (const char* name : {"", ".", ".."}) {
+    expectRefusedHere(world.client("")->createBucket(bucketAt(0, name)));
+  }
   EXPECT_THAT(world.transport->requests(), IsEmpty());
 }
 
@@ -221,8 +223,7 @@ TEST_F(S3CreateBucket, NameIsOneSegmentWhateverItHolds) {
   EXPECT_EQ(addressOf("\xC3\xBC", kStore), "https://store.test/%C3%BC");
   EXPECT_EQ(addressOf("a%2Fb", kStore), "https://store.test/a%252Fb");
   EXPECT_EQ(addressOf("a?b#c&d=e+f", kStore), "https://store.test/a%3Fb%23c%26d%3De%2Bf");
-  EXPECT_EQ(addressOf("..", kStore), "https://store.test/..") << "for the service to judge";
-  EXPECT_EQ(addressOf(".", "https://store.test/base"), "https://store.test/base/.");
+  EXPECT_EQ(addressOf("...", "https://store.test/base"), "https://store.test/base/...");
   EXPECT_EQ(addressOf("Old_Bucket.Name", ""), "https://s3.amazonaws.com/Old_Bucket.Name");
 }
 
@@ -230,6 +231,13 @@ TEST_F(S3CreateBucket, EveryStatusOfTheTwoHundredsIsASuccess) {
   for (int code : {200, 201, 204}) {
     enqueue(answer(code));
     EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess()) << code;
+  }
+}
+
+TEST_F(S3CreateBucket, WordsOfAStoreThatHasMoreToSayAreASuccess) {
+  for (const char* body : {"\n", "<CreateBucketResult/>", "<CreateBucketResponse xmlns='x'/>"}) {
+    enqueue(answer(200, body));
+    EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess()) << body;
   }
 }
 
@@ -257,6 +265,7 @@ TEST_F(S3CreateBucket, ErrorUnderAStatusOfSuccessIsAFailure) {
   const auto outcome = world.client("")->createBucket(bucketAt(0));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "InternalError");
+  EXPECT_EQ(outcome.getError().errorType, CoreErrors::ServiceFailure);
 }
 
 TEST_F(S3CreateBucket, ConflictIsReportedEvenAfterAnAttemptThatMayHaveSucceeded) {

@@ -93,7 +93,9 @@ TEST_F(S3ListBucket, FillsTheOutsWithSeparateBlocksOfTheStandardAllocator) {
 
 TEST_F(S3ListBucket, AsksOnceHoweverManyBucketsThereAre) {
   ListBucketsResult many;
-  for (int i = 0; i < 2500; ++i) many.buckets.push_back({"bucket-" + std::to_string(i), ""});
+  std::vector<std::string> names;
+  for (int i = 0; i < 2500; ++i) names.push_back("bucket-" + std::to_string(i));
+  for (const std::string& name : names) many.buckets.push_back({name, ""});
   EXPECT_CALL(client(), listBuckets()).Times(1).WillOnce(Return(many));
 
   ASSERT_EQ(list(), 0);

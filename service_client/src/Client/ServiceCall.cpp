@@ -10,6 +10,7 @@
 
 #include "Auth/Digest.h"
 #include "Client/ErrorMarshalling.h"
+#include "Http/CurlTransport.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Client {
@@ -71,6 +72,11 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
       readRateLimiter_(parts.readRateLimiter),
       writeRateLimiter_(parts.writeRateLimiter),
       environment_(std::move(environment)) {
+  if (!environment_.transport) {
+    Http::CurlTransport::Options options;
+    options.proxy = parts.proxy;
+    environment_.transport = std::make_shared<Http::CurlTransport>(std::move(options));
+  }
   if (!environment_.now) environment_.now = std::chrono::system_clock::now;
   if (!environment_.sleep) {
     environment_.sleep = [](std::chrono::milliseconds delay) {

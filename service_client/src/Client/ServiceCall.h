@@ -44,7 +44,7 @@ class ServiceCall {
   template <typename Result>
   using Parser = std::optional<Error> (*)(Http::Response& response, Result& result);
 
-  /// What `environment` leaves open becomes the real clock and sleep; its transport must be set.
+  /// What `environment` leaves open becomes the real thing.
   ServiceCall(const ClientParts& parts, ClientEnvironment environment);
 
   /// Sends `model` to `uri`, again as often as the retry strategy grants it, and parses the answer.
@@ -62,6 +62,8 @@ class ServiceCall {
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
+  /// One request as it stands, once: for what a conduct has to ask on the side.
+  Http::Response transfer(const Http::Request& request) const;
 
  private:
   using Accept = std::function<std::optional<Error>(Http::Response&)>;
@@ -74,7 +76,6 @@ class ServiceCall {
                                const Accept& accept) const;
   std::optional<Error> judge(Http::Response& response, Http::Method method,
                              const Accept& accept) const;
-  Http::Response transfer(const Http::Request& request) const;
 
   std::shared_ptr<RetryStrategy> retryStrategy_;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller_;

@@ -1,12 +1,14 @@
 #include "Util/Time.h"
 
 #include <array>
+#include <cstdio>
 #include <ctime>
 #include <string_view>
 
 namespace CloudStorage::Util {
 namespace {
 
+constexpr std::array<std::string_view, 7> kDays = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
@@ -68,36 +70,69 @@ constexpr int kFirstYearOfTm = 1900;
 constexpr int kFirstYear = 1970;
 constexpr int kLastYear = 2261;
 
-std::optional<TimePoint> toTimePoint(std::tm utc) {
-  const std::tm given = utc;
-  const std::time_t seconds = timegm(&utc);  // normalises: a 31 June comes back as 1 July
-  if (utc.tm_mon != given.tm_mon || utc.tm_mday != given.tm_mday || utc.tm_hour != given.tm_hour ||
-      utc.tm_min != given.tm_min) {
-    return std::nullopt;
-  }
-  const int year = utc.tm_year + kFirstYearOfTm;
-  if (year < kFirstYear || year > kLastYear) return std::nullopt;
-  return std::chrono::system_clock::from_time_t(seconds);
+// The fields of a UTC time as they are written.
+struct CivilTime {
+  int year = 0;
+  int month = 0;  // 0 is January
+  int day = 0;
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+};
+
+bool isLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+int daysInMonth(int year, int month) {
+  constexpr std::array<int, 12> kDaysInMonth = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  constexpr int kFebruary = 1;
+  return kDaysInMonth.at(static_cast<std::size_t>(month)) +
+         (month == kFebruary && isLeapYear(year) ? 1 : 0);
 }
 
-void scanTimeOfDay(Scanner& scanner, std::tm& utc) {
-  utc.tm_hour = scanner.number(2);
+// Days from 1 January 1970 to 1 January of `year`.
+int daysBeforeYear(int year) {
+  const auto leapYearsUpTo = [](int last) { return last / 4 - last / 100 + last / 400; };
+  return (year - kFirstYear) * 365 + leapYearsUpTo(year - 1) - leapYearsUpTo(kFirstYear - 1);
+}
+
+int daysBeforeMonth(int year, int month) {
+  constexpr std::array<int, 12> kDaysBefore = {0,   31,  59,  90,  120, 151,
+                                               181, 212, 243, 273, 304, 334};
+  constexpr int kFebruary = 1;
+  return kDaysBefore.at(static_cast<std::size_t>(month)) +
+         (month > kFebruary && isLeapYear(year) ? 1 : 0);
+}
+
+// By hand and not by timegm(), which costs as much as all the rest of reading a listing's entry.
+std::optional<TimePoint> toTimePoint(const CivilTime& utc) {
+  const bool isTime = utc.year >= kFirstYear && utc.year <= kLastYear && utc.month >= 0 &&
+                      utc.month < 12 && utc.day >= 1 &&
+                      utc.day <= daysInMonth(utc.year, utc.month) && utc.hour < 24 &&
+                      utc.minute < 60 && utc.second < 60;
+  if (!isTime) return std::nullopt;
+  const int days = daysBeforeYear(utc.year) + daysBeforeMonth(utc.year, utc.month) + utc.day - 1;
+  return TimePoint(std::chrono::hours(days * 24L + utc.hour) + std::chrono::minutes(utc.minute) +
+                   std::chrono::seconds(utc.second));
+}
+
+void scanTimeOfDay(Scanner& scanner, CivilTime& utc) {
+  utc.hour = scanner.number(2);
   scanner.literal(":");
-  utc.tm_min = scanner.number(2);
+  utc.minute = scanner.number(2);
   scanner.literal(":");
-  utc.tm_sec = scanner.number(2);
+  utc.second = scanner.number(2);
 }
 
 }  // namespace
 
 std::optional<TimePoint> parseIsoTime(std::string_view text) {
   Scanner scanner(text);
-  std::tm utc{};
-  utc.tm_year = scanner.number(4) - kFirstYearOfTm;
+  CivilTime utc;
+  utc.year = scanner.number(4);
   scanner.literal("-");
-  utc.tm_mon = scanner.number(2) - 1;
+  utc.month = scanner.number(2) - 1;
   scanner.literal("-");
-  utc.tm_mday = scanner.number(2);
+  utc.day = scanner.number(2);
   scanner.literal("T");
   scanTimeOfDay(scanner, utc);
   scanner.fraction();
@@ -107,18 +142,30 @@ std::optional<TimePoint> parseIsoTime(std::string_view text) {
 
 std::optional<TimePoint> parseHttpDate(std::string_view text) {
   Scanner scanner(text);
-  std::tm utc{};
+  CivilTime utc;
   scanner.skip(3);  // the day of the week follows from the rest
   scanner.literal(", ");
-  utc.tm_mday = scanner.number(2);
+  utc.day = scanner.number(2);
   scanner.literal(" ");
-  utc.tm_mon = scanner.month();
+  utc.month = scanner.month();
   scanner.literal(" ");
-  utc.tm_year = scanner.number(4) - kFirstYearOfTm;
+  utc.year = scanner.number(4);
   scanner.literal(" ");
   scanTimeOfDay(scanner, utc);
   scanner.literal(" GMT");
   return scanner.atEnd() ? toTimePoint(utc) : std::nullopt;
+}
+
+std::string formatHttpDate(TimePoint time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm utc{};
+  gmtime_r(&seconds, &utc);
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%s, %02d %s %04d %02d:%02d:%02d GMT",
+                kDays.at(static_cast<std::size_t>(utc.tm_wday)).data(), utc.tm_mday,
+                kMonths.at(static_cast<std::size_t>(utc.tm_mon)).data(),
+                utc.tm_year + kFirstYearOfTm, utc.tm_hour, utc.tm_min, utc.tm_sec);
+  return text.data();
 }
 
 }  // namespace CloudStorage::Util

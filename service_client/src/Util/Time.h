@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace CloudStorage::Util {
@@ -15,5 +16,7 @@ std::optional<TimePoint> parseIsoTime(std::string_view text);
 /// `Thu, 29 Feb 2024 08:30:15 GMT` (RFC 9110, section 5.6.7, the fixed-length form), whatever the
 /// process's locale. Empty if the text is anything else or names no day between 1970 and 2261.
 std::optional<TimePoint> parseHttpDate(std::string_view text);
+/// The same the other way round.
+std::string formatHttpDate(TimePoint time);
 
 }  // namespace CloudStorage::Util

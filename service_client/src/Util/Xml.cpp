@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <utility>
 
 #include "Util/Text.h"
 
@@ -112,7 +114,7 @@ bool endsInLocalName(std::string_view name, std::string_view localName) {
   return start == 0 || name.find(':') == start - 1;
 }
 
-pugi::xml_node firstNamed(pugi::xml_node node, std::string_view localName) {
+pugi::xml_node firstNamed(pugi::xml_node node, const char* localName) {
   while (node && !isNamed(node, localName)) node = node.next_sibling();
   return node;
 }
@@ -141,16 +143,21 @@ Status parse(std::string& body, pugi::xml_document& document) {
 }
 
 bool isNamed(pugi::xml_node node, std::string_view localName) {
-  // The name first: among siblings it seldom fits, and then the node need not be looked at again.
-  return endsInLocalName(node.name(), localName) && node.type() == pugi::node_element;
+  // Of all that is kept of a document only elements have names.
+  return *node.name() != '\0' && endsInLocalName(node.name(), localName);
 }
 
-pugi::xml_node child(pugi::xml_node parent, std::string_view localName) {
-  return firstNamed(parent.first_child(), localName);
+// Both ask the parser's library first, for the name without a prefix. That is the usual case, and
+// cheaper by far than to compare name by name from here.
+
+pugi::xml_node child(pugi::xml_node parent, const char* localName) {
+  const auto found = parent.child(localName);
+  return found ? found : firstNamed(parent.first_child(), localName);
 }
 
-pugi::xml_node nextSibling(pugi::xml_node node, std::string_view localName) {
-  return firstNamed(node.next_sibling(), localName);
+pugi::xml_node nextSibling(pugi::xml_node node, const char* localName) {
+  const auto found = node.next_sibling(localName);
+  return found ? found : firstNamed(node.next_sibling(), localName);
 }
 
 std::string text(pugi::xml_node element) {
@@ -159,6 +166,35 @@ std::string text(pugi::xml_node element) {
     if (isText(piece)) pieces += piece.value();
   }
   return pieces;
+}
+
+Page::Page(std::string body)
+    : body_(std::make_shared<std::string>(std::move(body))), status_(parse(*body_, document_)) {}
+
+std::string_view Page::text(pugi::xml_node element) {
+  std::string_view joined = element.value();
+  auto piece = element.first_child();
+  if (!piece) return joined;  // as good as always
+  for (; piece; piece = piece.next_sibling()) {
+    if (!isText(piece)) continue;
+    const std::string_view next = piece.value();
+    if (joined.empty()) {
+      joined = next;
+    } else if (!next.empty()) {
+      // Markup lay between them, so there is room.
+      char* start = placeOf(joined.data());
+      std::memmove(start + joined.size(), next.data(), next.size());
+      joined = {start, joined.size() + next.size()};
+    }
+  }
+  return joined;
+}
+
+std::string_view Page::replace(std::string_view text, const std::string& bytes) {
+  if (bytes.empty()) return {};
+  char* start = placeOf(text.data());
+  std::memcpy(start, bytes.data(), bytes.size());
+  return {start, bytes.size()};
 }
 
 }  // namespace CloudStorage::Util::Xml

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -24,16 +25,43 @@ Status parse(std::string& body, pugi::xml_document& document);
 /// Whether `node` is an element of this local name.
 bool isNamed(pugi::xml_node node, std::string_view localName);
 
-/// The first child element of this local name; a null node if there is none.
-pugi::xml_node child(pugi::xml_node parent, std::string_view localName);
+/// The first child element of this local name; a null node if there is none. Here and below, an
+/// element without a prefix goes before one with: a service does not use both for the same thing.
+pugi::xml_node child(pugi::xml_node parent, const char* localName);
 
 /// The next element after `node` among its siblings that has this local name; a null node if there
 /// is none.
-pugi::xml_node nextSibling(pugi::xml_node node, std::string_view localName);
+pugi::xml_node nextSibling(pugi::xml_node node, const char* localName);
 
 /// The text directly inside an element: all its pieces, character data sections included,
 /// untrimmed. Text that is nothing but white space counts if the element holds nothing else. Empty
 /// for a null node.
 std::string text(pugi::xml_node element);
+
+/// A received document whose texts are used where they lie: what is read from it are views into it,
+/// and nothing is copied.
+class Page {
+ public:
+  explicit Page(std::string body);
+
+  /// Whether it could be parsed; see parse().
+  const Status& status() const { return status_; }
+  pugi::xml_node root() const { return document_.document_element(); }
+
+  /// See Xml::text(). Several pieces are moved together, so ask once for each element.
+  std::string_view text(pugi::xml_node element);
+  /// Puts `bytes`, which are no longer than `text`, where `text` lies in the page.
+  std::string_view replace(std::string_view text, const std::string& bytes);
+
+  /// What the views point into.
+  std::shared_ptr<const std::string> storage() const { return body_; }
+
+ private:
+  char* placeOf(const char* inBody) { return body_->data() + (inBody - body_->data()); }
+
+  std::shared_ptr<std::string> body_;
+  pugi::xml_document document_;
+  Status status_;
+};
 
 }  // namespace CloudStorage::Util::Xml

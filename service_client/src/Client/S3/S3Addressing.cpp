@@ -38,8 +38,16 @@ bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
+// The form of "eu-central-1". Other labels in a region's place are services, such as "accelerate".
+bool isRegionLabel(std::string_view label) {
+  const auto first = label.find('-');
+  const auto last = label.rfind('-');
+  return first == 2 && last > first && last + 1 < label.size() &&
+         label.find_first_not_of("0123456789", last + 1) == std::string_view::npos;
+}
+
 // What stands between "s3." or "s3-" and `suffix`; empty if the host has another form.
-std::string_view regionLabel(std::string_view host, std::string_view suffix) {
+std::string_view hostLabel(std::string_view host, std::string_view suffix) {
   if (!endsWith(host, suffix)) return {};
   host.remove_suffix(suffix.size());
   if (host.substr(0, 3) != "s3." && host.substr(0, 3) != "s3-") return {};
@@ -53,10 +61,15 @@ std::string_view wasabiRegion(std::string_view label) {
   for (const auto& [alias, region] : kWasabiAliases) {
     if (alias == label) return region;
   }
-  return label;
+  return isRegionLabel(label) ? label : std::string_view();
 }
 
 bool hasOwnPort(const Http::URI& uri) { return uri.authority() != uri.host(); }
+
+std::string_view regionLabel(std::string_view host, std::string_view suffix) {
+  const std::string_view label = hostLabel(host, suffix);
+  return isRegionLabel(label) ? label : std::string_view();
+}
 
 // A port or a base path shows that something else answers under the service's name.
 Partition partitionOf(const Http::URI& base) {
@@ -72,7 +85,7 @@ std::string_view regionNamedBy(const std::string& host) {
     const auto label = regionLabel(host, suffix);
     if (!label.empty()) return label;
   }
-  return wasabiRegion(regionLabel(host, kWasabiSuffix));
+  return wasabiRegion(hostLabel(host, kWasabiSuffix));
 }
 
 bool isChina(Location location) {
@@ -88,6 +101,25 @@ std::string hostOf(Partition partition, Location location) {
   if (partition != Partition::Aws || isChina(location)) return {};
   if (location == Location::UsEast1) return kGlobalHost;
   return "s3." + std::string(region) + std::string(kAwsSuffix);
+}
+
+// The endpoint's host for a bucket in `region`: its own if it is the one for all regions or for this
+// one, else its owner's for that region.
+std::string regionalHost(const S3Endpoint& endpoint, const std::string& region) {
+  const bool isOwn = endpoint.region.empty() ? region == kGlobalRegion : region == endpoint.region;
+  if (endpoint.partition == Partition::Other || isOwn) return endpoint.base.host();
+  const bool isChina = endpoint.partition == Partition::AwsChina;
+  return "s3." + region + std::string(isChina ? kAwsChinaSuffix : kAwsSuffix);
+}
+
+// Whether the bucket's name can stand before the endpoint's host. A dot in it would not be covered by
+// the certificate.
+bool isVirtualHosted(const S3Endpoint& endpoint, std::string_view bucket) {
+  constexpr std::size_t kShortest = 3;
+  constexpr std::size_t kLongest = 63;
+  return endpoint.partition != Partition::Other && endpoint.base.scheme() == "https" &&
+         bucket.size() >= kShortest && bucket.size() <= kLongest && isRegionName(bucket) &&
+         bucket.front() != '-' && bucket.back() != '-';
 }
 
 // The domain under which a redirect may lead: the host's parent, but never a top-level domain. An
@@ -110,12 +142,23 @@ bool isTrustedHost(const S3Endpoint& endpoint, std::string_view host) {
   return !domain.empty() && endsWith(host, domain);
 }
 
+// RFC 3986, section 4.2: a reference whose first segment holds a colon is not relative.
+bool isAbsolute(const std::string& location) {
+  const auto colon = location.find(':');
+  return colon != std::string::npos && location.find_first_of("/?") > colon;
+}
+
 std::optional<Http::URI> resolve(const Http::URI& current, const std::string& location) {
+  if (location.empty()) return std::nullopt;
+  if (isAbsolute(location)) return Http::URI::parse(location);
   if (location.compare(0, 2, "//") == 0) return Http::URI::parse(current.scheme() + ':' + location);
   if (location.compare(0, 1, "/") == 0) {
     return Http::URI::parse(current.scheme() + "://" + current.authority() + location);
   }
-  return Http::URI::parse(location);
+  const std::string path = current.path().empty() ? "/" : current.path();
+  const std::string start = current.scheme() + "://" + current.authority() + path;
+  if (location.compare(0, 1, "?") == 0) return Http::URI::parse(start + location);
+  return Http::URI::parse(start.substr(0, start.rfind('/') + 1) + location);
 }
 
 }  // namespace
@@ -154,6 +197,20 @@ S3Target createBucketTarget(const S3Endpoint& endpoint, const std::string& sessi
   }
   target.uri.addPathSegment(bucket);
   return target;
+}
+
+Http::URI bucketUri(const S3Endpoint& endpoint, const std::string& region, std::string_view bucket,
+                    std::string_view key) {
+  Http::URI uri = endpoint.base;
+  std::string host = regionalHost(endpoint, region);
+  if (isVirtualHosted(endpoint, bucket)) {
+    uri.setHost(std::string(bucket) + '.' + host);
+  } else {
+    uri.setHost(std::move(host));
+    uri.addPathSegment(bucket);
+  }
+  if (!key.empty()) uri.addPath(key);
+  return uri;
 }
 
 bool isRegionName(std::string_view text) {

@@ -43,6 +43,12 @@ struct S3Target {
 S3Target createBucketTarget(const S3Endpoint& endpoint, const std::string& sessionRegion,
                             Model::BucketLocationConstraint location, std::string_view bucket);
 
+/// Where a bucket that lies in `region` is reached: under a host name of its own where the endpoint's
+/// certificates and DNS allow for that, else as the first segment of the path. Without a key the path
+/// ends there.
+Http::URI bucketUri(const S3Endpoint& endpoint, const std::string& region, std::string_view bucket,
+                    std::string_view key = {});
+
 /// True for a text that can be a region: what a service says its region is goes into host names and
 /// signatures.
 bool isRegionName(std::string_view text);

@@ -1,15 +1,15 @@
 #include "CloudStorage/Client/S3/S3Client.h"
 
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "Auth/AWSV4Signer.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/S3/S3Addressing.h"
+#include "Client/S3/S3Answers.h"
 #include "Client/S3/S3Conduct.h"
 #include "Client/ServiceCall.h"
-#include "Http/CurlTransport.h"
-#include "Util/Xml.h"
 
 namespace CloudStorage::Client::S3 {
 namespace {
@@ -20,45 +20,18 @@ class ListBucketsRequest : public S3Request {
   std::string serializePayload() const override { return {}; }
 };
 
-// Some stores answer an error with a success status.
-std::optional<Error> checkRoot(pugi::xml_node root, const char* expected) {
-  if (Util::Xml::isNamed(root, expected)) return std::nullopt;
-  const std::string code = Util::Xml::text(Util::Xml::child(root, "Code"));
-  if (!Util::Xml::isNamed(root, "Error") || code.empty()) {
-    return localError("MalformedResponse", std::string("The answer is no ") + expected);
-  }
-  Error error = localError(code, Util::Xml::text(Util::Xml::child(root, "Message")));
-  error.errorType = CoreErrors::Rejected;
-  return error;
+template <typename Result>
+std::optional<Error> parseNothing(Http::Response& response, Result& /*result*/) {
+  return checkStored(response);
 }
 
-std::optional<Error> parseBucketList(Http::Response& response, Model::ListBucketsResult& result) {
-  pugi::xml_document document;
-  const auto parsed = Util::Xml::parse(response.body, document);
-  if (!parsed.isSuccess()) return localError("MalformedResponse", parsed.toString());
-  const auto root = document.document_element();
-  if (auto error = checkRoot(root, "ListAllMyBucketsResult")) return error;
-
-  auto node = Util::Xml::child(Util::Xml::child(root, "Buckets"), "Bucket");
-  for (; node; node = Util::Xml::nextSibling(node, "Bucket")) {
-    result.buckets.push_back({Util::Xml::text(Util::Xml::child(node, "Name")),
-                              Util::Xml::text(Util::Xml::child(node, "CreationDate"))});
-  }
-  return std::nullopt;
+// In a path any other would address something else, such as the list of buckets.
+bool isAddressable(std::string_view bucket) {
+  return !bucket.empty() && bucket != "." && bucket != "..";
 }
 
-// The services answer with nothing. What else comes is an error, or a page of somebody on the way.
-std::optional<Error> parseCreation(Http::Response& response,
-                                   Model::CreateBucketResult& /*result*/) {
-  if (response.body.empty()) return std::nullopt;
-  pugi::xml_document document;
-  const auto parsed = Util::Xml::parse(response.body, document);
-  if (!parsed.isSuccess()) return localError("MalformedResponse", parsed.toString());
-  return checkRoot(document.document_element(), "CreateBucketResult");
-}
-
-Error unusableEndpoint() {
-  return localError("InvalidRequest", "The endpoint is no http or https URL");
+Error unusableBucketName() {
+  return localError("InvalidRequest", "The bucket name is empty or a relative path");
 }
 
 // A request that names no location leaves the choice to the endpoint.
@@ -69,26 +42,20 @@ Model::BucketLocationConstraint locationOf(const Model::CreateBucketRequest& req
              : Model::BucketLocationConstraint::Customized;
 }
 
-std::shared_ptr<const Auth::AWSAuthCredential> credentialOf(const ClientParts& parts) {
-  auto credential = std::dynamic_pointer_cast<Auth::AWSAuthCredential>(parts.credential);
-  if (credential) return credential;
-  return std::make_shared<Auth::AWSAuthCredential>("", "", "s3",
-                                                   Auth::AWSAuthCredential::DEFAULT_GLOBAL_REGION);
+// Why no request can be made from these; empty if nothing is wrong with them.
+std::optional<Error> findFault(const std::optional<S3Endpoint>& endpoint,
+                               const Auth::AWSAuthCredential* credential) {
+  if (!endpoint) return localError("InvalidRequest", "The endpoint is no http or https URL");
+  if (credential == nullptr)
+    return localError("InvalidRequest", "There is no key pair to sign with");
+  return std::nullopt;
 }
 
-std::string sessionRegion(const std::string& given, const std::optional<S3Endpoint>& endpoint,
-                          const Auth::AWSAuthCredential& credential) {
+std::string sessionRegion(const std::string& given, const S3Endpoint& endpoint,
+                          const Auth::AWSAuthCredential* credential) {
   if (!given.empty()) return given;
-  return endpoint && !endpoint->region.empty() ? endpoint->region : credential.region();
-}
-
-ClientEnvironment withTransport(ClientEnvironment environment, const Config::ProxySetting& proxy) {
-  if (!environment.transport) {
-    Http::CurlTransport::Options options;
-    options.proxy = proxy;
-    environment.transport = std::make_shared<Http::CurlTransport>(std::move(options));
-  }
-  return environment;
+  if (!endpoint.region.empty()) return endpoint.region;
+  return credential == nullptr ? std::string() : credential->region();
 }
 
 }  // namespace
@@ -96,16 +63,23 @@ ClientEnvironment withTransport(ClientEnvironment environment, const Config::Pro
 struct S3Client::Implementation {
   Implementation(const std::string& endpointText, const std::string& region,
                  const ClientParts& parts, ClientEnvironment environment)
-      : endpoint(parseEndpoint(endpointText)),
-        knowledge(sessionRegion(region, endpoint, *credentialOf(parts))),
-        signer(credentialOf(parts)),
-        call(parts, withTransport(std::move(environment), parts.proxy)) {}
+      : Implementation(parseEndpoint(endpointText), region,
+                       std::dynamic_pointer_cast<Auth::AWSAuthCredential>(parts.credential), parts,
+                       std::move(environment)) {}
 
-  S3Conduct conduct(std::string region, S3Conduct::RegionCorrection correction) {
-    return {{*endpoint, call, signer, knowledge}, std::move(region), correction};
-  }
+  Implementation(const std::optional<S3Endpoint>& parsed, const std::string& region,
+                 const std::shared_ptr<Auth::AWSAuthCredential>& credential,
+                 const ClientParts& parts, ClientEnvironment environment)
+      : fault(findFault(parsed, credential.get())),
+        endpoint(parsed.value_or(S3Endpoint())),
+        knowledge(sessionRegion(region, endpoint, credential.get())),
+        signer(credential),
+        call(parts, std::move(environment)) {}
 
-  std::optional<S3Endpoint> endpoint;  // empty if what the host gave is no URL
+  S3Service service() { return {endpoint, call, signer, knowledge}; }
+
+  std::optional<Error> fault;  // fails every request
+  S3Endpoint endpoint;
   S3Knowledge knowledge;
   Auth::AWSV4Signer signer;
   ServiceCall call;
@@ -134,29 +108,53 @@ S3Client::~S3Client() = default;
 
 Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
   auto& own = *implementation_;
-  if (!own.endpoint) return unusableEndpoint();
-  auto conduct = own.conduct(own.knowledge.region(), S3Conduct::RegionCorrection::AllCalls);
-  return own.call.send<Model::ListBucketsResult>(Http::Method::Get, own.endpoint->base,
+  if (own.fault) return *own.fault;
+  S3EndpointConduct conduct(own.service(), own.knowledge.region(),
+                            S3EndpointConduct::RegionCorrection::AllCalls);
+  return own.call.send<Model::ListBucketsResult>(Http::Method::Get, own.endpoint.base,
                                                  ListBucketsRequest(), conduct, parseBucketList);
 }
 
 Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
     const Model::CreateBucketRequest& request) const {
   auto& own = *implementation_;
-  if (!own.endpoint) return unusableEndpoint();
-  if (request.bucket.empty()) return localError("InvalidRequest", "The bucket name is empty");
+  if (own.fault) return *own.fault;
+  if (!isAddressable(request.bucket)) return unusableBucketName();
   const auto location = locationOf(request);
   if (!isLocation(location)) {
     return localError("InvalidRequest", "There is no location with this code");
   }
 
-  auto target = createBucketTarget(*own.endpoint, own.knowledge.region(), location, request.bucket);
+  auto target = createBucketTarget(own.endpoint, own.knowledge.region(), location, request.bucket);
   // A location in the body and another region in the signature would contradict each other.
-  auto conduct = own.conduct(std::move(target.region), regionOf(location).empty()
-                                                           ? S3Conduct::RegionCorrection::ThisCall
-                                                           : S3Conduct::RegionCorrection::Never);
+  const auto correction = regionOf(location).empty() ? S3EndpointConduct::RegionCorrection::ThisCall
+                                                     : S3EndpointConduct::RegionCorrection::Never;
+  S3EndpointConduct conduct(own.service(), std::move(target.region), correction);
   return own.call.send<Model::CreateBucketResult>(Http::Method::Put, target.uri, request, conduct,
-                                                  parseCreation);
+                                                  parseNothing);
+}
+
+Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
+    const Model::ListObjectsV2Request& request) const {
+  auto& own = *implementation_;
+  if (own.fault) return *own.fault;
+  if (!isAddressable(request.bucket.value())) return unusableBucketName();
+
+  S3BucketConduct conduct(own.service(), request.bucket.value());
+  return own.call.send<Model::ListObjectsV2Result>(Http::Method::Get, conduct.uri(), request,
+                                                   conduct, parseObjectList);
+}
+
+Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
+    const Model::PutObjectRequest& request) const {
+  auto& own = *implementation_;
+  if (own.fault) return *own.fault;
+  if (!isAddressable(request.bucket)) return unusableBucketName();
+  if (request.key.value().empty()) return localError("InvalidRequest", "The object key is empty");
+
+  S3BucketConduct conduct(own.service(), request.bucket, request.key.value());
+  return own.call.send<Model::PutObjectResult>(Http::Method::Put, conduct.uri(), request, conduct,
+                                               parseNothing);
 }
 
 }  // namespace CloudStorage::Client::S3

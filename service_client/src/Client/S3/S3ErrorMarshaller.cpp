@@ -1,6 +1,7 @@
 #include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
 
 #include "Client/ErrorMarshalling.h"
+#include "Client/S3/S3Answers.h"
 
 namespace CloudStorage::Client::S3 {
 namespace {
@@ -60,9 +61,13 @@ constexpr ErrorRow kRows[] = {
 
 }  // namespace
 
+Error s3Error(const Http::Response& response, Http::Method method, const ServiceMessage& said) {
+  return answerError(response, method, said, kRows);
+}
+
 Error S3ErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   if (response.failure) return transportError(*response.failure);
-  return answerError(response, method, readXmlError(response.body), kRows);
+  return s3Error(response, method, readXmlError(response.body));
 }
 
 }  // namespace CloudStorage::Client::S3

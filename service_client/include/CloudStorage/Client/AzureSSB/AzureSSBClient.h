@@ -4,16 +4,28 @@
 #include <string>
 
 #include "CloudStorage/Auth/AzureSSBAuthentication.h"
+#include "CloudStorage/Client/AzureSSB/Model/CreateContainerRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model/CreateContainerResult.h"
+#include "CloudStorage/Client/AzureSSB/Model/ListBlobRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model/ListBlobResult.h"
+#include "CloudStorage/Client/AzureSSB/Model/ListContainerRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model/ListContainerResult.h"
+#include "CloudStorage/Client/AzureSSB/Model/PutBlobRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model/PutBlobResult.h"
 #include "CloudStorage/Client/WSClient.h"
+#include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::AzureSSB {
 
 /// The clouds that run the Blob service; each has its own host suffix.
 enum class Region { Global, China, Germany, USGovernment };
 
-/// Azure storage blobs.
+/// Azure storage blobs, version 2021-12-02 of the Blob service's REST interface.
 class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
  public:
+  /// The value of `x-ms-blob-type` for blobs that are written as a whole.
+  static constexpr char BLOB_TYPE_BLOCK_BLOB[] = "BlockBlob";
+
   /// Does not throw and does not connect: an unusable account name fails the first request.
   AzureSSBClient(std::string accountName,
                  std::shared_ptr<Auth::AzureSSBAuthentication> authentication,
@@ -23,6 +35,8 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
                  std::shared_ptr<Util::RateLimiter> writeRateLimiter,
                  std::shared_ptr<Util::Threading::Executor> executor, Config::ProxySetting proxy,
                  Region region);
+  AzureSSBClient(std::string accountName, ClientParts parts, ClientEnvironment environment,
+                 Region region);
   ~AzureSSBClient() override;
 
   /// The cloud that a region's name belongs to. Case, blanks, hyphens and underscores do not
@@ -30,12 +44,24 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
   /// name included, is the global cloud, whose region names do not appear in its hosts.
   static Region getRegionForName(const std::string& regionName);
 
+  virtual Util::Outcome<Model::ListContainerResult, Error> listContainer(
+      const Model::ListContainerRequest& request) const;
+  virtual Util::Outcome<Model::CreateContainerResult, Error> createContainer(
+      const Model::CreateContainerRequest& request) const;
+  virtual Util::Outcome<Model::ListBlobResult, Error> listBlob(
+      const Model::ListBlobRequest& request) const;
+  virtual Util::Outcome<Model::PutBlobResult, Error> putBlob(
+      const Model::PutBlobRequest& request) const;
+
   const std::string& accountName() const { return accountName_; }
   Region region() const { return region_; }
 
  private:
+  struct Implementation;
+
   std::string accountName_;
   Region region_;
+  std::unique_ptr<Implementation> implementation_;
 };
 
 }  // namespace CloudStorage::Client::AzureSSB

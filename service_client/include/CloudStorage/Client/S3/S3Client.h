@@ -7,6 +7,10 @@
 #include "CloudStorage/Client/S3/Model/CreateBucketRequest.h"
 #include "CloudStorage/Client/S3/Model/CreateBucketResult.h"
 #include "CloudStorage/Client/S3/Model/ListBucketsResult.h"
+#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
+#include "CloudStorage/Client/S3/Model/ListObjectsV2Result.h"
+#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
+#include "CloudStorage/Client/S3/Model/PutObjectResult.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Util/Outcome.h"
 
@@ -34,6 +38,11 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
   virtual Util::Outcome<Model::ListBucketsResult, Error> listBuckets() const;
   virtual Util::Outcome<Model::CreateBucketResult, Error> createBucket(
       const Model::CreateBucketRequest& request) const;
+  /// One page. A bucket in another region than the session's is found by itself, and remembered.
+  virtual Util::Outcome<Model::ListObjectsV2Result, Error> listObjectsV2(
+      const Model::ListObjectsV2Request& request) const;
+  virtual Util::Outcome<Model::PutObjectResult, Error> putObject(
+      const Model::PutObjectRequest& request) const;
 
  private:
   struct Implementation;
