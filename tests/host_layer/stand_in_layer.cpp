@@ -86,7 +86,7 @@ namespace S3 {
 
 struct S3Client::Implementation {};
 
-S3Client::S3Client(std::string endpoint, std::string region,
+S3Client::S3Client(const std::string& endpoint, const std::string& region,
                    std::shared_ptr<Auth::AWSAuthCredential> credential,
                    std::shared_ptr<RetryStrategy> retryStrategy,
                    std::shared_ptr<WSErrorMarshaller> errorMarshaller,
@@ -96,8 +96,8 @@ S3Client::S3Client(std::string endpoint, std::string region,
     : WSClient({std::move(credential), std::move(retryStrategy), std::move(errorMarshaller),
                 std::move(readRateLimiter), std::move(writeRateLimiter), std::move(executor),
                 std::move(proxy)}) {
-  journal().firstClientString = std::move(endpoint);
-  journal().secondClientString = std::move(region);
+  journal().firstClientString = endpoint;
+  journal().secondClientString = region;
   StandIn::noteClient("S3Client", this->credential());
 }
 

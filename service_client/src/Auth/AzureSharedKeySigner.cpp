@@ -26,7 +26,8 @@ std::string headerOrEmpty(const Http::Request& request, const char* name) {
 std::string canonicalHeaders(const Http::Request& request) {
   std::string text;
   for (const auto& [name, value] : request.headers) {  // the map is ordered by name
-    if (name.compare(0, 5, "x-ms-") == 0) text += name + ':' + value + '\n';
+    if (name.compare(0, 5, "x-ms-") != 0) continue;
+    text.append(name).append(":").append(value).append("\n");
   }
   return text;
 }
@@ -49,7 +50,11 @@ std::string canonicalResource(const Http::Request& request, const std::string& a
   const std::string* previous = nullptr;
   for (const auto& [name, value] : parameters) {
     // A repeated parameter is one line with all its values.
-    text += previous != nullptr && *previous == name ? ',' + value : '\n' + name + ':' + value;
+    if (previous != nullptr && *previous == name) {
+      text.append(",").append(value);
+    } else {
+      text.append("\n").append(name).append(":").append(value);
+    }
     previous = &name;
   }
   return text;

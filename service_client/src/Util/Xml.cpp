@@ -193,7 +193,7 @@ std::string_view Page::text(pugi::xml_node element) {
 std::string_view Page::replace(std::string_view text, const std::string& bytes) {
   if (bytes.empty()) return {};
   char* start = placeOf(text.data());
-  std::memcpy(start, bytes.data(), bytes.size());
+  std::copy(bytes.begin(), bytes.end(), start);
   return {start, bytes.size()};
 }
 

@@ -85,20 +85,20 @@ struct S3Client::Implementation {
   ServiceCall call;
 };
 
-S3Client::S3Client(std::string endpoint, std::string region,
+S3Client::S3Client(const std::string& endpoint, const std::string& region,
                    std::shared_ptr<Auth::AWSAuthCredential> credential,
                    std::shared_ptr<RetryStrategy> retryStrategy,
                    std::shared_ptr<WSErrorMarshaller> errorMarshaller,
                    std::shared_ptr<Util::RateLimiter> readRateLimiter,
                    std::shared_ptr<Util::RateLimiter> writeRateLimiter,
                    std::shared_ptr<Util::Threading::Executor> executor, Config::ProxySetting proxy)
-    : S3Client(std::move(endpoint), std::move(region),
+    : S3Client(endpoint, region,
                ClientParts{std::move(credential), std::move(retryStrategy),
                            std::move(errorMarshaller), std::move(readRateLimiter),
                            std::move(writeRateLimiter), std::move(executor), std::move(proxy)},
                ClientEnvironment{}) {}
 
-S3Client::S3Client(std::string endpoint, std::string region, ClientParts parts,
+S3Client::S3Client(const std::string& endpoint, const std::string& region, ClientParts parts,
                    ClientEnvironment environment)
     : WSClient(std::move(parts)),
       implementation_(std::make_unique<Implementation>(endpoint, region, this->parts(),

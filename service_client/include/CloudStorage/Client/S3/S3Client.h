@@ -23,14 +23,14 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
   /// https://s3.amazonaws.com. `region` is what requests are signed for; if empty it is derived
   /// from an endpoint that names its region, else it is the credential's. Does not throw and does
   /// not connect: an unusable endpoint fails the first request.
-  S3Client(std::string endpoint, std::string region,
+  S3Client(const std::string& endpoint, const std::string& region,
            std::shared_ptr<Auth::AWSAuthCredential> credential,
            std::shared_ptr<RetryStrategy> retryStrategy,
            std::shared_ptr<WSErrorMarshaller> errorMarshaller,
            std::shared_ptr<Util::RateLimiter> readRateLimiter,
            std::shared_ptr<Util::RateLimiter> writeRateLimiter,
            std::shared_ptr<Util::Threading::Executor> executor, Config::ProxySetting proxy);
-  S3Client(std::string endpoint, std::string region, ClientParts parts,
+  S3Client(const std::string& endpoint, const std::string& region, ClientParts parts,
            ClientEnvironment environment);
   ~S3Client() override;
 
