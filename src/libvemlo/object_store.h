@@ -22,8 +22,8 @@ class NameList {
   void reserve(std::size_t count) { names_.reserve(count); }
   void add(std::string_view name);
 
-  // As names of buckets or containers. The list is null if there are none; the host releases it with
-  // free_buckets().
+  // As names of buckets or containers. The list is null if there are none; the host releases it
+  // with free_buckets().
   void handOut(char*** list, int* count) &&;
   // As folders, which are addressed by their full prefix and have no id. The list is null if there
   // are none; the host releases it with free_diretories().

@@ -27,7 +27,7 @@ struct session {
   std::shared_ptr<CloudStorage::Client::Dropbox::DropboxClient> dropbox_client;
   std::shared_ptr<CloudStorage::Client::OneDrive::OneDriveClient> one_drive_client;
   std::shared_ptr<CloudStorage::Client::AzureSSB::AzureSSBClient> azure_ssb_client;
-  // Last, so that it is gone before the shared clients are: one that a running call still holds must
-  // not find a crypto library that this session keeps for it.
+  // Last, so that it is gone before the shared clients are: one that a running call still holds
+  // must not find a crypto library that this session keeps for it.
   Poco::Crypto::OpenSSLInitializer openssl_initializer;
 };

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "libvemlo.h"
 #include "stand_in_layer.h"
@@ -41,6 +43,64 @@ TEST_F(HostLayer, ReturnsTheErrorTypeOfTheHostsClient) {
   libvemlo_s3_cleanup(handle);
   EXPECT_THAT(journal().calls,
               ElementsAre("S3Client", "listBuckets", "createBucket bucket", "~S3Client"));
+}
+
+// Releases the folders of a listing, and says what they are called.
+std::vector<std::string> takeNames(directory* folders, int count) {
+  std::vector<std::string> names;
+  for (int i = 0; i < count; ++i) names.emplace_back(folders[i].name);
+  free_diretories(folders, count);
+  return names;
+}
+
+TEST_F(HostLayer, ListsAndMakesS3FoldersThroughTheHostsClient) {
+  session* handle = libvemlo_s3_init("", "", "", "", nullptr);
+  directory* folders = nullptr;
+  int count = 0;
+  EXPECT_EQ(s3_list_directory(handle, "bucket", "", &folders, &count), 0);
+  EXPECT_THAT(takeNames(folders, count), ElementsAre("one/", "two/"));
+  EXPECT_EQ(s3_create_directory(handle, "bucket", "a/b/"), 0);
+  journal().operationsFail = true;
+  EXPECT_EQ(s3_list_directory(handle, "bucket", "", &folders, &count), 15);
+  EXPECT_EQ(s3_create_directory(handle, "bucket", "a/b/"), 15);
+  libvemlo_s3_cleanup(handle);
+  EXPECT_THAT(journal().calls, ElementsAre("S3Client", "listObjectsV2 bucket", "putObject a/b/",
+                                           "listObjectsV2 bucket", "putObject a/b/", "~S3Client"));
+}
+
+TEST_F(HostLayer, ListsAndMakesAzureContainersThroughTheHostsClient) {
+  session* handle = libvemlo_azure_ssb_init("", "account", "good", nullptr);
+  journal().calls.clear();
+  char** containers = nullptr;
+  int count = 0;
+  ASSERT_EQ(azure_ssb_list_bucket(handle, &containers, &count), 0);
+  ASSERT_EQ(count, 2);
+  EXPECT_STREQ(containers[0], "one");
+  EXPECT_STREQ(containers[1], "two");
+  free_buckets(containers, count);
+  EXPECT_EQ(azure_ssb_create_bucket(handle, "container"), 0);
+  journal().operationsFail = true;
+  EXPECT_EQ(azure_ssb_list_bucket(handle, &containers, &count), 15);
+  EXPECT_EQ(azure_ssb_create_bucket(handle, "container"), 15);
+  libvemlo_azure_ssb_cleanup(handle);
+  EXPECT_THAT(journal().calls, ElementsAre("listContainer", "createContainer container",
+                                           "listContainer", "createContainer container"));
+}
+
+TEST_F(HostLayer, ListsAndMakesAzureFoldersThroughTheHostsClient) {
+  session* handle = libvemlo_azure_ssb_init("", "account", "good", nullptr);
+  journal().calls.clear();
+  directory* folders = nullptr;
+  int count = 0;
+  EXPECT_EQ(azure_ssb_list_directory(handle, "container", "", &folders, &count), 0);
+  EXPECT_THAT(takeNames(folders, count), ElementsAre("one/", "two/"));
+  EXPECT_EQ(azure_ssb_create_directory(handle, "container", "a/b/"), 0);
+  journal().operationsFail = true;
+  EXPECT_EQ(azure_ssb_list_directory(handle, "container", "", &folders, &count), 15);
+  EXPECT_EQ(azure_ssb_create_directory(handle, "container", "a/b/"), 15);
+  libvemlo_azure_ssb_cleanup(handle);
+  EXPECT_THAT(journal().calls, ElementsAre("listBlob container", "listBlob container",
+                                           "putBlob a/b/", "listBlob container", "putBlob a/b/"));
 }
 
 TEST_F(HostLayer, GetsTheTwoLeadingStringsOfAnS3SessionUnchangedAndInOrder) {

@@ -10,6 +10,7 @@
 
 namespace {
 
+using CloudStorage::Util::formatHttpDate;
 using CloudStorage::Util::parseHttpDate;
 using CloudStorage::Util::parseIsoTime;
 using CloudStorage::Util::TimePoint;
@@ -107,6 +108,40 @@ TEST(Time, WhatIsNoHttpDateIsNone) {
   }
 }
 
+TimePoint timeAt(std::time_t seconds) { return std::chrono::system_clock::from_time_t(seconds); }
+
+TEST(Time, WritesHttpDates) {
+  EXPECT_EQ(formatHttpDate(timeAt(kLeapDay)), "Thu, 29 Feb 2024 08:30:15 GMT");
+  EXPECT_EQ(formatHttpDate(timeAt(0)), "Thu, 01 Jan 1970 00:00:00 GMT");
+  EXPECT_EQ(formatHttpDate(timeAt(978307199)), "Sun, 31 Dec 2000 23:59:59 GMT");
+  EXPECT_EQ(formatHttpDate(timeAt(4107542400)), "Mon, 01 Mar 2100 00:00:00 GMT");
+}
+
+TEST(Time, WritesEveryDayOfTheWeek) {
+  const char* const days[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+  std::time_t seconds = 1709510400;  // 2024-03-04, a Monday
+  int date = 4;
+  for (const std::string day : days) {
+    EXPECT_EQ(formatHttpDate(timeAt(seconds)), day + ", " + (date < 10 ? "0" : "") +
+                                                   std::to_string(date) + " Mar 2024 00:00:00 GMT");
+    seconds += 24 * 60 * 60;
+    ++date;
+  }
+}
+
+TEST(Time, DropsWhatIsLessThanASecondWhenWriting) {
+  EXPECT_EQ(formatHttpDate(timeAt(kLeapDay) + std::chrono::milliseconds(999)),
+            "Thu, 29 Feb 2024 08:30:15 GMT");
+}
+
+TEST(Time, ReadsWhatItWrites) {
+  constexpr std::time_t kStep = 40 * 24 * 60 * 60 + 3661;  // meets every month
+  for (std::time_t seconds = 0; seconds < 9200000000; seconds += kStep) {
+    const std::string text = formatHttpDate(timeAt(seconds));
+    EXPECT_EQ(secondsOf(parseHttpDate(text)), seconds) << text;
+  }
+}
+
 /// Sets the time zone of the process and puts the old one back.
 class ZoneSetting {
  public:
@@ -134,6 +169,7 @@ TEST(Time, DoesNotDependOnTheTimeZone) {
   const ZoneSetting zone("XYZ-05:30ABC");
   EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15Z")), kLeapDay);
   EXPECT_EQ(secondsOf(parseHttpDate("Thu, 29 Feb 2024 08:30:15 GMT")), kLeapDay);
+  EXPECT_EQ(formatHttpDate(timeAt(kLeapDay)), "Thu, 29 Feb 2024 08:30:15 GMT");
 }
 
 }  // namespace

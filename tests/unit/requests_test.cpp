@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <sstream>
@@ -10,11 +12,14 @@
 
 #include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
 #include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBRequest.h"
 #include "CloudStorage/Client/Dropbox/DropboxRequest.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveRequest.h"
 #include "CloudStorage/Client/OneDrive/OneDriveRequest.h"
 #include "CloudStorage/Client/RetryStrategy.h"
+#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
+#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
 #include "CloudStorage/Client/S3/S3Request.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "CloudStorage/Client/StreamingWSRequest.h"
@@ -221,6 +226,118 @@ TEST(AmazonDriveRequests, WithoutABodyAreSentWithoutOne) {
   EXPECT_EQ(ComRequest().getBody(), nullptr);
   EXPECT_EQ(ListFileResourceRequest().serializePayload(), "");
   EXPECT_EQ(ListFileResourceRequest().getBody(), nullptr);
+}
+
+// Where each member lies, for hosts whose own layer reads them.
+template <typename... Members>
+void expectInThisOrder(const Members&... members) {
+  const std::array<const void*, sizeof...(members)> addresses{&members...};
+  EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end(), std::less<>()));
+}
+
+TEST(Field, IsAbsentUntilItIsGivenAValueOrMarked) {
+  CloudStorage::Util::Field<std::string> field;
+  EXPECT_FALSE(field.isPresent());
+  field = "";
+  EXPECT_TRUE(field.isPresent());
+  EXPECT_EQ(field.value(), "");
+
+  CloudStorage::Util::Field<int> withDefault(7);
+  EXPECT_FALSE(withDefault.isPresent());
+  EXPECT_EQ(withDefault.value(), 7);
+  withDefault.markPresent();
+  EXPECT_TRUE(withDefault.isPresent());
+  EXPECT_EQ(withDefault.value(), 7);
+}
+
+TEST(ListObjectsV2Request, BeginsWithoutAnyParameterAndHasNoBody) {
+  const Client::S3::Model::ListObjectsV2Request request;
+  static_assert(std::is_base_of_v<Client::S3::S3Request, decltype(request)>);
+  EXPECT_FALSE(request.bucket.isPresent());
+  EXPECT_FALSE(request.prefix.isPresent());
+  EXPECT_FALSE(request.delimiter.isPresent());
+  EXPECT_FALSE(request.continuationToken.isPresent());
+  EXPECT_FALSE(request.encodingType.isPresent());
+  EXPECT_FALSE(request.maxKeys.isPresent());
+  EXPECT_FALSE(request.startAfter.isPresent());
+  EXPECT_THAT(request.contentType, IsEmpty());
+  EXPECT_EQ(request.getBody(), nullptr);
+}
+
+TEST(PutObjectRequest, BeginsWithoutParametersBodyAndContentType) {
+  const Client::S3::Model::PutObjectRequest request;
+  static_assert(std::is_base_of_v<StreamingWSRequest, decltype(request)>);
+  EXPECT_THAT(request.bucket, IsEmpty());
+  EXPECT_FALSE(request.contentLength.isPresent());
+  EXPECT_FALSE(request.key.isPresent());
+  EXPECT_EQ(request.getBody(), nullptr);
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "")));
+  expectInThisOrder(request.bucket, request.contentLength, request.key);
+}
+
+TEST(PutObjectRequest, SharesItsBodyWithTheCaller) {
+  Client::S3::Model::PutObjectRequest request;
+  request.body = std::make_shared<std::stringstream>("content");
+  EXPECT_EQ(request.getBody(), request.body);
+}
+
+TEST(AzureSSBRequest, HasXmlAsItsContentTypeAndIsOtherwiseEmpty) {
+  const OnlyPayload<Client::AzureSSB::AzureSSBRequest> request;
+  EXPECT_EQ(request.contentType, "application/xml");
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "application/xml")));
+  EXPECT_THAT(request.getRequestSpecificHeaders(), IsEmpty());
+}
+
+template <typename Request>
+class AzureModel : public testing::Test {};
+
+using AzureModels = testing::Types<
+    Client::AzureSSB::Model::ListContainerRequest, Client::AzureSSB::Model::CreateContainerRequest,
+    Client::AzureSSB::Model::ListBlobRequest, Client::AzureSSB::Model::PutBlobRequest>;
+TYPED_TEST_SUITE(AzureModel, AzureModels);
+
+TYPED_TEST(AzureModel, HasTheContentTypeOfItsBaseAndNoBody) {
+  const TypeParam request;
+  static_assert(std::is_base_of_v<Client::AzureSSB::AzureSSBRequest, TypeParam>);
+  EXPECT_EQ(request.contentType, "application/xml");
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "application/xml")));
+  EXPECT_EQ(request.serializePayload(), "");
+  EXPECT_EQ(request.getBody(), nullptr);
+}
+
+TEST(AzureModels, BeginWithoutAnyParameter) {
+  const Client::AzureSSB::Model::ListContainerRequest containers;
+  EXPECT_FALSE(containers.prefix.isPresent());
+  EXPECT_FALSE(containers.marker.isPresent());
+  EXPECT_FALSE(containers.maxResults.isPresent());
+  expectInThisOrder(containers.prefix, containers.marker, containers.maxResults);
+
+  EXPECT_THAT(Client::AzureSSB::Model::CreateContainerRequest().container, IsEmpty());
+
+  const Client::AzureSSB::Model::ListBlobRequest blobs;
+  EXPECT_FALSE(blobs.container.isPresent());
+  EXPECT_FALSE(blobs.prefix.isPresent());
+  EXPECT_FALSE(blobs.marker.isPresent());
+  EXPECT_FALSE(blobs.maxResults.isPresent());
+  EXPECT_FALSE(blobs.delimiter.isPresent());
+  expectInThisOrder(blobs.container, blobs.prefix, blobs.marker, blobs.maxResults, blobs.delimiter);
+
+  const Client::AzureSSB::Model::PutBlobRequest blob;
+  EXPECT_THAT(blob.container, IsEmpty());
+  EXPECT_FALSE(blob.contentLength.isPresent());
+  EXPECT_FALSE(blob.blob.isPresent());
+  EXPECT_FALSE(blob.blobType.isPresent());
+  EXPECT_EQ(blob.body, nullptr);
+  expectInThisOrder(blob.container, blob.contentLength, blob.blob, blob.blobType, blob.body);
+}
+
+TEST(PutBlobRequest, SendsItsBlobTypeAsAHeaderAndSharesItsBody) {
+  Client::AzureSSB::Model::PutBlobRequest request;
+  request.blobType = Client::AzureSSB::AzureSSBClient::BLOB_TYPE_BLOCK_BLOB;
+  request.body = std::make_shared<std::stringstream>("content");
+  EXPECT_THAT(request.getHeaders(), ElementsAre(Pair(CONTENT_TYPE_HEADER, "application/xml"),
+                                                Pair("x-ms-blob-type", "BlockBlob")));
+  EXPECT_EQ(request.getBody(), request.body);
 }
 
 }  // namespace

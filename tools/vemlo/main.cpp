@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "azure.h"
 #include "failure.h"
 #include "output.h"
 #include "s3.h"
@@ -58,6 +59,7 @@ void run(int argc, const char* const* argv) {
   app.add_flag("-v,--verbose", ::verbose,
                "Log more to standard error; repeat, or --verbose=9 for all");
   addS3Commands(app);
+  addAzureCommands(app);
 
   try {
     app.parse(argc, argv);

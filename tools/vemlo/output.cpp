@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -26,16 +25,9 @@ std::string jsonCell(const Cell& cell) {
   return "null";
 }
 
-std::string heading(std::string column) {
-  for (char& letter : column) {
-    letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
-  }
-  return column;
-}
-
 std::vector<TextRow> textRows(const Listing& listing) {
   std::vector<TextRow> rows(1);
-  for (const std::string& column : listing.columns) rows[0].push_back(heading(column));
+  for (const std::string& column : listing.columns) rows[0].push_back(upperCase(column));
   for (const auto& cells : listing.rows) {
     TextRow& row = rows.emplace_back();
     for (const Cell& cell : cells) row.push_back(tableCell(cell));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "object_store.h"
 #include "output.h"
 #include "proxy.h"
 #include "results.h"
@@ -51,22 +52,8 @@ SessionGuard openSession(const S3Options& options) {
   });
 }
 
-void listBuckets(const S3Options& options) {
-  const SessionGuard session = openSession(options);
-  char** buckets = nullptr;
-  int count = 0;
-  requireSuccess(s3_list_bucket(session.handle(), &buckets, &count), "list the buckets");
-
-  Listing listing{{"name"}, {}};
-  for (int i = 0; i < count; ++i) listing.rows.push_back({std::string(buckets[i])});
-  free_buckets(buckets, count);
-
-  writeListing(listing, options.json);
-  if (listing.rows.empty() && !options.json) writeMessage("no buckets");
-}
-
 void createBucket(const S3Options& options) {
-  if (options.bucket.empty()) throw Failure(ExitCode::BadUsage, "the bucket's name is empty");
+  requireBucketName(options.bucket, "bucket");
   const S3Flavour& flavour = chooseFlavour(options.flavour, options.endpoint);
   if (options.endpoint.empty() && &flavour != &flavourOfEndpoint(options.endpoint)) {
     throw Failure(ExitCode::BadUsage,
@@ -120,10 +107,6 @@ void addFlavourOption(CLI::App& command, S3Options& options) {
       ->check(CLI::IsMember(names));
 }
 
-void addJsonFlag(CLI::App& command, S3Options& options) {
-  command.add_flag("--json", options.json, "Print a JSON array of objects instead of a table");
-}
-
 }  // namespace
 
 void addS3Commands(CLI::App& app) {
@@ -132,9 +115,12 @@ void addS3Commands(CLI::App& app) {
   const auto options = std::make_shared<S3Options>();  // kept by the callbacks below
   addAccountOptions(*s3, *options);
 
-  CLI::App* buckets = s3->add_subcommand("buckets", "List the buckets of the account");
-  addJsonFlag(*buckets, *options);
-  buckets->callback([options] { listBuckets(*options); });
+  addObjectStoreCommands(
+      *s3, {"bucket",
+            "List the folders directly below a folder, as far as they are among its first 1000 "
+            "entries, files included",
+            [options] { return openSession(*options); }, s3_list_bucket, s3_list_directory,
+            s3_create_directory});
 
   CLI::App* create = s3->add_subcommand("create-bucket", "Make a bucket; prints nothing");
   create->add_option("NAME", options->bucket, "The bucket's name")->required()->type_name("");
@@ -148,7 +134,7 @@ void addS3Commands(CLI::App& app) {
 
   CLI::App* regions = s3->add_subcommand("regions", "List where buckets can be made");
   addFlavourOption(*regions, *options);
-  addJsonFlag(*regions, *options);
+  addJsonFlag(*regions, options->json);
   regions->callback([options] { listRegions(*options); });
 }
 

@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cwchar>
 
@@ -88,6 +89,13 @@ std::size_t displayWidth(std::string_view text) {
     width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
   }
   return width;
+}
+
+std::string upperCase(std::string word) {
+  for (char& letter : word) {
+    letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+  }
+  return word;
 }
 
 }  // namespace vemlo

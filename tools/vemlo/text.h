@@ -18,4 +18,7 @@ std::string jsonString(std::string_view text);
 /// LC_CTYPE.
 std::size_t displayWidth(std::string_view text);
 
+/// One of this program's own words in capitals.
+std::string upperCase(std::string word);
+
 }  // namespace vemlo

@@ -6,8 +6,8 @@ namespace CloudStorage::Client {
 
 /// What kind of failure ended a call, across all services. The numbers cross the C interface as
 /// result codes and are part of the binary interface: never renumber or reuse one, and keep 0
-/// (success), 1 and 259 (whose meaning the retry strategies know) as they are. `docs/error-codes.md`
-/// lists them for hosts.
+/// (success), 1 and 259 (whose meaning the retry strategies know) as they are.
+/// `docs/error-codes.md` lists them for hosts.
 enum class CoreErrors : std::uint32_t {
   /// Of this side: a request that cannot be built, an answer that cannot be understood. Sending
   /// again cannot help.

@@ -90,9 +90,11 @@ std::optional<Error> parseBlobs(Http::Response& response, Model::ListBlobResult&
   return std::nullopt;
 }
 
+// The service answers with headers alone. A text is somebody else's, such as a page to log in at.
 template <typename Result>
-std::optional<Error> acceptAnything(Http::Response& /*response*/, Result& /*result*/) {
-  return std::nullopt;
+std::optional<Error> checkStored(Http::Response& response, Result& /*result*/) {
+  if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return std::nullopt;
+  return localError("MalformedResponse", "The answer has a body");
 }
 
 std::shared_ptr<Auth::AzureSSBAuthentication> authenticationOf(const ClientParts& parts) {
@@ -186,7 +188,7 @@ Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContain
   const auto uri = implementation_->locate(request.container);
   if (!uri.isSuccess()) return uri.getError();
   return implementation_->send<Model::CreateContainerResult>(Http::Method::Put, uri.getResult(),
-                                                             request, acceptAnything);
+                                                             request, checkStored);
 }
 
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
@@ -204,8 +206,7 @@ Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
   if (request.blob.value().empty()) return localError("InvalidRequest", "The blob name is empty");
   Http::URI blob = uri.getResult();
   blob.addPath(request.blob.value());
-  return implementation_->send<Model::PutBlobResult>(Http::Method::Put, blob, request,
-                                                     acceptAnything);
+  return implementation_->send<Model::PutBlobResult>(Http::Method::Put, blob, request, checkStored);
 }
 
 }  // namespace CloudStorage::Client::AzureSSB

@@ -103,17 +103,20 @@ std::string hostOf(Partition partition, Location location) {
   return "s3." + std::string(region) + std::string(kAwsSuffix);
 }
 
-// The endpoint's host for a bucket in `region`: its own if it is the one for all regions or for this
-// one, else its owner's for that region.
+// The endpoint's host for a bucket in `region`: its own if it is the one for all regions or for
+// this one, else its owner's for that region. A session may have been given any text as its region;
+// what cannot be the name of one does not become part of a host.
 std::string regionalHost(const S3Endpoint& endpoint, const std::string& region) {
   const bool isOwn = endpoint.region.empty() ? region == kGlobalRegion : region == endpoint.region;
-  if (endpoint.partition == Partition::Other || isOwn) return endpoint.base.host();
+  if (endpoint.partition == Partition::Other || isOwn || !isRegionName(region)) {
+    return endpoint.base.host();
+  }
   const bool isChina = endpoint.partition == Partition::AwsChina;
   return "s3." + region + std::string(isChina ? kAwsChinaSuffix : kAwsSuffix);
 }
 
-// Whether the bucket's name can stand before the endpoint's host. A dot in it would not be covered by
-// the certificate.
+// Whether the bucket's name can stand before the endpoint's host. A dot in it would not be covered
+// by the certificate.
 bool isVirtualHosted(const S3Endpoint& endpoint, std::string_view bucket) {
   constexpr std::size_t kShortest = 3;
   constexpr std::size_t kLongest = 63;

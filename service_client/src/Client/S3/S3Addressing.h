@@ -43,9 +43,9 @@ struct S3Target {
 S3Target createBucketTarget(const S3Endpoint& endpoint, const std::string& sessionRegion,
                             Model::BucketLocationConstraint location, std::string_view bucket);
 
-/// Where a bucket that lies in `region` is reached: under a host name of its own where the endpoint's
-/// certificates and DNS allow for that, else as the first segment of the path. Without a key the path
-/// ends there.
+/// Where a bucket that lies in `region` is reached: under a host name of its own where the
+/// endpoint's certificates and DNS allow for that, else as the first segment of the path. Without a
+/// key the path ends there.
 Http::URI bucketUri(const S3Endpoint& endpoint, const std::string& region, std::string_view bucket,
                     std::string_view key = {});
 

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "Client/S3/S3Answers.h"
+#include "Util/Text.h"
 #include "Util/Time.h"
 
 namespace CloudStorage::Client::S3 {
@@ -126,9 +127,11 @@ bool S3BucketConduct::correctRegion(const Http::Response& response, const Error&
   if (!isRegionName(actual) || actual == region()) return false;
 
   regionCorrected_ = true;
+  // Where a redirect has led to, path and host belong together, and only the signature is wrong.
+  const bool isRedirected = request.uri.host() != uri().host();
   service().knowledge.setRegionOfBucket(bucket_, actual);
   setRegion(std::move(actual));
-  request.uri.setHost(uri().host());
+  if (!isRedirected) request.uri.setHost(uri().host());
   return true;
 }
 
@@ -140,7 +143,8 @@ bool S3BucketConduct::correctEncoding(const Http::Response& response, const Erro
   const bool isListing = std::any_of(query.begin(), query.end(), [](const auto& parameter) {
     return parameter.first == "list-type";
   });
-  const bool isHtml = headerOrEmpty(response, "content-type").find("html") != std::string::npos;
+  const std::string type = Util::lowerCase(headerOrEmpty(response, "content-type"));
+  const bool isHtml = type.find("html") != std::string::npos;
   if (encodingCorrected_ || !isListing || isHtml || !response.isSuccessStatus() ||
       error.errorType != CoreErrors::LocalFailure) {
     return false;

@@ -69,7 +69,8 @@ class S3Conduct : public AttemptConduct {
   bool clockCorrected_ = false;
 };
 
-/// A call on the endpoint itself, which knows what region it wants to see in a signature and says so.
+/// A call on the endpoint itself, which knows what region it wants to see in a signature and says
+/// so.
 class S3EndpointConduct : public S3Conduct {
  public:
   /// Whether a region that the service names may replace the one in the signature. Not where the

@@ -8,8 +8,8 @@
 
 namespace CloudStorage::Client::AzureSSB::Model {
 
-/// One page of a container's blob names, grouped by `delimiter`. Only present parameters are sent; an
-/// empty marker asks for the first page and is not sent either.
+/// One page of a container's blob names, grouped by `delimiter`. Only present parameters are sent;
+/// an empty marker asks for the first page and is not sent either.
 class CLOUDSTORAGE_API ListBlobRequest : public AzureSSBRequest {
  public:
   Util::Field<std::string> container;

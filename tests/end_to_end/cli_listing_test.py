@@ -1,0 +1,170 @@
+"""What the command-line tool asks for and shows when it lists and makes folders.
+
+The server is a stand-in, so that a test decides when and what it answers.
+"""
+
+import contextlib
+import http.server
+import json
+import os
+import pty
+import re
+import subprocess
+import threading
+import unittest
+
+from support.tool import DONE, KEYS, TOOL, ToolTest, run, with_own
+
+
+class Server(contextlib.AbstractContextManager):
+    """An S3 server of a few lines: answers every request alike, as soon as `is_due` returns."""
+
+    def __init__(self, body="", status=200, is_due=lambda: None):
+        requests = self.requests = []
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                is_due()
+                requests.append(f"{self.command} {self.path}")
+                self.send_response(status)
+                self.send_header("Content-Length", str(len(body.encode())))
+                self.end_headers()
+                self.wfile.write(body.encode())
+
+            do_PUT = do_GET
+
+            def log_message(self, *_):
+                pass
+
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self.thread = threading.Thread(target=self.server.serve_forever, args=(0.01,))
+        endpoint = f"http://127.0.0.1:{self.server.server_port}"
+        self.environment = {**KEYS, "VEMLO_S3_ENDPOINT": endpoint}
+
+    def __enter__(self):
+        self.thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self.server.shutdown()
+        self.thread.join()
+        self.server.server_close()
+
+
+def folders(*names):
+    """A listing of folders, as an S3 server answers."""
+    prefixes = [f"<CommonPrefixes><Prefix>{name}</Prefix></CommonPrefixes>" for name in names]
+    return f"<ListBucketResult>{''.join(prefixes)}</ListBucketResult>"
+
+
+class Folders(ToolTest):
+    def test_a_prefix_means_the_folder_with_and_without_its_slash(self):
+        for prefix, asked in ((), "&prefix=&"), (("2019",), "2019%2F"), (("2019/",), "2019%2F"):
+            with self.subTest(prefix=prefix), Server(folders("2019/may/")) as server:
+                result = run("s3", "ls", "photos", *prefix, environment=server.environment)
+                self.assert_prints(result, "NAME\n2019/may/\n")
+                self.assertEqual(len(server.requests), 1)
+                self.assertRegex(server.requests[0] + "&", rf"\AGET /photos\?.*{asked}")
+
+    def test_a_new_folder_gets_the_slash_that_it_lacks(self):
+        for path in ("2020", "2020/", "2020/may", "2020/may/"):
+            with self.subTest(path=path), Server() as server:
+                result = run("s3", "mkdir", "photos", path, environment=server.environment)
+                self.assert_prints(result, "")
+                self.assertEqual(server.requests, [f"PUT /photos/{path.rstrip('/')}/"])
+
+    def test_names_cannot_steer_the_terminal(self):
+        with Server(folders("\u202eevil/", "\u65e5\u672c/")) as server:
+            shown = run("s3", "ls", "photos", environment=server.environment)
+            self.assert_prints(shown, "NAME\n\\u202eevil/\n\u65e5\u672c/\n")
+            parsed = run("s3", "ls", "photos", "--json", environment=server.environment)
+            expected = [{"name": "\u202eevil/"}, {"name": "\u65e5\u672c/"}]
+            self.assertEqual(json.loads(parsed.stdout), expected)
+
+    def test_no_folders(self):
+        with Server(folders()) as server:
+            result = run("s3", "ls", "photos", environment=server.environment)
+            self.assertEqual((result.stdout, result.stderr), ("", "vemlo: no folders\n"))
+            self.assertEqual(result.returncode, DONE)
+            result = run("s3", "ls", "photos", "--json", environment=server.environment)
+            self.assert_prints(result, "[]\n")
+
+
+class Terminal:
+    """A run of `ls` whose standard error is a terminal."""
+
+    def __init__(self, server, *options):
+        self.screen, terminal = pty.openpty()
+        self.process = subprocess.Popen(
+            [TOOL, "s3", "ls", "photos", *options], env=with_own(server.environment),
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=terminal, encoding="utf-8",
+        )  # fmt: skip
+        os.close(terminal)
+
+    def read_to_end(self, on_more=lambda so_far: None):
+        """Standard output, and what was sent to the terminal."""
+        received = b""
+        # The end of the other side shows as an error.
+        with contextlib.suppress(OSError):
+            while more := os.read(self.screen, 65536):
+                received += more
+                on_more(received.decode())
+        os.close(self.screen)
+        output, _ = self.process.communicate(timeout=60)
+        return output, received.decode()
+
+
+def lines_shown(sent):
+    """The lines that a terminal shows in the end: after a carriage return they are overwritten."""
+    shown = []
+    for line in re.sub(r"\x1b\[[0-9;]*m", "", sent).split("\n"):
+        cells = ""
+        for part in line.split("\r"):
+            cells = part + cells[len(part) :]
+        shown.append(cells.rstrip())
+    return shown
+
+
+class Progress(ToolTest):
+    SPINNER = r"[|/\\-] \d+ s\r"
+
+    def run_until_it_spins(self, body, status=200):
+        """On a terminal, at a server that answers once the spinner shows."""
+        is_spinning = threading.Event()
+
+        def watch(sent):
+            if re.search(self.SPINNER, sent):
+                is_spinning.set()
+
+        with Server(body, status, is_due=lambda: is_spinning.wait(30)) as server:
+            output, sent = Terminal(server).read_to_end(watch)
+        self.assertTrue(is_spinning.is_set(), "there was no spinner")
+        return output, lines_shown(sent)
+
+    def test_a_spinner_shows_on_a_terminal_and_is_erased(self):
+        output, shown = self.run_until_it_spins(folders("2019/"))
+        self.assertEqual((output, shown), ("NAME\n2019/\n", [""]))
+
+    def test_nothing_of_the_spinner_stays_beside_messages(self):
+        body = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
+        output, (logged, message, end) = self.run_until_it_spins(body, 403)
+        self.assertEqual((output, end), ("", ""))
+        self.assertRegex(logged, r"\AE\d{8} [^|]* \{ Error type: 15, [^|]*\}\Z")
+        self.assertRegex(message, r"\Avemlo: cannot list the folders in bucket 'photos': .*15\)\Z")
+
+    def test_no_spinner_in_a_file_beside_json_and_in_a_verbose_log(self):
+        # The delay is a real one: only a call that takes longer than the tool's patience can show
+        # that there is no spinner.
+        with Server(folders("2019/"), is_due=lambda: threading.Event().wait(1)) as server:
+            json_terminal = Terminal(server, "--json")
+            verbose_terminal = Terminal(server, "--verbose")
+            result = run("s3", "ls", "photos", environment=server.environment)
+            self.assert_prints(result, "NAME\n2019/\n")
+            self.assertEqual(json_terminal.read_to_end(), ('[{"name":"2019/"}]\n', ""))
+            output, sent = verbose_terminal.read_to_end()
+            self.assertEqual(output, "NAME\n2019/\n")
+            self.assertNotRegex(sent, self.SPINNER)
+
+
+if __name__ == "__main__":
+    unittest.main()

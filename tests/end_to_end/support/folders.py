@@ -1,0 +1,124 @@
+"""Folders and containers through the C interface."""
+
+import ctypes
+from typing import NamedTuple, Optional
+
+from . import log
+from .libvemlo import BucketArray, S3Session, load
+
+
+class Directory(ctypes.Structure):
+    _fields_ = [("name", ctypes.c_char_p), ("id", ctypes.c_char_p)]
+
+
+DirectoryArray = ctypes.POINTER(Directory)
+
+
+class Folders(NamedTuple):
+    code: int
+    names: list
+    log: Optional[log.Log]
+
+
+class Made(NamedTuple):
+    code: int
+    log: Optional[log.Log]
+
+
+def declare(library, service):
+    handle, text, count = ctypes.c_void_p, ctypes.c_char_p, ctypes.POINTER(ctypes.c_int)
+    signatures = {
+        f"{service}_list_directory": [handle, text, text, ctypes.POINTER(DirectoryArray), count],
+        f"{service}_create_directory": [handle, text, text],
+        "free_diretories": [DirectoryArray, ctypes.c_int],
+    }
+    if service == "azure_ssb":
+        signatures["azure_ssb_list_bucket"] = [handle, ctypes.POINTER(BucketArray), count]
+        signatures["azure_ssb_create_bucket"] = [handle, text]
+    for name, arguments in signatures.items():
+        getattr(library, name).argtypes = arguments
+
+
+class FolderCalls:
+    """Of a session of `service`; names are bytes, as they need not be valid text."""
+
+    service = None
+
+    def folders(self, bucket, prefix=b""):
+        entries, count = DirectoryArray(), ctypes.c_int(-77)
+        call = getattr(self.library, f"{self.service}_list_directory")
+        with log.captured() as capture:
+            code = call(
+                self.handle, bucket.encode(), prefix, ctypes.byref(entries), ctypes.byref(count)
+            )
+        if code != 0:
+            assert not entries and count.value == 0, "the outs of a failed listing are cleared"
+        names = [entries[i].name for i in range(count.value)]
+        assert all(entries[i].id is None for i in range(count.value)), "these folders have no id"
+        self.library.free_diretories(entries, count)
+        return Folders(code, names, capture.log)
+
+    def make_folder(self, bucket, path):
+        with log.captured() as capture:
+            code = getattr(self.library, f"{self.service}_create_directory")(
+                self.handle, bucket.encode(), path
+            )
+        return Made(code, capture.log)
+
+
+class S3Folders(FolderCalls, S3Session):
+    service = "s3"
+
+    def __init__(self, *arguments, **named):
+        super().__init__(*arguments, **named)
+        declare(self.library, self.service)
+
+
+class AzureSession(FolderCalls):
+    """A session with a storage account, closed at the end of a `with`."""
+
+    service = "azure_ssb"
+
+    def __init__(self, account, key, proxy, region=""):
+        self.library = load()
+        declare(self.library, self.service)
+        self.library.libvemlo_global_init()
+        self.handle = self.library.libvemlo_azure_ssb_init(
+            region.encode(), account.encode(), key.encode(), ctypes.byref(proxy)
+        )
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.library.libvemlo_azure_ssb_cleanup(self.handle)
+        self.library.libvemlo_global_cleanup()
+
+    def containers(self):
+        names, count = BucketArray(), ctypes.c_int(-77)
+        with log.captured() as capture:
+            code = self.library.azure_ssb_list_bucket(
+                self.handle, ctypes.byref(names), ctypes.byref(count)
+            )
+        if code != 0:
+            assert not names and count.value == 0, "the outs of a failed listing are cleared"
+        found = [names[i] for i in range(count.value)]
+        self.library.free_buckets(names, count)
+        return Folders(code, found, capture.log)
+
+    def make_container(self, name):
+        with log.captured() as capture:
+            code = self.library.azure_ssb_create_bucket(self.handle, name.encode())
+        return Made(code, capture.log)
+
+
+# What goes in must come out, byte for byte.
+ODD_NAMES = [
+    text.encode()
+    for text in (
+        " leading blank", "trailing blank ", "  ", "a&b<c>d\"e'f+g%h", "%41", "a+b", "a=b;c,d",
+        "grüße", "e\u0301t\u00e9", "\u00e9", "e\u0301", "日本", "🗂️", "..a", "#?",
+    )
+]  # fmt: skip
+# XML cannot carry these as they are.
+UNSPEAKABLE_NAMES = ["a\u001bb".encode(), "a\ufffeb".encode()]

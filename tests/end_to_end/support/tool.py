@@ -1,0 +1,44 @@
+"""Running the command-line tool where no account on a real server is needed.
+
+VEMLO_CLI is the path of the tool.
+"""
+
+import os
+import subprocess
+import unittest
+
+TOOL = os.environ["VEMLO_CLI"]
+
+DONE, BAD_USAGE, LOCAL_TROUBLE = 0, 2, 3
+KEYS = {"VEMLO_S3_ACCESS_KEY": "access", "VEMLO_S3_SECRET_KEY": "confidential"}
+AZURE_KEYS = {"VEMLO_AZURE_ACCOUNT": "account", "VEMLO_AZURE_KEY": "Y29uZmlkZW50aWFs"}
+
+
+def with_own(environment):
+    """The environment without the VEMLO_ variables of whoever runs the tests, and with these."""
+    clean = {k: v for k, v in os.environ.items() if not k.startswith("VEMLO_")}
+    return {**clean, **(environment or {})}
+
+
+def run(*arguments, environment=None, **options):
+    """Runs the tool to its end."""
+    options = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, **options}
+    if "input" in options:
+        del options["stdin"]
+    return subprocess.run(
+        [TOOL, *arguments], env=with_own(environment),
+        stderr=subprocess.PIPE, encoding="utf-8", timeout=60, check=False, **options,
+    )  # fmt: skip
+
+
+class ToolTest(unittest.TestCase):
+    def assert_fails(self, result, code, message):
+        """One line on standard error that contains `message`, and nothing on standard output."""
+        self.assertRegex(result.stderr, r"\Avemlo: [^\n]+\n\Z")
+        self.assertIn(message, result.stderr)
+        self.assertEqual(result.returncode, code)
+        self.assertIn(result.stdout, ("", None))
+
+    def assert_prints(self, result, output):
+        self.assertEqual((result.stderr, result.returncode), ("", DONE))
+        self.assertEqual(result.stdout, output)
