@@ -64,19 +64,20 @@ std::string timestamp() {
   return text.data();
 }
 
-/// Signs a GET of `/` without a query.
+/// Signs a GET of one target.
 class Signer {
  public:
-  Signer(BareS3Client::Account account, std::string host)
-      : account_(std::move(account)), host_(std::move(host)) {}
+  Signer(BareS3Client::Account account, std::string host, BareS3Client::Target target)
+      : account_(std::move(account)), host_(std::move(host)), target_(std::move(target)) {}
 
   std::string authorization(const std::string& time) {
     const std::string date = time.substr(0, 8);
     if (date != keyDate_) deriveKey(date);
     const std::string scope = date + '/' + account_.region + "/s3/aws4_request";
     const std::string canonical =
-        "GET\n/\n\nhost:" + host_ + "\nx-amz-content-sha256:" + kEmptyPayloadHash +
-        "\nx-amz-date:" + time + "\n\n" + kSignedHeaders + '\n' + kEmptyPayloadHash;
+        "GET\n" + target_.path + '\n' + target_.query + "\nhost:" + host_ +
+        "\nx-amz-content-sha256:" + kEmptyPayloadHash + "\nx-amz-date:" + time + "\n\n" +
+        kSignedHeaders + '\n' + kEmptyPayloadHash;
     const std::string toSign =
         "AWS4-HMAC-SHA256\n" + time + '\n' + scope + '\n' + hex(sha256(canonical));
     return "AWS4-HMAC-SHA256 Credential=" + account_.accessKey + '/' + scope +
@@ -98,6 +99,7 @@ class Signer {
 
   BareS3Client::Account account_;
   std::string host_;
+  BareS3Client::Target target_;
   std::string keyDate_;
   Digest key_{};
 };
@@ -115,9 +117,10 @@ std::size_t keepBody(char* data, std::size_t size, std::size_t count, void* user
 }  // namespace
 
 struct BareS3Client::Implementation {
-  Implementation(std::uint16_t port, const Account& account)
-      : host("127.0.0.1:" + std::to_string(port)), signer(account, host) {
-    const std::string url = "http://" + host + '/';
+  Implementation(std::uint16_t port, const Account& account, const Target& target)
+      : host("127.0.0.1:" + std::to_string(port)), signer(account, host, target) {
+    const std::string query = target.query.empty() ? "" : '?' + target.query;
+    const std::string url = "http://" + host + target.path + query;
     curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
     curl_easy_setopt(handle, CURLOPT_PROXY, "");
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
@@ -148,14 +151,23 @@ struct BareS3Client::Implementation {
     if (code != CURLE_OK || status != 200) throw std::runtime_error(curl_easy_strerror(code));
   }
 
+  /// The document lies in `body` and is good until the next call.
+  void fetchDocument(pugi::xml_document& document) {
+    body.clear();  // keeps its memory
+    fetch(keepBody, body);
+    if (!document.load_buffer_inplace(body.data(), body.size())) {
+      throw std::runtime_error("the page is no XML");
+    }
+  }
+
   CURL* handle = curl_easy_init();
   std::string host;
   Signer signer;
   std::string body;
 };
 
-BareS3Client::BareS3Client(std::uint16_t port, const Account& account)
-    : implementation_(std::make_unique<Implementation>(port, account)) {}
+BareS3Client::BareS3Client(std::uint16_t port, const Account& account, const Target& target)
+    : implementation_(std::make_unique<Implementation>(port, account, target)) {}
 
 BareS3Client::~BareS3Client() = default;
 
@@ -166,14 +178,8 @@ std::size_t BareS3Client::fetchAndDrop() {
 }
 
 char** BareS3Client::listBuckets(int& count) {
-  std::string& body = implementation_->body;
-  body.clear();  // keeps its memory
-  implementation_->fetch(keepBody, body);
-
   pugi::xml_document document;
-  if (!document.load_buffer_inplace(body.data(), body.size())) {
-    throw std::runtime_error("the page is no XML");
-  }
+  implementation_->fetchDocument(document);
   std::vector<const char*> names;
   for (const auto bucket :
        document.child("ListAllMyBucketsResult").child("Buckets").children("Bucket")) {
@@ -183,6 +189,19 @@ char** BareS3Client::listBuckets(int& count) {
   for (std::size_t i = 0; i < names.size(); ++i) buckets[i] = strdup(names[i]);
   count = static_cast<int>(names.size());
   return buckets;
+}
+
+directory* BareS3Client::listPrefixes(int& count) {
+  pugi::xml_document document;
+  implementation_->fetchDocument(document);
+  std::vector<const char*> names;
+  for (const auto prefixes : document.child("ListBucketResult").children("CommonPrefixes")) {
+    names.push_back(prefixes.child_value("Prefix"));
+  }
+  auto* directories = static_cast<directory*>(std::calloc(names.size(), sizeof(directory)));
+  for (std::size_t i = 0; i < names.size(); ++i) directories[i].name = strdup(names[i]);
+  count = static_cast<int>(names.size());
+  return directories;
 }
 
 }  // namespace benchmarks

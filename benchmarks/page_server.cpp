@@ -83,7 +83,7 @@ int listenOnFreePort(std::uint16_t& port) {
 
 }  // namespace
 
-PageServer::PageServer(const std::string& page) {
+PageServer::PageServer(const std::function<std::string()>& makePage) {
   void* memory =
       mmap(nullptr, sizeof(Counters), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "the counters");
@@ -100,7 +100,7 @@ PageServer::PageServer(const std::string& page) {
   // The server must not outlive a benchmark that was killed, not even one killed before this line.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != client) _exit(1);
-  const std::string answer = httpAnswer(page);
+  const std::string answer = httpAnswer(makePage());
   for (;;) {
     const int connection = accept(listener, nullptr, nullptr);
     if (connection < 0) continue;

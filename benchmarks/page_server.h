@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace benchmarks {
@@ -12,8 +13,9 @@ namespace benchmarks {
 /// not taken for the client's.
 class PageServer {
  public:
-  /// Forks, so no other thread may run yet. Throws std::system_error.
-  explicit PageServer(const std::string& page);
+  /// Forks, so no other thread may run yet. The page is made in the server's process, so that it is
+  /// not in the client's memory. Throws std::system_error.
+  explicit PageServer(const std::function<std::string()>& makePage);
   ~PageServer();
   PageServer(const PageServer&) = delete;
   PageServer& operator=(const PageServer&) = delete;

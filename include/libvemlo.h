@@ -386,8 +386,8 @@ LIBVEMLO_API int azure_ssb_list_directory(session *handle, const char *bucket, c
  * @param path    The folder's full path, such as "photos/2020/".
  * @return 0: done.
  *         -1: `handle` or `path` is null; `path` has fewer than 2 characters, begins with "/" or
- *         does not end with "/"; the session is not one of Azure. Positive: the request failed; a
- *         code of docs/error-codes.md. Nothing is logged.
+ *         does not end with "/"; the session is not one of Azure.
+ *         Positive: the request failed; a code of docs/error-codes.md. Nothing is logged.
  *
  * Blocks for one request.
  */

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "CloudStorage/Client/AzureSSB/Model/CreateContainerRequest.h"

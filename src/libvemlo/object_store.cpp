@@ -14,10 +14,9 @@ int reportFailure(const CloudStorage::Client::Error& error) {
 }
 
 void NameList::add(std::string_view name) {
-  auto* copy = static_cast<char*>(std::malloc(name.size() + 1));
-  std::memcpy(copy, name.data(), name.size());
-  copy[name.size()] = '\0';
-  names_.emplace_back(copy);
+  auto& copy = names_.emplace_back(static_cast<char*>(std::malloc(name.size() + 1)));
+  std::memcpy(copy.get(), name.data(), name.size());
+  copy.get()[name.size()] = '\0';
 }
 
 void NameList::handOut(char*** list, int* count) && {

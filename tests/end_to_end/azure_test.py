@@ -47,7 +47,7 @@ class Containers(AzureTest):
         session = self.session(self.azure["otherAccountName"], self.azure["otherAccessKey"])
         names = session.containers().names  # of the test below
         for number in range(250 - len(names)):
-            names.append(f"pages-{number:03}".encode())
+            names.append(f"all-{number:03}".encode())
             self.assert_done(session.make_container(names[-1].decode()))
         sandbox.control("DELETE", "log")
         found = session.containers()
@@ -146,8 +146,9 @@ class FolderTree(AzureTest):
             self.vendors_client("list", self.container),
             [{"name": "ours/é +/", "size": 0, "type": "BlockBlob"}],
         )
-        self.vendors_client("put", self.container, "theirs/x")
-        self.assert_folders(b"", [b"ours/", b"theirs/"])
+        for blob in ("folder of theirs/", "theirs/x"):
+            self.vendors_client("put", self.container, blob)
+        self.assert_folders(b"", [b"folder of theirs/", b"ours/", b"theirs/"])
 
 
 if __name__ == "__main__":

@@ -67,10 +67,11 @@ class S3FolderTree:
     def test_others_see_our_folders_and_we_see_theirs(self):
         self.assert_done(self.session.make_folder(self.bucket, b"ours/\xc3\xa9 +/"))
         with contextlib.closing(self.account.independent_client()) as client:
+            client.put_object(Bucket=self.bucket, Key="folder of theirs/", Body=b"")
             client.put_object(Bucket=self.bucket, Key="theirs/x", Body=b"1")
             found = client.list_objects_v2(Bucket=self.bucket, Prefix="ours/")["Contents"]
         self.assertEqual([(entry["Key"], entry["Size"]) for entry in found], [("ours/é +/", 0)])
-        self.assert_folders(b"", [b"ours/", b"theirs/"])
+        self.assert_folders(b"", [b"folder of theirs/", b"ours/", b"theirs/"])
 
 
 class Regions(LibraryTest):
@@ -98,7 +99,7 @@ class Regions(LibraryTest):
 
     def test_the_region_is_found_once_and_remembered(self):
         self.assert_done(self.session.folders(self.bucket))
-        # Refused, asked on the side, and asked again with the right region in the signature.
+        # Refused, and asked again with the right region in the signature.
         self.assertEqual(self.statuses(), [400, 200])
         self.assert_done(self.session.make_folder(self.bucket, b"a/"))
         self.assertEqual(self.session.folders(self.bucket).names, [b"a/"])

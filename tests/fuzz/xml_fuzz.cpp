@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
 #include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
@@ -30,11 +31,27 @@ void checkDocument(std::string body) {
   }
 }
 
+// Texts are joined and replaced within the page, so they must not leave it.
+void checkPage(std::string body) {
+  Xml::Page page(std::move(body));
+  const auto storage = page.storage();
+  const auto isInside = [&](std::string_view text) {
+    return text.empty() || (text.data() >= storage->data() &&
+                            text.data() + text.size() <= storage->data() + storage->size());
+  };
+  for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
+    const std::string_view text = page.text(node);
+    require(isInside(text));
+    require(isInside(page.replace(text, std::string(text.size() / 2, 'x'))));
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view body(reinterpret_cast<const char*>(data), size);
   checkDocument(std::string(body));
+  checkPage(std::string(body));
   ErrorChecks::checkMarshaller(CloudStorage::Client::S3::S3ErrorMarshaller(), 409, body);
   ErrorChecks::checkMarshaller(CloudStorage::Client::AzureSSB::AzureSSBErrorMarshaller(), 409,
                                body);

@@ -282,12 +282,24 @@ using S3UnreadablePage = S3ListObjects;
 TEST_F(S3UnreadablePage, IsAskedForOnceMoreWithEncodedKeys) {
   enqueue(answer(200, "<ListBucketResult><CommonPrefixes><Prefix>&#0;", {}));
   enqueue(answer(200,
-                 "<ListBucketResult><EncodingType>url</EncodingType><CommonPrefixes><Prefix>%00a"
+                 "<ListBucketResult><EncodingType>url</EncodingType><CommonPrefixes><Prefix>%01a"
                  "</Prefix></CommonPrefixes></ListBucketResult>"));
-  EXPECT_THAT(prefixesOf(list()), ElementsAre(std::string("\0a", 2)));
+  EXPECT_THAT(prefixesOf(list()), ElementsAre("\x01"
+                                              "a"));
   EXPECT_THAT(world.addresses(), ElementsAre(kPlain, kEncoded));
   EXPECT_THAT(world.strategy->asked, IsEmpty()) << "no attempt of its own";
   EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(S3ListObjects, PrefixThatACStringWouldCutShortIsRefused) {
+  for (int i = 0; i < 2; ++i) {  // a page that is no use is asked for once more
+    enqueue(answer(200,
+                   "<ListBucketResult><EncodingType>url</EncodingType><CommonPrefixes><Prefix>"
+                   "%00a/</Prefix></CommonPrefixes></ListBucketResult>"));
+  }
+  const auto outcome = list();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
 }
 
 TEST_F(S3UnreadablePage, OfAStoreThatDoesNotEncodeIsTakenAsItIs) {

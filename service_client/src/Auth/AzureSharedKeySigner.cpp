@@ -6,6 +6,7 @@
 
 #include "Auth/Digest.h"
 #include "Http/PercentEncoding.h"
+#include "Util/Text.h"
 #include "Util/Time.h"
 
 namespace CloudStorage::Auth::AzureSharedKey {
@@ -32,17 +33,10 @@ std::string canonicalHeaders(const Http::Request& request) {
   return text;
 }
 
-std::string lowerCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
-
 std::string canonicalResource(const Http::Request& request, const std::string& accountName) {
   std::vector<std::pair<std::string, std::string>> parameters;
   for (const auto& [name, value] : request.uri.query()) {
-    parameters.emplace_back(lowerCase(Http::uriDecode(name)), Http::uriDecode(value));
+    parameters.emplace_back(Util::lowerCase(Http::uriDecode(name)), Http::uriDecode(value));
   }
   std::sort(parameters.begin(), parameters.end());
 

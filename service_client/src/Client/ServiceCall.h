@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Client/WSError.h"
@@ -58,7 +59,7 @@ class ServiceCall {
       return parse(response, result);
     });
     if (error) return *std::move(error);
-    return result;
+    return Util::Outcome<Result, Error>(std::move(result));
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }

@@ -106,14 +106,6 @@ const char* objectionTo(pugi::xml_document& document) {
 
 Status failure(const std::string& reason) { return {1, "The XML cannot be used: " + reason + "."}; }
 
-/// Whether `name` is `localName`, with or without a prefix.
-bool endsInLocalName(std::string_view name, std::string_view localName) {
-  if (name.size() < localName.size()) return false;
-  const std::size_t start = name.size() - localName.size();
-  if (name.substr(start) != localName) return false;
-  return start == 0 || name.find(':') == start - 1;
-}
-
 pugi::xml_node firstNamed(pugi::xml_node node, const char* localName) {
   while (node && !isNamed(node, localName)) node = node.next_sibling();
   return node;
@@ -142,9 +134,12 @@ Status parse(std::string& body, pugi::xml_document& document) {
   return {};
 }
 
-bool isNamed(pugi::xml_node node, std::string_view localName) {
-  // Of all that is kept of a document only elements have names.
-  return *node.name() != '\0' && endsInLocalName(node.name(), localName);
+bool isNamed(pugi::xml_node node, const char* localName) {
+  const char* name = node.name();  // of all that is kept of a document only elements have one
+  if (*name == '\0') return false;
+  if (std::strcmp(name, localName) == 0) return true;
+  const char* colon = std::strchr(name, ':');
+  return colon != nullptr && std::strcmp(colon + 1, localName) == 0;
 }
 
 // Both ask the parser's library first, for the name without a prefix. That is the usual case, and

@@ -23,7 +23,7 @@ namespace CloudStorage::Util::Xml {
 Status parse(std::string& body, pugi::xml_document& document);
 
 /// Whether `node` is an element of this local name.
-bool isNamed(pugi::xml_node node, std::string_view localName);
+bool isNamed(pugi::xml_node node, const char* localName);
 
 /// The first child element of this local name; a null node if there is none. Here and below, an
 /// element without a prefix goes before one with: a service does not use both for the same thing.

@@ -15,7 +15,7 @@ class Outcome {
 
   bool isSuccess() const { return success_; }
   const Result& getResult() const& { return result_; }
-  Result&& getResult() && { return std::move(result_); }
+  Result getResult() && { return std::move(result_); }
   const Error& getError() const { return error_; }
 
  private:

@@ -85,6 +85,12 @@ std::optional<Error> parseBlobs(Http::Response& response, Model::ListBlobResult&
     if (Xml::isNamed(node, "BlobPrefix")) result.blobPrefixes.push_back({nameOf(page, node)});
     if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(page, node)});
   }
+  for (const auto& prefix : result.blobPrefixes) {
+    // To whoever reads it as a C string it would be another folder, such as the top level.
+    if (prefix.name.find('\0') != std::string_view::npos) {
+      return localError("MalformedResponse", "A prefix in the answer holds a byte of value 0");
+    }
+  }
   result.nextMarker = page.text(Xml::child(page.root(), "NextMarker"));
   result.page = page.storage();
   return std::nullopt;
@@ -97,25 +103,18 @@ std::optional<Error> checkStored(Http::Response& response, Result& /*result*/) {
   return localError("MalformedResponse", "The answer has a body");
 }
 
-std::shared_ptr<Auth::AzureSSBAuthentication> authenticationOf(const ClientParts& parts) {
-  auto authentication = std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential);
-  return authentication
-             ? authentication
-             : std::make_shared<Auth::AzureSSBAuthentication>(std::string(), std::string());
-}
-
 }  // namespace
 
 struct AzureSSBClient::Implementation {
   Implementation(const std::string& accountName, const ClientParts& parts,
                  ClientEnvironment environment, Region region)
-      : authentication(authenticationOf(parts)), call(parts, std::move(environment)) {
+      : authentication(std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential)),
+        call(parts, std::move(environment)) {
     if (!isAccountName(accountName)) return;
     endpoint =
         Http::URI::parse("https://" + accountName + ".blob." + std::string(hostSuffixOf(region)));
   }
 
-  // Sends `request` to the account's endpoint, or to `container` and `blob` in it.
   template <typename Result>
   Util::Outcome<Result, Error> send(Http::Method method, const Http::URI& uri,
                                     const AzureSSBRequest& request,
@@ -137,6 +136,7 @@ struct AzureSSBClient::Implementation {
   }
 
   Util::Outcome<Http::URI, Error> locateAccount() const {
+    if (!authentication) return localError("InvalidRequest", "There is no key to sign with");
     if (endpoint) return *endpoint;
     return localError("InvalidRequest",
                       "The account name does not have 3 to 24 lower-case letters and digits");

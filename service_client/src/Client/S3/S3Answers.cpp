@@ -30,17 +30,16 @@ std::optional<Error> checkPage(const Http::Response& response, const Xml::Page& 
 }
 
 // With `encoding-type=url` a blank is a plus sign.
-std::string_view decodeKey(Xml::Page& page, std::string_view text, bool isEncoded) {
-  if (!isEncoded) return text;
+std::string_view decodeKey(Xml::Page& page, std::string_view text) {
   std::string encoded(text);
   std::replace(encoded.begin(), encoded.end(), '+', ' ');
   return page.replace(text, Http::uriDecode(encoded));
 }
 
-Model::Object parseObject(Xml::Page& page, pugi::xml_node node, bool isEncoded) {
-  return {decodeKey(page, page.text(Xml::child(node, "Key")), isEncoded),
-          page.text(Xml::child(node, "LastModified")), page.text(Xml::child(node, "ETag")),
-          page.text(Xml::child(node, "Size")), page.text(Xml::child(node, "StorageClass"))};
+Model::Object parseObject(Xml::Page& page, pugi::xml_node node) {
+  return {page.text(Xml::child(node, "Key")), page.text(Xml::child(node, "LastModified")),
+          page.text(Xml::child(node, "ETag")), page.text(Xml::child(node, "Size")),
+          page.text(Xml::child(node, "StorageClass"))};
 }
 
 }  // namespace
@@ -49,6 +48,10 @@ std::optional<Error> parseBucketList(Http::Response& response, Model::ListBucket
   Xml::Page page(std::move(response.body));
   if (auto error = checkPage(response, page, "ListAllMyBucketsResult")) return error;
 
+  // About what a bucket takes of the page, up to what accounts have by default.
+  constexpr std::size_t kBytesOfABucket = 64;
+  constexpr std::size_t kUsualBuckets = 10'000;
+  result.buckets.reserve(std::min(page.storage()->size() / kBytesOfABucket, kUsualBuckets));
   const auto list = Xml::child(page.root(), "Buckets");
   for (auto node = Xml::child(list, "Bucket"); node; node = Xml::nextSibling(node, "Bucket")) {
     result.buckets.push_back(
@@ -66,16 +69,29 @@ std::optional<Error> parseObjectList(Http::Response& response, Model::ListObject
   if (auto error = checkPage(response, page, "ListBucketResult")) return error;
 
   // Stores that do not know the parameter do not encode, and do not say that they do.
-  const bool isEncoded = page.text(Xml::child(page.root(), "EncodingType")) == "url";
+  // Looked for in the same pass: among a thousand siblings a search of its own, in vain, is dear.
+  bool isEncoded = false;
   for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
     if (Xml::isNamed(node, "CommonPrefixes")) {
       for (auto prefix = Xml::child(node, "Prefix"); prefix;
            prefix = Xml::nextSibling(prefix, "Prefix")) {
-        result.commonPrefixes.push_back(decodeKey(page, page.text(prefix), isEncoded));
+        result.commonPrefixes.push_back(page.text(prefix));
       }
     } else if (Xml::isNamed(node, "Contents")) {
-      result.objects.push_back(parseObject(page, node, isEncoded));
+      result.objects.push_back(parseObject(page, node));
+    } else if (Xml::isNamed(node, "EncodingType")) {
+      isEncoded = page.text(node) == "url";
     }
+  }
+  if (isEncoded) {
+    for (auto& prefix : result.commonPrefixes) {
+      prefix = decodeKey(page, prefix);
+      // To whoever reads it as a C string it would be another folder, such as the top level.
+      if (prefix.find('\0') != std::string_view::npos) {
+        return localError("MalformedResponse", "A prefix in the answer holds a byte of value 0");
+      }
+    }
+    for (auto& object : result.objects) object.key = decodeKey(page, object.key);
   }
   result.page = page.storage();
   return std::nullopt;

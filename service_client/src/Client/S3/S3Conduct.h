@@ -33,7 +33,7 @@ class S3Knowledge {
  private:
   mutable std::mutex mutex_;
   std::string region_;
-  std::map<std::string, std::string> bucketRegions_;  // only those that differ from region_
+  std::map<std::string, std::string> bucketRegions_;  // as learnt
   std::atomic<std::chrono::seconds::rep> clockOffset_{0};
 };
 
