@@ -16,12 +16,12 @@ class Sessions(LibraryTest):
     }
 
     def setUp(self):
-        self.library = libvemlo.load()
-        self.library.libvemlo_global_init()
-        self.addCleanup(self.library.libvemlo_global_cleanup)
+        self.vemlo = libvemlo.load()
+        self.vemlo.libvemlo_global_init()
+        self.addCleanup(self.vemlo.libvemlo_global_cleanup)
 
     def open(self, service, proxy):
-        init = getattr(self.library, f"libvemlo_{service}_init")
+        init = getattr(self.vemlo, f"libvemlo_{service}_init")
         return init(*self.TEXTS.get(service, ()), proxy and ctypes.byref(proxy))
 
     def test_each_service_with_each_kind_of_proxy(self):
@@ -31,7 +31,7 @@ class Sessions(LibraryTest):
                 with self.subTest(service=service, proxy=proxy), log.captured() as capture:
                     handle = self.open(service, proxy)
                     self.assertIsNotNone(handle)
-                    getattr(self.library, f"libvemlo_{service}_cleanup")(handle)
+                    getattr(self.vemlo, f"libvemlo_{service}_cleanup")(handle)
                 self.assertEqual(capture.log.text, "")
 
     def test_all_at_once(self):
@@ -39,7 +39,7 @@ class Sessions(LibraryTest):
             handles = [self.open(service, None) for service in SERVICES]
             self.assertEqual(len(set(handles)), len(SERVICES))
             for service, handle in zip(SERVICES, reversed(handles)):
-                getattr(self.library, f"libvemlo_{service}_cleanup")(handle)
+                getattr(self.vemlo, f"libvemlo_{service}_cleanup")(handle)
         self.assertEqual(capture.log.text, "")
 
 

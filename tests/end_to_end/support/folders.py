@@ -46,7 +46,7 @@ class FolderCalls:
 
     def folders(self, bucket, prefix=b""):
         entries, count = DirectoryArray(), ctypes.c_int(-77)
-        call = getattr(self.library, f"{self.service}_list_directory")
+        call = getattr(self.vemlo, f"{self.service}_list_directory")
         with log.captured() as capture:
             code = call(
                 self.handle, bucket.encode(), prefix, ctypes.byref(entries), ctypes.byref(count)
@@ -55,12 +55,12 @@ class FolderCalls:
             assert not entries and count.value == 0, "the outs of a failed listing are cleared"
         names = [entries[i].name for i in range(count.value)]
         assert all(entries[i].id is None for i in range(count.value)), "these folders have no id"
-        self.library.free_diretories(entries, count)
+        self.vemlo.free_diretories(entries, count)
         return Folders(code, names, capture.log)
 
     def make_folder(self, bucket, path):
         with log.captured() as capture:
-            code = getattr(self.library, f"{self.service}_create_directory")(
+            code = getattr(self.vemlo, f"{self.service}_create_directory")(
                 self.handle, bucket.encode(), path
             )
         return Made(code, capture.log)
@@ -71,7 +71,7 @@ class S3Folders(FolderCalls, S3Session):
 
     def __init__(self, *arguments, **named):
         super().__init__(*arguments, **named)
-        declare(self.library, self.service)
+        declare(self.vemlo, self.service)
 
 
 class AzureSession(FolderCalls):
@@ -80,10 +80,10 @@ class AzureSession(FolderCalls):
     service = "azure_ssb"
 
     def __init__(self, account, key, proxy, region=""):
-        self.library = load()
-        declare(self.library, self.service)
-        self.library.libvemlo_global_init()
-        self.handle = self.library.libvemlo_azure_ssb_init(
+        self.vemlo = load()
+        declare(self.vemlo, self.service)
+        self.vemlo.libvemlo_global_init()
+        self.handle = self.vemlo.libvemlo_azure_ssb_init(
             region.encode(), account.encode(), key.encode(), ctypes.byref(proxy)
         )
 
@@ -91,24 +91,24 @@ class AzureSession(FolderCalls):
         return self
 
     def __exit__(self, *_):
-        self.library.libvemlo_azure_ssb_cleanup(self.handle)
-        self.library.libvemlo_global_cleanup()
+        self.vemlo.libvemlo_azure_ssb_cleanup(self.handle)
+        self.vemlo.libvemlo_global_cleanup()
 
     def containers(self):
         names, count = BucketArray(), ctypes.c_int(-77)
         with log.captured() as capture:
-            code = self.library.azure_ssb_list_bucket(
+            code = self.vemlo.azure_ssb_list_bucket(
                 self.handle, ctypes.byref(names), ctypes.byref(count)
             )
         if code != 0:
             assert not names and count.value == 0, "the outs of a failed listing are cleared"
         found = [names[i] for i in range(count.value)]
-        self.library.free_buckets(names, count)
+        self.vemlo.free_buckets(names, count)
         return Folders(code, found, capture.log)
 
     def make_container(self, name):
         with log.captured() as capture:
-            code = self.library.azure_ssb_create_bucket(self.handle, name.encode())
+            code = self.vemlo.azure_ssb_create_bucket(self.handle, name.encode())
         return Made(code, capture.log)
 
 

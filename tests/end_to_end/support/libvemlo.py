@@ -75,24 +75,24 @@ class S3Session:
     """A session with S3, closed at the end of a `with`."""
 
     def __init__(self, account, region="", proxy=None, library=None):
-        self.library = library or load()
-        self.library.libvemlo_global_init()
+        self.vemlo = library or load()
+        self.vemlo.libvemlo_global_init()
         arguments = (account.endpoint, region, account.access_key, account.secret_key)
         encoded = [argument.encode() for argument in arguments]
-        self.handle = self.library.libvemlo_s3_init(*encoded, proxy and ctypes.byref(proxy))
+        self.handle = self.vemlo.libvemlo_s3_init(*encoded, proxy and ctypes.byref(proxy))
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        self.library.libvemlo_s3_cleanup(self.handle)
-        self.library.libvemlo_global_cleanup()
+        self.vemlo.libvemlo_s3_cleanup(self.handle)
+        self.vemlo.libvemlo_global_cleanup()
 
     def list_uncaptured(self):
         """Safe to call from many threads, as capturing is not."""
         buckets = ctypes.cast(UNTOUCHED_BUCKETS, BucketArray)
         count = ctypes.c_int(UNTOUCHED_COUNT)
-        code = self.library.s3_list_bucket(
+        code = self.vemlo.s3_list_bucket(
             self.handle, ctypes.byref(buckets), ctypes.byref(count)
         )
         address = ctypes.cast(buckets, ctypes.c_void_p).value
@@ -100,7 +100,7 @@ class S3Session:
             untouched = count.value == UNTOUCHED_COUNT and address == UNTOUCHED_BUCKETS
             return Listing(code, [], address is None, untouched, None)
         names = [buckets[i].decode() for i in range(count.value)]
-        self.library.free_buckets(buckets, count)
+        self.vemlo.free_buckets(buckets, count)
         return Listing(code, names, address is None, False, None)
 
     def list(self):
@@ -110,5 +110,5 @@ class S3Session:
 
     def create(self, bucket, location=16):
         with log.captured() as capture:
-            code = self.library.s3_create_bucket(self.handle, bucket.encode(), location)
+            code = self.vemlo.s3_create_bucket(self.handle, bucket.encode(), location)
         return Creation(code, capture.log)
