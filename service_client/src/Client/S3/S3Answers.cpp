@@ -42,6 +42,18 @@ Model::Object parseObject(Xml::Page& page, pugi::xml_node node) {
           page.text(Xml::child(node, "StorageClass"))};
 }
 
+std::optional<Error> decodeKeys(Xml::Page& page, Model::ListObjectsV2Result& result) {
+  for (auto& object : result.objects) object.key = decodeKey(page, object.key);
+  for (auto& prefix : result.commonPrefixes) {
+    prefix = decodeKey(page, prefix);
+    // To whoever reads it as a C string it would be another folder, such as the top level.
+    if (prefix.find('\0') != std::string_view::npos) {
+      return localError("MalformedResponse", "A prefix in the answer holds a byte of value 0");
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<Error> parseBucketList(Http::Response& response, Model::ListBucketsResult& result) {
@@ -84,14 +96,7 @@ std::optional<Error> parseObjectList(Http::Response& response, Model::ListObject
     }
   }
   if (isEncoded) {
-    for (auto& prefix : result.commonPrefixes) {
-      prefix = decodeKey(page, prefix);
-      // To whoever reads it as a C string it would be another folder, such as the top level.
-      if (prefix.find('\0') != std::string_view::npos) {
-        return localError("MalformedResponse", "A prefix in the answer holds a byte of value 0");
-      }
-    }
-    for (auto& object : result.objects) object.key = decodeKey(page, object.key);
+    if (auto error = decodeKeys(page, result)) return error;
   }
   result.page = page.storage();
   return std::nullopt;
