@@ -2,6 +2,7 @@
 // The sandbox's command line; see README.md.
 
 import { parseArgs } from 'node:util';
+import { consent } from './commands/consent.mjs';
 import { run } from './commands/run.mjs';
 import { serve } from './commands/serve.mjs';
 import { start } from './commands/start.mjs';
@@ -12,6 +13,7 @@ const kUsage = `usage: cli.mjs run   [PART...] -- COMMAND [ARGUMENT...]
        cli.mjs serve --state FILE [PART...] [--parent PID]
        cli.mjs start --state FILE [PART...] [--parent [PID]]
        cli.mjs stop  --state FILE
+       cli.mjs consent [--state FILE] [--account NAME] [--deny] URL
 
 A local cloud on 127.0.0.1, with throw-away credentials, gone when it is stopped.
 
@@ -20,22 +22,29 @@ A local cloud on 127.0.0.1, with throw-away credentials, gone when it is stopped
   serve   starts the parts, writes FILE and stays until it is told to end
   start   the same in the background; returns when everything is ready
   stop    ends what 'start' began and waits until it is gone
+  consent opens an authorization address as a browser would, signs in, allows what is asked for
+          and prints the address with which the redirect page was reached
 
 Parts (all of them unless some are named):
   --radosgw    Ceph's S3 gateway
   --swift      OpenStack Swift with its S3 interface
   --azurite    Azure Blob Storage
+  --drives     Google Drive, OneDrive, Dropbox and Amazon Drive with their sign-in pages
   --internet   a proxy that serves the public host names from the local servers
 
 Options:
   --state FILE     where the description (JSON) of the running sandbox is
   --parent PID     also end when process PID ends; for 'start' without a number: its own caller
+  --account NAME   who signs in
+  --deny           consent to nothing
   --help           this text
 `;
 const kOptions = {
   ...Object.fromEntries(kParts.map((part) => [part, { type: 'boolean' }])),
   state: { type: 'string' },
   parent: { type: 'string' },
+  account: { type: 'string' },
+  deny: { type: 'boolean' },
   help: { type: 'boolean', short: 'h' },
 };
 
@@ -62,17 +71,28 @@ function parse(argv) {
   }
 }
 
+// What each verb takes besides PARTs; those with a state file cannot do without it, but consent.
+const kVerbs = {
+  run: { options: kParts },
+  serve: { options: [...kParts, 'state', 'parent'] },
+  start: { options: [...kParts, 'state', 'parent'] },
+  stop: { options: ['state'] },
+  consent: { options: ['state', 'account', 'deny'], operand: 'URL' },
+};
+
 function check({ values, positionals, command }) {
   const [verb, ...rest] = positionals;
-  if (!['run', 'serve', 'start', 'stop'].includes(verb))
-    throw new UsageError('say run, serve, start or stop');
-  if (rest.length > 0) throw new UsageError(`unexpected argument '${rest[0]}'`);
-  const needsCommand = verb === 'run';
-  if (needsCommand && command.length === 0) throw new UsageError('run needs a command after --');
-  if (!needsCommand && command.length > 0) throw new UsageError(`${verb} takes no command`);
-  if (!needsCommand && !values.state) throw new UsageError(`${verb} needs --state FILE`);
-  if (needsCommand && (values.state ?? values.parent))
-    throw new UsageError('run takes no --state and no --parent');
+  if (!Object.hasOwn(kVerbs, verb ?? ''))
+    throw new UsageError(`say one of ${Object.keys(kVerbs).join(', ')}`);
+  const { options, operand } = kVerbs[verb];
+  const stranger = Object.keys(values).find((name) => !options.includes(name));
+  if (stranger) throw new UsageError(`${verb} takes no --${stranger}`);
+  if (operand && rest.length === 0) throw new UsageError(`${verb} needs ${operand}`);
+  if (rest.length > (operand ? 1 : 0)) throw new UsageError(`unexpected argument '${rest.at(-1)}'`);
+  if (verb === 'run' && command.length === 0) throw new UsageError('run needs a command after --');
+  if (verb !== 'run' && command.length > 0) throw new UsageError(`${verb} takes no command`);
+  if (options.includes('state') && verb !== 'consent' && !values.state)
+    throw new UsageError(`${verb} needs --state FILE`);
   if (values.parent !== undefined && !/^[1-9]\d*$/.test(values.parent))
     throw new UsageError('--parent needs a process id');
   return verb;
@@ -96,6 +116,10 @@ async function main(argv) {
       return serve(options);
     case 'start':
       return start(options);
+    case 'consent': {
+      const file = values.state ?? process.env.VEMLO_SANDBOX_STATE;
+      return consent({ ...values, file, url: parsed.positionals[1] });
+    }
     default:
       return stop(options.file);
   }

@@ -6,6 +6,7 @@ import { join } from 'node:path';
 import { Processes } from './processes.mjs';
 import { startInternet } from './internet/internet.mjs';
 import { startAzurite } from './servers/azurite.mjs';
+import { startDrives } from './servers/drives.mjs';
 import { publicRoutes } from './servers/public-hosts.mjs';
 import { startRadosgw } from './servers/radosgw.mjs';
 import { startSwift } from './servers/swift.mjs';
@@ -16,6 +17,7 @@ const kServers = {
   radosgw: { start: startRadosgw, member: 'radosgw' },
   swift: { start: startSwift, member: 'swift' },
   azurite: { start: startAzurite, member: 'azure' },
+  drives: { start: startDrives, member: 'drives' },
 };
 export const kParts = [...Object.keys(kServers), 'internet'];
 

@@ -55,6 +55,10 @@ async function describe({ folder, state }) {
       state.azure.accessKey,
     );
   }
+  if (state.drives) {
+    variables.VEMLO_SANDBOX_REDIRECT_URI = state.drives.redirectUri;
+    variables.VEMLO_SANDBOX_DRIVES_CONTROL = state.drives.control;
+  }
   if (state.internet) {
     variables.VEMLO_SANDBOX_PROXY = `${state.internet.proxyHost}:${state.internet.proxyPort}`;
     variables.VEMLO_SANDBOX_CA_FILE = state.internet.caFile;

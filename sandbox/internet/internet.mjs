@@ -2,9 +2,9 @@
 // hosts, one list of faults and one log.
 
 import { randomBytes } from 'node:crypto';
+import { startControl } from '../control.mjs';
 import { requireCommands } from '../processes.mjs';
 import { CertificateAuthority } from './certificates.mjs';
-import { startControl } from './control.mjs';
 import { Faults } from './faults.mjs';
 import { Proxy } from './proxy.mjs';
 import { RequestLog } from './request-log.mjs';
@@ -22,7 +22,7 @@ export async function startInternet({ folder, routes }) {
   const credential = { user: 'sandbox', password: randomBytes(12).toString('hex') };
   const open = new Proxy('open', world);
   const authenticating = new Proxy('auth', world, credential);
-  const control = await startControl(world);
+  const control = await startControl(controlActions(world));
 
   return {
     state: {
@@ -36,5 +36,18 @@ export async function startInternet({ folder, routes }) {
       hosts: routes.map(({ host }) => host),
     },
     stop: () => Promise.all([open.stop(), authenticating.stop(), control.stop()]),
+  };
+}
+
+function controlActions({ routes, faults, log }) {
+  return {
+    'GET /faults': () => faults.list(),
+    'POST /faults': (body) => faults.add(body),
+    'DELETE /faults': () => faults.clear(),
+    'GET /log': () => log.list(),
+    'DELETE /log': () => log.clear(),
+    'GET /routes': () => routes.list(),
+    'POST /routes': (body) => routes.add(body),
+    'DELETE /routes': () => routes.reset(),
   };
 }

@@ -1,20 +1,16 @@
 // Azurite: Azure Blob Storage in memory, in the version that package.json names.
 
 import { randomBytes } from 'node:crypto';
-import { existsSync } from 'node:fs';
 import { join } from 'node:path';
-import { fileURLToPath } from 'node:url';
+import { packageFolder } from '../packages.mjs';
 import { requireCommands } from '../processes.mjs';
 import { reservePorts, waitForPorts } from '../ports.mjs';
 import { kAzureDomains } from './public-hosts.mjs';
 
-const kSandboxFolder = fileURLToPath(new URL('..', import.meta.url));
-const kProgram = join(kSandboxFolder, 'node_modules', 'azurite', 'dist', 'src', 'blob', 'main.js');
-
 /** Starts Azurite and returns its endpoint and the keys of its two accounts. */
 export async function startAzurite({ processes }) {
   requireCommands({ setpriv: 'util-linux' });
-  requirePackage();
+  const program = join(packageFolder('azurite'), 'dist', 'src', 'blob', 'main.js');
   const ports = await reservePorts('blob');
   const [main, other] = [makeAccount(), makeAccount()];
   // Through the environment, for a key on a command line could be read by anybody.
@@ -23,7 +19,7 @@ export async function startAzurite({ processes }) {
   processes.server(
     'azurite',
     process.execPath,
-    [kProgram, '--inMemoryPersistence', ...address, '--silent'],
+    [program, '--inMemoryPersistence', ...address, '--silent'],
     { AZURITE_ACCOUNTS: accounts },
   );
   await waitForPorts(Object.values(ports), { signal: processes.stopping });
@@ -36,12 +32,6 @@ export async function startAzurite({ processes }) {
     otherAccountName: other.name,
     otherAccessKey: other.key,
   };
-}
-
-function requirePackage() {
-  if (existsSync(kProgram)) return;
-  const install = `npm ci --ignore-scripts --prefix ${kSandboxFolder}`;
-  throw new Error(`the npm package azurite is not installed; run: ${install}`);
 }
 
 function makeAccount() {

@@ -1,5 +1,12 @@
 // The public names that the local servers answer to, and which server stands for which.
 
+import { AmazonDrive } from '../drives/amazon-drive.mjs';
+import { kRedirectUri } from '../drives/clients.mjs';
+import { Dropbox } from '../drives/dropbox.mjs';
+import { GoogleDrive } from '../drives/google-drive.mjs';
+import { MicrosoftGraph } from '../drives/graph.mjs';
+import { hostsOf, kServices } from '../drives/oauth/services.mjs';
+
 export const kS3Regions = ['us-east-1', 'eu-central-1'];
 
 const kRegionalS3Hosts = Object.fromEntries(
@@ -21,9 +28,15 @@ export const kAzureDomains = [
   'blob.core.cloudapi.de',
 ];
 
+const kDriveHosts = [
+  ...[GoogleDrive, MicrosoftGraph, Dropbox, AmazonDrive].flatMap(({ hosts }) => hosts),
+  ...Object.values(kServices).flatMap(hostsOf),
+  new URL(kRedirectUri).host,
+];
+
 /** The routes, as { host, target }, to those servers that `state` describes. */
-export function publicRoutes({ radosgw, swift, azure }) {
-  return [...s3Routes(radosgw ?? swift), ...azureRoutes(azure)];
+export function publicRoutes({ radosgw, swift, azure, drives }) {
+  return [...s3Routes(radosgw ?? swift), ...azureRoutes(azure), ...driveRoutes(drives)];
 }
 
 function s3Routes(server) {
@@ -44,4 +57,9 @@ function azureRoutes(server) {
   return [server.accountName, server.otherAccountName].flatMap((account) =>
     kAzureDomains.map((domain) => ({ host: `${account}.${domain}`, target })),
   );
+}
+
+function driveRoutes(server) {
+  if (!server) return [];
+  return [...new Set(kDriveHosts)].map((host) => ({ host, target: server.endpoint }));
 }

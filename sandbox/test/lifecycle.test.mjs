@@ -17,7 +17,7 @@ import {
   temporaryFolder,
 } from './support.mjs';
 
-const kServerCount = 10; // three of Ceph; memcached and five of Swift; Azurite
+const kServerCount = 11; // three of Ceph; memcached and five of Swift; Azurite; the drives
 const kPrintVariables = ['--', process.execPath, '-e', 'console.log(JSON.stringify(process.env))'];
 
 let folder;
@@ -55,6 +55,9 @@ describe('the command line', () => {
     ['serve', '--state', 'x', '--parent', 'y'],
     ['run', '--state', 'x', '--', 'true'],
     ['stop', 'now', '--state', 'x'],
+    ['stop', '--state', 'x', '--internet'],
+    ['consent', '--state', 'x'],
+    ['consent', '--radosgw', 'https://a.example/'],
   ]) {
     it(`rejects '${args.join(' ')}'`, async () => {
       const { code, stderr } = await sandbox(args);
@@ -85,6 +88,7 @@ describe('run', () => {
       'run',
       '--radosgw',
       '--azurite',
+      '--drives',
       '--internet',
       ...kPrintVariables,
     ]);
@@ -95,6 +99,8 @@ describe('run', () => {
     assert.match(variables.VEMLO_SANDBOX_CONTROL, /^http:\/\/127\.0\.0\.1:\d+$/);
     assert.ok(variables.VEMLO_SANDBOX_RADOSGW_ACCESS_KEY);
     assert.match(variables.VEMLO_SANDBOX_AZURE_ACCOUNT, /^[a-z0-9]{3,24}$/);
+    assert.match(variables.VEMLO_SANDBOX_REDIRECT_URI, /^https:\/\/.+\/redirect\.php$/);
+    assert.match(variables.VEMLO_SANDBOX_DRIVES_CONTROL, /^http:\/\/127\.0\.0\.1:\d+$/);
     assert.equal(variables.VEMLO_SANDBOX_SWIFT_ENDPOINT, undefined);
     for (const name of ['STATE', 'CA_FILE', 'RADOSGW_SECRET_KEY_FILE', 'AZURE_KEY_FILE']) {
       assert.equal(existsSync(variables[`VEMLO_SANDBOX_${name}`]), false);

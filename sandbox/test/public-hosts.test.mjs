@@ -53,6 +53,25 @@ describe('the public hosts', () => {
     }
   });
 
+  it('lead to the drives, once each', () => {
+    const drives = { endpoint: 'http://127.0.0.1:5' };
+    for (const host of [
+      ...[
+        'www.amazon.com',
+        'api.amazon.com',
+        'drive.amazonaws.com',
+        'cdws.us-east-1.amazonaws.com',
+      ],
+      ...['content-na.drive.amazonaws.com', 'accounts.google.com', 'www.googleapis.com'],
+      ...['login.microsoftonline.com', 'graph.microsoft.com'],
+      ...['www.dropbox.com', 'api.dropboxapi.com', 'vemlo.example'],
+    ]) {
+      assert.equal(where({ drives }, host), drives.endpoint, host);
+    }
+    const hosts = publicRoutes({ drives }).map(({ host }) => host);
+    assert.deepEqual(hosts, [...new Set(hosts)]);
+  });
+
   it('are unknown without a server', () => {
     assert.deepEqual(publicRoutes({}), []);
   });

@@ -1,19 +1,12 @@
-// The control endpoint: plain HTTP and JSON, for tests in any language.
+// Control endpoints: plain HTTP and JSON, for tests in any language.
 
 import http from 'node:http';
 
-/** Starts the endpoint on a free loopback port; returns { url, stop }. */
-export async function startControl({ routes, faults, log }) {
-  const actions = {
-    'GET /faults': () => faults.list(),
-    'POST /faults': (body) => faults.add(body),
-    'DELETE /faults': () => faults.clear(),
-    'GET /log': () => log.list(),
-    'DELETE /log': () => log.clear(),
-    'GET /routes': () => routes.list(),
-    'POST /routes': (body) => routes.add(body),
-    'DELETE /routes': () => routes.reset(),
-  };
+/**
+ * Starts an endpoint on a loopback port, by default a free one; returns { url, stop }. `actions`
+ * are "METHOD /path" -> function of the JSON that was sent; what it returns is the answer.
+ */
+export async function startControl(actions, port = 0) {
   const server = http.createServer(async (request, response) => {
     const action = actions[`${request.method} ${request.url}`];
     if (!action) {
@@ -28,7 +21,10 @@ export async function startControl({ routes, faults, log }) {
       answer(response, 400, { error: error.message });
     }
   });
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  await new Promise((resolve, reject) => {
+    server.on('error', reject);
+    server.listen(port, '127.0.0.1', resolve);
+  });
   return { url: `http://127.0.0.1:${server.address().port}`, stop: () => stop(server) };
 }
 

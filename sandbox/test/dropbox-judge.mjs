@@ -1,0 +1,55 @@
+// Asks the emulator of Dropbox what the tests want to know, as the vendor's own clients and as
+// rclone. Writes one JSON object: question -> answer, or [status, summary of the error].
+
+import { Dropbox } from 'dropbox';
+import { fileURLToPath } from 'node:url';
+import { fetch } from 'undici';
+import { answerAll, dispatcher, link, python, rclone, tell } from './drive-judging.mjs';
+
+const kPythonJudge = fileURLToPath(new URL('dropbox-judge.py', import.meta.url));
+
+const tokens = await link('dropbox');
+await tell('seed', 'dropbox', {
+  items: [{ name: 'Photos' }, { name: 'a.txt', kind: 'file', size: 4 }],
+});
+
+function clientWith(accessToken) {
+  return new Dropbox({
+    accessToken,
+    fetch: (url, options) => fetch(url, { ...options, dispatcher }),
+  });
+}
+
+const client = clientWith(tokens.access_token);
+const remote = rclone('dropbox', 'dropbox', tokens);
+
+async function create(path) {
+  return (await client.filesCreateFolderV2({ path })).result.metadata.path_display;
+}
+
+async function foldersInPages() {
+  let { result } = await client.filesListFolder({ path: '', limit: 1 });
+  const entries = [...result.entries];
+  while (result.has_more) {
+    ({ result } = await client.filesListFolderContinue({ cursor: result.cursor }));
+    entries.push(...result.entries);
+  }
+  return entries.filter((entry) => entry['.tag'] === 'folder').map(({ name }) => name);
+}
+
+const questions = {
+  account: async () => (await client.usersGetCurrentAccount()).result.email,
+  'JavaScript creates': () => create('/By JavaScript'),
+  'JavaScript creates again': () => create('/by javascript'),
+  'JavaScript lists nothing': () => client.filesListFolder({ path: '/none' }),
+  'rclone creates': async () => (await remote('mkdir', 'judged:By rclone')) && 'ok',
+  Python: () => python(kPythonJudge, { token: tokens.access_token }),
+  'JavaScript lists, page by page': foldersInPages,
+  'rclone lists': () => remote('lsf', 'judged:'),
+  'wrong token': () => clientWith('wrong').filesListFolder({ path: '' }),
+};
+
+await answerAll(questions, (error) => {
+  if (!error.status) throw error;
+  return [error.status, error.error.error_summary.replace(/\/\.*$/, '')];
+});

@@ -1,0 +1,49 @@
+"""Asks the emulator of Dropbox, as the vendor's own Python client, which checks every answer.
+
+Reads {"token", "proxy"} as JSON from its input and writes one JSON object: question -> answer.
+"""
+
+import json
+import sys
+
+import dropbox
+from dropbox.exceptions import ApiError
+
+
+def names_of_folders(client):
+    page = client.files_list_folder("", limit=1)
+    entries = list(page.entries)
+    while page.has_more:
+        page = client.files_list_folder_continue(page.cursor)
+        entries += page.entries
+    return [entry.name for entry in entries if isinstance(entry, dropbox.files.FolderMetadata)]
+
+
+def failure(call):
+    try:
+        call()
+    except ApiError as error:
+        return error.error
+    return None
+
+
+def conflict(call):
+    error = failure(call).get_path()
+    return f"conflict {error.get_conflict()._tag}" if error.is_conflict() else error._tag
+
+
+def main():
+    given = json.load(sys.stdin)
+    session = dropbox.create_session(proxies={"https": given["proxy"]})
+    client = dropbox.Dropbox(given["token"], session=session, max_retries_on_error=0)
+    answers = {
+        "account": client.users_get_current_account().email,
+        "created": client.files_create_folder_v2("/By Python").metadata.path_display,
+        "again": conflict(lambda: client.files_create_folder_v2("/by python")),
+        "missing": failure(lambda: client.files_list_folder("/none")).get_path()._tag,
+        "folders": names_of_folders(client),
+    }
+    json.dump(answers, sys.stdout)
+
+
+main()

@@ -1,0 +1,21 @@
+// Requests to an emulator of a drive without a network between.
+
+/** A function that sends one account's request: (method, url, json?, headers?) -> answer. */
+export function caller(emulator, account) {
+  return (method, url, json, headers = { 'content-type': 'application/json' }) => {
+    const [, host, path, rawQuery = ''] = /^https:\/\/([^/]+)([^?]*)(?:\?(.*))?$/s.exec(url);
+    const text = typeof json === 'string' ? json : JSON.stringify(json);
+    return emulator.handle({
+      ...{ method, host, path, rawQuery, headers, account },
+      query: new URLSearchParams(rawQuery),
+      body: Buffer.from(text ?? ''),
+    });
+  };
+}
+
+/** A clock that stands still until it is moved. */
+export class Clock {
+  time = Date.UTC(2024, 1, 29, 8, 30, 15);
+
+  now = () => this.time;
+}
