@@ -35,6 +35,8 @@ set(VEMLO_ONE_DRIVE_AUTHORIZATION_ENDPOINT
     "Where Microsoft's users give consent")
 set(VEMLO_ONE_DRIVE_TOKEN_ENDPOINT "https://login.microsoftonline.com/common/oauth2/v2.0/token"
     CACHE STRING "Where Microsoft trades codes and refresh tokens")
+set(VEMLO_ONE_DRIVE_LOGOUT_ENDPOINT "https://login.microsoftonline.com/common/oauth2/v2.0/logout"
+    CACHE STRING "Where Microsoft's users sign out")
 
 set(VEMLO_DROPBOX_CLIENT_ID "placeholder0key" CACHE STRING "Dropbox app key")
 set(VEMLO_DROPBOX_CLIENT_SECRET "placeholder0sec" CACHE STRING "Dropbox app secret")

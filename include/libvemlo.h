@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * libvemlo: connect cloud storage accounts and pick the folder that transfers will use.
  *
  * One flat C interface to S3 and compatible stores, Azure storage blobs, Amazon Drive, Google
@@ -6,8 +7,8 @@
  *
  * Conventions of every function below; a comment says so where a function departs from them.
  *
- *  1. Order of use: libvemlo_global_init() once; then per account a libvemlo_<service>_init(),
- *     calls on the session, a libvemlo_<service>_cleanup(); libvemlo_global_cleanup() once at the
+ *  1. Order of use: libvemlo_global_init() once; then per account a `libvemlo_<service>_init()`,
+ *     calls on the session, a `libvemlo_<service>_cleanup()`; libvemlo_global_cleanup() once at the
  *     end.
  *  2. Order of arguments: the session, then inputs, then outs, a result before its count.
  *  3. Strings are NUL-terminated UTF-8. Inputs belong to the caller, are only read during the call
@@ -30,9 +31,10 @@
  *  8. Time: a call that asks a service blocks until it is answered. For each request there are at
  *     most four attempts, with pauses of 1, 2 and 3 seconds. An attempt is one send, which gives up
  *     after 30 seconds without a connection, 60 seconds without a byte, or 5 minutes in all; where
- *     the service says that the region or the clock of a signature is wrong, it is sent again at
- *     once. A drive call whose token has expired also waits for a new one, up to a minute each
- *     time.
+ *     the service says that the region or the clock of a signature is wrong, or that it does not
+ *     know a filter, it is sent again at once. A drive call whose token has expired also waits for
+ *     a new one. A request for tokens gives up after 30 seconds without a connection, which it
+ *     tries for twice, or after a minute.
  *  9. No function throws through this interface or ends the process, and no result record is
  *     handed out half-filled. Running out of memory is not handled.
  */
@@ -54,7 +56,7 @@ extern "C" {
 /* --------------------------------------------------------------- records and their release --- */
 
 /**
- * An open account. Made by a libvemlo_<service>_init() and good for that service's functions only.
+ * An open account, made by a `libvemlo_<service>_init()`. Good for that service's functions only.
  */
 typedef struct session session;
 
@@ -77,6 +79,7 @@ typedef struct proxy_setting {
   uint16_t port;
   /** Empty: the proxy is offered no credentials. */
   const char *username;
+  /** What goes with `username`. */
   const char *password;
 } proxy_setting;
 
@@ -224,8 +227,9 @@ LIBVEMLO_API void libvemlo_dropbox_cleanup(session *handle);
  * reader, not from one who has this library.
  *
  * @param text  The text. May be null.
- * @return Base64 text, to be released with free(). Null if `text` is null (not logged) or if
- *         enciphering failed (one ERROR line).
+ * @return Base64 text, to be released with free(), with a line break (CR LF) after every 72
+ *         characters; whoever stores it in one line takes them out. Null if `text` is null (not
+ *         logged) or if enciphering failed (one ERROR line).
  *
  * Any thread, after libvemlo_global_init(). Does not block.
  */
@@ -234,9 +238,10 @@ LIBVEMLO_API char *encrypt_string(const char *text);
 /**
  * The text that encrypt_string() made `text` from.
  *
- * @param text  What encrypt_string() returned. May be null.
- * @return The plain text, to be released with free(). Null if `text` is null (not logged) or is
- *         not the work of encrypt_string() (one ERROR line).
+ * @param text  What encrypt_string() returned, with or without its line breaks. May be null.
+ * @return The plain text, to be released with free(). Null if `text` is null (not logged) or cannot
+ *         be deciphered (one ERROR line). Nothing proves that a text is unaltered: one that was
+ *         tampered with may come back as another.
  *
  * Any thread, after libvemlo_global_init(). Does not block.
  */
@@ -402,8 +407,7 @@ LIBVEMLO_API int azure_ssb_create_directory(session *handle, const char *bucket,
  * @param handle  An Amazon Drive session.
  * @param url     Receives the address. Cleared after the argument check.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Amazon Drive (`*url` is null
- *         then).
+ *         -1: an argument is null, or the session is not one of Amazon Drive.
  *
  * Does not block.
  */
@@ -418,12 +422,11 @@ LIBVEMLO_API int amazon_drive_get_authorize_url(session *handle, char **url);
  * @param access_token   Receives the access token. Cleared before the request.
  * @param refresh_token  Receives the refresh token. Cleared before the request.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Amazon Drive (the outs are null
- *         then).
+ *         -1: an argument is null, or the session is not one of Amazon Drive.
  *         340: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
  *         which holds the code and any token in clear.
  *
- * Not while another call on the session runs. Blocks for one request of at most a minute.
+ * Not while another call on the session runs. Blocks for one request.
  */
 LIBVEMLO_API int amazon_drive_get_token(session *handle, const char *code, char **access_token,
                                         char **refresh_token);
@@ -452,7 +455,7 @@ LIBVEMLO_API int amazon_drive_set_token(session *handle, const char *access_toke
  *         -1: `handle` is null or not a session of Amazon Drive.
  *         1: the request failed. One ERROR line.
  *
- * Not while another call on the session runs. Blocks for one request.
+ * Blocks for one request.
  */
 LIBVEMLO_API int amazon_drive_get_endpoint(session *handle);
 
@@ -465,7 +468,7 @@ LIBVEMLO_API int amazon_drive_get_endpoint(session *handle);
  *         -1: `handle` is null or not a session of Amazon Drive.
  *         1: a request failed. One ERROR line.
  *
- * Not while another call on the session runs. Blocks for one request, and one more if the
+ * Blocks for one request, and one more if the
  * endpoints are not known yet.
  */
 LIBVEMLO_API int amazon_drive_test_api(session *handle);
@@ -477,8 +480,7 @@ LIBVEMLO_API int amazon_drive_test_api(session *handle);
  * @param handle  An authorized Amazon Drive session.
  * @param root    Receives the record. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument is null, or the session is not one of Amazon Drive (`*root` is null
- *         then).
+ *         -1: an argument is null, or the session is not one of Amazon Drive.
  *         1: a request failed. One ERROR line. 100: the account has no root folder. Nothing
  *         is logged.
  *
@@ -494,11 +496,10 @@ LIBVEMLO_API int amazon_drive_get_root_directory(session *handle, directory **ro
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
- *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive
- *         (the outs are cleared then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive.
  *         1: a request failed. One ERROR line, no partial list.
  *
- * Blocks for one request per 100 folders, and one more if the endpoints are not known yet.
+ * Blocks for at least one request per 100 folders, and one more if the endpoints are not known yet.
  */
 LIBVEMLO_API int amazon_drive_list_directory(session *handle, const directory *parent,
                                              directory **children, int *count);
@@ -511,8 +512,7 @@ LIBVEMLO_API int amazon_drive_list_directory(session *handle, const directory *p
  * @param name     The new folder's name.
  * @param created  Receives the record, named as the service names it. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive
- *         (`*created` is null then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request, and one more if the endpoints are not known yet.
@@ -529,8 +529,7 @@ LIBVEMLO_API int amazon_drive_create_directory(session *handle, const directory 
  * @param handle  A Google Drive session.
  * @param url     Receives the address. Cleared after the argument check.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Google Drive (`*url` is null
- *         then).
+ *         -1: an argument is null, or the session is not one of Google Drive.
  *
  * Does not block.
  */
@@ -545,12 +544,11 @@ LIBVEMLO_API int google_drive_get_authorize_url(session *handle, char **url);
  * @param access_token   Receives the access token. Cleared before the request.
  * @param refresh_token  Receives the refresh token. Cleared before the request.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Google Drive (the outs are null
- *         then).
+ *         -1: an argument is null, or the session is not one of Google Drive.
  *         337: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
  *         which holds the code and any token in clear.
  *
- * Not while another call on the session runs. Blocks for one request of at most a minute.
+ * Not while another call on the session runs. Blocks for one request.
  */
 LIBVEMLO_API int google_drive_get_token(session *handle, const char *code, char **access_token,
                                         char **refresh_token);
@@ -576,8 +574,7 @@ LIBVEMLO_API int google_drive_set_token(session *handle, const char *access_toke
  * @param handle  An authorized Google Drive session.
  * @param root    Receives the record. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument is null, or the session is not one of Google Drive (`*root` is null
- *         then).
+ *         -1: an argument is null, or the session is not one of Google Drive.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request.
@@ -592,11 +589,10 @@ LIBVEMLO_API int google_drive_get_root_directory(session *handle, directory **ro
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
- *         -1: an argument or the parent's id is null, or the session is not one of Google Drive
- *         (the outs are cleared then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Google Drive.
  *         1: a request failed. One ERROR line, no partial list.
  *
- * Blocks for one request per 500 folders.
+ * Blocks for at least one request per 500 folders.
  */
 LIBVEMLO_API int google_drive_list_directory(session *handle, const directory *parent,
                                              directory **children, int *count);
@@ -609,8 +605,7 @@ LIBVEMLO_API int google_drive_list_directory(session *handle, const directory *p
  * @param name     The new folder's name.
  * @param created  Receives the record, named as the service names it. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument or the parent's id is null, or the session is not one of Google Drive
- *         (`*created` is null then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Google Drive.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request.
@@ -626,7 +621,7 @@ LIBVEMLO_API int google_drive_create_directory(session *handle, const directory 
  * @param handle  A OneDrive session.
  * @param url     Receives the address. Cleared after the argument check.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of OneDrive (`*url` is null then).
+ *         -1: an argument is null, or the session is not one of OneDrive.
  *
  * Does not block.
  */
@@ -638,7 +633,7 @@ LIBVEMLO_API int one_drive_get_authorize_url(session *handle, char **url);
  * @param handle  A OneDrive session.
  * @param url     Receives the address. Cleared after the argument check.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of OneDrive (`*url` is null then).
+ *         -1: an argument is null, or the session is not one of OneDrive.
  *
  * Does not block.
  */
@@ -654,10 +649,10 @@ LIBVEMLO_API int one_drive_get_logout_url(session *handle, char **url);
  * @param refresh_token  Receives the refresh token. Cleared before the request.
  * @return 0: done; release with free(). An answer without a refresh token is a success with an
  *         empty `*refresh_token`.
- *         -1: an argument is null, or the session is not one of OneDrive (the outs are null then).
+ *         -1: an argument is null, or the session is not one of OneDrive.
  *         343: the exchange failed. One ERROR line, which holds the code in clear.
  *
- * Not while another call on the session runs. Blocks for one request of at most a minute.
+ * Not while another call on the session runs. Blocks for one request.
  */
 LIBVEMLO_API int one_drive_get_token(session *handle, const char *code, char **access_token,
                                      char **refresh_token);
@@ -683,7 +678,7 @@ LIBVEMLO_API int one_drive_set_token(session *handle, const char *access_token,
  * @param handle  An authorized OneDrive session.
  * @param root    Receives the record. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument is null, or the session is not one of OneDrive (`*root` is null then).
+ *         -1: an argument is null, or the session is not one of OneDrive.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request.
@@ -699,11 +694,10 @@ LIBVEMLO_API int one_drive_get_root_directory(session *handle, directory **root)
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
- *         -1: an argument or the parent's id is null, or the session is not one of OneDrive (the
- *         outs are cleared then).
+ *         -1: an argument or the parent's id is null, or the session is not one of OneDrive.
  *         1: a request failed. One ERROR line, no partial list.
  *
- * Blocks for one request per 500 folders, and one more.
+ * Blocks for at least one request per 500 folders, and one more.
  */
 LIBVEMLO_API int one_drive_list_directory(session *handle, const directory *parent,
                                           directory **children, int *count);
@@ -716,8 +710,7 @@ LIBVEMLO_API int one_drive_list_directory(session *handle, const directory *pare
  * @param name     The new folder's name.
  * @param created  Receives the record, named as the service names it. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument or the parent's id is null, or the session is not one of OneDrive
- *         (`*created` is null then).
+ *         -1: an argument or the parent's id is null, or the session is not one of OneDrive.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request.
@@ -733,7 +726,7 @@ LIBVEMLO_API int one_drive_create_directory(session *handle, const directory *pa
  * @param handle  A Dropbox session.
  * @param url     Receives the address. Cleared after the argument check.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Dropbox (`*url` is null then).
+ *         -1: an argument is null, or the session is not one of Dropbox.
  *
  * Does not block.
  */
@@ -741,16 +734,20 @@ LIBVEMLO_API int dropbox_get_authorize_url(session *handle, char **url);
 
 /**
  * Trades the authorization code, with which the service sent the user back to the redirect page,
- * for tokens. On success the session is authorized and need not be given the tokens.
+ * for tokens. On success the session is authorized and need not be given the tokens. It also keeps
+ * a refresh token, which is not handed out: a session that is given the access token later ends with
+ * it, after some hours. If the bundled service-client layer was built with
+ * VEMLO_DROPBOX_DURABLE_TOKEN, what is handed out holds both and lasts, but is not what requests of
+ * the host's own would have to carry.
  *
  * @param handle        A Dropbox session.
  * @param code          The authorization code, percent-decoded. Good for one exchange.
  * @param access_token  Receives the access token. Cleared before the request.
  * @return 0: done; release with free().
- *         -1: an argument is null, or the session is not one of Dropbox (the outs are null then).
+ *         -1: an argument is null, or the session is not one of Dropbox.
  *         343: the exchange failed. One ERROR line, which holds the code in clear.
  *
- * Not while another call on the session runs. Blocks for one request of at most a minute.
+ * Not while another call on the session runs. Blocks for one request.
  */
 LIBVEMLO_API int dropbox_get_token(session *handle, const char *code, char **access_token);
 
@@ -770,7 +767,8 @@ LIBVEMLO_API int dropbox_set_token(session *handle, const char *access_token);
 /**
  * Lists the folders directly below a folder, in the service's order. The root folder's id is "/".
  *
- * A folder whose listing takes the service more than one page cannot be listed: the last page is
+ * The bundled service-client layer gets a folder whole, however many pages the service makes of it.
+ * With a layer that hands out single pages, a folder of several cannot be listed: the last one is
  * asked for again and again until a request fails, and that failure is the result.
  *
  * @param handle    An authorized Dropbox session.
@@ -778,8 +776,7 @@ LIBVEMLO_API int dropbox_set_token(session *handle, const char *access_token);
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
- *         -1: an argument or the parent's id is null, or the session is not one of Dropbox (the
- *         outs are cleared then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Dropbox.
  *         1: a request failed. One ERROR line, no partial list.
  *
  * Blocks for one request per page of the service.
@@ -788,16 +785,15 @@ LIBVEMLO_API int dropbox_list_directory(session *handle, const directory *parent
                                         directory **children, int *count);
 
 /**
- * Makes a folder at the parent's id, a slash and the name. So the parent of a folder at the top
- * level is a record with an empty id, not "/": the service refuses a path with two slashes.
+ * Makes a folder at the parent's id, a slash and the name. That is "//name" under the root record;
+ * the bundled service-client layer sends one slash, as the service refuses two.
  *
  * @param handle   An authorized Dropbox session.
  * @param parent   The folder to make it in; its `id` counts and must not be null.
  * @param name     The new folder's name.
  * @param created  Receives the record, named as the service names it. Cleared before the request.
  * @return 0: done; release with free_directory().
- *         -1: an argument or the parent's id is null, or the session is not one of Dropbox
- *         (`*created` is null then).
+ *         -1: an argument or the parent's id is null, or the session is not one of Dropbox.
  *         1: a request failed. One ERROR line.
  *
  * Blocks for one request.

@@ -2,7 +2,7 @@
 
 #include <glog/logging.h>
 
-#include <cstring>
+#include "libvemlo/records.h"
 
 namespace libvemlo {
 
@@ -13,11 +13,7 @@ int reportFailure(const CloudStorage::Client::Error& error) {
   return resultOf(error);
 }
 
-void NameList::add(std::string_view name) {
-  auto& copy = names_.emplace_back(static_cast<char*>(std::malloc(name.size() + 1)));
-  std::memcpy(copy.get(), name.data(), name.size());
-  copy.get()[name.size()] = '\0';
-}
+void NameList::add(std::string_view name) { names_.emplace_back(copyOf(name)); }
 
 void NameList::handOut(char*** list, int* count) && {
   *list = nullptr;

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@ namespace {
 
 using StandIn::journal;
 using testing::ElementsAre;
+using testing::StartsWith;
 
 class HostLayer : public testing::Test {
  protected:
@@ -129,6 +131,59 @@ TEST_F(HostLayer, OpensDriveSessions) {
   libvemlo_dropbox_cleanup(libvemlo_dropbox_init(nullptr));
   EXPECT_THAT(journal().calls, ElementsAre("GoogleDriveClient", "AmazonDriveClient",
                                            "OneDriveClient", "DropboxClient"));
+}
+
+// What one drive service's functions do with the layer.
+struct Drive {
+  session* (*open)(const proxy_setting*);
+  void (*close)(session*);
+  int (*list)(session*, const directory*, directory**, int*);
+  int (*make)(session*, const directory*, const char*, directory**);
+};
+
+TEST_F(HostLayer, ListsAndMakesDriveFoldersThroughTheHostsClients) {
+  for (const auto& drive : {Drive{libvemlo_google_drive_init, libvemlo_google_drive_cleanup,
+                                  google_drive_list_directory, google_drive_create_directory},
+                            Drive{libvemlo_amazon_drive_init, libvemlo_amazon_drive_cleanup,
+                                  amazon_drive_list_directory, amazon_drive_create_directory},
+                            Drive{libvemlo_one_drive_init, libvemlo_one_drive_cleanup,
+                                  one_drive_list_directory, one_drive_create_directory},
+                            Drive{libvemlo_dropbox_init, libvemlo_dropbox_cleanup,
+                                  dropbox_list_directory, dropbox_create_directory}}) {
+    journal().operationsFail = false;
+    session* handle = drive.open(nullptr);
+    char parentId[] = "/parent";
+    const directory parent{nullptr, parentId};
+    directory* folders = nullptr;
+    int count = 0;
+    EXPECT_EQ(drive.list(handle, &parent, &folders, &count), 0);
+    EXPECT_THAT(takeNames(folders, count), ElementsAre("one", "two"));
+    directory* made = nullptr;
+    ASSERT_EQ(drive.make(handle, &parent, "name", &made), 0);
+    EXPECT_STREQ(made->name, "name");
+    free_directory(made);
+    journal().operationsFail = true;
+    EXPECT_EQ(drive.list(handle, &parent, &folders, &count), 1);
+    EXPECT_EQ(drive.make(handle, &parent, "name", &made), 1);
+    drive.close(handle);
+  }
+}
+
+TEST_F(HostLayer, LinksAnAccountThroughTheHostsClient) {
+  session* handle = libvemlo_google_drive_init(nullptr);
+  char* url = nullptr;
+  ASSERT_EQ(google_drive_get_authorize_url(handle, &url), 0);
+  EXPECT_THAT(url, StartsWith("consent to email"));
+  std::free(url);
+  char* accessToken = nullptr;
+  char* refreshToken = nullptr;
+  ASSERT_EQ(google_drive_get_token(handle, "code", &accessToken, &refreshToken), 0);
+  EXPECT_STREQ(accessToken, "access");
+  EXPECT_STREQ(refreshToken, "refresh");
+  std::free(accessToken);
+  std::free(refreshToken);
+  libvemlo_google_drive_cleanup(handle);
+  EXPECT_THAT(journal().calls, ElementsAre("GoogleDriveClient", "exchange code"));
 }
 
 // A layer whose constructors throw is the host's own, and so is what becomes of the exception; but

@@ -3,22 +3,13 @@
 #include <stdexcept>
 #include <utility>
 
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
-#include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
-#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
 #include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
 #include "CloudStorage/Config/ConnectionGenericSetting.h"
 #include "CloudStorage/Util/Threading/DefaultExecutor.h"
 
 namespace StandIn {
-namespace {
 
 void noteClient(const char* name,
                 std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential) {
@@ -30,8 +21,6 @@ void noteClient(const char* name,
 CloudStorage::Client::Error failure() {
   return {CloudStorage::Client::CoreErrors::AccessDenied, "StandIn", "as told", {}, false, 403};
 }
-
-}  // namespace
 
 Journal& journal() {
   static Journal instance;
@@ -63,11 +52,6 @@ AWSAuthCredential::~AWSAuthCredential() = default;
 
 AzureSSBAuthentication::~AzureSSBAuthentication() = default;
 
-OAuth2Credential::OAuth2Credential() : id_(0) {}
-OAuth2Credential::~OAuth2Credential() = default;
-bool OAuth2Credential::isEmpty() const { return accessToken_.empty(); }
-Util::Status OAuth2Credential::refreshAccessToken() { return {1, "the stand-in cannot refresh"}; }
-
 bool AzureSSBAuthentication::decodeAccessKey() {
   journal().calls.emplace_back("decodeAccessKey");
   return accessKey_ == "good";
@@ -76,11 +60,6 @@ bool AzureSSBAuthentication::decodeAccessKey() {
 }  // namespace Auth
 
 namespace Client {
-
-OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                           ClientEnvironment /*environment*/)
-    : WSClient(std::move(parts)), clientSpec_(std::move(clientSpec)) {}
-OAuth2Client::~OAuth2Client() = default;
 
 namespace S3 {
 
@@ -205,74 +184,5 @@ Error AzureSSBErrorMarshaller::marshall(const Http::Response&, Http::Method) con
 
 }  // namespace AzureSSB
 
-namespace GoogleDrive {
-
-GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential,
-                                     std::shared_ptr<RetryStrategy>,
-                                     std::shared_ptr<WSErrorMarshaller>,
-                                     std::shared_ptr<Util::RateLimiter>,
-                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), {}, {}) {
-  StandIn::noteClient("GoogleDriveClient", credential);
-}
-
-GoogleDriveClient::~GoogleDriveClient() = default;
-
-Error GoogleDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
-
-}  // namespace GoogleDrive
-
-namespace AmazonDrive {
-
-AmazonDriveClient::AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential,
-                                     std::shared_ptr<RetryStrategy>,
-                                     std::shared_ptr<WSErrorMarshaller>,
-                                     std::shared_ptr<Util::RateLimiter>,
-                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), {}, {}) {
-  StandIn::noteClient("AmazonDriveClient", credential);
-}
-
-AmazonDriveClient::~AmazonDriveClient() = default;
-
-Error AmazonDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
-
-}  // namespace AmazonDrive
-
-namespace OneDrive {
-
-OneDriveClient::OneDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                               std::shared_ptr<Auth::OAuth2Credential> credential,
-                               std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
-                               std::shared_ptr<Util::RateLimiter>,
-                               std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), {}, {}) {
-  StandIn::noteClient("OneDriveClient", credential);
-}
-
-OneDriveClient::~OneDriveClient() = default;
-
-Error OneDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
-
-}  // namespace OneDrive
-
-namespace Dropbox {
-
-DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
-                             std::shared_ptr<Auth::OAuth2Credential> credential,
-                             std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
-                             std::shared_ptr<Util::RateLimiter>, std::shared_ptr<Util::RateLimiter>,
-                             Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), {}, {}) {
-  StandIn::noteClient("DropboxClient", credential);
-}
-
-DropboxClient::~DropboxClient() = default;
-
-Error DropboxErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
-
-}  // namespace Dropbox
 }  // namespace Client
 }  // namespace CloudStorage

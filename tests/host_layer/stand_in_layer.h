@@ -24,4 +24,9 @@ struct Journal {
 Journal& journal();
 void reset();
 
+// What the parts of the layer do when they are made, and when they are told to fail.
+void noteClient(const char* name,
+                std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential);
+CloudStorage::Client::Error failure();
+
 }  // namespace StandIn

@@ -1,7 +1,10 @@
 // What goes over the wire, what is made of the answer, and how connections are used.
 
+#include <arpa/inet.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 #include <atomic>
 #include <chrono>
@@ -72,6 +75,20 @@ std::string onTheWire(Method method, const std::string& target, Request request 
 Response answerTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
   LoopbackServer server(alwaysAnswer(bytes));
   return CurlTransport(options).send(server.request(Method::Get, "/"));
+}
+
+/// This process's socket that is connected to `port` of this machine; -1 if there is none.
+int socketTo(std::uint16_t port) {
+  constexpr int kMany = 1024;
+  for (int descriptor = 0; descriptor < kMany; ++descriptor) {
+    sockaddr_in peer{};
+    socklen_t size = sizeof(peer);
+    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+        peer.sin_family == AF_INET && peer.sin_port == htons(port)) {
+      return descriptor;
+    }
+  }
+  return -1;
 }
 
 /// Holds everybody back until `expected` have arrived. Gives up after two seconds, so that a
@@ -309,6 +326,15 @@ TEST(CurlTransport, SequentialCallsShareOneConnection) {
   }
   EXPECT_EQ(server.requests().size(), 200U);
   EXPECT_EQ(server.connectionCount(), 1U);
+}
+
+TEST(CurlTransport, ConnectionsAreNotHandedOnToOtherPrograms) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  CurlTransport transport({});
+  transport.send(server.request(Method::Get, "/"));
+  const int connection = socketTo(server.port());
+  ASSERT_GE(connection, 0);
+  EXPECT_NE(::fcntl(connection, F_GETFD) & FD_CLOEXEC, 0);
 }
 
 TEST(CurlTransport, SixteenThreadsUseAtMostSixteenConnections) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -25,11 +26,11 @@ using ::testing::IsEmpty;
 /// Hands out "new-1", "new-2" and so on, or what `conduct` decides.
 class FakeRefresher : public TokenRefresher {
  public:
-  Status refresh(const std::string& refreshToken, Tokens& tokens) override {
+  Status refresh(Tokens& tokens) override {
     std::size_t number = 0;
     {
       const std::lock_guard<std::mutex> lock(mutex_);
-      asked_.push_back(refreshToken);
+      asked_.push_back(tokens.refreshToken);
       number = asked_.size();
     }
     if (conduct) return conduct(tokens);
@@ -75,6 +76,30 @@ class OAuth2CredentialTest : public ::testing::Test {
 
   std::shared_ptr<FakeRefresher> refresher = std::make_shared<FakeRefresher>();
   OAuth2Credential credential;
+};
+
+/// A service that refuses every refresh token, and a clock.
+class OAuth2RefusedRefresh : public OAuth2CredentialTest {
+ protected:
+  OAuth2RefusedRefresh() {
+    credential.setTokenRefresher(refresher, [this] { return now; });
+    refuseWith(400);
+  }
+
+  void refuseWith(int code) {
+    refresher->conduct = [code](TokenRefresher::Tokens&) {
+      return Status(code, "refused with " + std::to_string(code));
+    };
+  }
+
+  // As a call does it whose token is not accepted.
+  Status attemptAndRefresh() {
+    credential.accessTokenForAttempt();
+    return credential.refreshAccessToken();
+  }
+
+  std::chrono::system_clock::time_point now =
+      std::chrono::system_clock::from_time_t(1709195415);  // 2024-02-29 08:30:15 UTC
 };
 
 using OAuth2CredentialConcurrency = OAuth2CredentialTest;
@@ -131,14 +156,6 @@ TEST(OAuth2Credential, WithoutARefresherRefreshFails) {
   EXPECT_EQ(credential.accessToken(), "old");
 }
 
-TEST_F(OAuth2CredentialTest, WithoutARefreshTokenRefreshFailsUnasked) {
-  credential.setRefreshToken("");
-  credential.accessTokenForAttempt();
-  EXPECT_FALSE(credential.refreshAccessToken().isSuccess());
-  EXPECT_THAT(refresher->asked(), IsEmpty());
-  EXPECT_EQ(credential.accessToken(), "old");
-}
-
 TEST_F(OAuth2CredentialTest, RefreshReplacesTheAccessTokenAndKeepsTheRefreshToken) {
   EXPECT_EQ(credential.accessTokenForAttempt(), "old");
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
@@ -186,6 +203,99 @@ TEST_F(OAuth2CredentialTest, EachFailedAttemptAsksAgainAfterAFailure) {
   credential.accessTokenForAttempt();
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
   EXPECT_EQ(credential.accessToken(), "new-2");
+}
+
+TEST_F(OAuth2RefusedRefresh, IsNotAskedForAgainForFiveSeconds) {
+  for (const int seconds : {0, 1, 3}) {  // 4 in all
+    now += std::chrono::seconds(seconds);
+    const auto status = attemptAndRefresh();
+    EXPECT_EQ(status.getCode(), 400);
+    EXPECT_EQ(status.toString(), "refused with 400");
+  }
+  now += std::chrono::milliseconds(999);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  EXPECT_EQ(refresher->asked().size(), 1U);
+
+  now += std::chrono::milliseconds(1);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  EXPECT_EQ(refresher->asked().size(), 2U);
+  now += std::chrono::seconds(4);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  EXPECT_EQ(refresher->asked().size(), 2U) << "the second refusal counts from its own time";
+}
+
+TEST_F(OAuth2RefusedRefresh, IsRememberedForOtherThreads) {
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  runInOtherThread([this] { EXPECT_EQ(attemptAndRefresh().getCode(), 400); });
+  EXPECT_EQ(refresher->asked().size(), 1U);
+}
+
+TEST_F(OAuth2RefusedRefresh, OnlyRefusalsAreRemembered) {
+  std::size_t asked = 0;
+  for (const int code : {-1, 403, 404, 429, 500, 502, 503, 200}) {
+    SCOPED_TRACE(code);
+    refuseWith(code);
+    EXPECT_EQ(attemptAndRefresh().getCode(), code);
+    EXPECT_EQ(refresher->asked().size(), ++asked);
+  }
+  refuseWith(401);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 401);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 401);
+  EXPECT_EQ(refresher->asked().size(), ++asked);
+}
+
+TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTokensAreSet) {
+  const std::function<void()> changes[] = {
+      [this] { credential.setAccessToken("other"); },
+      [this] { credential.setRefreshToken("other refresh"); },
+      [this] { credential.setTokens("third", "third refresh"); },
+  };
+  EXPECT_FALSE(attemptAndRefresh().isSuccess());
+  std::size_t asked = 1;
+  for (const auto& change : changes) {
+    change();
+    EXPECT_FALSE(attemptAndRefresh().isSuccess());
+    EXPECT_EQ(refresher->asked().size(), ++asked);
+  }
+}
+
+TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTheClockIsPutBack) {
+  EXPECT_FALSE(attemptAndRefresh().isSuccess());
+  now -= std::chrono::hours(1);
+  refresher->conduct = nullptr;
+  EXPECT_TRUE(attemptAndRefresh().isSuccess());
+}
+
+TEST_F(OAuth2RefusedRefresh, DoesNotOutliveALaterFailure) {
+  const auto begin = now;
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  now += std::chrono::seconds(5);
+  refuseWith(503);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 503);
+  now = begin;
+  EXPECT_EQ(attemptAndRefresh().getCode(), 503);
+  EXPECT_EQ(refresher->asked().size(), 3U);
+}
+
+TEST_F(OAuth2RefusedRefresh, RealClockIsTheDefault) {
+  credential.setTokenRefresher(refresher);
+  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
+  EXPECT_EQ(refresher->asked().size(), 1U);
+}
+
+TEST(OAuth2Credential, RequestsCarryWhatTheServicesTokensHoldForThem) {
+  class Halves : public FakeRefresher {
+   public:
+    std::string bearerOf(const std::string& accessToken) const override {
+      return accessToken.substr(0, accessToken.size() / 2);
+    }
+  };
+  OAuth2Credential credential;
+  credential.setAccessToken("abcd");
+  EXPECT_EQ(credential.accessTokenForAttempt(), "abcd");
+  credential.setTokenRefresher(std::make_shared<Halves>());
+  EXPECT_EQ(credential.accessTokenForAttempt(), "ab");
+  EXPECT_EQ(credential.accessToken(), "abcd");
 }
 
 TEST_F(OAuth2CredentialTest, ThreadWithoutAnAttemptAlwaysAsks) {

@@ -46,7 +46,10 @@ Response unreachable(bool requestMayHaveRun) {
 
 class OAuth2TokenEndpointTest : public ::testing::Test {
  protected:
-  Status refresh() { return endpoint.refresh(kRefreshToken, tokens); }
+  Status refresh() {
+    tokens = {"old", kRefreshToken};
+    return endpoint.refresh(tokens);
+  }
 
   Status refreshAnsweredWith(Response response) {
     transport->enqueue(std::move(response));
@@ -59,8 +62,12 @@ class OAuth2TokenEndpointTest : public ::testing::Test {
     EXPECT_FALSE(status.isSuccess());
     EXPECT_EQ(status.getCode(), httpStatus);
     EXPECT_EQ(status.toString(), text);
-    EXPECT_THAT(tokens.accessToken, IsEmpty());
-    EXPECT_THAT(tokens.refreshToken, IsEmpty());
+    expectOldTokens();
+  }
+
+  void expectOldTokens() const {
+    EXPECT_EQ(tokens.accessToken, "old");
+    EXPECT_EQ(tokens.refreshToken, kRefreshToken);
   }
 
   std::shared_ptr<TestSupport::ScriptedTransport> transport =
@@ -93,15 +100,14 @@ TEST_F(OAuth2TokenEndpointTest, ReadsBothTokens) {
   EXPECT_EQ(tokens.refreshToken, "1//0g");
 }
 
-TEST_F(OAuth2TokenEndpointTest, AbsentEmptyOrNullRefreshTokenIsNone) {
+TEST_F(OAuth2TokenEndpointTest, RefreshTokenStaysIfNoOtherComes) {
   for (const auto* member : {"", R"(,"refresh_token":"")", R"(,"refresh_token":null)"}) {
     SCOPED_TRACE(member);
-    tokens.refreshToken = "left over";
     EXPECT_TRUE(
         refreshAnsweredWith(jsonAnswer(200, std::string(R"({"access_token":"a")") + member + "}"))
             .isSuccess());
     EXPECT_EQ(tokens.accessToken, "a");
-    EXPECT_THAT(tokens.refreshToken, IsEmpty());
+    EXPECT_EQ(tokens.refreshToken, kRefreshToken);
   }
 }
 
@@ -112,7 +118,6 @@ TEST_F(OAuth2TokenEndpointTest, TokenTypeIsComparedWithoutCase) {
                                                         R"("token_type":")" + type + R"("})"))
                     .isSuccess());
   }
-  tokens = {};
   expectMalformed(jsonAnswer(200, R"({"access_token":"a","token_type":"mac"})"),
                   "MalformedResponse: the access token is no bearer token");
 }
@@ -194,7 +199,7 @@ TEST_F(OAuth2TokenEndpointTest, OtherSuccessesAndRedirectsAreFailures) {
     EXPECT_EQ(status.toString(), "HTTP " + std::to_string(code));
   }
   EXPECT_EQ(transport->requests().size(), 3U);
-  EXPECT_THAT(tokens.accessToken, IsEmpty());
+  expectOldTokens();
 }
 
 TEST_F(OAuth2TokenEndpointTest, SecretsThatTheServiceRepeatsAreBlackedOut) {
@@ -210,7 +215,8 @@ TEST_F(OAuth2TokenEndpointTest, SecretsThatTheServiceRepeatsAreBlackedOut) {
 
 TEST_F(OAuth2TokenEndpointTest, ShortSecretsDoNotMangleTexts) {
   transport->enqueue(jsonAnswer(400, R"({"error":"expired","error_description":"the end"})"));
-  EXPECT_EQ(endpoint.refresh("e", tokens).toString(), "expired: the end");
+  tokens.refreshToken = "e";
+  EXPECT_EQ(endpoint.refresh(tokens).toString(), "expired: the end");
 }
 
 TEST_F(OAuth2TokenEndpointTest, TransportFailureIsReported) {
@@ -253,6 +259,23 @@ TEST_F(OAuth2TokenEndpointTest, NothingElseIsRepeated) {
   }
 }
 
+TEST_F(OAuth2TokenEndpointTest, WithoutAUsableRefreshTokenNothingIsSent) {
+  tokens = {"old", ""};
+  EXPECT_EQ(endpoint.refresh(tokens).toString(), "There is no refresh token.");
+  for (const char forbidden : {'\r', '\n', '\0'}) {
+    tokens.refreshToken = std::string("secret") + forbidden + "x";
+    const auto status = endpoint.refresh(tokens);
+    EXPECT_EQ(status.getCode(), -1);
+    EXPECT_EQ(status.toString(), "InvalidRequest: the refresh token contains control characters");
+  }
+  EXPECT_EQ(tokens.accessToken, "old");
+  EXPECT_THAT(transport->requests(), IsEmpty());
+}
+
+TEST_F(OAuth2TokenEndpointTest, RequestsCarryTheWholeAccessToken) {
+  EXPECT_EQ(endpoint.bearerOf("Atza|with|bars"), "Atza|with|bars");
+}
+
 TEST(OAuth2TokenEndpoint, UnusableAddressFailsWithoutARequest) {
   for (const auto* address : {"", "login.example.test/token", "ftp://login.example.test/token"}) {
     SCOPED_TRACE(address);
@@ -260,8 +283,8 @@ TEST(OAuth2TokenEndpoint, UnusableAddressFailsWithoutARequest) {
     spec.tokenEndpoint = address;
     const auto transport = std::make_shared<TestSupport::ScriptedTransport>();
     OAuth2TokenEndpoint endpoint(spec, transport);
-    TokenRefresher::Tokens tokens;
-    const auto status = endpoint.refresh(kRefreshToken, tokens);
+    TokenRefresher::Tokens tokens{"old", kRefreshToken};
+    const auto status = endpoint.refresh(tokens);
     EXPECT_EQ(status.getCode(), -1);
     EXPECT_EQ(status.toString(), "InvalidRequest: the token endpoint's address is unusable");
     EXPECT_THAT(transport->requests(), IsEmpty());

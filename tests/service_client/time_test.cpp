@@ -7,10 +7,12 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
 using CloudStorage::Util::formatHttpDate;
+using CloudStorage::Util::formatIsoTime;
 using CloudStorage::Util::parseHttpDate;
 using CloudStorage::Util::parseIsoTime;
 using CloudStorage::Util::TimePoint;
@@ -22,16 +24,28 @@ std::optional<std::time_t> secondsOf(const std::optional<TimePoint>& time) {
 
 constexpr std::time_t kLeapDay = 1709195415;  // 2024-02-29 08:30:15 UTC
 
+TimePoint timeAt(std::time_t seconds) { return std::chrono::system_clock::from_time_t(seconds); }
+
 TEST(Time, ReadsIsoTimes) {
   EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15Z")), kLeapDay);
   EXPECT_EQ(secondsOf(parseIsoTime("1970-01-01T00:00:00Z")), 0);
   EXPECT_EQ(secondsOf(parseIsoTime("2000-12-31T23:59:59Z")), 978307199);
 }
 
-TEST(Time, DropsTheFractionHoweverLong) {
-  for (const char* fraction : {".", ".0", ".000", ".999", ".1234567", ".123456789"}) {
-    EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15" + std::string(fraction) + "Z")),
-              kLeapDay);
+TEST(Time, ReadsFractionsToTheMicrosecond) {
+  const std::pair<std::string, int> fractions[] = {{".", 0},
+                                                   {".0", 0},
+                                                   {".000", 0},
+                                                   {".999", 999000},
+                                                   {".000001", 1},
+                                                   {".0000009", 0},
+                                                   {".1234567", 123456},
+                                                   {".123456789", 123456},
+                                                   {".999999999999", 999999}};
+  for (const auto& [fraction, value] : fractions) {
+    EXPECT_EQ(parseIsoTime("2024-02-29T08:30:15" + fraction + "Z"),
+              timeAt(kLeapDay) + std::chrono::microseconds(value))
+        << fraction;
   }
 }
 
@@ -79,6 +93,18 @@ TEST(Time, TimesBeyondTheClockAreNone) {
   EXPECT_EQ(parseHttpDate("Fri, 31 Dec 9999 23:59:59 GMT"), std::nullopt);
 }
 
+TEST(Time, WritesIsoTimes) {
+  using std::chrono::nanoseconds;
+  EXPECT_EQ(formatIsoTime(timeAt(kLeapDay)), "2024-02-29T08:30:15.000000Z");
+  EXPECT_EQ(formatIsoTime(timeAt(0)), "1970-01-01T00:00:00.000000Z");
+  EXPECT_EQ(formatIsoTime(timeAt(kLeapDay) + nanoseconds(1999)), "2024-02-29T08:30:15.000001Z");
+  EXPECT_EQ(formatIsoTime(timeAt(kLeapDay) + nanoseconds(999999999)),
+            "2024-02-29T08:30:15.999999Z");
+  EXPECT_EQ(formatIsoTime(timeAt(0) - nanoseconds(1)), "1969-12-31T23:59:59.999999Z");
+  EXPECT_EQ(formatIsoTime(TimePoint::max()), "2262-04-11T23:47:16.854775Z");
+  EXPECT_EQ(formatIsoTime(TimePoint::min()), "1677-09-21T00:12:43.145224Z");
+}
+
 TEST(Time, ReadsHttpDates) {
   EXPECT_EQ(secondsOf(parseHttpDate("Thu, 29 Feb 2024 08:30:15 GMT")), kLeapDay);
   EXPECT_EQ(secondsOf(parseHttpDate("Thu, 01 Jan 1970 00:00:00 GMT")), 0);
@@ -107,8 +133,6 @@ TEST(Time, WhatIsNoHttpDateIsNone) {
     EXPECT_EQ(parseHttpDate(text), std::nullopt) << text;
   }
 }
-
-TimePoint timeAt(std::time_t seconds) { return std::chrono::system_clock::from_time_t(seconds); }
 
 TEST(Time, WritesHttpDates) {
   EXPECT_EQ(formatHttpDate(timeAt(kLeapDay)), "Thu, 29 Feb 2024 08:30:15 GMT");
@@ -170,6 +194,7 @@ TEST(Time, DoesNotDependOnTheTimeZone) {
   EXPECT_EQ(secondsOf(parseIsoTime("2024-02-29T08:30:15Z")), kLeapDay);
   EXPECT_EQ(secondsOf(parseHttpDate("Thu, 29 Feb 2024 08:30:15 GMT")), kLeapDay);
   EXPECT_EQ(formatHttpDate(timeAt(kLeapDay)), "Thu, 29 Feb 2024 08:30:15 GMT");
+  EXPECT_EQ(formatIsoTime(timeAt(kLeapDay)), "2024-02-29T08:30:15.000000Z");
 }
 
 }  // namespace

@@ -31,13 +31,27 @@ TEST(URI, IsTakenApart) {
 }
 
 TEST(URI, KeepsEveryByte) {
-  for (const std::string text :
-       {"https://host/", "http://host/", "https://host:1/", "https://host:65535/x",
-        "https://127.0.0.1:9000/", "https://[::1]:9000/", "https://[2001:db8::1]/a",
-        "https://host/a/../c/./d//e/", "https://host/a%20b%2fc%2F(1)'!*", "https://host/?a=",
-        "https://host/?b=2&a=1&b=2", "https://host/?a=b=c==", "https://host/?a=%2f%2F+x:/?@",
-        "https://host/?=novalue", "https://host/?$skiptoken=s!M%21x&$top=5",
-        "https://under_score.host-1/", "https://host/?u=http://other/", "https://host./"}) {
+  for (const std::string text : {"https://host/",
+                                 "http://host/",
+                                 "https://host:1/",
+                                 "https://host:65535/x",
+                                 "https://127.0.0.1:9000/",
+                                 "https://[::1]:9000/",
+                                 "https://[2001:db8::1]/a",
+                                 "https://host/a/../c/./d//e/",
+                                 "https://host/a%20b%2fc%2F(1)'!*",
+                                 "https://host/?a=",
+                                 "https://host/?b=2&a=1&b=2",
+                                 "https://host/?a=b=c==",
+                                 "https://host/?a=%2f%2F+x:/?@",
+                                 "https://host/?=novalue",
+                                 "https://host/?$skiptoken=s!M%21x&$top=5",
+                                 "https://under_score.host-1/",
+                                 "https://host/?u=http://other/",
+                                 "https://host./",
+                                 "https://host/?novalue",
+                                 "https://host/?a&&b=&c&",
+                                 "https://host/?&a=1"}) {
     EXPECT_EQ(parsed(text).toString(), text);
   }
 }
@@ -52,6 +66,15 @@ TEST(URI, ParameterWithoutAValueHasAnEmptyOne) {
   const auto uri = parsed("https://host/?acl&b=1");
   EXPECT_THAT(uri.query(), ElementsAre(Pair("acl", ""), Pair("b", "1")));
   EXPECT_EQ(uri.queryText(), "acl=&b=1");
+}
+
+TEST(URI, ParsedQueryTakesItsPlainFormOnceItIsChanged) {
+  auto uri = parsed("https://host/?z&&a=1&");
+  uri.addQueryStringParameter("b", "2");
+  EXPECT_EQ(uri.toString(), "https://host/?z=&a=1&b=2");
+  uri = parsed("https://host/?z&&a=1&");
+  uri.sortQuery();
+  EXPECT_EQ(uri.toString(), "https://host/?a=1&z=");
 }
 
 TEST(URI, EmptyParametersAreDropped) {

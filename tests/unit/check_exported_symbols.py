@@ -1,10 +1,9 @@
 #!/usr/bin/env python3
-"""Checks what the library exports against the checked-in lists and the public header.
+"""Checks what the library exports against the checked-in list and the public header.
 
-usage: check_exported_symbols.py LIBRARY HEADER EXPORTED NOT_YET_DEFINED
+usage: check_exported_symbols.py LIBRARY HEADER EXPORTED
 
-EXPORTED lists what the library defines now, each name with its version; NOT_YET_DEFINED what the
-header declares beyond that. Whoever defines one of the latter moves it to the former.
+EXPORTED lists what the library defines, each name with its version.
 """
 import re
 import subprocess
@@ -55,22 +54,18 @@ def difference(what, actual, expected):
             [f"{what}: {name} is not expected" for name in surplus])
 
 
-def complaints(library, header, exported_list, not_yet_defined_list):
+def complaints(library, header, exported_list):
     listed = lines_of(exported_list)
-    not_yet_defined = lines_of(not_yet_defined_list)
     exported = exported_by(library)
     declared = declared_in(header)
     kinds = {name.partition("@@")[0]: kind for name, kind in exported.items()}
 
     found = difference("exported", exported, listed)
-    for path, lines in ((exported_list, listed), (not_yet_defined_list, not_yet_defined)):
-        if lines != sorted(set(lines)):
-            found.append(f"{path} is not sorted, or names something twice")
+    if listed != sorted(set(listed)):
+        found.append(f"{exported_list} is not sorted, or names something twice")
     found += [f"{name} is exported without the version LIBVEMLO_1" for name in exported
               if not name.endswith("@@LIBVEMLO_1")]
-    found += difference("declared", declared, list(kinds) + not_yet_defined)
-    found += [f"{name} is exported, so it does not belong among the ones to come"
-              for name in not_yet_defined if name in kinds]
+    found += difference("declared", declared, kinds)
     found += [f"{name} is declared as a {declared[name]} and exported as a {kind}"
               for name, kind in kinds.items() if declared.get(name, kind) != kind]
     if includes_of(header) != ["<stdint.h>"]:
@@ -79,7 +74,7 @@ def complaints(library, header, exported_list, not_yet_defined_list):
 
 
 def main():
-    if len(sys.argv) != 5:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
     found = complaints(*sys.argv[1:])
     for complaint in found:

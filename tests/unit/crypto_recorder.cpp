@@ -1,9 +1,10 @@
 #include "crypto_recorder.h"
 
-// The linker directs the program's calls of four functions of the crypto library's C++ interface
+// The linker directs the program's calls of five functions of the crypto library's C++ interface
 // to __wrap_<name>, and __real_<name> to the functions themselves. The names are those of:
 //   Poco::Crypto::initializeCrypto(), Poco::Crypto::uninitializeCrypto(),
-//   Poco::Crypto::OpenSSLInitializer::OpenSSLInitializer(), and its destructor.
+//   Poco::Crypto::OpenSSLInitializer::OpenSSLInitializer(), and its destructor,
+//   Poco::Crypto::CipherFactory::createCipher(const CipherKey&).
 // NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
 
 namespace {
@@ -17,10 +18,14 @@ void __real__ZN4Poco6Crypto16initializeCryptoEv();
 void __real__ZN4Poco6Crypto18uninitializeCryptoEv();
 void __real__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(void* self);
 void __real__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self);
+Poco::Crypto::Cipher* __real__ZN4Poco6Crypto13CipherFactory12createCipherERKNS0_9CipherKeyE(
+    void* self, const void* key);
 void __wrap__ZN4Poco6Crypto16initializeCryptoEv();
 void __wrap__ZN4Poco6Crypto18uninitializeCryptoEv();
 void __wrap__ZN4Poco6Crypto18OpenSSLInitializerC1Ev(void* self);
 void __wrap__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self);
+Poco::Crypto::Cipher* __wrap__ZN4Poco6Crypto13CipherFactory12createCipherERKNS0_9CipherKeyE(
+    void* self, const void* key);
 
 void __wrap__ZN4Poco6Crypto16initializeCryptoEv() {
   if (active != nullptr) ++active->globalInitializations;
@@ -43,6 +48,12 @@ void __wrap__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(void* self) {
     active->onInitializerDestroyed();
   }
   __real__ZN4Poco6Crypto18OpenSSLInitializerD1Ev(self);
+}
+
+Poco::Crypto::Cipher* __wrap__ZN4Poco6Crypto13CipherFactory12createCipherERKNS0_9CipherKeyE(
+    void* self, const void* key) {
+  if (active != nullptr && active->cipherFactory) return active->cipherFactory();
+  return __real__ZN4Poco6Crypto13CipherFactory12createCipherERKNS0_9CipherKeyE(self, key);
 }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Poco/Crypto/Cipher.h>
+
 #include <functional>
 
 namespace UnitTests {
@@ -20,6 +22,8 @@ class CryptoRecorder {
   int initializersDestroyed = 0;
   /// Called when an initializer object is about to be destroyed.
   std::function<void()> onInitializerDestroyed = [] {};
+  /// Makes ciphers in the crypto library's stead; empty: it does so itself.
+  std::function<Poco::Crypto::Cipher*()> cipherFactory;
 };
 
 }  // namespace UnitTests

@@ -96,9 +96,9 @@ TEST_P(DriveSession, IsNotAuthorizedYet) {
 // Answers in the service's stead.
 class OneRefresh : public TokenRefresher {
  public:
-  CloudStorage::Util::Status refresh(const std::string& refreshToken, Tokens& tokens) override {
+  CloudStorage::Util::Status refresh(Tokens& tokens) override {
     ++calls;
-    EXPECT_EQ(refreshToken, "refresh");
+    EXPECT_EQ(tokens.refreshToken, "refresh");
     tokens.accessToken = "fresh";
     return {};
   }

@@ -5,7 +5,11 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 
+#include "authorization_flows.h"
+#include "crypto_recorder.h"
+#include "drive_operations.h"
 #include "libvemlo.h"
 #include "libvemlo/retry_strategies.h"
 #include "libvemlo/session.h"
@@ -62,6 +66,90 @@ void aBadAzureKeyIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
               ElementsAre(errorFromLibrary("Failed to decode AzureSSB access key.")));
 }
 
+template <typename Operation>
+void aFailedDriveOperationReportsToTheSystemLog(UnitTests::SystemLog& systemLog) {
+  using Client = typename Operation::Drive::Client;
+  const auto client = std::make_shared<testing::StrictMock<Client>>();
+  Operation::Drive::prepare(*client);
+  Operation::expectRequest(*client).WillOnce(UnitTests::failure);
+  session handle;
+  handle.*Operation::Drive::kClient = client;
+  EXPECT_EQ(Operation().call(&handle), 1);
+  EXPECT_THAT(
+      systemLog.takeMessages(),
+      ElementsAre(errorFromLibrary(Operation::kFailureText + std::string("It went wrong."))));
+}
+
+template <typename Drive>
+void failedDriveOperationsReportToTheSystemLog(UnitTests::SystemLog& systemLog) {
+  aFailedDriveOperationReportsToTheSystemLog<UnitTests::ListDirectory<Drive>>(systemLog);
+  aFailedDriveOperationReportsToTheSystemLog<UnitTests::CreateDirectory<Drive>>(systemLog);
+  if constexpr (!std::is_same_v<Drive, UnitTests::Dropbox>) {
+    aFailedDriveOperationReportsToTheSystemLog<UnitTests::GetRootDirectory<Drive>>(systemLog);
+  }
+}
+
+void aFailedTokenExchangeIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog,
+                                                  const UnitTests::Flow& flow) {
+  const auto opened = flow.open();
+  EXPECT_CALL(*opened.oauth2, exchangeAuthorizationCode(_, _, _))
+      .WillOnce(Return(CloudStorage::Util::Status(1, "reason")));
+  UnitTests::TextOut access;
+  UnitTests::TextOut refresh;
+  EXPECT_EQ(flow.getToken(opened.handle.get(), "code", &access.text, &refresh.text),
+            flow.exchangeFailure);
+  EXPECT_THAT(systemLog.takeMessages(),
+              ElementsAre(testing::HasSubstr("Failed to perform exchange authorization code. ")));
+}
+
+void amazonDrivesOwnLinesGoToTheSystemLog(UnitTests::SystemLog& systemLog) {
+  const auto client = std::make_shared<testing::StrictMock<UnitTests::AmazonDrive::Client>>();
+  session handle;
+  handle.amazon_drive_client = client;
+  EXPECT_CALL(*client, getEndpoint(_)).WillRepeatedly(UnitTests::failure);
+  EXPECT_EQ(amazon_drive_get_endpoint(&handle), 1);
+  EXPECT_EQ(amazon_drive_test_api(&handle), 1);
+  UnitTests::AmazonDrive::prepare(*client);
+  EXPECT_CALL(*client, getProfile(_))
+      .WillOnce(UnitTests::failure)
+      .WillOnce(Return(CloudStorage::Client::AmazonDrive::Model::GetProfileResult{"N", "E"}));
+  EXPECT_EQ(amazon_drive_test_api(&handle), 1);
+  EXPECT_EQ(amazon_drive_test_api(&handle), 0);
+  UnitTests::AmazonDrive::expectRoot(*client).WillOnce(
+      UnitTests::pageOf<UnitTests::AmazonDrive>(UnitTests::numberedFolders(0, 2)));
+  UnitTests::FolderOut root;
+  EXPECT_EQ(amazon_drive_get_root_directory(&handle, &root.record), 0);
+  EXPECT_THAT(
+      systemLog.takeMessages(),
+      ElementsAre(errorFromLibrary("Failed to get Endpoint. It went wrong."),
+                  errorFromLibrary("Failed to get Endpoint. error: exceptionName It went wrong.\n"),
+                  errorFromLibrary("Failed to create directory. It went wrong."),
+                  errorFromLibrary("resource.getName(): N"),
+                  errorFromLibrary("resource.getEmail(): E"),
+                  errorFromLibrary("Find duplicate root node metadata. ")));
+}
+
+void aFailureOfOneDrivesMetadataIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
+  const auto client = std::make_shared<testing::StrictMock<UnitTests::OneDrive::Client>>();
+  session handle;
+  handle.one_drive_client = client;
+  EXPECT_CALL(*client, getDriveMetadata(_)).WillOnce(UnitTests::failure);
+  EXPECT_EQ(UnitTests::ListDirectory<UnitTests::OneDrive>().call(&handle), 1);
+  EXPECT_THAT(systemLog.takeMessages(),
+              ElementsAre(errorFromLibrary(
+                  "Failed to get Drive Metadata. error: exceptionName It went wrong.")));
+}
+
+void failedEncryptionsAreReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
+  UnitTests::CryptoRecorder crypto;
+  crypto.cipherFactory = [] { return nullptr; };
+  EXPECT_EQ(encrypt_string("secret"), nullptr);
+  EXPECT_EQ(decrypt_string("secret"), nullptr);
+  EXPECT_THAT(systemLog.takeMessages(),
+              ElementsAre(errorFromLibrary("Failed to encrypt string. Null pointer"),
+                          errorFromLibrary("Failed to decrypt string. Null pointer")));
+}
+
 // An unauthorized credential cannot be refreshed.
 template <typename Strategy>
 void aFailedRefreshStaysOutOfTheSystemLog(UnitTests::SystemLog& systemLog) {
@@ -83,6 +171,17 @@ TEST(SystemLog, GetsTheErrorLinesOfExportedFunctionsButNotThoseOfFailedRefreshes
 
     operationsReportToTheSystemLog(systemLog);
     aBadAzureKeyIsReportedToTheSystemLog(systemLog);
+    failedDriveOperationsReportToTheSystemLog<UnitTests::GoogleDrive>(systemLog);
+    failedDriveOperationsReportToTheSystemLog<UnitTests::AmazonDrive>(systemLog);
+    failedDriveOperationsReportToTheSystemLog<UnitTests::OneDrive>(systemLog);
+    failedDriveOperationsReportToTheSystemLog<UnitTests::Dropbox>(systemLog);
+    for (const auto& flow : {UnitTests::kAmazonDriveFlow, UnitTests::kGoogleDriveFlow,
+                             UnitTests::kOneDriveFlow, UnitTests::kDropboxFlow}) {
+      aFailedTokenExchangeIsReportedToTheSystemLog(systemLog, flow);
+    }
+    amazonDrivesOwnLinesGoToTheSystemLog(systemLog);
+    aFailureOfOneDrivesMetadataIsReportedToTheSystemLog(systemLog);
+    failedEncryptionsAreReportedToTheSystemLog(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<GoogleDriveRetryStrategy>(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<AmazonDriveRetryStrategy>(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<OneDriveRetryStrategy>(systemLog);

@@ -8,6 +8,17 @@ namespace {
 
 constexpr int kCannotAsk = -1;
 
+// Longer than a call takes that is refused, refreshes in vain and is sent again three times; short
+// enough for nobody to wait for it when the cause has been removed.
+constexpr std::chrono::seconds kRefusalMemory(5);
+
+// Refusals of the request itself (RFC 6749, section 5.2), unlike troubles of the service.
+bool isRefusal(const Util::Status& status) {
+  constexpr int kBadRequest = 400;
+  constexpr int kUnauthorized = 401;
+  return status.getCode() == kBadRequest || status.getCode() == kUnauthorized;
+}
+
 // What a thread's last attempt went out with. One note a thread is enough: a call is over before
 // its thread begins another, and a thread that has lost its note merely asks the service once more.
 struct AttemptNote {
@@ -38,26 +49,26 @@ Util::Status OAuth2Credential::refreshAccessToken() {
   if (auto result = resultSinceAttempt()) return *std::move(result);
 
   std::unique_lock<std::mutex> lock(mutex_);
+  if (!refresher_) return {kCannotAsk, "The credential has no client that could refresh it."};
+  if (wasJustRefused()) return lastFailure_;
   const auto refresher = refresher_;
-  const std::string refreshToken = refreshToken_;
   const std::uint64_t generation = generation_;
+  const std::string refreshToken = refreshToken_;
+  TokenRefresher::Tokens tokens{accessToken_, refreshToken_};
   lock.unlock();
-  if (!refresher) return {kCannotAsk, "The credential has no client that could refresh it."};
-  if (refreshToken.empty()) return {kCannotAsk, "There is no refresh token."};
 
-  TokenRefresher::Tokens tokens;
-  auto status = refresher->refresh(refreshToken, tokens);
+  auto status = refresher->refresh(tokens);
 
   lock.lock();
   // Tokens that the host has set meanwhile come from a newer grant than this answer.
   if (generation_ != generation || refreshToken_ != refreshToken) return {};
-  if (!status.isSuccess()) {
-    ++failedRefreshes_;
-    lastFailure_ = status;
+  if (status.isSuccess()) {
+    replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
     return status;
   }
-  replaceAccessToken(std::move(tokens.accessToken));
-  if (!tokens.refreshToken.empty()) refreshToken_ = std::move(tokens.refreshToken);
+  ++failedRefreshes_;
+  lastFailure_ = status;
+  refusedAt_ = isRefusal(status) ? std::optional(now_()) : std::nullopt;
   return status;
 }
 
@@ -73,29 +84,30 @@ std::string OAuth2Credential::refreshToken() const {
 
 void OAuth2Credential::setAccessToken(std::string accessToken) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  replaceAccessToken(std::move(accessToken));
+  replace(std::move(accessToken), std::move(refreshToken_));
 }
 
 void OAuth2Credential::setRefreshToken(std::string refreshToken) {
   const std::lock_guard<std::mutex> lock(mutex_);
   refreshToken_ = std::move(refreshToken);
+  refusedAt_.reset();
 }
 
 void OAuth2Credential::setTokens(std::string accessToken, std::string refreshToken) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  replaceAccessToken(std::move(accessToken));
-  refreshToken_ = std::move(refreshToken);
+  replace(std::move(accessToken), std::move(refreshToken));
 }
 
 std::string OAuth2Credential::accessTokenForAttempt() {
   const std::lock_guard<std::mutex> lock(mutex_);
   lastAttempt = {id_, generation_, failedRefreshes_};
-  return accessToken_;
+  return refresher_ ? refresher_->bearerOf(accessToken_) : accessToken_;
 }
 
-void OAuth2Credential::setTokenRefresher(std::shared_ptr<TokenRefresher> refresher) {
+void OAuth2Credential::setTokenRefresher(std::shared_ptr<TokenRefresher> refresher, Clock now) {
   const std::lock_guard<std::mutex> lock(mutex_);
   refresher_ = std::move(refresher);
+  now_ = now ? std::move(now) : std::chrono::system_clock::now;
 }
 
 // What other threads' refreshes have come to since the calling thread's attempt; nothing if there
@@ -108,8 +120,16 @@ std::optional<Util::Status> OAuth2Credential::resultSinceAttempt() const {
   return std::nullopt;
 }
 
-void OAuth2Credential::replaceAccessToken(std::string accessToken) {
+bool OAuth2Credential::wasJustRefused() const {
+  if (!refusedAt_) return false;
+  const auto age = now_() - *refusedAt_;
+  return age >= age.zero() && age < kRefusalMemory;  // the clock may have been put back
+}
+
+void OAuth2Credential::replace(std::string accessToken, std::string refreshToken) {
   accessToken_ = std::move(accessToken);
+  refreshToken_ = std::move(refreshToken);
+  refusedAt_.reset();
   ++generation_;
 }
 

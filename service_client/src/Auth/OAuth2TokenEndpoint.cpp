@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "Http/HeaderText.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
 #include "Util/Text.h"
@@ -48,21 +49,9 @@ Http::Response send(Http::Transport& transport, const Http::Request& request) {
   return response;
 }
 
-bool claimsJson(const Http::Response& response) {
-  const auto type = response.headers.find(Http::CONTENT_TYPE_HEADER);
-  return type == response.headers.end() ||
-         Util::lowerCase(type->second).find("json") != std::string::npos;
-}
-
-// A token becomes a header value, which such a character would split or cut short.
-bool breaksHeader(const std::string& token) {
-  using namespace std::string_view_literals;
-  return token.find_first_of("\r\n\0"sv) != std::string::npos;
-}
-
 // Fills `tokens` and returns an empty text, or says what is wrong with the answer.
 std::string readTokens(const Http::Response& response, Tokens& tokens) {
-  if (!claimsJson(response)) return "the answer is not JSON";
+  if (!Http::mayBeJson(response)) return "the answer is not JSON";
   auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
   auto& accessToken = texts[0];
   auto& refreshToken = texts[1];
@@ -71,7 +60,7 @@ std::string readTokens(const Http::Response& response, Tokens& tokens) {
   if (!tokenType.empty() && Util::lowerCase(tokenType) != "bearer") {
     return "the access token is no bearer token";
   }
-  if (breaksHeader(accessToken) || breaksHeader(refreshToken)) {
+  if (!Http::fitsHeader(accessToken) || !Http::fitsHeader(refreshToken)) {
     return "a token contains control characters";
   }
   tokens = {std::move(accessToken), std::move(refreshToken)};
@@ -119,10 +108,28 @@ OAuth2TokenEndpoint::OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec,
                                          std::shared_ptr<Http::Transport> transport)
     : clientSpec_(std::move(clientSpec)), transport_(std::move(transport)) {}
 
-Util::Status OAuth2TokenEndpoint::refresh(const std::string& refreshToken, Tokens& tokens) {
-  return requestTokens(clientSpec_, *transport_,
-                       {{"grant_type", "refresh_token"}, {"refresh_token", refreshToken, true}},
-                       tokens);
+Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
+  if (tokens.refreshToken.empty()) return {kNoAnswer, "There is no refresh token."};
+  if (!Http::fitsHeader(tokens.refreshToken)) {
+    return {kNoAnswer, "InvalidRequest: the refresh token contains control characters"};
+  }
+  Tokens renewed;
+  auto status = requestTokens(
+      clientSpec_, *transport_,
+      {{"grant_type", "refresh_token"}, {"refresh_token", tokens.refreshToken, true}}, renewed);
+  if (!status.isSuccess()) return status;
+  if (renewed.refreshToken.empty()) renewed.refreshToken = std::move(tokens.refreshToken);
+  tokens = std::move(renewed);
+  return status;
+}
+
+Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::string& scope,
+                                           Tokens& tokens) {
+  Form form{{"grant_type", "authorization_code"},
+            {"code", code, true},
+            {"redirect_uri", clientSpec_.redirectUri}};
+  if (!scope.empty()) form.push_back({"scope", scope});
+  return requestTokens(clientSpec_, *transport_, std::move(form), tokens);
 }
 
 }  // namespace CloudStorage::Auth

@@ -5,6 +5,7 @@
 
 #include "Auth/OAuth2TokenEndpoint.h"
 #include "Http/CurlTransport.h"
+#include "Http/PercentEncoding.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -20,6 +21,12 @@ std::shared_ptr<Http::Transport> makeTokenTransport(const Config::ProxySetting& 
   return std::make_shared<Http::CurlTransport>(std::move(options));
 }
 
+void appendParameter(std::string& address, const std::string& name, const std::string& value) {
+  if (value.empty()) return;
+  address += address.find('?') == std::string::npos ? '?' : '&';
+  address += name + '=' + Http::uriEncode(value, false);
+}
+
 }  // namespace
 
 OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
@@ -27,15 +34,43 @@ OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
     : WSClient(std::move(parts)),
       clientSpec_(std::move(clientSpec)),
       environment_(std::move(environment)) {
-  const auto oauth2Credential = std::dynamic_pointer_cast<Auth::OAuth2Credential>(credential());
-  if (!oauth2Credential) return;
-  // The credential outlives the client if the host's retry strategy holds on to it, so what it gets
-  // must not refer back to the client.
-  oauth2Credential->setTokenRefresher(std::make_shared<Auth::OAuth2TokenEndpoint>(
+  setTokenEndpoint(std::make_shared<Auth::OAuth2TokenEndpoint>(
       clientSpec_,
       environment_.transport ? environment_.transport : makeTokenTransport(this->parts().proxy)));
 }
 
 OAuth2Client::~OAuth2Client() = default;
+
+std::string OAuth2Client::buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const {
+  std::string address = clientSpec_.authorizationEndpoint;
+  appendParameter(address, "client_id", clientSpec_.clientId);
+  appendParameter(address, "response_type", "code");
+  appendParameter(address, "redirect_uri", clientSpec_.redirectUri);
+  appendParameter(address, "scope", options.scope);
+  appendParameter(address, "state", options.state);
+  for (const auto& [name, value] : authorizationParameters(options)) {
+    appendParameter(address, name, value);
+  }
+  return address;
+}
+
+Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
+                                                     const Auth::OAuth2RequestOptions& options,
+                                                     Auth::OAuth2Credential& credential) const {
+  Auth::TokenRefresher::Tokens tokens;
+  auto status = tokenEndpoint_->exchange(code, options.scope, tokens);
+  if (status.isSuccess()) {
+    credential.setTokens(std::move(tokens.accessToken), std::move(tokens.refreshToken));
+  }
+  return status;
+}
+
+void OAuth2Client::setTokenEndpoint(std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint) {
+  tokenEndpoint_ = std::move(tokenEndpoint);
+  // The credential outlives the client if the host's retry strategy holds on to it, so what it gets
+  // must not refer back to the client.
+  const auto oauth2Credential = std::dynamic_pointer_cast<Auth::OAuth2Credential>(credential());
+  if (oauth2Credential) oauth2Credential->setTokenRefresher(tokenEndpoint_, environment_.now);
+}
 
 }  // namespace CloudStorage::Client

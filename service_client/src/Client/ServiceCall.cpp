@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <iterator>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -92,6 +93,8 @@ std::optional<Error> ServiceCall::run(Http::Method method, const Http::URI& uri,
     return repeat(encode(method, uri, model), model.doesRequireAuthorization(), conduct, accept);
   } catch (const abi::__forced_unwind&) {  // the host cancels this thread, and must be let
     throw;
+  } catch (const std::invalid_argument& fault) {  // the request cannot be put into words
+    return localError("InvalidRequest", fault.what());
   } catch (const std::exception& exception) {
     return localError("InternalFailure", exception.what());
   } catch (...) {

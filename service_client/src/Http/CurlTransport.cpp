@@ -1,6 +1,7 @@
 #include "Http/CurlTransport.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "Http/CurlHandlePool.h"
+#include "Http/HeaderText.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
@@ -82,10 +84,8 @@ bool isToken(std::string_view text) {
 }
 
 bool areSendable(const HeaderValueCollection& headers) {
-  constexpr std::string_view kForbiddenInValues("\r\n\0", 3);
-  return std::all_of(headers.begin(), headers.end(), [&](const auto& header) {
-    return isToken(header.first) &&
-           header.second.find_first_of(kForbiddenInValues) == std::string::npos;
+  return std::all_of(headers.begin(), headers.end(), [](const auto& header) {
+    return isToken(header.first) && fitsHeader(header.second);
   });
 }
 
@@ -151,6 +151,11 @@ void setLimits(Setup& setup, const CurlTransport::Limits& limits) {
   setup.set(CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total.count()));
 }
 
+// A host that starts other programs must not hand its connections on to them.
+curl_socket_t openSocket(void* /*user*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
+  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 void setConnection(Setup& setup) {
   constexpr long kReceiveBuffer = 64L * 1024;
   setup.set(CURLOPT_NOSIGNAL, 1L);
@@ -159,6 +164,7 @@ void setConnection(Setup& setup) {
   setup.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   setup.set(CURLOPT_PATH_AS_IS, 1L);
   setup.set(CURLOPT_FOLLOWLOCATION, 0L);
+  setup.set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
   setup.set(CURLOPT_TCP_KEEPALIVE, 1L);
   setup.set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
   setup.set(CURLOPT_SSL_VERIFYPEER, 1L);
@@ -299,7 +305,8 @@ class Exchange {
     std::string& body = response_.body;
     if (body.empty()) {
       const auto promised = info<curl_off_t>(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);  // -1: unknown
-      if (promised > 0) body.reserve(std::min(limit, static_cast<std::size_t>(promised)));
+      // A little more, as parsers want to read beyond the end.
+      if (promised > 0) body.reserve(std::min(limit, static_cast<std::size_t>(promised)) + 64);
     }
 
     const std::size_t room = limit - body.size();

@@ -83,7 +83,10 @@ std::optional<URI> URI::parse(std::string_view text, std::string_view defaultSch
 
   const auto queryStart = text.find('?');
   uri.path_ = text.substr(0, queryStart);
-  if (queryStart != std::string_view::npos) uri.query_ = splitQuery(text.substr(queryStart + 1));
+  if (queryStart != std::string_view::npos) {
+    uri.receivedQuery_ = text.substr(queryStart + 1);
+    uri.query_ = splitQuery(uri.receivedQuery_);
+  }
   return uri;
 }
 
@@ -106,7 +109,7 @@ std::string URI::queryText() const {
 
 std::string URI::toString() const {
   std::string text = scheme_ + "://" + authority() + (path_.empty() ? "/" : path_);
-  if (!query_.empty()) text += '?' + queryText();
+  if (!query_.empty()) text += '?' + (receivedQuery_.empty() ? queryText() : receivedQuery_);
   return text;
 }
 
@@ -122,8 +125,12 @@ void URI::addPath(std::string_view path) {
 
 void URI::addQueryStringParameter(std::string_view name, std::string_view value) {
   query_.emplace_back(uriEncode(name, false), uriEncode(value, false));
+  receivedQuery_.clear();
 }
 
-void URI::sortQuery() { std::sort(query_.begin(), query_.end()); }
+void URI::sortQuery() {
+  std::sort(query_.begin(), query_.end());
+  receivedQuery_.clear();
+}
 
 }  // namespace CloudStorage::Http

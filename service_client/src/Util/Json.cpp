@@ -1,8 +1,8 @@
 #include "Util/Json.h"
 
-#include <simdjson.h>
-
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
 
 #include "Util/Text.h"
 
@@ -70,6 +70,157 @@ std::vector<std::string> texts(std::string_view body,
   std::transform(paths.begin(), paths.end(), found.begin(),
                  [root](std::string_view path) { return textAt(root, path); });
   return found;
+}
+
+Page::Page(std::string body) : body_(std::move(body)) {
+  // The parser reads a little beyond the end.
+  body_.reserve(body_.size() + simdjson::SIMDJSON_PADDING);
+}
+
+Object Page::root() {
+  const std::string_view text = skipByteOrderMark(body_);
+  const std::size_t skipped = body_.size() - text.size();
+  document_ = parserFor(text.size()).iterate(text.data(), text.size(), body_.capacity() - skipped);
+  return document_.get_object();
+}
+
+// New memory for every page would cost more than the parsing. One parser a thread is enough, as a
+// page is read before its thread begins the next; but no thread should keep what a huge page took.
+simdjson::ondemand::parser& Page::parserFor(std::size_t size) {
+  constexpr std::size_t kLargestForAll = std::size_t{256} * 1024;
+  if (size <= kLargestForAll) {
+    thread_local simdjson::ondemand::parser forAll;
+    return forAll;
+  }
+  ownParser_ = std::make_unique<simdjson::ondemand::parser>();
+  return *ownParser_;
+}
+
+void Page::finish() {
+  // The parser has no better way of saying that it stands at the end.
+  if (document_.current_location().error() != simdjson::OUT_OF_BOUNDS) {
+    throw simdjson::simdjson_error(simdjson::TRAILING_CONTENT);
+  }
+  ownParser_.reset();
+}
+
+std::string_view escapedKeyOf(simdjson::ondemand::field member) { return member.unescaped_key(); }
+
+bool isReadAsItLies(std::string_view token, std::string_view& out) {
+  if (token.empty() || token.front() != '"') return true;
+  const std::string_view text = token.substr(1, token.rfind('"') - 1);
+  if (text.find('\\') != std::string_view::npos) return false;
+  out = text;
+  return true;
+}
+
+void readEscaped(Value value, std::string_view& out) {
+  // The page is the reader's own, and has room: no text is longer without its escapes.
+  char* const place = const_cast<char*>(value.raw_json_token().data()) + 1;
+  const std::string_view text = value.get_string();
+  if (text.find('\0') != std::string_view::npos) {
+    throw simdjson::simdjson_error(simdjson::STRING_ERROR);
+  }
+  std::copy(text.begin(), text.end(), place);
+  out = {place, text.size()};
+}
+
+void read(Value value, std::string_view& out) {
+  if (!isReadAsItLies(value.raw_json_token(), out)) readEscaped(value, out);
+}
+
+void read(Value value, std::string& out) {
+  std::string_view text = out;
+  read(value, text);
+  out = text;
+}
+
+void read(Value value, bool& out) {
+  bool flag = false;
+  if (value.get_bool().get(flag) == simdjson::SUCCESS) out = flag;
+}
+
+void read(Value value, std::int64_t& out) {
+  std::int64_t number = 0;
+  if (value.get_int64().get(number) == simdjson::SUCCESS) out = number;
+}
+
+void read(Value value, std::uint64_t& out) {
+  std::uint64_t number = 0;
+  auto error = value.get_uint64().get(number);
+  if (error == simdjson::INCORRECT_TYPE) error = value.get_uint64_in_string().get(number);
+  if (error == simdjson::SUCCESS) out = number;
+}
+
+void read(Value value, IsoTime& out) {
+  std::string_view text;
+  read(value, text);
+  out = IsoTime(text);
+}
+
+void read(Value value, std::vector<std::string_view>& out) {
+  Array array;
+  if (value.get_array().get(array) != simdjson::SUCCESS) return;
+  out.clear();
+  for (Value element : array) {
+    std::string_view text;
+    read(element, text);
+    if (!text.empty()) out.push_back(text);
+  }
+}
+
+ObjectWriter& ObjectWriter::add(std::string_view name, std::string_view value) {
+  begin(name);
+  quote(value);
+  return *this;
+}
+
+ObjectWriter& ObjectWriter::add(std::string_view name, bool value) {
+  begin(name);
+  members_ += value ? "true" : "false";
+  return *this;
+}
+
+ObjectWriter& ObjectWriter::addList(std::string_view name, std::string_view element) {
+  begin(name);
+  members_ += '[';
+  quote(element);
+  members_ += ']';
+  return *this;
+}
+
+ObjectWriter& ObjectWriter::addEmptyObject(std::string_view name) {
+  begin(name);
+  members_ += "{}";
+  return *this;
+}
+
+std::string ObjectWriter::text() const {
+  if (replaceInvalidUtf8(members_) != members_) {
+    throw std::invalid_argument("A text to be sent is not valid UTF-8");
+  }
+  return '{' + members_ + '}';
+}
+
+void ObjectWriter::begin(std::string_view name) {
+  if (!members_.empty()) members_ += ',';
+  quote(name);
+  members_ += ':';
+}
+
+void ObjectWriter::quote(std::string_view text) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  members_ += '"';
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20) {
+      members_.append("\\u00").append({kDigits[byte >> 4U], kDigits[byte & 0xFU]});
+      continue;
+    }
+    if (c == '"' || c == '\\') members_ += '\\';
+    members_ += c;
+  }
+  members_ += '"';
 }
 
 }  // namespace CloudStorage::Util::Json

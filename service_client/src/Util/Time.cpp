@@ -41,10 +41,17 @@ class Scanner {
 
   void skip(std::size_t width) { take(width); }
 
-  void fraction() {
-    if (rest_.substr(0, 1) != ".") return;
+  std::chrono::microseconds fraction() {
+    int value = 0;
+    if (rest_.substr(0, 1) != ".") return {};
     rest_.remove_prefix(1);
-    while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') rest_.remove_prefix(1);
+    int worth = 100000;  // of the next digit; nothing after the sixth
+    while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
+      value += (rest_.front() - '0') * worth;
+      worth /= 10;
+      rest_.remove_prefix(1);
+    }
+    return std::chrono::microseconds(value);
   }
 
   bool atEnd() const { return !failed_ && rest_.empty(); }
@@ -78,6 +85,7 @@ struct CivilTime {
   int hour = 0;
   int minute = 0;
   int second = 0;
+  std::chrono::microseconds fraction{};
 };
 
 bool isLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
@@ -112,7 +120,15 @@ std::optional<TimePoint> toTimePoint(const CivilTime& utc) {
   if (!isTime) return std::nullopt;
   const int days = daysBeforeYear(utc.year) + daysBeforeMonth(utc.year, utc.month) + utc.day - 1;
   return TimePoint(std::chrono::hours(days * 24L + utc.hour) + std::chrono::minutes(utc.minute) +
-                   std::chrono::seconds(utc.second));
+                   std::chrono::seconds(utc.second) + utc.fraction);
+}
+
+std::tm toUtc(TimePoint time) {
+  const std::time_t seconds =
+      std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
+  std::tm utc{};
+  gmtime_r(&seconds, &utc);
+  return utc;
 }
 
 void scanTimeOfDay(Scanner& scanner, CivilTime& utc) {
@@ -135,9 +151,20 @@ std::optional<TimePoint> parseIsoTime(std::string_view text) {
   utc.day = scanner.number(2);
   scanner.literal("T");
   scanTimeOfDay(scanner, utc);
-  scanner.fraction();
+  utc.fraction = scanner.fraction();
   scanner.literal("Z");
   return scanner.atEnd() ? toTimePoint(utc) : std::nullopt;
+}
+
+std::string formatIsoTime(TimePoint time) {
+  const auto sinceEpoch = std::chrono::floor<std::chrono::microseconds>(time.time_since_epoch());
+  const auto fraction = sinceEpoch - std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+  const std::tm utc = toUtc(time);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%06dZ",
+                utc.tm_year + kFirstYearOfTm, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
+                utc.tm_sec, static_cast<int>(fraction.count()));
+  return text.data();
 }
 
 std::optional<TimePoint> parseHttpDate(std::string_view text) {
@@ -157,9 +184,7 @@ std::optional<TimePoint> parseHttpDate(std::string_view text) {
 }
 
 std::string formatHttpDate(TimePoint time) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-  std::tm utc{};
-  gmtime_r(&seconds, &utc);
+  const std::tm utc = toUtc(time);
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%s, %02d %s %04d %02d:%02d:%02d GMT",
                 kDays.at(static_cast<std::size_t>(utc.tm_wday)).data(), utc.tm_mday,

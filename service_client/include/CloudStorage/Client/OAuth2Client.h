@@ -1,10 +1,19 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "CloudStorage/Auth/OAuth2ClientSpec.h"
 #include "CloudStorage/Auth/OAuth2Credential.h"
+#include "CloudStorage/Auth/OAuth2RequestOptions.h"
 #include "CloudStorage/Client/WSClient.h"
+#include "CloudStorage/Http/URI.h"
+#include "CloudStorage/Util/Status.h"
+
+namespace CloudStorage::Auth {
+class OAuth2TokenEndpoint;
+}
 
 namespace CloudStorage::Client {
 
@@ -16,14 +25,36 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient {
 
   const Auth::OAuth2ClientSpec& clientSpec() const { return clientSpec_; }
 
+  /// The address of the page on which a user gives consent. Sends nothing and cannot fail.
+  virtual std::string buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const;
+
+  /// Trades the code that a user came back with for tokens, which go into `credential`; its refresh
+  /// token becomes empty if none came. On failure the credential stays as it is, and the status
+  /// says why. Never sent twice, as a code works a single time. Blocks for one request.
+  virtual Util::Status exchangeAuthorizationCode(const std::string& code,
+                                                 const Auth::OAuth2RequestOptions& options,
+                                                 Auth::OAuth2Credential& credential) const;
+
  protected:
+  /// The parameters of the authorization address that are the service's own, not encoded. Those
+  /// without a value are not sent.
+  virtual std::vector<Http::URI::QueryParameter> authorizationParameters(
+      const Auth::OAuth2RequestOptions& /*options*/) const {
+    return {};
+  }
+
   OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment);
 
   const ClientEnvironment& environment() const { return environment_; }
 
+  const Auth::OAuth2TokenEndpoint& tokenEndpoint() const { return *tokenEndpoint_; }
+  /// For the constructor of a service whose tokens need more than the grant prescribes.
+  void setTokenEndpoint(std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint);
+
  private:
   Auth::OAuth2ClientSpec clientSpec_;
   ClientEnvironment environment_;
+  std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint_;
 };
 
 }  // namespace CloudStorage::Client

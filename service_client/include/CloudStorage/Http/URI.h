@@ -13,7 +13,7 @@ namespace CloudStorage::Http {
 
 /// An absolute http or https address whose path and query are held as they go over the wire.
 /// Signatures cover exactly these bytes, so nothing here normalises, re-orders by itself or
-/// encodes twice. A parameter always has an equals sign, as it has in signatures.
+/// encodes twice.
 class CLOUDSTORAGE_API URI {
  public:
   /// Encoded name and encoded value.
@@ -37,8 +37,9 @@ class CLOUDSTORAGE_API URI {
 
   /// The value of the Host header: host, and the port unless it is the scheme's own.
   std::string authority() const;
-  /// `name=value` pairs joined with `&`, in order.
+  /// `name=value` pairs joined with `&`, in order. Always with an equals sign, as signatures want.
   std::string queryText() const;
+  /// The query of a parsed URL stands as it stood, unless it has been added to or sorted.
   std::string toString() const;
 
   void setScheme(std::string scheme) { scheme_ = std::move(scheme); }
@@ -59,6 +60,7 @@ class CLOUDSTORAGE_API URI {
   std::uint16_t port_ = 0;  // 0: the scheme's own
   std::string path_;
   std::vector<QueryParameter> query_;
+  std::string receivedQuery_;  // what `query_` was taken from; empty once that has changed
 };
 
 }  // namespace CloudStorage::Http

@@ -1,8 +1,63 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "Client/DriveCall.h"
+#include "Client/ErrorMarshalling.h"
+#include "Client/JsonAnswer.h"
+
 namespace CloudStorage::Client::GoogleDrive {
+namespace {
+
+namespace Json = Util::Json;
+
+constexpr char kFiles[] = "https://www.googleapis.com/drive/v3/files";
+
+void readFile(Json::Object object, Model::FileResource& file) {
+  for (Json::Member member : object) {
+    const std::string_view key = Json::keyOf(member);
+    if (key == "kind") Json::read(member, file.kind);
+    if (key == "id") Json::read(member, file.id);
+    if (key == "name") Json::read(member, file.name);
+    if (key == "mimeType") Json::read(member, file.mimeType);
+    if (key == "trashed") Json::read(member, file.trashed);
+    if (key == "createdTime") Json::read(member, file.createdTime);
+    if (key == "modifiedTime") Json::read(member, file.modifiedTime);
+    if (key == "md5Checksum") Json::read(member, file.md5Checksum);
+    if (key == "parents") Json::read(member, file.parents);
+  }
+}
+
+std::optional<Error> parseFile(Http::Response& response, Model::FileResource& file) {
+  auto error =
+      readJson(response, file.page, [&file](Json::Object object) { readFile(object, file); });
+  if (!error && file.id.empty()) error = localError("MalformedResponse", "The answer has no id");
+  return error;
+}
+
+std::optional<Error> parsePage(Http::Response& response, Model::ListFileResourceResult& result) {
+  return readJson(response, result.page, [&result](Json::Object object) {
+    for (Json::Member member : object) {
+      const std::string_view key = Json::keyOf(member);
+      if (key == "nextPageToken") Json::read(member, result.nextPageToken);
+      if (key == "files") {
+        Json::readObjects(member.value(), [&result](Json::Object file) {
+          readFile(file, result.files.emplace_back());
+        });
+      }
+    }
+  });
+}
+
+}  // namespace
+
+struct GoogleDriveClient::Implementation {
+  DriveCall call;
+  Http::URI files;
+};
 
 GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
                                      std::shared_ptr<Auth::OAuth2Credential> credential,
@@ -19,8 +74,42 @@ GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
 
 GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                                      ClientEnvironment environment)
-    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)) {}
+    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)),
+      implementation_(std::make_unique<Implementation>(
+          Implementation{{this->parts(), this->environment()}, *Http::URI::parse(kFiles)})) {}
 
 GoogleDriveClient::~GoogleDriveClient() = default;
+
+Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
+    const Model::GetFileResourceRequest& request) const {
+  if (!isPathSegment(request.fileId.value())) {
+    return localError("InvalidRequest", "The file id is empty or a relative path");
+  }
+  Http::URI uri = implementation_->files;
+  uri.addPathSegment(request.fileId.value());
+  return implementation_->call.send<Model::FileResource>(Http::Method::Get, uri, request,
+                                                         parseFile);
+}
+
+Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
+    const Model::ListFileResourceRequest& request) const {
+  return implementation_->call.send<Model::ListFileResourceResult>(
+      Http::Method::Get, implementation_->files, request, parsePage);
+}
+
+Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
+    const Model::UploadFileRequest& request) const {
+  return implementation_->call.send<Model::FileResource>(Http::Method::Post, implementation_->files,
+                                                         request, parseFile);
+}
+
+std::vector<Http::URI::QueryParameter> GoogleDriveClient::authorizationParameters(
+    const Auth::OAuth2RequestOptions& options) const {
+  // The old name of the prompt is no longer heeded, and both at once are refused.
+  const bool force = options.approvalPrompt == "force";
+  return {{"access_type", options.accessType},
+          force ? Http::URI::QueryParameter("prompt", "consent")
+                : Http::URI::QueryParameter("approval_prompt", options.approvalPrompt)};
+}
 
 }  // namespace CloudStorage::Client::GoogleDrive

@@ -1,8 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
+#include "CloudStorage/Client/GoogleDrive/Model/FileResource.h"
+#include "CloudStorage/Client/GoogleDrive/Model/GetFileResourceRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceResult.h"
+#include "CloudStorage/Client/GoogleDrive/Model/UploadFileRequest.h"
 #include "CloudStorage/Client/OAuth2Client.h"
+#include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::GoogleDrive {
 
@@ -21,6 +28,22 @@ class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client,
   GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                     ClientEnvironment environment);
   ~GoogleDriveClient() override;
+
+  virtual Util::Outcome<Model::FileResource, Error> getFileResource(
+      const Model::GetFileResourceRequest& request) const;
+  virtual Util::Outcome<Model::ListFileResourceResult, Error> listFileResource(
+      const Model::ListFileResourceRequest& request) const;
+  virtual Util::Outcome<Model::FileResource, Error> uploadFile(
+      const Model::UploadFileRequest& request) const;
+
+ protected:
+  std::vector<Http::URI::QueryParameter> authorizationParameters(
+      const Auth::OAuth2RequestOptions& options) const override;
+
+ private:
+  struct Implementation;
+
+  std::unique_ptr<Implementation> implementation_;
 };
 
 }  // namespace CloudStorage::Client::GoogleDrive

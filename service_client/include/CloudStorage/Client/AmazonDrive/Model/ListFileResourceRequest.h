@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveRequest.h"
 #include "CloudStorage/Util/Field.h"
 
@@ -16,6 +18,7 @@ class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
   Util::Field<int> limit{200};  // the most that the service takes
 
   std::string serializePayload() const override { return {}; }
+  void addQueryStringParameters(Http::URI& uri) const override;
 };
 
 }  // namespace CloudStorage::Client::AmazonDrive::Model

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "libvemlo.h"
+
+// What is handed out to hosts.
+namespace libvemlo {
+
+// `text` as a C string, to be released with free().
+char* copyOf(std::string_view text);
+
+// One folder of a drive service, which the host releases with free_directory().
+directory* makeDirectory(std::string_view id, std::string_view name);
+
+// Folders of a drive service that are to be handed out, copied out of the pages that they come in.
+class DirectoryList {
+ public:
+  DirectoryList() = default;
+  DirectoryList(const DirectoryList&) = delete;
+  DirectoryList& operator=(const DirectoryList&) = delete;
+  ~DirectoryList();
+
+  void add(std::string_view id, std::string_view name);
+  std::size_t size() const { return records_.size(); }
+
+  // The host releases the list with free_diretories(). Of no folders, too, an array is made.
+  void handOut(directory** list, int* count) &&;
+
+ private:
+  std::vector<directory> records_;
+};
+
+}  // namespace libvemlo

@@ -1,0 +1,226 @@
+#include <glog/logging.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
+#include "CloudStorage/Client/AmazonDrive/Model/FileRequest.h"
+#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
+#include "libvemlo.h"
+#include "libvemlo/oauth2_flow.h"
+#include "libvemlo/records.h"
+#include "libvemlo/result_codes.h"
+#include "libvemlo/session.h"
+
+using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::AmazonDrive::AmazonDriveClient;
+namespace Model = CloudStorage::Client::AmazonDrive::Model;
+
+namespace {
+
+constexpr char kScope[] = "profile clouddrive:read_all clouddrive:write";
+constexpr int kExchangeFailed = 340;
+
+constexpr int kNoRoot = 100;
+constexpr char kFolderKind[] = "FOLDER";
+constexpr char kRootFilter[] = "kind:FOLDER AND isRoot:true";
+constexpr char kFolderFilter[] = "kind:FOLDER AND status:AVAILABLE";
+constexpr char kSort[] = "[kind,name]";
+constexpr int kPageSize = 100;
+
+// The id goes in as it is.
+std::string filterForFoldersIn(const std::string& parentId) {
+  return std::string(kFolderFilter) + " AND parents:\"" + parentId + '"';
+}
+
+void keepEndpoints(AmazonDriveClient& client, const Model::GetEndpointResult& found) {
+  client.setEndpoints({found.contentUrl, found.metadataUrl});
+}
+
+// Makes sure that it is known where the account is served.
+int checkEndpoint(const std::shared_ptr<AmazonDriveClient>& client) {
+  const auto endpoints = client->endpoints();
+  if (!endpoints.content.empty() && !endpoints.metadata.empty()) return libvemlo::kSuccess;
+
+  const auto outcome = client->getEndpoint(Model::ComRequest());
+  if (!outcome.isSuccess()) {
+    const auto& error = outcome.getError();
+    // With a line break of its own, which the log's readers are used to.
+    SYSLOG(ERROR) << "Failed to get Endpoint. error: " << error.exceptionName << ' '
+                  << error.message << '\n';
+    return libvemlo::kServiceFailure;
+  }
+  keepEndpoints(*client, outcome.getResult());
+  return libvemlo::kSuccess;
+}
+
+}  // namespace
+
+int amazon_drive_get_authorize_url(session* handle, char** url) {
+  if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *url = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_get_token(session* handle, const char* code, char** access_token,
+                           char** refresh_token) {
+  if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
+  if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *access_token = nullptr;
+  *refresh_token = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
+      exchange.refreshToken.empty()) {
+    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
+                  << ", accessToken = " << exchange.accessToken
+                  << ", refreshToken = " << exchange.refreshToken;
+    return kExchangeFailed;
+  }
+  *access_token = libvemlo::copyOf(exchange.accessToken);
+  *refresh_token = libvemlo::copyOf(exchange.refreshToken);
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_set_token(session* handle, const char* access_token, const char* refresh_token) {
+  if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
+    return libvemlo::kBadArguments;
+  }
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  const auto credential = libvemlo::credentialOf(*client);
+  if (!credential) return libvemlo::kBadArguments;
+
+  credential->setTokens(access_token, refresh_token);
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_get_endpoint(session* handle) {
+  if (handle == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+
+  const auto outcome = client->getEndpoint(Model::ComRequest());
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to get Endpoint. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  keepEndpoints(*client, outcome.getResult());
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_test_api(session* handle) {
+  if (handle == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+
+  const auto outcome = client->getProfile(Model::ComRequest());
+  if (!outcome.isSuccess()) {
+    // The words of another operation, which hosts' log filters know.
+    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  // At this severity so that whoever tries an account out sees whose it is.
+  const auto& resource = outcome.getResult();
+  SYSLOG(ERROR) << "resource.getName(): " << resource.name;
+  SYSLOG(ERROR) << "resource.getEmail(): " << resource.email;
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_get_root_directory(session* handle, directory** root) {
+  if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *root = nullptr;
+  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+
+  Model::ListFileResourceRequest request;
+  request.endpoint = client->endpoints().metadata;
+  request.filters = kRootFilter;
+  const auto outcome = client->listFileResource(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to get root directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& files = outcome.getResult().files;
+  if (files.empty()) return kNoRoot;
+  if (files.size() > 1) SYSLOG(ERROR) << "Find duplicate root node metadata. ";
+
+  const auto& file = files.front();
+  VLOG(9) << "Fetch node file resource. " << file.toString();
+  *root = libvemlo::makeDirectory(file.id, file.name);
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_list_directory(session* handle, const directory* parent, directory** children,
+                                int* count) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *children = nullptr;
+  *count = 0;
+  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+
+  VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << kFolderFilter;
+  Model::ListFileResourceRequest request;
+  request.endpoint = client->endpoints().metadata;
+  request.sort = kSort;
+  request.filters = filterForFoldersIn(parent->id);
+  request.limit = kPageSize;
+  libvemlo::DirectoryList folders;
+  std::string pageToken;
+  do {
+    request.startToken = pageToken;
+    const auto outcome = client->listFileResource(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& page = outcome.getResult();
+    for (const auto& file : page.files) folders.add(file.id, file.name);
+    pageToken = page.nextToken;
+  } while (!pageToken.empty());
+  VLOG(9) << "Got " << folders.size() << " directories. ";
+
+  std::move(folders).handOut(children, count);
+  return libvemlo::kSuccess;
+}
+
+int amazon_drive_create_directory(session* handle, const directory* parent, const char* name,
+                                  directory** created) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *created = nullptr;
+  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+
+  Model::FileRequest request;
+  request.endpoint = client->endpoints().metadata;
+  request.name = name;
+  request.kind = kFolderKind;
+  request.parent = parent->id;
+  const auto outcome = client->folderCreate(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& file = outcome.getResult();
+  *created = libvemlo::makeDirectory(file.id, file.name);
+  return libvemlo::kSuccess;
+}

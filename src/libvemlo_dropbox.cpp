@@ -1,0 +1,130 @@
+#include <glog/logging.h>
+
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "CloudStorage/Client/Dropbox/Model/CreateFolderRequest.h"
+#include "CloudStorage/Client/Dropbox/Model/ListFolderRequest.h"
+#include "libvemlo.h"
+#include "libvemlo/oauth2_flow.h"
+#include "libvemlo/records.h"
+#include "libvemlo/result_codes.h"
+#include "libvemlo/session.h"
+
+using CloudStorage::Auth::OAuth2RequestOptions;
+namespace Model = CloudStorage::Client::Dropbox::Model;
+
+namespace {
+
+constexpr char kScope[] = "";  // all that the application is registered for
+constexpr int kExchangeFailed = 343;
+
+constexpr char kRoot[] = "/";
+constexpr char kServiceRoot[] = "";  // what the service calls it
+constexpr char kFolderTag[] = "folder";
+
+}  // namespace
+
+int dropbox_get_authorize_url(session* handle, char** url) {
+  if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *url = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  options.forceReapprove = "true";
+  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+  return libvemlo::kSuccess;
+}
+
+int dropbox_get_token(session* handle, const char* code, char** access_token) {
+  if (handle == nullptr || code == nullptr || access_token == nullptr) {
+    return libvemlo::kBadArguments;
+  }
+  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *access_token = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  if (!exchange.status.isSuccess()) {
+    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
+    return kExchangeFailed;
+  }
+  *access_token = libvemlo::copyOf(exchange.accessToken);
+  return libvemlo::kSuccess;
+}
+
+int dropbox_set_token(session* handle, const char* access_token) {
+  if (handle == nullptr || access_token == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  const auto credential = libvemlo::credentialOf(*client);
+  if (!credential) return libvemlo::kBadArguments;
+
+  credential->setAccessToken(access_token);
+  return libvemlo::kSuccess;
+}
+
+int dropbox_list_directory(session* handle, const directory* parent, directory** children,
+                           int* count) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *children = nullptr;
+  *count = 0;
+
+  Model::ListFolderRequest request;
+  request.path = std::strcmp(parent->id, kRoot) == 0 ? kServiceRoot : parent->id;
+  request.recursive = false;
+  request.includeMediaInfo = false;
+  request.includeDeleted = false;
+  request.includeHasExplicitSharedMembers = false;
+  libvemlo::DirectoryList folders;
+  std::string cursor;
+  // Once there is a cursor it stays, so that a client that hands out a folder in several pieces is
+  // asked for what follows the last piece until it fails. Ours hands it out in one.
+  do {
+    if (!cursor.empty()) request.cursor = cursor;
+    const auto outcome = client->listFolder(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& page = outcome.getResult();
+    for (const auto& entry : page.entries) {
+      if (entry.tag == kFolderTag) folders.add(entry.path, entry.name);
+    }
+    if (page.hasMore) cursor = page.cursor;
+  } while (!cursor.empty());
+
+  std::move(folders).handOut(children, count);
+  return libvemlo::kSuccess;
+}
+
+int dropbox_create_directory(session* handle, const directory* parent, const char* name,
+                             directory** created) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *created = nullptr;
+
+  Model::CreateFolderRequest request;
+  request.path = std::string(parent->id) + '/' + name;
+  request.autorename = false;
+  const auto outcome = client->createFolder(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& entry = outcome.getResult();
+  *created = libvemlo::makeDirectory(entry.path, entry.name);
+  return libvemlo::kSuccess;
+}

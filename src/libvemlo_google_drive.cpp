@@ -1,0 +1,163 @@
+#include <glog/logging.h>
+
+#include <string>
+#include <utility>
+
+#include "CloudStorage/Client/GoogleDrive/Model/GetFileResourceRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model/UploadFileRequest.h"
+#include "libvemlo.h"
+#include "libvemlo/oauth2_flow.h"
+#include "libvemlo/records.h"
+#include "libvemlo/result_codes.h"
+#include "libvemlo/session.h"
+
+using CloudStorage::Auth::OAuth2RequestOptions;
+namespace Model = CloudStorage::Client::GoogleDrive::Model;
+
+namespace {
+
+constexpr char kScope[] = "email profile https://www.googleapis.com/auth/drive";
+constexpr int kExchangeFailed = 337;
+
+constexpr char kRootAlias[] = "root";
+constexpr char kFolderMimeType[] = "application/vnd.google-apps.folder";
+constexpr char kOrder[] = "folder,name";
+constexpr int kPageSize = 500;
+
+// The id goes in as it is: one with a quotation mark makes a query that the service refuses.
+std::string queryForFoldersIn(const std::string& parentId) {
+  return "'" + parentId + "' in parents and trashed = false and mimeType = '" + kFolderMimeType +
+         "'";
+}
+
+}  // namespace
+
+int google_drive_get_authorize_url(session* handle, char** url) {
+  if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *url = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  // Without both, a user who gave consent before would come back without a refresh token.
+  options.accessType = "offline";
+  options.approvalPrompt = "force";
+  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+  return libvemlo::kSuccess;
+}
+
+int google_drive_get_token(session* handle, const char* code, char** access_token,
+                           char** refresh_token) {
+  if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
+  if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *access_token = nullptr;
+  *refresh_token = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
+      exchange.refreshToken.empty()) {
+    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
+                  << ", accessToken = " << exchange.accessToken
+                  << ", refreshToken = " << exchange.refreshToken;
+    return kExchangeFailed;
+  }
+  *access_token = libvemlo::copyOf(exchange.accessToken);
+  *refresh_token = libvemlo::copyOf(exchange.refreshToken);
+  return libvemlo::kSuccess;
+}
+
+int google_drive_set_token(session* handle, const char* access_token, const char* refresh_token) {
+  if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
+    return libvemlo::kBadArguments;
+  }
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  const auto credential = libvemlo::credentialOf(*client);
+  if (!credential) return libvemlo::kBadArguments;
+
+  credential->setTokens(access_token, refresh_token);
+  return libvemlo::kSuccess;
+}
+
+int google_drive_get_root_directory(session* handle, directory** root) {
+  if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *root = nullptr;
+
+  Model::GetFileResourceRequest request;
+  request.fileId = kRootAlias;
+  const auto outcome = client->getFileResource(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to get root directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& file = outcome.getResult();
+  *root = libvemlo::makeDirectory(file.id, file.name);
+  return libvemlo::kSuccess;
+}
+
+int google_drive_list_directory(session* handle, const directory* parent, directory** children,
+                                int* count) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *children = nullptr;
+  *count = 0;
+
+  const std::string query = queryForFoldersIn(parent->id);
+  VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << query;
+  Model::ListFileResourceRequest request;
+  request.orderBy = kOrder;
+  request.pageSize = kPageSize;
+  request.query = query;
+  libvemlo::DirectoryList folders;
+  std::string pageToken;
+  do {
+    if (!pageToken.empty()) request.pageToken = pageToken;
+    const auto outcome = client->listFileResource(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& page = outcome.getResult();
+    for (const auto& file : page.files) folders.add(file.id, file.name);
+    pageToken = page.nextPageToken;
+  } while (!pageToken.empty());
+  VLOG(9) << "Got " << folders.size() << " directories. ";
+
+  std::move(folders).handOut(children, count);
+  return libvemlo::kSuccess;
+}
+
+int google_drive_create_directory(session* handle, const directory* parent, const char* name,
+                                  directory** created) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *created = nullptr;
+
+  Model::UploadFileRequest request;
+  request.uploadType.markPresent();
+  request.name = name;
+  request.mimeType = kFolderMimeType;
+  request.parents = parent->id;
+  const auto outcome = client->uploadFile(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& file = outcome.getResult();
+  *created = libvemlo::makeDirectory(file.id, file.name);
+  return libvemlo::kSuccess;
+}

@@ -1,0 +1,180 @@
+#include <Poco/URI.h>
+#include <glog/logging.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "CloudStorage/Client/OneDrive/Model/CreateFolderRequest.h"
+#include "CloudStorage/Client/OneDrive/Model/GetDriveItemRequest.h"
+#include "CloudStorage/Client/OneDrive/Model/GetDriveMetadataRequest.h"
+#include "CloudStorage/Client/OneDrive/Model/ListChildrenRequest.h"
+#include "libvemlo.h"
+#include "libvemlo/constants.h"
+#include "libvemlo/oauth2_flow.h"
+#include "libvemlo/records.h"
+#include "libvemlo/result_codes.h"
+#include "libvemlo/session.h"
+
+using CloudStorage::Auth::OAuth2RequestOptions;
+namespace Model = CloudStorage::Client::OneDrive::Model;
+
+namespace {
+
+constexpr char kScope[] = "https://graph.microsoft.com/files.readwrite user.read offline_access";
+constexpr int kExchangeFailed = 343;
+
+constexpr char kRootAlias[] = "root";
+constexpr char kRootName[] = "/";
+constexpr char kBusinessDrive[] = "business";
+constexpr char kFolderFilter[] = "folder ne null";
+// What others share with the user appears as a remote item, which has no folder facet of its own.
+constexpr char kFolderOrSharedFilter[] = "folder ne null or remoteItem ne null";
+constexpr int kPageSize = 500;
+
+// The service has names of its own for the root, in the user's language.
+std::string_view nameOf(const Model::DriveItem& item) { return item.root ? kRootName : item.name; }
+
+}  // namespace
+
+int one_drive_get_authorize_url(session* handle, char** url) {
+  if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *url = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+  return libvemlo::kSuccess;
+}
+
+int one_drive_get_logout_url(session* handle, char** url) {
+  if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *url = nullptr;
+
+  Poco::URI logout(libvemlo::kOneDriveLogoutEndpoint);
+  logout.addQueryParameter("post_logout_redirect_uri", client->clientSpec().redirectUri);
+  *url = libvemlo::copyOf(logout.toString());
+  return libvemlo::kSuccess;
+}
+
+int one_drive_get_token(session* handle, const char* code, char** access_token,
+                        char** refresh_token) {
+  if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
+  if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *access_token = nullptr;
+  *refresh_token = nullptr;
+
+  OAuth2RequestOptions options;
+  options.scope = kScope;
+  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  if (!exchange.status.isSuccess()) {
+    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
+    return kExchangeFailed;
+  }
+  *access_token = libvemlo::copyOf(exchange.accessToken);
+  *refresh_token = libvemlo::copyOf(exchange.refreshToken);
+  return libvemlo::kSuccess;
+}
+
+int one_drive_set_token(session* handle, const char* access_token, const char* refresh_token) {
+  if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
+    return libvemlo::kBadArguments;
+  }
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  const auto credential = libvemlo::credentialOf(*client);
+  if (!credential) return libvemlo::kBadArguments;
+
+  credential->setTokens(access_token, refresh_token);
+  return libvemlo::kSuccess;
+}
+
+int one_drive_get_root_directory(session* handle, directory** root) {
+  if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *root = nullptr;
+
+  Model::GetDriveItemRequest request;
+  request.itemId = kRootAlias;
+  const auto outcome = client->getDriveItem(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to get root directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& item = outcome.getResult();
+  VLOG(9) << item.toString();
+  *root = libvemlo::makeDirectory(item.id, kRootName);
+  return libvemlo::kSuccess;
+}
+
+int one_drive_list_directory(session* handle, const directory* parent, directory** children,
+                             int* count) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *children = nullptr;
+  *count = 0;
+
+  const auto drive = client->getDriveMetadata(Model::GetDriveMetadataRequest());
+  if (!drive.isSuccess()) {
+    const auto& error = drive.getError();
+    SYSLOG(ERROR) << "Failed to get Drive Metadata. error: " << error.exceptionName << ' '
+                  << error.message;
+    return libvemlo::kServiceFailure;
+  }
+  const bool isBusiness = drive.getResult().driveType == kBusinessDrive;
+
+  VLOG(9) << "Start to fetch children. parentId = " << parent->id;
+  Model::ListChildrenRequest request;
+  request.itemId = parent->id;
+  request.pageSize = kPageSize;
+  request.filter = isBusiness ? kFolderFilter : kFolderOrSharedFilter;
+  libvemlo::DirectoryList folders;
+  std::string pageToken;
+  do {
+    if (!pageToken.empty()) request.pageToken = pageToken;
+    const auto outcome = client->listChildren(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& page = outcome.getResult();
+    for (const auto& item : page.items) folders.add(item.id, nameOf(item));
+    pageToken = page.nextToken;
+  } while (!pageToken.empty());
+  VLOG(9) << "Got " << folders.size() << " directories. ";
+
+  std::move(folders).handOut(children, count);
+  return libvemlo::kSuccess;
+}
+
+int one_drive_create_directory(session* handle, const directory* parent, const char* name,
+                               directory** created) {
+  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
+  if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
+  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  if (!client) return libvemlo::kBadArguments;
+  *created = nullptr;
+
+  Model::CreateFolderRequest request;
+  request.parentItemId = parent->id;
+  request.name = name;
+  const auto outcome = client->createFolder(request);
+  if (!outcome.isSuccess()) {
+    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
+    return libvemlo::kServiceFailure;
+  }
+  const auto& item = outcome.getResult();
+  *created = libvemlo::makeDirectory(item.id, nameOf(item));
+  return libvemlo::kSuccess;
+}

@@ -1,0 +1,268 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/amazon_drive_world.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Model = CloudStorage::Client::AmazonDrive::Model;
+using CloudStorage::Client::CoreErrors;
+using CloudStorage::Client::Error;
+using CloudStorage::Util::Outcome;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using TestSupport::answer;
+using TestSupport::kMetadataEndpoint;
+
+constexpr char kQuery[] = "GET https://cdws.example.test/drive/v1/nodes?";
+constexpr char kNode[] =
+    R"({"eTagResponse":"etag1","id":"nodeid1","name":"2019","kind":"FOLDER","version":3,)"
+    R"("labels":[],"createdDate":"2015-03-02T10:00:00.000Z",)"
+    R"("modifiedDate":"2016-03-02T10:00:00.250Z","createdBy":"ClientId","isShared":false,)"
+    R"("parents":["rootid","other"],"status":"AVAILABLE","restricted":false})";
+
+Model::ListFileResourceRequest query() {
+  Model::ListFileResourceRequest request;
+  request.endpoint = kMetadataEndpoint;
+  return request;
+}
+
+std::vector<std::string> idsOf(const Model::ListFileResourceResult& result) {
+  std::vector<std::string> ids;
+  for (const auto& file : result.files) ids.emplace_back(file.id);
+  return ids;
+}
+
+class AmazonDriveListing : public ::testing::Test {
+ protected:
+  // Where a request is sent.
+  std::string lineOf(const Model::ListFileResourceRequest& request) {
+    world.transport->enqueue(answer(200, R"({"count":0,"data":[]})"));
+    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
+    return world.lines().back();
+  }
+
+  Outcome<Model::ListFileResourceResult, Error> read(const std::string& body) {
+    world.transport->enqueue(answer(200, body));
+    return world.client()->listFileResource(query());
+  }
+
+  // The only node of a page.
+  Model::FileResource nodeFrom(const std::string& node) {
+    const auto outcome = read(R"({"data":[)" + node + "]}");
+    EXPECT_TRUE(outcome.isSuccess()) << node << ' ' << outcome.getError();
+    EXPECT_THAT(outcome.getResult().files, SizeIs(1)) << node;
+    kept.push_back(outcome.getResult());
+    return kept.back().files.empty() ? Model::FileResource() : kept.back().files.front();
+  }
+
+  TestSupport::AmazonDriveWorld world;
+  std::vector<Model::ListFileResourceResult> kept;
+};
+
+TEST_F(AmazonDriveListing, RequestIsExactlyThis) {
+  auto request = query();
+  request.filters = R"(kind:FOLDER AND status:AVAILABLE AND parents:"ID")";
+  request.sort = "[kind,name]";
+  request.limit = 100;
+  EXPECT_EQ(lineOf(request),
+            std::string(kQuery) +
+                "filters=kind%3AFOLDER%20AND%20status%3AAVAILABLE%20AND%20parents%3A%22ID%22"
+                "&sort=%5Bkind%2Cname%5D&limit=100");
+  EXPECT_THAT(world.bodies(), ElementsAre(""));
+  EXPECT_THAT(
+      world.transport->requests().at(0).headers,
+      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1")));
+}
+
+TEST_F(AmazonDriveListing, OnlyTheLimitIsSentUnlessSet) {
+  EXPECT_EQ(lineOf(query()), std::string(kQuery) + "limit=200");
+  auto request = query();
+  request.filters = "kind:FOLDER AND isRoot:true";
+  EXPECT_EQ(lineOf(request),
+            std::string(kQuery) + "filters=kind%3AFOLDER%20AND%20isRoot%3Atrue&limit=200");
+  request = query();
+  request.sort = "[name]";
+  EXPECT_EQ(lineOf(request), std::string(kQuery) + "sort=%5Bname%5D&limit=200");
+}
+
+TEST_F(AmazonDriveListing, FirstPageHasNoToken) {
+  auto request = query();
+  request.startToken = "";
+  EXPECT_EQ(lineOf(request), std::string(kQuery) + "limit=200");
+  request.startToken = "nt/0001+a==&limit=1";
+  EXPECT_EQ(lineOf(request),
+            std::string(kQuery) + "limit=200&startToken=nt%2F0001%2Ba%3D%3D%26limit%3D1");
+}
+
+TEST_F(AmazonDriveListing, IdsGoIntoTheFilterAsTheyAre) {
+  auto request = query();
+  request.filters = "parents:\"a\"b'c\\d &\xC3\xA9\"";
+  EXPECT_EQ(lineOf(request),
+            std::string(kQuery) + "filters=parents%3A%22a%22b%27c%5Cd%20%26%C3%A9%22&limit=200");
+}
+
+TEST_F(AmazonDriveListing, OneSlashStandsBeforeNodes) {
+  for (const char* endpoint :
+       {"https://cdws.example.test/drive/v1/", "https://cdws.example.test/drive/v1"}) {
+    auto request = query();
+    request.endpoint = endpoint;
+    EXPECT_EQ(lineOf(request), std::string(kQuery) + "limit=200") << endpoint;
+  }
+}
+
+TEST_F(AmazonDriveListing, ReadsFolders) {
+  const auto folder = nodeFrom(kNode);
+  EXPECT_EQ(folder.kind, "FOLDER");
+  EXPECT_EQ(folder.id, "nodeid1");
+  EXPECT_EQ(folder.name, "2019");
+  EXPECT_EQ(folder.mimeType, "");
+  EXPECT_FALSE(folder.trashed);
+  EXPECT_EQ(folder.createdTime.text(), "2015-03-02T10:00:00.000Z");
+  EXPECT_EQ(folder.modifiedTime.text(), "2016-03-02T10:00:00.250Z");
+  EXPECT_EQ(folder.md5Checksum, "");
+  EXPECT_EQ(folder.size, 0U);
+  EXPECT_THAT(folder.parents, ElementsAre("rootid", "other"));
+  EXPECT_EQ(folder.page, nullptr);
+}
+
+TEST_F(AmazonDriveListing, ReadsFiles) {
+  const auto file =
+      nodeFrom(R"({"id":"f1","kind":"FILE","contentProperties":{"version":1,"extension":"jpg",)"
+               R"("size":18446744073709551615,"image":{"size":7,"md5":"x"},"md5":"d41d8cd9",)"
+               R"("contentType":"image/jpeg"},"name":"a.jpg","status":"TRASH"})");
+  EXPECT_EQ(file.kind, "FILE");
+  EXPECT_EQ(file.name, "a.jpg");
+  EXPECT_EQ(file.mimeType, "image/jpeg");
+  EXPECT_EQ(file.md5Checksum, "d41d8cd9");
+  EXPECT_EQ(file.size, 18446744073709551615U);
+  EXPECT_TRUE(file.trashed);
+}
+
+TEST_F(AmazonDriveListing, OnlyWhatIsInTheTrashIsTrashed) {
+  for (const char* status : {R"("AVAILABLE")", R"("PURGED")", R"("trash")", R"("")", "null", "1"}) {
+    EXPECT_FALSE(nodeFrom(R"({"id":"n","status":)" + std::string(status) + "}").trashed) << status;
+  }
+  EXPECT_TRUE(nodeFrom(R"({"status":"TRASH","id":"n"})").trashed);
+}
+
+TEST_F(AmazonDriveListing, RootHasNoName) {
+  const auto root = nodeFrom(R"({"id":"rootid","kind":"FOLDER","isRoot":true,"parents":[]})");
+  EXPECT_EQ(root.id, "rootid");
+  EXPECT_EQ(root.name, "");
+  EXPECT_THAT(root.parents, IsEmpty());
+}
+
+TEST_F(AmazonDriveListing, MembersOfAnotherTypeCountAsAbsent) {
+  const auto node =
+      nodeFrom(R"({"id":7,"name":null,"kind":["FOLDER"],"createdDate":1,"modifiedDate":{},)"
+               R"("contentProperties":"none","parents":{"a":"b"},"status":{}})");
+  for (const auto text : {node.id, node.name, node.kind, node.createdTime.text(),
+                          node.modifiedTime.text(), node.mimeType, node.md5Checksum}) {
+    EXPECT_EQ(text, "");
+  }
+  EXPECT_THAT(node.parents, IsEmpty());
+  const auto file = nodeFrom(
+      R"({"contentProperties":{"size":-1,"md5":1,"contentType":null},"parents":[1,null,"p"]})");
+  EXPECT_EQ(file.size, 0U);
+  EXPECT_EQ(file.md5Checksum, "");
+  EXPECT_EQ(file.mimeType, "");
+  EXPECT_THAT(file.parents, ElementsAre("p"));
+}
+
+TEST_F(AmazonDriveListing, PageKeepsTheOrderAndNamesTheNextToken) {
+  const auto outcome =
+      read(R"({"count":250,"nextToken":"nt-0001","data":[{"id":"b"},{"id":"a"},{"id":"c"}]})");
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(idsOf(outcome.getResult()), ElementsAre("b", "a", "c"));
+  EXPECT_EQ(outcome.getResult().nextToken, "nt-0001");
+  EXPECT_THAT(world.lines(), SizeIs(1));
+}
+
+TEST_F(AmazonDriveListing, OddPagesAreRead) {
+  const std::pair<std::string, std::vector<std::string>> pages[] = {
+      {"{}", {}},
+      {R"({"count":"x","data":null,"nextToken":null})", {}},
+      {R"({"data":[],"nextToken":7})", {}},
+      {R"({"data":[{},{"id":"a"}]})", {"", "a"}},
+      {R"({"later":{"data":[{"id":"x"}],"nextToken":"y"},"data":[{"id":"a"}]})", {"a"}},
+      {"\xEF\xBB\xBF{\"data\":[{\"id\":\"a\"}]}", {"a"}},
+      {" \r\n{\"d\\u0061ta\":[{\"id\":\"\\u0061\"}]}\n", {"a"}}};
+  for (const auto& [page, ids] : pages) {
+    const auto outcome = read(page);
+    ASSERT_TRUE(outcome.isSuccess()) << page << outcome.getError();
+    EXPECT_EQ(idsOf(outcome.getResult()), ids) << page;
+    EXPECT_EQ(outcome.getResult().nextToken, "") << page;
+  }
+}
+
+TEST_F(AmazonDriveListing, AnswerThatIsNoJsonObjectIsALocalFailure) {
+  const std::string page = R"({"data":[{"id":"a"}]})";
+  for (const std::string& body :
+       {std::string(), std::string("null"), std::string("[]"), std::string(R"([{"id":"a"}])"),
+        std::string("<html><body>Welcome to our network</body></html>"), page + page, page + "x",
+        std::string(R"({"data":{}})"), std::string(R"({"data":"none"})"),
+        std::string(R"({"data":[null]})"), std::string(R"({"data":[["a"]]})"),
+        page.substr(0, page.size() - 1), page.substr(0, page.size() - 2), page.substr(0, 12),
+        std::string(R"({"data":[{"id":"a\u0000b"}]})"),
+        std::string("{\"data\":[{\"id\":\"\xFF\"}]}"),
+        std::string(R"({"data":[{"id":"a","parents":["a\u0000b"]}]})"),
+        R"({"data":)" + std::string(100000, '[')}) {
+    const auto outcome = read(body);
+    EXPECT_FALSE(outcome.isSuccess()) << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body.substr(0, 200);
+  }
+  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+}
+
+TEST_F(AmazonDriveListing, TextsLastAsLongAsTheResult) {
+  Model::ListFileResourceResult result;
+  {
+    auto outcome = read(R"({"data":[{"id":"an id that is longer than a short string",)"
+                        R"("parents":["a parent that is longer than a short string"]}]})");
+    result = std::move(outcome).getResult();
+  }
+  ASSERT_THAT(result.files, SizeIs(1));
+  EXPECT_EQ(result.files[0].id, "an id that is longer than a short string");
+  EXPECT_THAT(result.files[0].parents, ElementsAre("a parent that is longer than a short string"));
+}
+
+TEST_F(AmazonDriveListing, ExpiredTokenIsRefreshed) {
+  world.transport->enqueue(answer(401));
+  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
+  EXPECT_TRUE(read("{}").isSuccess());
+  EXPECT_EQ(world.transport->requests().at(2).headers.at("authorization"), "Bearer token-2");
+}
+
+TEST_F(AmazonDriveListing, IsSentAgainAfterTemporaryFailures) {
+  for (const int status : {429, 500, 503}) world.transport->enqueue(answer(status));
+  EXPECT_TRUE(read("{}").isSuccess());
+  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
+}
+
+TEST_F(AmazonDriveListing, NodeIsWrittenOnOneLine) {
+  EXPECT_EQ(nodeFrom(kNode).toString(),
+            "{ kind: FOLDER, id: nodeid1, name: 2019, mimeType: , _trashed: 0, "
+            "_createdTime = 2015-03-02T10:00:00.000000Z, "
+            "_modifiedTime = 2016-03-02T10:00:00.250000Z, _md5Checksum: , _size: 0, "
+            "_parent: [ rootid, other] }");
+  EXPECT_EQ(nodeFrom(R"({"status":"TRASH","contentProperties":{"size":12345678901,"md5":"d4",)"
+                     R"("contentType":"image/png"}})")
+                .toString(),
+            "{ kind: , id: , name: , mimeType: image/png, _trashed: 1, "
+            "_createdTime = 1970-01-01T00:00:00.000000Z, "
+            "_modifiedTime = 1970-01-01T00:00:00.000000Z, _md5Checksum: d4, _size: 12345678901, "
+            "_parent: [ ] }");
+}
+
+}  // namespace

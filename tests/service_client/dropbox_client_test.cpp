@@ -1,0 +1,256 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/dropbox_world.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Model = CloudStorage::Client::Dropbox::Model;
+using CloudStorage::Client::CoreErrors;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using TestSupport::answer;
+using TestSupport::dropboxError;
+using Kind = Http::TransportFailure::Kind;
+
+constexpr char kCreateFolder[] = "POST https://api.dropboxapi.com/2/files/create_folder_v2";
+constexpr char kCreated[] = R"({"metadata":{"name":"New","id":"id:7","path_lower":"/photos/new",)"
+                            R"("path_display":"/Photos/New"}})";
+constexpr char kEmptyFolder[] = R"({"entries":[],"cursor":"c1","has_more":false})";
+
+Model::CreateFolderRequest newFolder(const std::string& path) {
+  Model::CreateFolderRequest request;
+  request.path = path;
+  request.autorename = false;
+  return request;
+}
+
+class DropboxClientTest : public ::testing::Test {
+ protected:
+  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
+
+  auto create(const std::string& path) { return world.client()->createFolder(newFolder(path)); }
+
+  auto createdBy(const std::string& body) {
+    enqueue(answer(200, body));
+    return create("/photos/New");
+  }
+
+  // The body with which a folder is listed.
+  std::string listingOf(const Model::ListFolderRequest& request) {
+    enqueue(answer(200, kEmptyFolder));
+    EXPECT_TRUE(world.client()->listFolder(request).isSuccess());
+    return world.bodies().back();
+  }
+
+  // The body with which a folder is made.
+  std::string creationOf(const Model::CreateFolderRequest& request) {
+    enqueue(answer(200, kCreated));
+    EXPECT_TRUE(world.client()->createFolder(request).isSuccess());
+    return world.bodies().back();
+  }
+
+  TestSupport::DropboxWorld world;
+};
+
+TEST_F(DropboxClientTest, CreatingSendsExactlyThis) {
+  EXPECT_EQ(creationOf(newFolder("/photos/New")), R"({"path":"/photos/New","autorename":false})");
+  EXPECT_THAT(world.lines(), ElementsAre(kCreateFolder));
+  EXPECT_THAT(
+      world.transport->requests().at(0).headers,
+      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
+                  Pair("content-type", "application/json")));
+}
+
+TEST_F(DropboxClientTest, OnlyPresentParametersAreSent) {
+  Model::CreateFolderRequest creation;
+  EXPECT_EQ(creationOf(creation), "{}");
+  creation.autorename = true;
+  EXPECT_EQ(creationOf(creation), R"({"autorename":true})");
+
+  Model::ListFolderRequest listing;
+  EXPECT_EQ(listingOf(listing), "{}");
+  listing.recursive = true;
+  EXPECT_EQ(listingOf(listing), R"({"recursive":true})");
+  listing.includeMediaInfo = true;
+  EXPECT_EQ(listingOf(listing), R"({"recursive":true,"include_media_info":true})");
+  listing = {};
+  listing.path = "";
+  listing.includeDeleted = true;
+  EXPECT_EQ(listingOf(listing), R"({"path":"","include_deleted":true})");
+  listing = {};
+  listing.includeHasExplicitSharedMembers = true;
+  EXPECT_EQ(listingOf(listing), R"({"include_has_explicit_shared_members":true})");
+}
+
+TEST_F(DropboxClientTest, PathsLoseTheirEmptySegments) {
+  const std::pair<std::string, std::string> paths[] = {{"", ""},
+                                                       {"/", ""},
+                                                       {"//", ""},
+                                                       {"/A", "/A"},
+                                                       {"//A", "/A"},
+                                                       {"/x/A", "/x/A"},
+                                                       {"/x//A", "/x/A"},
+                                                       {"/x///y//A", "/x/y/A"},
+                                                       {"/x/", "/x"},
+                                                       {"/x//", "/x"},
+                                                       {"///x///", "/x"},
+                                                       {"id:abc", "id:abc"},
+                                                       {"id:abc//A", "id:abc/A"},
+                                                       {"/ A /b", "/ A /b"},
+                                                       {"/x/../y", "/x/../y"}};
+  for (const auto& [path, sent] : paths) {
+    EXPECT_EQ(creationOf(newFolder(path)), R"({"path":")" + sent + R"(","autorename":false})");
+    Model::ListFolderRequest listing;
+    listing.path = path;
+    EXPECT_EQ(listingOf(listing), R"({"path":")" + sent + R"("})");
+  }
+}
+
+TEST_F(DropboxClientTest, PathsAreWrittenAsJson) {
+  const std::pair<std::string, std::string> paths[] = {
+      {R"(/say "hi")", R"(/say \"hi\")"},
+      {R"(/a\b)", R"(/a\\b)"},
+      {"/a\tb\n", "/a\\u0009b\\u000A"},
+      {"/\xC3\xA9t\xC3\xA9 \xF0\x9F\x8C\x9E", "/\xC3\xA9t\xC3\xA9 \xF0\x9F\x8C\x9E"},
+      {"/100% & more?#", "/100% & more?#"}};
+  for (const auto& [path, sent] : paths) {
+    EXPECT_EQ(creationOf(newFolder(path)), R"({"path":")" + sent + R"(","autorename":false})");
+  }
+}
+
+TEST_F(DropboxClientTest, PathThatIsNoTextIsNotSent) {
+  Model::ListFolderRequest listing;
+  listing.path = "/\xC3(";
+  const auto list = world.client()->listFolder(listing);
+  const auto folder = create("/\xFF");
+  for (const auto& error : {list.getError(), folder.getError()}) {
+    EXPECT_EQ(error.errorType, CoreErrors::LocalFailure);
+    EXPECT_EQ(error.exceptionName, "InvalidRequest");
+    EXPECT_EQ(error.httpResponseCode, 0);
+  }
+  EXPECT_FALSE(list.isSuccess() || folder.isSuccess());
+  EXPECT_THAT(world.transport->requests(), IsEmpty());
+}
+
+TEST_F(DropboxClientTest, CreatedFolderIsReadFromItsWrapper) {
+  const auto outcome = createdBy(kCreated);
+  ASSERT_TRUE(outcome.isSuccess());
+  const auto& folder = outcome.getResult();
+  EXPECT_EQ(folder.tag, "folder");
+  EXPECT_EQ(folder.name, "New");
+  EXPECT_EQ(folder.id, "id:7");
+  EXPECT_EQ(folder.pathLower, "/photos/new");
+  EXPECT_EQ(folder.path, "/Photos/New");
+}
+
+TEST_F(DropboxClientTest, CreatedFolderMayHaveItsPathInLowerCaseOnly) {
+  for (const char* path : {R"("path_lower":"/new")", R"("path_display":null,"path_lower":"/new")",
+                           R"("path_lower":"/new","path_display":"")"}) {
+    const auto outcome =
+        createdBy(R"({"metadata":{"name":"New","id":"id:7",)" + std::string(path) + "}}");
+    ASSERT_TRUE(outcome.isSuccess()) << path;
+    EXPECT_EQ(outcome.getResult().path, "/new") << path;
+  }
+}
+
+TEST_F(DropboxClientTest, CreatedFolderOutlivesItsOutcome) {
+  Model::Metadata kept;
+  {
+    auto outcome =
+        createdBy(R"({"metadata":{"name":"a name that is longer than a short string","id":"id:7",)"
+                  R"("path_display":"/a name that is longer than a short string"}})");
+    kept = std::move(outcome).getResult();
+  }
+  EXPECT_EQ(kept.name, "a name that is longer than a short string");
+}
+
+TEST_F(DropboxClientTest, CreationThatNamesNoFolderIsALocalFailure) {
+  for (const char* body : {"", "{}", "[]", "null", "<html></html>", R"({"metadata":null})",
+                           R"({"metadata":"x"})", R"({"metadata":[]})", R"({"metadata":{}})",
+                           R"({"name":"New","id":"id:7","path_lower":"/x"})",
+                           R"({"metadata":{"name":"New","id":"id:7"}})",
+                           R"({"metadata":{"name":"New","path_lower":"/new"}})",
+                           R"({"metadata":{"name":"New","id":7,"path_lower":"/new"}})",
+                           R"({"metadata":{"name":"N\u0000","id":"id:7","path_lower":"/n"}})",
+                           R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"}} more)",
+                           R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"})"}) {
+    const auto outcome = createdBy(body);
+    EXPECT_FALSE(outcome.isSuccess()) << body;
+    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body;
+    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
+    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
+  }
+}
+
+TEST_F(DropboxClientTest, ErrorsAreNamedByTheService) {
+  enqueue(answer(409, dropboxError("path/conflict/folder")));
+  const auto error = create("/photos/New").getError();
+  EXPECT_EQ(error.exceptionName, "path/conflict/folder");
+  EXPECT_EQ(error.httpResponseCode, 409);
+  EXPECT_THAT(world.lines(), SizeIs(1));
+}
+
+TEST_F(DropboxClientTest, ExpiredTokenIsRefreshed) {
+  enqueue(answer(401, dropboxError("expired_access_token")));
+  enqueue(answer(200, R"({"access_token":"token-2"})"));
+  enqueue(answer(200, kCreated));
+  EXPECT_TRUE(create("/photos/New").isSuccess());
+  EXPECT_THAT(world.lines(),
+              ElementsAre(kCreateFolder, "POST https://login.example.test/token", kCreateFolder));
+  EXPECT_EQ(world.transport->requests().at(2).headers.at("authorization"), "Bearer token-2");
+  EXPECT_EQ(world.bodies().at(2), world.bodies().at(0));
+  EXPECT_THAT(world.delays(), ElementsAre(1000));
+}
+
+TEST_F(DropboxClientTest, NothingElseIsSentAgain) {
+  for (const int status : {302, 400, 403, 409, 422, 429, 500, 503}) {
+    enqueue(answer(status, "", {{"location", "https://elsewhere.example.test/"}}));
+    EXPECT_EQ(create("/photos/New").getError().httpResponseCode, status);
+  }
+  enqueue(TestSupport::noAnswer(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true));
+  EXPECT_EQ(create("/photos/New").getError().exceptionName, "CURLE_RECV_ERROR");
+  EXPECT_THAT(world.lines(), SizeIs(9));
+  EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(DropboxClientTest, TokenThatComesBackIsBlackedOut) {
+  world.credential->setAccessToken("a-long-secret-token");
+  enqueue(answer(400, "Malformed token: a-long-secret-token"));
+  const auto error = create("/photos/New").getError();
+  EXPECT_EQ(error.exceptionName, "bad_input");
+  EXPECT_THAT(error.message, ::testing::Not(HasSubstr("a-long-secret-token")));
+}
+
+TEST_F(DropboxClientTest, TakesCallsOfSeveralThreads) {
+  const auto client = world.client();
+  constexpr int kThreads = 8;
+  for (int i = 0; i < kThreads; ++i) {
+    world.transport->enqueue([](const Http::Request& request) {
+      // {"path":"/N",...} is answered with the folder /N.
+      const std::string path = request.body.substr(9, request.body.find('"', 9) - 9);
+      return answer(200, R"({"metadata":{"id":"id","path_display":")" + path + R"("}})");
+    });
+  }
+  std::vector<std::string> paths(kThreads);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&client, &path = paths[static_cast<std::size_t>(i)], i] {
+      path = client->createFolder(newFolder("/" + std::to_string(i))).getResult().path;
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_THAT(paths, ElementsAre("/0", "/1", "/2", "/3", "/4", "/5", "/6", "/7"));
+}
+
+}  // namespace

@@ -1,0 +1,402 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/dropbox_world.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Model = CloudStorage::Client::Dropbox::Model;
+using CloudStorage::Client::CoreErrors;
+using CloudStorage::Client::Error;
+using CloudStorage::Util::Outcome;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using TestSupport::answer;
+using TestSupport::dropboxError;
+
+constexpr char kListFolder[] = "POST https://api.dropboxapi.com/2/files/list_folder";
+constexpr char kContinue[] = "POST https://api.dropboxapi.com/2/files/list_folder/continue";
+constexpr char kToken[] = "POST https://login.example.test/token";
+constexpr char kFirstBody[] =
+    R"({"path":"/photos","recursive":false,"include_media_info":false,"include_deleted":false,)"
+    R"("include_has_explicit_shared_members":false})";
+
+/// As the library asks.
+Model::ListFolderRequest folder(const std::string& path) {
+  Model::ListFolderRequest request;
+  request.path = path;
+  request.recursive = false;
+  request.includeMediaInfo = false;
+  request.includeDeleted = false;
+  request.includeHasExplicitSharedMembers = false;
+  return request;
+}
+
+Model::ListFolderRequest continuation(const std::string& cursor) {
+  auto request = folder("/photos");
+  request.cursor = cursor;
+  return request;
+}
+
+std::string folderEntry(const std::string& name) {
+  return R"({".tag":"folder","name":")" + name + R"(","id":"id:)" + name +
+         R"(","path_lower":"/photos/)" + name + R"(","path_display":"/Photos/)" + name + R"("})";
+}
+
+std::string pageOf(const std::string& entries, const std::string& cursor, bool hasMore) {
+  return R"({"entries":[)" + entries + R"(],"cursor":")" + cursor + R"(","has_more":)" +
+         (hasMore ? "true" : "false") + "}";
+}
+
+std::vector<std::string> namesOf(const Model::ListFolderResult& result) {
+  std::vector<std::string> names;
+  for (const auto& entry : result.entries) names.emplace_back(entry.name);
+  return names;
+}
+
+class DropboxListing : public ::testing::Test {
+ protected:
+  void enqueue(const std::string& page) { world.transport->enqueue(answer(200, page)); }
+  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
+  void enqueuePage(const std::string& name, const std::string& cursor, bool hasMore) {
+    enqueue(pageOf(folderEntry(name), cursor, hasMore));
+  }
+
+  Outcome<Model::ListFolderResult, Error> list() {
+    return world.client()->listFolder(folder("/photos"));
+  }
+
+  Outcome<Model::ListFolderResult, Error> read(const std::string& page) {
+    enqueue(page);
+    return list();
+  }
+
+  // The only entry of a page.
+  Model::Metadata entryFrom(const std::string& entry) {
+    const auto outcome = read(pageOf(entry, "c", false));
+    EXPECT_TRUE(outcome.isSuccess()) << entry << ' ' << outcome.getError();
+    kept.push_back(outcome.getResult());
+    EXPECT_THAT(kept.back().entries, SizeIs(1)) << entry;
+    return kept.back().entries.empty() ? Model::Metadata() : kept.back().entries.front();
+  }
+
+  TestSupport::DropboxWorld world;
+  std::vector<Model::ListFolderResult> kept;
+};
+
+TEST_F(DropboxListing, RequestIsExactlyThis) {
+  ASSERT_TRUE(read(pageOf("", "c1", false)).isSuccess());
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder));
+  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody));
+  EXPECT_THAT(
+      world.transport->requests().at(0).headers,
+      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
+                  Pair("content-type", "application/json")));
+}
+
+TEST_F(DropboxListing, ReadsTheWholeFolder) {
+  enqueuePage("a", "c1", true);
+  enqueuePage("b", "c2", true);
+  enqueuePage("c", "c3", false);
+  const auto outcome = list();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b", "c"));
+  EXPECT_EQ(outcome.getResult().cursor, "c3");
+  EXPECT_FALSE(outcome.getResult().hasMore);
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kContinue));
+  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})"));
+}
+
+TEST_F(DropboxListing, LastPageEndsItWhateverItsCursor) {
+  enqueuePage("a", "c1", false);
+  const auto outcome = list();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getResult().cursor, "c1");
+  EXPECT_THAT(world.lines(), SizeIs(1));
+}
+
+TEST_F(DropboxListing, CursorAsksForOneContinuation) {
+  for (const bool hasMore : {true, false}) {
+    enqueuePage("b", R"(c \"2\")", hasMore);
+    const auto outcome = world.client()->listFolder(continuation("c \"1\""));
+    ASSERT_TRUE(outcome.isSuccess());
+    EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("b"));
+    EXPECT_EQ(outcome.getResult().cursor, "c \"2\"");
+    EXPECT_EQ(outcome.getResult().hasMore, hasMore);
+    EXPECT_EQ(world.lines().back(), kContinue);
+    EXPECT_EQ(world.bodies().back(), R"({"cursor":"c \"1\""})");
+  }
+  EXPECT_THAT(world.lines(), SizeIs(2));
+}
+
+TEST_F(DropboxListing, EmptyCursorIsNone) {
+  enqueue(pageOf("", "c1", false));
+  ASSERT_TRUE(world.client()->listFolder(continuation("")).isSuccess());
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder));
+  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody));
+}
+
+TEST_F(DropboxListing, GoesOnAfterEmptyPages) {
+  enqueue(pageOf("", "c1", true));
+  enqueue(pageOf("", "c2", true));
+  enqueuePage("a", "c2", true);  // a cursor may stay the same while entries come
+  enqueuePage("b", "c3", false);
+  const auto outcome = list();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b"));
+  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
+                                          R"({"cursor":"c2"})"));
+}
+
+TEST_F(DropboxListing, ListingThatGetsNoFurtherIsALocalFailure) {
+  enqueuePage("a", "c1", true);
+  enqueue(pageOf("", "c1", true));
+  const auto outcome = list();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
+  EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
+  EXPECT_EQ(outcome.getError().httpResponseCode, 200);
+  EXPECT_THAT(world.lines(), SizeIs(2));
+}
+
+TEST_F(DropboxListing, MoreEntriesTakeACursor) {
+  for (const char* page :
+       {R"({"entries":[],"has_more":true})", R"({"entries":[],"cursor":"","has_more":true})",
+        R"({"entries":[],"cursor":null,"has_more":true})"}) {
+    const auto outcome = read(page);
+    EXPECT_FALSE(outcome.isSuccess()) << page;
+    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << page;
+    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << page;
+  }
+  EXPECT_THAT(world.lines(), SizeIs(3));
+}
+
+TEST_F(DropboxListing, FailureOnTheSecondPageIsTheOutcome) {
+  enqueuePage("a", "c1", true);
+  enqueue(answer(409, dropboxError("path/not_found")));
+  const auto outcome = list();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().exceptionName, "path/not_found");
+  EXPECT_EQ(outcome.getError().httpResponseCode, 409);
+  EXPECT_THAT(world.lines(), SizeIs(2));
+}
+
+TEST_F(DropboxListing, StartsOverOnceWhenACursorIsForgotten) {
+  enqueuePage("a", "c1", true);
+  enqueuePage("b", "c2", true);
+  enqueue(answer(409, dropboxError("reset")));
+  enqueuePage("a", "d1", true);
+  enqueuePage("c", "d2", false);
+  const auto outcome = list();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "c"));
+  EXPECT_EQ(outcome.getResult().cursor, "d2");
+  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
+                                          kFirstBody, R"({"cursor":"d1"})"));
+}
+
+TEST_F(DropboxListing, StartsOverNoSecondTime) {
+  enqueuePage("a", "c1", true);
+  enqueue(answer(409, dropboxError("reset/other")));
+  enqueuePage("a", "d1", true);
+  enqueue(answer(409, dropboxError("reset")));
+  const auto outcome = list();
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().exceptionName, "reset");
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
+}
+
+TEST_F(DropboxListing, StartsOverOnlyInItsOwnContinuations) {
+  enqueue(answer(409, dropboxError("reset")));
+  EXPECT_EQ(list().getError().exceptionName, "reset");
+  enqueue(answer(409, dropboxError("reset")));
+  EXPECT_EQ(world.client()->listFolder(continuation("c1")).getError().exceptionName, "reset");
+  enqueuePage("a", "c1", true);
+  enqueue(answer(409, dropboxError("resetting")));
+  EXPECT_EQ(list().getError().exceptionName, "resetting");
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
+}
+
+TEST_F(DropboxListing, EachPageIsARequestOfItsOwnForTheRetries) {
+  for (const char* page : {"a", "b"}) {
+    for (int i = 0; i < 3; ++i) {
+      enqueue(answer(401, dropboxError("expired_access_token")));
+      enqueue(R"({"access_token":"token-2"})");
+    }
+    enqueuePage(page, "c1", page == std::string("a"));
+  }
+  const auto outcome = list();
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b"));
+  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kToken, kListFolder, kToken, kListFolder,
+                                         kToken, kListFolder, kContinue, kToken, kContinue, kToken,
+                                         kContinue, kToken, kContinue));
+  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000, 1000, 2000, 3000));
+}
+
+TEST_F(DropboxListing, NothingButAnExpiredTokenIsTriedAgain) {
+  for (const int status : {302, 400, 403, 409, 422, 429, 500, 503}) {
+    enqueue(answer(status, "", {{"retry-after", "1"}, {"location", "https://example.test/"}}));
+    EXPECT_EQ(list().getError().httpResponseCode, status);
+  }
+  EXPECT_THAT(world.lines(), SizeIs(8));
+  EXPECT_THAT(world.delays(), IsEmpty());
+}
+
+TEST_F(DropboxListing, ReadsFolders) {
+  const auto entry =
+      entryFrom(R"({".tag":"folder","name":"2019","id":"id:A1","path_lower":"/photos/2019",)"
+                R"("path_display":"/Photos/2019"})");
+  EXPECT_EQ(entry.tag, "folder");
+  EXPECT_EQ(entry.name, "2019");
+  EXPECT_EQ(entry.id, "id:A1");
+  EXPECT_EQ(entry.pathLower, "/photos/2019");
+  EXPECT_EQ(entry.path, "/Photos/2019");
+  EXPECT_EQ(entry.file, nullptr);
+}
+
+TEST_F(DropboxListing, ReadsFiles) {
+  const auto entry = entryFrom(
+      R"({".tag":"file","name":"a.jpg","id":"id:B2","client_modified":"2020-06-01T12:00:00Z",)"
+      R"("server_modified":"2021-06-01T12:00:00Z","rev":"5e0f","size":5368709120,)"
+      R"("path_lower":"/photos/a.jpg","path_display":"/photos/a.jpg","is_downloadable":true,)"
+      R"("property_groups":[{"name":"other","fields":[{"id":"x"}]}],"content_hash":"e3b0"})");
+  EXPECT_EQ(entry.tag, "file");
+  EXPECT_EQ(entry.name, "a.jpg");
+  EXPECT_EQ(entry.id, "id:B2");
+  ASSERT_NE(entry.file, nullptr);
+  EXPECT_EQ(entry.file->clientModified.toString(), "2020-06-01T12:00:00.000000Z");
+  EXPECT_EQ(entry.file->serverModified.toString(), "2021-06-01T12:00:00.000000Z");
+  EXPECT_EQ(entry.file->size, 5368709120);
+  EXPECT_EQ(entry.file->rev, "5e0f");
+  EXPECT_EQ(entry.pathLower, "/photos/a.jpg");
+  EXPECT_EQ(entry.path, "/photos/a.jpg");
+}
+
+TEST_F(DropboxListing, ReadsWhatIsLeftOfTheDeleted) {
+  const auto entry = entryFrom(
+      R"({".tag":"deleted","name":"old","path_lower":"/photos/old","path_display":"/Photos/old"})");
+  EXPECT_EQ(entry.tag, "deleted");
+  EXPECT_EQ(entry.name, "old");
+  EXPECT_EQ(entry.id, "");
+  EXPECT_EQ(entry.path, "/Photos/old");
+}
+
+TEST_F(DropboxListing, TagsAreKeptAsTheyAre) {
+  for (const std::string tag : {"Folder", "folder ", "folders", "fold", "symlink", ""}) {
+    EXPECT_EQ(entryFrom(R"({".tag":")" + tag + R"(","name":"a"})").tag, tag);
+  }
+}
+
+TEST_F(DropboxListing, PathIsTheOneToShowOrElseTheOneInLowerCase) {
+  EXPECT_EQ(entryFrom(R"({"path_lower":"/a","path_display":"/A"})").path, "/A");
+  EXPECT_EQ(entryFrom(R"({"path_display":"/A","path_lower":"/a"})").path, "/A");
+  EXPECT_EQ(entryFrom(R"({"path_lower":"/a","path_display":""})").path, "/a");
+  EXPECT_EQ(entryFrom(R"({"path_lower":"/a","path_display":null})").path, "/a");
+  EXPECT_EQ(entryFrom(R"({"path_lower":"/a"})").path, "/a");
+  EXPECT_EQ(entryFrom(R"({"path_display":"/A"})").pathLower, "");
+  EXPECT_EQ(entryFrom(R"({"name":"not mounted"})").path, "");
+}
+
+TEST_F(DropboxListing, NameNeedNotBeTheEndOfThePath) {
+  EXPECT_EQ(entryFrom(R"({"name":"Other","path_display":"/a/b"})").name, "Other");
+  EXPECT_EQ(entryFrom(R"({"name":"longer than /b","path_display":"/b"})").name, "longer than /b");
+  EXPECT_EQ(entryFrom(R"({"name":"","path_display":"/b"})").name, "");
+  EXPECT_EQ(entryFrom(R"({"path_display":"/b"})").name, "");
+  EXPECT_EQ(entryFrom(R"({"name":"alone"})").name, "alone");
+}
+
+TEST_F(DropboxListing, TextsAreDecoded) {
+  const auto entry =
+      entryFrom(R"({"n\u0061me":"\u00e9\ud83c\udf1e \"x\"","path_display":"\/Caf\u00e9\/\u00e9"})");
+  EXPECT_EQ(entry.name, "\xC3\xA9\xF0\x9F\x8C\x9E \"x\"");
+  EXPECT_EQ(entry.path, "/Caf\xC3\xA9/\xC3\xA9");
+}
+
+TEST_F(DropboxListing, MembersOfAnotherTypeCountAsAbsent) {
+  const auto entry = entryFrom(
+      R"({".tag":7,"name":null,"id":["x"],"client_modified":1,"server_modified":{},"size":"big",)"
+      R"("rev":true,"path_lower":{"a":[1,2]},"path_display":1.5})");
+  ASSERT_NE(entry.file, nullptr);
+  for (const auto text :
+       {entry.tag, entry.name, entry.id, entry.file->clientModified.text(),
+        entry.file->serverModified.text(), entry.file->rev, entry.pathLower, entry.path}) {
+    EXPECT_EQ(text, "");
+  }
+  EXPECT_EQ(entry.file->size, 0);
+}
+
+TEST_F(DropboxListing, OddPagesAreRead) {
+  const std::pair<std::string, std::vector<std::string>> pages[] = {
+      {"{}", {}},
+      {R"({"entries":null,"cursor":null,"has_more":null})", {}},
+      {R"({"entries":[],"cursor":1,"has_more":"true"})", {}},
+      {R"({"entries":[{},)" + folderEntry("a") + "]}", {"", "a"}},
+      {R"({"has_more":false,"later":{"entries":[{"name":"x"}]},"cursor":"c","entries":[)" +
+           folderEntry("a") + "]}",
+       {"a"}},
+      {"\xEF\xBB\xBF" + pageOf(folderEntry("a"), "c", false), {"a"}},
+      {" \n" + pageOf(folderEntry("a"), "c", false) + "\r\n ", {"a"}}};
+  for (const auto& [page, names] : pages) {
+    const auto outcome = read(page);
+    ASSERT_TRUE(outcome.isSuccess()) << page << outcome.getError();
+    EXPECT_EQ(namesOf(outcome.getResult()), names) << page;
+  }
+}
+
+TEST_F(DropboxListing, AnswerThatIsNoJsonObjectIsALocalFailure) {
+  const std::string page = pageOf(folderEntry("a"), "c", false);
+  for (const std::string& body :
+       {std::string(), std::string("null"), std::string("[]"), std::string("\xEF\xBB\xBF"),
+        std::string("<html><body>Welcome to our network</body></html>"), page + page, page + "x",
+        std::string(R"({"entries":{}})"), std::string(R"({"entries":"none"})"),
+        pageOf("null", "c", false), pageOf("[]", "c", false), page.substr(0, page.size() - 1),
+        page.substr(0, page.size() / 2), pageOf(R"({"name":"a\u0000b"})", "c", false),
+        pageOf("{\"name\":\"\xFF\"}", "c", false), pageOf(R"({"name":"\ud83c"})", "c", false),
+        pageOf("{\"name\":\"a\nb\"}", "c", false), std::string(100000, '['),
+        R"({"entries":)" + std::string(100000, '[')}) {
+    const auto outcome = read(body);
+    EXPECT_FALSE(outcome.isSuccess()) << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body.substr(0, 200);
+    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body.substr(0, 200);
+  }
+  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+}
+
+TEST_F(DropboxListing, TextsLastAsLongAsTheResult) {
+  constexpr int kPages = 5;
+  constexpr int kEntries = 1000;
+  std::vector<std::string> names;
+  for (int page = 0; page < kPages; ++page) {
+    std::string entries;
+    for (int i = 0; i < kEntries; ++i) {
+      names.push_back("folder with a longer name " + std::to_string(page * kEntries + i));
+      entries += (i == 0 ? "" : ",") + folderEntry(names.back());
+    }
+    enqueue(pageOf(entries, "c" + std::to_string(page), page + 1 < kPages));
+  }
+  Model::ListFolderResult result;
+  {
+    auto outcome = list();
+    ASSERT_TRUE(outcome.isSuccess());
+    result = std::move(outcome).getResult();
+  }
+  EXPECT_EQ(namesOf(result), names);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    EXPECT_EQ(result.entries[i].id, "id:" + names[i]);
+    EXPECT_EQ(result.entries[i].path, "/Photos/" + names[i]);
+    EXPECT_EQ(result.entries[i].pathLower, "/photos/" + names[i]);
+  }
+}
+
+}  // namespace

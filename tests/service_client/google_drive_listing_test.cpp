@@ -1,0 +1,277 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/google_drive_world.h"
+
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Model = CloudStorage::Client::GoogleDrive::Model;
+using CloudStorage::Client::CoreErrors;
+using CloudStorage::Client::Error;
+using CloudStorage::Util::Outcome;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+using TestSupport::answer;
+using TestSupport::googleError;
+
+constexpr char kAddress[] = "GET https://www.googleapis.com/drive/v3/files?";
+constexpr char kEnd[] =
+    "fields=nextPageToken%2Cfiles%28id%2Cname%29&supportsAllDrives=true"
+    "&includeItemsFromAllDrives=true";
+
+/// What the library asks for.
+Model::ListFileResourceRequest foldersOf(const std::string& parent) {
+  Model::ListFileResourceRequest request;
+  request.orderBy = "folder,name";
+  request.pageSize = 500;
+  request.query = "'" + parent +
+                  "' in parents and trashed = false and mimeType = "
+                  "'application/vnd.google-apps.folder'";
+  return request;
+}
+
+class GoogleDriveListing : public ::testing::Test {
+ protected:
+  using PageOutcome = Outcome<Model::ListFileResourceResult, Error>;
+
+  std::string lineOf(const Model::ListFileResourceRequest& request) {
+    world.transport->enqueue(answer(200, "{}"));
+    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
+    return world.lines().back();
+  }
+
+  PageOutcome read(const std::string& body) {
+    world.transport->enqueue(
+        answer(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
+    return world.client()->listFileResource(foldersOf("X"));
+  }
+
+  // "id=name" of each file on a page with these files.
+  std::vector<std::string> filesFrom(const std::string& files) {
+    const auto outcome = read(R"({"files":)" + files + "}");
+    std::vector<std::string> texts;
+    if (!outcome.isSuccess()) return {"failed: " + outcome.getError().message};
+    for (const auto& file : outcome.getResult().files) {
+      texts.push_back(std::string(file.id) + "=" + std::string(file.name));
+    }
+    return texts;
+  }
+
+  TestSupport::GoogleDriveWorld world;
+};
+
+TEST_F(GoogleDriveListing, AsksForIdsAndNamesOnSharedDrivesToo) {
+  EXPECT_EQ(lineOf(foldersOf("X")),
+            kAddress +
+                std::string("orderBy=folder%2Cname&pageSize=500"
+                            "&q=%27X%27%20in%20parents%20and%20trashed%20%3D%20false%20and%20"
+                            "mimeType%20%3D%20%27application%2Fvnd.google-apps.folder%27&") +
+                kEnd);
+  const auto request = world.transport->requests().at(0);
+  EXPECT_THAT(request.body, IsEmpty());
+  EXPECT_EQ(request.headers.at("accept"), "application/json");
+  EXPECT_EQ(request.headers.at("authorization"), "Bearer token-1");
+}
+
+TEST_F(GoogleDriveListing, OnlyPresentParametersAreSent) {
+  Model::ListFileResourceRequest request;
+  EXPECT_EQ(lineOf(request), std::string(kAddress) + kEnd);
+  request.orderBy = "name";
+  EXPECT_EQ(lineOf(request), kAddress + std::string("orderBy=name&") + kEnd);
+  request = {};
+  request.pageSize = 7;
+  EXPECT_EQ(lineOf(request), kAddress + std::string("pageSize=7&") + kEnd);
+  request = {};
+  request.pageToken = "~!!~AI9F+/=";
+  EXPECT_EQ(lineOf(request), kAddress + std::string("pageToken=~%21%21~AI9F%2B%2F%3D&") + kEnd);
+  request = {};
+  request.query = "trashed = false";
+  EXPECT_EQ(lineOf(request), kAddress + std::string("q=trashed%20%3D%20false&") + kEnd);
+}
+
+TEST_F(GoogleDriveListing, EmptyPageTokenIsTheFirstPage) {
+  Model::ListFileResourceRequest request;
+  request.pageToken.markPresent();
+  EXPECT_EQ(lineOf(request), std::string(kAddress) + kEnd);
+}
+
+TEST_F(GoogleDriveListing, QuoteInAnIdIsLeftToTheService) {
+  EXPECT_THAT(lineOf(foldersOf("it's")), ::testing::HasSubstr("&q=%27it%27s%27%20in%20parents"));
+}
+
+TEST_F(GoogleDriveListing, NextPageDiffersInItsTokenAlone) {
+  auto request = foldersOf("X");
+  const std::string first = lineOf(request);
+  request.pageToken = "t";
+  std::string second = lineOf(request);
+  const std::string parameter = "pageToken=t&";
+  second.erase(second.find(parameter), parameter.size());
+  EXPECT_EQ(second, first);
+}
+
+TEST_F(GoogleDriveListing, ReadsFilesInTheServicesOrder) {
+  const auto outcome = read(R"({
+    "kind": "drive#fileList", "nextPageToken": "~!!~AI9F", "incompleteSearch": true,
+    "files": [{"kind":"drive#file","id":"1Abc","name":"b","parents":["p"],"unknown":{"id":"x"}},
+              {"name":"a\u00e4 \"q\"","id":"2"},{"id":"3","name":""}]})");
+  ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+  const auto& page = outcome.getResult();
+  EXPECT_EQ(page.nextPageToken, "~!!~AI9F");
+  ASSERT_THAT(page.files, SizeIs(3));
+  EXPECT_EQ(page.files[0].id, "1Abc");
+  EXPECT_EQ(page.files[0].name, "b");
+  EXPECT_EQ(page.files[1].id, "2");
+  EXPECT_EQ(page.files[1].name, "a\xC3\xA4 \"q\"");
+  EXPECT_EQ(page.files[2].id, "3");
+  EXPECT_EQ(page.files[2].name, "");
+}
+
+TEST_F(GoogleDriveListing, LastPageHasNoToken) {
+  for (const auto* body : {"{}", R"({"files":[]})", R"({"nextPageToken":""})",
+                           R"({"nextPageToken":null})", R"({"nextPageToken":5})"}) {
+    SCOPED_TRACE(body);
+    const auto outcome = read(body);
+    ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+    EXPECT_THAT(outcome.getResult().nextPageToken, IsEmpty());
+    EXPECT_THAT(outcome.getResult().files, IsEmpty());
+  }
+}
+
+TEST_F(GoogleDriveListing, EmptyPageMayHaveASuccessor) {
+  for (const auto* body : {R"({"nextPageToken":"t","files":[]})", R"({"nextPageToken":"t"})",
+                           R"({"files":null,"nextPageToken":"t"})"}) {
+    SCOPED_TRACE(body);
+    const auto outcome = read(body);
+    ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+    EXPECT_EQ(outcome.getResult().nextPageToken, "t");
+    EXPECT_THAT(outcome.getResult().files, IsEmpty());
+  }
+}
+
+TEST_F(GoogleDriveListing, EntriesMayBeIncomplete) {
+  EXPECT_THAT(filesFrom(R"([{"id":"1"},{"name":"b"},{},{"id":null,"name":7},{"id":"5"}])"),
+              ElementsAre("1=", "=b", "=", "=", "5="));
+}
+
+TEST_F(GoogleDriveListing, NamesAreUnescaped) {
+  EXPECT_THAT(filesFrom(R"([{"id":"1","name":"\u00e4\ud83d\udcc1\t\/\\"},{"id":"2","name":"/"}])"),
+              ElementsAre("1=\xC3\xA4\xF0\x9F\x93\x81\t/\\", "2=/"));
+}
+
+TEST_F(GoogleDriveListing, AnswerThatIsNoListIsAFailure) {
+  for (const auto* body :
+       {"", "[]", "null", "<html>Log in</html>", R"({"files":{}})", R"({"files":"x"})",
+        R"({"files":7})", R"({"files":[7]})", R"({"files":["x"]})", R"({"files":[[]]})",
+        R"({"files":[null]})", R"({"files":[{"id":"1"})", R"({"files":[{"id":"1"}])",
+        R"({"files":[{"id":"1"},]})", R"({"files":[]} trailing)", R"({"files":[{"id":"1)",
+        "{\"files\":[{\"id\":\"1\",\"name\":\"\xFF\"}]}",
+        R"({"files":[{"id":"1","name":"a\u0000b"}]})", R"({"files":[{"id":"1","name":"\q"}]})"}) {
+    SCOPED_TRACE(body);
+    const auto outcome = read(body);
+    ASSERT_FALSE(outcome.isSuccess());
+    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
+    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
+    EXPECT_EQ(outcome.getError().httpResponseCode, 200);
+    EXPECT_FALSE(outcome.getError().retryable);
+  }
+}
+
+TEST_F(GoogleDriveListing, ByteOrderMarkIsNoPartOfTheAnswer) {
+  const auto outcome = read("\xEF\xBB\xBF{\"nextPageToken\":\"t\"}");
+  ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+  EXPECT_EQ(outcome.getResult().nextPageToken, "t");
+}
+
+TEST_F(GoogleDriveListing, PageOfManyFoldersIsReadToItsEnd) {
+  constexpr int kFiles = 1000;
+  std::string body = R"({"nextPageToken":"t","files":[)";
+  for (int i = 0; i < kFiles; ++i) {
+    if (i > 0) body += ',';
+    body += R"({"id":"id-)" + std::to_string(i) + R"(","name":"name )" + std::to_string(i) + "\"}";
+  }
+  const auto outcome = read(body + "]}");
+  ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+  const auto& files = outcome.getResult().files;
+  ASSERT_THAT(files, SizeIs(kFiles));
+  for (int i = 0; i < kFiles; ++i) {
+    const auto& file = files[static_cast<std::size_t>(i)];
+    ASSERT_EQ(file.id, "id-" + std::to_string(i));
+    ASSERT_EQ(file.name, "name " + std::to_string(i));
+  }
+}
+
+TEST_F(GoogleDriveListing, TextsLastAsLongAsThePageThatKeepsThem) {
+  auto first = read(R"({"files":[{"id":"1","name":"one"}]})");
+  auto kept = std::make_unique<Model::ListFileResourceResult>(first.getResult());
+  first = read(R"({"files":[{"id":"2","name":"two"}]})");
+  EXPECT_EQ(kept->files.at(0).name, "one");
+  EXPECT_EQ(first.getResult().files.at(0).name, "two");
+}
+
+TEST_F(GoogleDriveListing, AnswerOfAFailedAttemptLeavesNothing) {
+  world.transport->enqueue(answer(503, R"({"files":[{"id":"stale"}],"nextPageToken":"stale"})"));
+  const auto outcome = read(R"({"files":[{"id":"1","name":"one"}]})");
+  ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
+  EXPECT_THAT(outcome.getResult().files, SizeIs(1));
+  EXPECT_THAT(outcome.getResult().nextPageToken, IsEmpty());
+  EXPECT_THAT(world.delays(), ElementsAre(1000));
+}
+
+TEST_F(GoogleDriveListing, BadPageTokenIsAFailureOfTheService) {
+  world.transport->enqueue(answer(400, googleError(400, "invalid")));
+  const auto outcome = world.client()->listFileResource(foldersOf("X"));
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().exceptionName, "invalid");
+  EXPECT_EQ(outcome.getError().httpResponseCode, 400);
+  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(400, 0)));
+}
+
+TEST_F(GoogleDriveListing, ExpiredTokenIsRefreshedBetweenPages) {
+  EXPECT_TRUE(read(R"({"nextPageToken":"t"})").isSuccess());
+  world.transport->enqueue(answer(401, googleError(401, "authError")));
+  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
+  EXPECT_TRUE(read("{}").isSuccess());
+  const auto requests = world.transport->requests();
+  ASSERT_THAT(requests, SizeIs(4));
+  EXPECT_EQ(requests[3].headers.at("authorization"), "Bearer token-2");
+  EXPECT_EQ(requests[3].uri.toString(), requests[1].uri.toString());
+}
+
+TEST_F(GoogleDriveListing, ThreadsShareAClient) {
+  constexpr std::size_t kThreads = 16;
+  constexpr int kCalls = 10;
+  const auto client = world.client();
+  for (std::size_t i = 0; i < kThreads * kCalls; ++i) {
+    // Each answer says which parent was asked for.
+    world.transport->enqueue([](const Http::Request& request) {
+      const std::string query = request.uri.queryText();
+      const auto begin = query.find("%27") + 3;
+      return answer(200, R"({"files":[{"id":"x","name":")" +
+                             query.substr(begin, query.find("%27", begin) - begin) + "\"}]}");
+    });
+  }
+  std::atomic<int> right{0};
+  std::vector<std::thread> threads;
+  for (std::size_t number = 0; number < kThreads; ++number) {
+    threads.emplace_back([&client, &right, parent = "parent-" + std::to_string(number)] {
+      for (int call = 0; call < kCalls; ++call) {
+        const auto outcome = client->listFileResource(foldersOf(parent));
+        if (outcome.isSuccess() && outcome.getResult().files.at(0).name == parent) ++right;
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(right, kThreads * kCalls);
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+#include <Poco/Exception.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "crypto_recorder.h"
+#include "libvemlo.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using TestSupport::errorLine;
+using TestSupport::LogCapture;
+using UnitTests::CryptoRecorder;
+
+struct Free {
+  void operator()(char* text) const { std::free(text); }
+};
+using Text = std::unique_ptr<char, Free>;
+
+Text encrypt(const std::string& text) { return Text(encrypt_string(text.c_str())); }
+Text decrypt(const std::string& text) { return Text(decrypt_string(text.c_str())); }
+
+std::string megabyte() {
+  std::string text;
+  while (text.size() < 1024UL * 1024UL) text += "0123456789 \xC3\xA4\r\n";
+  return text;
+}
+
+class StringEncryption : public testing::TestWithParam<std::string> {};
+
+TEST_P(StringEncryption, GivesBackWhatWentIn) {
+  const LogCapture log;
+  const Text secret = encrypt(GetParam());
+  ASSERT_NE(secret, nullptr);
+  const Text text = decrypt(secret.get());
+  ASSERT_NE(text, nullptr);
+  EXPECT_TRUE(text.get() == GetParam());  // not EXPECT_EQ: one of them is too long to be printed
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_P(StringEncryption, GivesTheSameForTheSameTextAndShowsNothingOfIt) {
+  const Text first = encrypt(GetParam());
+  const Text second = encrypt(GetParam());
+  ASSERT_NE(first, nullptr);
+  ASSERT_NE(second, nullptr);
+  EXPECT_STREQ(first.get(), second.get());
+  EXPECT_STRNE(first.get(), GetParam().c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, StringEncryption,
+                         testing::Values("", "x", "secret", "two\nlines\r\n", "\t ",
+                                         "K\xC3\xB6nigsstra\xC3\x9F\x65 \xE2\x82\xAC", "\xFF\xFE",
+                                         "sixteen letters.", "a==", megabyte()));
+
+// What OpenSSL's command makes of these texts with aes-256-cbc, and with key and initialisation
+// vector derived by the rule of its EVP_BytesToKey(): MD5 two thousand times, no salt.
+TEST(EncryptString, GivesWhatOthersWithTheSamePassPhraseGive) {
+  EXPECT_STREQ(encrypt("").get(), "L0ka1fprB/VAqRk+hh8zPw==");
+  EXPECT_STREQ(encrypt("secret").get(), "KApy8RapopOCxBfTyQlKlg==");
+  EXPECT_STREQ(encrypt("ya29.a0 \xC3\xA4\n").get(), "owQcVV6AfEK8sRB9UcPy6g==");
+}
+
+TEST(EncryptString, BreaksItsLinesAfterSeventyTwoLetters) {
+  std::string text;
+  for (int i = 0; i < 9; ++i) text += "0123456789";
+  EXPECT_STREQ(encrypt(text).get(),
+               "XAEfKE4b0z7i5OCty/zQ57x9TnRtPM6ZmaLkPFyTxN34LNCq4f9rV7LCIatzW2U8eP2TMCa/\r\n"
+               "LNVj6QTV7/sgaKGlYHnl06hWjeNfSBYl+eJZeBbakKDy0EY9ljacR47z");
+}
+
+TEST(EncryptString, GivesNullForNullAndLogsNothing) {
+  const LogCapture log;
+  EXPECT_EQ(encrypt_string(nullptr), nullptr);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(EncryptString, ReportsAFailureOfTheCryptoLibrary) {
+  const LogCapture log;
+  CryptoRecorder crypto;
+  crypto.cipherFactory = []() -> Poco::Crypto::Cipher* { throw Poco::IOException("no luck"); };
+  EXPECT_EQ(encrypt_string("secret"), nullptr);
+  EXPECT_THAT(log.records(),
+              ElementsAre(errorLine("Failed to encrypt string. I/O error: no luck")));
+}
+
+TEST(EncryptString, ReportsThatThereIsNoCipher) {
+  const LogCapture log;
+  CryptoRecorder crypto;
+  crypto.cipherFactory = [] { return nullptr; };
+  EXPECT_EQ(encrypt_string("secret"), nullptr);
+  EXPECT_THAT(log.records(), ElementsAre(errorLine("Failed to encrypt string. Null pointer")));
+}
+
+TEST(DecryptString, ReadsWhatOthersWithTheSamePassPhraseMade) {
+  EXPECT_STREQ(decrypt("KApy8RapopOCxBfTyQlKlg==").get(), "secret");
+}
+
+TEST(DecryptString, DoesWithoutTheLineBreaks) {
+  const std::string text(300, 'x');
+  std::string enciphered = encrypt(text).get();
+  for (const char c : {'\r', '\n'}) {
+    enciphered.erase(std::remove(enciphered.begin(), enciphered.end(), c), enciphered.end());
+    EXPECT_EQ(decrypt(enciphered).get(), text);
+  }
+}
+
+TEST(DecryptString, GivesNullForNullAndLogsNothing) {
+  const LogCapture log;
+  EXPECT_EQ(decrypt_string(nullptr), nullptr);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST(DecryptString, GivesNullForThreeLettersAndLogsOneErrorLine) {
+  const LogCapture log;
+  EXPECT_EQ(decrypt("abc"), nullptr);
+  ASSERT_EQ(log.records().size(), 1U);
+  EXPECT_EQ(log.records()[0].severity, google::GLOG_ERROR);
+  EXPECT_THAT(log.records()[0].text,
+              testing::MatchesRegex("Failed to decrypt string\\. I/O error: .*wrong final.*"));
+}
+
+TEST(DecryptString, GivesNullForWhateverIsNotTheWorkOfEncryptString) {
+  // Empty, no base64, too short, bad padding, cut off, and with a letter changed.
+  for (const char* text : {"", "%%%%", "KApy8RapopOCxBfT", "AAAAAAAAAAAAAAAAAAAAAA==",
+                           "KApy8RapopOCxBfTyQlKl", "KApy8RapopOCxBfTyQlKmg=="}) {
+    SCOPED_TRACE(text);
+    const LogCapture log;
+    EXPECT_EQ(decrypt(text), nullptr);
+    ASSERT_EQ(log.records().size(), 1U);
+    EXPECT_EQ(log.records()[0].severity, google::GLOG_ERROR);
+    EXPECT_THAT(log.records()[0].text, testing::StartsWith("Failed to decrypt string. "));
+  }
+}
+
+TEST(DecryptString, ReportsAFailureOfTheCryptoLibrary) {
+  const LogCapture log;
+  CryptoRecorder crypto;
+  crypto.cipherFactory = []() -> Poco::Crypto::Cipher* { throw Poco::IOException("no luck"); };
+  EXPECT_EQ(decrypt_string("KApy8RapopOCxBfTyQlKlg=="), nullptr);
+  EXPECT_THAT(log.records(),
+              ElementsAre(errorLine("Failed to decrypt string. I/O error: no luck")));
+}
+
+TEST(DecryptString, ReportsThatThereIsNoCipher) {
+  const LogCapture log;
+  CryptoRecorder crypto;
+  crypto.cipherFactory = [] { return nullptr; };
+  EXPECT_EQ(decrypt_string("KApy8RapopOCxBfTyQlKlg=="), nullptr);
+  EXPECT_THAT(log.records(), ElementsAre(errorLine("Failed to decrypt string. Null pointer")));
+}
+
+TEST(DecryptString, WorksAgainAfterAFailure) {
+  EXPECT_EQ(decrypt("abc"), nullptr);
+  EXPECT_STREQ(decrypt("KApy8RapopOCxBfTyQlKlg==").get(), "secret");
+}
+
+TEST(StringEncryptionFunctions, WorkOnSeveralThreadsAtOnce) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([i] {
+      for (int round = 0; round < 20; ++round) {
+        const std::string text = std::to_string(i) + " of four, round " + std::to_string(round);
+        const Text secret = encrypt(text);
+        EXPECT_NE(secret, nullptr);
+        EXPECT_STREQ(decrypt(secret.get()).get(), text.c_str());
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+}  // namespace
