@@ -1,0 +1,103 @@
+#include "drive.h"
+#include "support/amazon_drive_world.h"
+#include "wire.h"
+
+namespace Behaviour {
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Client = CloudStorage::Client::AmazonDrive;
+using TestSupport::answer;
+
+using Base =
+    Drive<Client::AmazonDriveClient, AmazonDriveRetryStrategy, Client::AmazonDriveErrorMarshaller>;
+
+Service::Facts ownFacts() {
+  Service::Facts facts;
+  facts.name = "AmazonDrive";
+  facts.cleanup = libvemlo_amazon_drive_cleanup;
+  facts.sendsToNobody = 4;
+  return facts;
+}
+
+class AmazonDrive : public Base {
+ public:
+  AmazonDrive()
+      : Base(
+            ownFacts(),
+            {libvemlo_amazon_drive_init, &session::amazon_drive_client, amazon_drive_list_directory,
+             amazon_drive_create_directory, amazon_drive_get_root_directory},
+            "parent-1") {}
+
+  int authorize(session* handle) const override {
+    return exchangeCode(amazon_drive_get_token, handle);
+  }
+
+  Subject subjectOf(const Http::Request& request) const override {
+    const Http::URI& uri = request.uri;
+    if (uri.toString() == "https://drive.amazonaws.com/drive/v1/account/endpoint") {
+      return Subject::Preparation;
+    }
+    if (uri.host() != "cdws.example.test" || uri.path() != "/drive/v1/nodes") {
+      return Subject::Unknown;
+    }
+    if (request.method == Http::Method::Post) {
+      return contains(request.body, R"("parents":[")" + parentId() + R"("])") ? Subject::Creation
+                                                                              : Subject::Unknown;
+    }
+    const std::string filters = parameterOf(uri, "filters");
+    if (contains(filters, "isRoot:true")) return Subject::Root;
+    return contains(filters, R"(parents:")" + parentId() + '"') ? Subject::Page : Subject::Unknown;
+  }
+  std::string tokenIn(const Http::Request& request) const override {
+    return parameterOf(request.uri, "startToken");
+  }
+  std::string nameIn(const Http::Request& request) const override {
+    return memberOf(request, "name");
+  }
+  Folder folderNamed(const std::string& name, std::size_t number) const override {
+    return {name, "node-" + std::to_string(number)};
+  }
+
+  std::string written(const Page& page) const override {
+    const std::string next = page.next.empty() ? "" : R"("nextToken":")" + page.next + R"(",)";
+    return "{" + next + R"("data":[)" + joined(page.folders, ",", node) + "]}";
+  }
+  Http::Response created(const Folder& folder) const override { return answer(201, node(folder)); }
+  std::string answerAbout(Subject subject) const override {
+    if (subject == Subject::Root) return written({{{"", "root"}}, ""});
+    return R"({"contentUrl":"https://content.example.test/cdproxy/","metadataUrl":")" +
+           std::string(TestSupport::kMetadataEndpoint) + R"("})";
+  }
+
+  Refusal accessDenied() const override { return refusal(403, "ACCESS_DENIED", "Not yours."); }
+  Refusal tokenExpired() const override {
+    return refusal(401, "TOKEN_EXPIRED", "The token is old.");
+  }
+  Refusal nameTaken() const override {
+    return refusal(409, "NAME_ALREADY_EXISTS", "There is such a node.");
+  }
+
+ protected:
+  std::optional<std::string> preparationFailureText() const override {
+    return "Failed to get Endpoint. error: ";
+  }
+
+ private:
+  static Refusal refusal(int status, const std::string& code, const std::string& message) {
+    return {answer(status, R"({"code":")" + code + R"(","message":")" + message + R"("})"),
+            {259, code, message, status, false}};
+  }
+  static std::string node(const Folder& folder) {
+    return R"({"id":")" + folder.id + R"(","name":")" + folder.name + R"(","kind":"FOLDER"})";
+  }
+};
+
+}  // namespace
+
+const Service& amazonDrive() {
+  static const AmazonDrive service;
+  return service;
+}
+
+}  // namespace Behaviour

@@ -1,0 +1,58 @@
+#include "any_service.h"
+
+namespace Behaviour {
+namespace {
+
+using testing::Each;
+using testing::IsEmpty;
+using testing::Not;
+
+using Arguments = AnyService;
+
+TEST_P(Arguments, GoodOnesAreTaken) {
+  const auto handle = openAuthorized();
+  for (const Operation& operation : service().operations()) {
+    SCOPED_TRACE(operation.name);
+    Outs outs;
+    EXPECT_EQ(operation.call(handle.get(), outs), 0);
+  }
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_P(Arguments, NullPointersAreRefusedUnseen) {
+  const auto handle = openAuthorized();
+  const auto requestsBefore = cloud->count();
+  for (const Operation& operation : service().operations()) {
+    SCOPED_TRACE(operation.name);
+    Outs outs;
+    const auto results = operation.callWithEachNull(handle.get(), outs);
+    EXPECT_THAT(results, Not(IsEmpty()));
+    EXPECT_THAT(results, Each(-1));
+    EXPECT_EQ(outs.state(), Outs::State::Untouched);
+  }
+  EXPECT_EQ(cloud->count(), requestsBefore);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_P(Arguments, SessionsOfOtherServicesAreRefusedUnseen) {
+  for (const Service* other : allServices()) {
+    if (other == &service()) continue;
+    SCOPED_TRACE(other->facts.name);
+    auto environment = world.environment();
+    environment.transport = cloud;
+    const OpenSession handle(other->open(environment), other->facts.cleanup);
+    for (const Operation& operation : service().operations()) {
+      SCOPED_TRACE(operation.name);
+      Outs outs;
+      EXPECT_EQ(operation.call(handle.get(), outs), -1);
+      EXPECT_EQ(outs.state(), operation.withSessionOfAnotherService);
+    }
+  }
+  EXPECT_EQ(cloud->count(), 0U);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, Arguments, testing::ValuesIn(allServices()), ServiceName());
+
+}  // namespace
+}  // namespace Behaviour

@@ -1,0 +1,91 @@
+#include "drive.h"
+#include "support/dropbox_world.h"
+#include "wire.h"
+
+namespace Behaviour {
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Client = CloudStorage::Client::Dropbox;
+using TestSupport::answer;
+using TestSupport::dropboxError;
+
+using Base = Drive<Client::DropboxClient, DropboxRetryStrategy, Client::DropboxErrorMarshaller>;
+
+constexpr char kParent[] = "/parent";
+
+Service::Facts ownFacts() {
+  Service::Facts facts;
+  facts.name = "Dropbox";
+  facts.cleanup = libvemlo_dropbox_cleanup;
+  return facts;
+}
+
+class Dropbox : public Base {
+ public:
+  Dropbox()
+      : Base(ownFacts(),
+             {libvemlo_dropbox_init, &session::dropbox_client, dropbox_list_directory,
+              dropbox_create_directory, nullptr},
+             kParent) {}
+
+  int authorize(session* handle) const override {
+    char* accessToken = nullptr;
+    const int result = dropbox_get_token(handle, "code", &accessToken);
+    std::free(accessToken);
+    return result;
+  }
+
+  Subject subjectOf(const Http::Request& request) const override {
+    const std::string address = request.uri.toString();
+    const std::string path = memberOf(request, "path");
+    if (address == "https://api.dropboxapi.com/2/files/list_folder/continue") return Subject::Page;
+    if (address == "https://api.dropboxapi.com/2/files/list_folder") {
+      return path == kParent ? Subject::Page : Subject::Unknown;
+    }
+    if (address != "https://api.dropboxapi.com/2/files/create_folder_v2") return Subject::Unknown;
+    return startsWith(path, folderPath("")) ? Subject::Creation : Subject::Unknown;
+  }
+  std::string tokenIn(const Http::Request& request) const override {
+    return memberOf(request, "cursor");
+  }
+  std::string nameIn(const Http::Request& request) const override {
+    return memberOf(request, "path").substr(folderPath("").size());
+  }
+  Folder folderNamed(const std::string& name, std::size_t /*number*/) const override {
+    return {name, folderPath(name)};
+  }
+
+  std::string written(const Page& page) const override {
+    const std::string next = page.next.empty() ? R"("at the end","has_more":false)"
+                                               : '"' + page.next + R"(","has_more":true)";
+    return R"({"cursor":)" + next + R"(,"entries":[)" + joined(page.folders, ",", entry) + "]}";
+  }
+  Http::Response created(const Folder& folder) const override {
+    return answer(200, R"({"metadata":)" + entry(folder) + "}");
+  }
+  std::string answerAbout(Subject /*subject*/) const override { return {}; }
+
+  Refusal accessDenied() const override { return refusal(409, 15, "path/no_write_permission"); }
+  Refusal tokenExpired() const override { return refusal(401, 11, "expired_access_token"); }
+  Refusal nameTaken() const override { return refusal(409, 9, "path/conflict/folder"); }
+
+ private:
+  static Refusal refusal(int status, int type, const std::string& code) {
+    return {answer(status, dropboxError(code)), {type, code, code + "/...", status, false}};
+  }
+  static std::string folderPath(const std::string& name) { return kParent + ('/' + name); }
+  static std::string entry(const Folder& folder) {
+    return R"({".tag":"folder","name":")" + folder.name + R"(","id":"id:)" + folder.name +
+           R"(","path_lower":")" + folder.id + R"(","path_display":")" + folder.id + R"("})";
+  }
+};
+
+}  // namespace
+
+const Service& dropbox() {
+  static const Dropbox service;
+  return service;
+}
+
+}  // namespace Behaviour

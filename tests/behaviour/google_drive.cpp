@@ -1,0 +1,91 @@
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
+#include "drive.h"
+#include "libvemlo/retry_strategies.h"
+#include "support/google_drive_world.h"
+#include "wire.h"
+
+namespace Behaviour {
+namespace {
+
+namespace Http = CloudStorage::Http;
+namespace Client = CloudStorage::Client::GoogleDrive;
+using TestSupport::answer;
+using TestSupport::googleError;
+
+using Base =
+    Drive<Client::GoogleDriveClient, GoogleDriveRetryStrategy, Client::GoogleDriveErrorMarshaller>;
+
+Service::Facts ownFacts() {
+  Service::Facts facts;
+  facts.name = "GoogleDrive";
+  facts.cleanup = libvemlo_google_drive_cleanup;
+  facts.sendsToNobody = 4;
+  facts.twin = Service::Twin::SecondFolder;
+  return facts;
+}
+
+class GoogleDrive : public Base {
+ public:
+  GoogleDrive()
+      : Base(
+            ownFacts(),
+            {libvemlo_google_drive_init, &session::google_drive_client, google_drive_list_directory,
+             google_drive_create_directory, google_drive_get_root_directory},
+            "parent-1") {}
+
+  int authorize(session* handle) const override {
+    return exchangeCode(google_drive_get_token, handle);
+  }
+
+  Subject subjectOf(const Http::Request& request) const override {
+    if (request.uri.host() != "www.googleapis.com") return Subject::Unknown;
+    if (request.uri.path() == "/drive/v3/files/root") return Subject::Root;
+    if (request.uri.path() != "/drive/v3/files") return Subject::Unknown;
+    if (request.method == Http::Method::Post) {
+      return contains(request.body, R"("parents":[")" + parentId() + R"("])") ? Subject::Creation
+                                                                              : Subject::Unknown;
+    }
+    return startsWith(parameterOf(request.uri, "q"), "'" + parentId() + "' in parents and ")
+               ? Subject::Page
+               : Subject::Unknown;
+  }
+  std::string tokenIn(const Http::Request& request) const override {
+    return parameterOf(request.uri, "pageToken");
+  }
+  std::string nameIn(const Http::Request& request) const override {
+    return memberOf(request, "name");
+  }
+  Folder folderNamed(const std::string& name, std::size_t number) const override {
+    return {name, "id-" + std::to_string(number)};
+  }
+
+  std::string written(const Page& page) const override {
+    const std::string next = page.next.empty() ? "" : R"("nextPageToken":")" + page.next + R"(",)";
+    return "{" + next + R"("files":[)" + joined(page.folders, ",", file) + "]}";
+  }
+  Http::Response created(const Folder& folder) const override { return answer(200, file(folder)); }
+  std::string answerAbout(Subject /*subject*/) const override { return file({"My Drive", "root"}); }
+
+  Refusal accessDenied() const override {
+    return {answer(403, googleError(403, "insufficientFilePermissions")),
+            {259, "insufficientFilePermissions", "about insufficientFilePermissions", 403, false}};
+  }
+  Refusal tokenExpired() const override {
+    return {answer(401, googleError(401, "authError")),
+            {259, "authError", "about authError", 401, false}};
+  }
+
+ private:
+  static std::string file(const Folder& folder) {
+    return R"({"id":")" + folder.id + R"(","name":")" + folder.name + R"("})";
+  }
+};
+
+}  // namespace
+
+const Service& googleDrive() {
+  static const GoogleDrive service;
+  return service;
+}
+
+}  // namespace Behaviour

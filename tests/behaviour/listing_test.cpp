@@ -1,0 +1,94 @@
+
+#include "any_service.h"
+
+namespace Behaviour {
+namespace {
+
+using testing::IsEmpty;
+
+class Listing : public AnyService {
+ protected:
+  /// Lists the parent, which must succeed in so many requests for pages.
+  std::vector<Folder> listed(std::size_t pages) {
+    const auto handle = openAuthorized();
+    const auto requestsBefore = cloud->count(Subject::Page);
+    Outs outs;
+    EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
+    EXPECT_EQ(cloud->count(Subject::Page) - requestsBefore, pages + service().facts.probes);
+    EXPECT_EQ(cloud->count(Subject::Unknown), 0U);
+    EXPECT_THAT(log.records(), IsEmpty());
+    return outs.listed();
+  }
+};
+
+TEST_P(Listing, EmptyFolderHasNone) { EXPECT_THAT(listed(1), IsEmpty()); }
+
+TEST_P(Listing, OnePageIsReadInOneRequest) {
+  cloud->addFolders(5);
+  EXPECT_EQ(listed(1), cloud->folders());
+}
+
+TEST_P(Listing, ManyPagesAreReadInOrder) {
+  constexpr std::size_t kPageLength = 2;
+  cloud->pageLength = kPageLength;
+  cloud->addFolders(5);
+  auto expected = cloud->folders();
+  if (!service().facts.listsAllPages) expected.resize(kPageLength);
+  EXPECT_EQ(listed(service().facts.listsAllPages ? 3 : 1), expected);
+}
+
+TEST_P(Listing, FullLastPageIsTheLast) {
+  cloud->pageLength = 3;
+  cloud->addFolders(3);
+  EXPECT_EQ(listed(1), cloud->folders());
+}
+
+TEST_P(Listing, RefusalHandsNothingOut) {
+  cloud->addFolders(5);
+  cloud->refusedPage = 1;
+  const auto handle = openAuthorized();
+  const Operation operation = service().listing();
+  const Failure failure = service().accessDenied().failure;
+  Outs outs;
+  EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
+  EXPECT_EQ(outs.state(), operation.afterFailure);
+  EXPECT_EQ(log.records(), linesOf(operation, failure));
+  EXPECT_EQ(cloud->count(Subject::Page), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, Listing, testing::ValuesIn(allServices()), ServiceName());
+
+using ListingOfAllPages = AnyService;
+
+TEST_P(ListingOfAllPages, FailureOnALaterPageDiscardsTheOthers) {
+  cloud->pageLength = 2;
+  cloud->addFolders(5);
+  const auto handle = openAuthorized();
+  const Operation operation = service().listing();
+  const Failure failure = service().accessDenied().failure;
+  for (const std::size_t number : {2U, 3U}) {
+    SCOPED_TRACE(number);
+    cloud->refusedPage = number;
+    const auto linesBefore = log.records().size();
+    const auto requestsBefore = cloud->count(Subject::Page);
+    Outs outs;
+    EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
+    EXPECT_EQ(outs.state(), operation.afterFailure);
+    auto lines = log.records();
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(linesBefore));
+    EXPECT_EQ(lines, linesOf(operation, failure));
+    EXPECT_EQ(cloud->count(Subject::Page) - requestsBefore, number + service().facts.probes);
+  }
+
+  cloud->refusedPage = 0;
+  Outs outs;
+  EXPECT_EQ(operation.call(handle.get(), outs), 0) << "the session is as good as before";
+  EXPECT_EQ(outs.listed(), cloud->folders());
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, ListingOfAllPages,
+                         testing::ValuesIn(servicesWith(&Service::Facts::listsAllPages)),
+                         ServiceName());
+
+}  // namespace
+}  // namespace Behaviour

@@ -1,0 +1,59 @@
+#include "loopback.h"
+
+#include <sstream>
+#include <string>
+
+namespace Behaviour {
+namespace {
+
+namespace Http = CloudStorage::Http;
+using Connection = TestSupport::LoopbackServer::Connection;
+
+// Where a request was meant to go.
+constexpr char kAddress[] = "x-address";
+
+Http::Method methodNamed(const std::string& name) {
+  for (const auto method : {Http::Method::Head, Http::Method::Post, Http::Method::Put}) {
+    if (name == Http::methodName(method)) return method;
+  }
+  return Http::Method::Get;
+}
+
+Http::Request parsed(const std::string& text) {
+  const auto headEnd = text.find("\r\n\r\n");
+  std::istringstream head(text.substr(0, headEnd + 2));
+  std::string line;
+  std::getline(head, line);
+  Http::Request request;
+  request.method = methodNamed(line.substr(0, line.find(' ')));
+  while (std::getline(head, line)) {
+    const auto colon = line.find(": ");
+    if (colon == std::string::npos) continue;
+    request.headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
+  }
+  request.uri = Http::URI::parse(request.headers.at(kAddress)).value();
+  request.body = text.substr(headEnd + 4);
+  return request;
+}
+
+std::string written(const Http::Response& response) {
+  return TestSupport::httpAnswer(std::to_string(response.status) + " Text", response.body);
+}
+
+}  // namespace
+
+Http::Response Detour::send(const Http::Request& request) {
+  Http::Request detoured = request;
+  detoured.uri = Http::URI::parse("http://127.0.0.1:" + std::to_string(port_) + "/").value();
+  detoured.headers[kAddress] = request.uri.toString();
+  return transport_.send(detoured);
+}
+
+CloudServer::CloudServer(Cloud& cloud)
+    : server_([&cloud](Connection& connection) {
+        while (const auto request = connection.readRequest()) {
+          if (!connection.send(written(cloud.send(parsed(*request))))) return;
+        }
+      }) {}
+
+}  // namespace Behaviour

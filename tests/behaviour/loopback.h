@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+#include "CloudStorage/Http/Transport.h"
+#include "Http/CurlTransport.h"
+#include "cloud.h"
+#include "support/loopback_server.h"
+
+namespace Behaviour {
+
+/// The real way to the network, except that it ends at a port of this machine, in clear, wherever a
+/// request is meant to go.
+class Detour : public CloudStorage::Http::Transport {
+ public:
+  explicit Detour(std::uint16_t port) : port_(port), transport_({}) {}
+
+  CloudStorage::Http::Response send(const CloudStorage::Http::Request& request) override;
+
+ private:
+  const std::uint16_t port_;
+  CloudStorage::Http::CurlTransport transport_;
+};
+
+/// A server that hands what came by a detour to a cloud.
+class CloudServer {
+ public:
+  explicit CloudServer(Cloud& cloud);
+
+  std::uint16_t port() const { return server_.port(); }
+  std::size_t connectionCount() const { return server_.connectionCount(); }
+
+ private:
+  TestSupport::LoopbackServer server_;
+};
+
+}  // namespace Behaviour
