@@ -36,6 +36,12 @@ class Help(ToolTest):
             ("azure", "create-container"): "NAME",
             ("azure", "ls"): "the '/' at its end may be left out",
             ("azure", "mkdir"): "without '/' at its beginning",
+            ("login",): "hides them from a glance but does not protect them",
+            ("logout",): "One of google-drive, onedrive, dropbox, amazon-drive",
+            ("whoami",): "Amazon Drive",
+            ("accounts",): "--json",
+            ("ls",): "such as google-drive:/Photos/2019",
+            ("mkdir",): "in a folder that is there",
         }
         for level, mentioned in levels.items():
             with self.subTest(level=level):
@@ -262,6 +268,30 @@ class Folders(ToolTest):
             for service, _ in self.STORES:
                 with self.subTest(service=service, command=command):
                     self.assert_fails(run(service, *command), BAD_USAGE, "is missing")
+
+
+class DriveFolders(ToolTest):
+    DRIVES = ("google-drive", "onedrive", "dropbox", "amazon-drive")
+
+    def test_arguments_are_required(self):
+        for command in ("login", "logout", "whoami"):
+            self.assert_fails(run(command), BAD_USAGE, "SERVICE is required")
+        for command in ("ls", "mkdir"):
+            self.assert_fails(run(command), BAD_USAGE, "LOCATION is required")
+            result = run(command, "dropbox:/", "dropbox:/")
+            self.assert_fails(result, BAD_USAGE, "too many arguments")
+
+    def test_a_new_folder_needs_a_name(self):
+        for drive, path in itertools.product(self.DRIVES, ("", ":", ":/", "://")):
+            with self.subTest(drive=drive, path=path):
+                expected = f"name is missing, as in {drive}:/NAME"
+                self.assert_fails(run("mkdir", drive + path), BAD_USAGE, expected)
+
+    def test_a_code_given_as_an_argument_is_refused_and_not_repeated(self):
+        for arguments in (("dropbox", "confidential"), ("dropbox", "--code=confidential")):
+            result = run("login", *arguments)
+            self.assert_fails(result, BAD_USAGE, "")
+            self.assertNotIn("confidential", result.stderr)
 
 
 class Secrets(ToolTest):

@@ -43,6 +43,24 @@ class Linking(unittest.TestCase):
             headers = readelf("--program-headers", library)
             self.assertRegex(headers, r"GNU_STACK .* RW +0x\w+\n")
 
+    def test_stacks_and_buffers_are_guarded(self):
+        for library in LIBRARIES:
+            with self.subTest(library=library):
+                imported = re.findall(r"UND (\w+)", readelf("--dyn-syms", library))
+                self.assertIn("__stack_chk_fail", imported)
+                # A function of the C library that there is in a form that checks where it writes,
+                # too; of these, libvemlo.so.1 happens to use none.
+                self.assertNotIn("snprintf", imported)
+        layer = readelf("--dyn-syms", "libvemlo_service_client.so.1")
+        self.assertRegex(layer, r"UND __snprintf_chk\b")
+
+    def test_nothing_is_linked_that_is_not_used(self):
+        for library, path in LIBRARIES.items():
+            with self.subTest(library=library):
+                result = subprocess.run(["ldd", "-u", path], capture_output=True, text=True,
+                                        check=False)  # fmt: skip
+                self.assertEqual((result.stdout, result.stderr, result.returncode), ("", "", 0))
+
     def test_the_library_stays_where_it_has_been_loaded(self):
         self.assertRegex(readelf("--dynamic", "libvemlo.so.1"), r"\(FLAGS_1\).*\bNODELETE\b")
 

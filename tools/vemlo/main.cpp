@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "azure.h"
+#include "drive_accounts.h"
+#include "drive_folders.h"
 #include "failure.h"
 #include "output.h"
 #include "s3.h"
@@ -23,7 +25,7 @@ constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  done\n"
     "  1  the service refused, was not reached, or was not understood\n"
-    "  2  bad usage, such as an unknown option, a missing key, or an unknown region\n"
+    "  2  bad usage, such as an unknown option, a missing key, or an account that is not linked\n"
     "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n";
 
 void prepareProcess() {
@@ -60,6 +62,8 @@ void run(int argc, const char* const* argv) {
                "Log more to standard error; repeat, or --verbose=9 for all");
   addS3Commands(app);
   addAzureCommands(app);
+  addDriveAccountCommands(app);
+  addDriveFolderCommands(app);
 
   try {
     app.parse(argc, argv);

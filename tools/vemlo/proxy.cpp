@@ -44,7 +44,8 @@ void addProxyOptions(CLI::App& command, ProxyOptions& options) {
   command
       .add_option("--proxy-password-file", options.passwordFile,
                   "File with the proxy password in its first line; '-' reads a line of standard "
-                  "input, after the key's (Env:VEMLO_PROXY_PASSWORD, the password itself, "
+                  "input, after the key's, before the code's (Env:VEMLO_PROXY_PASSWORD, the "
+                  "password itself, "
                   "or VEMLO_PROXY_PASSWORD_FILE)")
       ->type_name("FILE");
 }

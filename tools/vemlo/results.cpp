@@ -1,5 +1,8 @@
 #include "results.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "failure.h"
 
 namespace vemlo {
@@ -42,19 +45,39 @@ constexpr Meaning kMeanings[] = {
     {259, "temporary failure; try again later"},
 };
 
-const char* inWords(int code) {
-  for (const Meaning& meaning : kMeanings) {
-    if (meaning.code == code) return meaning.words;
-  }
-  return "the service call failed";
+constexpr const char* kExchangeFailed =
+    "the code was not accepted, the service was not reached, or it gave no lasting access; codes "
+    "are good once and for some minutes";
+
+/// The drives say less by their codes, and more in the log.
+constexpr Meaning kMeaningsOfDrives[] = {
+    {-1, "the arguments are not acceptable"},
+    {1, "the service call failed, as logged"},
+    {100, "the account has no root folder"},
+    {337, kExchangeFailed},
+    {340, kExchangeFailed},
+    {343, kExchangeFailed},
+};
+
+template <std::size_t Count>
+void require(int code, const std::string& action, const Meaning (&meanings)[Count],
+             const std::string& advice) {
+  if (code == 0) return;
+  const auto* const meaning = std::find_if(std::begin(meanings), std::end(meanings),
+                                           [code](const Meaning& m) { return m.code == code; });
+  const std::string words =
+      meaning == std::end(meanings) ? "the service call failed" : meaning->words;
+  throw Failure(code < 0 ? ExitCode::BadUsage : ExitCode::ServiceFailed,
+                "cannot " + action + ": " + words + " (code " + std::to_string(code) + ")" +
+                    (advice.empty() ? "" : "; " + advice));
 }
 
 }  // namespace
 
-void requireSuccess(int code, const std::string& action) {
-  if (code == 0) return;
-  throw Failure(code < 0 ? ExitCode::BadUsage : ExitCode::ServiceFailed,
-                "cannot " + action + ": " + inWords(code) + " (code " + std::to_string(code) + ")");
+void requireSuccess(int code, const std::string& action) { require(code, action, kMeanings, ""); }
+
+void requireDriveSuccess(int code, const std::string& action, const std::string& advice) {
+  require(code, action, kMeaningsOfDrives, advice);
 }
 
 }  // namespace vemlo

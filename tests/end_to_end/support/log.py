@@ -7,7 +7,7 @@ import sys
 import tempfile
 from typing import NamedTuple
 
-from . import sandbox
+from . import output, sandbox
 
 COLOUR = re.compile(r"\x1b\[[0-9;]*m")
 LINE = re.compile(
@@ -80,4 +80,6 @@ def captured():
             os.dup2(original, 2)
             os.close(original)
             file.seek(0)
-            capture.log = Log(file.read().decode())
+            text = file.read().decode()
+            output.keep(text)
+            capture.log = Log(text)

@@ -8,6 +8,7 @@ import pathlib
 import subprocess
 from typing import NamedTuple
 
+from . import output
 from .log import Log
 
 
@@ -41,13 +42,15 @@ def run(command, environment=None, **options):
         command, env={**clean, **(environment or {})}, capture_output=True, encoding="utf-8",
         timeout=60, check=False, **options,
     )  # fmt: skip
+    output.keep(result.stdout)
+    output.keep(result.stderr)
     return Result(result.returncode, result.stdout, Log(result.stderr))
 
 
-def run_host(name, *arguments, environment=None):
+def run_host(name, *arguments, environment=None, **options):
     """Runs one of the host programs, which must find that the library keeps its promises."""
     program = pathlib.Path(os.environ["VEMLO_HOSTS"]) / name
-    result = run([program, *arguments], environment)
+    result = run([program, *arguments], environment, **options)
     if result.status != 0:
         raise AssertionError(f"{name} ended with {result.status}: {result.log.text}{result.output}")
     return result

@@ -75,10 +75,10 @@ def new_bucket_name():
     return f"e2e-{uuid.uuid4().hex[:20]}"
 
 
-def control(method, what, body=None):
-    """Asks the control endpoint of the loopback internet."""
+def control(method, what, body=None, part="internet"):
+    """Asks the control endpoint of the loopback internet, or of the drives."""
     request = urllib.request.Request(
-        f"{state()['internet']['control']}/{what}",
+        f"{state()[part]['control']}/{what}",
         method=method,
         data=None if body is None else json.dumps(body).encode(),
         headers={"Content-Type": "application/json"},

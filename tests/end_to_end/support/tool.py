@@ -7,9 +7,11 @@ import os
 import subprocess
 import unittest
 
+from . import output
+
 TOOL = os.environ["VEMLO_CLI"]
 
-DONE, BAD_USAGE, LOCAL_TROUBLE = 0, 2, 3
+DONE, SERVICE_FAILED, BAD_USAGE, LOCAL_TROUBLE = 0, 1, 2, 3
 KEYS = {"VEMLO_S3_ACCESS_KEY": "access", "VEMLO_S3_SECRET_KEY": "confidential"}
 AZURE_KEYS = {"VEMLO_AZURE_ACCOUNT": "account", "VEMLO_AZURE_KEY": "Y29uZmlkZW50aWFs"}
 
@@ -25,10 +27,13 @@ def run(*arguments, environment=None, **options):
     options = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, **options}
     if "input" in options:
         del options["stdin"]
-    return subprocess.run(
+    result = subprocess.run(
         [TOOL, *arguments], env=with_own(environment),
         stderr=subprocess.PIPE, encoding="utf-8", timeout=60, check=False, **options,
     )  # fmt: skip
+    output.keep(result.stdout)
+    output.keep(result.stderr)
+    return result
 
 
 class ToolTest(unittest.TestCase):

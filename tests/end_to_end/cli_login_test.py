@@ -1,0 +1,360 @@
+"""How the command-line tool links accounts, and where it keeps them, as far as no service is needed
+to see it."""
+
+import ctypes
+import fcntl
+import json
+import os
+import pathlib
+import re
+import resource
+import signal
+import subprocess
+import time
+import unittest
+import urllib.parse
+
+from support.account_file import AccountFileTest
+from support.log import COLOUR
+from support.tool import BAD_USAGE, DONE, LOCAL_TROUBLE, SERVICE_FAILED, TOOL, with_own
+
+# The command's word for each service: what users call it, where they allow access, and the code of
+# an exchange that failed.
+SERVICES = {
+    "google-drive": ("Google Drive", "https://accounts.google.com/o/oauth2/auth", 337),
+    "onedrive": (
+        "OneDrive", "https://login.microsoftonline.com/common/oauth2/v2.0/authorize", 343,
+    ),
+    "dropbox": ("Dropbox", "https://www.dropbox.com/oauth2/authorize", 343),
+    "amazon-drive": ("Amazon Drive", "https://www.amazon.com/ap/oa", 340),
+}  # fmt: skip
+REDIRECT = "https://vemlo.example/redirect.php"
+# Nobody listens there.
+NOWHERE = ("--proxy", "127.0.0.1:1")
+PR_SET_CHILD_SUBREAPER = 36
+
+
+class LoginTest(AccountFileTest):
+    def login(self, service, pasted, *options, **more):
+        return self.tool("login", service, "--no-browser", *options, input=pasted, **more)
+
+    def assert_ends(self, result, code, message):
+        """The last line on standard error."""
+        last = COLOUR.sub("", result.stderr).splitlines()[-1]
+        self.assertRegex(last, r"\Avemlo: ")
+        self.assertIn(message, last)
+        self.assertEqual(result.returncode, code)
+
+
+class Consent(LoginTest):
+    def test_the_address_to_open_is_the_only_line_on_standard_output(self):
+        for service, (title, endpoint, _) in SERVICES.items():
+            with self.subTest(service=service):
+                result = self.login(service, "")
+                address, query = result.stdout.split("?")
+                self.assertEqual(address, endpoint)
+                parameters = urllib.parse.parse_qs(query.rstrip("\n"))
+                self.assertEqual(parameters["redirect_uri"], [REDIRECT])
+                self.assertEqual(result.stdout.count("\n"), 1)
+                self.assertIn(f"vemlo: allow access to {title} on this page:\n", result.stderr)
+                self.assert_ends(result, LOCAL_TROUBLE, "no code was given")
+                self.assertFalse(self.file.exists())
+
+    def test_a_refusal_on_the_page_of_the_service_is_explained(self):
+        denied = REDIRECT + "?error=access_denied&error_description=The+user+said+no&state="
+        result = self.login("google-drive", denied)
+        self.assert_ends(result, SERVICE_FAILED, "access was denied")
+        self.assertFalse(self.file.exists())
+
+    def test_another_error_in_the_address_is_shown_safely(self):
+        failed = REDIRECT + "?error=invalid_scope%1b%5B31m&error_description=No%20such%20scope"
+        result = self.login("google-drive", failed)
+        expected = r"the error 'invalid_scope\u001b[31m': No such scope"
+        self.assert_ends(result, SERVICE_FAILED, expected)
+
+    def test_an_address_without_a_code_is_refused(self):
+        cases = (
+            REDIRECT, REDIRECT + "?", REDIRECT + "?code=", REDIRECT + "?code", "https://",
+            REDIRECT + "?barcode=1", REDIRECT + "#code=1", REDIRECT + "?codes=1&x=code=1",
+            REDIRECT + "?code=%00", REDIRECT + "?code=abc%00def", "http://localhost/?scope=code",
+        )  # fmt: skip
+        for pasted in cases:
+            with self.subTest(pasted=pasted):
+                result = self.login("google-drive", pasted + "\n")
+                self.assert_ends(result, BAD_USAGE, "no code stands in that")
+
+    def test_blank_lines_hold_no_code(self):
+        for pasted in ("\n", " \t\r\n", "\nabc\n"):
+            with self.subTest(pasted=pasted):
+                self.assert_ends(self.login("dropbox", pasted), LOCAL_TROUBLE, "no code was given")
+
+    def test_services_are_named_in_answer_to_an_unknown_one(self):
+        for command in ("login", "logout", "whoami", "ls", "mkdir"):
+            for service in ("skydrive", "", "Google-Drive", "s3"):
+                with self.subTest(command=command, service=service):
+                    result = self.tool(command, service)
+                    expected = f"no drive is called '{service}'; there are: {', '.join(SERVICES)}"
+                    self.assert_fails(result, BAD_USAGE, expected)
+
+
+class Exchange(LoginTest):
+    """The failure of an exchange is logged with the code that was sent."""
+
+    def code_sent(self, service, pasted):
+        result = self.login(service, pasted + "\n", *NOWHERE)
+        self.assertEqual(result.returncode, SERVICE_FAILED)
+        return re.search(r"authorizationCode = (.*?), ", result.stderr)[1]
+
+    def test_a_code_alone_is_used_as_it_stands(self):
+        for code in ("4/0Ab_c-d", "4%2F0Ab", "a b", "code=1", "M.C1.2!x*$", "a+b"):
+            with self.subTest(code=code):
+                self.assertEqual(self.code_sent("onedrive", code), code)
+        self.assertEqual(self.code_sent("onedrive", " \tabc \r"), "abc")
+
+    def test_a_code_in_an_address_is_decoded_once(self):
+        cases = {
+            "?code=4%2F0Ab&scope=email%20x": "4/0Ab",
+            "?state=&iss=https%3A%2F%2Fx%3Fcode%3D1&code=a%2526b": "a%26b",
+            "?code=a+b%2B": "a+b+",
+            "?code=M.C1!x*$%": "M.C1!x*$%",
+            "?code=%zz%4": "%zz%4",
+            "?code=abc#_=_": "abc",
+            "?code=first&code=second": "first",
+            "?code=%e2%82%ac": "\u20ac",
+        }
+        for query, code in cases.items():
+            with self.subTest(query=query):
+                self.assertEqual(self.code_sent("google-drive", REDIRECT + query), code)
+        self.assertEqual(self.code_sent("dropbox", " http://localhost:80/?code=x"), "x")
+
+    def test_what_was_linked_before_stays(self):
+        accounts = self.keep_accounts(*SERVICES)
+        for service, (_, _, code) in SERVICES.items():
+            with self.subTest(service=service):
+                result = self.login(service, "made-up\n", *NOWHERE)
+                self.assert_ends(result, SERVICE_FAILED, f"(code {code})")
+                self.assertIn("cannot link the account: the code was not accepted", result.stderr)
+        self.assertEqual(self.accounts(), accounts)
+
+
+class Browser(LoginTest):
+    """xdg-open is a stand-in that notes down what it was called with, and how."""
+
+    def setUp(self):
+        super().setUp()
+        self.note = self.home / "note"
+        program = self.home / "xdg-open"
+        # A browser that writes, reads, and does not mind broken pipes any more than usual.
+        program.write_text(
+            "#!/bin/sh\necho noise; echo noise >&2; cat\n"
+            f"grep SigIgn /proc/self/status >{self.note}\n"
+            f'printf "%s|" "$@" >>{self.note}\n'
+        )
+        program.chmod(0o700)
+        # Whatever the tool leaves behind becomes a child of this process.
+        ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+
+    def browsed(self, *options, **variables):
+        """What the browser was called with; None if there was none."""
+        variables["PATH"] = f"{self.home}:{os.environ['PATH']}"
+        self.note.unlink(missing_ok=True)
+        result = self.tool("login", "dropbox", *options, environment=variables, input="")
+        try:
+            while True:
+                os.waitpid(-1, 0)
+        except ChildProcessError:
+            pass
+        self.assertNotIn("noise", result.stdout + result.stderr)
+        self.assertEqual(result.stdout.count("\n"), 1)
+        url = result.stdout.rstrip("\n")
+        if not self.note.exists():
+            return url, None, None
+        ignored, arguments = self.note.read_text().split("\n")
+        return url, arguments, int(ignored.split()[1], 16)
+
+    def test_opened_where_there_is_a_desktop(self):
+        for variable in ("DISPLAY", "WAYLAND_DISPLAY"):
+            with self.subTest(variable=variable):
+                desktop = {"DISPLAY": "", "WAYLAND_DISPLAY": "", variable: ":0"}
+                url, arguments, ignored = self.browsed(**desktop)
+                self.assertEqual(arguments, url + "|")
+                self.assertEqual(ignored & (1 << (signal.SIGPIPE - 1)), 0)
+
+    def test_not_opened_otherwise(self):
+        desktop = {"DISPLAY": ":0", "WAYLAND_DISPLAY": "wayland-0"}
+        self.assertIsNone(self.browsed("--no-browser", **desktop)[1])
+        self.assertIsNone(self.browsed(DISPLAY="", WAYLAND_DISPLAY="")[1])
+
+    def test_nothing_is_said_if_there_is_no_program_for_it(self):
+        (self.home / "xdg-open").unlink()
+        self.environment["PATH"] = str(self.home)
+        result = self.tool("login", "dropbox", environment={"DISPLAY": ":0"}, input="")
+        self.assertEqual(len(result.stderr.splitlines()), 3)
+        self.assert_ends(result, LOCAL_TROUBLE, "no code was given")
+
+
+class Accounts(LoginTest):
+    def test_list(self):
+        self.keep_accounts("onedrive", "dropbox")
+        table = (
+            "SERVICE   LINKED\n"
+            "dropbox   2026-02-01T00:00:00Z\n"
+            "onedrive  2026-01-01T00:00:00Z\n"
+        )
+        self.assert_prints(self.tool("accounts"), table)
+        result = self.tool("accounts", "--json")
+        expected = [
+            {"service": "dropbox", "linked": "2026-02-01T00:00:00Z"},
+            {"service": "onedrive", "linked": "2026-01-01T00:00:00Z"},
+        ]
+        self.assertEqual(json.loads(result.stdout), expected)
+
+    def test_none(self):
+        result = self.tool("accounts")
+        self.assertEqual((result.stdout, result.stderr), ("", "vemlo: no accounts\n"))
+        self.assertEqual(result.returncode, DONE)
+        self.assert_prints(self.tool("accounts", "--json"), "[]\n")
+        self.assertFalse(self.folder.exists())
+
+    def test_commands_that_need_one_say_how_to_link_it(self):
+        self.keep_accounts("onedrive")
+        commands = (
+            ("ls", "google-drive:/"), ("mkdir", "google-drive:/Photos"), ("whoami", "amazon-drive"),
+        )  # fmt: skip
+        for command, location in commands:
+            with self.subTest(command=command):
+                service = location.split(":")[0]
+                title = SERVICES[service][0]
+                expected = f"no {title} account is linked; link one with `vemlo login {service}`"
+                self.assert_fails(self.tool(command, location), BAD_USAGE, expected)
+
+    def test_tokens_that_the_library_has_not_enciphered(self):
+        self.keep_accounts("dropbox")
+        result = self.tool("ls", "dropbox:/")
+        expected = "of the Dropbox account are damaged; link it again with `vemlo login dropbox`"
+        self.assert_ends(result, LOCAL_TROUBLE, expected)
+
+    def test_only_amazon_says_whose_account_it_is(self):
+        for service in ("google-drive", "onedrive", "dropbox"):
+            with self.subTest(service=service):
+                self.keep_accounts(service)
+                expected = f"`vemlo ls {service}:/` shows"
+                self.assert_fails(self.tool("whoami", service), BAD_USAGE, expected)
+
+
+class Logout(LoginTest):
+    def test_forgets_one_account_and_nothing_else(self):
+        accounts = self.keep_accounts("google-drive", "dropbox", "of-a-newer-version")
+        accounts["dropbox"]["more"] = {"of": ["another", "version"]}
+        self.keep(json.dumps(accounts))
+        self.file.chmod(0o644)
+        self.folder.chmod(0o700)
+
+        result = self.tool("logout", "google-drive")
+        self.assertEqual((result.stdout, result.returncode), ("", DONE))
+        self.assertEqual(result.stderr, "vemlo: the Google Drive account is forgotten here\n")
+        del accounts["google-drive"]
+        self.assertEqual(self.accounts(), accounts)
+        self.assert_private()
+
+        again = self.tool("logout", "google-drive")
+        self.assert_fails(again, BAD_USAGE, "no Google Drive account is linked")
+        self.assertEqual(self.accounts(), accounts)
+
+    def test_onedrive_has_an_address_to_sign_out_at(self):
+        self.keep_accounts("onedrive")
+        result = self.tool("logout", "onedrive")
+        query = urllib.parse.urlencode({"post_logout_redirect_uri": REDIRECT})
+        address = f"https://login.microsoftonline.com/common/oauth2/v2.0/logout?{query}\n"
+        self.assertEqual((result.stdout, result.returncode), (address, DONE))
+        self.assertEqual(self.accounts(), {})
+
+
+    def test_without_any_account(self):
+        self.assert_fails(self.tool("logout", "dropbox"), BAD_USAGE, "no Dropbox account is linked")
+        self.assertFalse(self.file.exists())
+
+
+class File(LoginTest):
+    DAMAGED = (
+        "", " ", "{", "[]", "null", '"google-drive"', '{"google-drive": {}} more',
+        '{"dropbox": null}', '{"dropbox": {"linked": "", "accessToken": ""}}',
+        '{"dropbox": {"linked": "", "accessToken": "", "refreshToken": 1}}', "[" * 100000,
+    )  # fmt: skip
+
+    def test_a_damaged_one_is_reported_and_left_alone(self):
+        commands = (
+            ("accounts",), ("login", "dropbox", "--no-browser"), ("logout", "dropbox"),
+            ("ls", "dropbox:/"), ("whoami", "amazon-drive"),
+        )  # fmt: skip
+        for text in self.DAMAGED:
+            self.keep(text)
+            for command in commands:
+                with self.subTest(text=text[:60], command=command):
+                    result = self.tool(*command)
+                    self.assert_fails(result, LOCAL_TROUBLE, f"'{self.file}' is damaged")
+                    self.assertEqual(self.file.read_text(), text)
+
+    def test_one_that_cannot_be_read(self):
+        self.file.mkdir(parents=True)
+        result = self.tool("accounts")
+        self.assert_fails(result, LOCAL_TROUBLE, f"cannot read '{self.file}': Is a directory")
+
+    def test_a_folder_that_cannot_be_made(self):
+        self.folder.write_text("a file")
+        for command in (("logout", "dropbox"), ("accounts",)):
+            with self.subTest(command=command):
+                self.assert_fails(self.tool(*command), LOCAL_TROUBLE, str(self.folder))
+
+    def test_a_full_disk_leaves_the_old_one(self):
+        accounts = self.keep_accounts(*SERVICES)
+
+        def fill_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
+
+        result = self.tool("logout", "dropbox", preexec_fn=fill_disk)
+        self.assert_fails(result, LOCAL_TROUBLE, f"cannot write '{self.file}': File too large")
+        self.assertEqual(self.accounts(), accounts)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["accounts.json", "accounts.lock"])
+
+    def test_where_it_is(self):
+        home = self.home / "home"
+        (home / ".config").mkdir(parents=True)
+        self.keep_accounts("dropbox")
+        self.folder.rename(home / ".config" / "vemlo")
+        listed = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": str(home)})
+        self.assertIn("dropbox", listed.stdout)
+        # A relative path does not count.
+        environment = {"XDG_CONFIG_HOME": "relative", "HOME": str(home)}
+        self.assertEqual(self.tool("accounts", environment=environment).stdout, listed.stdout)
+        nowhere = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": ""})
+        self.assert_fails(nowhere, LOCAL_TROUBLE, "set HOME or XDG_CONFIG_HOME")
+
+    def wait_for_lock(self, process):
+        """Until the process waits for a lock, as the kernel shows."""
+        deadline = time.monotonic() + 30
+        waiting = re.compile(rf"-> FLOCK .* {process.pid} ")
+        while not waiting.search(pathlib.Path("/proc/locks").read_text()):
+            self.assertLess(time.monotonic(), deadline, "the tool does not wait for the lock")
+            time.sleep(0.01)
+
+    def test_changes_at_the_same_time_are_all_kept(self):
+        accounts = self.keep_accounts("google-drive", "dropbox")
+        with open(self.folder / "accounts.lock", "w", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            command = [TOOL, "logout", "google-drive"]
+            process = subprocess.Popen(
+                command, env=with_own(self.environment), stderr=subprocess.DEVNULL
+            )
+            self.wait_for_lock(process)
+            # What another process does while it has the lock.
+            accounts["onedrive"] = accounts["dropbox"]
+            self.keep(json.dumps(accounts))
+        self.assertEqual(process.wait(timeout=60), DONE)
+        del accounts["google-drive"]
+        self.assertEqual(self.accounts(), accounts)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,50 @@
+"""The vendors' own clients and rclone beside the library: each sees what the others have made."""
+
+import json
+import os
+import pathlib
+import subprocess
+import unittest
+
+from support import drives, sandbox
+from support.drive_case import DriveTest, for_each_drive
+from support.drive_sessions import AMAZON_DRIVE, DROPBOX
+
+CLIENTS = pathlib.Path(__file__).with_name("drive_clients.mjs")
+
+
+@for_each_drive
+class Clients:
+    def others(self):
+        """What other clients see, after each has made a folder."""
+        internet = sandbox.state()["internet"]
+        environment = {
+            **os.environ,
+            "HTTPS_PROXY": f"http://{internet['proxyHost']}:{internet['proxyPort']}",
+            "NODE_EXTRA_CA_CERTS": internet["caFile"],
+        }
+        result = subprocess.run(
+            ["node", CLIENTS, drives.NAMES[self.drive.word], self.holder],
+            env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, encoding="utf-8",
+            check=True, timeout=90,
+        )  # fmt: skip
+        return json.loads(result.stdout)
+
+    def test_each_sees_what_the_others_have_made(self):
+        session = self.linked()
+        root = self.root_of(session)
+        ours = "ours, é + 100%"
+        self.assert_done(session.make_folder(root, ours.encode()))
+
+        found = self.others()
+        expected = {AMAZON_DRIVE: ["rclone"], DROPBOX: ["python", "rclone", "vendor"]}
+        names = expected.get(self.drive, ["rclone", "vendor"])
+        self.assertEqual(sorted(found), names)
+        everything = [*(f"by {name}" for name in names), ours]
+        for client, folders in found.items():
+            self.assertEqual(sorted(folders), everything, client)
+        self.assert_names(session, root, [name.encode() for name in everything])
+
+
+if __name__ == "__main__":
+    unittest.main()

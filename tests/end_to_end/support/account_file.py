@@ -1,0 +1,45 @@
+"""The file in which the command-line tool keeps linked accounts, in a folder of the test's own."""
+
+import json
+import os
+import pathlib
+import stat
+import tempfile
+
+from .tool import ToolTest, run
+
+
+class AccountFileTest(ToolTest):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.home = pathlib.Path(folder.name)
+        self.folder = self.home / "vemlo"
+        self.file = self.folder / "accounts.json"
+        self.environment = {"XDG_CONFIG_HOME": str(self.home)}
+
+    def tool(self, *arguments, environment=None, **options):
+        return run(*arguments, environment={**self.environment, **(environment or {})}, **options)
+
+    def accounts(self):
+        return json.loads(self.file.read_text(encoding="utf-8"))
+
+    def keep(self, text):
+        """Puts a text into the file, whatever it is."""
+        self.folder.mkdir(exist_ok=True)
+        self.file.write_text(text, encoding="utf-8")
+
+    def keep_accounts(self, *services):
+        """Accounts of these services, with tokens that are none, and how they look in the file."""
+        accounts = {
+            service: {"linked": f"2026-0{month}-01T00:00:00Z", "accessToken": "", "refreshToken": ""}
+            for month, service in enumerate(services, 1)
+        }
+        self.keep(json.dumps(accounts))
+        return accounts
+
+    def assert_private(self):
+        """The file and its folder are for their owner alone, and nothing was left beside it."""
+        for path, mode in ((self.folder, 0o700), (self.file, 0o600)):
+            self.assertEqual(stat.S_IMODE(path.stat().st_mode), mode)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["accounts.json", "accounts.lock"])

@@ -1,0 +1,61 @@
+"""The drives of the sandbox: who has an account, what it holds, and its tokens."""
+
+import ctypes
+import os
+import ssl
+import urllib.parse
+import urllib.request
+
+from . import sandbox
+
+# The sandbox's name of each service, by the command-line tool's.
+NAMES = {
+    "google-drive": "google",
+    "onedrive": "microsoft",
+    "dropbox": "dropbox",
+    "amazon-drive": "amazon",
+}
+
+
+def control(what, service, **details):
+    """Has the sandbox do something to a service."""
+    body = {"service": NAMES[service], **details}
+    return sandbox.control("POST", what, body, part="drives")
+
+
+def consent(url, account, decision="allow"):
+    """Opens an authorization address as the account's holder would, and decides there.
+
+    Returns the address of the redirect page.
+    """
+    internet = sandbox.state()["internet"]
+    proxy = f"http://{internet['proxyHost']}:{internet['proxyPort']}"
+    browser = urllib.request.build_opener(
+        urllib.request.ProxyHandler({"https": proxy}),
+        urllib.request.HTTPSHandler(context=ssl.create_default_context(cafile=internet["caFile"])),
+    )
+    with browser.open(url, timeout=30) as page:
+        address = page.url
+    form = urllib.parse.urlencode({"account": account, "decision": decision})
+    with browser.open(address, form.encode(), timeout=30) as page:
+        assert page.url.split("?")[0] == sandbox.state()["drives"]["redirectUri"], page.url
+        return page.url
+
+
+def query_of(url):
+    """The query's values by name."""
+    return dict(urllib.parse.parse_qsl(urllib.parse.urlsplit(url).query, strict_parsing=True))
+
+
+def deciphered(text):
+    """What the library's encrypt_string() made `text` from."""
+    library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
+    library.decrypt_string.argtypes = [ctypes.c_char_p]
+    library.decrypt_string.restype = ctypes.c_void_p
+    library.libvemlo_global_init()
+    plain = library.decrypt_string(text.encode())
+    try:
+        return ctypes.string_at(plain).decode()
+    finally:
+        ctypes.CDLL(None).free(ctypes.c_void_p(plain))
+        library.libvemlo_global_cleanup()

@@ -1,0 +1,184 @@
+#include "account_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <system_error>
+
+#include "failure.h"
+
+namespace vemlo {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using std::filesystem::path;
+
+[[noreturn]] void fail(const std::string& what, const path& file) {
+  const std::string reason = std::generic_category().message(errno);
+  throw Failure(ExitCode::LocalTrouble, what + " '" + file.string() + "': " + reason);
+}
+
+class OpenFile {
+ public:
+  explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
+  ~OpenFile() { close(); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  int descriptor() const { return descriptor_; }
+  bool isOpen() const { return descriptor_ >= 0; }
+
+  bool close() {
+    const bool isClosed = !isOpen() || ::close(descriptor_) == 0;
+    descriptor_ = -1;
+    return isClosed;
+  }
+
+ private:
+  int descriptor_;
+};
+
+path configurationFolder() {
+  // The variable counts only if it is absolute: that is how its users have agreed on it.
+  const char* configured = std::getenv("XDG_CONFIG_HOME");
+  if (configured != nullptr && *configured == '/') return configured;
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && *home == '/') return path(home) / ".config";
+  throw Failure(ExitCode::LocalTrouble,
+                "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
+}
+
+path accountFolder() { return configurationFolder() / "vemlo"; }
+
+path accountFile() { return accountFolder() / "accounts.json"; }
+
+bool isAccount(const Json& account) {
+  constexpr std::array kMembers{"linked", "accessToken", "refreshToken"};
+  return account.is_object() &&
+         std::all_of(kMembers.begin(), kMembers.end(), [&account](const char* member) {
+           return account.contains(member) && account[member].is_string();
+         });
+}
+
+/// The text of a file, empty if there is no such file.
+std::string readText(const path& file) {
+  const OpenFile open(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!open.isOpen() && errno == ENOENT) return {};
+
+  std::string text;
+  std::array<char, 4096> buffer{};
+  ssize_t size = open.isOpen() ? 1 : -1;
+  while (size > 0) {
+    size = ::read(open.descriptor(), buffer.data(), buffer.size());
+    if (size > 0) text.append(buffer.data(), static_cast<std::size_t>(size));
+  }
+  if (size < 0) fail("cannot read", file);
+  return text;
+}
+
+/// The accounts by the names of their services.
+Json readFile() {
+  const path file = accountFile();
+  const std::string text = readText(file);
+  if (text.empty() && !std::filesystem::exists(file)) return Json::object();
+  Json accounts = Json::parse(text, nullptr, false);
+  if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
+    throw Failure(
+        ExitCode::LocalTrouble,
+        "'" + file.string() + "' is damaged; repair it, or remove it and link the accounts again");
+  }
+  return accounts;
+}
+
+bool writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t size = ::write(descriptor, text.data(), text.size());
+    if (size < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(size));
+  }
+  return ::fsync(descriptor) == 0;
+}
+
+/// Replaces the file as a whole: whoever reads it, and whatever fails, there is the old or the new
+/// one.
+void writeFile(const Json& accounts) {
+  const path file = accountFile();
+  std::string temporary = file.string() + ".XXXXXX";
+  OpenFile open(::mkostemp(temporary.data(), O_CLOEXEC));  // readable for its owner alone
+  if (!open.isOpen()) fail("cannot write", file);
+  if (!writeAll(open.descriptor(), accounts.dump(2) + "\n") || !open.close() ||
+      std::rename(temporary.c_str(), file.c_str()) != 0) {
+    const int error = errno;
+    ::unlink(temporary.c_str());
+    errno = error;
+    fail("cannot write", file);
+  }
+  // That the name is on the disk as well is worth trying, but nothing is lost without.
+  const OpenFile folder(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.isOpen()) ::fsync(folder.descriptor());
+}
+
+void makeAccountFolder() {
+  const path folder = accountFolder();
+  std::error_code error;
+  const mode_t usual = ::umask(S_IRWXG | S_IRWXO);  // for its owner alone
+  std::filesystem::create_directories(folder, error);
+  ::umask(usual);
+  errno = error.value();
+  if (error) fail("cannot make the folder", folder);
+}
+
+/// Changes the file while no other process does. The lock is a file of its own, as the one with the
+/// accounts is replaced.
+void changeAccounts(const std::function<void(Json& accounts)>& change) {
+  makeAccountFolder();
+  const path lock = accountFolder() / "accounts.lock";
+  const OpenFile open(::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!open.isOpen() || ::flock(open.descriptor(), LOCK_EX) != 0) fail("cannot lock", lock);
+
+  const Json before = readFile();
+  Json accounts = before;
+  change(accounts);
+  if (accounts != before) writeFile(accounts);
+}
+
+}  // namespace
+
+std::map<std::string, Account> readAccounts() {
+  std::map<std::string, Account> accounts;
+  const Json stored = readFile();
+  for (const auto& [service, account] : stored.items()) {
+    accounts[service] = {account["linked"], account["accessToken"], account["refreshToken"]};
+  }
+  return accounts;
+}
+
+bool keepAccount(const std::string& service, const Account& account) {
+  bool hadOne = false;
+  changeAccounts([&](Json& accounts) {
+    hadOne = accounts.contains(service);
+    accounts[service] = {{"linked", account.linked},
+                         {"accessToken", account.accessToken},
+                         {"refreshToken", account.refreshToken}};
+  });
+  return hadOne;
+}
+
+bool forgetAccount(const std::string& service) {
+  bool hadOne = false;
+  changeAccounts([&](Json& accounts) { hadOne = accounts.erase(service) > 0; });
+  return hadOne;
+}
+
+}  // namespace vemlo

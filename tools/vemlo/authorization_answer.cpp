@@ -1,0 +1,83 @@
+#include "authorization_answer.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "failure.h"
+
+namespace vemlo {
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// What is no percent-encoding stays as it is.
+std::string percentDecoded(std::string_view text) {
+  std::string decoded;
+  while (!text.empty()) {
+    unsigned value = 0;
+    const std::string_view digits = text.substr(1, 2);
+    const char* end = digits.data() + digits.size();
+    const bool isEncoded = text.front() == '%' && digits.size() == 2 &&
+                           std::from_chars(digits.data(), end, value, 16).ptr == end;
+    decoded += isEncoded ? static_cast<char>(value) : text.front();
+    text.remove_prefix(isEncoded ? 3 : 1);
+  }
+  return decoded;
+}
+
+/// The decoded value of a parameter in the query of an address, empty if it is not there.
+std::string parameter(std::string_view address, std::string_view name) {
+  address = address.substr(0, address.find('#'));
+  const std::size_t mark = address.find('?');
+  std::string_view query = mark == std::string_view::npos ? "" : address.substr(mark + 1);
+  while (!query.empty()) {
+    const std::string_view pair = query.substr(0, query.find('&'));
+    if (pair.substr(0, pair.find('=')) == name && pair.size() > name.size()) {
+      return percentDecoded(pair.substr(name.size() + 1));
+    }
+    query.remove_prefix(std::min(query.size(), pair.size() + 1));
+  }
+  return {};
+}
+
+void requireNoError(std::string_view address) {
+  const std::string error = parameter(address, "error");
+  if (error.empty()) return;
+  if (error == "access_denied") {
+    throw Failure(ExitCode::ServiceFailed,
+                  "access was denied on the page of the service; nothing has changed");
+  }
+  const std::string description = parameter(address, "error_description");
+  throw Failure(ExitCode::ServiceFailed, "the service sent no code but the error '" + error + "'" +
+                                             (description.empty() ? "" : ": " + description));
+}
+
+bool isAddress(std::string_view text) {
+  return text.substr(0, 8) == "https://" || text.substr(0, 7) == "http://";
+}
+
+}  // namespace
+
+std::string codeOf(std::string_view pasted) {
+  pasted = trimmed(pasted);
+  if (pasted.empty()) throw Failure(ExitCode::LocalTrouble, "no code was given");
+  std::string code(pasted);
+  if (isAddress(pasted)) {
+    requireNoError(pasted);
+    code = parameter(pasted, "code");
+  }
+  // A zero byte would cut the code short without a word.
+  if (code.empty() || code.find('\0') != std::string::npos) {
+    throw Failure(ExitCode::BadUsage,
+                  "no code stands in that; paste the whole address of the page that the browser "
+                  "ends at, which has 'code=' in it, or the code alone");
+  }
+  return code;
+}
+
+}  // namespace vemlo

@@ -1,0 +1,164 @@
+#include "drive_accounts.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "account_file.h"
+#include "authorization_answer.h"
+#include "browser.h"
+#include "drive_session.h"
+#include "drives.h"
+#include "failure.h"
+#include "object_store.h"
+#include "output.h"
+#include "proxy.h"
+
+namespace vemlo {
+namespace {
+
+constexpr const char* kLoginExplained =
+    "Prints the address of the page on which to allow access, and opens it in a browser where "
+    "there\n"
+    "is a desktop. Then reads a line of standard input: the address that the browser was sent to "
+    "in\n"
+    "the end, or the code alone. An account that was linked before is replaced once that has "
+    "worked.\n"
+    "\n"
+    "Accounts are kept in $XDG_CONFIG_HOME/vemlo/accounts.json, or in ~/.config without that\n"
+    "variable. The tokens in it are enciphered with a key that everybody has who has the library,\n"
+    "which hides them from a glance but does not protect them: who can read the file has access "
+    "to\n"
+    "the drive.\n"
+    "\n";
+
+struct Arguments {
+  std::string service;
+  bool noBrowser = false;
+  bool json = false;
+  ProxyOptions proxy;
+};
+
+std::string readPastedLine() {
+  std::string line;
+  std::getline(std::cin, line);
+  return line;
+}
+
+void login(const Arguments& arguments) {
+  const Drive& drive = driveNamed(arguments.service);
+  // That the file is damaged should not come out after the user has gone through the consent.
+  readAccounts();
+  const DriveSession session(drive, resolveProxy(arguments.proxy), false);
+
+  const std::string url = session.authorizeUrl();
+  writeMessage("allow access to " + drive.title + " on this page:");
+  writeResult(url + "\n");
+  if (!arguments.noBrowser) openBrowser(url);
+  writeMessage(
+      "then paste the address of the page that the browser ends at, or the code which that page "
+      "shows:");
+  const Account account = session.link(codeOf(readPastedLine()));
+
+  const bool isReplaced = keepAccount(drive.name, account);
+  writeMessage("the " + drive.title + " account is linked" +
+               (isReplaced ? ", in place of the one linked before" : "") +
+               (drive.lifetime.empty() ? "" : "; " + drive.lifetime));
+}
+
+void logout(const Arguments& arguments) {
+  const Drive& drive = driveNamed(arguments.service);
+  if (!forgetAccount(drive.name)) {
+    throw Failure(ExitCode::BadUsage, "no " + drive.title + " account is linked");
+  }
+  writeMessage("the " + drive.title + " account is forgotten here");
+  const std::string url = DriveSession(drive, {}, false).logoutUrl();
+  if (url.empty()) return;
+  writeMessage("to sign out in the browser as well, open:");
+  writeResult(url + "\n");
+}
+
+void whoAmI(const Arguments& arguments) {
+  const Drive& drive = driveNamed(arguments.service);
+  if (drive.logHolder == nullptr) {
+    throw Failure(ExitCode::BadUsage, "the library cannot ask " + drive.title +
+                                          " whose account it is; `vemlo ls " + drive.name +
+                                          ":/` shows whether it is still linked");
+  }
+  const Account account = linkedAccount(drive);
+  const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
+  session.logHolder();
+  writeMessage("the " + drive.title +
+               " account works; it belongs to whom the library names in its log above (at the "
+               "severity of an error, which it is not)");
+}
+
+void listAccounts(const Arguments& arguments) {
+  Listing accounts{{"service", "linked"}, {}};
+  for (const auto& [service, account] : readAccounts()) {
+    accounts.rows.push_back({service, account.linked});
+  }
+  writeListing(accounts, arguments.json);
+  if (accounts.rows.empty() && !arguments.json) writeMessage("no accounts");
+}
+
+void addServiceArgument(CLI::App& command, Arguments& arguments) {
+  command.add_option("SERVICE", arguments.service, "One of " + driveNames())
+      ->required()
+      ->type_name("");
+}
+
+CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description) {
+  return *app.add_subcommand(name, description)->group(kDriveCommands);
+}
+
+// Each command has arguments of its own, kept by its callback: what an environment variable gives
+// to one command would otherwise replace what the command line gives to another.
+
+void addLogin(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command =
+      addCommand(app, "login", "Link an account; prints the address to allow access at");
+  command.footer(kLoginExplained + command.get_footer());
+  addServiceArgument(command, *arguments);
+  command.add_flag("--no-browser", arguments->noBrowser, "Only print the address, open no browser");
+  addProxyOptions(command, arguments->proxy);
+  command.callback([arguments] { login(*arguments); });
+}
+
+void addLogout(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = addCommand(
+      app, "logout", "Forget an account; prints the address to sign out at, if there is one");
+  addServiceArgument(command, *arguments);
+  command.callback([arguments] { logout(*arguments); });
+}
+
+void addWhoAmI(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = addCommand(app, "whoami",
+                                 "Check an account and let the library log whose it is, which it "
+                                 "can on Amazon Drive");
+  addServiceArgument(command, *arguments);
+  addProxyOptions(command, arguments->proxy);
+  command.callback([arguments] { whoAmI(*arguments); });
+}
+
+void addAccounts(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = addCommand(app, "accounts", "List the linked accounts");
+  addJsonFlag(command, arguments->json);
+  command.callback([arguments] { listAccounts(*arguments); });
+}
+
+}  // namespace
+
+void addDriveAccountCommands(CLI::App& app) {
+  addLogin(app);
+  addLogout(app);
+  addWhoAmI(app);
+  addAccounts(app);
+}
+
+}  // namespace vemlo
