@@ -1,12 +1,9 @@
 #include "bare_s3_client.h"
 
-#include <curl/curl.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <pugixml.hpp>
 #include <stdexcept>
@@ -14,12 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "records.h"
+
 namespace benchmarks {
 namespace {
 
 constexpr std::size_t kDigestSize = 32;
-constexpr long kReceiveBuffer = 64L * 1024;
-constexpr char kUserAgent[] = "libvemlo/1.0.0";  // as long as the library's
 constexpr char kEmptyPayloadHash[] =
     "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 
@@ -104,104 +101,69 @@ class Signer {
   Digest key_{};
 };
 
-std::size_t dropBody(char* /*data*/, std::size_t size, std::size_t count, void* user) {
-  *static_cast<std::size_t*>(user) += size * count;
-  return size * count;
-}
-
-std::size_t keepBody(char* data, std::size_t size, std::size_t count, void* user) {
-  static_cast<std::string*>(user)->append(data, size * count);
-  return size * count;
-}
-
 }  // namespace
 
 struct BareS3Client::Implementation {
-  Implementation(std::uint16_t port, const Account& account, const Target& target)
-      : host("127.0.0.1:" + std::to_string(port)), signer(account, host, target) {
-    const std::string query = target.query.empty() ? "" : '?' + target.query;
-    const std::string url = "http://" + host + target.path + query;
-    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, kReceiveBuffer);
-    curl_easy_setopt(handle, CURLOPT_USERAGENT, kUserAgent);
-  }
-  ~Implementation() { curl_easy_cleanup(handle); }
-  Implementation(const Implementation&) = delete;
-  Implementation& operator=(const Implementation&) = delete;
+  Implementation(const Route& route, const Account& account, const Target& target)
+      : http(route, false),
+        host("127.0.0.1:" + std::to_string(route.port)),
+        request(
+            {route.address() + target.path + (target.query.empty() ? "" : '?' + target.query), ""}),
+        signer(account, host, target) {}
 
-  template <typename Receiver>
-  void fetch(curl_write_callback write, Receiver& receiver) {
+  void sign() {
     const std::string time = timestamp();
-    curl_slist* headers = nullptr;
-    for (const std::string& line :
-         {std::string("Accept:"), "authorization: " + signer.authorization(time), "host: " + host,
-          std::string("x-amz-content-sha256: ") + kEmptyPayloadHash, "x-amz-date: " + time}) {
-      headers = curl_slist_append(headers, line.c_str());
-    }
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, write);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &receiver);
-    const CURLcode code = curl_easy_perform(handle);
-    curl_slist_free_all(headers);
-    long status = 0;
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    if (code != CURLE_OK || status != 200) throw std::runtime_error(curl_easy_strerror(code));
+    http.setHeaders({"Accept:", "authorization: " + signer.authorization(time), "host: " + host,
+                     std::string("x-amz-content-sha256: ") + kEmptyPayloadHash,
+                     "x-amz-date: " + time});
   }
 
-  /// The document lies in `body` and is good until the next call.
+  /// The document is good until the next call.
   void fetchDocument(pugi::xml_document& document) {
-    body.clear();  // keeps its memory
-    fetch(keepBody, body);
-    if (!document.load_buffer_inplace(body.data(), body.size())) {
+    sign();
+    std::string& page = http.fetch(request);
+    if (!document.load_buffer_inplace(page.data(), page.size())) {
       throw std::runtime_error("the page is no XML");
     }
   }
 
-  CURL* handle = curl_easy_init();
+  BareHttp http;
   std::string host;
+  BareRequest request;
   Signer signer;
-  std::string body;
 };
 
-BareS3Client::BareS3Client(std::uint16_t port, const Account& account, const Target& target)
-    : implementation_(std::make_unique<Implementation>(port, account, target)) {}
+BareS3Client::BareS3Client(const Route& route, const Account& account, const Target& target)
+    : implementation_(std::make_unique<Implementation>(route, account, target)) {}
 
 BareS3Client::~BareS3Client() = default;
 
-std::size_t BareS3Client::fetchAndDrop() {
-  std::size_t size = 0;
-  implementation_->fetch(dropBody, size);
-  return size;
+void BareS3Client::fetchAndDrop() {
+  implementation_->sign();
+  implementation_->http.fetchAndDrop(implementation_->request);
 }
 
 char** BareS3Client::listBuckets(int& count) {
   pugi::xml_document document;
   implementation_->fetchDocument(document);
-  std::vector<const char*> names;
+  std::vector<char*> names;
   for (const auto bucket :
        document.child("ListAllMyBucketsResult").child("Buckets").children("Bucket")) {
-    names.push_back(bucket.child_value("Name"));
+    names.push_back(copyOf(bucket.child_value("Name")));
   }
-  auto** buckets = static_cast<char**>(std::calloc(names.size(), sizeof(char*)));
-  for (std::size_t i = 0; i < names.size(); ++i) buckets[i] = strdup(names[i]);
   count = static_cast<int>(names.size());
-  return buckets;
+  return arrayOf(names);
 }
 
 directory* BareS3Client::listPrefixes(int& count) {
   pugi::xml_document document;
   implementation_->fetchDocument(document);
-  std::vector<const char*> names;
+  std::vector<directory> directories;
   for (const auto prefixes : document.child("ListBucketResult").children("CommonPrefixes")) {
-    names.push_back(prefixes.child_value("Prefix"));
+    directories.push_back({copyOf(prefixes.child_value("Prefix")), nullptr});
   }
-  auto* directories = static_cast<directory*>(std::calloc(names.size(), sizeof(directory)));
-  for (std::size_t i = 0; i < names.size(); ++i) directories[i].name = strdup(names[i]);
-  count = static_cast<int>(names.size());
-  return directories;
+  count = static_cast<int>(directories.size());
+  return arrayOf(directories);
 }
 
 }  // namespace benchmarks

@@ -1,18 +1,16 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 
+#include "bare_http.h"
 #include "libvemlo.h"
 
 namespace benchmarks {
 
-/// Gets a listing of S3 the way a program would that needs nothing else: one libcurl handle whose
-/// options are set once, a signing key derived once, the page parsed in a buffer that is used
-/// again. No retries, no error document, no limits. This is what the library's costs are held
-/// against.
+/// Gets a listing of S3 the way a program would that needs nothing else: a signing key derived once
+/// and the page parsed where it was received. No error document. This is what the library's costs
+/// are held against.
 class BareS3Client {
  public:
   struct Account {
@@ -27,14 +25,13 @@ class BareS3Client {
     std::string query;
   };
 
-  /// Asks 127.0.0.1 over plain HTTP.
-  BareS3Client(std::uint16_t port, const Account& account, const Target& target);
+  BareS3Client(const Route& route, const Account& account, const Target& target);
   ~BareS3Client();
   BareS3Client(const BareS3Client&) = delete;
   BareS3Client& operator=(const BareS3Client&) = delete;
 
-  /// Drops the page as it arrives. Returns its size. Throws std::runtime_error.
-  std::size_t fetchAndDrop();
+  /// Drops the page as it arrives. Throws std::runtime_error.
+  void fetchAndDrop();
 
   /// The names as the library hands them out: `count` strings and the array are released with
   /// free(). Throws std::runtime_error.
@@ -48,5 +45,13 @@ class BareS3Client {
 
   std::unique_ptr<Implementation> implementation_;
 };
+
+/// Whose buckets are listed, and which folder.
+inline const BareS3Client::Account kS3Account{"eu-central-1", "AKIDBENCHMARK0000001",
+                                              "benchmark/secret/of/forty/characters/000"};
+inline const std::string kS3Bucket = "team-archive";
+inline const std::string kS3Folder = "photos/";
+inline const BareS3Client::Target kS3FolderTarget{"/team-archive",
+                                                  "delimiter=%2F&list-type=2&prefix=photos%2F"};
 
 }  // namespace benchmarks

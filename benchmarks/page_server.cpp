@@ -2,6 +2,7 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <openssl/ssl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -12,21 +13,23 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <memory>
 #include <new>
-#include <string_view>
 #include <system_error>
 #include <thread>
 
 namespace benchmarks {
 
-struct PageServer::Counters {
+struct ServerCounters {
   std::atomic<unsigned> connections{0};
   std::atomic<unsigned> requests{0};
+  std::atomic<std::uint64_t> bytesSent{0};
 };
 
 namespace {
 
-static_assert(std::atomic<unsigned>::is_always_lock_free, "a lock does not reach across processes");
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free,
+              "a lock does not reach across processes");
 
 template <typename Value>
 Value checked(Value result, const char* what) {
@@ -34,36 +37,133 @@ Value checked(Value result, const char* what) {
   return result;
 }
 
-std::string httpAnswer(const std::string& page) {
-  return "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\nServer: page-server\r\n"
-         "Content-Length: " +
-         std::to_string(page.size()) + "\r\n\r\n" + page;
-}
+/// A connection, with or without TLS.
+class Stream {
+ public:
+  explicit Stream(int connection) : connection_(connection) {}
+  ~Stream() { close(connection_); }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
 
-bool sendAll(int connection, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t sent = send(connection, data.data(), data.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return false;
-    data.remove_prefix(static_cast<std::size_t>(sent));
+  /// The first byte that the other side sends, which stays to be read; 0 if there is none.
+  char peek() const {
+    char first = 0;
+    return recv(connection_, &first, 1, MSG_PEEK) == 1 ? first : '\0';
   }
-  return true;
+
+  bool beginTls(SSL_CTX* context) {
+    tls_.reset(SSL_new(context));
+    return tls_ && SSL_set_fd(tls_.get(), connection_) == 1 && SSL_accept(tls_.get()) == 1;
+  }
+
+  /// At most 0 if the other side has no more to say.
+  ssize_t receive(char* buffer, std::size_t size) {
+    if (tls_) return SSL_read(tls_.get(), buffer, static_cast<int>(size));
+    return recv(connection_, buffer, size, 0);
+  }
+
+  bool sendAll(std::string_view data) {
+    if (tls_) return SSL_write(tls_.get(), data.data(), static_cast<int>(data.size())) > 0;
+    while (!data.empty()) {
+      const ssize_t sent = send(connection_, data.data(), data.size(), MSG_NOSIGNAL);
+      if (sent <= 0) return false;
+      data.remove_prefix(static_cast<std::size_t>(sent));
+    }
+    return true;
+  }
+
+ private:
+  int connection_;
+  std::unique_ptr<SSL, decltype(&SSL_free)> tls_{nullptr, &SSL_free};
+};
+
+// 0 as long as the head is not complete. The clients are known: all spell the header like this.
+std::size_t requestSize(std::string_view received) {
+  constexpr std::string_view kEndOfHead = "\r\n\r\n";
+  constexpr std::string_view kLength = "\r\nContent-Length: ";
+  const std::size_t end = received.find(kEndOfHead);
+  if (end == std::string_view::npos) return 0;
+  const std::size_t headSize = end + kEndOfHead.size();
+  const std::size_t length = received.substr(0, end).find(kLength);
+  if (length == std::string_view::npos) return headSize;
+  return headSize + std::stoul(std::string(received.substr(length + kLength.size(), 10)));
 }
 
-// The requests have no body, and a client waits for the answer before it asks again.
-void serveConnection(int connection, std::string_view answer, std::atomic<unsigned>& requests) {
-  constexpr std::string_view kEndOfRequest = "\r\n\r\n";
-  std::array<char, 4096> buffer{};
+/// The next request, or nothing if there is none. A client waits for the answer before it asks
+/// again, so nothing of another request follows.
+std::string receiveRequest(Stream& stream) {
+  std::array<char, 4096> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   std::string request;
   for (;;) {
-    const ssize_t received = recv(connection, buffer.data(), buffer.size(), 0);
-    if (received <= 0) break;
+    const ssize_t received = stream.receive(buffer.data(), buffer.size());
+    if (received <= 0) return {};
     request.append(buffer.data(), static_cast<std::size_t>(received));
-    if (request.find(kEndOfRequest) == std::string::npos) continue;
-    request.clear();
-    ++requests;
-    if (!sendAll(connection, answer)) break;
+    const std::size_t size = requestSize(request);
+    if (size != 0 && request.size() >= size) return request;
   }
-  close(connection);
+}
+
+std::vector<std::string> httpAnswers(const Site& site) {
+  std::vector<std::string> answers;
+  for (const std::string& page : site.pages) {
+    answers.push_back("HTTP/1.1 200 OK\r\nContent-Type: " + site.contentType +
+                      "\r\nServer: page-server\r\nContent-Length: " + std::to_string(page.size()) +
+                      "\r\n\r\n" + page);
+  }
+  return answers;
+}
+
+/// What goes on in the server's process.
+class Service {
+ public:
+  Service(const Site& site, const TlsIdentity& identity, ServerCounters& counters)
+      : choose_(site.choose),
+        answers_(httpAnswers(site)),
+        tls_(identity.serverContext()),
+        counters_(counters) {}
+
+  [[noreturn]] void run(int listener) {
+    for (;;) {
+      const int connection = accept(listener, nullptr, nullptr);
+      if (connection < 0) continue;
+      const int on = 1;
+      setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+      ++counters_.connections;
+      std::thread([this, connection] { serve(connection); }).detach();
+    }
+  }
+
+ private:
+  void serve(int connection) {
+    constexpr char kTlsHandshake = 0x16;
+    constexpr char kConnect = 'C';
+    Stream stream(connection);
+    if (stream.peek() == kConnect) {
+      receiveRequest(stream);
+      if (!stream.sendAll("HTTP/1.1 200 Connection established\r\n\r\n")) return;
+    }
+    if (stream.peek() == kTlsHandshake && !stream.beginTls(tls_.get())) return;
+    for (;;) {
+      const std::string request = receiveRequest(stream);
+      if (request.empty()) return;
+      const std::string& answer = answers_.at(choose_ ? choose_(request) : 0);
+      ++counters_.requests;
+      counters_.bytesSent += answer.size();
+      if (!stream.sendAll(answer)) return;
+    }
+  }
+
+  std::function<std::size_t(std::string_view)> choose_;
+  std::vector<std::string> answers_;
+  std::shared_ptr<SSL_CTX> tls_;
+  ServerCounters& counters_;
+};
+
+// Not to be left by an exception: the caller's code is another process's.
+[[noreturn]] void runServer(int listener, const std::function<Site()>& makeSite,
+                            const TlsIdentity& identity, ServerCounters& counters) noexcept {
+  std::signal(SIGPIPE, SIG_IGN);  // TLS writes to connections that clients have closed
+  Service(makeSite(), identity, counters).run(listener);
 }
 
 int listenOnFreePort(std::uint16_t& port) {
@@ -83,11 +183,11 @@ int listenOnFreePort(std::uint16_t& port) {
 
 }  // namespace
 
-PageServer::PageServer(const std::function<std::string()>& makePage) {
-  void* memory =
-      mmap(nullptr, sizeof(Counters), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+PageServer::PageServer(const std::function<Site()>& makeSite, const TlsIdentity& identity) {
+  void* memory = mmap(nullptr, sizeof(ServerCounters), PROT_READ | PROT_WRITE,
+                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "the counters");
-  counters_ = new (memory) Counters;
+  counters_ = new (memory) ServerCounters;
 
   const int listener = listenOnFreePort(port_);
   const pid_t client = getpid();
@@ -100,27 +200,19 @@ PageServer::PageServer(const std::function<std::string()>& makePage) {
   // The server must not outlive a benchmark that was killed, not even one killed before this line.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != client) _exit(1);
-  const std::string answer = httpAnswer(makePage());
-  for (;;) {
-    const int connection = accept(listener, nullptr, nullptr);
-    if (connection < 0) continue;
-    const int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    ++counters_->connections;
-    std::thread(serveConnection, connection, std::string_view(answer),
-                std::ref(counters_->requests))
-        .detach();
-  }
+  runServer(listener, makeSite, identity, *counters_);
 }
 
 PageServer::~PageServer() {
   kill(process_, SIGKILL);
   waitpid(process_, nullptr, 0);
-  munmap(counters_, sizeof(Counters));
+  munmap(counters_, sizeof(ServerCounters));
 }
 
 unsigned PageServer::connections() const { return counters_->connections; }
 
 unsigned PageServer::requests() const { return counters_->requests; }
+
+std::uint64_t PageServer::bytesSent() const { return counters_->bytesSent; }
 
 }  // namespace benchmarks

@@ -173,6 +173,17 @@ for (const service of kServices) {
       assert.equal(await apiStatus(service, fresh), 200);
     });
 
+    it('remembers every code and token it gave', async () => {
+      const code = (await authorize(service)).get('code');
+      const { json } = await exchange(running, service, code);
+      const issued = await control(running, 'GET', 'issued');
+      const given = [code, json.access_token, json.refresh_token];
+      assert.deepEqual(
+        given.map((secret) => issued.includes(secret)),
+        [true, true, true],
+      );
+    });
+
     it('gives tokens the lifetime it is told', async () => {
       await control(running, 'POST', 'lifetime', { service, seconds: 7 });
       assert.equal((await tokensFor(service)).json.expires_in, 7);

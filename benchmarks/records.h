@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "libvemlo.h"
+
+namespace benchmarks {
+
+/// As the library does it, for those who do without: to be released with free().
+char* copyOf(std::string_view text);
+char** arrayOf(const std::vector<char*>& names);
+directory* arrayOf(const std::vector<directory>& directories);
+
+}  // namespace benchmarks

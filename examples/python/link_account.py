@@ -1,0 +1,242 @@
+#!/usr/bin/env python3
+"""A host that links an account and lets its user pick the folder that transfers will use.
+
+usage: link_account.py s3 ENDPOINT                 (keys: S3_ACCESS_KEY and S3_SECRET_KEY)
+       link_account.py google-drive TOKEN-FILE [PROXY-HOST PROXY-PORT]
+
+Ends with 0 and a line "Chosen: ...", with 1 if nothing was chosen, with 2 on bad usage.
+"""
+import contextlib
+import ctypes
+import os
+import sys
+from ctypes import POINTER, Structure, byref, c_char_p, c_int, c_uint16, c_void_p
+
+vemlo = ctypes.CDLL(os.environ.get("LIBVEMLO", "libvemlo.so.1"))
+libc = ctypes.CDLL(None)
+libc.free.argtypes = [c_void_p]
+
+
+class Directory(Structure):
+    _fields_ = [("name", c_char_p), ("id", c_char_p)]
+
+
+class ProxySetting(Structure):
+    _fields_ = [("host", c_char_p), ("port", c_uint16),
+                ("username", c_char_p), ("password", c_char_p)]
+
+
+# What is to be released must stay a pointer: of a result of c_char_p, ctypes makes bytes, and the
+# address is lost. (In records and arrays, which stay where they are, c_char_p does no harm.)
+SESSION, TEXT, LIST, FOLDERS = c_void_p, c_char_p, POINTER(c_char_p), POINTER(Directory)
+SIGNATURES = {
+    "libvemlo_global_init": (None, []),
+    "libvemlo_global_cleanup": (None, []),
+    "free_buckets": (None, [LIST, c_int]),
+    "free_directory": (None, [FOLDERS]),
+    "free_diretories": (None, [FOLDERS, c_int]),
+    "encrypt_string": (c_void_p, [TEXT]),
+    "decrypt_string": (c_void_p, [TEXT]),
+    "libvemlo_s3_init": (SESSION, [TEXT] * 4 + [POINTER(ProxySetting)]),
+    "libvemlo_s3_cleanup": (None, [SESSION]),
+    "s3_list_bucket": (c_int, [SESSION, POINTER(LIST), POINTER(c_int)]),
+    "s3_list_directory": (c_int, [SESSION, TEXT, TEXT, POINTER(FOLDERS), POINTER(c_int)]),
+    "s3_create_directory": (c_int, [SESSION, TEXT, TEXT]),
+    "libvemlo_google_drive_init": (SESSION, [POINTER(ProxySetting)]),
+    "libvemlo_google_drive_cleanup": (None, [SESSION]),
+    "google_drive_get_authorize_url": (c_int, [SESSION, POINTER(c_void_p)]),
+    "google_drive_get_token": (c_int, [SESSION, TEXT, POINTER(c_void_p), POINTER(c_void_p)]),
+    "google_drive_set_token": (c_int, [SESSION, TEXT, TEXT]),
+    "google_drive_get_root_directory": (c_int, [SESSION, POINTER(FOLDERS)]),
+    "google_drive_list_directory":
+        (c_int, [SESSION, POINTER(Directory), POINTER(FOLDERS), POINTER(c_int)]),
+    "google_drive_create_directory": (c_int, [SESSION, POINTER(Directory), TEXT, POINTER(FOLDERS)]),
+}
+for name, (result, arguments) in SIGNATURES.items():
+    function = getattr(vemlo, name)
+    function.restype, function.argtypes = result, arguments
+
+
+class Failure(Exception):
+    pass
+
+
+def text_of(pointer):
+    """The text at `pointer`, which is the library's own until it is released here."""
+    text = ctypes.cast(pointer, ctypes.c_char_p).value
+    libc.free(pointer)
+    return None if text is None else text.decode()
+
+
+def require(code, what):
+    if code != 0:
+        raise Failure(f"Cannot {what} (code {code}). The log says more.")
+
+
+class S3Account:
+    def __init__(self, endpoint, access_key, secret_key):
+        texts = [text.encode() for text in (endpoint, "", access_key, secret_key)]
+        self.handle = vemlo.libvemlo_s3_init(*texts, None)
+
+    def close(self):
+        vemlo.libvemlo_s3_cleanup(self.handle)
+
+    def buckets(self):
+        names, count = LIST(), c_int()
+        require(vemlo.s3_list_bucket(self.handle, byref(names), byref(count)), "list the buckets")
+        texts = [names[i].decode() for i in range(count.value)]
+        vemlo.free_buckets(names, count)
+        return texts
+
+    def roots(self):
+        """Buckets are where folders begin; a folder is a pair: bucket and prefix."""
+        return [(bucket, (bucket, "")) for bucket in self.buckets()]
+
+    def folders(self, folder):
+        bucket, prefix = folder
+        found, count = FOLDERS(), c_int()
+        require(vemlo.s3_list_directory(self.handle, bucket.encode(), prefix.encode(),
+                                        byref(found), byref(count)), "list the folders")
+        names = [found[i].name.decode() for i in range(count.value)]
+        vemlo.free_diretories(found, count)
+        return [(name, (bucket, name)) for name in names]
+
+    def make_folder(self, folder, name):
+        bucket, prefix = folder
+        key = f"{prefix}{name}/"
+        require(vemlo.s3_create_directory(self.handle, bucket.encode(), key.encode()),
+                "make the folder")
+        return folder
+
+    def describe(self, folder):
+        return "/".join(folder)
+
+
+class GoogleDriveAccount:
+    def __init__(self, token_file, proxy):
+        self.handle = vemlo.libvemlo_google_drive_init(byref(proxy))
+        self.token_file = token_file
+
+    def close(self):
+        vemlo.libvemlo_google_drive_cleanup(self.handle)
+
+    def use_stored_tokens(self):
+        try:
+            with open(self.token_file, encoding="ascii") as file:
+                tokens = [text_of(vemlo.decrypt_string(line.encode())) for line in file]
+        except FileNotFoundError:
+            return False
+        if len(tokens) != 2 or None in tokens:
+            return False
+        return vemlo.google_drive_set_token(self.handle, *(t.encode() for t in tokens)) == 0
+
+    def store_tokens(self, tokens):
+        """One line each: the line breaks in long cipher texts are not needed."""
+        lines = [text_of(vemlo.encrypt_string(token.encode())) for token in tokens]
+        descriptor = os.open(self.token_file, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
+        with open(descriptor, "w", encoding="ascii") as file:
+            file.writelines("".join(line.split()) + "\n" for line in lines)
+
+    def ask_for_consent(self):
+        url, access_token, refresh_token = c_void_p(), c_void_p(), c_void_p()
+        require(vemlo.google_drive_get_authorize_url(self.handle, byref(url)), "find the page")
+        print(f"Open this address and allow access:\n{text_of(url)}")
+        code = vemlo.google_drive_get_token(self.handle, input("Code: ").encode(),
+                                            byref(access_token), byref(refresh_token))
+        require(code, "link the account")
+        self.store_tokens([text_of(access_token), text_of(refresh_token)])
+
+    def root(self):
+        folder = FOLDERS()
+        code = vemlo.google_drive_get_root_directory(self.handle, byref(folder))
+        require(code, "reach the account")
+        return self.taken_over(folder)
+
+    def roots(self):
+        if self.use_stored_tokens():
+            # The tokens may have been revoked; one code stands for that and all else.
+            with contextlib.suppress(Failure):
+                return [self.root()]
+        self.ask_for_consent()
+        return [self.root()]
+
+    @staticmethod
+    def taken_over(record):
+        """Name and folder of a record that is released here."""
+        name, folder = record[0].name.decode(), (record[0].name, record[0].id)
+        vemlo.free_directory(record)
+        return name, folder
+
+    def folders(self, folder):
+        found, count = FOLDERS(), c_int()
+        require(vemlo.google_drive_list_directory(self.handle, byref(Directory(*folder)),
+                                                  byref(found), byref(count)), "list the folders")
+        entries = [(found[i].name.decode(), (found[i].name, found[i].id))
+                   for i in range(count.value)]
+        if count.value > 0:
+            vemlo.free_diretories(found, count)
+        else:
+            libc.free(found)  # without folders there may still be an array
+        return entries
+
+    def make_folder(self, folder, name):
+        made = FOLDERS()
+        require(vemlo.google_drive_create_directory(self.handle, byref(Directory(*folder)),
+                                                    name.encode(), byref(made)), "make the folder")
+        return self.taken_over(made)[1]
+
+    def describe(self, folder):
+        return f"{folder[0].decode()} ({folder[1].decode()})"
+
+
+def choose(entries, prompt):
+    """What the user answers, and the folder that is meant, if it is one of `entries`."""
+    for number, (name, _) in enumerate(entries, start=1):
+        print(f"{number}  {name}")
+    answer = input(prompt)
+    is_entry = answer.isdecimal() and 1 <= int(answer) <= len(entries)
+    return answer, entries[int(answer) - 1][1] if is_entry else None
+
+
+def pick_folder(account):
+    _, folder = choose(account.roots(), "Begin at number: ")
+    while folder is not None:
+        answer, chosen = choose(account.folders(folder),
+                                "Folder number, + and a name for a new one, or . for this one: ")
+        if answer == ".":
+            break
+        if answer.startswith("+"):
+            chosen = account.make_folder(folder, answer[1:])
+        folder = chosen or folder
+    return folder
+
+
+def open_account(service, *arguments):
+    if service == "s3" and len(arguments) == 1:
+        return S3Account(*arguments, os.environ["S3_ACCESS_KEY"], os.environ["S3_SECRET_KEY"])
+    if service == "google-drive" and len(arguments) in (1, 3):
+        host, port = arguments[1:] or ("", "0")
+        return GoogleDriveAccount(arguments[0], ProxySetting(host.encode(), int(port), None, None))
+    sys.exit(2)
+
+
+def main():
+    if len(sys.argv) < 3:
+        print(__doc__, file=sys.stderr)
+        sys.exit(2)
+    vemlo.libvemlo_global_init()
+    account = open_account(*sys.argv[1:])
+    try:
+        folder = pick_folder(account)
+        if folder is None:
+            raise Failure("No folder was chosen.")
+        print(f"Chosen: {account.describe(folder)}")
+    except (Failure, EOFError) as failure:
+        sys.exit(str(failure) or "No folder was chosen.")
+    finally:
+        account.close()
+        vemlo.libvemlo_global_cleanup()
+
+
+if __name__ == "__main__":
+    main()

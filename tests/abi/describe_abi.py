@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Describes what a program compiled against the library relies on, a line for each fact.
+
+usage: describe_abi.py C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
+
+HEADER is the public header, ERROR_NUMBERS the header of the layer with the numbers of failures,
+LOCATION_TABLES the program that prints the tables of locations.
+"""
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+
+def output_of(*command, **options):
+    return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout
+
+
+def declarations_in(compiler, header):
+    """The header as the compiler sees it, without what it includes."""
+    text = re.sub(r"^\s*#\s*include.*$", "", Path(header).read_text(encoding="utf-8"), flags=re.M)
+    text = output_of(compiler, "-E", "-P", "-x", "c", "-", input=text)
+    return re.sub(r"\s+", " ", re.sub(r"__attribute__ ?\(\(.*?\)\) ?\)?", "", text))
+
+
+def tidy(type_text):
+    return re.sub(r" ?(\*+) ?", r" \1", type_text).strip()
+
+
+def without_name(parameter):
+    """Names of parameters are nothing that a compiled program knows."""
+    if parameter.strip() in ("", "void"):
+        return "void"
+    return tidy(re.sub(r"\b\w+ *$", "", parameter))
+
+
+def functions(declarations):
+    for result, name, parameters in re.findall(
+            r"(?:^|(?<=[;}{]))\s*((?:\w+[ *]+)+?)(\w+) ?\(([^()]*)\);", declarations):
+        types = ", ".join(without_name(parameter) for parameter in parameters.split(","))
+        yield f"function {tidy(result)} {name}({types})"
+
+
+def variables(declarations):
+    for kind, name in re.findall(r"\bextern ((?:\w+[ *]+)+?)(\w+) ?;", declarations):
+        yield f"variable {tidy(kind)} {name}"
+
+
+def records(declarations):
+    """Maps each record to its members: pairs of type and name, in order."""
+    return {
+        name: [(tidy(kind), member)
+               for kind, member in re.findall(r"([^;{}]*?)(\w+) ?;", body)]
+        for name, body in re.findall(r"struct (\w+) ?\{(.*?)\}", declarations)
+    }
+
+
+def layouts(compiler, header, declarations):
+    statements = []
+    for record, members in records(declarations).items():
+        statements.append(f'printf("record {record} size %zu alignment %zu\\n", '
+                          f"sizeof({record}), _Alignof({record}));")
+        statements += [
+            f'printf("record {record} member {member} at %zu size %zu: {kind}\\n", '
+            f"offsetof({record}, {member}), sizeof((({record} *)0)->{member}));"
+            for kind, member in members
+        ]
+    program = (f'#include "{Path(header).resolve()}"\n#include <stddef.h>\n#include <stdio.h>\n'
+               "int main(void) {\n" + "\n".join(statements) + "\nreturn 0;\n}\n")
+    with tempfile.TemporaryDirectory() as folder:
+        binary = str(Path(folder) / "layouts")
+        output_of(compiler, "-std=c11", "-x", "c", "-", "-o", binary, input=program)
+        return output_of(binary).splitlines()
+
+
+def symbols(library):
+    listing = output_of("nm", "-D", "--defined-only", "--with-symbol-versions", library)
+    for line in listing.splitlines():
+        _, kind, name = line.split()
+        if kind != "A":  # the version itself
+            yield f"symbol {name} {'function' if kind == 'T' else 'variable'}"
+    dynamic = output_of("readelf", "--dynamic", "--wide", library)
+    yield "soname " + re.search(r"\(SONAME\).*\[(.+)\]", dynamic).group(1)
+
+
+def error_numbers(header):
+    text = re.sub(r"//.*$", "", Path(header).read_text(encoding="utf-8"), flags=re.M)
+    for name, number in re.findall(r"\b(\w+)\s*=\s*(-?\d+)", text):
+        yield f"failure {number} {name}"
+
+
+def by_number(line):
+    """Sorts 2 before 10."""
+    return [(part.isdigit(), int(part) if part.isdigit() else 0, part) for part in line.split()]
+
+
+def described(compiler, header, error_header, library, location_tables):
+    declarations = declarations_in(compiler, header)
+    lines = [*functions(declarations), *variables(declarations),
+             *layouts(compiler, header, declarations), *symbols(library),
+             *error_numbers(error_header)]
+    lines += ["location " + line for line in output_of(location_tables).splitlines()]
+    return sorted(lines, key=by_number)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 6:
+        sys.exit(__doc__)
+    print("\n".join(described(*sys.argv[1:])))

@@ -1,0 +1,108 @@
+#!/usr/bin/env python3
+"""Shows that scripts/check-header-comments finds what is missing. usage: SCRIPT"""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+SCRIPT = None
+
+HEADER = """
+/** A record. */
+typedef struct record {
+  /** A member. */
+  char *member;
+} record;
+
+/** What it is for. Not synchronized. */
+extern LIBVEMLO_API int variable;
+
+/**
+ * Makes a record.
+ *
+ * @param handle   The session.
+ * @param created  Receives the record.
+ * @return 0: done; release with free_record().
+ *         -1: an argument is null.
+ *         1: the request failed.
+ *
+ * Blocks for one request.
+ */
+LIBVEMLO_API int make_record(session *handle,
+                             record **created);
+
+/** Releases `entry`. Does not block. */
+LIBVEMLO_API void free_record(record *entry);
+
+/** See free_record(). */
+LIBVEMLO_API void free_other(record *entry);
+"""
+
+
+class CheckHeaderComments(unittest.TestCase):
+    def complaints(self, old="", new=""):
+        text = HEADER
+        if old:
+            self.assertEqual(text.count(old), 1, old)
+            text = text.replace(old, new)
+        with tempfile.TemporaryDirectory() as folder:
+            header = Path(folder) / "header.h"
+            header.write_text(text, encoding="utf-8")
+            result = subprocess.run([sys.executable, "-B", SCRIPT, header], capture_output=True,
+                                    text=True, check=False)
+        complaints = result.stderr.splitlines()
+        self.assertEqual(result.returncode, 1 if complaints else 0)
+        return [line.removeprefix("header.h: ") for line in complaints]
+
+    def test_accepts_what_is_complete(self):
+        self.assertEqual(self.complaints(), [])
+
+    def test_every_gap_is_found(self):
+        gaps = {
+            (" * @param created  Receives the record.\n", ""):
+                "make_record: does not describe the parameter created",
+            ("@param created ", "@param made "):
+                "make_record: does not describe the parameter created",
+            ("-1: an argument is null.", ""): "make_record: does not say what -1 means",
+            ("0: done;", "Success:"): "make_record: does not say what 0 means",
+            ("         1: the request failed.\n", ""):
+                "make_record: does not say what it returns when the service call fails",
+            ("; release with free_record()", ""):
+                "make_record: does not say who releases what it hands out",
+            (" * Blocks for one request.", " * For one request."):
+                "make_record: does not say whether it blocks",
+            (" * @return 0: done", " * Result 0: done"):
+                "make_record: does not describe the result",
+            ("/** Releases `entry`. Does not block. */\n", ""): "free_record: has no comment",
+            ("/** See free_record(). */", "/* See free_record(). */"): "free_other: has no comment",
+            ("Releases `entry`.", "Releases it."):
+                "free_record: does not describe the parameter entry",
+            ("/** A record. */\n", ""): "record: has no comment",
+            ("  /** A member. */\n", ""): "record: the member member has no comment",
+            ("/** What it is for. Not synchronized. */\n", ""): "variable: has no comment",
+            (" Not synchronized.", ""): "variable: does not say when it may be changed",
+        }
+        for (old, new), complaint in gaps.items():
+            with self.subTest(without=old):
+                self.assertIn(complaint, self.complaints(old, new))
+
+    def test_a_parameter_that_there_is_not(self):
+        self.assertEqual(
+            self.complaints(" * @return 0", " * @param third  Nothing.\n * @return 0"),
+            ["make_record: describes a parameter third that there is not"])
+
+    def test_a_comment_that_refers_in_circles(self):
+        self.assertEqual(
+            self.complaints("Releases `entry`. Does not block.", "See free_other()."),
+            ["free_record: refers to free_other, whose comment refers on",
+             "free_other: refers to free_record, whose comment refers on"])
+
+    def test_a_declaration_of_a_form_that_it_does_not_know(self):
+        self.assertIn("3 functions are declared, of which 2 are understood",
+                      self.complaints("void free_other(record *entry)", "void free_other[1]"))
+
+
+if __name__ == "__main__":
+    SCRIPT = sys.argv.pop(1)
+    unittest.main()

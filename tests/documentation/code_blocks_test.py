@@ -1,0 +1,48 @@
+"""The code in the documentation is that of the examples, which other tests build and run."""
+
+import pathlib
+import re
+import textwrap
+import unittest
+
+ROOT = pathlib.Path(__file__).parents[2]
+LANGUAGES = {"c": [".c", ".h"], "python": [".py"]}
+
+
+def pages():
+    return [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
+
+
+def code_blocks(page):
+    """Pairs of language and code, of the languages that a host may be written in."""
+    fences = re.findall(r"^```(\w*)\n(.*?)^```$", page.read_text(encoding="utf-8"), re.M | re.S)
+    return [(language, code) for language, code in fences if language in LANGUAGES]
+
+
+def sources(language):
+    return [path.read_text(encoding="utf-8") for path in (ROOT / "examples").rglob("*")
+            if path.suffix in LANGUAGES[language]]
+
+
+def is_from(code, texts):
+    return any(code in text or textwrap.indent(code, "    ") in text for text in texts)
+
+
+class CodeBlocks(unittest.TestCase):
+    def test_they_are_in_the_examples_word_for_word(self):
+        checked = 0
+        for page in pages():
+            for language, code in code_blocks(page):
+                checked += 1
+                with self.subTest(page=page.name, code=code):
+                    self.assertTrue(is_from(code, sources(language)))
+        self.assertGreaterEqual(checked, 5)
+
+    def test_a_block_that_differs_is_noticed(self):
+        text = sources("c")[0]
+        self.assertTrue(is_from(text, [text]))
+        self.assertFalse(is_from(text.replace(";", " ;", 1), [text]))
+
+
+if __name__ == "__main__":
+    unittest.main()

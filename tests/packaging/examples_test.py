@@ -1,0 +1,181 @@
+"""The example hosts, built against an installed tree, do on the sandbox what they are for."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import textwrap
+import unittest
+from urllib.parse import parse_qs, urlsplit
+
+from installed import EXAMPLES, ROOT, installed
+from support import sandbox
+
+CONSENT = [os.environ["VEMLO_NODE"], ROOT / "sandbox" / "cli.mjs", "consent"]
+
+
+class Host:
+    """A running host, with which the test talks as its user does."""
+
+    def __init__(self, command, environment):
+        self.process = subprocess.Popen(
+            [str(part) for part in command], env=environment, text=True, bufsize=1,
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def line(self):
+        return self.process.stdout.readline().rstrip("\n")
+
+    def say(self, text):
+        self.process.stdin.write(text + "\n")
+        self.process.stdin.flush()
+
+    def end(self, *answers):
+        """What it prints until its end, standard error, and its exit code."""
+        output, errors = self.process.communicate("".join(a + "\n" for a in answers), timeout=60)
+        return output, errors, self.process.returncode
+
+
+class Examples(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.prefix = cls.enterClassContext(installed())
+        folder = cls.enterClassContext(tempfile.TemporaryDirectory())
+        # Whatever they do not release, of their own or of the library's, is reported at their end.
+        cls.programs = cls.prefix.build_with_make(folder, "-fsanitize=address,undefined")
+
+    def setUp(self):
+        self.account = sandbox.account("radosgw")
+        self.bucket = sandbox.new_bucket_name()
+        self.client = self.account.independent_client()
+        self.addCleanup(self.client.close)
+        self.client.create_bucket(Bucket=self.bucket)
+        self.addCleanup(self.client.delete_bucket, Bucket=self.bucket)
+        self.addCleanup(self.empty_bucket)
+
+    def keys(self):
+        page = self.client.list_objects_v2(Bucket=self.bucket)
+        return [entry["Key"] for entry in page.get("Contents", [])]
+
+    def empty_bucket(self):
+        for key in self.keys():
+            self.client.delete_object(Bucket=self.bucket, Key=key)
+
+    def start(self, *command, **variables):
+        environment = {**self.prefix.environment, "S3_ACCESS_KEY": self.account.access_key,
+                       "S3_SECRET_KEY": self.account.secret_key, **variables}
+        return Host(command, environment)
+
+    def python(self, *arguments):
+        library = str(self.prefix.libraries / "libvemlo.so.1")
+        host = EXAMPLES / "python" / "link_account.py"
+        return self.start(sys.executable, "-B", host, *arguments, LIBVEMLO=library,
+                          SSL_CERT_FILE=sandbox.state()["internet"]["caFile"])
+
+    def number_of_bucket(self):
+        return str(self.account.bucket_names().index(self.bucket) + 1)
+
+    def assert_chosen(self, end, chosen):
+        output, errors, code = end
+        self.assertEqual((errors, code), ("", 0), output)
+        self.assertTrue(output.endswith(f"Chosen: {chosen}\n"), output)
+
+    def test_buckets_are_listed(self):
+        account = self.account
+        end = self.start(self.programs / "list_buckets", *account).end()
+        self.assertEqual(end, ("".join(name + "\n" for name in account.bucket_names()), "", 0))
+
+    def test_an_s3_folder_is_made_and_picked(self):
+        hosts = {"c": lambda: self.start(self.programs / "link_s3", self.account.endpoint),
+                 "python": lambda: self.python("s3", self.account.endpoint)}
+        for language, start in hosts.items():
+            with self.subTest(language=language):
+                folder = f"Málaga {language}"
+                made = start().end(self.number_of_bucket(), "+" + folder, "1", "+2019", "1", ".")
+                self.assert_chosen(made, f"{self.bucket}/{folder}/2019/")
+                self.assertEqual(self.keys(), [f"{folder}/", f"{folder}/2019/"])
+                self.empty_bucket()
+
+    def test_wrong_keys_lead_to_advice(self):
+        host = self.start(self.programs / "link_s3", self.account.endpoint,
+                          S3_SECRET_KEY=sandbox.MADE_UP_SECRET)
+        output, errors, code = host.end()
+        self.assertEqual(output, "Cannot list the buckets (code 13). Check the keys.\n")
+        self.assertEqual(code, 1)
+        self.assertIn("SignatureDoesNotMatch", errors)
+
+    def start_google_drive(self, language, tokens):
+        internet = sandbox.state()["internet"]
+        arguments = (tokens, internet["proxyHost"], internet["proxyPort"])
+        if language == "python":
+            return self.python("google-drive", *arguments)
+        return self.start(self.programs / "link_google_drive", *arguments,
+                          SSL_CERT_FILE=internet["caFile"])
+
+    def consent(self, host):
+        """Goes where the host sends its user, and brings the code back."""
+        self.assertEqual(host.line(), "Open this address and allow access:")
+        address = subprocess.run([*CONSENT, host.line()], check=True, text=True, timeout=60,
+                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE).stdout.strip()
+        host.say(parse_qs(urlsplit(address).query)["code"][0])
+
+    def test_a_google_drive_account_is_linked_and_a_folder_made_and_picked(self):
+        # The host in Python asks first where to begin.
+        for language, answers in (("c", []), ("python", ["1"])):
+            with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
+                tokens = pathlib.Path(folder) / "tokens"
+                host = self.start_google_drive(language, tokens)
+                self.consent(host)
+                name = sandbox.new_bucket_name()
+                output, errors, code = host.end(*answers, "+" + name, ".")
+                self.assertEqual((errors, code), ("", 0), output)
+                self.assertRegex(output, rf"Chosen: {name} \(\S+\)\n\Z")
+
+                self.assertEqual(tokens.stat().st_mode & 0o777, 0o600)
+                self.assertEqual(len(tokens.read_text(encoding="ascii").splitlines()), 2)
+                output, errors, code = self.start_google_drive(language, tokens).end(*answers, ".")
+                self.assertEqual((errors, code), ("", 0), output)
+                self.assertIn(f"  {name}\n", output)
+
+    def test_stored_tokens_that_are_damaged_lead_back_to_consent(self):
+        for language in ("c", "python"):
+            with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
+                tokens = pathlib.Path(folder) / "tokens"
+                tokens.write_text("of no use\n" * 2, encoding="ascii")
+                host = self.start_google_drive(language, tokens)
+                self.assertEqual(host.line(), "Open this address and allow access:")
+                _, errors, code = host.end()
+                self.assertIn("Failed to decrypt string.", errors)
+                self.assertEqual(code, 1)
+
+    def test_the_host_in_python_releases_what_it_is_given(self):
+        program = """
+            import ctypes
+            import sys
+            import link_account
+            class Use(ctypes.Structure):
+                _fields_ = [(name, ctypes.c_size_t) for name in "abcdefghij"]
+            link_account.libc.mallinfo2.restype = Use
+            in_use = lambda: link_account.libc.mallinfo2().h  # bytes given out by malloc
+            link_account.vemlo.libvemlo_global_init()
+            release = link_account.text_of if sys.argv[1] == "release" else (lambda pointer: None)
+            before = in_use()
+            for _ in range(200):
+                release(link_account.vemlo.encrypt_string(b"x" * 100_000))
+            print(in_use() - before)
+        """
+
+        def growth(what):
+            host = self.start(sys.executable, "-B", "-c", textwrap.dedent(program), what,
+                              LIBVEMLO=str(self.prefix.libraries / "libvemlo.so.1"),
+                              PYTHONPATH=str(EXAMPLES / "python"))
+            output, errors, code = host.end()
+            self.assertEqual((errors, code), ("", 0))
+            return int(output)
+
+        self.assertLess(growth("release"), 1_000_000)
+        self.assertGreater(growth("keep"), 20_000_000)  # so the measure would show it
+
+
+if __name__ == "__main__":
+    unittest.main()

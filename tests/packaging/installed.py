@@ -1,0 +1,64 @@
+"""An installed tree, and hosts that are built against it as their authors would.
+
+VEMLO_BUILD_TREE is the build tree, VEMLO_LIBDIR where in a prefix the libraries go.
+"""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+ROOT = pathlib.Path(__file__).parents[2]
+EXAMPLES = ROOT / "examples"
+
+
+def run(*command, **options):
+    """Runs a program that must succeed, and returns what it printed."""
+    result = subprocess.run(command, capture_output=True, text=True, check=False, **options)
+    if result.returncode != 0:
+        raise AssertionError(f"{command[0]} failed: {result.stdout}{result.stderr}")
+    return result.stdout
+
+
+class Prefix:
+    """A folder with what `cmake --install` has put there."""
+
+    def __init__(self, path):
+        self.path = pathlib.Path(path)
+        self.libraries = self.path / os.environ["VEMLO_LIBDIR"]
+        self.tool = self.path / "bin" / "vemlo"
+
+    @property
+    def environment(self):
+        return {**os.environ, "PKG_CONFIG_PATH": str(self.libraries / "pkgconfig"),
+                "CMAKE_PREFIX_PATH": str(self.path), "LD_LIBRARY_PATH": str(self.libraries)}
+
+    def build_with_make(self, folder, more_flags=""):
+        """The examples in C; returns the folder with the programs."""
+        programs = shutil.copytree(EXAMPLES / "c", pathlib.Path(folder) / "make")
+        flags = f"-std=c99 -O2 -pedantic -Wall -Wextra -Wconversion -Wshadow -Werror {more_flags}"
+        run("make", "-C", programs, f"CFLAGS={flags} {self.pkg_config('--cflags', 'libvemlo')}",
+            env=self.environment)
+        return programs
+
+    def build_with_cmake(self, sources, folder):
+        programs = pathlib.Path(folder)
+        environment = {name: value for name, value in self.environment.items()
+                       if name != "LD_LIBRARY_PATH"}
+        run("cmake", "-S", sources, "-B", programs, env=environment)
+        run("cmake", "--build", programs, env=environment)
+        return programs
+
+    def pkg_config(self, *arguments):
+        return run("pkg-config", *arguments, env=self.environment).strip()
+
+
+@contextlib.contextmanager
+def installed():
+    with tempfile.TemporaryDirectory() as folder:
+        first, second = (pathlib.Path(folder) / name for name in ("first", "second"))
+        run("cmake", "--install", os.environ["VEMLO_BUILD_TREE"], "--prefix", first)
+        first.rename(second)  # it must not matter where it was put first
+        yield Prefix(second)

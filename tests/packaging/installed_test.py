@@ -1,0 +1,90 @@
+"""What `cmake --install` leaves behind is found, and hosts can be built against it."""
+
+import pathlib
+import re
+import tempfile
+import unittest
+
+from installed import ROOT, installed, run
+
+LAYER_HOST = """
+#include <CloudStorage/Client/S3/S3Client.h>
+#include <CloudStorage/Config/ConnectionGenericSetting.h>
+int main() { return CloudStorage::Config::ConnectionGenericSetting::CIPHER[0] == '\\0'; }
+"""
+LAYER_PROJECT = """
+cmake_minimum_required(VERSION 3.16)
+project(host LANGUAGES CXX)
+find_package(libvemlo REQUIRED)
+add_executable(host host.cpp)
+target_compile_features(host PRIVATE cxx_std_17)
+target_link_libraries(host PRIVATE libvemlo::service_client)
+"""
+VERSION_PROJECT = """
+cmake_minimum_required(VERSION 3.16)
+project(host LANGUAGES C)
+find_package(libvemlo %s)
+message(STATUS "found: ${libvemlo_FOUND} ${libvemlo_VERSION}")
+"""
+
+
+class Installed(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.prefix = cls.enterClassContext(installed())
+        cls.version = re.search(r"project\(libvemlo VERSION (\S+)",
+                                (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")).group(1)
+
+    def scratch(self, **files):
+        """A folder with files of the given names (`_` for `.`) and contents."""
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        for name, text in files.items():
+            path = pathlib.Path(folder.name) / name.replace("_", ".")
+            path.write_text(text, encoding="utf-8")
+        return pathlib.Path(folder.name)
+
+    def test_examples_build_with_pkg_config(self):
+        programs = self.prefix.build_with_make(self.scratch())
+        self.assert_usage(programs / "list_buckets", env=self.prefix.environment)
+
+    def test_examples_build_with_cmake_and_run_without_a_word_about_folders(self):
+        programs = self.prefix.build_with_cmake(ROOT / "examples" / "c", self.scratch())
+        self.assert_usage(programs / "list_buckets", env={})
+
+    def assert_usage(self, program, env):
+        """It starts, and finds that it has been told too little."""
+        with self.assertRaisesRegex(AssertionError, r"list_buckets failed: \Z"):
+            run(program, env=env)
+
+    def test_the_layer_is_found_as_well(self):
+        folder = self.scratch(host_cpp=LAYER_HOST, CMakeLists_txt=LAYER_PROJECT)
+        run(self.prefix.build_with_cmake(folder, folder / "build") / "host", env={})
+
+        self.assertRegex(self.prefix.pkg_config("--libs", "libvemlo-service-client"),
+                         r"-lvemlo_service_client\b")
+
+    def test_versions(self):
+        self.assertEqual(self.prefix.pkg_config("--modversion", "libvemlo"), self.version)
+        major = int(self.version.split(".")[0])
+        for wanted, found in (("", True), (f"{major}.0", True), (f"{major + 1}.0", False)):
+            with self.subTest(wanted=wanted):
+                folder = self.scratch(CMakeLists_txt=VERSION_PROJECT % wanted)
+                output = run("cmake", "-S", folder, "-B", folder / "build",
+                             env=self.prefix.environment)
+                expected = f"found: 1 {self.version}" if found else "found: 0"
+                self.assertIn(expected, output)
+
+    def test_the_tool_finds_its_libraries(self):
+        self.assertEqual(run(self.prefix.tool, "--version", env={}), f"vemlo {self.version}\n")
+
+    def test_nothing_names_the_build_tree(self):
+        texts = [*self.prefix.path.rglob("*.pc"), *self.prefix.path.rglob("*.cmake")]
+        self.assertGreaterEqual(len(texts), 6)
+        for path in texts:
+            with self.subTest(file=path.name):
+                self.assertNotIn(str(ROOT), path.read_text(encoding="utf-8"))
+
+
+if __name__ == "__main__":
+    unittest.main()

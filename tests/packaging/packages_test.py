@@ -1,0 +1,97 @@
+"""The Debian packages hold what they should, and Debian's own judge has no error to report."""
+
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+from installed import run
+
+LIBDIR = os.environ["VEMLO_LIBDIR"]
+
+
+class Package:
+    def __init__(self, path):
+        self.path = path
+        listing = run("dpkg-deb", "--contents", path)
+        self.files = {re.split(r"\s+", line, maxsplit=5)[5].split(" -> ")[0].removeprefix("./")
+                      for line in listing.splitlines()}
+
+    def field(self, name):
+        return run("dpkg-deb", "--field", self.path, name).strip()
+
+
+class Packages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(tempfile.TemporaryDirectory())
+        config = pathlib.Path(os.environ["VEMLO_BUILD_TREE"]) / "CPackConfig.cmake"
+        run("cpack", "--config", config, "-B", folder)
+        cls.packages = {}
+        for path in pathlib.Path(folder).glob("*.deb"):
+            package = Package(path)
+            cls.packages[package.field("Package")] = package
+
+    def test_three_packages(self):
+        self.assertEqual(set(self.packages), {"libvemlo1", "libvemlo-dev", "vemlo"})
+
+    def test_everything_is_in_its_package_and_in_no_other(self):
+        places = {
+            "libvemlo1": {
+                f"usr/{LIBDIR}/libvemlo.so.1", f"usr/{LIBDIR}/libvemlo_service_client.so.1",
+            },
+            "libvemlo-dev": {
+                "usr/include/libvemlo.h", f"usr/{LIBDIR}/libvemlo.so",
+                "usr/include/CloudStorage/Client/S3/S3Client.h",
+                f"usr/{LIBDIR}/libvemlo_service_client.so", f"usr/{LIBDIR}/pkgconfig/libvemlo.pc",
+                f"usr/{LIBDIR}/pkgconfig/libvemlo-service-client.pc",
+                f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config.cmake",
+                f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config-version.cmake",
+                "usr/share/man/man3/libvemlo.3.gz", "usr/share/doc/libvemlo-dev/hosting.md",
+                "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
+                "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
+                "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
+            },
+            "vemlo": {"usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz"},
+        }
+        for name, files in places.items():
+            for package_name, package in self.packages.items():
+                with self.subTest(of=name, package=package_name):
+                    expected = files if package_name == name else set()
+                    self.assertEqual(package.files & files, expected)
+
+    def test_dependencies(self):
+        depends = {name: package.field("Depends") for name, package in self.packages.items()}
+        version = self.packages["libvemlo1"].field("Version")
+        self.assertIn(f"libvemlo1 (= {version})", depends["libvemlo-dev"])
+        self.assertRegex(depends["vemlo"], r"libvemlo1 \(>= ")
+        for library in ("libcurl4", "libssl3", "libgoogle-glog0v6", "libpococrypto80", "libc6"):
+            self.assertIn(library + " ", depends["libvemlo1"])
+
+    def test_what_others_will_depend_on(self):
+        shlibs = run("dpkg-deb", "--info", self.packages["libvemlo1"].path, "shlibs")
+        self.assertRegex(shlibs, r"(?m)^libvemlo 1 libvemlo1 \(>= ")
+
+    def test_libraries_are_stripped(self):
+        with tempfile.TemporaryDirectory() as folder:
+            run("dpkg-deb", "--extract", self.packages["libvemlo1"].path, folder)
+            for library in ("libvemlo.so.1", "libvemlo_service_client.so.1"):
+                sections = run("readelf", "--sections", "--wide",
+                               pathlib.Path(folder) / "usr" / LIBDIR / library)
+                self.assertIn(".dynsym", sections)
+                self.assertNotIn(".symtab", sections)
+                self.assertNotIn(".debug_info", sections)
+
+    def test_lintian_finds_no_error(self):
+        paths = [package.path for package in self.packages.values()]
+        # Whoever runs the tests as root is told that this is not recommended.
+        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", "--profile",
+                                 "debian", "--tag-display-limit", "0", *paths],
+                                capture_output=True, text=True, check=False)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
