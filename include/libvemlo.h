@@ -735,10 +735,10 @@ LIBVEMLO_API int dropbox_get_authorize_url(session *handle, char **url);
 /**
  * Trades the authorization code, with which the service sent the user back to the redirect page,
  * for tokens. On success the session is authorized and need not be given the tokens. It also keeps
- * a refresh token, which is not handed out: a session that is given the access token later ends with
- * it, after some hours. If the bundled service-client layer was built with
- * VEMLO_DROPBOX_DURABLE_TOKEN, what is handed out holds both and lasts, but is not what requests of
- * the host's own would have to carry.
+ * a refresh token, which is not handed out: a session that is given the access token later ends
+ * with it, after some hours. If the bundled service-client layer was built with
+ * VEMLO_DROPBOX_DURABLE_TOKEN, what is handed out holds both and lasts, but is not what requests
+ * of the host's own would have to carry.
  *
  * @param handle        A Dropbox session.
  * @param code          The authorization code, percent-decoded. Good for one exchange.

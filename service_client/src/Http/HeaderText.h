@@ -15,8 +15,8 @@ inline bool fitsHeader(std::string_view value) {
   return value.find_first_of("\r\n\0"sv) == std::string_view::npos;
 }
 
-/// Whether an answer is JSON as far as its header says. A page that somebody put in between, such as
-/// one to log in at, is not.
+/// Whether an answer is JSON as far as its header says. A page that somebody put in between, such
+/// as one to log in at, is not.
 inline bool mayBeJson(const Response& response) {
   const auto type = response.headers.find(CONTENT_TYPE_HEADER);
   return type == response.headers.end() ||
