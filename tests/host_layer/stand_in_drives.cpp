@@ -283,10 +283,11 @@ Util::Outcome<Model::ListFolderResult, Error> DropboxClient::listFolder(
   journal().calls.push_back("listFolder " + request.path.value());
   if (journal().operationsFail) return StandIn::failure();
   Model::ListFolderResult result;
-  result.entries.resize(2);
-  result.entries[0].tag = result.entries[1].tag = "folder";
-  result.entries[0].name = "one";
-  result.entries[1].name = "two";
+  for (const char* name : {"one", "two"}) {
+    Model::Metadata& folder = result.entries.emplace_back();
+    folder.tag = "folder";
+    folder.name = name;
+  }
   return result;
 }
 

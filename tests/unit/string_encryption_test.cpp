@@ -163,11 +163,13 @@ TEST(DecryptString, WorksAgainAfterAFailure) {
 }
 
 TEST(StringEncryptionFunctions, WorkOnSeveralThreadsAtOnce) {
+  constexpr int kThreads = 4;
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
+  threads.reserve(kThreads);
+  for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([i] {
       for (int round = 0; round < 20; ++round) {
-        const std::string text = std::to_string(i) + " of four, round " + std::to_string(round);
+        const std::string text = std::to_string(i) + ", round " + std::to_string(round);
         const Text secret = encrypt(text);
         EXPECT_NE(secret, nullptr);
         EXPECT_STREQ(decrypt(secret.get()).get(), text.c_str());

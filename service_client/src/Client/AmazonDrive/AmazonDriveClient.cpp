@@ -32,19 +32,19 @@ void readContent(Json::Object object, Model::FileResource& file) {
   }
 }
 
+// Each member is looked at for many nodes, so the search ends with the first that it is.
 void readMember(std::string_view key, Json::Member& member, Model::FileResource& file) {
-  if (key == "kind") Json::read(member, file.kind);
-  if (key == "id") Json::read(member, file.id);
-  if (key == "name") Json::read(member, file.name);
-  if (key == "createdDate") Json::read(member, file.createdTime);
-  if (key == "modifiedDate") Json::read(member, file.modifiedTime);
-  if (key == "parents") Json::read(member, file.parents);
+  if (key == "id") return Json::read(member, file.id);
+  if (key == "name") return Json::read(member, file.name);
+  if (key == "kind") return Json::read(member, file.kind);
+  if (key == "createdDate") return Json::read(member, file.createdTime);
+  if (key == "modifiedDate") return Json::read(member, file.modifiedTime);
+  if (key == "parents") return Json::read(member, file.parents);
   if (key == "status") {
     std::string_view status;
     Json::read(member, status);
     file.trashed = status == "TRASH";
-  }
-  if (key == "contentProperties") {
+  } else if (key == "contentProperties") {
     Json::readObject(member.value(), [&file](Json::Object content) { readContent(content, file); });
   }
 }

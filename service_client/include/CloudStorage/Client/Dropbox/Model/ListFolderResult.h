@@ -1,17 +1,17 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "CloudStorage/Client/Dropbox/Model/Metadata.h"
+#include "CloudStorage/Util/ChunkedList.h"
 
 namespace CloudStorage::Client::Dropbox::Model {
 
 /// Entries in the service's order.
 struct ListFolderResult {
-  std::deque<Metadata> entries;
+  Util::ChunkedList<Metadata> entries;
   /// Where a continuation would begin; there is one on every answer.
   std::string cursor;
   bool hasMore = false;
