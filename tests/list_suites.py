@@ -1,0 +1,33 @@
+"""Writes an entry for ctest for each suite of a googletest program.
+
+usage: list_suites.py PROGRAM PREFIX FILE [PROPERTY VALUE]...
+
+One for each test would be a process for each test, of which a sanitizer makes a quarter of a second.
+"""
+
+import subprocess
+import sys
+from pathlib import Path
+
+
+def suites_of(program):
+    listing = subprocess.run([program, "--gtest_list_tests"], check=True, capture_output=True,
+                             encoding="utf-8").stdout  # fmt: skip
+    for line in listing.splitlines():
+        name = line.split("#")[0].rstrip()
+        if name.endswith(".") and not name.startswith(" "):
+            yield name[:-1]
+
+
+def main():
+    program, prefix, file, *properties = sys.argv[1:]
+    properties = " ".join(f"[==[{word}]==]" for word in properties)
+    lines = []
+    for suite in suites_of(program):
+        entry = f"[==[{prefix}{suite}]==]"
+        lines.append(f"add_test({entry} [==[{program}]==] [==[--gtest_filter={suite}.*]==])\n")
+        lines.append(f"set_tests_properties({entry} PROPERTIES {properties})\n")
+    Path(file).write_text("".join(lines), encoding="utf-8")
+
+
+main()
