@@ -24,6 +24,12 @@ constexpr char kRoot[] = "/";
 constexpr char kServiceRoot[] = "";  // what the service calls it
 constexpr char kFolderTag[] = "folder";
 
+void addFolders(const Model::ListFolderResult& page, libvemlo::DirectoryList& folders) {
+  for (const auto& entry : page.entries) {
+    if (entry.tag == kFolderTag) folders.add(entry.path, entry.name);
+  }
+}
+
 }  // namespace
 
 int dropbox_get_authorize_url(session* handle, char** url) {
@@ -97,9 +103,7 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
       return libvemlo::kServiceFailure;
     }
     const auto& page = outcome.getResult();
-    for (const auto& entry : page.entries) {
-      if (entry.tag == kFolderTag) folders.add(entry.path, entry.name);
-    }
+    addFolders(page, folders);
     if (page.hasMore) cursor = page.cursor;
   } while (!cursor.empty());
 

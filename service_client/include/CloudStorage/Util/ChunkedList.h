@@ -10,16 +10,16 @@ namespace CloudStorage::Util {
 template <typename T>
 class ChunkedList {
  public:
-  class const_iterator {
+  class ConstIterator {
    public:
-    const_iterator(const ChunkedList& list, std::size_t index) : list_(&list), index_(index) {}
+    ConstIterator(const ChunkedList& list, std::size_t index) : list_(&list), index_(index) {}
 
     const T& operator*() const { return (*list_)[index_]; }
-    const_iterator& operator++() {
+    ConstIterator& operator++() {
       ++index_;
       return *this;
     }
-    bool operator!=(const const_iterator& other) const { return index_ != other.index_; }
+    bool operator!=(const ConstIterator& other) const { return index_ != other.index_; }
 
    private:
     const ChunkedList* list_;
@@ -49,8 +49,8 @@ class ChunkedList {
   }
   const T& front() const { return (*this)[0]; }
 
-  const_iterator begin() const { return {*this, 0}; }
-  const_iterator end() const { return {*this, size()}; }
+  ConstIterator begin() const { return {*this, 0}; }
+  ConstIterator end() const { return {*this, size()}; }
 
  private:
   static constexpr std::size_t kChunkSize = 128;

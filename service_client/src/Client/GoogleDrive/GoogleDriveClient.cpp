@@ -16,19 +16,20 @@ namespace Json = Util::Json;
 
 constexpr char kFiles[] = "https://www.googleapis.com/drive/v3/files";
 
+void readMember(std::string_view key, Json::Member& member, Model::FileResource& file) {
+  if (key == "kind") Json::read(member, file.kind);
+  if (key == "id") Json::read(member, file.id);
+  if (key == "name") Json::read(member, file.name);
+  if (key == "mimeType") Json::read(member, file.mimeType);
+  if (key == "trashed") Json::read(member, file.trashed);
+  if (key == "createdTime") Json::read(member, file.createdTime);
+  if (key == "modifiedTime") Json::read(member, file.modifiedTime);
+  if (key == "md5Checksum") Json::read(member, file.md5Checksum);
+  if (key == "parents") Json::read(member, file.parents);
+}
+
 void readFile(Json::Object object, Model::FileResource& file) {
-  for (Json::Member member : object) {
-    const std::string_view key = Json::keyOf(member);
-    if (key == "kind") Json::read(member, file.kind);
-    if (key == "id") Json::read(member, file.id);
-    if (key == "name") Json::read(member, file.name);
-    if (key == "mimeType") Json::read(member, file.mimeType);
-    if (key == "trashed") Json::read(member, file.trashed);
-    if (key == "createdTime") Json::read(member, file.createdTime);
-    if (key == "modifiedTime") Json::read(member, file.modifiedTime);
-    if (key == "md5Checksum") Json::read(member, file.md5Checksum);
-    if (key == "parents") Json::read(member, file.parents);
-  }
+  for (Json::Member member : object) readMember(Json::keyOf(member), member, file);
 }
 
 std::optional<Error> parseFile(Http::Response& response, Model::FileResource& file) {
