@@ -25,6 +25,7 @@ constexpr char kServiceRoot[] = "";  // what the service calls it
 constexpr char kFolderTag[] = "folder";
 
 void addFolders(const Model::ListFolderResult& page, libvemlo::DirectoryList& folders) {
+  folders.reserve(folders.size() + page.entries.size());
   for (const auto& entry : page.entries) {
     if (entry.tag == kFolderTag) folders.add(entry.path, entry.name);
   }

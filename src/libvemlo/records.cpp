@@ -5,6 +5,10 @@
 
 namespace {
 
+directory* resized(directory* records, std::size_t count) {
+  return static_cast<directory*>(std::realloc(records, count * sizeof(directory)));
+}
+
 void freeTexts(const directory& record) {
   std::free(record.name);
   std::free(record.id);
@@ -29,20 +33,31 @@ directory* makeDirectory(std::string_view id, std::string_view name) {
 }
 
 DirectoryList::~DirectoryList() {
-  for (const auto& record : records_) freeTexts(record);
+  std::for_each(records_, records_ + size_, freeTexts);
+  std::free(records_);
+}
+
+void DirectoryList::reserve(std::size_t capacity) {
+  if (capacity <= capacity_) return;
+  records_ = resized(records_, capacity);
+  capacity_ = capacity;
 }
 
 void DirectoryList::add(std::string_view id, std::string_view name) {
-  auto& record = records_.emplace_back();  // first, so that nothing is lost if there is no room
-  record.name = copyOf(name);
-  record.id = copyOf(id);
+  if (size_ == capacity_) reserve(std::max<std::size_t>(2 * capacity_, 16));
+  records_[size_++] = {copyOf(name), copyOf(id)};
 }
 
 void DirectoryList::handOut(directory** list, int* count) && {
-  *count = static_cast<int>(records_.size());
-  *list = static_cast<directory*>(std::calloc(records_.size(), sizeof(directory)));
-  std::copy(records_.begin(), records_.end(), *list);
-  records_.clear();
+  *count = static_cast<int>(size_);
+  if (size_ == 0) {
+    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): an empty array is due
+    *list = static_cast<directory*>(std::calloc(0, sizeof(directory)));
+    return;
+  }
+  *list = resized(records_, size_);
+  records_ = nullptr;
+  size_ = capacity_ = 0;
 }
 
 }  // namespace libvemlo

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <string_view>
-#include <vector>
 
 #include "libvemlo.h"
 
@@ -23,14 +22,18 @@ class DirectoryList {
   DirectoryList& operator=(const DirectoryList&) = delete;
   ~DirectoryList();
 
+  // Makes room for so many folders in all.
+  void reserve(std::size_t capacity);
   void add(std::string_view id, std::string_view name);
-  std::size_t size() const { return records_.size(); }
+  std::size_t size() const { return size_; }
 
   // The host releases the list with free_diretories(). Of no folders, too, an array is made.
   void handOut(directory** list, int* count) &&;
 
  private:
-  std::vector<directory> records_;
+  directory* records_ = nullptr;  // what the host will get, made with malloc()
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
 };
 
 }  // namespace libvemlo
