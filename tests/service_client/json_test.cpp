@@ -8,6 +8,7 @@
 
 namespace {
 
+namespace Json = CloudStorage::Util::Json;
 using namespace std::string_literals;
 using CloudStorage::Util::Json::texts;
 using testing::ElementsAre;
@@ -94,6 +95,41 @@ TEST(JsonTexts, HostileNestingReadsAsEmpty) {
 TEST(JsonTexts, LongTextArrivesWhole) {
   const std::string value(1 << 20, 'x');
   EXPECT_EQ(textAt("{\"a\":\"" + value + "\"}", "a"), value);
+}
+
+// What a page with the one member `json` says of it.
+std::string readMember(const std::string& json, std::string_view name) {
+  Json::Page page("{" + json + "}");
+  std::string_view found = "nothing";
+  for (Json::Member member : page.root()) {
+    if (Json::keyOf(member) == name) Json::read(member, found);
+  }
+  page.finish();
+  return std::string(found);
+}
+
+TEST(JsonPage, NamesAndTextsOfAnyLengthAreRead) {
+  for (std::size_t length = 0; length <= 50; ++length) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(readMember("\"" + text + "\":\"" + text + "\"", text), text) << length;
+    EXPECT_EQ(readMember("\"" + text + "\" : \"" + text + "\" \n", text), text) << length;
+  }
+}
+
+TEST(JsonPage, EscapesAreDecodedWhereverTheyAre) {
+  for (std::size_t position = 0; position <= 40; ++position) {
+    std::string written(40, 'x');
+    std::string text = written;
+    written.insert(position, R"(\")");
+    text.insert(position, "\"");
+    EXPECT_EQ(readMember("\"" + written + "\":\"" + written + "\"", text), text) << position;
+  }
+}
+
+TEST(JsonPage, OnlyTextsAreReadAsTexts) {
+  for (const char* value : {"null", "1", "true", "[\"x\"]", "{\"a\":\"x\"}"}) {
+    EXPECT_EQ(readMember(std::string(R"("a":)") + value, "a"), "nothing") << value;
+  }
 }
 
 }  // namespace

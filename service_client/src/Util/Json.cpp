@@ -87,7 +87,7 @@ Object Page::root() {
 // New memory for every page would cost more than the parsing. One parser a thread is enough, as a
 // page is read before its thread begins the next; but no thread should keep what a huge page took.
 simdjson::ondemand::parser& Page::parserFor(std::size_t size) {
-  constexpr std::size_t kLargestForAll = std::size_t{256} * 1024;
+  constexpr std::size_t kLargestForAll = std::size_t{1024} * 1024;
   if (size <= kLargestForAll) {
     thread_local simdjson::ondemand::parser forAll;
     return forAll;
@@ -106,14 +106,6 @@ void Page::finish() {
 
 std::string_view escapedKeyOf(simdjson::ondemand::field member) { return member.unescaped_key(); }
 
-bool isReadAsItLies(std::string_view token, std::string_view& out) {
-  if (token.empty() || token.front() != '"') return true;
-  const std::string_view text = token.substr(1, token.rfind('"') - 1);
-  if (text.find('\\') != std::string_view::npos) return false;
-  out = text;
-  return true;
-}
-
 void readEscaped(Value value, std::string_view& out) {
   // The page is the reader's own, and has room: no text is longer without its escapes.
   char* const place = const_cast<char*>(value.raw_json_token().data()) + 1;
@@ -126,7 +118,12 @@ void readEscaped(Value value, std::string_view& out) {
 }
 
 void read(Value value, std::string_view& out) {
-  if (!isReadAsItLies(value.raw_json_token(), out)) readEscaped(value, out);
+  const char* const token = value.raw_json_token().data();
+  if (*token != '"') return;
+  const char* const start = token + 1;
+  const char* const end = quoteOrEscape(start);
+  if (*end == '\\') return readEscaped(value, out);
+  out = {start, static_cast<std::size_t>(end - start)};
 }
 
 void read(Value value, std::string& out) {
