@@ -284,9 +284,10 @@ Util::Outcome<Model::ListFolderResult, Error> DropboxClient::listFolder(
   if (journal().operationsFail) return StandIn::failure();
   Model::ListFolderResult result;
   for (const char* name : {"one", "two"}) {
-    Model::Metadata& folder = result.entries.emplace_back();
+    Model::Metadata folder;
     folder.tag = "folder";
     folder.name = name;
+    result.entries.push_back(folder);
   }
   return result;
 }

@@ -82,11 +82,12 @@ class DropboxListing : public ::testing::Test {
 
   // The only entry of a page.
   Model::Metadata entryFrom(const std::string& entry) {
-    const auto outcome = read(pageOf(entry, "c", false));
+    auto outcome = read(pageOf(entry, "c", false));
     EXPECT_TRUE(outcome.isSuccess()) << entry << ' ' << outcome.getError();
-    kept.push_back(outcome.getResult());
-    EXPECT_THAT(kept.back().entries, SizeIs(1)) << entry;
-    return kept.back().entries.empty() ? Model::Metadata() : kept.back().entries.front();
+    kept.push_back(std::move(outcome).getResult());
+    const auto& entries = kept.back().entries;
+    EXPECT_EQ(entries.size(), 1U) << entry;
+    return entries.empty() ? Model::Metadata() : *entries.begin();
   }
 
   TestSupport::DropboxWorld world;
@@ -261,7 +262,7 @@ TEST_F(DropboxListing, ReadsFolders) {
   EXPECT_EQ(entry.id, "id:A1");
   EXPECT_EQ(entry.pathLower, "/photos/2019");
   EXPECT_EQ(entry.path, "/Photos/2019");
-  EXPECT_EQ(entry.file, nullptr);
+  EXPECT_FALSE(entry.file.has_value());
 }
 
 TEST_F(DropboxListing, ReadsFiles) {
@@ -273,7 +274,7 @@ TEST_F(DropboxListing, ReadsFiles) {
   EXPECT_EQ(entry.tag, "file");
   EXPECT_EQ(entry.name, "a.jpg");
   EXPECT_EQ(entry.id, "id:B2");
-  ASSERT_NE(entry.file, nullptr);
+  ASSERT_TRUE(entry.file.has_value());
   EXPECT_EQ(entry.file->clientModified.toString(), "2020-06-01T12:00:00.000000Z");
   EXPECT_EQ(entry.file->serverModified.toString(), "2021-06-01T12:00:00.000000Z");
   EXPECT_EQ(entry.file->size, 5368709120);
@@ -326,7 +327,7 @@ TEST_F(DropboxListing, MembersOfAnotherTypeCountAsAbsent) {
   const auto entry = entryFrom(
       R"({".tag":7,"name":null,"id":["x"],"client_modified":1,"server_modified":{},"size":"big",)"
       R"("rev":true,"path_lower":{"a":[1,2]},"path_display":1.5})");
-  ASSERT_NE(entry.file, nullptr);
+  ASSERT_TRUE(entry.file.has_value());
   for (const auto text :
        {entry.tag, entry.name, entry.id, entry.file->clientModified.text(),
         entry.file->serverModified.text(), entry.file->rev, entry.pathLower, entry.path}) {
@@ -392,10 +393,11 @@ TEST_F(DropboxListing, TextsLastAsLongAsTheResult) {
     result = std::move(outcome).getResult();
   }
   EXPECT_EQ(namesOf(result), names);
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    EXPECT_EQ(result.entries[i].id, "id:" + names[i]);
-    EXPECT_EQ(result.entries[i].path, "/Photos/" + names[i]);
-    EXPECT_EQ(result.entries[i].pathLower, "/photos/" + names[i]);
+  for (const auto& entry : result.entries) {
+    const std::string name(entry.name);
+    EXPECT_EQ(entry.id, "id:" + name);
+    EXPECT_EQ(entry.path, "/Photos/" + name);
+    EXPECT_EQ(entry.pathLower, "/photos/" + name);
   }
 }
 

@@ -225,11 +225,7 @@ class FolderPage {
 
   auto followedBy(std::string next) const {
     auto result = Drive::page(items_, std::move(next));
-    if constexpr (std::is_same_v<Drive, Dropbox>) {
-      result.pages = {page_};
-    } else {
-      result.page = page_;
-    }
+    if constexpr (!std::is_same_v<Drive, Dropbox>) result.page = page_;  // Dropbox's copies them
     return result;
   }
   typename Drive::Item single() const {

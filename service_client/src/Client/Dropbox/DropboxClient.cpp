@@ -12,7 +12,6 @@
 #include "Client/Dropbox/DropboxTokenEndpoint.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonAnswer.h"
-#include "Util/TextArena.h"
 
 namespace CloudStorage::Client::Dropbox {
 namespace {
@@ -28,54 +27,32 @@ constexpr char kTokenAccessType[] = "offline";
 
 constexpr std::string_view kFolder = "folder";
 
+// Each member is looked at for many entries, so the search ends with the first that it is.
 void readMember(std::string_view key, Json::Member& member, Model::Metadata& entry) {
-  if (key == ".tag") Json::read(member, entry.tag);
-  if (key == "name") Json::read(member, entry.name);
-  if (key == "id") Json::read(member, entry.id);
-  if (key == "path_lower") Json::read(member, entry.pathLower);
-  if (key == "path_display") Json::read(member, entry.path);
-}
+  if (key == ".tag") return Json::read(member, entry.tag);
+  if (key == "name") return Json::read(member, entry.name);
+  if (key == "id") return Json::read(member, entry.id);
+  if (key == "path_lower") return Json::read(member, entry.pathLower);
+  if (key == "path_display") return Json::read(member, entry.path);
 
-// False if it is something else.
-bool readMember(std::string_view key, Json::Member& member, Model::FileFacts& file) {
-  if (key == "client_modified") return Json::read(member, file.clientModified), true;
-  if (key == "server_modified") return Json::read(member, file.serverModified), true;
-  if (key == "size") return Json::read(member, file.size), true;
-  if (key == "rev") return Json::read(member, file.rev), true;
-  return false;
+  Model::FileFacts file = entry.file.value_or(Model::FileFacts());
+  if (key == "client_modified") {
+    Json::read(member, file.clientModified);
+  } else if (key == "server_modified") {
+    Json::read(member, file.serverModified);
+  } else if (key == "size") {
+    Json::read(member, file.size);
+  } else if (key == "rev") {
+    Json::read(member, file.rev);
+  } else {
+    return;
+  }
+  entry.file = file;
 }
 
 void readEntry(Json::Object object, Model::Metadata& entry) {
-  Model::FileFacts file;
-  bool isFile = false;
-  for (Json::Member member : object) {
-    const std::string_view key = Json::keyOf(member);
-    readMember(key, member, entry);
-    if (readMember(key, member, file)) isFile = true;
-  }
+  for (Json::Member member : object) readMember(Json::keyOf(member), member, entry);
   if (entry.path.empty()) entry.path = entry.pathLower;
-  if (isFile) entry.file = std::make_shared<const Model::FileFacts>(file);
-}
-
-std::string_view tailOrCopy(std::string_view path, std::string_view name, Util::TextArena& texts) {
-  const std::string_view tail = path.substr(path.size() - std::min(path.size(), name.size()));
-  return tail == name ? tail : texts.keep(name);
-}
-
-// Moves the texts of `entry` from the received page to `texts`, which holds nothing twice.
-void keepTexts(Model::Metadata& entry, Util::TextArena& texts) {
-  const bool isLowerCase = entry.path == entry.pathLower;
-  entry.tag = entry.tag == kFolder ? kFolder : texts.keep(entry.tag);
-  entry.id = texts.keep(entry.id);
-  if (entry.file) {
-    const auto& file = *entry.file;
-    entry.file = std::make_shared<const Model::FileFacts>(Model::FileFacts{
-        Util::IsoTime(texts.keep(file.clientModified.text())),
-        Util::IsoTime(texts.keep(file.serverModified.text())), file.size, texts.keep(file.rev)});
-  }
-  entry.path = texts.keep(entry.path);
-  entry.pathLower = isLowerCase ? entry.path : texts.keep(entry.pathLower);
-  entry.name = tailOrCopy(entry.path, entry.name, texts);
 }
 
 std::optional<Error> parseCreated(Http::Response& response, Model::Metadata& folder) {
@@ -93,8 +70,7 @@ std::optional<Error> parseCreated(Http::Response& response, Model::Metadata& fol
   return error;
 }
 
-// The pages of a folder put together. Of what was received it keeps the third that is of use: a
-// folder may have very many entries.
+// The pages of a folder put together.
 class Listing {
  public:
   std::optional<Error> append(Http::Response page) {
@@ -116,10 +92,7 @@ class Listing {
   const std::string& cursor() const { return result_.cursor; }
   bool hasMore() const { return result_.hasMore; }
 
-  Model::ListFolderResult take() && {
-    result_.pages.push_back(std::move(texts_));
-    return std::move(result_);
-  }
+  Model::ListFolderResult take() && { return std::move(result_); }
 
  private:
   std::optional<Error> read(Http::Response& page) {
@@ -132,9 +105,9 @@ class Listing {
         if (key == "has_more") Json::read(member, result_.hasMore);
         if (key == "entries") {
           Json::readObjects(member.value(), [this](Json::Object entry) {
-            Model::Metadata& metadata = result_.entries.emplace_back();
+            Model::Metadata metadata;
             readEntry(entry, metadata);
-            keepTexts(metadata, *texts_);
+            result_.entries.push_back(metadata);
           });
         }
       }
@@ -142,7 +115,6 @@ class Listing {
   }
 
   Model::ListFolderResult result_;
-  std::shared_ptr<Util::TextArena> texts_ = std::make_shared<Util::TextArena>();
 };
 
 // Pages go into the listing without a stop in between, which would cost as much as reading them.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "CloudStorage/Util/IsoTime.h"
@@ -22,12 +23,12 @@ struct Metadata {
   std::string_view tag;
   std::string_view name;
   std::string_view id;
-  /// Held apart, as a listing may have very many folders; null if the service said none of it.
-  std::shared_ptr<const FileFacts> file{};
+  /// Absent if the service said none of it.
+  std::optional<FileFacts> file;
   std::string_view pathLower;
   /// The path to show and to use: in the user's spelling, or else in lower case.
   std::string_view path;
-  /// Keeps the texts; they last as long as it does. Null in a list, which keeps its own.
+  /// Keeps the texts; they last as long as it does. Null in a list, which keeps them itself.
   std::shared_ptr<const void> page{};
 };
 
