@@ -352,6 +352,35 @@ TEST(CurlTransport, SixteenThreadsUseAtMostSixteenConnections) {
   EXPECT_LE(server.connectionCount(), 16U);
 }
 
+// Memory that another thread has used is slower to use.
+TEST(CurlTransport, ThreadGoesOnWithItsOwnConnection) {
+  std::atomic<int> count{0};
+  Gate bothAsked(2);
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    const std::string name = "connection " + std::to_string(++count);
+    while (connection.readRequest()) {
+      bothAsked.pass();
+      if (!connection.send(httpAnswer("200 OK", name))) return;
+    }
+  });
+  CurlTransport transport({});
+  const auto usedConnection = [&] { return transport.send(server.request(Method::Get, "/")).body; };
+
+  std::string othersFirst;
+  Gate otherIsLast(2);
+  std::thread other([&] {
+    othersFirst = usedConnection();
+    otherIsLast.pass();
+    EXPECT_EQ(usedConnection(), othersFirst);
+  });
+  const std::string first = usedConnection();
+  otherIsLast.pass();
+  other.join();
+  EXPECT_NE(first, othersFirst);
+  EXPECT_EQ(usedConnection(), first);
+  EXPECT_EQ(server.connectionCount(), 2U);
+}
+
 TEST(CurlTransport, EightConnectionsStayOpenAfterABurst) {
   Gate burst(16);
   Gate later(8);

@@ -104,8 +104,8 @@ TYPED_TEST(OAuth2Exchange, PostsAForm) {
                                    Pair("accept", "application/json")));
   EXPECT_EQ(requests[0].body,
             "grant_type=authorization_code&code=4%2F0Ab%20c%2B~%3D%7C"
-            "&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php&scope=files.read%20user%3Ax"
-            "&client_id=client%3Aid&client_secret=client~%26.secret");
+            "&client_id=client%3Aid&client_secret=client~%26.secret"
+            "&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php&scope=files.read%20user%3Ax");
 }
 
 TYPED_TEST(OAuth2Exchange, EmptyScopeIsNotSent) {

@@ -86,9 +86,7 @@ Util::Status failure(int code, std::string text, const Form& form) {
 }
 
 Util::Status requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,
-                           Form form, Tokens& tokens) {
-  form.push_back({"client_id", clientSpec.clientId});
-  form.push_back({"client_secret", clientSpec.clientSecret, true});
+                           const Form& form, Tokens& tokens) {
   auto uri = Http::URI::parse(clientSpec.tokenEndpoint);
   if (!uri) return {kNoAnswer, "InvalidRequest: the token endpoint's address is unusable"};
 
@@ -114,9 +112,12 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
     return {kNoAnswer, "InvalidRequest: the refresh token contains control characters"};
   }
   Tokens renewed;
-  auto status = requestTokens(
-      clientSpec_, *transport_,
-      {{"grant_type", "refresh_token"}, {"refresh_token", tokens.refreshToken, true}}, renewed);
+  auto status = requestTokens(clientSpec_, *transport_,
+                              {{"grant_type", "refresh_token"},
+                               {"refresh_token", tokens.refreshToken, true},
+                               {"client_id", clientSpec_.clientId},
+                               {"client_secret", clientSpec_.clientSecret, true}},
+                              renewed);
   if (!status.isSuccess()) return status;
   if (renewed.refreshToken.empty()) renewed.refreshToken = std::move(tokens.refreshToken);
   tokens = std::move(renewed);
@@ -127,9 +128,11 @@ Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::s
                                            Tokens& tokens) {
   Form form{{"grant_type", "authorization_code"},
             {"code", code, true},
+            {"client_id", clientSpec_.clientId},
+            {"client_secret", clientSpec_.clientSecret, true},
             {"redirect_uri", clientSpec_.redirectUri}};
   if (!scope.empty()) form.push_back({"scope", scope});
-  return requestTokens(clientSpec_, *transport_, std::move(form), tokens);
+  return requestTokens(clientSpec_, *transport_, form, tokens);
 }
 
 }  // namespace CloudStorage::Auth

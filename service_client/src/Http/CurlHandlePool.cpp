@@ -1,6 +1,9 @@
 #include "Http/CurlHandlePool.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
+#include <utility>
 
 namespace CloudStorage::Http {
 namespace {
@@ -23,8 +26,13 @@ CurlHandlePool::Handle CurlHandlePool::checkOut() {
     handle.reset(curl_easy_init());
     if (!handle) throw std::bad_alloc();
   } else {
-    handle = std::move(idle_.back());  // the one used last has the connection that is open still
-    idle_.pop_back();
+    // Memory that another thread has used is slower to use. Of these handles the one used last has
+    // the connection that is open still.
+    const auto isOwn = [](const Idle& idle) { return idle.lastUser == std::this_thread::get_id(); };
+    const auto own = std::find_if(idle_.rbegin(), idle_.rend(), isOwn);
+    const auto chosen = own == idle_.rend() ? std::prev(idle_.end()) : std::prev(own.base());
+    handle = std::move(chosen->handle);
+    idle_.erase(chosen);
   }
   ++running_;
   return handle;
@@ -34,7 +42,7 @@ void CurlHandlePool::putBack(Handle handle) {
   curl_easy_reset(handle.get());  // forgets the request, keeps the connections
   {
     const std::lock_guard lock(mutex_);
-    idle_.push_back(std::move(handle));
+    idle_.push_back({std::move(handle), std::this_thread::get_id()});
     --running_;
   }
   while (takeSurplus()) {
@@ -46,7 +54,7 @@ CurlHandlePool::Handle CurlHandlePool::takeSurplus() {
   const std::lock_guard lock(mutex_);
   // While calls are running, the next moment may need every handle again.
   if (running_ != 0 || idle_.size() <= kMaxIdle) return nullptr;
-  Handle oldest = std::move(idle_.front());
+  Handle oldest = std::move(idle_.front().handle);
   idle_.erase(idle_.begin());
   return oldest;
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -39,13 +40,18 @@ class CurlHandlePool {
   CurlHandlePool();
 
  private:
+  struct Idle {
+    Handle handle;
+    std::thread::id lastUser;
+  };
+
   Handle checkOut();
   void putBack(Handle handle);
   /// The handle that has rested longest, or null if none is too many.
   Handle takeSurplus();
 
   std::mutex mutex_;
-  std::vector<Handle> idle_;  // guarded by mutex_, as is the number of running calls
+  std::vector<Idle> idle_;  // guarded by mutex_, as is the number of running calls
   std::size_t running_ = 0;
 };
 

@@ -13,6 +13,7 @@
 
 #include "Http/CurlHandlePool.h"
 #include "Http/HeaderText.h"
+#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
@@ -305,8 +306,9 @@ class Exchange {
     std::string& body = response_.body;
     if (body.empty()) {
       const auto promised = info<curl_off_t>(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);  // -1: unknown
+      const std::size_t size = promised > 0 ? static_cast<std::size_t>(promised) : 0;
       // A little more, as parsers want to read beyond the end.
-      if (promised > 0) body.reserve(std::min(limit, static_cast<std::size_t>(promised)) + 64);
+      body = Util::takeBodyBuffer(std::min(limit, size) + 64);
     }
 
     const std::size_t room = limit - body.size();

@@ -4,7 +4,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
+#include "Util/ThreadOwn.h"
 
 namespace CloudStorage::Util::Json {
 namespace {
@@ -77,6 +79,8 @@ Page::Page(std::string body) : body_(std::move(body)) {
   body_.reserve(body_.size() + simdjson::SIMDJSON_PADDING);
 }
 
+Page::~Page() { giveBackBodyBuffer(std::move(body_)); }
+
 Object Page::root() {
   const std::string_view text = skipByteOrderMark(body_);
   const std::size_t skipped = body_.size() - text.size();
@@ -89,8 +93,7 @@ Object Page::root() {
 simdjson::ondemand::parser& Page::parserFor(std::size_t size) {
   constexpr std::size_t kLargestForAll = std::size_t{1024} * 1024;
   if (size <= kLargestForAll) {
-    thread_local simdjson::ondemand::parser forAll;
-    return forAll;
+    if (auto* const forAll = threadOwn<simdjson::ondemand::parser>()) return *forAll;
   }
   ownParser_ = std::make_unique<simdjson::ondemand::parser>();
   return *ownParser_;

@@ -37,6 +37,7 @@ using Member = simdjson::simdjson_result<simdjson::ondemand::field>;
 class Page {
  public:
   explicit Page(std::string body);
+  ~Page();
   Page(const Page&) = delete;
   Page& operator=(const Page&) = delete;
 

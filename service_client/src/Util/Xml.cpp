@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Util::Xml {
@@ -164,7 +165,12 @@ std::string text(pugi::xml_node element) {
 }
 
 Page::Page(std::string body)
-    : body_(std::make_shared<std::string>(std::move(body))), status_(parse(*body_, document_)) {}
+    : body_(new std::string(std::move(body)),
+            [](std::string* received) {
+              giveBackBodyBuffer(std::move(*received));
+              delete received;
+            }),
+      status_(parse(*body_, document_)) {}
 
 std::string_view Page::text(pugi::xml_node element) {
   std::string_view joined = element.value();

@@ -1,5 +1,6 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,18 +15,22 @@ namespace {
 
 namespace Json = Util::Json;
 
+// Of a listing, so that memory for the files of a page is asked for once.
+constexpr std::size_t kUsualFileLength = 64;
+
 constexpr char kFiles[] = "https://www.googleapis.com/drive/v3/files";
 
+// Each member is looked at for many files, so the search ends with the first that it is.
 void readMember(std::string_view key, Json::Member& member, Model::FileResource& file) {
-  if (key == "kind") Json::read(member, file.kind);
-  if (key == "id") Json::read(member, file.id);
-  if (key == "name") Json::read(member, file.name);
-  if (key == "mimeType") Json::read(member, file.mimeType);
-  if (key == "trashed") Json::read(member, file.trashed);
-  if (key == "createdTime") Json::read(member, file.createdTime);
-  if (key == "modifiedTime") Json::read(member, file.modifiedTime);
-  if (key == "md5Checksum") Json::read(member, file.md5Checksum);
-  if (key == "parents") Json::read(member, file.parents);
+  if (key == "kind") return Json::read(member, file.kind);
+  if (key == "id") return Json::read(member, file.id);
+  if (key == "name") return Json::read(member, file.name);
+  if (key == "mimeType") return Json::read(member, file.mimeType);
+  if (key == "trashed") return Json::read(member, file.trashed);
+  if (key == "createdTime") return Json::read(member, file.createdTime);
+  if (key == "modifiedTime") return Json::read(member, file.modifiedTime);
+  if (key == "md5Checksum") return Json::read(member, file.md5Checksum);
+  if (key == "parents") return Json::read(member, file.parents);
 }
 
 void readFile(Json::Object object, Model::FileResource& file) {
@@ -40,6 +45,7 @@ std::optional<Error> parseFile(Http::Response& response, Model::FileResource& fi
 }
 
 std::optional<Error> parsePage(Http::Response& response, Model::ListFileResourceResult& result) {
+  result.files.reserve(response.body.size() / kUsualFileLength);
   return readJson(response, result.page, [&result](Json::Object object) {
     for (Json::Member member : object) {
       const std::string_view key = Json::keyOf(member);

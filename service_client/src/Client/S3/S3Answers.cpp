@@ -85,9 +85,8 @@ std::optional<Error> parseObjectList(Http::Response& response, Model::ListObject
   bool isEncoded = false;
   for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
     if (Xml::isNamed(node, "CommonPrefixes")) {
-      for (auto prefix = Xml::child(node, "Prefix"); prefix;
-           prefix = Xml::nextSibling(prefix, "Prefix")) {
-        result.commonPrefixes.push_back(page.text(prefix));
+      for (auto prefix = node.first_child(); prefix; prefix = prefix.next_sibling()) {
+        if (Xml::isNamed(prefix, "Prefix")) result.commonPrefixes.push_back(page.text(prefix));
       }
     } else if (Xml::isNamed(node, "Contents")) {
       result.objects.push_back(parseObject(page, node));
