@@ -42,6 +42,12 @@ Model::Object parseObject(Xml::Page& page, pugi::xml_node node) {
           page.text(Xml::child(node, "StorageClass"))};
 }
 
+void readPrefixes(Xml::Page& page, pugi::xml_node group, Model::ListObjectsV2Result& result) {
+  for (auto node = group.first_child(); node; node = node.next_sibling()) {
+    if (Xml::isNamed(node, "Prefix")) result.commonPrefixes.push_back(page.text(node));
+  }
+}
+
 std::optional<Error> decodeKeys(Xml::Page& page, Model::ListObjectsV2Result& result) {
   for (auto& object : result.objects) object.key = decodeKey(page, object.key);
   for (auto& prefix : result.commonPrefixes) {
@@ -85,9 +91,7 @@ std::optional<Error> parseObjectList(Http::Response& response, Model::ListObject
   bool isEncoded = false;
   for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
     if (Xml::isNamed(node, "CommonPrefixes")) {
-      for (auto prefix = node.first_child(); prefix; prefix = prefix.next_sibling()) {
-        if (Xml::isNamed(prefix, "Prefix")) result.commonPrefixes.push_back(page.text(prefix));
-      }
+      readPrefixes(page, node, result);
     } else if (Xml::isNamed(node, "Contents")) {
       result.objects.push_back(parseObject(page, node));
     } else if (Xml::isNamed(node, "EncodingType")) {
