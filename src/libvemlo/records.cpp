@@ -39,12 +39,12 @@ DirectoryList::~DirectoryList() {
 
 void DirectoryList::reserve(std::size_t capacity) {
   if (capacity <= capacity_) return;
-  records_ = resized(records_, capacity);
-  capacity_ = capacity;
+  capacity_ = std::max(capacity, 2 * capacity_);
+  records_ = resized(records_, capacity_);
 }
 
 void DirectoryList::add(std::string_view id, std::string_view name) {
-  if (size_ == capacity_) reserve(std::max<std::size_t>(2 * capacity_, 16));
+  if (size_ == capacity_) reserve(std::max<std::size_t>(size_ + 1, 16));
   records_[size_++] = {copyOf(name), copyOf(id)};
 }
 

@@ -22,7 +22,7 @@ class DirectoryList {
   DirectoryList& operator=(const DirectoryList&) = delete;
   ~DirectoryList();
 
-  // Makes room for so many folders in all.
+  // Makes room for at least so many folders in all.
   void reserve(std::size_t capacity);
   void add(std::string_view id, std::string_view name);
   std::size_t size() const { return size_; }
@@ -31,7 +31,7 @@ class DirectoryList {
   void handOut(directory** list, int* count) &&;
 
  private:
-  directory* records_ = nullptr;  // what the host will get, made with malloc()
+  directory* records_ = nullptr;  // what the host will get
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

@@ -352,33 +352,65 @@ TEST(CurlTransport, SixteenThreadsUseAtMostSixteenConnections) {
   EXPECT_LE(server.connectionCount(), 16U);
 }
 
-// Memory that another thread has used is slower to use.
-TEST(CurlTransport, ThreadGoesOnWithItsOwnConnection) {
-  std::atomic<int> count{0};
-  Gate bothAsked(2);
-  LoopbackServer server([&](LoopbackServer::Connection& connection) {
-    const std::string name = "connection " + std::to_string(++count);
-    while (connection.readRequest()) {
-      bothAsked.pass();
-      if (!connection.send(httpAnswer("200 OK", name))) return;
-    }
-  });
-  CurlTransport transport({});
-  const auto usedConnection = [&] { return transport.send(server.request(Method::Get, "/")).body; };
-
-  std::string othersFirst;
-  Gate otherIsLast(2);
-  std::thread other([&] {
-    othersFirst = usedConnection();
+/// While one thread's call is running, two others have made calls on connections of their own; this
+/// thread's was not the last.
+class CurlTransportOfThreeThreads : public testing::Test {
+ protected:
+  CurlTransportOfThreeThreads() {
+    while (server_.requests().empty()) std::this_thread::yield();
+    Gate otherIsLast(2);
+    std::thread other([&] {
+      others_ = usedConnection();
+      otherIsLast.pass();
+      EXPECT_EQ(usedConnection(), others_);
+    });
+    own_ = usedConnection();
     otherIsLast.pass();
-    EXPECT_EQ(usedConnection(), othersFirst);
-  });
-  const std::string first = usedConnection();
-  otherIsLast.pass();
-  other.join();
-  EXPECT_NE(first, othersFirst);
-  EXPECT_EQ(usedConnection(), first);
-  EXPECT_EQ(server.connectionCount(), 2U);
+    other.join();
+    EXPECT_EQ(server_.connectionCount(), 3U);
+  }
+  ~CurlTransportOfThreeThreads() override { endRunning(); }
+
+  std::string usedConnection(const std::string& path = "/") {
+    return transport_.send(server_.request(Method::Get, path)).body;
+  }
+  void endRunning() {
+    if (!running_.joinable()) return;
+    held_.pass();
+    running_.join();
+  }
+
+  std::atomic<int> connections_{0};
+  Gate held_{2};
+  Gate bothAsked_{2};
+  LoopbackServer server_{[this](LoopbackServer::Connection& connection) {
+    const std::string name = "connection " + std::to_string(++connections_);
+    while (const auto request = connection.readRequest()) {
+      Gate& gate = request->find("/held") == std::string::npos ? bothAsked_ : held_;
+      if (!gate.pass() || !connection.send(httpAnswer("200 OK", name))) return;
+    }
+  }};
+  CurlTransport transport_{CurlTransport::Options()};
+  std::string own_;
+  std::string others_;
+  std::string runnings_;
+  std::thread running_{[this] { runnings_ = usedConnection("/held"); }};
+};
+
+// Memory that another thread has used is slower to use.
+TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithItsThreadsConnectionWhileOthersRun) {
+  EXPECT_NE(own_, others_);
+  EXPECT_EQ(usedConnection(), own_);
+  EXPECT_EQ(server_.connectionCount(), 3U);
+}
+
+// The others may have been closed meanwhile.
+TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithTheConnectionUsedLastWhenNoneRuns) {
+  endRunning();
+  EXPECT_NE(own_, runnings_);
+  EXPECT_EQ(usedConnection(), runnings_);
+  EXPECT_EQ(usedConnection(), runnings_);
+  EXPECT_EQ(server_.connectionCount(), 3U);
 }
 
 TEST(CurlTransport, EightConnectionsStayOpenAfterABurst) {

@@ -135,6 +135,8 @@ TEST(DropboxEntryList, TextsStayWhereTheyAre) {
   for (int i = 0; i < 10000; ++i) list.push_back(entryOf("folder", "more", "/more", "/more"));
   const EntryList moved = std::move(list);
   EXPECT_EQ((*moved.begin()).path.data(), first.data());
+  EXPECT_EQ(moved.size(), 10001U);
+  EXPECT_TRUE(list.empty());  // NOLINT(bugprone-use-after-move): a fresh list, as after a reset
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace {
 
@@ -124,6 +125,26 @@ TEST(JsonPage, EscapesAreDecodedWhereverTheyAre) {
     text.insert(position, "\"");
     EXPECT_EQ(readMember("\"" + written + "\":\"" + written + "\"", text), text) << position;
   }
+}
+
+TEST(JsonPage, TextsThatDoNotEndAreRefused) {
+  for (const std::string json : {R"("a":"b)", R"("a":"b\)", R"("a":"b\")", R"("a":\"b")",
+                                 R"("a\":1)", R"("a)", R"("a":"b\u00)", R"(")"}) {
+    EXPECT_THROW(readMember(json, "a"), simdjson::simdjson_error) << json;
+  }
+}
+
+/// Reads a page when its thread throws away what it kept.
+struct ReadsAPageAtTheEnd {
+  ~ReadsAPageAtTheEnd() { EXPECT_EQ(readMember(R"("a":"x")", "a"), "x"); }
+};
+
+TEST(JsonPage, CanBeReadWhileTheThreadEnds) {
+  std::thread([] {
+    thread_local ReadsAPageAtTheEnd late;  // made first, so thrown away last
+    (void)late;
+    EXPECT_EQ(readMember(R"("a":"x")", "a"), "x");
+  }).join();
 }
 
 TEST(JsonPage, OnlyTextsAreReadAsTexts) {

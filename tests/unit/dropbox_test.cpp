@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <malloc.h>
 
 #include <string>
 
@@ -79,6 +80,20 @@ TEST_F(DropboxListDirectory, SkipsWhateverIsNotTaggedExactlyAsAFolder) {
 
   ASSERT_EQ(list("/"), 0);
   EXPECT_THAT(folders(), ElementsAre(Folder{"/1", "1"}, Folder{"/7", "7"}));
+}
+
+TEST_F(DropboxListDirectory, ArrayHasRoomForTheFoldersOnly) {
+  constexpr int kFiles = 10000;
+  willAnswer({[] {
+    FolderPage<Dropbox> page(UnitTests::numberedFolders(0, kFiles + 1));
+    for (auto& item : page.items()) item.tag = "file";
+    page.items().back().tag = "folder";
+    return page.followedBy("");
+  }});
+
+  ASSERT_EQ(list("/"), 0);
+  ASSERT_EQ(folders().size(), 1U);
+  EXPECT_LT(malloc_usable_size(operation_.outs.list), kFiles * sizeof(directory));
 }
 
 TEST_F(DropboxListDirectory, EndsAfterAFirstPageThatIsTheLastWhateverItsCursor) {

@@ -1,16 +1,13 @@
 #include "Client/ServiceCall.h"
 
-#include <cxxabi.h>
-
-#include <exception>
 #include <iterator>
-#include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
 
 #include "Auth/Digest.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/Guarded.h"
 #include "Http/CurlTransport.h"
 #include "Util/Text.h"
 
@@ -89,17 +86,9 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
 std::optional<Error> ServiceCall::run(Http::Method method, const Http::URI& uri,
                                       const WSRequest& model, AttemptConduct& conduct,
                                       const Accept& accept) const {
-  try {
+  return guarded([&] {
     return repeat(encode(method, uri, model), model.doesRequireAuthorization(), conduct, accept);
-  } catch (const abi::__forced_unwind&) {  // the host cancels this thread, and must be let
-    throw;
-  } catch (const std::invalid_argument& fault) {  // the request cannot be put into words
-    return localError("InvalidRequest", fault.what());
-  } catch (const std::exception& exception) {
-    return localError("InternalFailure", exception.what());
-  } catch (...) {
-    return localError("InternalFailure", "unknown exception");
-  }
+  });
 }
 
 std::optional<Error> ServiceCall::repeat(Http::Request request, bool authorized,

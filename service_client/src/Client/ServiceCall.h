@@ -37,7 +37,7 @@ class AttemptConduct {
 };
 
 /// One request of a client from encoding to outcome: the attempt loop. Knows nothing of any
-/// service, and is the layer's one exception barrier: whatever goes wrong comes back as an error.
+/// service, and throws nothing.
 class ServiceCall {
  public:
   /// Takes the answer, whose status says success, to pieces; an error if it is not what the

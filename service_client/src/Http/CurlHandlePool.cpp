@@ -26,16 +26,23 @@ CurlHandlePool::Handle CurlHandlePool::checkOut() {
     handle.reset(curl_easy_init());
     if (!handle) throw std::bad_alloc();
   } else {
-    // Memory that another thread has used is slower to use. Of these handles the one used last has
-    // the connection that is open still.
-    const auto isOwn = [](const Idle& idle) { return idle.lastUser == std::this_thread::get_id(); };
-    const auto own = std::find_if(idle_.rbegin(), idle_.rend(), isOwn);
-    const auto chosen = own == idle_.rend() ? std::prev(idle_.end()) : std::prev(own.base());
+    const auto chosen = bestIdle();
     handle = std::move(chosen->handle);
     idle_.erase(chosen);
   }
   ++running_;
   return handle;
+}
+
+// The one used last has the connection that is open still. While other calls are running, many are
+// open; then memory that another thread has used is slower to use.
+std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::bestIdle() {
+  const auto last = std::prev(idle_.end());
+  if (running_ == 0) return last;
+  const auto thread = std::this_thread::get_id();
+  const auto own = std::find_if(idle_.begin(), idle_.end(),
+                                [thread](const Idle& idle) { return idle.lastUser == thread; });
+  return own == idle_.end() ? last : own;
 }
 
 void CurlHandlePool::putBack(Handle handle) {

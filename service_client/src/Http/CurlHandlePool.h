@@ -46,6 +46,8 @@ class CurlHandlePool {
   };
 
   Handle checkOut();
+  /// Of the idle handles, of which there must be one, the one that a call of this thread takes.
+  std::vector<Idle>::iterator bestIdle();
   void putBack(Handle handle);
   /// The handle that has rested longest, or null if none is too many.
   Handle takeSurplus();

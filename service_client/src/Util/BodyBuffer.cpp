@@ -7,8 +7,6 @@
 namespace CloudStorage::Util {
 namespace {
 
-constexpr std::size_t kLargestKept = std::size_t{512} * 1024;
-
 struct Spare {
   std::string buffer;
 };
@@ -18,12 +16,14 @@ struct Spare {
 std::string takeBodyBuffer(std::size_t size) {
   std::string buffer;
   if (auto* const spare = threadOwn<Spare>()) std::swap(buffer, spare->buffer);
+  // Where there is something, more than is asked for would be added to it.
+  if (buffer.capacity() < size) std::string().swap(buffer);
   buffer.reserve(size);
   return buffer;
 }
 
 void giveBackBodyBuffer(std::string buffer) {
-  if (buffer.capacity() > kLargestKept) return;
+  if (buffer.capacity() > kLargestKeptBody) return;
   auto* const spare = threadOwn<Spare>();
   if (spare == nullptr || spare->buffer.capacity() >= buffer.capacity()) return;
   buffer.clear();

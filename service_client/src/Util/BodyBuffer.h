@@ -8,11 +8,14 @@
 /// soon as it is released.
 namespace CloudStorage::Util {
 
+/// A thread keeps no larger one.
+constexpr std::size_t kLargestKeptBody = std::size_t{1024} * 1024;
+
 /// An empty text with room for `size` bytes.
 std::string takeBodyBuffer(std::size_t size);
 
 /// Keeps the memory of `buffer`, whose content is of no further use, for the next body of this
-/// thread. No thread keeps a huge one.
+/// thread, if it is the larger of this and what the thread keeps already.
 void giveBackBodyBuffer(std::string buffer);
 
 }  // namespace CloudStorage::Util

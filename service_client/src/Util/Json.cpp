@@ -91,8 +91,7 @@ Object Page::root() {
 // New memory for every page would cost more than the parsing. One parser a thread is enough, as a
 // page is read before its thread begins the next; but no thread should keep what a huge page took.
 simdjson::ondemand::parser& Page::parserFor(std::size_t size) {
-  constexpr std::size_t kLargestForAll = std::size_t{1024} * 1024;
-  if (size <= kLargestForAll) {
+  if (size <= kLargestKeptBody) {
     if (auto* const forAll = threadOwn<simdjson::ondemand::parser>()) return *forAll;
   }
   ownParser_ = std::make_unique<simdjson::ondemand::parser>();

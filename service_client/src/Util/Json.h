@@ -54,7 +54,8 @@ class Page {
   simdjson::ondemand::document document_;
 };
 
-/// The first quote or backslash from `text` on, which lies in a page: there are bytes behind it.
+/// The first quote or backslash from `text` on, which lies in a page. There is one, as no text is
+/// left open, and there are bytes behind the page.
 inline const char* quoteOrEscape(const char* text) {
 #ifdef __SSE2__
   const __m128i quote = _mm_set1_epi8('"');
@@ -99,8 +100,8 @@ void read(Value value, IsoTime& out);
 /// The texts among the elements.
 void read(Value value, std::vector<std::string_view>& out);
 
-/// The same for the member of an object. Inline, and without a Value on its way through the stack,
-/// which would take twice as long as the reading.
+/// The same for the member of an object, whose name has been asked for. Inline, and without a Value
+/// on its way through the stack, which would take twice as long as the reading.
 inline void read(Member& member, std::string_view& out) {
   const char* const token = member.value().raw_json_token().value_unsafe().data();
   if (*token != '"') return;

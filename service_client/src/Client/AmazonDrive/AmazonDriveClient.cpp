@@ -1,5 +1,6 @@
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -16,6 +17,7 @@ namespace Json = Util::Json;
 
 // Of a listing, so that memory for the nodes of a page is asked for once.
 constexpr std::size_t kUsualNodeLength = 256;
+constexpr std::size_t kMostNodes = 200;
 
 constexpr char kEndpoint[] = "https://drive.amazonaws.com/drive/v1/account/endpoint";
 constexpr char kProfile[] = "https://api.amazon.com/user/profile";
@@ -84,7 +86,7 @@ std::optional<Error> parseProfile(Http::Response& response, Model::GetProfileRes
 }
 
 std::optional<Error> parseNodes(Http::Response& response, Model::ListFileResourceResult& result) {
-  result.files.reserve(response.body.size() / kUsualNodeLength);
+  result.files.reserve(std::min(response.body.size() / kUsualNodeLength, kMostNodes));
   return readJson(response, result.page, [&result](Json::Object object) {
     for (Json::Member member : object) {
       const std::string_view key = Json::keyOf(member);

@@ -11,6 +11,7 @@
 #include "Client/DriveCall.h"
 #include "Client/Dropbox/DropboxTokenEndpoint.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/Guarded.h"
 #include "Client/JsonAnswer.h"
 
 namespace CloudStorage::Client::Dropbox {
@@ -27,6 +28,15 @@ constexpr char kTokenAccessType[] = "offline";
 
 constexpr std::string_view kFolder = "folder";
 
+// False if it is something else.
+bool readFact(std::string_view key, Json::Member& member, Model::FileFacts& file) {
+  if (key == "client_modified") return Json::read(member, file.clientModified), true;
+  if (key == "server_modified") return Json::read(member, file.serverModified), true;
+  if (key == "size") return Json::read(member, file.size), true;
+  if (key == "rev") return Json::read(member, file.rev), true;
+  return false;
+}
+
 // Each member is looked at for many entries, so the search ends with the first that it is.
 void readMember(std::string_view key, Json::Member& member, Model::Metadata& entry) {
   if (key == ".tag") return Json::read(member, entry.tag);
@@ -36,18 +46,7 @@ void readMember(std::string_view key, Json::Member& member, Model::Metadata& ent
   if (key == "path_display") return Json::read(member, entry.path);
 
   Model::FileFacts file = entry.file.value_or(Model::FileFacts());
-  if (key == "client_modified") {
-    Json::read(member, file.clientModified);
-  } else if (key == "server_modified") {
-    Json::read(member, file.serverModified);
-  } else if (key == "size") {
-    Json::read(member, file.size);
-  } else if (key == "rev") {
-    Json::read(member, file.rev);
-  } else {
-    return;
-  }
-  entry.file = file;
+  if (readFact(key, member, file)) entry.file = file;
 }
 
 void readEntry(Json::Object object, Model::Metadata& entry) {
@@ -139,6 +138,24 @@ struct DropboxClient::Implementation {
     return listing.append(std::move(outcome).getResult());
   }
 
+  // All pages, or the one that follows the request's cursor.
+  std::optional<Error> readFolder(const Model::ListFolderRequest& request, Listing& listing) const {
+    Model::ListFolderRequest next = request;
+    bool mayStartOver = !request.isContinuation();
+    for (;;) {
+      auto error = readPage(next, listing);
+      if (!error) {
+        if (!listing.hasMore() || request.isContinuation()) return std::nullopt;
+        next.cursor = listing.cursor();
+        continue;
+      }
+      if (!mayStartOver || !next.isContinuation() || !isReset(*error)) return error;
+      mayStartOver = false;
+      listing = {};
+      next = request;
+    }
+  }
+
   DriveCall call;
   Http::URI listFolder;
   Http::URI nextEntries;
@@ -179,20 +196,9 @@ DropboxClient::~DropboxClient() = default;
 Util::Outcome<Model::ListFolderResult, Error> DropboxClient::listFolder(
     const Model::ListFolderRequest& request) const {
   Listing listing;
-  Model::ListFolderRequest next = request;
-  bool mayStartOver = !request.isContinuation();
-  for (;;) {
-    auto error = implementation_->readPage(next, listing);
-    if (!error) {
-      if (!listing.hasMore() || request.isContinuation()) return std::move(listing).take();
-      next.cursor = listing.cursor();
-      continue;
-    }
-    if (!mayStartOver || !next.isContinuation() || !isReset(*error)) return *std::move(error);
-    mayStartOver = false;
-    listing = {};
-    next = request;
-  }
+  auto error = guarded([&] { return implementation_->readFolder(request, listing); });
+  if (error) return *std::move(error);
+  return std::move(listing).take();
 }
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(

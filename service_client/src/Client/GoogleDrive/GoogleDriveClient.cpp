@@ -1,5 +1,6 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@ namespace Json = Util::Json;
 
 // Of a listing, so that memory for the files of a page is asked for once.
 constexpr std::size_t kUsualFileLength = 64;
+constexpr std::size_t kMostFiles = 1000;
 
 constexpr char kFiles[] = "https://www.googleapis.com/drive/v3/files";
 
@@ -45,7 +47,7 @@ std::optional<Error> parseFile(Http::Response& response, Model::FileResource& fi
 }
 
 std::optional<Error> parsePage(Http::Response& response, Model::ListFileResourceResult& result) {
-  result.files.reserve(response.body.size() / kUsualFileLength);
+  result.files.reserve(std::min(response.body.size() / kUsualFileLength, kMostFiles));
   return readJson(response, result.page, [&result](Json::Object object) {
     for (Json::Member member : object) {
       const std::string_view key = Json::keyOf(member);

@@ -1,5 +1,6 @@
 #include "Client/OneDrive/OneDriveAnswers.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -15,6 +16,7 @@ namespace Json = Util::Json;
 
 // Of a listing, so that memory for the items of a page is asked for once.
 constexpr std::size_t kUsualItemLength = 128;
+constexpr std::size_t kMostItems = 1000;
 
 template <typename Record>
 void readMembers(Json::Object object, Record& record);
@@ -109,7 +111,7 @@ std::optional<Error> parsePage(Http::Response& response, Model::ListChildrenResu
     readMembers(object, item);
     if (!isWanted(item)) result.items.pop_back();
   };
-  result.items.reserve(response.body.size() / kUsualItemLength);
+  result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
   return readJson(response, result.page, [&result, readItem](Json::Object object) {
     for (Json::Member member : object) {
       const std::string_view key = Json::keyOf(member);

@@ -24,6 +24,10 @@ class EntryList {
   EntryList(Iterator first, Iterator last) {
     for (; first != last; ++first) push_back(*first);
   }
+  EntryList(EntryList&&) = default;
+  EntryList& operator=(EntryList&&) = default;
+  EntryList(const EntryList&) = delete;
+  EntryList& operator=(const EntryList&) = delete;
 
   /// Adds an entry and copies its texts.
   void push_back(const Metadata& entry) {
@@ -32,11 +36,15 @@ class EntryList {
     Block& block = blocks_.back();
     char* const start = block.bytes.get() + block.size;
     block.size += static_cast<std::size_t>(pack(entry, start) - start);
-    ++size_;
+    ++block.entries;
   }
 
-  std::size_t size() const { return size_; }
-  bool empty() const { return size_ == 0; }
+  std::size_t size() const {
+    std::size_t entries = 0;
+    for (const Block& block : blocks_) entries += block.entries;
+    return entries;
+  }
+  bool empty() const { return blocks_.empty(); }
   /// Texts of the entries last as long as the list.
   ConstIterator begin() const;
   ConstIterator end() const;
@@ -44,8 +52,9 @@ class EntryList {
  private:
   struct Block {
     std::unique_ptr<char[]> bytes;
-    std::size_t capacity;
-    std::size_t size;
+    std::size_t capacity = 0;
+    std::size_t size = 0;
+    std::size_t entries = 0;
   };
 
   // The first byte of an entry. What it says is left out of the rest.
@@ -62,7 +71,7 @@ class EntryList {
   void addBlock(std::size_t room) {
     const std::size_t next = blocks_.empty() ? kSmallestBlock : 2 * blocks_.back().capacity;
     const std::size_t capacity = std::max(room, std::min(next, kLargestBlock));
-    blocks_.push_back({std::unique_ptr<char[]>(new char[capacity]), capacity, 0});
+    blocks_.push_back({std::unique_ptr<char[]>(new char[capacity]), capacity});
   }
 
   static bool endsWith(std::string_view text, std::string_view end) {
@@ -112,11 +121,10 @@ class EntryList {
     return packNumber(static_cast<std::uint64_t>(entry.file->size), to);
   }
 
-  std::vector<Block> blocks_;
-  std::size_t size_ = 0;
+  std::vector<Block> blocks_;  // none of them empty
 };
 
-/// Holds one entry, unpacked, until it goes on to the next.
+/// Holds one entry, unpacked, until it goes on to the next or ends.
 class EntryList::ConstIterator {
  public:
   const Metadata& operator*() const { return entry_; }
