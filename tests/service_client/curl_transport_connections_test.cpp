@@ -1,0 +1,221 @@
+// How connections are used.
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Http/CurlTransport.h"
+#include "support/loopback_server.h"
+
+namespace {
+
+using CloudStorage::Http::CurlTransport;
+using CloudStorage::Http::Method;
+using CloudStorage::Http::Request;
+using TestSupport::alwaysAnswer;
+using TestSupport::httpAnswer;
+using TestSupport::LoopbackServer;
+
+/// This process's socket that is connected to `port` of this machine; -1 if there is none.
+int socketTo(std::uint16_t port) {
+  constexpr int kMany = 1024;
+  for (int descriptor = 0; descriptor < kMany; ++descriptor) {
+    sockaddr_in peer{};
+    socklen_t size = sizeof(peer);
+    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+        peer.sin_family == AF_INET && peer.sin_port == htons(port)) {
+      return descriptor;
+    }
+  }
+  return -1;
+}
+
+/// Holds everybody back until `expected` have arrived. Gives up after two seconds, so that a
+/// failure shows as one.
+class Gate {
+ public:
+  explicit Gate(int expected) : missing_(expected) {}
+
+  bool pass() {
+    std::unique_lock lock(mutex_);
+    if (--missing_ == 0) opened_.notify_all();
+    return opened_.wait_for(lock, std::chrono::seconds(2), [this] { return missing_ <= 0; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable opened_;
+  int missing_;
+};
+
+/// Runs `calls` in each of `count` threads.
+template <typename Calls>
+void inThreads(int count, const Calls& calls) {
+  std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) threads.emplace_back(calls);
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(CurlTransportConnections, SequentialCallsShareOneConnection) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  CurlTransport transport({});
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(transport.send(server.request(i % 2 == 0 ? Method::Get : Method::Put, "/")).status,
+              200);
+  }
+  EXPECT_EQ(server.requests().size(), 200U);
+  EXPECT_EQ(server.connectionCount(), 1U);
+}
+
+TEST(CurlTransportConnections, ConnectionsAreNotHandedOnToOtherPrograms) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  CurlTransport transport({});
+  transport.send(server.request(Method::Get, "/"));
+  const int connection = socketTo(server.port());
+  ASSERT_GE(connection, 0);
+  EXPECT_NE(::fcntl(connection, F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(CurlTransportConnections, SixteenThreadsUseAtMostSixteenConnections) {
+  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  CurlTransport transport({});
+  Gate start(16);
+  std::atomic<int> succeeded{0};
+  inThreads(16, [&] {
+    start.pass();
+    for (int i = 0; i < 20; ++i) {
+      succeeded += transport.send(server.request(Method::Get, "/")).status == 200 ? 1 : 0;
+    }
+  });
+  EXPECT_EQ(succeeded, 320);
+  EXPECT_LE(server.connectionCount(), 16U);
+}
+
+/// While one thread's call is running, two others have made calls on connections of their own; this
+/// thread's was not the last.
+class CurlTransportOfThreeThreads : public testing::Test {
+ protected:
+  CurlTransportOfThreeThreads() {
+    while (server_.requests().empty()) std::this_thread::yield();
+    Gate otherIsLast(2);
+    std::thread other([&] {
+      others_ = usedConnection();
+      otherIsLast.pass();
+      EXPECT_EQ(usedConnection(), others_);
+    });
+    own_ = usedConnection();
+    otherIsLast.pass();
+    other.join();
+    EXPECT_EQ(server_.connectionCount(), 3U);
+  }
+  ~CurlTransportOfThreeThreads() override { endRunning(); }
+
+  std::string usedConnection(const std::string& path = "/") {
+    return transport_.send(server_.request(Method::Get, path)).body;
+  }
+  void endRunning() {
+    if (!running_.joinable()) return;
+    held_.pass();
+    running_.join();
+  }
+
+  std::atomic<int> connections_{0};
+  Gate held_{2};
+  Gate bothAsked_{2};
+  LoopbackServer server_{[this](LoopbackServer::Connection& connection) {
+    const std::string name = "connection " + std::to_string(++connections_);
+    while (const auto request = connection.readRequest()) {
+      Gate& gate = request->find("/held") == std::string::npos ? bothAsked_ : held_;
+      if (!gate.pass() || !connection.send(httpAnswer("200 OK", name))) return;
+    }
+  }};
+  CurlTransport transport_{CurlTransport::Options()};
+  std::string own_;
+  std::string others_;
+  std::string runnings_;
+  std::thread running_{[this] { runnings_ = usedConnection("/held"); }};
+};
+
+// Memory that another thread has used is slower to use.
+TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithItsThreadsConnectionWhileOthersRun) {
+  EXPECT_NE(own_, others_);
+  EXPECT_EQ(usedConnection(), own_);
+  EXPECT_EQ(server_.connectionCount(), 3U);
+}
+
+// The others may have been closed meanwhile.
+TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithTheConnectionUsedLastWhenNoneRuns) {
+  endRunning();
+  EXPECT_NE(own_, runnings_);
+  EXPECT_EQ(usedConnection(), runnings_);
+  EXPECT_EQ(usedConnection(), runnings_);
+  EXPECT_EQ(server_.connectionCount(), 3U);
+}
+
+TEST(CurlTransportConnections, EightConnectionsStayOpenAfterABurst) {
+  Gate burst(16);
+  Gate later(8);
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    while (const auto request = connection.readRequest()) {
+      Gate& gate = request->find("/burst") == std::string::npos ? later : burst;
+      if (!gate.pass() || !connection.send(answer)) return;
+    }
+  });
+  CurlTransport transport({});
+  inThreads(16, [&] { transport.send(server.request(Method::Get, "/burst")); });
+  EXPECT_EQ(server.connectionCount(), 16U);
+  inThreads(8, [&] { transport.send(server.request(Method::Get, "/later")); });
+  EXPECT_EQ(server.requests().size(), 24U);
+  EXPECT_EQ(server.connectionCount(), 16U);
+}
+
+TEST(CurlTransportConnections, NoConnectionIsGivenUpWhileACallIsRunning) {
+  Gate held(2);
+  Gate firstBurst(12);
+  Gate secondBurst(12);
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    while (const auto request = connection.readRequest()) {
+      const auto isFor = [&](const char* path) { return request->find(path) != std::string::npos; };
+      Gate& gate = isFor("/held") ? held : isFor("/first") ? firstBurst : secondBurst;
+      if (!gate.pass() || !connection.send(answer)) return;
+    }
+  });
+  CurlTransport transport({});
+  std::thread running([&] { transport.send(server.request(Method::Get, "/held")); });
+  while (server.requests().empty()) std::this_thread::yield();
+  inThreads(12, [&] { transport.send(server.request(Method::Get, "/first")); });
+  inThreads(12, [&] { transport.send(server.request(Method::Get, "/second")); });
+  held.pass();
+  running.join();
+  EXPECT_EQ(server.requests().size(), 25U);
+  EXPECT_EQ(server.connectionCount(), 13U);
+}
+
+TEST(CurlTransportConnections, ConnectionThatTheServerClosedIsReplaced) {
+  const std::string answer = httpAnswer("200 OK", "ok");
+  LoopbackServer server([&](LoopbackServer::Connection& connection) {
+    if (connection.readRequest()) connection.send(answer);
+  });
+  CurlTransport transport({});
+  for (int i = 0; i < 40; ++i) {
+    Request request = server.request(i % 2 == 0 ? Method::Get : Method::Put, "/");
+    request.body = "again";
+    ASSERT_EQ(transport.send(request).status, 200) << "call " << i;
+  }
+  EXPECT_EQ(server.connectionCount(), 40U);
+}
+
+}  // namespace
