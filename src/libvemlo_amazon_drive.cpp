@@ -4,9 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/FileRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/AmazonDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"

@@ -3,10 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "CloudStorage/Client/AzureSSB/Model/CreateContainerRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListBlobRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListContainerRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/PutBlobRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/object_store.h"
 #include "libvemlo/result_codes.h"

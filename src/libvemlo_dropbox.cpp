@@ -4,8 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "CloudStorage/Client/Dropbox/Model/CreateFolderRequest.h"
-#include "CloudStorage/Client/Dropbox/Model/ListFolderRequest.h"
+#include "CloudStorage/Client/Dropbox/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"

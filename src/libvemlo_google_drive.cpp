@@ -3,9 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "CloudStorage/Client/GoogleDrive/Model/GetFileResourceRequest.h"
-#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceRequest.h"
-#include "CloudStorage/Client/GoogleDrive/Model/UploadFileRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"

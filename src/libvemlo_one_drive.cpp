@@ -5,10 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "CloudStorage/Client/OneDrive/Model/CreateFolderRequest.h"
-#include "CloudStorage/Client/OneDrive/Model/GetDriveItemRequest.h"
-#include "CloudStorage/Client/OneDrive/Model/GetDriveMetadataRequest.h"
-#include "CloudStorage/Client/OneDrive/Model/ListChildrenRequest.h"
+#include "CloudStorage/Client/OneDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/constants.h"
 #include "libvemlo/oauth2_flow.h"

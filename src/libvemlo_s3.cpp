@@ -1,9 +1,7 @@
 #include <cstring>
 #include <utility>
 
-#include "CloudStorage/Client/S3/Model/CreateBucketRequest.h"
-#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
-#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
+#include "CloudStorage/Client/S3/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/object_store.h"
 #include "libvemlo/result_codes.h"

@@ -79,8 +79,8 @@ std::string refusalText(const Http::Response& response) {
 Util::Status failure(int code, std::string text, const Form& form) {
   for (const auto& [name, value, secret] : form) {
     if (!secret) continue;
-    Util::blackOut(text, value);
-    Util::blackOut(text, Http::uriEncode(value, false));
+    Util::redact(text, value);
+    Util::redact(text, Http::uriEncode(value, false));
   }
   return {code, Util::oneLine(text)};
 }

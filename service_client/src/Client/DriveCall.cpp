@@ -1,11 +1,15 @@
 #include "Client/DriveCall.h"
 
+#include <stdexcept>
+#include <string>
+
 #include "Http/CurlTransport.h"
+#include "Http/HeaderText.h"
 
 namespace CloudStorage::Client {
 namespace {
 
-// Listings shrink to a fraction, and nothing in them is signed.
+// Compression shrinks listings to a fraction, and no drive signs what it compresses.
 ClientEnvironment withCompression(ClientEnvironment environment, const ClientParts& parts) {
   if (environment.transport) return environment;
   Http::CurlTransport::Options options;
@@ -16,6 +20,17 @@ ClientEnvironment withCompression(ClientEnvironment environment, const ClientPar
 }
 
 }  // namespace
+
+void BearerPolicy::authorize(Http::Request& request) {
+  if (!credential_) throw std::invalid_argument("There is no credential to take a token from");
+  request.headers["accept"] = "application/json";
+  if (request.body.empty()) request.headers.erase(Http::CONTENT_TYPE_HEADER);
+  const std::string token = credential_->accessTokenForAttempt();
+  if (!Http::fitsHeader(token)) {
+    throw std::invalid_argument("The access token contains control characters");
+  }
+  if (!token.empty()) request.headers["authorization"] = "Bearer " + token;
+}
 
 DriveCall::DriveCall(const ClientParts& parts, ClientEnvironment environment)
     : credential_(std::dynamic_pointer_cast<Auth::OAuth2Credential>(parts.credential)),

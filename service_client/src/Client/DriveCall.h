@@ -1,37 +1,57 @@
 #pragma once
 
 #include <memory>
-#include <string_view>
 #include <utility>
 
-#include "Client/BearerConduct.h"
 #include "Client/ServiceCall.h"
+#include "CloudStorage/Auth/OAuth2Credential.h"
 
 namespace CloudStorage::Client {
 
-/// The requests of a drive client: with the access token of the moment, answered in JSON.
+/// The request policy of the drives: requests carry the current access token and ask for a response
+/// in JSON. Follows no redirect, as the token is for the service's own hosts only.
+class BearerPolicy : public RequestPolicy {
+ public:
+  explicit BearerPolicy(std::shared_ptr<Auth::OAuth2Credential> credential)
+      : credential_(std::move(credential)) {}
+
+  /// Without an access token the request goes out without one: the service's 401 then makes the
+  /// retry strategy get one, if there is a refresh token. Throws std::invalid_argument if the host
+  /// has set a token that cannot be sent.
+  void authorize(Http::Request& request) override;
+
+ private:
+  std::shared_ptr<Auth::OAuth2Credential> credential_;
+};
+
+/// The requests of a drive client.
 class DriveCall {
  public:
   DriveCall(const ClientParts& parts, ClientEnvironment environment);
 
-  template <typename Result>
-  Util::Outcome<Result, Error> send(Http::Method method, const Http::URI& uri,
-                                    const WSRequest& model,
-                                    ServiceCall::Parser<Result> parse) const {
-    BearerConduct conduct(credential_);
-    return call_.send<Result>(method, uri, model, conduct, parse);
+  /// See ServiceCall::send().
+  template <typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
+                                     const Util::Outcome<Http::URI, Error>& uri,
+                                     const WSRequest& model, const Parse& parse) const {
+    BearerPolicy policy(credential_);
+    return send(method, uri, model, policy, parse);
+  }
+
+  /// The same with a policy that does more than authorize.
+  template <typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
+                                     const Util::Outcome<Http::URI, Error>& uri,
+                                     const WSRequest& model, BearerPolicy& policy,
+                                     const Parse& parse) const {
+    return call_.send(method, uri, model, policy, parse);
   }
 
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
-  const ServiceCall& call() const { return call_; }
 
  private:
   std::shared_ptr<Auth::OAuth2Credential> credential_;
   ServiceCall call_;
 };
-
-/// Whether `id` can stand in a path by itself; as a segment the others would address something
-/// else.
-inline bool isPathSegment(std::string_view id) { return !id.empty() && id != "." && id != ".."; }
 
 }  // namespace CloudStorage::Client

@@ -9,28 +9,28 @@ namespace {
 
 using Kind = Http::TransportFailure::Kind;
 
-/// What an HTTP status means whoever answers. The last row applies to everything.
+/// What an HTTP status means, whatever the service. The last row matches everything.
 constexpr ErrorRow kHttpRows[] = {
-    {kRedirects, "", CoreErrors::Redirected, Resend::Never},
-    {400, "", CoreErrors::InvalidRequest, Resend::Never},
-    {401, "", CoreErrors::NotAuthenticated, Resend::Never},
-    {403, "", CoreErrors::AccessDenied, Resend::Never},
-    {404, "", CoreErrors::NotFound, Resend::Never},
-    {405, "", CoreErrors::InvalidRequest, Resend::Never},
-    {406, "", CoreErrors::InvalidRequest, Resend::Never},
-    {408, "", CoreErrors::Timeout, Resend::Never},
-    {409, "", CoreErrors::Conflict, Resend::Never},
-    {411, "", CoreErrors::InvalidRequest, Resend::Never},
-    {412, "", CoreErrors::PreconditionFailed, Resend::Never},
-    {413, "", CoreErrors::InvalidRequest, Resend::Never},
-    {414, "", CoreErrors::InvalidRequest, Resend::Never},
-    {415, "", CoreErrors::InvalidRequest, Resend::Never},
-    {422, "", CoreErrors::InvalidRequest, Resend::Never},
-    {423, "", CoreErrors::Conflict, Resend::Never},
-    {429, "", CoreErrors::Throttled, Resend::Always},
-    {501, "", CoreErrors::NotImplemented, Resend::Always},
-    {kServerErrors, "", CoreErrors::ServiceFailure, Resend::Always},
-    {kAnyStatus, "", CoreErrors::Rejected, Resend::Never},
+    {kRedirects, "", CoreErrors::Redirected, Retry::Never},
+    {400, "", CoreErrors::InvalidRequest, Retry::Never},
+    {401, "", CoreErrors::NotAuthenticated, Retry::Never},
+    {403, "", CoreErrors::AccessDenied, Retry::Never},
+    {404, "", CoreErrors::NotFound, Retry::Never},
+    {405, "", CoreErrors::InvalidRequest, Retry::Never},
+    {406, "", CoreErrors::InvalidRequest, Retry::Never},
+    {408, "", CoreErrors::Timeout, Retry::Never},
+    {409, "", CoreErrors::Conflict, Retry::Never},
+    {411, "", CoreErrors::InvalidRequest, Retry::Never},
+    {412, "", CoreErrors::PreconditionFailed, Retry::Never},
+    {413, "", CoreErrors::InvalidRequest, Retry::Never},
+    {414, "", CoreErrors::InvalidRequest, Retry::Never},
+    {415, "", CoreErrors::InvalidRequest, Retry::Never},
+    {422, "", CoreErrors::InvalidRequest, Retry::Never},
+    {423, "", CoreErrors::Conflict, Retry::Never},
+    {429, "", CoreErrors::Throttled, Retry::Always},
+    {501, "", CoreErrors::NotImplemented, Retry::Always},
+    {kServerErrors, "", CoreErrors::ServiceFailure, Retry::Always},
+    {kAnyStatus, "", CoreErrors::Rejected, Retry::Never},
 };
 
 struct Reason {
@@ -38,7 +38,7 @@ struct Reason {
   std::string_view text;
 };
 
-/// The names of the statuses in RFC 9110, section 15, and in RFC 4918 and RFC 6585.
+/// Reason phrases of RFC 9110, section 15, RFC 4918 and RFC 6585.
 constexpr Reason kReasons[] = {
     {200, "OK"},
     {201, "Created"},
@@ -88,18 +88,18 @@ constexpr Reason kReasons[] = {
     {507, "Insufficient Storage"},
 };
 
-std::string_view reasonText(int status) {
+std::string_view reasonPhrase(int status) {
   for (const Reason& reason : kReasons) {
     if (reason.status == status) return reason.text;
   }
   return "No standard HTTP status";
 }
 
-bool appliesToStatus(const ErrorRow& row, int status) {
+bool matchesStatus(const ErrorRow& row, int status) {
   return row.status == kAnyStatus || row.status == status || row.status == status / 100;
 }
 
-bool appliesToCode(const ErrorRow& row, std::string_view code) {
+bool matchesCode(const ErrorRow& row, std::string_view code) {
   if (row.code.empty()) return true;
   if (code.substr(0, row.code.size()) != row.code) return false;
   return code.size() == row.code.size() || code[row.code.size()] == '/';
@@ -107,7 +107,7 @@ bool appliesToCode(const ErrorRow& row, std::string_view code) {
 
 const ErrorRow* findRow(ErrorTable table, int status, std::string_view code) {
   for (const ErrorRow& row : table) {
-    if (appliesToStatus(row, status) && appliesToCode(row, code)) return &row;
+    if (matchesStatus(row, status) && matchesCode(row, code)) return &row;
   }
   return nullptr;
 }
@@ -132,6 +132,17 @@ CoreErrors typeOf(Kind kind) {
   return CoreErrors::LocalFailure;
 }
 
+Error transportError(const Http::TransportFailure& failure, Http::Method method, ErrorTable table) {
+  Error error = localError(failure.name, failure.message);
+  error.errorType = typeOf(failure.kind);
+  const ErrorRow* row = findRow(table, kAnyStatus, {});
+  if (row == nullptr || error.errorType == CoreErrors::LocalFailure) return error;
+  error.errorType = row->type;
+  error.retryable =
+      failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));
+  return error;
+}
+
 }  // namespace
 
 Error localError(std::string_view name, std::string_view message) {
@@ -142,34 +153,28 @@ Error localError(std::string_view name, std::string_view message) {
   return error;
 }
 
-Error transportError(const Http::TransportFailure& failure) {
-  Error error = localError(failure.name, failure.message);
-  error.errorType = typeOf(failure.kind);
-  return error;
+Error malformedResponse(std::string_view message) {
+  return localError("MalformedResponse", message);
 }
 
-Error temporaryTransportError(const Http::TransportFailure& failure, Http::Method method) {
-  Error error = transportError(failure);
-  if (error.errorType == CoreErrors::LocalFailure) return error;
-  error.errorType = CoreErrors::TemporaryFailure;
-  error.retryable =
-      failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));
-  return error;
+Error marshallError(const Http::Response& response, Http::Method method,
+                    ServiceMessage (*readMessage)(const Http::Response&), ErrorTable table) {
+  if (response.failure) return transportError(*response.failure, method, table);
+  return responseError(response, method, readMessage(response), table);
 }
 
-Error answerError(const Http::Response& response, Http::Method method, const ServiceMessage& said,
-                  ErrorTable table) {
+Error responseError(const Http::Response& response, Http::Method method,
+                    const ServiceMessage& message, ErrorTable table) {
   Error error;
-  error.exceptionName = Util::oneLine(said.code);
+  error.exceptionName = Util::oneLine(message.code);
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
   if (row == nullptr) row = findRow(kHttpRows, response.status, {});
   error.errorType = row->type;
-  error.retryable =
-      row->resend == Resend::Always || (row->resend == Resend::Reads && isRead(method));
+  error.retryable = row->retry == Retry::Always || (row->retry == Retry::Reads && isRead(method));
 
   if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
-  error.message = Util::oneLine(said.message);
-  if (error.message.empty()) error.message = reasonText(response.status);
+  error.message = Util::oneLine(message.message);
+  if (error.message.empty()) error.message = reasonPhrase(response.status);
   error.responseHeaders = response.headers;
   error.httpResponseCode = response.status;
   return error;

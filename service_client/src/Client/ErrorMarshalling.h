@@ -12,28 +12,29 @@
 /// table.
 namespace CloudStorage::Client {
 
-/// Whether sending a failed request again could help.
-enum class Resend {
+/// Whether a retry of a failed request could help.
+enum class Retry {
   Never,
   Reads,  ///< GET and HEAD; anything else may have been carried out and would be doubled
   Always,
 };
 
-/// In place of an HTTP status a row may name all statuses, or all with the same first digit.
+/// In place of an HTTP status a row may name all failures, or all statuses with the same first
+/// digit.
 inline constexpr int kAnyStatus = 0;
 inline constexpr int kRedirects = 3;
 inline constexpr int kServerErrors = 5;
 
-/// One row of a service's table: what an answer of this status and service code means.
+/// One row of a service's table: what a response of this status and service code means.
 struct ErrorRow {
   int status;
-  /// Applies to this code and, where codes are paths, to what lies below it. Empty: to any code.
+  /// Matches this code and, where codes are paths, those below it. Empty: any code.
   std::string_view code;
   CoreErrors type;
-  Resend resend;
+  Retry retry;
 };
 
-/// A view of a service's rows, of which the first that applies counts.
+/// A view of a service's rows, of which the first that matches counts.
 class ErrorTable {
  public:
   template <std::size_t kSize>
@@ -47,27 +48,33 @@ class ErrorTable {
   const ErrorRow* end_;
 };
 
-/// What a service said about a failure; empty where it said nothing.
+/// Code and message that a service sent for a failure; empty where it sent none.
 struct ServiceMessage {
   std::string code;
   std::string message;
 };
 
-/// The error for a failure of this side, which no repetition cures.
+/// The error for a failure of this side, which no retry cures.
 Error localError(std::string_view name, std::string_view message);
 
-/// The error for a request without an answer. Never retryable.
-Error transportError(const Http::TransportFailure& failure);
+/// The error for a response that is not what the operation promises.
+Error malformedResponse(std::string_view message);
 
-/// The same for the services whose retry strategies repeat what is of type TemporaryFailure and
-/// retryable: retryable if the service cannot have carried out the request, or if it was a read.
-Error temporaryTransportError(const Http::TransportFailure& failure, Http::Method method);
+/// The error that `response`, the failed response to a request of `method`, stands for.
+///
+/// A response of the service: `readMessage` finds the service's message in it, and `table` gives it
+/// a meaning. What `table` does not contain is judged by its HTTP status alone. Without a code the
+/// error is named "HTTP" and the status, without a message it has the status's reason phrase.
+///
+/// No response: the transport's failure decides, and no retry is possible. A table with a row for
+/// all failures gives its type to those of the network as well; they are then retryable if the
+/// service cannot have carried out the request, or if it was a read.
+Error marshallError(const Http::Response& response, Http::Method method,
+                    ServiceMessage (*readMessage)(const Http::Response&), ErrorTable table);
 
-/// The error for a service's answer. What `table` does not know is judged by its HTTP status alone.
-/// Without a code the error is named "HTTP" and the status, without a message it says what the
-/// status means.
-Error answerError(const Http::Response& response, Http::Method method, const ServiceMessage& said,
-                  ErrorTable table);
+/// The first of these for a response whose message is known.
+Error responseError(const Http::Response& response, Http::Method method,
+                    const ServiceMessage& message, ErrorTable table);
 
 /// `Code` and `Message` of an XML body with the root `Error`; empty if the body is anything else.
 ServiceMessage readXmlError(std::string_view body);

@@ -4,14 +4,15 @@
 #include <utility>
 
 #include "Auth/OAuth2TokenEndpoint.h"
+#include "Client/DriveCall.h"
 #include "Http/CurlTransport.h"
 #include "Http/PercentEncoding.h"
 
 namespace CloudStorage::Client {
 namespace {
 
-// Token answers are small and somebody waits for the call behind them, so the limits are tighter
-// than those of the operations.
+// Responses of a token endpoint are small and a call waits for them, so the limits are tighter than
+// those of the operations.
 std::shared_ptr<Http::Transport> makeTokenTransport(const Config::ProxySetting& proxy) {
   Http::CurlTransport::Options options;
   options.proxy = proxy;
@@ -29,11 +30,25 @@ void appendParameter(std::string& address, const std::string& name, const std::s
 
 }  // namespace
 
+OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
+                           std::shared_ptr<Auth::OAuth2Credential> credential,
+                           std::shared_ptr<RetryStrategy> retryStrategy,
+                           std::shared_ptr<WSErrorMarshaller> errorMarshaller,
+                           std::shared_ptr<Util::RateLimiter> readRateLimiter,
+                           std::shared_ptr<Util::RateLimiter> writeRateLimiter,
+                           Config::ProxySetting proxy)
+    : OAuth2Client(
+          std::move(clientSpec),
+          {std::move(credential), std::move(retryStrategy), std::move(errorMarshaller),
+           std::move(readRateLimiter), std::move(writeRateLimiter), nullptr, std::move(proxy)},
+          {}) {}
+
 OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                            ClientEnvironment environment)
     : WSClient(std::move(parts)),
       clientSpec_(std::move(clientSpec)),
-      environment_(std::move(environment)) {
+      environment_(std::move(environment)),
+      call_(std::make_shared<DriveCall>(this->parts(), environment_)) {
   setTokenEndpoint(std::make_shared<Auth::OAuth2TokenEndpoint>(
       clientSpec_,
       environment_.transport ? environment_.transport : makeTokenTransport(this->parts().proxy)));
@@ -67,8 +82,8 @@ Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
 
 void OAuth2Client::setTokenEndpoint(std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint) {
   tokenEndpoint_ = std::move(tokenEndpoint);
-  // The credential outlives the client if the host's retry strategy holds on to it, so what it gets
-  // must not refer back to the client.
+  // The credential outlives the client if the host's retry strategy holds it, so the endpoint must
+  // not refer to the client.
   const auto oauth2Credential = std::dynamic_pointer_cast<Auth::OAuth2Credential>(credential());
   if (oauth2Credential) oauth2Credential->setTokenRefresher(tokenEndpoint_, environment_.now);
 }

@@ -1,21 +1,19 @@
 #include "Client/ServiceCall.h"
 
+#include <exception>
 #include <iterator>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <thread>
-#include <utility>
 
 #include "Auth/Digest.h"
 #include "Client/ErrorMarshalling.h"
-#include "Client/Guarded.h"
 #include "Http/CurlTransport.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Client {
 namespace {
-
-// A conduct mends each thing once; more of it would be an endless quarrel with the service.
-constexpr int kMaxCorrections = 3;
 
 std::string readAll(const std::shared_ptr<std::iostream>& stream) {
   if (!stream) return {};
@@ -24,35 +22,8 @@ std::string readAll(const std::shared_ptr<std::iostream>& stream) {
   return {std::istreambuf_iterator<char>(*stream), std::istreambuf_iterator<char>()};
 }
 
-Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model) {
-  Http::Request request;
-  request.method = method;
-  request.uri = uri;
-  model.addQueryStringParameters(request.uri);
-  for (auto& [name, value] : model.getHeaders()) {
-    if (!value.empty()) request.headers.emplace(name, value);
-  }
-  request.body = readAll(model.getBody());
-  if (model.shouldComputeContentMd5()) {
-    request.headers["content-md5"] = Auth::base64Encode(Auth::md5(request.body));
-  }
-  return request;
-}
-
-// Services and what stands before them may repeat in their texts what they were sent. The last word
-// of the header is the secret one: a token or a signature.
-void removeSecrets(Error& error, const Http::Request& request) {
-  const auto authorization = request.headers.find("authorization");
-  if (authorization == request.headers.end()) return;
-  const std::string_view header = authorization->second;
-  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
-  const std::string_view secret = header.substr(header.find_last_of(" =:", lastCharacter) + 1);
-  Util::blackOut(error.message, secret);
-  Util::blackOut(error.exceptionName, secret);
-}
-
-// The strategies grant a redirect only if there is somewhere to go.
-const std::string* redirectTarget(const Error& error) {
+// The strategies grant a redirect only if there is a location.
+const std::string* redirectLocation(const Error& error) {
   constexpr int kFirstRedirect = 300;
   constexpr int kLastRedirect = 308;
   if (error.httpResponseCode < kFirstRedirect || error.httpResponseCode > kLastRedirect) {
@@ -83,57 +54,69 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
   }
 }
 
-std::optional<Error> ServiceCall::run(Http::Method method, const Http::URI& uri,
-                                      const WSRequest& model, AttemptConduct& conduct,
-                                      const Accept& accept) const {
-  return guarded([&] {
-    return repeat(encode(method, uri, model), model.doesRequireAuthorization(), conduct, accept);
-  });
-}
-
-std::optional<Error> ServiceCall::repeat(Http::Request request, bool authorized,
-                                         AttemptConduct& conduct, const Accept& accept) const {
-  for (unsigned long attemptedRetries = 0;; ++attemptedRetries) {
-    auto error = attempt(request, authorized, conduct, accept);
-    // Asked exactly once a failure: the drive strategies refresh the token when they are asked.
-    if (!error || !retryStrategy_->shouldRetry(*error, attemptedRetries)) return error;
-    const std::string* target = redirectTarget(*error);
-    if (target != nullptr && !conduct.follow(*target, request)) return error;
-    environment_.sleep(std::chrono::milliseconds(
-        retryStrategy_->getDelayBeforeNextRetry(*error, attemptedRetries)));
-  }
-}
-
-std::optional<Error> ServiceCall::attempt(Http::Request& request, bool authorized,
-                                          AttemptConduct& conduct, const Accept& accept) const {
-  for (int corrections = 0;; ++corrections) {
-    Http::Request attempted = request;
-    if (authorized) conduct.authorize(attempted);
-    Http::Response response = transfer(attempted);
-    auto error = judge(response, request.method, accept);
-    if (error) removeSecrets(*error, attempted);
-    if (!error || corrections == kMaxCorrections || !conduct.correct(response, *error, request)) {
-      return error;
-    }
-  }
-}
-
-std::optional<Error> ServiceCall::judge(Http::Response& response, Http::Method method,
-                                        const Accept& accept) const {
-  if (!response.isSuccessStatus()) return errorMarshaller_->marshall(response, method);
-  auto error = accept(response);
-  if (error) {
-    error->httpResponseCode = response.status;
-    error->responseHeaders = response.headers;
-  }
-  return error;
-}
-
 Http::Response ServiceCall::transfer(const Http::Request& request) const {
   if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
   Http::Response response = environment_.transport->send(request);
   if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
   return response;
+}
+
+Http::Request ServiceCall::encode(Http::Method method, const Http::URI& uri,
+                                  const WSRequest& model) {
+  Http::Request request;
+  request.method = method;
+  request.uri = uri;
+  model.addQueryStringParameters(request.uri);
+  for (auto& [name, value] : model.getHeaders()) {
+    if (!value.empty()) request.headers.emplace(name, value);
+  }
+  request.body = readAll(model.getBody());
+  if (model.shouldComputeContentMd5()) {
+    request.headers["content-md5"] = Auth::base64Encode(Auth::md5(request.body));
+  }
+  return request;
+}
+
+Error ServiceCall::withResponse(Error error, const Http::Response& response) {
+  error.httpResponseCode = response.status;
+  error.responseHeaders = response.headers;
+  return error;
+}
+
+// Services, and proxies before them, may quote in their messages what they were sent. The last word
+// of the header is the secret one: a token or a signature.
+Error ServiceCall::redacted(Error error, const Http::Request& request) {
+  const auto authorization = request.headers.find("authorization");
+  if (authorization == request.headers.end()) return error;
+  const std::string_view header = authorization->second;
+  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
+  const std::string_view secret = header.substr(header.find_last_of(" =:", lastCharacter) + 1);
+  Util::redact(error.message, secret);
+  Util::redact(error.exceptionName, secret);
+  return error;
+}
+
+Error ServiceCall::errorOfCurrentException() {
+  try {
+    throw;
+  } catch (const std::invalid_argument& fault) {  // the request cannot be encoded
+    return localError("InvalidRequest", fault.what());
+  } catch (const std::exception& exception) {
+    return localError("InternalFailure", exception.what());
+  } catch (...) {
+    return localError("InternalFailure", "unknown exception");
+  }
+}
+
+bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+                               unsigned long retries) const {
+  // Called exactly once a failure: the drives' strategies refresh the access token in it.
+  if (!retryStrategy_->shouldRetry(error, retries)) return false;
+  const std::string* location = redirectLocation(error);
+  if (location != nullptr && !policy.redirect(*location, request)) return false;
+  environment_.sleep(
+      std::chrono::milliseconds(retryStrategy_->getDelayBeforeNextRetry(error, retries)));
+  return true;
 }
 
 }  // namespace CloudStorage::Client

@@ -1,82 +1,106 @@
 #pragma once
 
-#include <functional>
+#include <cxxabi.h>
+
+#include <chrono>
 #include <memory>
-#include <optional>
-#include <string>
+#include <type_traits>
 #include <utility>
 
+#include "Client/RequestPolicy.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Client/WSRequest.h"
 #include "CloudStorage/Http/Transport.h"
+#include "CloudStorage/Http/URI.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client {
 
-/// What a service does to the attempts of one call. One object a call, used by one thread.
-class AttemptConduct {
- public:
-  virtual ~AttemptConduct() = default;
-
-  /// Signs `request` or gives it its token. Asked before every send, since tokens are refreshed and
-  /// signatures age.
-  virtual void authorize(Http::Request& request) = 0;
-
-  /// Sees a failure before the retry strategy does. True: the cause lay in how the request was
-  /// made, and is mended in `request` or in what authorize() uses; it is sent again at once, as
-  /// part of the same attempt.
-  virtual bool correct(const Http::Response& /*response*/, const Error& /*error*/,
-                       Http::Request& /*request*/) {
-    return false;
-  }
-
-  /// Points `request` at `location`, to which the service redirected it. False: it must not go
-  /// there.
-  virtual bool follow(const std::string& /*location*/, Http::Request& /*request*/) { return false; }
-};
-
-/// One request of a client from encoding to outcome: the attempt loop. Knows nothing of any
-/// service, and throws nothing.
+/// One request of a client from encoding to outcome: the attempt loop. Independent of any service.
 class ServiceCall {
  public:
-  /// Takes the answer, whose status says success, to pieces; an error if it is not what the
-  /// operation promises. Status and headers of the error are filled in by the caller.
+  /// Reads the result out of a response whose status is success, or returns why it cannot. Takes the
+  /// body, and leaves status and headers, which send() copies into the error.
   template <typename Result>
-  using Parser = std::optional<Error> (*)(Http::Response& response, Result& result);
+  using Parser = Util::Outcome<Result, Error> (*)(Http::Response&& response);
 
-  /// What `environment` leaves open becomes the real thing.
+  /// What a parser, which may be any callable of that form, returns.
+  template <typename Parse>
+  using OutcomeOf = std::invoke_result_t<const Parse&, Http::Response&&>;
+
+  /// Members that are null in `environment` become the real ones.
   ServiceCall(const ClientParts& parts, ClientEnvironment environment);
 
-  /// Sends `model` to `uri`, again as often as the retry strategy grants it, and parses the answer.
-  template <typename Result>
-  Util::Outcome<Result, Error> send(Http::Method method, const Http::URI& uri,
-                                    const WSRequest& model, AttemptConduct& conduct,
-                                    Parser<Result> parse) const {
-    Result result;
-    auto error = run(method, uri, model, conduct, [&result, parse](Http::Response& response) {
-      result = {};  // an answer that was refused half-way may have left something
-      return parse(response, result);
+  /// Sends `model` to `uri`, with the retries that the retry strategy grants, and parses the
+  /// response. Throws nothing.
+  template <typename Parse>
+  OutcomeOf<Parse> send(Http::Method method, const Util::Outcome<Http::URI, Error>& uri,
+                        const WSRequest& model, RequestPolicy& policy, const Parse& parse) const {
+    return guarded([&]() -> OutcomeOf<Parse> {
+      if (!uri.isSuccess()) return uri.getError();
+      Http::Request request = encode(method, uri.getResult(), model);
+      for (unsigned long retries = 0;; ++retries) {
+        auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
+        if (outcome.isSuccess()) return outcome;
+        if (!prepareRetry(request, policy, outcome.getError(), retries)) return outcome;
+      }
     });
-    if (error) return *std::move(error);
-    return Util::Outcome<Result, Error>(std::move(result));
+  }
+
+  /// The layer's one exception barrier: the outcome of `work`, or the error for what it throws.
+  template <typename Work>
+  static std::invoke_result_t<Work> guarded(const Work& work) {
+    try {
+      return work();
+    } catch (const abi::__forced_unwind&) {  // the host cancels this thread, which must go on
+      throw;
+    } catch (...) {
+      return errorOfCurrentException();
+    }
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
-  /// One request as it stands, once: for what a conduct has to ask on the side.
+  /// Sends `request` once, as it stands. For the requests that a policy makes of its own.
   Http::Response transfer(const Http::Request& request) const;
 
  private:
-  using Accept = std::function<std::optional<Error>(Http::Response&)>;
+  /// A policy recovers from each cause once; the limit ends a disagreement with the service.
+  static constexpr int kMaxRecoveries = 3;
 
-  std::optional<Error> run(Http::Method method, const Http::URI& uri, const WSRequest& model,
-                           AttemptConduct& conduct, const Accept& accept) const;
-  std::optional<Error> repeat(Http::Request request, bool authorized, AttemptConduct& conduct,
-                              const Accept& accept) const;
-  std::optional<Error> attempt(Http::Request& request, bool authorized, AttemptConduct& conduct,
-                               const Accept& accept) const;
-  std::optional<Error> judge(Http::Response& response, Http::Method method,
-                             const Accept& accept) const;
+  template <typename Parse>
+  OutcomeOf<Parse> attempt(Http::Request& request, bool isAuthorized, RequestPolicy& policy,
+                           const Parse& parse) const {
+    for (int recoveries = 0;; ++recoveries) {
+      Http::Request authorized = request;
+      if (isAuthorized) policy.authorize(authorized);
+      Http::Response response = transfer(authorized);
+      auto outcome = read(response, request.method, parse);
+      if (outcome.isSuccess()) return outcome;
+
+      Error error = redacted(std::move(outcome).getError(), authorized);
+      if (recoveries == kMaxRecoveries || !policy.recover(response, error, request)) return error;
+    }
+  }
+
+  template <typename Parse>
+  OutcomeOf<Parse> read(Http::Response& response, Http::Method method, const Parse& parse) const {
+    if (!response.isSuccessStatus()) return errorMarshaller_->marshall(response, method);
+    auto outcome = parse(static_cast<Http::Response&&>(response));  // takes the body alone
+    if (outcome.isSuccess()) return outcome;
+    return withResponse(std::move(outcome).getError(), response);
+  }
+
+  static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
+  /// `error` with the status and the headers of the response that it was found in.
+  static Error withResponse(Error error, const Http::Response& response);
+  /// `error` without the secret that `request` was authorized with.
+  static Error redacted(Error error, const Http::Request& request);
+  static Error errorOfCurrentException();
+  /// Whether `request` is to be sent again: if so, after the delay and to where the service
+  /// redirected it.
+  bool prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+                    unsigned long retries) const;
 
   std::shared_ptr<RetryStrategy> retryStrategy_;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller_;

@@ -13,7 +13,6 @@
 
 #include "Http/CurlHandlePool.h"
 #include "Http/HeaderText.h"
-#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
@@ -307,8 +306,8 @@ class Exchange {
     if (body.empty()) {
       const auto promised = info<curl_off_t>(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);  // -1: unknown
       const std::size_t size = promised > 0 ? static_cast<std::size_t>(promised) : 0;
-      // A little more, as parsers want to read beyond the end.
-      body = Util::takeBodyBuffer(std::min(limit, size) + 64);
+      // With room behind it, as parsers read beyond the end.
+      body.reserve(std::min(limit, size) + 64);
     }
 
     const std::size_t room = limit - body.size();

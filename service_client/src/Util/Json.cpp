@@ -4,19 +4,17 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
-#include "Util/ThreadOwn.h"
 
 namespace CloudStorage::Util::Json {
 namespace {
 
 using simdjson::dom::element;
 
-/// The parser refuses the depth it is given, too: this admits 64.
+/// The parser refuses documents of this depth, so it admits 64.
 constexpr std::size_t kDepthLimit = 65;
 
-/// Looked for member by member, because the parser's own look-up stops at the first of several.
+/// The last of several members of this name; the parser's own look-up stops at the first.
 bool findMember(simdjson::dom::object object, std::string_view name, element& found) {
   bool exists = false;
   for (const auto member : object) {
@@ -74,42 +72,22 @@ std::vector<std::string> texts(std::string_view body,
   return found;
 }
 
-Page::Page(std::string body) : body_(std::move(body)) {
-  // The parser reads a little beyond the end.
-  body_.reserve(body_.size() + simdjson::SIMDJSON_PADDING);
+simdjson::ondemand::document openDocument(std::string& body, Parser& parser) {
+  body.reserve(body.size() + simdjson::SIMDJSON_PADDING);  // the parser reads beyond the end
+  const std::string_view text = skipByteOrderMark(body);
+  const std::size_t skipped = body.size() - text.size();
+  return parser.iterate(text.data(), text.size(), body.capacity() - skipped);
 }
 
-Page::~Page() { giveBackBodyBuffer(std::move(body_)); }
-
-Object Page::root() {
-  const std::string_view text = skipByteOrderMark(body_);
-  const std::size_t skipped = body_.size() - text.size();
-  document_ = parserFor(text.size()).iterate(text.data(), text.size(), body_.capacity() - skipped);
-  return document_.get_object();
-}
-
-// New memory for every page would cost more than the parsing. One parser a thread is enough, as a
-// page is read before its thread begins the next; but no thread should keep what a huge page took.
-simdjson::ondemand::parser& Page::parserFor(std::size_t size) {
-  if (size <= kLargestKeptBody) {
-    if (auto* const forAll = threadOwn<simdjson::ondemand::parser>()) return *forAll;
-  }
-  ownParser_ = std::make_unique<simdjson::ondemand::parser>();
-  return *ownParser_;
-}
-
-void Page::finish() {
-  // The parser has no better way of saying that it stands at the end.
-  if (document_.current_location().error() != simdjson::OUT_OF_BOUNDS) {
+void expectEnd(simdjson::ondemand::document& document) {
+  // The parser has no other way to report that it has reached the end.
+  if (document.current_location().error() != simdjson::OUT_OF_BOUNDS) {
     throw simdjson::simdjson_error(simdjson::TRAILING_CONTENT);
   }
-  ownParser_.reset();
 }
 
-std::string_view escapedKeyOf(simdjson::ondemand::field member) { return member.unescaped_key(); }
-
-void readEscaped(Value value, std::string_view& out) {
-  // The page is the reader's own, and has room: no text is longer without its escapes.
+void readEscaped(simdjson::ondemand::value value, std::string_view& out) {
+  // In place: a text is never longer without its escapes.
   char* const place = const_cast<char*>(value.raw_json_token().data()) + 1;
   const std::string_view text = value.get_string();
   if (text.find('\0') != std::string_view::npos) {
@@ -117,15 +95,6 @@ void readEscaped(Value value, std::string_view& out) {
   }
   std::copy(text.begin(), text.end(), place);
   out = {place, text.size()};
-}
-
-void read(Value value, std::string_view& out) {
-  const char* const token = value.raw_json_token().data();
-  if (*token != '"') return;
-  const char* const start = token + 1;
-  const char* const end = quoteOrEscape(start);
-  if (*end == '\\') return readEscaped(value, out);
-  out = {start, static_cast<std::size_t>(end - start)};
 }
 
 void read(Value value, std::string& out) {
@@ -136,18 +105,18 @@ void read(Value value, std::string& out) {
 
 void read(Value value, bool& out) {
   bool flag = false;
-  if (value.get_bool().get(flag) == simdjson::SUCCESS) out = flag;
+  if (value.value.get_bool().get(flag) == simdjson::SUCCESS) out = flag;
 }
 
 void read(Value value, std::int64_t& out) {
   std::int64_t number = 0;
-  if (value.get_int64().get(number) == simdjson::SUCCESS) out = number;
+  if (value.value.get_int64().get(number) == simdjson::SUCCESS) out = number;
 }
 
 void read(Value value, std::uint64_t& out) {
   std::uint64_t number = 0;
-  auto error = value.get_uint64().get(number);
-  if (error == simdjson::INCORRECT_TYPE) error = value.get_uint64_in_string().get(number);
+  auto error = value.value.get_uint64().get(number);
+  if (error == simdjson::INCORRECT_TYPE) error = value.value.get_uint64_in_string().get(number);
   if (error == simdjson::SUCCESS) out = number;
 }
 
@@ -158,12 +127,12 @@ void read(Value value, IsoTime& out) {
 }
 
 void read(Value value, std::vector<std::string_view>& out) {
-  Array array;
-  if (value.get_array().get(array) != simdjson::SUCCESS) return;
+  simdjson::ondemand::array array;
+  if (value.value.get_array().get(array) != simdjson::SUCCESS) return;
   out.clear();
-  for (Value element : array) {
+  for (simdjson::ondemand::value element : array) {
     std::string_view text;
-    read(element, text);
+    read(Value{element, value.mayHaveEscapes}, text);
     if (!text.empty()) out.push_back(text);
   }
 }

@@ -2,10 +2,6 @@
 
 #include <simdjson.h>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -13,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "CloudStorage/Util/Field.h"
 #include "CloudStorage/Util/IsoTime.h"
 
 namespace CloudStorage::Util::Json {
@@ -21,128 +18,159 @@ namespace CloudStorage::Util::Json {
 /// member names joined with slashes, with a number for an element of an array:
 /// "error/errors/0/reason". Of members with the same name the last one counts.
 ///
-/// Made for error answers, of which anything may be missing: what is not there, or is no string, or
-/// all of it if `body` is no JSON object (after an optional byte order mark), if something follows
-/// the object or if it is nested deeper than 64, reads as an empty text. Invalid UTF-8 is replaced.
+/// Made for error responses, of which any part may be missing. A path that leads nowhere or not to a
+/// string reads as an empty text. So do all paths if `body` is no JSON object (after an optional
+/// byte order mark), if anything follows the object or if it is nested deeper than 64. Invalid UTF-8
+/// is replaced.
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths);
 
-using Object = simdjson::ondemand::object;
-using Array = simdjson::ondemand::array;
-using Value = simdjson::ondemand::value;
-using Member = simdjson::simdjson_result<simdjson::ondemand::field>;
+/// The following read a received JSON object once, from front to back. Texts are views into the
+/// text that was parsed. Input that is not JSON throws a simdjson_error.
 
-/// A received JSON object that is read once, from front to back. Texts read from it are views that
-/// last as long as it does. What turns out not to be JSON throws a simdjson_error, here and below.
-class Page {
- public:
-  explicit Page(std::string body);
-  ~Page();
-  Page(const Page&) = delete;
-  Page& operator=(const Page&) = delete;
+/// Has memory for some times the size of what it has parsed, and can parse another text when the one
+/// before has been read.
+using Parser = simdjson::ondemand::parser;
 
-  /// The object, after an optional byte order mark. To be asked for once.
-  Object root();
-  /// To be called when the object has been read: nothing may follow it.
-  void finish();
-
- private:
-  simdjson::ondemand::parser& parserFor(std::size_t size);
-
-  std::string body_;
-  std::unique_ptr<simdjson::ondemand::parser> ownParser_;
-  simdjson::ondemand::document document_;
+/// A value that is read next, or skipped.
+struct Value {
+  simdjson::ondemand::value value;
+  /// Whether there is a backslash anywhere in the document; most have none, so that no text of
+  /// theirs need be searched for one.
+  bool mayHaveEscapes;
 };
 
-/// The first quote or backslash from `text` on, which lies in a page. There is one, as no text is
-/// left open, and there are bytes behind the page.
-inline const char* quoteOrEscape(const char* text) {
-#ifdef __SSE2__
-  const __m128i quote = _mm_set1_epi8('"');
-  const __m128i escape = _mm_set1_epi8('\\');
-  for (;; text += sizeof(__m128i)) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    const __m128i found = _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, escape));
-    const int mask = _mm_movemask_epi8(found);
-    if (mask != 0) return text + __builtin_ctz(static_cast<unsigned>(mask));
-  }
-#else
-  while (*text != '"' && *text != '\\') ++text;
-  return text;
-#endif
-}
+struct Member {
+  std::string_view key;
+  Value value;
+};
 
-/// The parts of the functions below for texts with escapes; nearly all are without.
-std::string_view escapedKeyOf(simdjson::ondemand::field member);
-void readEscaped(Value value, std::string_view& out);
+/// The members of an object, for a range-based for loop.
+class Object {
+ public:
+  Object(simdjson::ondemand::object object, bool mayHaveEscapes)
+      : object_(object), mayHaveEscapes_(mayHaveEscapes) {}
 
-/// The name of a member.
-inline std::string_view keyOf(Member& member) {
-  const simdjson::ondemand::raw_json_string key = member.key();
-  const char* const start = key.raw();
-  const char* const end = quoteOrEscape(start);
-  if (*end == '\\') return escapedKeyOf(member.value_unsafe());
-  return {start, static_cast<std::size_t>(end - start)};
-}
+  class Iterator {
+   public:
+    Iterator(simdjson::simdjson_result<simdjson::ondemand::object_iterator> position,
+             bool mayHaveEscapes)
+        : position_(position), mayHaveEscapes_(mayHaveEscapes) {}
 
-/// The following read one member. What is null or of another kind counts as absent and leaves
+    Member operator*();
+    Iterator& operator++() {
+      ++position_;
+      return *this;
+    }
+    bool operator!=(const Iterator& other) const { return position_ != other.position_; }
+
+   private:
+    simdjson::simdjson_result<simdjson::ondemand::object_iterator> position_;
+    bool mayHaveEscapes_;
+  };
+
+  Iterator begin() { return {object_.begin(), mayHaveEscapes_}; }
+  Iterator end() { return {object_.end(), mayHaveEscapes_}; }
+
+ private:
+  simdjson::ondemand::object object_;
+  bool mayHaveEscapes_;
+};
+
+/// Calls `read` with the JSON object that `body` is, after an optional byte order mark. `body` is
+/// changed where texts have escapes, and must last as long as the texts that were read. Throws if
+/// anything follows the object.
+template <typename Read>
+void parse(std::string& body, Parser& parser, Read read);
+
+/// The following read one value. One that is null or of another type counts as absent and leaves
 /// `out` as it is.
 
-/// Throws also if the text holds a byte of value 0: whoever reads it as a C string would see
-/// another text.
+/// Throws also if the text holds a NUL: as a C string it would be another text.
 void read(Value value, std::string_view& out);
 void read(Value value, std::string& out);
 void read(Value value, bool& out);
 void read(Value value, std::int64_t& out);
-/// Takes also a text of digits, as which some services send large numbers.
+/// Accepts also a text of digits, which is how some services send large numbers.
 void read(Value value, std::uint64_t& out);
 void read(Value value, IsoTime& out);
 /// The texts among the elements.
 void read(Value value, std::vector<std::string_view>& out);
 
-/// The same for the member of an object, whose name has been asked for. Inline, and without a Value
-/// on its way through the stack, which would take twice as long as the reading.
-inline void read(Member& member, std::string_view& out) {
-  const char* const token = member.value().raw_json_token().value_unsafe().data();
-  if (*token != '"') return;
-  const char* const start = token + 1;
-  const char* const end = quoteOrEscape(start);
-  if (*end == '\\') return readEscaped(member.value(), out);
-  out = {start, static_cast<std::size_t>(end - start)};
-}
-inline void read(Member& member, IsoTime& out) {
-  std::string_view text;
-  read(member, text);
-  out = IsoTime(text);
-}
-template <typename Out>
-void read(Member& member, Out& out) {
-  read(Value(member.value()), out);
+inline bool isObject(Value value) {
+  return value.value.type() == simdjson::ondemand::json_type::object;
 }
 
-/// Reads an object with `read`, which takes it apart. False if `value` is none.
+/// Calls `read` with the object that `value` is. False if it is none.
 template <typename Read>
 bool readObject(Value value, Read read) {
-  Object object;
-  if (value.get_object().get(object) != simdjson::SUCCESS) return false;
-  read(object);
+  simdjson::ondemand::object object;
+  if (value.value.get_object().get(object) != simdjson::SUCCESS) return false;
+  read(Object(object, value.mayHaveEscapes));
   return true;
 }
 
-/// Reads each object in an array with `read`, which takes it apart. What is neither null nor an
-/// array of objects is refused: a list is what an answer is asked for.
+/// Calls `read` with each object of the array that `value` is; null is an empty array. Throws if it
+/// is anything else: the list is what the request was sent for.
 template <typename Read>
 void readObjects(Value value, Read read) {
-  if (value.is_null()) return;
-  for (Value element : value.get_array()) read(element.get_object());
+  if (value.value.is_null()) return;
+  for (simdjson::ondemand::value element : value.value.get_array()) {
+    read(Object(element.get_object(), value.mayHaveEscapes));
+  }
 }
 
-/// Writes a JSON object member by member. Texts must be valid UTF-8; with any other the object
-/// cannot be sent, and text() throws std::invalid_argument.
+// How the above work. Inline where it is done for every text of a listing.
+
+/// A text as it is written: from behind its opening quote up to the next token, which may be spaces
+/// away from its closing quote.
+inline std::string_view untilClosingQuote(std::string_view text) {
+  return text.substr(0, text.rfind('"'));
+}
+inline bool hasEscape(std::string_view text) { return text.find('\\') != std::string_view::npos; }
+void readEscaped(simdjson::ondemand::value value, std::string_view& out);
+
+inline Member Object::Iterator::operator*() {
+  simdjson::ondemand::field field = *position_;
+  const simdjson::ondemand::value value = field.value();
+  const char* const start = field.key().raw();
+  const char* const end = simdjson::ondemand::value(value).raw_json_token().data();
+  std::string_view key = untilClosingQuote({start, static_cast<std::size_t>(end - start)});
+  if (mayHaveEscapes_ && hasEscape(key)) key = field.unescaped_key();
+  return {key, {value, mayHaveEscapes_}};
+}
+
+inline void read(Value value, std::string_view& out) {
+  const std::string_view token = value.value.raw_json_token();
+  if (*token.data() != '"') return;
+  const std::string_view text = untilClosingQuote(token.substr(1));
+  if (value.mayHaveEscapes && hasEscape(text)) return readEscaped(value.value, out);
+  out = text;
+}
+
+/// The document in `body`, which gets the room that the parser needs behind it.
+simdjson::ondemand::document openDocument(std::string& body, Parser& parser);
+/// Throws unless all of `document` has been read.
+void expectEnd(simdjson::ondemand::document& document);
+
+template <typename Read>
+void parse(std::string& body, Parser& parser, Read read) {
+  const bool mayHaveEscapes = hasEscape(body);
+  auto document = openDocument(body, parser);
+  read(Object(document.get_object(), mayHaveEscapes));
+  expectEnd(document);
+}
+
+/// Writes a JSON object member by member. Texts must be valid UTF-8; otherwise text() throws
+/// std::invalid_argument.
 class ObjectWriter {
  public:
   ObjectWriter& add(std::string_view name, std::string_view value);
   ObjectWriter& add(std::string_view name, bool value);
+  template <typename T>
+  ObjectWriter& addIfPresent(std::string_view name, const Field<T>& field) {
+    return field.isPresent() ? add(name, field.value()) : *this;
+  }
   /// A list of one text.
   ObjectWriter& addList(std::string_view name, std::string_view element);
   /// An object without members.

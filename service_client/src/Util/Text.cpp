@@ -118,7 +118,7 @@ std::string lowerCase(std::string_view text) {
   return lower;
 }
 
-void blackOut(std::string& text, std::string_view secret) {
+void redact(std::string& text, std::string_view secret) {
   constexpr std::size_t kShortestSecret = 8;
   constexpr std::string_view kBar = "***";
   if (secret.size() < kShortestSecret) return;

@@ -22,6 +22,6 @@ std::string lowerCase(std::string_view text);
 
 /// Replaces every occurrence of `secret` in `text` by asterisks. A secret of fewer than 8 bytes is
 /// left alone: it is no protection, and a word that texts contain for other reasons.
-void blackOut(std::string& text, std::string_view secret);
+void redact(std::string& text, std::string_view secret);
 
 }  // namespace CloudStorage::Util

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <utility>
 
-#include "Util/BodyBuffer.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Util::Xml {
@@ -165,12 +164,7 @@ std::string text(pugi::xml_node element) {
 }
 
 Page::Page(std::string body)
-    : body_(new std::string(std::move(body)),
-            [](std::string* received) {
-              giveBackBodyBuffer(std::move(*received));
-              delete received;
-            }),
-      status_(parse(*body_, document_)) {}
+    : body_(std::make_shared<std::string>(std::move(body))), status_(parse(*body_, document_)) {}
 
 std::string_view Page::text(pugi::xml_node element) {
   std::string_view joined = element.value();

@@ -17,20 +17,31 @@ class OAuth2TokenEndpoint;
 
 namespace CloudStorage::Client {
 
-/// Base of the clients whose requests carry an OAuth2 access token. Construction ties the
-/// credential to the service's token endpoint, so that it can be refreshed.
-class CLOUDSTORAGE_API OAuth2Client : public WSClient {
+class DriveCall;
+
+/// Base of the clients whose requests carry an OAuth2 access token. What a drive's client adds to it
+/// is the drive's operations. Must be owned by a shared pointer from the start.
+class CLOUDSTORAGE_API OAuth2Client : public WSClient,
+                                      public std::enable_shared_from_this<OAuth2Client> {
  public:
+  /// Makes `credential` refreshable: it gets the service's token endpoint. Does not connect.
+  OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
+               std::shared_ptr<Auth::OAuth2Credential> credential,
+               std::shared_ptr<RetryStrategy> retryStrategy,
+               std::shared_ptr<WSErrorMarshaller> errorMarshaller,
+               std::shared_ptr<Util::RateLimiter> readRateLimiter,
+               std::shared_ptr<Util::RateLimiter> writeRateLimiter, Config::ProxySetting proxy);
+  OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment);
   ~OAuth2Client() override;
 
   const Auth::OAuth2ClientSpec& clientSpec() const { return clientSpec_; }
 
-  /// The address of the page on which a user gives consent. Sends nothing and cannot fail.
+  /// The address of the web page on which a user gives consent. Sends nothing and cannot fail.
   virtual std::string buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const;
 
-  /// Trades the code that a user came back with for tokens, which go into `credential`; its refresh
-  /// token becomes empty if none came. On failure the credential stays as it is, and the status
-  /// says why. Never sent twice, as a code works a single time. Blocks for one request.
+  /// Exchanges an authorization code for tokens, which go into `credential`; its refresh token
+  /// becomes empty if none came. On failure the credential stays as it is, and the status holds the
+  /// reason. Never sent twice, as a code works a single time. Blocks for one request.
   virtual Util::Status exchangeAuthorizationCode(const std::string& code,
                                                  const Auth::OAuth2RequestOptions& options,
                                                  Auth::OAuth2Credential& credential) const;
@@ -43,9 +54,8 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient {
     return {};
   }
 
-  OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment);
-
-  const ClientEnvironment& environment() const { return environment_; }
+  /// How the operations send their requests.
+  const DriveCall& call() const { return *call_; }
 
   const Auth::OAuth2TokenEndpoint& tokenEndpoint() const { return *tokenEndpoint_; }
   /// For the constructor of a service whose tokens need more than the grant prescribes.
@@ -55,6 +65,7 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient {
   Auth::OAuth2ClientSpec clientSpec_;
   ClientEnvironment environment_;
   std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint_;
+  std::shared_ptr<const DriveCall> call_;
 };
 
 }  // namespace CloudStorage::Client

@@ -45,7 +45,11 @@ class CLOUDSTORAGE_API URI {
   void setScheme(std::string scheme) { scheme_ = std::move(scheme); }
   /// Replaces the host and keeps the port.
   void setHost(std::string host) { host_ = std::move(host); }
-  /// Appends one path segment, percent-encoded; a slash inside it is encoded, too.
+  /// Whether `text` can be a path segment: an empty one, `.` and `..` would address something else.
+  static bool isPathSegment(std::string_view text) {
+    return !text.empty() && text != "." && text != "..";
+  }
+  /// Appends one path segment, percent-encoded, slashes included.
   void addPathSegment(std::string_view segment);
   /// Appends a percent-encoded path whose slashes separate segments.
   void addPath(std::string_view path);

@@ -16,7 +16,8 @@ class Outcome {
   bool isSuccess() const { return success_; }
   const Result& getResult() const& { return result_; }
   Result getResult() && { return std::move(result_); }
-  const Error& getError() const { return error_; }
+  const Error& getError() const& { return error_; }
+  Error getError() && { return std::move(error_); }
 
  private:
   Result result_{};

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "CloudStorage/Client/S3/Model/CreateBucketConfiguration.h"
+#include "CloudStorage/Client/S3/Model.h"
 #include "CloudStorage/Http/URI.h"
 
 namespace CloudStorage::Client::S3 {

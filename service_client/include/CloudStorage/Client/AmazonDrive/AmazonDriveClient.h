@@ -1,36 +1,18 @@
 #pragma once
 
-#include <memory>
 #include <mutex>
 #include <string>
 
-#include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/FileRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/FileResource.h"
-#include "CloudStorage/Client/AmazonDrive/Model/GetEndpointResult.h"
-#include "CloudStorage/Client/AmazonDrive/Model/GetProfileResult.h"
-#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceResult.h"
+#include "CloudStorage/Client/AmazonDrive/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::AmazonDrive {
 
-/// Amazon Drive, API v1. Hands out shared references to itself, so it must be owned by a shared
-/// pointer from the start.
-class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client,
-                                           public std::enable_shared_from_this<AmazonDriveClient> {
+/// Amazon Drive, API v1.
+class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client {
  public:
-  AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                    std::shared_ptr<Auth::OAuth2Credential> credential,
-                    std::shared_ptr<RetryStrategy> retryStrategy,
-                    std::shared_ptr<WSErrorMarshaller> errorMarshaller,
-                    std::shared_ptr<Util::RateLimiter> readRateLimiter,
-                    std::shared_ptr<Util::RateLimiter> writeRateLimiter,
-                    Config::ProxySetting proxy);
-  AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                    ClientEnvironment environment);
-  ~AmazonDriveClient() override;
+  using OAuth2Client::OAuth2Client;
 
   virtual Util::Outcome<Model::GetEndpointResult, Error> getEndpoint(
       const Model::ComRequest& request) const;
@@ -41,8 +23,8 @@ class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client,
   virtual Util::Outcome<Model::FileResource, Error> folderCreate(
       const Model::FileRequest& request) const;
 
-  /// The addresses under which the account is served; empty until somebody has found them out and
-  /// set them. Requests name the one that they go to.
+  /// The addresses that serve the account; empty until the caller of getEndpoint() has set them.
+  /// Requests name the one that they go to.
   struct Endpoints {
     std::string content;
     std::string metadata;
@@ -51,11 +33,14 @@ class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client,
   void setEndpoints(Endpoints endpoints);
 
  private:
-  struct Implementation;
-
   mutable std::mutex endpointsMutex_;
   Endpoints endpoints_;
-  std::unique_ptr<Implementation> implementation_;
+};
+
+/// Translates the failures of Amazon Drive, which are JSON.
+class CLOUDSTORAGE_API AmazonDriveErrorMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
 }  // namespace CloudStorage::Client::AmazonDrive

@@ -4,14 +4,7 @@
 #include <string>
 
 #include "CloudStorage/Auth/AzureSSBAuthentication.h"
-#include "CloudStorage/Client/AzureSSB/Model/CreateContainerRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/CreateContainerResult.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListBlobRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListBlobResult.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListContainerRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/ListContainerResult.h"
-#include "CloudStorage/Client/AzureSSB/Model/PutBlobRequest.h"
-#include "CloudStorage/Client/AzureSSB/Model/PutBlobResult.h"
+#include "CloudStorage/Client/AzureSSB/Model.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Util/Outcome.h"
 
@@ -20,7 +13,7 @@ namespace CloudStorage::Client::AzureSSB {
 /// The clouds that run the Blob service; each has its own host suffix.
 enum class Region { Global, China, Germany, USGovernment };
 
-/// Azure storage blobs, version 2021-12-02 of the Blob service's REST interface.
+/// Azure storage blobs.
 class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
  public:
   /// The value of `x-ms-blob-type` for blobs that are written as a whole.
@@ -39,9 +32,9 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
                  Region region);
   ~AzureSSBClient() override;
 
-  /// The cloud that a region's name belongs to. Case, blanks, hyphens and underscores do not
-  /// count. Names of the sovereign clouds and of their regions give those; anything else, the empty
-  /// name included, is the global cloud, whose region names do not appear in its hosts.
+  /// The cloud that a region belongs to, by the region's name. Case, spaces, hyphens and underscores
+  /// do not count. Names of the sovereign clouds and of their regions give those; any other, the
+  /// empty name included, gives the global cloud, whose hosts contain no region.
   static Region getRegionForName(const std::string& regionName);
 
   virtual Util::Outcome<Model::ListContainerResult, Error> listContainer(
@@ -62,6 +55,12 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
   std::string accountName_;
   Region region_;
   std::unique_ptr<Implementation> implementation_;
+};
+
+/// Translates the failures of Azure's Blob service: XML, and a header that holds the code.
+class CLOUDSTORAGE_API AzureSSBErrorMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
 }  // namespace CloudStorage::Client::AzureSSB

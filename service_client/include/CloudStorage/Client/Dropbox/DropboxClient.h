@@ -3,19 +3,18 @@
 #include <memory>
 #include <vector>
 
-#include "CloudStorage/Client/Dropbox/Model/CreateFolderRequest.h"
-#include "CloudStorage/Client/Dropbox/Model/ListFolderRequest.h"
-#include "CloudStorage/Client/Dropbox/Model/ListFolderResult.h"
-#include "CloudStorage/Client/Dropbox/Model/Metadata.h"
+#include "CloudStorage/Client/Dropbox/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::Dropbox {
 
-/// Dropbox, API v2. Hands out shared references to itself, so it must be owned by a shared
-/// pointer from the start.
-class CLOUDSTORAGE_API DropboxClient : public OAuth2Client,
-                                       public std::enable_shared_from_this<DropboxClient> {
+/// Dropbox, API v2. Unlike the other drives' clients it has constructors of its own, as its tokens
+/// have a form of their own.
+///
+/// An access token that a host sets may hold the refresh token as well, in the form
+/// `<access token>|<refresh token>`.
+class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
  public:
   DropboxClient(Auth::OAuth2ClientSpec clientSpec,
                 std::shared_ptr<Auth::OAuth2Credential> credential,
@@ -25,12 +24,12 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client,
                 std::shared_ptr<Util::RateLimiter> writeRateLimiter, Config::ProxySetting proxy);
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                 ClientEnvironment environment);
-  /// `joinsTokens`: whether the access token that an authorization code is traded for holds the
-  /// refresh token as well, `<access token>|<refresh token>`. The others leave it to the build.
+  /// `joinsTokens`: whether the access token that an authorization code is exchanged for has this
+  /// form, too. A build option decides for the other constructors.
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment,
                 bool joinsTokens);
-  ~DropboxClient() override;
 
+  /// All pages of a folder put together; for a continuation, the one page that follows its cursor.
   virtual Util::Outcome<Model::ListFolderResult, Error> listFolder(
       const Model::ListFolderRequest& request) const;
   virtual Util::Outcome<Model::Metadata, Error> createFolder(
@@ -39,11 +38,12 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client,
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(
       const Auth::OAuth2RequestOptions& options) const override;
+};
 
- private:
-  struct Implementation;
-
-  std::unique_ptr<Implementation> implementation_;
+/// Translates the failures of the Dropbox API v2, which are JSON or one sentence of plain text.
+class CLOUDSTORAGE_API DropboxErrorMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
 }  // namespace CloudStorage::Client::Dropbox

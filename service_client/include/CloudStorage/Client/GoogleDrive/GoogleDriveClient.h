@@ -1,33 +1,17 @@
 #pragma once
 
-#include <memory>
 #include <vector>
 
-#include "CloudStorage/Client/GoogleDrive/Model/FileResource.h"
-#include "CloudStorage/Client/GoogleDrive/Model/GetFileResourceRequest.h"
-#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceRequest.h"
-#include "CloudStorage/Client/GoogleDrive/Model/ListFileResourceResult.h"
-#include "CloudStorage/Client/GoogleDrive/Model/UploadFileRequest.h"
+#include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::GoogleDrive {
 
-/// Google Drive, API v3. Hands out shared references to itself, so it must be owned by a shared
-/// pointer from the start.
-class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client,
-                                           public std::enable_shared_from_this<GoogleDriveClient> {
+/// Google Drive, API v3.
+class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client {
  public:
-  GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                    std::shared_ptr<Auth::OAuth2Credential> credential,
-                    std::shared_ptr<RetryStrategy> retryStrategy,
-                    std::shared_ptr<WSErrorMarshaller> errorMarshaller,
-                    std::shared_ptr<Util::RateLimiter> readRateLimiter,
-                    std::shared_ptr<Util::RateLimiter> writeRateLimiter,
-                    Config::ProxySetting proxy);
-  GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                    ClientEnvironment environment);
-  ~GoogleDriveClient() override;
+  using OAuth2Client::OAuth2Client;
 
   virtual Util::Outcome<Model::FileResource, Error> getFileResource(
       const Model::GetFileResourceRequest& request) const;
@@ -39,11 +23,12 @@ class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client,
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(
       const Auth::OAuth2RequestOptions& options) const override;
+};
 
- private:
-  struct Implementation;
-
-  std::unique_ptr<Implementation> implementation_;
+/// Translates the failures of the Google Drive API v3, which are JSON.
+class CLOUDSTORAGE_API GoogleDriveErrorMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
 }  // namespace CloudStorage::Client::GoogleDrive

@@ -4,19 +4,13 @@
 #include <string>
 
 #include "CloudStorage/Auth/AWSAuthCredential.h"
-#include "CloudStorage/Client/S3/Model/CreateBucketRequest.h"
-#include "CloudStorage/Client/S3/Model/CreateBucketResult.h"
-#include "CloudStorage/Client/S3/Model/ListBucketsResult.h"
-#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
-#include "CloudStorage/Client/S3/Model/ListObjectsV2Result.h"
-#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
-#include "CloudStorage/Client/S3/Model/PutObjectResult.h"
+#include "CloudStorage/Client/S3/Model.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::S3 {
 
-/// Amazon S3 and the stores that speak its protocol.
+/// Amazon S3 and compatible stores.
 class CLOUDSTORAGE_API S3Client : public WSClient {
  public:
   /// `endpoint` is `[http[s]://]host[:port][/base]`, without a scheme https; empty stands for
@@ -38,7 +32,7 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
   virtual Util::Outcome<Model::ListBucketsResult, Error> listBuckets() const;
   virtual Util::Outcome<Model::CreateBucketResult, Error> createBucket(
       const Model::CreateBucketRequest& request) const;
-  /// One page. A bucket in another region than the session's is found by itself, and remembered.
+  /// One page. Finds the region of a bucket that is not in the session's, and remembers it.
   virtual Util::Outcome<Model::ListObjectsV2Result, Error> listObjectsV2(
       const Model::ListObjectsV2Request& request) const;
   virtual Util::Outcome<Model::PutObjectResult, Error> putObject(
@@ -47,6 +41,12 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
  private:
   struct Implementation;
   std::unique_ptr<Implementation> implementation_;
+};
+
+/// Translates the failures of S3 and compatible stores, which are XML or have no body.
+class CLOUDSTORAGE_API S3ErrorMarshaller : public WSErrorMarshaller {
+ public:
+  Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
 }  // namespace CloudStorage::Client::S3

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CloudStorage/Client/Dropbox/EntryList.h"
+#include "CloudStorage/Client/SerializableWSRequest.h"
+#include "CloudStorage/Util/Field.h"
+#include "CloudStorage/Util/IsoTime.h"
+
+/// Requests and results of the Dropbox API v2.
+namespace CloudStorage::Client::Dropbox {
+
+/// Base of the requests, whose bodies are JSON.
+class CLOUDSTORAGE_API DropboxRequest : public SerializableWSRequest {
+ protected:
+  DropboxRequest() : SerializableWSRequest("application/json") {}
+};
+
+namespace Model {
+
+/// The entries of a folder. With a cursor: those that follow an earlier response, and no other
+/// parameter is sent.
+class CLOUDSTORAGE_API ListFolderRequest : public DropboxRequest {
+ public:
+  /// Empty: the root.
+  Util::Field<std::string> path;
+  Util::Field<bool> recursive;
+  Util::Field<bool> includeMediaInfo;
+  Util::Field<bool> includeDeleted;
+  Util::Field<bool> includeHasExplicitSharedMembers;
+  Util::Field<std::string> cursor;
+
+  bool isContinuation() const { return !cursor.value().empty(); }
+
+  std::string serializePayload() const override;
+};
+
+/// Creates a folder, and its parents where they are missing.
+class CLOUDSTORAGE_API CreateFolderRequest : public DropboxRequest {
+ public:
+  Util::Field<std::string> path;
+  /// True: under another name if this one is taken.
+  Util::Field<bool> autorename;
+
+  std::string serializePayload() const override;
+};
+
+struct ListFolderResult {
+  /// In the service's order.
+  EntryList entries;
+  /// Where a continuation would begin; there is one in every response.
+  std::string cursor;
+  bool hasMore = false;
+};
+
+}  // namespace Model
+}  // namespace CloudStorage::Client::Dropbox

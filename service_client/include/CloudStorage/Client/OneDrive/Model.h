@@ -1,0 +1,93 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CloudStorage/Client/OneDrive/DriveItem.h"
+#include "CloudStorage/Client/SerializableWSRequest.h"
+#include "CloudStorage/Util/Field.h"
+
+/// Requests and results of OneDrive in Microsoft Graph v1.0.
+namespace CloudStorage::Client::OneDrive {
+
+/// Base of the requests, whose bodies are JSON.
+class CLOUDSTORAGE_API OneDriveRequest : public SerializableWSRequest {
+ public:
+  std::string serializePayload() const override { return {}; }
+
+ protected:
+  OneDriveRequest() : SerializableWSRequest("application/json") {}
+};
+
+namespace Model {
+
+/// The metadata of a drive.
+class CLOUDSTORAGE_API GetDriveMetadataRequest : public OneDriveRequest {
+ public:
+  /// Absent: the user's own drive.
+  Util::Field<std::string> driveId;
+};
+
+/// The metadata of one item.
+class CLOUDSTORAGE_API GetDriveItemRequest : public OneDriveRequest {
+ public:
+  /// An id, or the alias "root".
+  Util::Field<std::string> itemId;
+  /// Absent: the user's own drive.
+  Util::Field<std::string> driveId;
+};
+
+/// One page of a folder's items. Only present parameters are sent; an empty page token selects the
+/// first page and is not sent either.
+class CLOUDSTORAGE_API ListChildrenRequest : public OneDriveRequest {
+ public:
+  Util::Field<std::string> itemId;
+  Util::Field<int> pageSize{1000};  // the most that the service takes
+  /// The `nextToken` of the page before.
+  Util::Field<std::string> pageToken;
+  /// In the service's filter language.
+  Util::Field<std::string> filter;
+  /// Absent: the user's own drive.
+  Util::Field<std::string> driveId;
+  /// True: if the service refuses the filter, the request is sent without it, and every response is
+  /// filtered here; for the filters "folder ne null" and "folder ne null or remoteItem ne null".
+  /// False: the refusal is final, and responses are not filtered.
+  bool filtersAnswers = true;
+
+  /// Whether `pageToken` is the page's whole address, which is then requested as it stands.
+  bool namesItsPage() const;
+  void addQueryStringParameters(Http::URI& uri) const override;
+};
+
+/// Creates a folder; not if the name is taken.
+class CLOUDSTORAGE_API CreateFolderRequest : public OneDriveRequest {
+ public:
+  Util::Field<std::string> parentItemId;
+  /// Absent: the user's own drive.
+  Util::Field<std::string> driveId;
+  Util::Field<std::string> name;
+
+  std::string serializePayload() const override;
+};
+
+/// A drive as a whole. Members that the service did not send are empty.
+struct DriveMetadata {
+  std::string id;
+  /// "personal", "business" or "documentLibrary", in the service's spelling.
+  std::string driveType;
+  std::string name;
+};
+
+/// One page in the service's order. It may be short, even empty, and still not be the last.
+struct ListChildrenResult {
+  /// With id, name, root, folder and remoteItem only.
+  std::vector<DriveItem> items;
+  /// Selects the next page; empty on the last one.
+  std::string nextToken;
+  /// Holds the texts of the items, which are views.
+  std::shared_ptr<const void> page{};
+};
+
+}  // namespace Model
+}  // namespace CloudStorage::Client::OneDrive

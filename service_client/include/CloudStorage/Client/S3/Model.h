@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CloudStorage/Client/SerializableWSRequest.h"
+#include "CloudStorage/Client/StreamingWSRequest.h"
+#include "CloudStorage/Util/Field.h"
+
+/// Requests and results of Amazon S3.
+namespace CloudStorage::Client::S3 {
+
+/// Base of the requests whose body is a text.
+class CLOUDSTORAGE_API S3Request : public SerializableWSRequest {
+ public:
+  std::string serializePayload() const override { return {}; }
+};
+
+namespace Model {
+
+/// The place of a new bucket. The numbers cross the C interface and never change.
+enum class BucketLocationConstraint : std::int32_t {
+  UsEast1 = 0,
+  UsEast2 = 1,
+  UsWest1 = 2,
+  UsWest2 = 3,
+  ApSouth1 = 4,
+  ApSoutheast1 = 5,
+  ApSoutheast2 = 6,
+  ApNortheast1 = 7,
+  ApNortheast2 = 8,
+  SaEast1 = 9,
+  CnNorth1 = 10,
+  CnNorthwest1 = 11,
+  EuCentral1 = 12,
+  EuWest1 = 13,
+  EuWest2 = 14,
+  CaCentral1 = 15,
+  /// Wherever the session's own endpoint puts it.
+  Customized = 16,
+};
+
+struct CreateBucketConfiguration {
+  Util::Field<BucketLocationConstraint> locationConstraint;
+};
+
+/// Creates a bucket. The client decides from the location and its own endpoint where the request
+/// goes; the payload states the location alone.
+class CLOUDSTORAGE_API CreateBucketRequest : public S3Request {
+ public:
+  std::string bucket;
+  Util::Field<CreateBucketConfiguration> createBucketConfiguration;
+
+  /// The configuration document; empty for a location that is stated by the absence of one.
+  std::string serializePayload() const override;
+  /// The content type of the document, if there is one.
+  Http::HeaderValueCollection getRequestSpecificHeaders() const override;
+};
+
+/// One page of a bucket's keys, grouped by `delimiter`. Only present parameters are sent.
+class CLOUDSTORAGE_API ListObjectsV2Request : public S3Request {
+ public:
+  Util::Field<std::string> bucket;
+  Util::Field<std::string> prefix;
+  Util::Field<std::string> delimiter;
+  Util::Field<std::string> continuationToken;
+  /// "url" makes the service percent-encode keys and prefixes; the result holds them decoded.
+  Util::Field<std::string> encodingType;
+  Util::Field<std::int64_t> maxKeys;
+  Util::Field<std::string> startAfter;
+
+  void addQueryStringParameters(Http::URI& uri) const override;
+};
+
+/// Stores one object, replacing one of the same key.
+class CLOUDSTORAGE_API PutObjectRequest : public StreamingWSRequest {
+ public:
+  std::string bucket;
+  /// Must be the length of the body; what is sent is the body's own length.
+  Util::Field<std::int64_t> contentLength;
+  Util::Field<std::string> key;
+};
+
+struct Bucket {
+  std::string_view name;
+  /// ISO 8601 text as the service wrote it; empty if it sent none.
+  std::string_view creationDate;
+};
+
+/// All buckets of the account, in the service's order.
+struct ListBucketsResult {
+  std::vector<Bucket> buckets;
+  /// Holds the texts of the buckets, which are views.
+  std::shared_ptr<const std::string> page{};
+};
+
+/// A bucket was created; nothing is read from the response.
+struct CreateBucketResult {};
+
+/// All texts as the service wrote them.
+struct Object {
+  std::string_view key;
+  /// ISO 8601.
+  std::string_view lastModified;
+  std::string_view eTag;
+  /// Decimal number of bytes.
+  std::string_view size;
+  std::string_view storageClass;
+};
+
+/// One page, in the service's order.
+struct ListObjectsV2Result {
+  std::vector<Object> objects;
+  /// Each with its delimiter at the end.
+  std::vector<std::string_view> commonPrefixes;
+  /// Holds the texts above, which are views.
+  std::shared_ptr<const std::string> page{};
+};
+
+/// An object was stored; nothing is read from the response.
+struct PutObjectResult {};
+
+}  // namespace Model
+}  // namespace CloudStorage::Client::S3

@@ -1,0 +1,259 @@
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Client/DriveCall.h"
+#include "Client/ErrorMarshalling.h"
+#include "Client/JsonResponse.h"
+#include "Client/OptionalParameters.h"
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
+#include "Util/Json.h"
+
+namespace CloudStorage::Client::AmazonDrive {
+
+namespace Json = Util::Json;
+
+// Addresses
+
+namespace {
+
+constexpr char kEndpoint[] = "https://drive.amazonaws.com/drive/v1/account/endpoint";
+constexpr char kProfile[] = "https://api.amazon.com/user/profile";
+
+// The access token goes to the addresses that the service sent, so they must be https.
+std::optional<Http::URI> secureUri(std::string_view text) {
+  auto uri = Http::URI::parse(text);
+  if (uri && uri->scheme() != "https") return std::nullopt;
+  return uri;
+}
+
+Util::Outcome<Http::URI, Error> nodesUri(const Util::Field<std::string>& metadataEndpoint) {
+  auto uri = secureUri(metadataEndpoint.value());
+  if (!uri) return localError("InvalidRequest", "The metadata endpoint is no https address");
+  uri->addPathSegment("nodes");
+  return *std::move(uri);
+}
+
+}  // namespace
+
+AmazonDriveClient::Endpoints AmazonDriveClient::endpoints() const {
+  const std::lock_guard<std::mutex> lock(endpointsMutex_);
+  return endpoints_;
+}
+
+void AmazonDriveClient::setEndpoints(Endpoints endpoints) {
+  const std::lock_guard<std::mutex> lock(endpointsMutex_);
+  endpoints_ = std::move(endpoints);
+}
+
+// Endpoints of the account
+
+namespace {
+
+Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& response) {
+  Model::GetEndpointResult result;
+  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "contentUrl") Json::read(value, result.contentUrl);
+      if (key == "metadataUrl") Json::read(value, result.metadataUrl);
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  if (!secureUri(result.contentUrl) || !secureUri(result.metadataUrl)) {
+    return malformedResponse("The answer names no pair of https addresses");
+  }
+  return result;
+}
+
+}  // namespace
+
+Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
+    const Model::ComRequest& request) const {
+  return call().send(Http::Method::Get, *Http::URI::parse(kEndpoint), request, parseEndpoints);
+}
+
+// Profile of the account
+
+namespace {
+
+Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response) {
+  Model::GetProfileResult result;
+  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "name") Json::read(value, result.name);
+      if (key == "email") Json::read(value, result.email);
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  return result;
+}
+
+}  // namespace
+
+Util::Outcome<Model::GetProfileResult, Error> AmazonDriveClient::getProfile(
+    const Model::ComRequest& request) const {
+  return call().send(Http::Method::Get, *Http::URI::parse(kProfile), request, parseProfile);
+}
+
+// Listing
+
+namespace {
+
+// Of a listing, so that memory for the nodes of a page is allocated once.
+constexpr std::size_t kUsualNodeLength = 256;
+constexpr std::size_t kMostNodes = 200;
+
+void readContentProperties(Json::Object object, Model::FileResource& file) {
+  for (const auto& [key, value] : object) {
+    if (key == "contentType") Json::read(value, file.mimeType);
+    if (key == "md5") Json::read(value, file.md5Checksum);
+    if (key == "size") Json::read(value, file.size);
+  }
+}
+
+bool isTrashed(Json::Value status) {
+  std::string_view text;
+  Json::read(status, text);
+  return text == "TRASH";
+}
+
+// Runs for every member of a listing, so it ends with the first name that matches.
+void readMember(std::string_view key, Json::Value value, Model::FileResource& file) {
+  if (key == "id") return Json::read(value, file.id);
+  if (key == "name") return Json::read(value, file.name);
+  if (key == "kind") return Json::read(value, file.kind);
+  if (key == "createdDate") return Json::read(value, file.createdTime);
+  if (key == "modifiedDate") return Json::read(value, file.modifiedTime);
+  if (key == "parents") return Json::read(value, file.parents);
+  if (key == "status") {
+    file.trashed = isTrashed(value);
+  } else if (key == "contentProperties") {
+    Json::readObject(value,
+                     [&file](Json::Object content) { readContentProperties(content, file); });
+  }
+}
+
+void readNode(Json::Object object, Model::FileResource& file) {
+  for (const auto& [key, value] : object) readMember(key, value, file);
+}
+
+Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& response) {
+  Model::ListFileResourceResult result;
+  result.files.reserve(std::min(response.body.size() / kUsualNodeLength, kMostNodes));
+  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "nextToken") Json::read(value, result.nextToken);
+      if (key == "data") {
+        Json::readObjects(
+            value, [&result](Json::Object node) { readNode(node, result.files.emplace_back()); });
+      }
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  result.page = page.getResult();
+  return result;
+}
+
+}  // namespace
+
+void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) const {
+  addIfPresent(uri, "filters", filters);
+  addIfPresent(uri, "sort", sort);
+  // Always sent, since the service's own default may be another.
+  uri.addQueryStringParameter("limit", std::to_string(limit.value()));
+  if (!startToken.value().empty()) uri.addQueryStringParameter("startToken", startToken.value());
+}
+
+Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
+    const Model::ListFileResourceRequest& request) const {
+  return call().send(Http::Method::Get, nodesUri(request.endpoint), request, parseNodes);
+}
+
+std::string Model::FileResource::toString() const {
+  std::string text;
+  text.append("{ kind: ").append(kind);
+  text.append(", id: ").append(id);
+  text.append(", name: ").append(name);
+  text.append(", mimeType: ").append(mimeType);
+  text.append(", _trashed: ").append(trashed ? "1" : "0");
+  text.append(", _createdTime = ").append(createdTime.toString());
+  text.append(", _modifiedTime = ").append(modifiedTime.toString());
+  text.append(", _md5Checksum: ").append(md5Checksum);
+  text.append(", _size: ").append(std::to_string(size));
+  text.append(", _parent: [ ");
+  const char* separator = "";
+  for (const auto& parent : parents) {
+    text.append(separator).append(parent);
+    separator = ", ";
+  }
+  return text.append("] }");
+}
+
+// Creation
+
+namespace {
+
+Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response) {
+  Model::FileResource file;
+  const auto page =
+      readJson(std::move(response), [&file](Json::Object object) { readNode(object, file); });
+  if (!page.isSuccess()) return page.getError();
+  if (file.id.empty()) return malformedResponse("The answer has no id");
+  file.page = page.getResult();
+  return file;
+}
+
+}  // namespace
+
+std::string Model::FileRequest::serializePayload() const {
+  Json::ObjectWriter node;
+  node.addIfPresent("name", name);
+  node.addIfPresent("kind", kind);
+  if (parent.isPresent()) node.addList("parents", parent.value());
+  return node.text();
+}
+
+Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() const {
+  return {{Http::CONTENT_TYPE_HEADER, "application/json"}};
+}
+
+Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
+    const Model::FileRequest& request) const {
+  return call().send(Http::Method::Post, nodesUri(request.endpoint), request, parseNode);
+}
+
+// Errors
+
+namespace {
+
+/// All of one type, the only one of which the service's retry strategy looks at the retryable flag.
+/// The service invites a retry after 429 and 503, which it sends before any work is done.
+constexpr ErrorRow kRows[] = {
+    {429, "", CoreErrors::TemporaryFailure, Retry::Always},
+    {500, "", CoreErrors::TemporaryFailure, Retry::Reads},
+    {502, "", CoreErrors::TemporaryFailure, Retry::Reads},
+    {503, "", CoreErrors::TemporaryFailure, Retry::Always},
+    {504, "", CoreErrors::TemporaryFailure, Retry::Reads},
+    {kAnyStatus, "", CoreErrors::TemporaryFailure, Retry::Never},
+};
+
+/// The profile's address sends OAuth2 errors instead of the service's own.
+ServiceMessage readMessage(const Http::Response& response) {
+  const auto texts = Json::texts(response.body, {"code", "error", "message", "error_description"});
+  ServiceMessage message{texts[0], texts[2]};
+  if (message.code.empty()) message.code = texts[1];
+  if (message.message.empty()) message.message = texts[3];
+  return message;
+}
+
+}  // namespace
+
+Error AmazonDriveErrorMarshaller::marshall(const Http::Response& response,
+                                           Http::Method method) const {
+  return marshallError(response, method, readMessage, kRows);
+}
+
+}  // namespace CloudStorage::Client::AmazonDrive

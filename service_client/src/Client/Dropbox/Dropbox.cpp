@@ -1,0 +1,335 @@
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Auth/OAuth2TokenEndpoint.h"
+#include "Client/DriveCall.h"
+#include "Client/ErrorMarshalling.h"
+#include "Client/JsonResponse.h"
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "Util/Json.h"
+
+namespace CloudStorage::Client::Dropbox {
+
+namespace Json = Util::Json;
+
+// Addresses
+
+namespace {
+
+constexpr char kListFolder[] = "https://api.dropboxapi.com/2/files/list_folder";
+constexpr char kContinue[] = "https://api.dropboxapi.com/2/files/list_folder/continue";
+constexpr char kCreateFolder[] = "https://api.dropboxapi.com/2/files/create_folder_v2";
+
+// The service refuses empty path segments, also behind the last slash. Paths that were composed of a
+// folder and a name may have some.
+std::string withoutEmptySegments(std::string_view path) {
+  std::string clean;
+  for (const char c : path) {
+    if (c != '/' || clean.empty() || clean.back() != '/') clean += c;
+  }
+  if (!clean.empty() && clean.back() == '/') clean.pop_back();
+  return clean;
+}
+
+void addPath(Json::ObjectWriter& arguments, const Util::Field<std::string>& path) {
+  if (path.isPresent()) arguments.add("path", withoutEmptySegments(path.value()));
+}
+
+}  // namespace
+
+// Authorization
+
+namespace {
+
+using Tokens = Auth::TokenRefresher::Tokens;
+
+// Without a refresh token every session would end with its first access token, after some hours.
+constexpr char kTokenAccessType[] = "offline";
+
+// Stands in none of the service's tokens.
+constexpr char kBar = '|';
+
+Tokens splitTokens(const std::string& text) {
+  const auto bar = text.find(kBar);
+  if (bar == std::string::npos) return {text, {}};
+  return {text.substr(0, bar), text.substr(bar + 1)};
+}
+
+std::string joinTokens(const Tokens& tokens) {
+  if (tokens.refreshToken.empty()) return tokens.accessToken;
+  return tokens.accessToken + kBar + tokens.refreshToken;
+}
+
+/// A host stores a single text for each account. One that holds both tokens outlives the hours for
+/// which an access token is valid.
+class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
+ public:
+  DropboxTokenEndpoint(const Auth::OAuth2TokenEndpoint& endpoint, bool joinsTokens)
+      : OAuth2TokenEndpoint(endpoint), joinsTokens_(joinsTokens) {}
+
+  // A refresh token beside the access token takes precedence, as the two are from the same grant.
+  Util::Status refresh(Tokens& tokens) override {
+    Tokens joined = splitTokens(tokens.accessToken);
+    if (joined.refreshToken.empty()) return OAuth2TokenEndpoint::refresh(tokens);
+    auto status = OAuth2TokenEndpoint::refresh(joined);
+    if (status.isSuccess()) tokens.accessToken = joinTokens(joined);
+    return status;
+  }
+
+  std::string bearerOf(const std::string& accessToken) const override {
+    return splitTokens(accessToken).accessToken;
+  }
+
+  Util::Status exchange(const std::string& code, const std::string& scope,
+                        Tokens& tokens) override {
+    auto status = OAuth2TokenEndpoint::exchange(code, scope, tokens);
+    if (status.isSuccess() && joinsTokens_) tokens.accessToken = joinTokens(tokens);
+    return status;
+  }
+
+ private:
+  bool joinsTokens_;
+};
+
+}  // namespace
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
+                             std::shared_ptr<Auth::OAuth2Credential> credential,
+                             std::shared_ptr<RetryStrategy> retryStrategy,
+                             std::shared_ptr<WSErrorMarshaller> errorMarshaller,
+                             std::shared_ptr<Util::RateLimiter> readRateLimiter,
+                             std::shared_ptr<Util::RateLimiter> writeRateLimiter,
+                             Config::ProxySetting proxy)
+    : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(retryStrategy),
+                   std::move(errorMarshaller), std::move(readRateLimiter),
+                   std::move(writeRateLimiter), std::move(proxy)) {
+  setTokenEndpoint(
+      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), VEMLO_DROPBOX_DURABLE_TOKEN));
+}
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
+                             ClientEnvironment environment)
+    : DropboxClient(std::move(clientSpec), std::move(parts), std::move(environment),
+                    VEMLO_DROPBOX_DURABLE_TOKEN) {}
+
+DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
+                             ClientEnvironment environment, bool joinsTokens)
+    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)) {
+  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), joinsTokens));
+}
+
+std::vector<Http::URI::QueryParameter> DropboxClient::authorizationParameters(
+    const Auth::OAuth2RequestOptions& options) const {
+  return {{"force_reapprove", options.forceReapprove}, {"token_access_type", kTokenAccessType}};
+}
+
+// Entries
+
+namespace {
+
+constexpr std::string_view kFolder = "folder";
+
+Model::FileMetadata& fileOf(Model::Metadata& entry) {
+  return entry.file ? *entry.file : entry.file.emplace();
+}
+
+// Runs for every member of a listing, so it ends with the first name that matches.
+void readMember(std::string_view key, Json::Value value, Model::Metadata& entry) {
+  if (key == ".tag") return Json::read(value, entry.tag);
+  if (key == "name") return Json::read(value, entry.name);
+  if (key == "id") return Json::read(value, entry.id);
+  if (key == "path_lower") return Json::read(value, entry.pathLower);
+  if (key == "path_display") return Json::read(value, entry.path);
+  if (key == "client_modified") return Json::read(value, fileOf(entry).clientModified);
+  if (key == "server_modified") return Json::read(value, fileOf(entry).serverModified);
+  if (key == "size") return Json::read(value, fileOf(entry).size);
+  if (key == "rev") return Json::read(value, fileOf(entry).rev);
+}
+
+void readEntry(Json::Object object, Model::Metadata& entry) {
+  for (const auto& [key, value] : object) readMember(key, value, entry);
+  if (entry.path.empty()) entry.path = entry.pathLower;
+}
+
+}  // namespace
+
+// Listing
+
+namespace {
+
+using Folder = Util::Outcome<Model::ListFolderResult, Error>;
+
+Error endlessListing() { return malformedResponse("More entries follow, but not how to get them"); }
+
+Folder parseEntries(Http::Response&& response, Json::Parser& parser) {
+  Model::ListFolderResult result;
+  const auto page = readJson(std::move(response), parser, [&result](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "cursor") Json::read(value, result.cursor);
+      if (key == "has_more") Json::read(value, result.hasMore);
+      if (key == "entries") {
+        Json::readObjects(value, [&result](Json::Object item) {
+          Model::Metadata entry;
+          readEntry(item, entry);
+          result.entries.push_back(entry);
+        });
+      }
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  if (result.hasMore && result.cursor.empty()) return endlessListing();
+  return result;
+}
+
+Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request,
+                Json::Parser& parser) {
+  const char* const address = request.isContinuation() ? kContinue : kListFolder;
+  return call.send(
+      Http::Method::Post, *Http::URI::parse(address), request,
+      [&parser](Http::Response&& response) { return parseEntries(std::move(response), parser); });
+}
+
+void append(Model::ListFolderResult& folder, Model::ListFolderResult page) {
+  folder.entries.append(std::move(page.entries));
+  folder.cursor = std::move(page.cursor);
+  folder.hasMore = page.hasMore;
+}
+
+// The service no longer knows a cursor.
+bool isReset(const Error& error) {
+  const std::string_view code = error.exceptionName;
+  return code.substr(0, code.find('/')) == "reset";
+}
+
+Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request) {
+  Model::ListFolderRequest next = request;
+  Model::ListFolderResult folder;
+  Json::Parser parser;  // one for all pages, as it takes much memory
+  for (bool mayStartOver = !request.isContinuation();;) {
+    auto page = listPage(call, next, parser);
+    if (page.isSuccess()) {
+      const bool isEmpty = page.getResult().entries.empty();
+      append(folder, std::move(page).getResult());
+      if (!folder.hasMore || request.isContinuation()) return folder;
+      const bool isRepeated = folder.cursor == next.cursor.value();
+      if (isRepeated && isEmpty) return endlessListing();
+      next.cursor = folder.cursor;
+    } else if (mayStartOver && next.isContinuation() && isReset(page.getError())) {
+      mayStartOver = false;
+      folder = {};
+      next = request;
+    } else {
+      return page;
+    }
+  }
+}
+
+}  // namespace
+
+std::string Model::ListFolderRequest::serializePayload() const {
+  Json::ObjectWriter arguments;
+  // A continuation takes its cursor and refuses anything else.
+  if (isContinuation()) return arguments.add("cursor", cursor.value()).text();
+
+  addPath(arguments, path);
+  arguments.addIfPresent("recursive", recursive)
+      .addIfPresent("include_media_info", includeMediaInfo)
+      .addIfPresent("include_deleted", includeDeleted)
+      .addIfPresent("include_has_explicit_shared_members", includeHasExplicitSharedMembers);
+  return arguments.text();
+}
+
+Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
+  return ServiceCall::guarded([&] { return listPages(call(), request); });
+}
+
+// Creation
+
+namespace {
+
+Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response) {
+  Model::Metadata folder;
+  const auto page = readJson(std::move(response), [&folder](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key != "metadata") continue;
+      Json::readObject(value, [&folder](Json::Object entry) { readEntry(entry, folder); });
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  if (folder.id.empty() || folder.path.empty()) {
+    return malformedResponse("The answer names no folder");
+  }
+  folder.tag = kFolder;  // the service leaves it out, as nothing else can have been created
+  folder.page = page.getResult();
+  return folder;
+}
+
+}  // namespace
+
+std::string Model::CreateFolderRequest::serializePayload() const {
+  Json::ObjectWriter arguments;
+  addPath(arguments, path);
+  return arguments.addIfPresent("autorename", autorename).text();
+}
+
+Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
+    const Model::CreateFolderRequest& request) const {
+  return call().send(Http::Method::Post, *Http::URI::parse(kCreateFolder), request, parseCreated);
+}
+
+// Errors
+
+namespace {
+
+/// Codes are paths into nested unions that may grow further segments.
+constexpr ErrorRow kRows[] = {
+    {401, "missing_scope", CoreErrors::AccessDenied, Retry::Never},
+    {401, "route_access_denied", CoreErrors::AccessDenied, Retry::Never},
+    {401, "user_suspended", CoreErrors::AccountProblem, Retry::Never},
+    {403, "invalid_account_type", CoreErrors::AccountProblem, Retry::Never},
+    {409, "path/not_found", CoreErrors::NotFound, Retry::Never},
+    {409, "path/malformed_path", CoreErrors::InvalidRequest, Retry::Never},
+    {409, "path/no_write_permission", CoreErrors::AccessDenied, Retry::Never},
+    {409, "path/insufficient_space", CoreErrors::QuotaExceeded, Retry::Never},
+    {422, "no_permission", CoreErrors::AccessDenied, Retry::Never},
+};
+
+/// How many bytes of a body that is not JSON are worth showing.
+constexpr std::size_t kPlainTextLimit = 256;
+
+/// "path/conflict/folder/..." is "path/conflict/folder": the number of dots is random.
+std::string codeOf(std::string_view summary) {
+  return std::string(summary.substr(0, summary.find_last_not_of("/.") + 1));
+}
+
+/// A sentence about what is wrong with a request; no web page and no JSON of another form.
+std::string plainTextOf(std::string_view body) {
+  std::string text = Util::oneLine(Util::skipByteOrderMark(body), kPlainTextLimit);
+  if (text.find_first_of("<{[") == 0) text.clear();
+  return text;
+}
+
+ServiceMessage readMessage(const Http::Response& response) {
+  const auto texts = Json::texts(response.body, {"error_summary", "user_message/text"});
+  const std::string& summary = texts[0];
+  const std::string& userMessage = texts[1];
+  ServiceMessage message{codeOf(summary), userMessage.empty() ? summary : userMessage};
+  if (!message.code.empty() || !message.message.empty()) return message;
+
+  message.message = plainTextOf(response.body);
+  if (response.status == 400 && !message.message.empty()) message.code = "bad_input";
+  return message;
+}
+
+}  // namespace
+
+Error DropboxErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
+  return marshallError(response, method, readMessage, kRows);
+}
+
+}  // namespace CloudStorage::Client::Dropbox

@@ -1,0 +1,297 @@
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Client/DriveCall.h"
+#include "Client/ErrorMarshalling.h"
+#include "Client/JsonResponse.h"
+#include "Client/OneDrive/DriveItemJson.h"
+#include "Client/OptionalParameters.h"
+#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
+#include "Util/Json.h"
+
+namespace CloudStorage::Client::OneDrive {
+
+namespace Json = Util::Json;
+
+// Addresses
+
+namespace {
+
+constexpr char kService[] = "https://graph.microsoft.com/v1.0";
+
+Error invalidId() {
+  return localError("InvalidRequest", "The item id or drive id is empty or a relative path");
+}
+
+// The user's own drive, or another.
+Util::Outcome<Http::URI, Error> driveUri(const Util::Field<std::string>& driveId) {
+  Http::URI uri = *Http::URI::parse(kService);
+  if (!driveId.isPresent()) {
+    uri.addPath("me/drive");
+    return uri;
+  }
+  if (!Http::URI::isPathSegment(driveId.value())) return invalidId();
+  uri.addPathSegment("drives");
+  uri.addPathSegment(driveId.value());
+  return uri;
+}
+
+Util::Outcome<Http::URI, Error> itemUri(const Util::Field<std::string>& driveId,
+                                        const Util::Field<std::string>& itemId) {
+  auto drive = driveUri(driveId);
+  if (!drive.isSuccess()) return drive;
+  if (!Http::URI::isPathSegment(itemId.value())) return invalidId();
+  Http::URI uri = std::move(drive).getResult();
+  uri.addPathSegment("items");
+  uri.addPathSegment(itemId.value());
+  return uri;
+}
+
+Util::Outcome<Http::URI, Error> childrenUri(const Util::Field<std::string>& driveId,
+                                            const Util::Field<std::string>& itemId) {
+  auto item = itemUri(driveId, itemId);
+  if (!item.isSuccess()) return item;
+  Http::URI uri = std::move(item).getResult();
+  uri.addPathSegment("children");
+  return uri;
+}
+
+// The address that a page token is. The request carries the access token, so the address must be
+// the service's own.
+Util::Outcome<Http::URI, Error> pageUri(const std::string& pageToken) {
+  const auto service = *Http::URI::parse(kService);
+  const auto uri = Http::URI::parse(pageToken);
+  if (uri && uri->scheme() == service.scheme() && uri->authority() == service.authority() &&
+      uri->path().compare(0, service.path().size() + 1, service.path() + '/') == 0) {
+    return *uri;
+  }
+  return localError("InvalidRequest", "The page token leads away from the service");
+}
+
+}  // namespace
+
+std::vector<Http::URI::QueryParameter> OneDriveClient::authorizationParameters(
+    const Auth::OAuth2RequestOptions& /*options*/) const {
+  return {{"response_mode", "query"}};
+}
+
+// The drive
+
+namespace {
+
+Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response) {
+  Model::DriveMetadata drive;
+  const auto page = readJson(std::move(response), [&drive](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "id") Json::read(value, drive.id);
+      if (key == "driveType") Json::read(value, drive.driveType);
+      if (key == "name") Json::read(value, drive.name);
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  return drive;
+}
+
+}  // namespace
+
+Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
+    const Model::GetDriveMetadataRequest& request) const {
+  return call().send(Http::Method::Get, driveUri(request.driveId), request, parseDrive);
+}
+
+// One item
+
+namespace {
+
+Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response) {
+  Model::DriveItem item;
+  const auto page =
+      readJson(std::move(response), [&item](Json::Object object) { readItem(object, item); });
+  if (!page.isSuccess()) return page.getError();
+  if (item.id.empty()) return malformedResponse("The answer has no id");
+  item.page = page.getResult();
+  return item;
+}
+
+}  // namespace
+
+Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
+    const Model::GetDriveItemRequest& request) const {
+  return call().send(Http::Method::Get, itemUri(request.driveId, request.itemId), request,
+                     parseItem);
+}
+
+// Listing
+
+namespace {
+
+// The fields that listings are read for, and those that tell folders from files; all of an item
+// would be ten times as much.
+constexpr char kListFields[] = "id,name,root,folder,remoteItem";
+
+// Of a listing, so that memory for the items of a page is allocated once.
+constexpr std::size_t kUsualItemLength = 128;
+constexpr std::size_t kMostItems = 1000;
+
+using Children = Util::Outcome<Model::ListChildrenResult, Error>;
+
+template <typename IsWanted>
+Children parseItems(Http::Response&& response, IsWanted isWanted) {
+  Model::ListChildrenResult result;
+  const auto readChild = [&result, isWanted](Json::Object object) {
+    Model::DriveItem& item = result.items.emplace_back();
+    readItem(object, item);
+    if (!isWanted(item)) result.items.pop_back();
+  };
+  result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
+  const auto page = readJson(std::move(response), [&result, readChild](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "@odata.nextLink") Json::read(value, result.nextToken);
+      if (key == "value") Json::readObjects(value, readChild);
+    }
+  });
+  if (!page.isSuccess()) return page.getError();
+  result.page = page.getResult();
+  return result;
+}
+
+Children parseChildren(Http::Response&& response) {
+  return parseItems(std::move(response), [](const Model::DriveItem&) { return true; });
+}
+
+Children parseFolders(Http::Response&& response) {
+  return parseItems(std::move(response),
+                    [](const Model::DriveItem& item) { return item.isFolder; });
+}
+
+Children parseFoldersAndRemoteItems(Http::Response&& response) {
+  return parseItems(std::move(response),
+                    [](const Model::DriveItem& item) { return item.isFolder || item.remoteItem; });
+}
+
+using ChildrenParser = ServiceCall::Parser<Model::ListChildrenResult>;
+
+/// A filter of the service that can also be applied to the items of a response.
+struct KnownFilter {
+  std::string_view text;
+  ChildrenParser parse;
+};
+
+constexpr KnownFilter kKnownFilters[] = {
+    {"folder ne null", parseFolders},
+    {"folder ne null or remoteItem ne null", parseFoldersAndRemoteItems},
+};
+
+// Filters are not guaranteed for listings of children: some drives refuse them, and some return
+// files all the same.
+ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
+  if (!request.filter.isPresent() || !request.filtersAnswers) return parseChildren;
+  const auto* known = std::find_if(
+      std::begin(kKnownFilters), std::end(kKnownFilters),
+      [&request](const KnownFilter& filter) { return filter.text == request.filter.value(); });
+  return known == std::end(kKnownFilters) ? parseChildren : known->parse;
+}
+
+bool isRefusedFilter(const Error& error) {
+  return (error.httpResponseCode == 400 || error.httpResponseCode == 501) &&
+         (error.exceptionName == "notSupported" || error.exceptionName == "invalidRequest" ||
+          error.exceptionName == "BadRequest");
+}
+
+/// Leaves out the filter if the service refuses it.
+class FilterPolicy : public BearerPolicy {
+ public:
+  FilterPolicy(std::shared_ptr<Auth::OAuth2Credential> credential, Http::URI children,
+               Model::ListChildrenRequest model)
+      : BearerPolicy(std::move(credential)),
+        children_(std::move(children)),
+        model_(std::move(model)) {}
+
+  bool recover(const Http::Response& /*response*/, const Error& error,
+               Http::Request& request) override {
+    if (!model_.filter.isPresent() || !isRefusedFilter(error)) return false;
+    model_.filter = Util::Field<std::string>();
+    request.uri = children_;
+    model_.addQueryStringParameters(request.uri);
+    return true;
+  }
+
+ private:
+  Http::URI children_;
+  Model::ListChildrenRequest model_;
+};
+
+}  // namespace
+
+bool Model::ListChildrenRequest::namesItsPage() const {
+  return pageToken.isPresent() && pageToken.value().find("://") != std::string::npos;
+}
+
+void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const {
+  if (namesItsPage()) return;
+  addIfPresent(uri, "$top", pageSize);
+  addUnlessEmpty(uri, "$filter", filter);
+  uri.addQueryStringParameter("$select", kListFields);
+  addUnlessEmpty(uri, "$skiptoken", pageToken);
+}
+
+Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
+  const ChildrenParser parse = parserFor(request);
+  if (request.namesItsPage()) {
+    return call().send(Http::Method::Get, pageUri(request.pageToken.value()), request, parse);
+  }
+  const auto uri = childrenUri(request.driveId, request.itemId);
+  if (!uri.isSuccess() || parse == parseChildren) {
+    return call().send(Http::Method::Get, uri, request, parse);
+  }
+  FilterPolicy policy(call().credential(), uri.getResult(), request);
+  return call().send(Http::Method::Get, uri, request, policy, parse);
+}
+
+// Creation
+
+std::string Model::CreateFolderRequest::serializePayload() const {
+  Json::ObjectWriter folder;
+  folder.addIfPresent("name", name);
+  folder.addEmptyObject("folder");
+  // Without it drives of some kinds return the folder that has the name already.
+  folder.add("@microsoft.graph.conflictBehavior", std::string_view("fail"));
+  return folder.text();
+}
+
+Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
+    const Model::CreateFolderRequest& request) const {
+  return call().send(Http::Method::Post, childrenUri(request.driveId, request.parentItemId),
+                     request, parseItem);
+}
+
+// Errors
+
+namespace {
+
+constexpr ErrorRow kRows[] = {
+    {400, "notSupported", CoreErrors::NotImplemented, Retry::Never},
+    {403, "quotaLimitReached", CoreErrors::QuotaExceeded, Retry::Never},
+    {410, "", CoreErrors::Conflict, Retry::Never},
+    {501, "", CoreErrors::NotImplemented, Retry::Never},
+    {503, "activityLimitReached", CoreErrors::Throttled, Retry::Always},
+    {507, "", CoreErrors::QuotaExceeded, Retry::Never},
+    {509, "", CoreErrors::Throttled, Retry::Always},  // bandwidth limit
+};
+
+ServiceMessage readMessage(const Http::Response& response) {
+  const auto texts = Json::texts(response.body, {"error/code", "error/message"});
+  return {texts[0], texts[1]};
+}
+
+}  // namespace
+
+Error OneDriveErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
+  return marshallError(response, method, readMessage, kRows);
+}
+
+}  // namespace CloudStorage::Client::OneDrive

@@ -1,0 +1,153 @@
+#include "Client/S3/S3RequestPolicy.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "Util/Text.h"
+#include "Util/Time.h"
+#include "Util/Xml.h"
+
+namespace CloudStorage::Client::S3 {
+namespace {
+
+// One element of an error document; empty if the response is none or lacks the element.
+std::string errorElement(const Http::Response& response, const char* name) {
+  std::string body = response.body;
+  pugi::xml_document document;
+  if (!Util::Xml::parse(body, document).isSuccess()) return {};
+  return Util::Xml::text(Util::Xml::child(document.document_element(), name));
+}
+
+std::string headerOrEmpty(const Http::Response& response, const char* name) {
+  const auto header = response.headers.find(name);
+  return header == response.headers.end() ? std::string() : header->second;
+}
+
+bool isMalformedAuthorization(const Error& error) {
+  constexpr int kBadRequest = 400;
+  return error.httpResponseCode == kBadRequest &&
+         error.exceptionName == "AuthorizationHeaderMalformed";
+}
+
+// Whether a failure can mean that the bucket is in another region than the one that was used.
+bool indicatesOtherRegion(const Error& error, const std::string& usedRegion) {
+  if (isMalformedAuthorization(error)) return true;
+  const int code = error.httpResponseCode;
+  if (code == 301 && error.exceptionName == "PermanentRedirect") return true;
+  if (code != 301 && code != 302 && code != 307 && code != 400) return false;
+  const auto named = error.responseHeaders.find("x-amz-bucket-region");
+  return named != error.responseHeaders.end() && named->second != usedRegion;
+}
+
+std::optional<std::chrono::system_clock::time_point> serviceTime(const Http::Response& response) {
+  const auto inBody = Util::parseIsoTime(errorElement(response, "ServerTime"));
+  if (inBody) return inBody;
+  const auto date = response.headers.find("date");
+  return date == response.headers.end() ? std::nullopt : Util::parseHttpDate(date->second);
+}
+
+}  // namespace
+
+void S3RequestPolicy::authorize(Http::Request& request) {
+  service_.signer.sign(request, region_, service_.call.now() + service_.clock.offset());
+}
+
+bool S3RequestPolicy::recover(const Http::Response& response, const Error& error, Http::Request&) {
+  return recoverClock(response, error);
+}
+
+bool S3RequestPolicy::recoverClock(const Http::Response& response, const Error& error) {
+  if (clockRecovered_ || error.errorType != CoreErrors::ClockSkew) return false;
+  const auto theirs = serviceTime(response);
+  if (!theirs) return false;
+  service_.clock.setOffset(
+      std::chrono::duration_cast<std::chrono::seconds>(*theirs - service_.call.now()));
+  clockRecovered_ = true;
+  return true;
+}
+
+bool S3RequestPolicy::redirect(const std::string& location, Http::Request& request) {
+  auto target = redirectedUri(service_.endpoint, request.uri, location);
+  if (!target) return false;
+  request.uri = *std::move(target);
+  return true;
+}
+
+bool S3EndpointPolicy::recover(const Http::Response& response, const Error& error,
+                               Http::Request& request) {
+  return recoverRegion(response, error) || S3RequestPolicy::recover(response, error, request);
+}
+
+bool S3EndpointPolicy::recoverRegion(const Http::Response& response, const Error& error) {
+  if (regionRecovery_ == RegionRecovery::Never || !isMalformedAuthorization(error)) {
+    return false;
+  }
+  const std::string expected = errorElement(response, "Region");
+  if (!isRegionName(expected) || expected == region()) return false;
+  if (regionRecovery_ == RegionRecovery::AllCalls) service().regions.setRegion(expected);
+  regionRecovery_ = RegionRecovery::Never;
+  setRegion(expected);
+  return true;
+}
+
+S3BucketPolicy::S3BucketPolicy(S3Service service, std::string bucket, std::string key)
+    : S3RequestPolicy(service, service.regions.regionOfBucket(bucket)),
+      bucket_(std::move(bucket)),
+      key_(std::move(key)) {}
+
+Http::URI S3BucketPolicy::uri() const {
+  return bucketUri(service().endpoint, region(), bucket_, key_);
+}
+
+bool S3BucketPolicy::recover(const Http::Response& response, const Error& error,
+                             Http::Request& request) {
+  return recoverRegion(response, error, request) || recoverEncoding(response, error, request) ||
+         S3RequestPolicy::recover(response, error, request);
+}
+
+bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& error,
+                                   Http::Request& request) {
+  if (regionRecovered_ || !indicatesOtherRegion(error, region())) return false;
+  std::string actual = headerOrEmpty(response, "x-amz-bucket-region");
+  if (actual.empty()) actual = errorElement(response, "Region");
+  if (actual.empty()) actual = requestRegion();
+  if (!isRegionName(actual) || actual == region()) return false;
+
+  regionRecovered_ = true;
+  // After a redirect path and host belong together, and only the signature is wrong.
+  const bool isRedirected = request.uri.host() != uri().host();
+  service().regions.setRegionOfBucket(bucket_, actual);
+  setRegion(std::move(actual));
+  if (!isRedirected) request.uri.setHost(uri().host());
+  return true;
+}
+
+// A key may contain characters that XML cannot represent. The response is then no XML, unless the
+// request makes the service encode keys.
+bool S3BucketPolicy::recoverEncoding(const Http::Response& response, const Error& error,
+                                     Http::Request& request) {
+  const auto& query = request.uri.query();
+  const bool isListing = std::any_of(query.begin(), query.end(), [](const auto& parameter) {
+    return parameter.first == "list-type";
+  });
+  const std::string type = Util::lowerCase(headerOrEmpty(response, "content-type"));
+  const bool isHtml = type.find("html") != std::string::npos;
+  if (encodingRecovered_ || !isListing || isHtml || !response.isSuccessStatus() ||
+      error.errorType != CoreErrors::LocalFailure) {
+    return false;
+  }
+  encodingRecovered_ = true;
+  request.uri.addQueryStringParameter("encoding-type", "url");
+  request.uri.sortQuery();
+  return true;
+}
+
+std::string S3BucketPolicy::requestRegion() {
+  Http::Request request;
+  request.method = Http::Method::Head;
+  request.uri = bucketUri(service().endpoint, region(), bucket_);
+  authorize(request);
+  return headerOrEmpty(service().call.transfer(request), "x-amz-bucket-region");
+}
+
+}  // namespace CloudStorage::Client::S3

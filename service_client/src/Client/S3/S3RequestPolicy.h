@@ -1,0 +1,97 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "Auth/AWSV4Signer.h"
+#include "Client/S3/S3Addressing.h"
+#include "Client/S3/S3RegionCache.h"
+#include "Client/ServiceCall.h"
+
+namespace CloudStorage::Client::S3 {
+
+/// How far the service's clock is ahead of ours. Safe for concurrent use.
+class S3Clock {
+ public:
+  std::chrono::seconds offset() const { return std::chrono::seconds(offset_.load()); }
+  void setOffset(std::chrono::seconds offset) { offset_ = offset.count(); }
+
+ private:
+  std::atomic<std::chrono::seconds::rep> offset_{0};
+};
+
+/// What the calls of one client share.
+struct S3Service {
+  const S3Endpoint& endpoint;
+  const ServiceCall& call;
+  Auth::AWSV4Signer& signer;
+  S3RegionCache& regions;
+  S3Clock& clock;
+};
+
+/// Signs the requests of one call, and recovers from a wrong clock. Each cause of failure, here and
+/// in the policies below, is recovered from once a call.
+class S3RequestPolicy : public RequestPolicy {
+ public:
+  S3RequestPolicy(S3Service service, std::string region)
+      : service_(service), region_(std::move(region)) {}
+
+  void authorize(Http::Request& request) override;
+  bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+  bool redirect(const std::string& location, Http::Request& request) override;
+
+ protected:
+  const S3Service& service() const { return service_; }
+  const std::string& region() const { return region_; }
+  void setRegion(std::string region) { region_ = std::move(region); }
+
+ private:
+  bool recoverClock(const Http::Response& response, const Error& error);
+
+  S3Service service_;
+  std::string region_;
+  bool clockRecovered_ = false;
+};
+
+/// A call on the endpoint itself, which responds to a wrong region in the signature with the region
+/// that it expects.
+class S3EndpointPolicy : public S3RequestPolicy {
+ public:
+  /// Whether the expected region replaces the one in the signature. Not where the request's body
+  /// states a region as well: the two would contradict each other.
+  enum class RegionRecovery { Never, ThisCall, AllCalls };
+
+  S3EndpointPolicy(S3Service service, std::string region, RegionRecovery regionRecovery)
+      : S3RequestPolicy(service, std::move(region)), regionRecovery_(regionRecovery) {}
+
+  bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+
+ private:
+  bool recoverRegion(const Http::Response& response, const Error& error);
+
+  RegionRecovery regionRecovery_;
+};
+
+/// A call on a bucket, which may be in another region than the session's.
+class S3BucketPolicy : public S3RequestPolicy {
+ public:
+  S3BucketPolicy(S3Service service, std::string bucket, std::string key = {});
+
+  /// The address of the bucket, as far as its region is known.
+  Http::URI uri() const;
+  bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+
+ private:
+  bool recoverRegion(const Http::Response& response, const Error& error, Http::Request& request);
+  bool recoverEncoding(const Http::Response& response, const Error& error, Http::Request& request);
+  std::string requestRegion();
+
+  std::string bucket_;
+  std::string key_;
+  bool regionRecovered_ = false;
+  bool encodingRecovered_ = false;
+};
+
+}  // namespace CloudStorage::Client::S3
