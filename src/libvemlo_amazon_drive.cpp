@@ -196,7 +196,7 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
   } while (!pageToken.empty());
   VLOG(9) << "Got " << folders.size() << " directories. ";
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 

@@ -108,7 +108,7 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
     if (page.hasMore) cursor = page.cursor;
   } while (!cursor.empty());
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 

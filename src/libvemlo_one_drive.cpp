@@ -153,7 +153,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
   } while (!pageToken.empty());
   VLOG(9) << "Got " << folders.size() << " directories. ";
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 
