@@ -81,7 +81,7 @@ typedef struct proxy_setting {
   uint16_t port;
   /** Empty: no credentials are sent to the proxy. */
   const char *username;
-  /** The password for `username`. */
+  /** What goes with `username`. */
   const char *password;
 } proxy_setting;
 
