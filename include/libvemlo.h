@@ -5,38 +5,39 @@
  * One flat C interface to S3 and compatible stores, Azure storage blobs, Amazon Drive, Google
  * Drive, OneDrive and Dropbox.
  *
- * Conventions of every function below; a comment says so where a function departs from them.
+ * Conventions of all functions below. A function that departs from them states so in its comment.
  *
  *  1. Order of use: libvemlo_global_init() once; then per account a `libvemlo_<service>_init()`,
  *     calls on the session, a `libvemlo_<service>_cleanup()`; libvemlo_global_cleanup() once at the
  *     end.
- *  2. Order of arguments: the session, then inputs, then outs, a result before its count.
+ *  2. Order of arguments: the session, then inputs, then outputs, a result before its count.
  *  3. Strings are NUL-terminated UTF-8. Inputs belong to the caller, are only read during the call
  *     and are never kept.
- *  4. What an out receives is heap memory that belongs to the caller from then on: a single string
- *     is released with free(), records and arrays with the free_ functions below.
- *  5. Result codes: 0 is success. -1 means bad arguments: nothing was requested from the service
- *     and nothing logged, and outs are as they were unless the comment says otherwise. Positive
- *     codes mean that the service call failed; docs/error-codes.md lists those of the object
- *     stores.
+ *  4. An output receives heap memory that belongs to the caller from then on. A single string is
+ *     released with free(), records and arrays with the free_ functions below.
+ *  5. Result codes: 0 is success. -1 means bad arguments: nothing was requested from the service,
+ *     nothing was logged, and the outputs are unchanged unless the comment states otherwise.
+ *     Positive codes mean that the service call failed; docs/error-codes.md lists those of the
+ *     object stores.
  *  6. A failed service call writes one ERROR line to standard error and to the system log. A drive
- *     call whose token has expired writes one more, to standard error alone, for each attempt to
- *     get a new token that fails. A log line holds no secret, with one exception that is stated at
- *     the function (the token exchange). The log is glog's: the first session of the process makes
- *     it go to standard error, in colour, at the level of `verbose`, also for a host that uses glog
- *     itself.
+ *     call whose token has expired writes one more, to standard error only, for each failed attempt
+ *     to get a new token. A log line contains no secret, with one exception that is stated at the
+ *     function (the token exchange). The library logs with glog: the first session of the process
+ *     directs the log to standard error, in colour, at the level of `verbose`, also for a host that
+ *     uses glog itself.
  *  7. Threads: calls on one session may run on several threads at once, and so may calls on
  *     different sessions. Exceptions: the first session of a process must be opened from one
- *     thread, and the functions whose comment says so.
- *  8. Time: a call that asks a service blocks until it is answered. For each request there are at
- *     most four attempts, with pauses of 1, 2 and 3 seconds. An attempt is one send, which gives up
- *     after 30 seconds without a connection, 60 seconds without a byte, or 5 minutes in all; where
- *     the service says that the region or the clock of a signature is wrong, or that it does not
- *     know a filter, it is sent again at once. A drive call whose token has expired also waits for
- *     a new one. A request for tokens gives up after 30 seconds without a connection, which it
- *     tries for twice, or after a minute.
- *  9. No function throws through this interface or ends the process, and no result record is
- *     handed out half-filled. Running out of memory is not handled.
+ *     thread, and some functions are restricted by their comments.
+ *  8. Time: a call that sends requests blocks until they are completed. For each request there are
+ *     at most four attempts, with delays of 1, 2 and 3 seconds between them. An attempt sends the
+ *     request once and fails after 30 seconds without a connection, after 60 seconds without a
+ *     byte, or after 5 minutes in total. If the service reports that the region or the clock of a
+ *     signature is wrong, or that it does not support a filter, the request is retried at once
+ *     within the same attempt. A drive call whose token has expired also waits for a new token. A
+ *     token request fails after 30 seconds without a connection, which it tries to establish
+ *     twice, or after a minute.
+ *  9. No function throws through this interface or terminates the process, and no result record is
+ *     handed out partly filled. Running out of memory is not handled.
  */
 #ifndef LIBVEMLO_H
 #define LIBVEMLO_H
@@ -56,79 +57,81 @@ extern "C" {
 /* --------------------------------------------------------------- records and their release --- */
 
 /**
- * An open account, made by a `libvemlo_<service>_init()`. Good for that service's functions only.
+ * An open account, created by a `libvemlo_<service>_init()`. Valid for that service's functions
+ * only.
  */
 typedef struct session session;
 
 /** One folder. Released with free_directory(), arrays of it with free_diretories(). */
 typedef struct directory {
-  /** The name to show. For the object stores the full key prefix, its trailing "/" included. */
+  /** The display name. For the object stores the full key prefix, including its trailing "/". */
   char *name;
   /**
-   * What the drive services address the folder by: an id, or for Dropbox a path. Null for the
-   * object stores, whose folders are addressed by `name`.
+   * The identifier of the folder at a drive service: an id, or for Dropbox a path. Null for the
+   * object stores, whose folders are identified by `name`.
    */
   char *id;
 } directory;
 
-/** An HTTP proxy. Read only while a session is being opened; null strings count as empty. */
+/** An HTTP proxy. Read only while a session is being opened. Null strings count as empty. */
 typedef struct proxy_setting {
   /** Empty: no proxy. */
   const char *host;
-  /** 0: 1080. */
+  /** 0: port 1080. */
   uint16_t port;
-  /** Empty: the proxy is offered no credentials. */
+  /** Empty: no credentials are sent to the proxy. */
   const char *username;
   /** What goes with `username`. */
   const char *password;
 } proxy_setting;
 
-/** A location in which a bucket can be made. */
+/** A location in which a bucket can be created. */
 typedef struct location_contraint_name_mapping {
-  /** What s3_create_bucket() takes. 17 marks the end of a table. */
+  /** The code to pass to s3_create_bucket(). 17 marks the end of a table. */
   int32_t location_contraint;
   /**
-   * The name to show; null in the mark that ends a table, and in the one entry of the table for
-   * customized endpoints, which offer no choice. So end a walk at 17, not at a null name.
+   * The display name. Null in the record that ends a table, and in the only entry of the table for
+   * customized endpoints, which have no locations to choose from. So end an iteration at the code
+   * 17, not at a null name.
    */
   const char *name;
 } location_contraint_name_mapping;
 
 /**
- * Verbosity of the log: 0, the initial value, for failures only, 9 for every step. Copied into the
- * logger when the first session of the process is opened; later changes have no effect. Not
- * synchronized: set it before that.
+ * Verbosity of the log: 0, the initial value, for failures only; 9 for every step. Copied into the
+ * logger when the first session of the process is opened. Later changes have no effect. Not
+ * synchronized: set it before the first session is opened.
  */
 extern LIBVEMLO_API int verbose;
 
 /**
- * Releases a list of bucket names: `count` strings, then the array. With a null `buckets`, or a
- * `count` of 0 or less, does nothing at all, not even release the array (no function hands out
- * such an array). A `count` smaller than the list's own leaves the remaining strings allocated.
+ * Releases a list of bucket names: `count` strings, then the array. If `buckets` is null or `count`
+ * is 0 or less, does nothing; the array is not released either (no function hands out such an
+ * array). If `count` is smaller than the length of the list, the remaining strings stay allocated.
  * Any thread; does not block.
  */
 LIBVEMLO_API void free_buckets(char **buckets, int count);
 
 /**
- * Releases one record: its name, its id (either may be null), then the record. Does nothing with a
- * null `entry`. Any thread; does not block.
+ * Releases one record: its name, its id (either may be null), then the record. Does nothing if
+ * `entry` is null. Any thread; does not block.
  */
 LIBVEMLO_API void free_directory(directory *entry);
 
 /**
- * Releases an array of records: name and id of `count` records, then the array. With a null
- * `entries`, or a `count` of 0 or less, does nothing at all, not even release the array. A drive
- * service's listing that finds no folder may hand out a non-null array with a count of 0: release
- * that with free(). A `count` smaller than the array's own leaves the strings of the remaining
- * records allocated. Any thread; does not block.
+ * Releases an array of records: name and id of `count` records, then the array. If `entries` is
+ * null or `count` is 0 or less, does nothing; the array is not released either. A listing of a
+ * drive service that finds no folder may hand out a non-null array with a count of 0: release it
+ * with free(). If `count` is smaller than the length of the array, the strings of the remaining
+ * records stay allocated. Any thread; does not block.
  */
 LIBVEMLO_API void free_diretories(directory *entries, int count);
 
 /* ------------------------------------------------------------------------------ life cycle --- */
 
 /**
- * Initialises the crypto library for this process. Call it once, before any other function except
- * the location tables, while no other thread uses this library. Does not set up logging. Does not
+ * Initializes the crypto library for this process. Call it once, before any other function except
+ * the location tables, while no other thread uses this library. Does not set up the log. Does not
  * block.
  */
 LIBVEMLO_API void libvemlo_global_init(void);
@@ -141,14 +144,14 @@ LIBVEMLO_API void libvemlo_global_cleanup(void);
 
 /**
  * Opens a session with S3 or a compatible store. No connection is made and nothing is checked:
- * what is wrong with the arguments shows at the first call. The first session of a process, of
- * whichever service, also sets up the log: to standard error, coloured by severity, at the level
- * of `verbose`.
+ * wrong arguments cause the first call to fail. The first session of a process, of whichever
+ * service, also sets up the log: to standard error, coloured by severity, at the level of
+ * `verbose`.
  *
- * @param endpoint    `[http[s]://]host[:port][/base]`; without a scheme https. Empty:
+ * @param endpoint    `[http[s]://]host[:port][/base]`; https without a scheme. Empty:
  *                    https://s3.amazonaws.com. Must not be null.
- * @param region      The region to sign requests for, such as "eu-central-1". Empty: the one that
- *                    the endpoint names, else "us-east-1". Must not be null.
+ * @param region      The region for which requests are signed, such as "eu-central-1". Empty: the
+ *                    region that the endpoint names, otherwise "us-east-1". Must not be null.
  * @param access_key  Access key id. Must not be null.
  * @param secret_key  Secret access key. Must not be null.
  * @param proxy       Null: no proxy.
@@ -164,14 +167,14 @@ LIBVEMLO_API session *libvemlo_s3_init(const char *endpoint, const char *region,
  * Opens a session with an Azure storage account. No connection is made. Sets up the log as
  * libvemlo_s3_init() does, unless it returns null for a null argument.
  *
- * @param region        A region's or cloud's name such as "westeurope", "china" or
- *                      "usgovvirginia", which decides the cloud. Anything unknown, and empty: the
- *                      global cloud.
+ * @param region        The name of a region or cloud such as "westeurope", "china" or
+ *                      "usgovvirginia", which selects the cloud. Empty or unknown: the global
+ *                      cloud.
  * @param account_name  The storage account.
  * @param access_key    One of the account's keys, base64.
  * @param proxy         Null: no proxy.
  * @return The session, to be closed with libvemlo_azure_ssb_cleanup(). Null if one of the three
- *         strings is null (not logged), or if `access_key` is no base64 text (one ERROR line).
+ *         strings is null (not logged), or if `access_key` is not base64 text (one ERROR line).
  *
  * Not while another thread opens the first session. Does not block.
  */
@@ -180,8 +183,8 @@ LIBVEMLO_API session *libvemlo_azure_ssb_init(const char *region, const char *ac
 
 /**
  * Opens a session with Google Drive. No connection is made, and the session is not authorized yet:
- * that is done by google_drive_get_token(), or by google_drive_set_token() with tokens stored
- * earlier. Sets up the log as libvemlo_s3_init() does.
+ * google_drive_get_token() authorizes it, or google_drive_set_token() with tokens stored earlier.
+ * Sets up the log as libvemlo_s3_init() does.
  *
  * @param proxy  Null: no proxy.
  * @return The session, to be closed with libvemlo_google_drive_cleanup(). Never null.
@@ -200,12 +203,12 @@ LIBVEMLO_API session *libvemlo_one_drive_init(const proxy_setting *proxy);
 LIBVEMLO_API session *libvemlo_dropbox_init(const proxy_setting *proxy);
 
 /**
- * Closes a session of whichever service (the six functions do the same) and releases it. Does
- * nothing with a null session. Records handed out by the session's functions stay valid.
+ * Closes a session of any service (the six functions do the same) and releases it. Does nothing if
+ * the session is null. Records handed out by the session's functions stay valid.
  *
- * A call that is still running on another thread keeps what it needs until it returns, except on
- * an S3 session, which must not be closed while a call on it runs. No new call may be started on
- * the session. Does not block.
+ * A call that is still running on another thread completes normally, except on an S3 session,
+ * which must not be closed while a call on it runs. No new call may be started on the session. Does
+ * not block.
  */
 LIBVEMLO_API void libvemlo_s3_cleanup(session *handle);
 /** See libvemlo_s3_cleanup(). */
@@ -222,26 +225,26 @@ LIBVEMLO_API void libvemlo_dropbox_cleanup(session *handle);
 /* ----------------------------------------------------------------------- string encryption --- */
 
 /**
- * Enciphers a text with the library's fixed key, so that a secret does not stand in a
- * configuration file in clear. Equal texts give equal results. This keeps a secret from a casual
- * reader, not from one who has this library.
+ * Encrypts a text with the fixed key of the library, so that a configuration file contains no
+ * secret in clear text. Equal texts give equal results. This hides a secret from a casual reader,
+ * not from a person who has this library.
  *
  * @param text  The text. May be null.
  * @return Base64 text, to be released with free(), with a line break (CR LF) after every 72
- *         characters; whoever stores it in one line takes them out. Null if `text` is null (not
- *         logged) or if enciphering failed (one ERROR line).
+ *         characters; remove the line breaks to store the text in one line. Null if `text` is null
+ *         (not logged) or if the encryption failed (one ERROR line).
  *
  * Any thread, after libvemlo_global_init(). Does not block.
  */
 LIBVEMLO_API char *encrypt_string(const char *text);
 
 /**
- * The text that encrypt_string() made `text` from.
+ * Decrypts a text that encrypt_string() has encrypted.
  *
- * @param text  What encrypt_string() returned, with or without its line breaks. May be null.
+ * @param text  The result of encrypt_string(), with or without its line breaks. May be null.
  * @return The plain text, to be released with free(). Null if `text` is null (not logged) or cannot
- *         be deciphered (one ERROR line). Nothing proves that a text is unaltered: one that was
- *         tampered with may come back as another.
+ *         be decrypted (one ERROR line). The integrity of the text is not checked: if it was
+ *         altered, the result may be a different plain text.
  *
  * Any thread, after libvemlo_global_init(). Does not block.
  */
@@ -250,10 +253,10 @@ LIBVEMLO_API char *decrypt_string(const char *text);
 /* -------------------------------------------------------------------------------------- S3 --- */
 
 /**
- * The locations in which buckets can be made at the global AWS endpoint. No session is needed.
+ * The locations in which buckets can be created at the global AWS endpoint. No session is needed.
  *
  * @return The first record of a static table that ends with the code 17. Never null; not to be
- *         released, and not to be changed. Any thread; does not block.
+ *         released and not to be changed. Any thread; does not block.
  */
 LIBVEMLO_API location_contraint_name_mapping *s3_get_location_contraint_name_mappings(void);
 
@@ -264,8 +267,8 @@ LIBVEMLO_API location_contraint_name_mapping *s3_cn_get_location_contraint_name_
 LIBVEMLO_API location_contraint_name_mapping *wasabi_get_location_contraint_name_mappings(void);
 
 /**
- * The same for customized endpoints: one entry without a name, since such an endpoint offers no
- * choice.
+ * The same for customized endpoints: one entry without a name, since such an endpoint has no
+ * locations to choose from.
  */
 LIBVEMLO_API location_contraint_name_mapping *customized_get_location_contraint_name_mappings(void);
 
@@ -284,16 +287,16 @@ LIBVEMLO_API location_contraint_name_mapping *customized_get_location_contraint_
 LIBVEMLO_API int s3_list_bucket(session *handle, char ***buckets, int *count);
 
 /**
- * Makes a bucket. The service judges the name.
+ * Creates a bucket. The service validates the name.
  *
  * @param handle              An S3 session.
  * @param bucket              The bucket's name. Must not be null.
- * @param location_contraint  A code from the table of the session's flavour; 16 for a customized
- *                            endpoint.
+ * @param location_contraint  A code from the table for the session's kind of endpoint; 16 for a
+ *                            customized endpoint.
  * @return 0: done.
  *         -1: `handle` is null or not a session of S3.
- *         Positive: the request failed, or was not sent because the name is empty or the code is no
- *         location; a code of docs/error-codes.md. One ERROR line.
+ *         Positive: the request failed, or was not sent because the name is empty or the code is
+ *         not that of a location; a code of docs/error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -318,8 +321,8 @@ LIBVEMLO_API int s3_list_directory(session *handle, const char *bucket, const ch
                                    directory **directories, int *count);
 
 /**
- * Makes a folder by storing an empty object of its name, which replaces an object of that very key.
- * Parents need not exist and are not made; what is in an existing folder stays.
+ * Creates a folder by storing an empty object of its name, which replaces an object with the same
+ * key. Parents need not exist and are not created. The contents of an existing folder stay.
  *
  * @param handle  An S3 session.
  * @param bucket  The bucket's name. Must not be null.
@@ -342,7 +345,8 @@ LIBVEMLO_API int s3_create_directory(session *handle, const char *bucket, const 
  * @param buckets  Receives the names, or null if there are none. Cleared before the first request.
  * @param count    Receives their number. Cleared before the first request.
  * @return 0: done; release with free_buckets().
- *         -1: an argument is null, or the session is not one of Azure (the outs are cleared then).
+ *         -1: an argument is null, or the session is not one of Azure, in which case the outputs
+ *         are cleared.
  *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
  *         list.
  *
@@ -351,7 +355,7 @@ LIBVEMLO_API int s3_create_directory(session *handle, const char *bucket, const 
 LIBVEMLO_API int azure_ssb_list_bucket(session *handle, char ***buckets, int *count);
 
 /**
- * Makes a container. The service judges the name.
+ * Creates a container. The service validates the name.
  *
  * @param handle  An Azure session.
  * @param bucket  The container's name.
@@ -373,7 +377,8 @@ LIBVEMLO_API int azure_ssb_create_bucket(session *handle, const char *bucket);
  *                     request.
  * @param count        Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories().
- *         -1: an argument is null, or the session is not one of Azure (the outs are cleared then).
+ *         -1: an argument is null, or the session is not one of Azure, in which case the outputs
+ *         are cleared.
  *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
  *         list.
  *
@@ -383,8 +388,8 @@ LIBVEMLO_API int azure_ssb_list_directory(session *handle, const char *bucket, c
                                           directory **directories, int *count);
 
 /**
- * Makes a folder by storing an empty blob of its name, which replaces a blob of that very name.
- * Parents need not exist and are not made; what is in an existing folder stays.
+ * Creates a folder by storing an empty blob of its name, which replaces a blob with the same name.
+ * Parents need not exist and are not created. The contents of an existing folder stay.
  *
  * @param handle  An Azure session.
  * @param bucket  The container's name. Must not be null.
@@ -401,7 +406,7 @@ LIBVEMLO_API int azure_ssb_create_directory(session *handle, const char *bucket,
 /* ---------------------------------------------------------------------------- Amazon Drive --- */
 
 /**
- * The address of the page on which a user grants access to an Amazon Drive account. No network
+ * The address of the web page on which a user grants access to an Amazon Drive account. No network
  * traffic.
  *
  * @param handle  An Amazon Drive session.
@@ -414,17 +419,17 @@ LIBVEMLO_API int azure_ssb_create_directory(session *handle, const char *bucket,
 LIBVEMLO_API int amazon_drive_get_authorize_url(session *handle, char **url);
 
 /**
- * Trades the authorization code, with which the service sent the user back to the redirect page,
- * for tokens. On success the session is authorized and need not be given the tokens.
+ * Exchanges the authorization code, which the service passes to the redirect page, for tokens. On
+ * success the session is authorized without a call of amazon_drive_set_token().
  *
  * @param handle         An Amazon Drive session.
- * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param code           The authorization code, percent-decoded. Valid for one exchange.
  * @param access_token   Receives the access token. Cleared before the request.
  * @param refresh_token  Receives the refresh token. Cleared before the request.
  * @return 0: done; release with free().
  *         -1: an argument is null, or the session is not one of Amazon Drive.
- *         340: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
- *         which holds the code and any token in clear.
+ *         340: the exchange failed, or the response lacks one of the tokens. One ERROR line,
+ *         which contains the code and any token in clear text.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
@@ -432,8 +437,8 @@ LIBVEMLO_API int amazon_drive_get_token(session *handle, const char *code, char 
                                         char **refresh_token);
 
 /**
- * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
- * next call.
+ * Authorizes a session with tokens stored earlier. They are not checked: an invalid token causes
+ * the next call to fail.
  *
  * @param handle         An Amazon Drive session.
  * @param access_token   The access token.
@@ -447,8 +452,8 @@ LIBVEMLO_API int amazon_drive_set_token(session *handle, const char *access_toke
                                         const char *refresh_token);
 
 /**
- * Asks the service for the addresses under which the account is served, even if they are known.
- * Other calls ask by themselves when they need them.
+ * Requests the account's endpoints, the addresses at which it is served, from the service, even if
+ * they are known. Other calls request them when necessary.
  *
  * @param handle  An authorized Amazon Drive session.
  * @return 0: done.
@@ -460,29 +465,28 @@ LIBVEMLO_API int amazon_drive_set_token(session *handle, const char *access_toke
 LIBVEMLO_API int amazon_drive_get_endpoint(session *handle);
 
 /**
- * Proves that the session's tokens work by reading the account's profile. On success the holder's
- * name and e-mail address are logged, two lines at ERROR severity.
+ * Checks that the session's tokens are valid by reading the account's profile. On success the name
+ * and the e-mail address of the account's holder are logged, two lines at ERROR severity.
  *
  * @param handle  An authorized Amazon Drive session.
  * @return 0: the profile was read.
  *         -1: `handle` is null or not a session of Amazon Drive.
  *         1: a request failed. One ERROR line.
  *
- * Blocks for one request, and one more if the
- * endpoints are not known yet.
+ * Blocks for one request, and one more if the endpoints are not known yet.
  */
 LIBVEMLO_API int amazon_drive_test_api(session *handle);
 
 /**
- * Finds the account's root folder. If the service reports several, the first of them, with one
- * ERROR line.
+ * Finds the account's root folder. If the service reports several, the result is the first of them,
+ * and one ERROR line is written.
  *
  * @param handle  An authorized Amazon Drive session.
  * @param root    Receives the record. Cleared before the request.
  * @return 0: done; release with free_directory().
  *         -1: an argument is null, or the session is not one of Amazon Drive.
- *         1: a request failed. One ERROR line. 100: the account has no root folder. Nothing
- *         is logged.
+ *         1: a request failed. One ERROR line.
+ *         100: the account has no root folder. Nothing is logged.
  *
  * Blocks for one request, and one more if the endpoints are not known yet.
  */
@@ -492,7 +496,7 @@ LIBVEMLO_API int amazon_drive_get_root_directory(session *handle, directory **ro
  * Lists all folders directly below a folder, in the service's order.
  *
  * @param handle    An authorized Amazon Drive session.
- * @param parent    The folder; its `id` counts and must not be null.
+ * @param parent    The folder, identified by its `id`, which must not be null.
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
@@ -505,12 +509,13 @@ LIBVEMLO_API int amazon_drive_list_directory(session *handle, const directory *p
                                              directory **children, int *count);
 
 /**
- * Makes a folder.
+ * Creates a folder.
  *
  * @param handle   An authorized Amazon Drive session.
- * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param parent   The parent folder, identified by its `id`, which must not be null.
  * @param name     The new folder's name.
- * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @param created  Receives the record, with the name that the service reports. Cleared before the
+ *                 request.
  * @return 0: done; release with free_directory().
  *         -1: an argument or the parent's id is null, or the session is not one of Amazon Drive.
  *         1: a request failed. One ERROR line.
@@ -523,7 +528,7 @@ LIBVEMLO_API int amazon_drive_create_directory(session *handle, const directory 
 /* ---------------------------------------------------------------------------- Google Drive --- */
 
 /**
- * The address of the page on which a user grants access to a Google Drive account. No network
+ * The address of the web page on which a user grants access to a Google Drive account. No network
  * traffic.
  *
  * @param handle  A Google Drive session.
@@ -536,17 +541,17 @@ LIBVEMLO_API int amazon_drive_create_directory(session *handle, const directory 
 LIBVEMLO_API int google_drive_get_authorize_url(session *handle, char **url);
 
 /**
- * Trades the authorization code, with which the service sent the user back to the redirect page,
- * for tokens. On success the session is authorized and need not be given the tokens.
+ * Exchanges the authorization code, which the service passes to the redirect page, for tokens. On
+ * success the session is authorized without a call of google_drive_set_token().
  *
  * @param handle         A Google Drive session.
- * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param code           The authorization code, percent-decoded. Valid for one exchange.
  * @param access_token   Receives the access token. Cleared before the request.
  * @param refresh_token  Receives the refresh token. Cleared before the request.
  * @return 0: done; release with free().
  *         -1: an argument is null, or the session is not one of Google Drive.
- *         337: the exchange failed, or its answer lacks one of the tokens. One ERROR line,
- *         which holds the code and any token in clear.
+ *         337: the exchange failed, or the response lacks one of the tokens. One ERROR line,
+ *         which contains the code and any token in clear text.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
@@ -554,8 +559,8 @@ LIBVEMLO_API int google_drive_get_token(session *handle, const char *code, char 
                                         char **refresh_token);
 
 /**
- * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
- * next call.
+ * Authorizes a session with tokens stored earlier. They are not checked: an invalid token causes
+ * the next call to fail.
  *
  * @param handle         A Google Drive session.
  * @param access_token   The access token.
@@ -585,7 +590,7 @@ LIBVEMLO_API int google_drive_get_root_directory(session *handle, directory **ro
  * Lists all folders directly below a folder, in the service's order.
  *
  * @param handle    An authorized Google Drive session.
- * @param parent    The folder; its `id` counts and must not be null.
+ * @param parent    The folder, identified by its `id`, which must not be null.
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
@@ -598,12 +603,13 @@ LIBVEMLO_API int google_drive_list_directory(session *handle, const directory *p
                                              directory **children, int *count);
 
 /**
- * Makes a folder. A second folder of the same name is made if there is one already.
+ * Creates a folder. If a folder of this name exists, a second one is created.
  *
  * @param handle   An authorized Google Drive session.
- * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param parent   The parent folder, identified by its `id`, which must not be null.
  * @param name     The new folder's name.
- * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @param created  Receives the record, with the name that the service reports. Cleared before the
+ *                 request.
  * @return 0: done; release with free_directory().
  *         -1: an argument or the parent's id is null, or the session is not one of Google Drive.
  *         1: a request failed. One ERROR line.
@@ -616,7 +622,8 @@ LIBVEMLO_API int google_drive_create_directory(session *handle, const directory 
 /* -------------------------------------------------------------------------------- OneDrive --- */
 
 /**
- * The address of the page on which a user grants access to a OneDrive account. No network traffic.
+ * The address of the web page on which a user grants access to a OneDrive account. No network
+ * traffic.
  *
  * @param handle  A OneDrive session.
  * @param url     Receives the address. Cleared after the argument check.
@@ -628,7 +635,7 @@ LIBVEMLO_API int google_drive_create_directory(session *handle, const directory 
 LIBVEMLO_API int one_drive_get_authorize_url(session *handle, char **url);
 
 /**
- * The address that signs a user out and then leads to the redirect page. No network traffic.
+ * The address that signs a user out and then redirects to the redirect page. No network traffic.
  *
  * @param handle  A OneDrive session.
  * @param url     Receives the address. Cleared after the argument check.
@@ -640,17 +647,17 @@ LIBVEMLO_API int one_drive_get_authorize_url(session *handle, char **url);
 LIBVEMLO_API int one_drive_get_logout_url(session *handle, char **url);
 
 /**
- * Trades the authorization code, with which the service sent the user back to the redirect page,
- * for tokens. On success the session is authorized and need not be given the tokens.
+ * Exchanges the authorization code, which the service passes to the redirect page, for tokens. On
+ * success the session is authorized without a call of one_drive_set_token().
  *
  * @param handle         A OneDrive session.
- * @param code           The authorization code, percent-decoded. Good for one exchange.
+ * @param code           The authorization code, percent-decoded. Valid for one exchange.
  * @param access_token   Receives the access token. Cleared before the request.
  * @param refresh_token  Receives the refresh token. Cleared before the request.
- * @return 0: done; release with free(). An answer without a refresh token is a success with an
- *         empty `*refresh_token`.
+ * @return 0: done; release with free(). A response without a refresh token is a success with
+ *         an empty `*refresh_token`.
  *         -1: an argument is null, or the session is not one of OneDrive.
- *         343: the exchange failed. One ERROR line, which holds the code in clear.
+ *         343: the exchange failed. One ERROR line, which contains the code in clear text.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
@@ -658,8 +665,8 @@ LIBVEMLO_API int one_drive_get_token(session *handle, const char *code, char **a
                                      char **refresh_token);
 
 /**
- * Authorizes a session with tokens stored earlier. They are not checked: a bad one shows at the
- * next call.
+ * Authorizes a session with tokens stored earlier. They are not checked: an invalid token causes
+ * the next call to fail.
  *
  * @param handle         A OneDrive session.
  * @param access_token   The access token.
@@ -686,11 +693,11 @@ LIBVEMLO_API int one_drive_set_token(session *handle, const char *access_token,
 LIBVEMLO_API int one_drive_get_root_directory(session *handle, directory **root);
 
 /**
- * Lists all folders directly below a folder, in the service's order. Folders that others share
- * with the user are among them, except on a business drive.
+ * Lists all folders directly below a folder, in the service's order. The list includes folders that
+ * others share with the user, except on a business drive.
  *
  * @param handle    An authorized OneDrive session.
- * @param parent    The folder; its `id` counts and must not be null.
+ * @param parent    The folder, identified by its `id`, which must not be null.
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
@@ -703,12 +710,13 @@ LIBVEMLO_API int one_drive_list_directory(session *handle, const directory *pare
                                           directory **children, int *count);
 
 /**
- * Makes a folder.
+ * Creates a folder.
  *
  * @param handle   An authorized OneDrive session.
- * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param parent   The parent folder, identified by its `id`, which must not be null.
  * @param name     The new folder's name.
- * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @param created  Receives the record, with the name that the service reports. Cleared before the
+ *                 request.
  * @return 0: done; release with free_directory().
  *         -1: an argument or the parent's id is null, or the session is not one of OneDrive.
  *         1: a request failed. One ERROR line.
@@ -721,7 +729,8 @@ LIBVEMLO_API int one_drive_create_directory(session *handle, const directory *pa
 /* --------------------------------------------------------------------------------- Dropbox --- */
 
 /**
- * The address of the page on which a user grants access to a Dropbox account. No network traffic.
+ * The address of the web page on which a user grants access to a Dropbox account. No network
+ * traffic.
  *
  * @param handle  A Dropbox session.
  * @param url     Receives the address. Cleared after the argument check.
@@ -733,27 +742,27 @@ LIBVEMLO_API int one_drive_create_directory(session *handle, const directory *pa
 LIBVEMLO_API int dropbox_get_authorize_url(session *handle, char **url);
 
 /**
- * Trades the authorization code, with which the service sent the user back to the redirect page,
- * for tokens. On success the session is authorized and need not be given the tokens. It also keeps
- * a refresh token, which is not handed out: a session that is given the access token later ends
- * with it, after some hours. If the bundled service-client layer was built with
- * VEMLO_DROPBOX_DURABLE_TOKEN, what is handed out holds both and lasts, but is not what requests
- * of the host's own would have to carry.
+ * Exchanges the authorization code, which the service passes to the redirect page, for tokens. On
+ * success the session is authorized without a call of dropbox_set_token(). The session also keeps a
+ * refresh token, which is not handed out: a session that is authorized with the access token later
+ * works until that token expires, after some hours. If the bundled service-client layer was built
+ * with VEMLO_DROPBOX_DURABLE_TOKEN, the text handed out contains both tokens and does not expire
+ * with the access token, but the host cannot use it in requests of its own.
  *
  * @param handle        A Dropbox session.
- * @param code          The authorization code, percent-decoded. Good for one exchange.
+ * @param code          The authorization code, percent-decoded. Valid for one exchange.
  * @param access_token  Receives the access token. Cleared before the request.
  * @return 0: done; release with free().
  *         -1: an argument is null, or the session is not one of Dropbox.
- *         343: the exchange failed. One ERROR line, which holds the code in clear.
+ *         343: the exchange failed. One ERROR line, which contains the code in clear text.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
 LIBVEMLO_API int dropbox_get_token(session *handle, const char *code, char **access_token);
 
 /**
- * Authorizes a session with an access token stored earlier. It is not checked: a bad one shows at
- * the next call. A refresh token that the session holds stays in place.
+ * Authorizes a session with an access token stored earlier. It is not checked: an invalid token
+ * causes the next call to fail. A refresh token that the session holds is kept.
  *
  * @param handle        A Dropbox session.
  * @param access_token  The access token.
@@ -767,12 +776,12 @@ LIBVEMLO_API int dropbox_set_token(session *handle, const char *access_token);
 /**
  * Lists the folders directly below a folder, in the service's order. The root folder's id is "/".
  *
- * The bundled service-client layer gets a folder whole, however many pages the service makes of it.
- * With a layer that hands out single pages, a folder of several cannot be listed: the last one is
- * asked for again and again until a request fails, and that failure is the result.
+ * The bundled service-client layer returns a folder as one page, whatever the number of pages of
+ * the service. With a layer that returns single pages, a folder of several pages cannot be listed:
+ * the last page is requested again until a request fails, and that failure is the result.
  *
  * @param handle    An authorized Dropbox session.
- * @param parent    The folder; its `id` counts and must not be null.
+ * @param parent    The folder, identified by its `id`, which must not be null.
  * @param children  Receives the records. Cleared before the first request.
  * @param count     Receives their number. Cleared before the first request.
  * @return 0: done; release with free_diretories(), or with free() if the count is 0.
@@ -785,13 +794,15 @@ LIBVEMLO_API int dropbox_list_directory(session *handle, const directory *parent
                                         directory **children, int *count);
 
 /**
- * Makes a folder at the parent's id, a slash and the name. That is "//name" under the root record;
- * the bundled service-client layer sends one slash, as the service refuses two.
+ * Creates a folder at the path that consists of the parent's id, a slash and the name. Below the
+ * root folder that is "//name"; the bundled service-client layer sends one slash, as the service
+ * rejects two.
  *
  * @param handle   An authorized Dropbox session.
- * @param parent   The folder to make it in; its `id` counts and must not be null.
+ * @param parent   The parent folder, identified by its `id`, which must not be null.
  * @param name     The new folder's name.
- * @param created  Receives the record, named as the service names it. Cleared before the request.
+ * @param created  Receives the record, with the name that the service reports. Cleared before the
+ *                 request.
  * @return 0: done; release with free_directory().
  *         -1: an argument or the parent's id is null, or the session is not one of Dropbox.
  *         1: a request failed. One ERROR line.

@@ -27,29 +27,29 @@ constexpr char kFolderFilter[] = "kind:FOLDER AND status:AVAILABLE";
 constexpr char kSort[] = "[kind,name]";
 constexpr int kPageSize = 100;
 
-// The id goes in as it is.
+// The id is not escaped.
 std::string filterForFoldersIn(const std::string& parentId) {
   return std::string(kFolderFilter) + " AND parents:\"" + parentId + '"';
 }
 
-void keepEndpoints(AmazonDriveClient& client, const Model::GetEndpointResult& found) {
+void storeEndpoints(AmazonDriveClient& client, const Model::GetEndpointResult& found) {
   client.setEndpoints({found.contentUrl, found.metadataUrl});
 }
 
-// Makes sure that it is known where the account is served.
-int checkEndpoint(const std::shared_ptr<AmazonDriveClient>& client) {
+// Requests the endpoints of the account unless the client has them.
+int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client) {
   const auto endpoints = client->endpoints();
   if (!endpoints.content.empty() && !endpoints.metadata.empty()) return libvemlo::kSuccess;
 
   const auto outcome = client->getEndpoint(Model::ComRequest());
   if (!outcome.isSuccess()) {
     const auto& error = outcome.getError();
-    // With a line break of its own, which the log's readers are used to.
+    // Existing log readers expect the trailing line break.
     SYSLOG(ERROR) << "Failed to get Endpoint. error: " << error.exceptionName << ' '
                   << error.message << '\n';
     return libvemlo::kServiceFailure;
   }
-  keepEndpoints(*client, outcome.getResult());
+  storeEndpoints(*client, outcome.getResult());
   return libvemlo::kSuccess;
 }
 
@@ -57,7 +57,7 @@ int checkEndpoint(const std::shared_ptr<AmazonDriveClient>& client) {
 
 int amazon_drive_get_authorize_url(session* handle, char** url) {
   if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
@@ -71,14 +71,12 @@ int amazon_drive_get_token(session* handle, const char* code, char** access_toke
                            char** refresh_token) {
   if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
   if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *access_token = nullptr;
   *refresh_token = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
   if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
       exchange.refreshToken.empty()) {
     SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
@@ -95,18 +93,15 @@ int amazon_drive_set_token(session* handle, const char* access_token, const char
   if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
     return libvemlo::kBadArguments;
   }
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  const auto credential = libvemlo::credentialOf(*client);
-  if (!credential) return libvemlo::kBadArguments;
-
-  credential->setTokens(access_token, refresh_token);
-  return libvemlo::kSuccess;
+  const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
+  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
 }
 
 int amazon_drive_get_endpoint(session* handle) {
   if (handle == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
 
   const auto outcome = client->getEndpoint(Model::ComRequest());
@@ -114,23 +109,23 @@ int amazon_drive_get_endpoint(session* handle) {
     SYSLOG(ERROR) << "Failed to get Endpoint. " << outcome.getError().message;
     return libvemlo::kServiceFailure;
   }
-  keepEndpoints(*client, outcome.getResult());
+  storeEndpoints(*client, outcome.getResult());
   return libvemlo::kSuccess;
 }
 
 int amazon_drive_test_api(session* handle) {
   if (handle == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
   const auto outcome = client->getProfile(Model::ComRequest());
   if (!outcome.isSuccess()) {
-    // The words of another operation, which hosts' log filters know.
+    // The text is that of another operation; log filters of hosts match it.
     SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
     return libvemlo::kServiceFailure;
   }
-  // At this severity so that whoever tries an account out sees whose it is.
+  // At ERROR severity, so that the account's holder is visible at every verbosity.
   const auto& resource = outcome.getResult();
   SYSLOG(ERROR) << "resource.getName(): " << resource.name;
   SYSLOG(ERROR) << "resource.getEmail(): " << resource.email;
@@ -139,10 +134,10 @@ int amazon_drive_test_api(session* handle) {
 
 int amazon_drive_get_root_directory(session* handle, directory** root) {
   if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
-  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
   Model::ListFileResourceRequest request;
   request.endpoint = client->endpoints().metadata;
@@ -167,11 +162,11 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
-  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
   VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << kFolderFilter;
   Model::ListFileResourceRequest request;
@@ -194,7 +189,7 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
   } while (!pageToken.empty());
   VLOG(9) << "Got " << folders.size() << " directories. ";
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 
@@ -203,10 +198,10 @@ int amazon_drive_create_directory(session* handle, const directory* parent, cons
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->amazon_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
-  if (checkEndpoint(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
   Model::FileRequest request;
   request.endpoint = client->endpoints().metadata;

@@ -6,6 +6,7 @@
 #include "CloudStorage/Client/AzureSSB/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/object_store.h"
+#include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
@@ -23,7 +24,7 @@ int azure_ssb_list_bucket(session* handle, char*** buckets, int* count) {
   if (handle == nullptr) return libvemlo::kBadArguments;
   *buckets = nullptr;
   *count = 0;
-  const auto client = handle->azure_ssb_client;  // outlives a concurrent cleanup
+  const auto client = handle->azure_ssb_client;
   if (!client) return libvemlo::kBadArguments;
 
   Model::ListContainerRequest request;
@@ -45,7 +46,7 @@ int azure_ssb_list_bucket(session* handle, char*** buckets, int* count) {
 
 int azure_ssb_create_bucket(session* handle, const char* bucket) {
   if (handle == nullptr || bucket == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->azure_ssb_client;  // outlives a concurrent cleanup
+  const auto client = handle->azure_ssb_client;
   if (!client) return libvemlo::kBadArguments;
 
   Model::CreateContainerRequest request;
@@ -62,7 +63,7 @@ int azure_ssb_list_directory(session* handle, const char* bucket, const char* pr
   }
   *directories = nullptr;
   *count = 0;
-  const auto client = handle->azure_ssb_client;  // outlives a concurrent cleanup
+  const auto client = handle->azure_ssb_client;
   if (!client) return libvemlo::kBadArguments;
 
   Model::ListBlobRequest request;
@@ -70,12 +71,12 @@ int azure_ssb_list_directory(session* handle, const char* bucket, const char* pr
   request.delimiter = "/";
   request.maxResults = kPageSize;
   request.prefix = prefix;
-  // The first page is asked for twice, on purpose: once to see that the container can be listed at
-  // all, and then as the beginning of the listing.
+  // The first page is requested twice on purpose: once to check that the container can be listed,
+  // then as the beginning of the listing.
   const auto probe = client->listBlob(request);
   if (!probe.isSuccess()) return libvemlo::reportFailure(probe.getError());
 
-  libvemlo::NameList prefixes;
+  libvemlo::DirectoryList prefixes;
   std::string marker;
   do {
     const auto outcome = client->listBlob(request);
@@ -83,7 +84,7 @@ int azure_ssb_list_directory(session* handle, const char* bucket, const char* pr
     const auto& page = outcome.getResult();
     marker = page.nextMarker;
     request.marker = marker;
-    for (const auto& blobPrefix : page.blobPrefixes) prefixes.add(blobPrefix.name);
+    for (const auto& blobPrefix : page.blobPrefixes) prefixes.addPrefix(blobPrefix.name);
   } while (!marker.empty());
 
   std::move(prefixes).handOut(directories, count);
@@ -94,7 +95,7 @@ int azure_ssb_create_directory(session* handle, const char* bucket, const char* 
   if (handle == nullptr || path == nullptr) return libvemlo::kBadArguments;
   const std::size_t length = std::strlen(path);
   if (length < 2 || path[0] == '/' || path[length - 1] != '/') return libvemlo::kBadArguments;
-  const auto client = handle->azure_ssb_client;  // outlives a concurrent cleanup
+  const auto client = handle->azure_ssb_client;
   if (!client) return libvemlo::kBadArguments;
 
   Model::PutBlobRequest request;
@@ -103,6 +104,6 @@ int azure_ssb_create_directory(session* handle, const char* bucket, const char* 
   request.blob = path;
   request.blobType = AzureSSBClient::BLOB_TYPE_BLOCK_BLOB;
   const auto outcome = client->putBlob(request);
-  // Not logged: a host that makes a folder tells its user itself.
-  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultOf(outcome.getError());
+  // Not logged: reporting the failure to the user is left to the host.
+  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultCodeOf(outcome.getError());
 }

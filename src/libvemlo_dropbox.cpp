@@ -16,11 +16,11 @@ namespace Model = CloudStorage::Client::Dropbox::Model;
 
 namespace {
 
-constexpr char kScope[] = "";  // all that the application is registered for
+constexpr char kScope[] = "";  // every scope that the application is registered for
 constexpr int kExchangeFailed = 343;
 
 constexpr char kRoot[] = "/";
-constexpr char kServiceRoot[] = "";  // what the service calls it
+constexpr char kServiceRoot[] = "";  // the path of the root in requests
 constexpr char kFolderTag[] = "folder";
 
 void addFolders(const Model::ListFolderResult& page, libvemlo::DirectoryList& folders) {
@@ -34,7 +34,7 @@ void addFolders(const Model::ListFolderResult& page, libvemlo::DirectoryList& fo
 
 int dropbox_get_authorize_url(session* handle, char** url) {
   if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  const auto client = handle->dropbox_client;
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
@@ -49,13 +49,11 @@ int dropbox_get_token(session* handle, const char* code, char** access_token) {
   if (handle == nullptr || code == nullptr || access_token == nullptr) {
     return libvemlo::kBadArguments;
   }
-  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  const auto client = handle->dropbox_client;
   if (!client) return libvemlo::kBadArguments;
   *access_token = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
   if (!exchange.status.isSuccess()) {
     SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
     return kExchangeFailed;
@@ -66,13 +64,10 @@ int dropbox_get_token(session* handle, const char* code, char** access_token) {
 
 int dropbox_set_token(session* handle, const char* access_token) {
   if (handle == nullptr || access_token == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  const auto client = handle->dropbox_client;
   if (!client) return libvemlo::kBadArguments;
-  const auto credential = libvemlo::credentialOf(*client);
-  if (!credential) return libvemlo::kBadArguments;
-
-  credential->setAccessToken(access_token);
-  return libvemlo::kSuccess;
+  const bool stored = libvemlo::storeAccessToken(*client, access_token);
+  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
 }
 
 int dropbox_list_directory(session* handle, const directory* parent, directory** children,
@@ -80,7 +75,7 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  const auto client = handle->dropbox_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
@@ -93,8 +88,8 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
   request.includeHasExplicitSharedMembers = false;
   libvemlo::DirectoryList folders;
   std::string cursor;
-  // Once there is a cursor it stays, so that a client that hands out a folder in several pieces is
-  // asked for what follows the last piece until it fails. Ours hands it out in one.
+  // The cursor is never cleared: with a client that returns a folder in several pages, the last
+  // page is requested again until a request fails. The bundled client returns a folder as one page.
   do {
     if (!cursor.empty()) request.cursor = cursor;
     const auto outcome = client->listFolder(request);
@@ -107,7 +102,7 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
     if (page.hasMore) cursor = page.cursor;
   } while (!cursor.empty());
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 
@@ -116,7 +111,7 @@ int dropbox_create_directory(session* handle, const directory* parent, const cha
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->dropbox_client;  // outlives a concurrent cleanup
+  const auto client = handle->dropbox_client;
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
 

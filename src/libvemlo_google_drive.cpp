@@ -23,7 +23,7 @@ constexpr char kFolderMimeType[] = "application/vnd.google-apps.folder";
 constexpr char kOrder[] = "folder,name";
 constexpr int kPageSize = 500;
 
-// The id goes in as it is: one with a quotation mark makes a query that the service refuses.
+// The id is not escaped: the service rejects the query if the id contains a quotation mark.
 std::string queryForFoldersIn(const std::string& parentId) {
   return "'" + parentId + "' in parents and trashed = false and mimeType = '" + kFolderMimeType +
          "'";
@@ -33,13 +33,13 @@ std::string queryForFoldersIn(const std::string& parentId) {
 
 int google_drive_get_authorize_url(session* handle, char** url) {
   if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
   OAuth2RequestOptions options;
   options.scope = kScope;
-  // Without both, a user who gave consent before would come back without a refresh token.
+  // Without both, the service issues no refresh token to a user who has given consent before.
   options.accessType = "offline";
   options.approvalPrompt = "force";
   *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
@@ -50,14 +50,12 @@ int google_drive_get_token(session* handle, const char* code, char** access_toke
                            char** refresh_token) {
   if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
   if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *access_token = nullptr;
   *refresh_token = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
   if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
       exchange.refreshToken.empty()) {
     SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
@@ -74,18 +72,15 @@ int google_drive_set_token(session* handle, const char* access_token, const char
   if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
     return libvemlo::kBadArguments;
   }
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  const auto credential = libvemlo::credentialOf(*client);
-  if (!credential) return libvemlo::kBadArguments;
-
-  credential->setTokens(access_token, refresh_token);
-  return libvemlo::kSuccess;
+  const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
+  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
 }
 
 int google_drive_get_root_directory(session* handle, directory** root) {
   if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
 
@@ -106,7 +101,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
@@ -132,7 +127,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
   } while (!pageToken.empty());
   VLOG(9) << "Got " << folders.size() << " directories. ";
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 
@@ -141,7 +136,7 @@ int google_drive_create_directory(session* handle, const directory* parent, cons
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->google_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
 

@@ -25,18 +25,18 @@ constexpr char kRootAlias[] = "root";
 constexpr char kRootName[] = "/";
 constexpr char kBusinessDrive[] = "business";
 constexpr char kFolderFilter[] = "folder ne null";
-// What others share with the user appears as a remote item, which has no folder facet of its own.
+// A folder that others share with the user is a remote item, which has no folder facet.
 constexpr char kFolderOrSharedFilter[] = "folder ne null or remoteItem ne null";
 constexpr int kPageSize = 500;
 
-// The service has names of its own for the root, in the user's language.
+// The service's own name for the root depends on the user's language.
 std::string_view nameOf(const Model::DriveItem& item) { return item.root ? kRootName : item.name; }
 
 }  // namespace
 
 int one_drive_get_authorize_url(session* handle, char** url) {
   if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
@@ -48,7 +48,7 @@ int one_drive_get_authorize_url(session* handle, char** url) {
 
 int one_drive_get_logout_url(session* handle, char** url) {
   if (handle == nullptr || url == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
@@ -62,14 +62,12 @@ int one_drive_get_token(session* handle, const char* code, char** access_token,
                         char** refresh_token) {
   if (handle == nullptr || code == nullptr) return libvemlo::kBadArguments;
   if (access_token == nullptr || refresh_token == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *access_token = nullptr;
   *refresh_token = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  const auto exchange = libvemlo::exchangeCode(*client, code, options);
+  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
   if (!exchange.status.isSuccess()) {
     SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
     return kExchangeFailed;
@@ -83,18 +81,15 @@ int one_drive_set_token(session* handle, const char* access_token, const char* r
   if (handle == nullptr || access_token == nullptr || refresh_token == nullptr) {
     return libvemlo::kBadArguments;
   }
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  const auto credential = libvemlo::credentialOf(*client);
-  if (!credential) return libvemlo::kBadArguments;
-
-  credential->setTokens(access_token, refresh_token);
-  return libvemlo::kSuccess;
+  const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
+  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
 }
 
 int one_drive_get_root_directory(session* handle, directory** root) {
   if (handle == nullptr || root == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
 
@@ -116,7 +111,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
@@ -150,7 +145,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
   } while (!pageToken.empty());
   VLOG(9) << "Got " << folders.size() << " directories. ";
 
-  std::move(folders).handOut(children, count);
+  std::move(folders).handOutArray(children, count);
   return libvemlo::kSuccess;
 }
 
@@ -159,7 +154,7 @@ int one_drive_create_directory(session* handle, const directory* parent, const c
   if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
   if (name == nullptr || created == nullptr) return libvemlo::kBadArguments;
   if (parent->id == nullptr) return libvemlo::kBadArguments;
-  const auto client = handle->one_drive_client;  // outlives a concurrent cleanup
+  const auto client = handle->one_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
 

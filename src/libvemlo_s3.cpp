@@ -4,6 +4,7 @@
 #include "CloudStorage/Client/S3/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/object_store.h"
+#include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 constexpr int32_t kEndOfTable = 17;
 
-// Hosts get pointers to these as they stand. The gaps in the first are the regions of the second.
+// Hosts receive pointers to these tables. The codes missing in the first are those of the second.
 location_contraint_name_mapping s3Locations[] = {
     {0, "US Standard"}, {1, "Ohio"},       {2, "Northern California"},
     {3, "Oregon"},      {4, "Mumbai"},     {5, "Singapore"},
@@ -27,7 +28,7 @@ location_contraint_name_mapping s3ChinaLocations[] = {
 
 location_contraint_name_mapping wasabiLocations[] = {{0, "US Standard"}, {kEndOfTable, nullptr}};
 
-// No name: such an endpoint offers no choice.
+// No name: a customized endpoint has no locations to choose from.
 location_contraint_name_mapping customizedLocations[] = {{16, nullptr}, {kEndOfTable, nullptr}};
 
 }  // namespace
@@ -69,7 +70,7 @@ int s3_create_bucket(session* handle, const char* bucket, int location_contraint
   Model::CreateBucketRequest request;
   request.bucket = bucket;
   Model::CreateBucketConfiguration configuration;
-  // Whatever the code means: what goes over the wire for it is the client's business.
+  // Not checked here: the client maps the code to the request.
   configuration.locationConstraint =
       static_cast<Model::BucketLocationConstraint>(location_contraint);
   request.createBucketConfiguration = configuration;
@@ -92,12 +93,12 @@ int s3_list_directory(session* handle, const char* bucket, const char* prefix,
   request.bucket = bucket;
   request.prefix = prefix;
   request.delimiter = "/";
-  // One page, as large as the service makes it: hosts show a folder, they do not mirror it.
+  // A single page of the service's default size: hosts display a folder, they do not mirror it.
   const auto outcome = handle->s3_client->listObjectsV2(request);
   if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
-  libvemlo::NameList prefixes;
+  libvemlo::DirectoryList prefixes;
   prefixes.reserve(outcome.getResult().commonPrefixes.size());
-  for (const auto& found : outcome.getResult().commonPrefixes) prefixes.add(found);
+  for (const auto& found : outcome.getResult().commonPrefixes) prefixes.addPrefix(found);
   std::move(prefixes).handOut(directories, count);
   return libvemlo::kSuccess;
 }
@@ -113,6 +114,6 @@ int s3_create_directory(session* handle, const char* bucket, const char* key) {
   request.contentLength = 0;
   request.key = key;
   const auto outcome = handle->s3_client->putObject(request);
-  // Not logged: a host that makes a folder tells its user itself.
-  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultOf(outcome.getError());
+  // Not logged: reporting the failure to the user is left to the host.
+  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultCodeOf(outcome.getError());
 }

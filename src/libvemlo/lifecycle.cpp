@@ -12,7 +12,7 @@ namespace {
 constexpr char kProgramName[] = "libvemlo";  // the logger keeps the pointer
 
 bool loggerInitialized = false;
-bool globalInitialized = false;  // for whoever looks at the process with a debugger
+bool globalInitialized = false;  // never read; visible in a debugger
 
 }  // namespace
 
@@ -20,7 +20,7 @@ namespace libvemlo {
 
 void setUpLogger() {
   if (loggerInitialized) return;
-  // The logger aborts the process when it is initialised twice, and the host may be using it, too.
+  // A second initialization aborts the process, and the host may have initialized the logger.
   if (!google::IsGoogleLoggingInitialized()) google::InitGoogleLogging(kProgramName);
   FLAGS_logtostderr = true;
   FLAGS_colorlogtostderr = true;

@@ -2,7 +2,7 @@
 
 namespace libvemlo {
 
-// Sets the logger up, once in the life of the process; every later call does nothing. Not
+// Initializes the logger on the first call in the process; later calls do nothing. Not
 // synchronized.
 void setUpLogger();
 

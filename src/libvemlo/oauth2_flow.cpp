@@ -1,21 +1,31 @@
 #include "libvemlo/oauth2_flow.h"
 
+#include <memory>
 #include <utility>
 
-namespace libvemlo {
+#include "CloudStorage/Auth/OAuth2Credential.h"
+#include "CloudStorage/Auth/OAuth2RequestOptions.h"
 
 using CloudStorage::Auth::OAuth2Credential;
 using CloudStorage::Auth::OAuth2RequestOptions;
 using CloudStorage::Client::OAuth2Client;
 
+namespace {
+
 std::shared_ptr<OAuth2Credential> credentialOf(const OAuth2Client& client) {
   return std::dynamic_pointer_cast<OAuth2Credential>(client.credential());
 }
 
+}  // namespace
+
+namespace libvemlo {
+
 CodeExchange exchangeCode(const OAuth2Client& client, const std::string& code,
-                          const OAuth2RequestOptions& options) {
+                          const std::string& scope) {
   const auto credential = credentialOf(client);
   if (!credential) return {{-1, "The client has no credential for tokens."}, {}, {}};
+  OAuth2RequestOptions options;
+  options.scope = scope;
   auto status = client.exchangeAuthorizationCode(code, options, *credential);
   return {std::move(status), credential->accessToken(), credential->refreshToken()};
 }
@@ -23,6 +33,20 @@ CodeExchange exchangeCode(const OAuth2Client& client, const std::string& code,
 std::string describeFailure(const CodeExchange& exchange, const std::string& code) {
   return "Failed to perform exchange authorization code. authorizationCode = " + code + ", " +
          exchange.status.toString();
+}
+
+bool storeTokens(const OAuth2Client& client, std::string accessToken, std::string refreshToken) {
+  const auto credential = credentialOf(client);
+  if (!credential) return false;
+  credential->setTokens(std::move(accessToken), std::move(refreshToken));
+  return true;
+}
+
+bool storeAccessToken(const OAuth2Client& client, std::string accessToken) {
+  const auto credential = credentialOf(client);
+  if (!credential) return false;
+  credential->setAccessToken(std::move(accessToken));
+  return true;
 }
 
 }  // namespace libvemlo

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "libvemlo.h"
 
-// What is handed out to hosts.
+// The records that hosts receive.
 namespace libvemlo {
 
 // `text` as a C string, to be released with free().
@@ -14,26 +17,87 @@ char* copyOf(std::string_view text);
 // One folder of a drive service, which the host releases with free_directory().
 directory* makeDirectory(std::string_view id, std::string_view name);
 
-// Folders of a drive service that are to be handed out, copied out of the pages that they come in.
-class DirectoryList {
- public:
-  DirectoryList() = default;
-  DirectoryList(const DirectoryList&) = delete;
-  DirectoryList& operator=(const DirectoryList&) = delete;
-  ~DirectoryList();
+inline void freeTexts(char* name) { std::free(name); }
 
-  // Makes room for at least so many folders in all.
-  void reserve(std::size_t capacity);
-  void add(std::string_view id, std::string_view name);
+inline void freeTexts(const directory& record) {
+  std::free(record.name);
+  std::free(record.id);
+}
+
+// Releases the texts of `count` records, then the array.
+template <typename Record>
+void freeRecords(Record* records, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) freeTexts(records[i]);
+  std::free(records);
+}
+
+// Records collected for the host, in the array that the host receives. Texts are copied from the
+// pages in which they arrive. Records that are not handed out are released.
+template <typename Record>
+class RecordList {
+ public:
+  RecordList() = default;
+  RecordList(const RecordList&) = delete;
+  RecordList& operator=(const RecordList&) = delete;
+
+  // Makes room for at least `capacity` records in total.
+  void reserve(std::size_t capacity) {
+    if (capacity <= capacity_) return;
+    capacity_ = std::max(capacity, 2 * capacity_);
+    records_ = resized(records_, capacity_);
+  }
+
   std::size_t size() const { return size_; }
 
-  // The host releases the list with free_diretories(). Of no folders, too, an array is made.
-  void handOut(directory** list, int* count) &&;
+  // Passes the records to the host. The array of an empty list is null.
+  void handOut(Record** list, int* count) && {
+    *list = nullptr;
+    *count = static_cast<int>(size_);
+    if (size_ == 0) return;
+    *list = resized(records_, size_);
+    records_ = nullptr;
+    size_ = capacity_ = 0;
+  }
+
+  // The same, but the array of an empty list is what calloc() returns for no records.
+  void handOutArray(Record** list, int* count) && {
+    std::move(*this).handOut(list, count);
+    if (*list != nullptr) return;
+    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): an array of size 0 is intended
+    *list = static_cast<Record*>(std::calloc(0, sizeof(Record)));
+  }
+
+ protected:
+  ~RecordList() { freeRecords(records_, size_); }
+
+  // Takes over the texts of `record`.
+  void append(Record record) {
+    if (size_ == capacity_) reserve(std::max<std::size_t>(size_ + 1, 16));
+    records_[size_++] = record;
+  }
 
  private:
-  directory* records_ = nullptr;  // what the host will get
+  static Record* resized(Record* records, std::size_t count) {
+    return static_cast<Record*>(std::realloc(records, count * sizeof(Record)));
+  }
+
+  Record* records_ = nullptr;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
+};
+
+// Names of buckets or containers. The host releases them with free_buckets().
+class NameList : public RecordList<char*> {
+ public:
+  void add(std::string_view name) { append(copyOf(name)); }
+};
+
+// Folders. The host releases them with free_diretories().
+class DirectoryList : public RecordList<directory> {
+ public:
+  void add(std::string_view id, std::string_view name) { append({copyOf(name), copyOf(id)}); }
+  // A folder of an object store is addressed by its full prefix and has no id.
+  void addPrefix(std::string_view prefix) { append({copyOf(prefix), nullptr}); }
 };
 
 }  // namespace libvemlo

@@ -2,11 +2,12 @@
 
 namespace libvemlo {
 
-// What the exported functions return. The object stores return a failed call's error type instead
-// of a code of ours; what only one service's functions return stands in its file.
+// Result codes of the exported functions. For a failed call the object stores return the error's
+// type instead. A code that only one service uses is defined in that service's file.
 inline constexpr int kSuccess = 0;
 inline constexpr int kBadArguments = -1;
-// A drive service refused, was not reached, or was not understood; the log says which.
+// A drive service was not reached, refused the request or sent an invalid response. The log states
+// the cause.
 inline constexpr int kServiceFailure = 1;
 
 }  // namespace libvemlo

@@ -8,10 +8,10 @@
 
 namespace libvemlo {
 
-// What the six retry strategies have in common: at most three retries, each after a longer wait.
+// The common part of the six retry strategies: at most three retries, each after a longer delay.
 class SessionRetryStrategy : public CloudStorage::Client::RetryStrategy {
  public:
-  // `credential` is the one that the session's client uses; the object stores have none.
+  // `credential` is the credential of the session's client, null for the object stores.
   explicit SessionRetryStrategy(std::shared_ptr<CloudStorage::Auth::OAuth2Credential> credential)
       : credential_(std::move(credential)) {}
 
@@ -21,12 +21,12 @@ class SessionRetryStrategy : public CloudStorage::Client::RetryStrategy {
 
  protected:
   static bool retriesAreUsedUp(unsigned long attemptedRetries);
-  // The service failed, or said where else to go.
+  // A status of 500 or more, or a redirect with a Location header.
   static bool isServerErrorOrLocatedRedirect(const CloudStorage::Client::Error& error);
-  // The access token is no longer accepted.
+  // A status of 401: the service no longer accepts the access token.
   static bool isUnauthorized(const CloudStorage::Client::Error& error);
-  // Gets a new access token. True, even if that failed, unless there is no credential: the retry
-  // then reports why the account is out of reach.
+  // Requests a new access token. Returns false only if there is no credential: after a failed
+  // refresh, the retry returns the error that explains why the account cannot be accessed.
   bool refreshCredential() const;
 
  private:
@@ -35,7 +35,7 @@ class SessionRetryStrategy : public CloudStorage::Client::RetryStrategy {
 
 }  // namespace libvemlo
 
-// One strategy a service; see each shouldRetry() for what it retries.
+// One strategy per service. Each shouldRetry() defines what is retried.
 
 class S3RetryStrategy : public libvemlo::SessionRetryStrategy {
  public:

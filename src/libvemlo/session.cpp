@@ -19,7 +19,7 @@
 #include "libvemlo/lifecycle.h"
 #include "libvemlo/retry_strategies.h"
 
-using namespace CloudStorage;  // every line here names it
+using namespace CloudStorage;  // nearly every line below uses it
 
 session::~session() { delete s3_client; }
 
@@ -37,8 +37,8 @@ Config::ProxySetting convertProxy(const proxy_setting* proxy) {
   return converted;
 }
 
-// Opens a session with a drive service. It is not authorized yet: its credential is empty, and
-// shared by client and retry strategy so that a refreshed token reaches both.
+// Opens a session with a drive service. The session is not authorized: its credential is empty. The
+// client and the retry strategy share the credential, so that both use a refreshed token.
 template <typename DriveClient, typename DriveRetryStrategy, typename DriveErrorMarshaller>
 session* openDriveSession(const Auth::OAuth2ClientSpec& spec, const proxy_setting* proxy,
                           std::shared_ptr<DriveClient> session::*member) {

@@ -11,23 +11,24 @@
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "CloudStorage/Client/S3/S3Client.h"
 
-// What a host holds of an open account. One record for all services; only the client of the
-// session's own service is set.
+// An open account. One record type serves all services; only the client of the session's own
+// service is set.
 struct session {
   session() = default;
   session(const session&) = delete;
   session& operator=(const session&) = delete;
   ~session();
 
-  // Owned plainly, so closing an S3 session ends its client at once. The others are shared: each
-  // call takes a reference of its own and may outlive the session.
+  // Not shared: closing an S3 session destroys its client at once.
   CloudStorage::Client::S3::S3Client* s3_client = nullptr;
+  // Shared: each exported function copies the pointer of its service, so that the client outlives a
+  // concurrent cleanup of the session.
   std::shared_ptr<CloudStorage::Client::GoogleDrive::GoogleDriveClient> google_drive_client;
   std::shared_ptr<CloudStorage::Client::AmazonDrive::AmazonDriveClient> amazon_drive_client;
   std::shared_ptr<CloudStorage::Client::Dropbox::DropboxClient> dropbox_client;
   std::shared_ptr<CloudStorage::Client::OneDrive::OneDriveClient> one_drive_client;
   std::shared_ptr<CloudStorage::Client::AzureSSB::AzureSSBClient> azure_ssb_client;
-  // Last, so that it is gone before the shared clients are: one that a running call still holds
-  // must not find a crypto library that this session keeps for it.
+  // Declared last, so that it is destroyed before the shared clients are released. A client that a
+  // running call still holds must not depend on this session for the crypto library.
   Poco::Crypto::OpenSSLInitializer openssl_initializer;
 };

@@ -13,10 +13,10 @@ using Poco::Crypto::Cipher;
 
 namespace {
 
-// The same for every text and every process: whoever has the two constants can read what others
-// have enciphered with them.
+// The key is the same for every text and every process: anyone who has the two constants can
+// decrypt the texts.
 Cipher::Ptr makeCipher() {
-  constexpr char kNoSalt[] = "";  // the constant that is called so is the pass phrase
+  constexpr char kNoSalt[] = "";  // the constant named SALT is the pass phrase
   constexpr int kIterations = 2000;
   const Poco::Crypto::CipherKey key(ConnectionGenericSetting::CIPHER,
                                     ConnectionGenericSetting::SALT, kNoSalt, kIterations, "md5");
