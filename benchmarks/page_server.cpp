@@ -89,8 +89,8 @@ std::size_t requestSize(std::string_view received) {
   return headSize + std::stoul(std::string(received.substr(length + kLength.size(), 10)));
 }
 
-/// The next request; empty at the end of the stream. Clients do not pipeline, so no bytes of another
-/// request follow.
+/// The next request; empty at the end of the stream. Clients do not pipeline requests, so no bytes
+/// of another one follow.
 std::string receiveRequest(Stream& stream) {
   std::array<char, 4096> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   std::string request;
