@@ -1,4 +1,4 @@
-"""Behavior specific to Amazon Drive."""
+"""Behaviour specific to Amazon Drive."""
 
 import unittest
 

@@ -1,4 +1,4 @@
-"""Behavior common to all four drives, under their production host names."""
+"""Behaviour common to all four drives, under their production host names."""
 
 import unittest
 

@@ -1,4 +1,4 @@
-"""Behavior specific to Dropbox."""
+"""Behaviour specific to Dropbox."""
 
 import unittest
 

@@ -1,4 +1,4 @@
-"""Behavior specific to Google Drive."""
+"""Behaviour specific to Google Drive."""
 
 import json
 import unittest

@@ -1,4 +1,4 @@
-"""Behavior specific to OneDrive."""
+"""Behaviour specific to OneDrive."""
 
 import unittest
 import urllib.parse

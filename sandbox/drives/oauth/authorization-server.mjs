@@ -1,4 +1,4 @@
-// The authorization server of one service: oidc-provider, adapted to the service's behavior.
+// The authorization server of one service: oidc-provider, adapted to the service's behaviour.
 //
 // It keeps no session and sends no cookie: the address alone identifies the consent page, so that a
 // browser, curl and a few lines in any language can use it, and the user signs in for every
@@ -36,7 +36,7 @@ export class AuthorizationServer {
     this.#service = kServices[name];
     this.#authorization = splitAddress(this.#service.authorization);
     this.reset();
-    this.#provider = makeProvider(name, { store: this.#store, behavior: this });
+    this.#provider = makeProvider(name, { store: this.#store, behaviour: this });
     this.#callback = this.#provider.callback();
   }
 

@@ -17,24 +17,24 @@ const kUnusedFeatures = [
 export const kWantsRefreshToken = 'sandbox_wants_refresh_token';
 
 /**
- * `behavior` holds the { lifetime, rotation, counters } at the time of a request, and the list of
+ * `behaviour` holds the { lifetime, rotation, counters } at the time of a request, and the list of
  * what was `issued`.
  */
-export function makeProvider(name, { store, behavior }) {
+export function makeProvider(name, { store, behaviour }) {
   const service = kServices[name];
   const { issuer, tokens } = service;
-  const provider = new Provider(issuer, configuration(service, kClients[name], store, behavior));
+  const provider = new Provider(issuer, configuration(service, kClients[name], store, behaviour));
   provider.proxy = true;
-  setTokenFormat(provider.AuthorizationCode, tokens.code, behavior);
-  setTokenFormat(provider.AccessToken, tokens.access, behavior);
-  setTokenFormat(provider.RefreshToken, tokens.refresh, behavior);
-  provider.use((ctx, next) => adaptResponse(ctx, next, service, behavior));
+  setTokenFormat(provider.AuthorizationCode, tokens.code, behaviour);
+  setTokenFormat(provider.AccessToken, tokens.access, behaviour);
+  setTokenFormat(provider.RefreshToken, tokens.refresh, behaviour);
+  provider.use((ctx, next) => adaptResponse(ctx, next, service, behaviour));
   provider.on('server_error', (_, error) => process.stderr.write(`${error.stack}\n`));
   provider.on('grant.error', (ctx, error) => (ctx.state.failure = error));
   return provider;
 }
 
-function configuration(service, { clientId, clientSecret }, store, behavior) {
+function configuration(service, { clientId, clientSecret }, store, behaviour) {
   const client = {
     client_id: clientId,
     client_secret: clientSecret,
@@ -63,9 +63,9 @@ function configuration(service, { clientId, clientSecret }, store, behavior) {
     },
     expiresWithSession: () => false,
     issueRefreshToken: (_, __, { grantId }) => store.grantsWithRefreshToken.has(grantId),
-    rotateRefreshToken: () => behavior.rotation !== 'keep',
+    rotateRefreshToken: () => behaviour.rotation !== 'keep',
     ttl: {
-      AccessToken: () => behavior.lifetime,
+      AccessToken: () => behaviour.lifetime,
       AuthorizationCode: kSecondsOfCode,
       Grant: kSecondsOfGrant,
       Interaction: kSecondsOfConsent,
@@ -91,17 +91,17 @@ function setTokenFormat(Model, generate, { issued }) {
   };
 }
 
-async function adaptResponse(ctx, next, service, behavior) {
+async function adaptResponse(ctx, next, service, behaviour) {
   const isTokenRequest = ctx.path === splitAddress(service.token).path;
   if (isTokenRequest) ctx.req.headers.accept = 'application/json';
   await next();
   ctx.remove('Set-Cookie');
   if (!isTokenRequest) return;
   const grantType = ctx.oidc?.params?.grant_type;
-  if (grantType === 'authorization_code') behavior.counters.exchanges += 1;
-  if (grantType === 'refresh_token') behavior.counters.refreshes += 1;
+  if (grantType === 'authorization_code') behaviour.counters.exchanges += 1;
+  if (grantType === 'refresh_token') behaviour.counters.refreshes += 1;
   if (ctx.status !== 200) {
-    behavior.counters.refused += 1;
+    behaviour.counters.refused += 1;
     adaptFailure(ctx, service, grantType);
     return;
   }
