@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kPageSize = 100;
 
-// A key has 64 bytes.
+// The base64 form of 64 bytes, as an account's key has.
 const BareAzureClient::Account kAccount{"benchmarkaccount", std::string(86, 'A') + "=="};
 
 std::string containerName(int number) { return "team-archive-" + std::to_string(100'000 + number); }
@@ -21,8 +21,8 @@ std::string container(int number, const ListingSize& size) {
                      std::to_string(100'000 + number) +
                      "\"</Etag><LeaseStatus>unlocked</LeaseStatus><LeaseState>available"
                      "</LeaseState></Properties>";
-  if (size.ballast != 0) {
-    text += "<Metadata><note>" + std::string(static_cast<std::size_t>(size.ballast), '-') +
+  if (size.padding != 0) {
+    text += "<Metadata><note>" + std::string(static_cast<std::size_t>(size.padding), '-') +
             "</note></Metadata>";
   }
   return text + "</Container>";
@@ -30,7 +30,7 @@ std::string container(int number, const ListingSize& size) {
 
 Site makeSite(const ListingSize& size) {
   const Paging paging{size.entries, kPageSize};
-  Site site{"application/xml", {}, pageAskedFor};
+  Site site{"application/xml", {}, requestedPage};
   for (int page = 0; page < paging.pages(); ++page) {
     std::string text =
         "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?>"
@@ -44,18 +44,18 @@ Site makeSite(const ListingSize& size) {
   return site;
 }
 
-Records listContainers(session* handle, const Served& served) {
+Records listContainers(session* handle, const Expected& expected) {
   char** buckets = nullptr;
   int count = 0;
   azure_ssb_list_bucket(handle, &buckets, &count);
-  return own(buckets, count, served);
+  return checked(buckets, count, expected);
 }
 
 }  // namespace
 
 Listing azureContainers(const ListingSize& size) {
   const Paging paging{size.entries, kPageSize};
-  const Served served{size.entries, containerName};
+  const Expected expected{size.entries, containerName};
   const ListingWay dropped{"libcurl + signing, pages dropped", [paging](const Route& route) {
                              const auto client = std::make_shared<BareAzureClient>(route, kAccount);
                              return [paging, client] {
@@ -64,22 +64,22 @@ Listing azureContainers(const ListingSize& size) {
                                return Records();
                              };
                            }};
-  const ListingWay yardstick{"libcurl + signing + pugixml + records", [served](const Route& route) {
-                               const auto client =
-                                   std::make_shared<BareAzureClient>(route, kAccount);
-                               return [served, client] {
-                                 int count = 0;
-                                 char** buckets = client->listContainers(count);
-                                 return own(buckets, count, served);
-                               };
-                             }};
+  const ListingWay yardstick{
+      "libcurl + signing + pugixml + records", [expected](const Route& route) {
+        const auto client = std::make_shared<BareAzureClient>(route, kAccount);
+        return [expected, client] {
+          int count = 0;
+          char** buckets = client->listContainers(count);
+          return checked(buckets, count, expected);
+        };
+      }};
   const ListingWay library = libraryWay(
       "azure_ssb_list_bucket",
       [](const Route& /*route*/, const proxy_setting* proxy) {
         return libvemlo_azure_ssb_init("", kAccount.name.c_str(), kAccount.key.c_str(), proxy);
       },
       libvemlo_azure_ssb_cleanup,
-      [served](session* handle) { return listContainers(handle, served); });
+      [expected](session* handle) { return listContainers(handle, expected); });
   return {std::to_string(size.entries) + " containers of Azure",
           size.entries,
           Route::Kind::TlsThroughProxy,

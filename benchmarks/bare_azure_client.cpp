@@ -51,13 +51,13 @@ std::string timestamp() {
 }  // namespace
 
 struct BareAzureClient::Implementation {
-  Implementation(const Route& route, const Account& holder)
+  Implementation(const Route& route, const Account& accountAndKey)
       : http(route, false),
-        account(holder.name),
-        key(decodeBase64(holder.key)),
-        url("https://" + holder.name + ".blob.core.windows.net/?comp=list") {}
+        account(accountAndKey.name),
+        key(decodeBase64(accountAndKey.key)),
+        url("https://" + accountAndKey.name + ".blob.core.windows.net/?comp=list") {}
 
-  /// Signs for the page that begins at `marker`, which needs no encoding.
+  /// The request for the page that starts at `marker`, which needs no encoding. Sets the headers.
   BareRequest request(const std::string& marker) {
     const std::string time = timestamp();
     std::string text = std::string("GET\n\n\n\n\n") + kContentType +

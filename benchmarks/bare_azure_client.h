@@ -7,9 +7,8 @@
 
 namespace benchmarks {
 
-/// Lists the containers of an account the way a program would that needs nothing else: the key
-/// decoded once, and each page parsed where it was received. No error document. This is what the
-/// library's costs are held against.
+/// Lists the containers of an account with as little as a program needs: the key is decoded once,
+/// each page is parsed in place, error documents are not parsed. The yardstick for the library.
 class BareAzureClient {
  public:
   struct Account {
@@ -22,10 +21,10 @@ class BareAzureClient {
   BareAzureClient(const BareAzureClient&) = delete;
   BareAzureClient& operator=(const BareAzureClient&) = delete;
 
-  /// Drops the page that begins at `marker`. Throws std::runtime_error.
+  /// Requests the page that starts at `marker` and discards it. Throws std::runtime_error.
   void fetchAndDrop(const std::string& marker);
 
-  /// The names of all pages as the library hands them out: `count` strings and the array are
+  /// The names of all pages as the library returns them: `count` strings and the array, each
   /// released with free(). Throws std::runtime_error.
   char** listContainers(int& count);
 

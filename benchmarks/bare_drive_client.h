@@ -11,27 +11,27 @@
 
 namespace benchmarks {
 
-/// What the listing of a drive looks like on the wire.
+/// The wire format of a drive's listing.
 struct DriveListing {
-  /// The request for the page that `token` names; without one for the first.
+  /// The request for the page of `token`; an empty one stands for the first page.
   std::function<BareRequest(const std::string& token)> request;
   std::string contentType;
-  /// The member of an answer that holds the folders, and of each folder the members that are kept,
-  /// in the order in which the service has them.
+  /// The member of a response that holds the folders, and the members of a folder that are kept, in
+  /// the service's order.
   std::string list;
   std::vector<std::pair<std::string, char * directory::*>> kept;
-  /// The member of an answer that holds the token of the next page.
+  /// The member of a response that holds the token of the next page.
   std::string token;
-  /// The member of an answer that is false if no page follows, and the member of an entry that is
-  /// "folder" if it is one. Not all services have them.
+  /// The member of a response that is false on the last page, and the member of an entry that is
+  /// "folder" for a folder. Empty for services without them.
   std::string hasMore = {};
   std::string tag = {};
-  /// What is asked for before each listing, and of no use to it.
+  /// The URLs requested before each listing; the responses are discarded.
   std::vector<std::string> before = {};
 };
 
-/// Lists folders of a drive the way a program would that needs nothing else: a parser whose memory
-/// is used again and no error answers. This is what the library's costs are held against.
+/// Lists the folders of a drive with as little as a program needs: the parser's memory is reused,
+/// error responses are not parsed. The yardstick for the library.
 class BareDriveClient {
  public:
   BareDriveClient(const Route& route, DriveListing listing);
@@ -41,8 +41,8 @@ class BareDriveClient {
 
   void fetchAndDrop(const std::string& token);
 
-  /// The folders of all pages as the library hands them out: the texts of `count` records and the
-  /// array are released with free(). Throws std::runtime_error.
+  /// The folders of all pages as the library returns them: the strings of `count` records and the
+  /// array, each released with free(). Throws std::runtime_error.
   directory* listFolders(int& count);
 
  private:
@@ -51,7 +51,7 @@ class BareDriveClient {
   std::unique_ptr<Implementation> implementation_;
 };
 
-/// As long as the services' are.
+/// A token as long as those of the services.
 const std::string& accessToken();
 
 }  // namespace benchmarks

@@ -27,7 +27,7 @@ std::string Route::address() const {
 }
 
 struct BareHttp::Implementation {
-  Implementation(const Route& route, bool asksForCompression) {
+  Implementation(const Route& route, bool acceptsCompression) {
     const bool isProxy = route.kind == Route::Kind::TlsThroughProxy;
     const std::string proxy = isProxy ? "127.0.0.1:" + std::to_string(route.port) : "";
     curl_easy_setopt(handle, CURLOPT_PROXY, proxy.c_str());
@@ -41,8 +41,8 @@ struct BareHttp::Implementation {
     curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, kReceiveBuffer);
     curl_easy_setopt(handle, CURLOPT_USERAGENT,
-                     asksForCompression ? kUserAgentForCompression : kUserAgent);
-    if (asksForCompression) curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+                     acceptsCompression ? kUserAgentForCompression : kUserAgent);
+    if (acceptsCompression) curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
   }
   ~Implementation() {
     curl_slist_free_all(headers);
@@ -59,7 +59,7 @@ struct BareHttp::Implementation {
       curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body.size()));
       curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.c_str());
     }
-    body.clear();  // keeps its memory
+    body.clear();  // keeps the allocated memory
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, receive);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, &body);
     const CURLcode code = curl_easy_perform(handle);
@@ -73,8 +73,8 @@ struct BareHttp::Implementation {
   std::string body;
 };
 
-BareHttp::BareHttp(const Route& route, bool asksForCompression)
-    : implementation_(std::make_unique<Implementation>(route, asksForCompression)) {}
+BareHttp::BareHttp(const Route& route, bool acceptsCompression)
+    : implementation_(std::make_unique<Implementation>(route, acceptsCompression)) {}
 
 BareHttp::~BareHttp() = default;
 

@@ -7,16 +7,16 @@
 
 namespace benchmarks {
 
-/// Where a page server is, and how a client gets there.
+/// The address of a page server and the connection to it.
 struct Route {
   enum class Kind { Plain, Tls, TlsThroughProxy };
 
   Kind kind = Kind::Plain;
   std::uint16_t port = 0;
-  /// The certificates to trust.
+  /// A file with the trusted certificates.
   std::string trustedFile;
 
-  /// "http://127.0.0.1:4711", or with https. Leads nowhere through a proxy.
+  /// "http://127.0.0.1:4711", or with https. Not for use through a proxy.
   std::string address() const;
 };
 
@@ -26,22 +26,23 @@ struct BareRequest {
   std::string body;
 };
 
-/// One libcurl handle whose options are set once and whose buffer is used again: as little as a
-/// program can do. No retries, no limits.
+/// One libcurl handle. Its options are set once and its buffer is reused; there are no retries and
+/// no limits.
 class BareHttp {
  public:
-  /// `asksForCompression` as the library does where services compress.
-  BareHttp(const Route& route, bool asksForCompression);
+  /// `acceptsCompression` as the library does for services that compress.
+  BareHttp(const Route& route, bool acceptsCompression);
   ~BareHttp();
   BareHttp(const BareHttp&) = delete;
   BareHttp& operator=(const BareHttp&) = delete;
 
-  /// To be sent with the following requests, in place of those set before.
+  /// Sets the headers of the following requests.
   void setHeaders(const std::vector<std::string>& lines);
 
-  /// The page, good until the next request. Throws std::runtime_error if there is none.
+  /// The body of the response, valid until the next request. Throws std::runtime_error if the
+  /// request fails or the status is not 200.
   std::string& fetch(const BareRequest& request);
-  /// Drops the page as it arrives.
+  /// Discards the body as it arrives. Throws like fetch().
   void fetchAndDrop(const BareRequest& request);
 
  private:

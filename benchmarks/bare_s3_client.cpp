@@ -118,7 +118,7 @@ struct BareS3Client::Implementation {
                      "x-amz-date: " + time});
   }
 
-  /// The document is good until the next call.
+  /// `document` is valid until the next call.
   void fetchDocument(pugi::xml_document& document) {
     sign();
     std::string& page = http.fetch(request);

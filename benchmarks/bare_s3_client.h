@@ -8,9 +8,8 @@
 
 namespace benchmarks {
 
-/// Gets a listing of S3 the way a program would that needs nothing else: a signing key derived once
-/// and the page parsed where it was received. No error document. This is what the library's costs
-/// are held against.
+/// Requests a listing of S3 with as little as a program needs: the signing key is derived once, the
+/// response is parsed in place, error documents are not parsed. The yardstick for the library.
 class BareS3Client {
  public:
   struct Account {
@@ -19,7 +18,7 @@ class BareS3Client {
     std::string secretKey;
   };
 
-  /// What is asked for: path and query as they go over the wire, the query sorted.
+  /// Path and query of the request as sent; the query is sorted.
   struct Target {
     std::string path;
     std::string query;
@@ -30,13 +29,13 @@ class BareS3Client {
   BareS3Client(const BareS3Client&) = delete;
   BareS3Client& operator=(const BareS3Client&) = delete;
 
-  /// Drops the page as it arrives. Throws std::runtime_error.
+  /// Discards the response as it arrives. Throws std::runtime_error.
   void fetchAndDrop();
 
-  /// The names as the library hands them out: `count` strings and the array are released with
+  /// The names as the library returns them: `count` strings and the array, each released with
   /// free(). Throws std::runtime_error.
   char** listBuckets(int& count);
-  /// The common prefixes as the library hands them out: `count` names and the array are released
+  /// The common prefixes as the library returns them: `count` names and the array, each released
   /// with free(). Throws std::runtime_error.
   directory* listPrefixes(int& count);
 
@@ -46,7 +45,7 @@ class BareS3Client {
   std::unique_ptr<Implementation> implementation_;
 };
 
-/// Whose buckets are listed, and which folder.
+/// The account, and the folder that is listed.
 inline const BareS3Client::Account kS3Account{"eu-central-1", "AKIDBENCHMARK0000001",
                                               "benchmark/secret/of/forty/characters/000"};
 inline const std::string kS3Bucket = "team-archive";

@@ -6,7 +6,7 @@
 
 #include "bare_s3_client.h"
 
-// No library for options: this program must not have more to load than it needs.
+// No library for command-line options, so that the program loads no more than it needs.
 int main(int argc, char** argv) {
   if (argc < 2 || std::strcmp(argv[1], "--help") == 0) {
     std::printf(

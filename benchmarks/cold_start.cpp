@@ -50,7 +50,7 @@ Microseconds cpuOfChildren() {
          std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
 }
 
-/// Runs a command to its end. What it prints goes into a pipe, of which all is read.
+/// Runs a command and returns its standard output. Throws std::runtime_error if it fails.
 std::string outputOf(Command& command) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
@@ -87,7 +87,7 @@ void measure(Command& command) {
   command.cpu.push_back((cpuOfChildren() - cpu).count() / 1000);
 }
 
-bool judge(const Command& bare, const Command& tool) {
+bool printVerdict(const Command& bare, const Command& tool) {
   std::vector<double> ratios;
   for (std::size_t i = 0; i < bare.wall.size(); ++i) ratios.push_back(tool.wall[i] / bare.wall[i]);
   const double ratio = benchmarks::median(std::move(ratios));
@@ -110,7 +110,7 @@ bool compare(const std::string& title, Command bare, Command tool, int rounds) {
     std::printf("%-38s %12.2f %12.2f\n", command->description.c_str(),
                 benchmarks::median(command->cpu), benchmarks::median(command->wall));
   }
-  return judge(bare, tool);
+  return printVerdict(bare, tool);
 }
 
 bool run(const std::string& folder, int rounds) {

@@ -8,30 +8,49 @@
 namespace benchmarks {
 namespace {
 
-/// A drive as its service and the library know it.
+/// The library's functions for a drive.
+struct Functions {
+  std::string nameOfList;
+  int (*list)(session* handle, const directory* parent, directory** folders, int* count);
+  session* (*open)(const proxy_setting* proxy);
+  int (*setToken)(session* handle, const char* accessToken);
+  void (*close)(session* handle);
+};
+
+std::string unchanged(const std::string& token) { return token; }
+
+std::string closeObject(const std::string& /*next*/) { return "}"; }
+
+/// A drive in the formats of its service, and the library's functions for it.
 struct Drive {
   std::string title;
   DriveListing wire;
   Paging paging;
-  /// What the service calls the next page, by the token that stands in it.
-  std::string (*spell)(const std::string& token);
-  /// A folder as the service has it, and what surrounds the folders of a page.
-  std::string (*folder)(int number);
-  std::string (*beginningOfPage)(const std::string& nextToken);
-  std::string (*endOfPage)(const std::string& nextToken);
-  /// How requests for something else begin, and the answer to them.
+  /// The service's form of a reference to the next page, which contains the token.
+  std::string (*referenceTo)(const std::string& token) = unchanged;
+  /// The members of a folder, and the text before and after the folders of a page. `next` is the
+  /// reference to the next page.
+  std::string (*folder)(int number) = nullptr;
+  std::string (*startOfPage)(const std::string& next) = nullptr;
+  std::string (*endOfPage)(const std::string& next) = closeObject;
+  /// The start of requests for anything else, and the response to them.
   std::string otherRequest;
-  std::string otherAnswer;
+  std::string otherResponse;
 
   std::string parent;
-  std::string function;
-  session* (*open)(const proxy_setting* proxy);
-  void (*setToken)(session* handle, const char* accessToken);
-  int (*list)(session* handle, const directory* parent, directory** folders, int* count);
-  void (*close)(session* handle);
+  Functions functions;
 };
 
-// 10 to 26 characters, in a third of the names some that are not ASCII.
+const decltype(DriveListing::kept) kIdAndName = {{"id", &directory::id},
+                                                 {"name", &directory::name}};
+
+/// Sets an access token without a refresh token.
+template <int (*Set)(session*, const char*, const char*)>
+int setAccessToken(session* handle, const char* token) {
+  return Set(handle, token, "");
+}
+
+// 10 to 26 characters; a third of the names have some that are not ASCII.
 std::string folderName(int number) {
   static const std::array<std::string, 6> kinds = {
       "Photos ",          "Urlaub in Österreich ", "Invoices and receipts ",
@@ -39,7 +58,7 @@ std::string folderName(int number) {
   return kinds[static_cast<std::size_t>(number) % kinds.size()] + std::to_string(10'000 + number);
 }
 
-// Letters and digits, as good as random.
+// Pseudo-random letters and digits.
 std::string folderId(int number, std::size_t length) {
   constexpr std::string_view kCharacters =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
@@ -52,33 +71,31 @@ std::string folderId(int number, std::size_t length) {
   return id;
 }
 
-std::string asItIs(const std::string& token) { return token; }
-
 std::string member(const std::string& name, const std::string& text) {
   return text.empty() ? text : '"' + name + "\":\"" + text + "\",";
 }
 
 Site makeSite(const Drive& drive, const ListingSize& size) {
-  const std::string ballast =
-      member("note", std::string(static_cast<std::size_t>(size.ballast), '-'));
+  const std::string padding =
+      member("note", std::string(static_cast<std::size_t>(size.padding), '-'));
   const auto others = static_cast<std::size_t>(drive.paging.pages());
   Site site{"application/json; charset=utf-8",
             {},
             [request = drive.otherRequest, others](std::string_view received) {
               const bool isOther =
                   !request.empty() && received.substr(0, request.size()) == request;
-              return isOther ? others : pageAskedFor(received);
+              return isOther ? others : requestedPage(received);
             }};
   for (int page = 0; page < drive.paging.pages(); ++page) {
-    const std::string next = drive.spell(drive.paging.token(page + 1));
-    std::string text = drive.beginningOfPage(next);
+    const std::string next = drive.referenceTo(drive.paging.token(page + 1));
+    std::string text = drive.startOfPage(next);
     for (int i = drive.paging.firstOf(page); i < drive.paging.endOf(page); ++i) {
-      text += '{' + ballast + drive.folder(i) + "},";
+      text += '{' + padding + drive.folder(i) + "},";
     }
     text.back() = ']';
     site.pages.push_back(text + drive.endOfPage(next));
   }
-  site.pages.push_back(drive.otherAnswer);
+  site.pages.push_back(drive.otherResponse);
   return site;
 }
 
@@ -87,48 +104,48 @@ ListingWay pagesDropped(const Drive& drive) {
             const auto client = std::make_shared<BareDriveClient>(route, drive.wire);
             return [drive, client] {
               for (int page = 0; page < drive.paging.pages(); ++page) {
-                client->fetchAndDrop(drive.spell(drive.paging.token(page)));
+                client->fetchAndDrop(drive.referenceTo(drive.paging.token(page)));
               }
               return Records();
             };
           }};
 }
 
-ListingWay yardstick(const Drive& drive, const Served& served) {
-  return {"libcurl + simdjson + records", [drive, served](const Route& route) {
+ListingWay yardstick(const Drive& drive, const Expected& expected) {
+  return {"libcurl + simdjson + records", [drive, expected](const Route& route) {
             const auto client = std::make_shared<BareDriveClient>(route, drive.wire);
-            return [client, served] {
+            return [client, expected] {
               int count = 0;
               directory* folders = client->listFolders(count);
-              return own(folders, count, served);
+              return checked(folders, count, expected);
             };
           }};
 }
 
-ListingWay throughLibrary(const Drive& drive, const Served& served) {
-  const auto list = [drive, served](session* handle) {
+ListingWay throughLibrary(const Drive& drive, const Expected& expected) {
+  const auto list = [drive, expected](session* handle) {
     std::string id = drive.parent;
     const directory parent{nullptr, id.data()};
     directory* folders = nullptr;
     int count = 0;
-    drive.list(handle, &parent, &folders, &count);
-    return own(folders, count, served);
+    drive.functions.list(handle, &parent, &folders, &count);
+    return checked(folders, count, expected);
   };
   const auto open = [drive](const Route& /*route*/, const proxy_setting* proxy) {
-    session* handle = drive.open(proxy);
-    drive.setToken(handle, accessToken().c_str());
+    session* handle = drive.functions.open(proxy);
+    drive.functions.setToken(handle, accessToken().c_str());
     return handle;
   };
-  return libraryWay(drive.function, open, drive.close, list);
+  return libraryWay(drive.functions.nameOfList, open, drive.functions.close, list);
 }
 
 Listing listingOf(const Drive& drive, const ListingSize& size) {
-  const Served served{size.entries, folderName};
+  const Expected expected{size.entries, folderName};
   return {std::to_string(size.entries) + " folders of " + drive.title,
           size.entries,
           Route::Kind::TlsThroughProxy,
           [drive, size] { return makeSite(drive, size); },
-          {pagesDropped(drive), yardstick(drive, served), throughLibrary(drive, served)}};
+          {pagesDropped(drive), yardstick(drive, expected), throughLibrary(drive, expected)}};
 }
 
 constexpr char kGoogleParent[] = "0AFvRootId9PVAbcdefghijklmnopqrst";
@@ -186,9 +203,9 @@ std::string dropboxFolder(int number) {
          '"';
 }
 
-std::string endOfDropboxPage(const std::string& nextToken) {
-  const bool isLast = nextToken.empty();
-  return R"(,"cursor":")" + (isLast ? "AAH-last" : nextToken) +
+std::string endOfDropboxPage(const std::string& next) {
+  const bool isLast = next.empty();
+  return R"(,"cursor":")" + (isLast ? "AAH-last" : next) +
          (isLast ? R"(","has_more":false})" : R"(","has_more":true})");
 }
 
@@ -217,25 +234,15 @@ Listing googleDriveFolders(const ListingSize& size) {
   Drive drive;
   drive.title = "Google Drive";
   drive.paging = {size.entries, 500};
-  drive.wire = {googleRequest,
-                "application/json",
-                "files",
-                {{"id", &directory::id}, {"name", &directory::name}},
-                "nextPageToken"};
-  drive.spell = asItIs;
+  drive.wire = {googleRequest, "application/json", "files", kIdAndName, "nextPageToken"};
   drive.folder = googleFolder;
-  drive.beginningOfPage = [](const std::string& nextToken) {
-    return '{' + member("nextPageToken", nextToken) + "\"files\":[";
+  drive.startOfPage = [](const std::string& next) {
+    return '{' + member("nextPageToken", next) + "\"files\":[";
   };
-  drive.endOfPage = [](const std::string& /*nextToken*/) { return std::string("}"); };
   drive.parent = kGoogleParent;
-  drive.function = "google_drive_list_directory";
-  drive.open = libvemlo_google_drive_init;
-  drive.setToken = [](session* handle, const char* token) {
-    google_drive_set_token(handle, token, "");
-  };
-  drive.list = google_drive_list_directory;
-  drive.close = libvemlo_google_drive_cleanup;
+  drive.functions = {"google_drive_list_directory", google_drive_list_directory,
+                     libvemlo_google_drive_init, setAccessToken<google_drive_set_token>,
+                     libvemlo_google_drive_cleanup};
   return listingOf(drive, size);
 }
 
@@ -243,30 +250,20 @@ Listing oneDriveFolders(const ListingSize& size) {
   Drive drive;
   drive.title = "OneDrive";
   drive.paging = {size.entries, 500};
-  drive.wire = {oneDriveRequest,
-                "application/json",
-                "value",
-                {{"id", &directory::id}, {"name", &directory::name}},
-                "@odata.nextLink"};
+  drive.wire = {oneDriveRequest, "application/json", "value", kIdAndName, "@odata.nextLink"};
   drive.wire.before = {"https://graph.microsoft.com/v1.0/me/drive"};
-  drive.spell = nextLink;
+  drive.referenceTo = nextLink;
   drive.folder = oneDriveFolder;
-  drive.beginningOfPage = [](const std::string& nextToken) {
+  drive.startOfPage = [](const std::string& next) {
     return R"({"@odata.context":"https://graph.microsoft.com/v1.0/$metadata#users('me')/drive",)" +
-           member("@odata.nextLink", nextToken) + "\"value\":[";
+           member("@odata.nextLink", next) + "\"value\":[";
   };
-  drive.endOfPage = [](const std::string& /*nextToken*/) { return std::string("}"); };
   drive.otherRequest = "GET /v1.0/me/drive HTTP";
-  drive.otherAnswer =
+  drive.otherResponse =
       R"({"id":"b!Vm9sYXRpbGVEcml2ZUlkRm9y","driveType":"business","name":"OneDrive"})";
   drive.parent = kOneDriveParent;
-  drive.function = "one_drive_list_directory";
-  drive.open = libvemlo_one_drive_init;
-  drive.setToken = [](session* handle, const char* token) {
-    one_drive_set_token(handle, token, "");
-  };
-  drive.list = one_drive_list_directory;
-  drive.close = libvemlo_one_drive_cleanup;
+  drive.functions = {"one_drive_list_directory", one_drive_list_directory, libvemlo_one_drive_init,
+                     setAccessToken<one_drive_set_token>, libvemlo_one_drive_cleanup};
   return listingOf(drive, size);
 }
 
@@ -281,18 +278,12 @@ Listing dropboxFolders(const ListingSize& size) {
                 "cursor"};
   drive.wire.hasMore = "has_more";
   drive.wire.tag = ".tag";
-  drive.spell = asItIs;
   drive.folder = dropboxFolder;
-  drive.beginningOfPage = [](const std::string& /*nextToken*/) {
-    return std::string(R"({"entries":[)");
-  };
+  drive.startOfPage = [](const std::string& /*next*/) { return std::string(R"({"entries":[)"); };
   drive.endOfPage = endOfDropboxPage;
   drive.parent = "/team archive";
-  drive.function = "dropbox_list_directory";
-  drive.open = libvemlo_dropbox_init;
-  drive.setToken = [](session* handle, const char* token) { dropbox_set_token(handle, token); };
-  drive.list = dropbox_list_directory;
-  drive.close = libvemlo_dropbox_cleanup;
+  drive.functions = {"dropbox_list_directory", dropbox_list_directory, libvemlo_dropbox_init,
+                     dropbox_set_token, libvemlo_dropbox_cleanup};
   return listingOf(drive, size);
 }
 
@@ -300,32 +291,23 @@ Listing amazonDriveFolders(const ListingSize& size) {
   Drive drive;
   drive.title = "Amazon Drive";
   drive.paging = {size.entries, 100};
-  drive.wire = {amazonRequest,
-                "application/x-www-form-urlencoded",
-                "data",
-                {{"id", &directory::id}, {"name", &directory::name}},
+  drive.wire = {amazonRequest, "application/x-www-form-urlencoded", "data", kIdAndName,
                 "nextToken"};
-  drive.spell = asItIs;
   drive.folder = amazonFolder;
-  drive.beginningOfPage = [](const std::string& nextToken) {
-    return R"({"count":50000,)" + member("nextToken", nextToken) + "\"data\":[";
+  drive.startOfPage = [](const std::string& next) {
+    return R"({"count":50000,)" + member("nextToken", next) + "\"data\":[";
   };
-  drive.endOfPage = [](const std::string& /*nextToken*/) { return std::string("}"); };
-  // The library asks once a session where the account is.
+  // The library requests the endpoint of the account once in a session.
   drive.otherRequest = "GET /drive/v1/account/endpoint ";
-  drive.otherAnswer =
+  drive.otherResponse =
       R"({"contentUrl":"https://content-na.drive.amazonaws.com/cdproxy/","customerExists":true,)"
       R"("metadataUrl":"https://cdws.us-east-1.amazonaws.com/drive/v1/"})";
   drive.parent = kAmazonParent;
-  drive.function = "amazon_drive_list_directory";
-  drive.open = libvemlo_amazon_drive_init;
-  drive.setToken = [](session* handle, const char* token) {
-    amazon_drive_set_token(handle, token, "");
-  };
-  drive.list = amazon_drive_list_directory;
-  drive.close = libvemlo_amazon_drive_cleanup;
+  drive.functions = {"amazon_drive_list_directory", amazon_drive_list_directory,
+                     libvemlo_amazon_drive_init, setAccessToken<amazon_drive_set_token>,
+                     libvemlo_amazon_drive_cleanup};
   Listing listing = listingOf(drive, size);
-  listing.hosts = 2;  // where the account is, and the account
+  listing.hosts = 2;  // one for the account's endpoint, one for its metadata
   return listing;
 }
 

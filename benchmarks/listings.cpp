@@ -26,7 +26,7 @@ constexpr double kCpuLimit = 1.3;
 constexpr long kPeakLimitKibibytes = 20L * 1024;
 constexpr std::array<const char*, 3> kWayNames = {"drop", "bare", "library"};
 
-/// Rounds are short, so that few of them meet a change of process.
+/// Rounds are short, so that few of them are interrupted by other processes.
 struct Effort {
   int rounds;
   int calls;
@@ -56,7 +56,7 @@ struct Options {
   std::string only;
 };
 
-/// A way at work, with a server of its own, so that its connections are known.
+/// A way that is measured, with a server of its own, which counts its connections.
 struct Contender {
   const ListingWay& way;
   PageServer server;
@@ -76,8 +76,8 @@ void measureRound(Contender& contender, int calls) {
   contender.rounds.push_back(stopwatch.elapsed() / calls);
 }
 
-// Whatever else the machine does meets all contenders alike: they take turns, and each is first in
-// as many rounds as the others.
+// The contenders take turns, and each is first in equally many rounds, so that other load on the
+// machine affects all of them alike.
 void measureTime(const Listing& listing, const TlsIdentity& identity, Contenders& contenders,
                  const Effort& effort) {
   for (auto& contender : contenders) {
@@ -98,7 +98,7 @@ double medianOf(const Contender& contender, Microseconds Cost::*figure) {
   return benchmarks::median(std::move(values));
 }
 
-// Of the rounds' own ratios: what slows a round down is in both of its figures.
+// The median of the rounds' ratios: what slows down a round affects both of its figures.
 double cpuRatio(const Contender& contender, const Contender& yardstick) {
   std::vector<double> ratios;
   for (std::size_t round = 0; round < contender.rounds.size(); ++round) {
@@ -125,20 +125,20 @@ void printTable(const Listing& listing, const Contenders& contenders, const Effo
 
 const char* verdict(bool isKept) { return isKept ? "kept" : "NOT KEPT"; }
 
-/// Whether the library keeps what it promises.
-bool judge(const Listing& listing, const Contender& library, const Contender& yardstick) {
+/// Prints and returns whether the library is within the limits.
+bool printVerdict(const Listing& listing, const Contender& library, const Contender& yardstick) {
   const double ratio = cpuRatio(library, yardstick);
-  const bool isCheap = ratio <= kCpuLimit;
-  const bool isSmall = library.peakKibibytes <= kPeakLimitKibibytes;
-  const bool isFrugal = library.server.connections() == listing.hosts;
+  const bool isCpuKept = ratio <= kCpuLimit;
+  const bool isPeakKept = library.peakKibibytes <= kPeakLimitKibibytes;
+  const bool areConnectionsKept = library.server.connections() == listing.hosts;
   std::printf("CPU of %s in relation to the line above it: %.2f (at most %.2f: %s)\n",
-              library.way.description.c_str(), ratio, kCpuLimit, verdict(isCheap));
+              library.way.description.c_str(), ratio, kCpuLimit, verdict(isCpuKept));
   std::printf("Memory above an idle process: %.1f MiB (at most %ld: %s)\n",
               static_cast<double>(library.peakKibibytes) / 1024, kPeakLimitKibibytes / 1024,
-              verdict(isSmall));
+              verdict(isPeakKept));
   std::printf("One connection for sequential calls to a host, of which there are %u: %s\n",
-              listing.hosts, verdict(isFrugal));
-  return isCheap && isSmall && isFrugal;
+              listing.hosts, verdict(areConnectionsKept));
+  return isCpuKept && isPeakKept && areConnectionsKept;
 }
 
 int run(const Options& options) {
@@ -153,7 +153,7 @@ int run(const Options& options) {
     if (!all && options.only != kWayNames[i]) continue;
     contenders.push_back(std::make_unique<Contender>(listing.ways[i], listing, identity));
   }
-  // First, as long as this process is as good as new and has one thread only.
+  // First, because this forks: the process must have one thread and a small heap.
   for (std::size_t i = 0; all && i < contenders.size(); ++i) {
     contenders[i]->peakKibibytes =
         benchmarks::measureMemory(listing, contenders[i]->way, identity).peakKibibytes;
@@ -162,7 +162,7 @@ int run(const Options& options) {
   if (!all) return 0;
   printTable(listing, contenders, effort);
   const Contender& library = *contenders[benchmarks::kLibrary];
-  return judge(listing, library, *contenders[benchmarks::kYardstick]) ? 0 : 1;
+  return printVerdict(listing, library, *contenders[benchmarks::kYardstick]) ? 0 : 1;
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ struct Effort {
   int rounds = 11;
 };
 
-/// What each of the threads does at once, with a server of its own.
+/// A way that all threads use at once, with a server of its own.
 struct Contender {
   std::string description;
   PageServer server;
@@ -73,19 +73,19 @@ void printContender(const Contender& contender, int calls) {
 
 const char* verdict(bool isKept) { return isKept ? "kept" : "NOT KEPT"; }
 
-bool judge(const Contender& bare, const Contender& library, std::size_t threads) {
+bool printVerdict(const Contender& bare, const Contender& library, std::size_t threads) {
   std::vector<double> ratios;
   for (std::size_t i = 0; i < bare.wall.size(); ++i) {
     ratios.push_back(library.wall[i] / bare.wall[i]);
   }
   const double ratio = benchmarks::median(std::move(ratios));
-  const bool isFast = ratio <= kWallLimit;
-  const bool isFrugal = library.mostConnections <= threads;
+  const bool isWallKept = ratio <= kWallLimit;
+  const bool areConnectionsKept = library.mostConnections <= threads;
   std::printf(
       "Wall time of the library in relation to the line above it: %.2f (at most %.2f: %s)\n", ratio,
-      kWallLimit, verdict(isFast));
-  std::printf("At most one connection for each thread: %s\n", verdict(isFrugal));
-  return isFast && isFrugal;
+      kWallLimit, verdict(isWallKept));
+  std::printf("At most one connection for each thread: %s\n", verdict(areConnectionsKept));
+  return isWallKept && areConnectionsKept;
 }
 
 bool measure(const Listing& listing, int calls, const Effort& effort, const TlsIdentity& identity) {
@@ -111,7 +111,7 @@ bool measure(const Listing& listing, int calls, const Effort& effort, const TlsI
   std::printf("%-38s %12s %12s %20s\n", "", "CPU us/call", "wall us/call", "new connections");
   printContender(bare, calls);
   printContender(library, calls);
-  return judge(bare, library, threads);
+  return printVerdict(bare, library, threads);
 }
 
 }  // namespace

@@ -12,16 +12,16 @@ using benchmarks::Listing;
 using benchmarks::ListingSize;
 using benchmarks::MemoryUse;
 
-// Of what is received in addition, this much may be in memory in addition at some time, if it comes
-// in many pages. What comes in one page has to be there as a whole.
+// The part of additionally received bytes by which the peak may grow, for a listing of many pages.
+// A single page is in memory as a whole.
 constexpr double kLimitForPages = 0.1;
-// As much may be added to what is held by the way, such as room for a longer page.
+// The part by which the held memory may differ, for example for the buffer of a longer page.
 constexpr double kLimitForHeld = 0.05;
 
 struct Subject {
   std::function<Listing(const ListingSize&)> make;
   ListingSize size;
-  int ballast;
+  int padding;
   bool isPaged;
 };
 
@@ -53,8 +53,8 @@ double ratio(long value, long base) {
   return static_cast<double>(value) / static_cast<double>(base);
 }
 
-bool judge(const Subject& subject, const MemoryUse& usual, const MemoryUse& longer,
-           const MemoryUse& more) {
+bool printVerdict(const Subject& subject, const MemoryUse& usual, const MemoryUse& longer,
+                  const MemoryUse& more) {
   const double held = ratio(longer.heldKibibytes, usual.heldKibibytes);
   const double doubled = ratio(more.heldKibibytes, usual.heldKibibytes);
   const bool isHeldKept = std::abs(held - 1) <= kLimitForHeld && std::abs(doubled - 2) <= 0.1;
@@ -77,9 +77,9 @@ bool run() {
   for (const Subject& subject : kSubjects) {
     std::printf("%-40s %14s %10s %10s\n", "KiB", "received", "held", "peak");
     const MemoryUse usual = measure(subject, subject.size, identity);
-    const MemoryUse longer = measure(subject, {subject.size.entries, subject.ballast}, identity);
+    const MemoryUse longer = measure(subject, {subject.size.entries, subject.padding}, identity);
     const MemoryUse more = measure(subject, {2 * subject.size.entries}, identity);
-    isKept = judge(subject, usual, longer, more) && isKept;
+    isKept = printVerdict(subject, usual, longer, more) && isKept;
     std::printf("\n");
   }
   return isKept;

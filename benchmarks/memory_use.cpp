@@ -56,10 +56,11 @@ MemoryUse measureMemory(const Listing& listing, const ListingWay& way,
   }
 
   close(ends[1]);
-  const bool isTold = read(ends[0], &use, sizeof(use)) == sizeof(use);
+  const bool isComplete = read(ends[0], &use, sizeof(use)) == sizeof(use);
   close(ends[0]);
   waitpid(child, nullptr, 0);
-  if (!isTold || use.peakKibibytes < 0) throw std::runtime_error("the memory cannot be measured");
+  if (!isComplete || use.peakKibibytes < 0)
+    throw std::runtime_error("the memory cannot be measured");
   use.receivedKibibytes = static_cast<long>(server.bytesSent() / kCalls / 1024);
   return use;
 }

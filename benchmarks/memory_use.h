@@ -5,17 +5,17 @@
 namespace benchmarks {
 
 struct MemoryUse {
-  /// By how much the resident memory grew at its peak over what it was before the first call.
+  /// The peak of the resident memory, above its size before the first call.
   long peakKibibytes = -1;
-  /// By how much the heap grew from before the last call until after it, with the listing in hand.
+  /// The growth of the heap in the last call, whose listing is not released.
   long heldKibibytes = -1;
-  /// In a call.
+  /// Received bytes of one call.
   long receivedKibibytes = 0;
 };
 
-/// Goes a way several times in a process of its own, since a heap never forgets what it has been
-/// used for; with a session open, but nothing asked for, that process is idle. Forks, so no other
-/// thread may run yet. Throws std::runtime_error.
+/// Requests a listing several times in a process of its own, because earlier use of a heap affects
+/// the figures. That process is idle once its session is open and before its first request. Forks,
+/// so no other thread may run yet. Throws std::runtime_error.
 MemoryUse measureMemory(const Listing& listing, const ListingWay& way, const TlsIdentity& identity);
 
 }  // namespace benchmarks

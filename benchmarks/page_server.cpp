@@ -45,18 +45,18 @@ class Stream {
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
 
-  /// The first byte that the other side sends, which stays to be read; 0 if there is none.
+  /// The first byte from the peer, which is not consumed; NUL at the end of the stream.
   char peek() const {
     char first = 0;
     return recv(connection_, &first, 1, MSG_PEEK) == 1 ? first : '\0';
   }
 
-  bool beginTls(SSL_CTX* context) {
+  bool startTls(SSL_CTX* context) {
     tls_.reset(SSL_new(context));
     return tls_ && SSL_set_fd(tls_.get(), connection_) == 1 && SSL_accept(tls_.get()) == 1;
   }
 
-  /// At most 0 if the other side has no more to say.
+  /// The number of received bytes; at most 0 at the end of the stream or after an error.
   ssize_t receive(char* buffer, std::size_t size) {
     if (tls_) return SSL_read(tls_.get(), buffer, static_cast<int>(size));
     return recv(connection_, buffer, size, 0);
@@ -77,7 +77,7 @@ class Stream {
   std::unique_ptr<SSL, decltype(&SSL_free)> tls_{nullptr, &SSL_free};
 };
 
-// 0 as long as the head is not complete. The clients are known: all spell the header like this.
+// 0 while the head is incomplete. All clients of the benchmarks use this spelling of the header.
 std::size_t requestSize(std::string_view received) {
   constexpr std::string_view kEndOfHead = "\r\n\r\n";
   constexpr std::string_view kLength = "\r\nContent-Length: ";
@@ -89,8 +89,8 @@ std::size_t requestSize(std::string_view received) {
   return headSize + std::stoul(std::string(received.substr(length + kLength.size(), 10)));
 }
 
-/// The next request, or nothing if there is none. A client waits for the answer before it asks
-/// again, so nothing of another request follows.
+/// The next request; empty at the end of the stream. Clients do not pipeline requests, so no bytes
+/// of another one follow.
 std::string receiveRequest(Stream& stream) {
   std::array<char, 4096> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   std::string request;
@@ -103,22 +103,22 @@ std::string receiveRequest(Stream& stream) {
   }
 }
 
-std::vector<std::string> httpAnswers(const Site& site) {
-  std::vector<std::string> answers;
+std::vector<std::string> httpResponses(const Site& site) {
+  std::vector<std::string> responses;
   for (const std::string& page : site.pages) {
-    answers.push_back("HTTP/1.1 200 OK\r\nContent-Type: " + site.contentType +
-                      "\r\nServer: page-server\r\nContent-Length: " + std::to_string(page.size()) +
-                      "\r\n\r\n" + page);
+    responses.push_back("HTTP/1.1 200 OK\r\nContent-Type: " + site.contentType +
+                        "\r\nServer: page-server\r\nContent-Length: " +
+                        std::to_string(page.size()) + "\r\n\r\n" + page);
   }
-  return answers;
+  return responses;
 }
 
-/// What goes on in the server's process.
-class Service {
+/// The server in its own process.
+class Server {
  public:
-  Service(const Site& site, const TlsIdentity& identity, ServerCounters& counters)
+  Server(const Site& site, const TlsIdentity& identity, ServerCounters& counters)
       : choose_(site.choose),
-        answers_(httpAnswers(site)),
+        responses_(httpResponses(site)),
         tls_(identity.serverContext()),
         counters_(counters) {}
 
@@ -142,28 +142,28 @@ class Service {
       receiveRequest(stream);
       if (!stream.sendAll("HTTP/1.1 200 Connection established\r\n\r\n")) return;
     }
-    if (stream.peek() == kTlsHandshake && !stream.beginTls(tls_.get())) return;
+    if (stream.peek() == kTlsHandshake && !stream.startTls(tls_.get())) return;
     for (;;) {
       const std::string request = receiveRequest(stream);
       if (request.empty()) return;
-      const std::string& answer = answers_.at(choose_ ? choose_(request) : 0);
+      const std::string& response = responses_.at(choose_ ? choose_(request) : 0);
       ++counters_.requests;
-      counters_.bytesSent += answer.size();
-      if (!stream.sendAll(answer)) return;
+      counters_.bytesSent += response.size();
+      if (!stream.sendAll(response)) return;
     }
   }
 
   std::function<std::size_t(std::string_view)> choose_;
-  std::vector<std::string> answers_;
+  std::vector<std::string> responses_;
   std::shared_ptr<SSL_CTX> tls_;
   ServerCounters& counters_;
 };
 
-// Not to be left by an exception: the caller's code is another process's.
+// noexcept, because an exception must not reach the caller's code in this forked process.
 [[noreturn]] void runServer(int listener, const std::function<Site()>& makeSite,
                             const TlsIdentity& identity, ServerCounters& counters) noexcept {
-  std::signal(SIGPIPE, SIG_IGN);  // TLS writes to connections that clients have closed
-  Service(makeSite(), identity, counters).run(listener);
+  std::signal(SIGPIPE, SIG_IGN);  // TLS may write to a connection that the client has closed
+  Server(makeSite(), identity, counters).run(listener);
 }
 
 int listenOnFreePort(std::uint16_t& port) {
@@ -197,7 +197,7 @@ PageServer::PageServer(const std::function<Site()>& makeSite, const TlsIdentity&
     return;
   }
 
-  // The server must not outlive a benchmark that was killed, not even one killed before this line.
+  // The server must not outlive a killed benchmark, not even one that was killed before this line.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != client) _exit(1);
   runServer(listener, makeSite, identity, *counters_);

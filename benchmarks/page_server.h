@@ -13,20 +13,20 @@
 
 namespace benchmarks {
 
-/// What a page server has to say.
+/// The content of a page server.
 struct Site {
   std::string contentType;
   std::vector<std::string> pages;
-  /// Which page answers a request, of which all is given: head and body. Without it the first.
+  /// The index of the page for a request, given with head and body; the first page if not set.
   std::function<std::size_t(std::string_view request)> choose;
 };
 
 struct ServerCounters;
 
-/// Answers HTTP requests on a free port of 127.0.0.1 out of memory, over connections that stay
-/// open. Speaks TLS to whoever begins with it, and is a proxy that leads to itself, whichever host
-/// is asked for: so clients reach it whose hosts are fixed. Runs as a process of its own, so what
-/// it costs is not taken for the client's.
+/// Responds to HTTP requests on a free port of 127.0.0.1 from memory, over persistent connections.
+/// Accepts TLS and plain connections, and is also a proxy that leads to itself for every host, for
+/// clients whose hosts are fixed. Runs as a process of its own, so that its costs are not part of
+/// the client's.
 class PageServer {
  public:
   /// Forks, so no other thread may run yet. The pages are made in the server's process, so that
@@ -39,7 +39,7 @@ class PageServer {
   std::uint16_t port() const { return port_; }
   unsigned connections() const;
   unsigned requests() const;
-  /// Of answers, heads included, before they are encrypted.
+  /// The size of the responses, heads included, before encryption.
   std::uint64_t bytesSent() const;
 
  private:

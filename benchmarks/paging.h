@@ -6,8 +6,8 @@
 
 namespace benchmarks {
 
-/// A listing that comes in pages. A page after the first is asked for with a token, whose number
-/// the server finds wherever a service has its tokens.
+/// A listing in pages. Each page after the first has a token, which contains its number; the server
+/// finds the token anywhere in a request.
 struct Paging {
   int entries;
   int entriesOfPage;
@@ -20,7 +20,7 @@ struct Paging {
   int endOf(int page) const;
 };
 
-/// The page that a request, of which all is given, asks for.
-std::size_t pageAskedFor(std::string_view request);
+/// The number of the page that a request, given with head and body, is for.
+std::size_t requestedPage(std::string_view request);
 
 }  // namespace benchmarks

@@ -7,7 +7,7 @@
 
 namespace benchmarks {
 
-/// As the library does it, for those who do without: to be released with free().
+/// Records like the library's for the clients without it; to be released with free().
 char* copyOf(std::string_view text);
 char** arrayOf(const std::vector<char*>& names);
 directory* arrayOf(const std::vector<directory>& directories);

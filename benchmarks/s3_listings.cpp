@@ -13,10 +13,10 @@ std::string bucketName(int number) { return "team-archive-" + std::to_string(100
 
 std::string prefixName(int number) { return kS3Folder + std::to_string(100'000 + number) + '/'; }
 
-// As services have them, in an element that nobody reads.
-std::string ballast(const ListingSize& size) {
-  if (size.ballast == 0) return {};
-  return "<Note>" + std::string(static_cast<std::size_t>(size.ballast), '-') + "</Note>";
+// In an element that no client reads.
+std::string padding(const ListingSize& size) {
+  if (size.padding == 0) return {};
+  return "<Note>" + std::string(static_cast<std::size_t>(size.padding), '-') + "</Note>";
 }
 
 std::string bucketPage(const ListingSize& size) {
@@ -26,7 +26,7 @@ std::string bucketPage(const ListingSize& size) {
       "<Owner><ID>1f2e3d4c5b6a</ID><DisplayName>benchmark</DisplayName></Owner><Buckets>";
   for (int i = 0; i < size.entries; ++i) {
     page += "<Bucket><Name>" + bucketName(i) +
-            "</Name><CreationDate>2024-02-29T08:30:15.000Z</CreationDate>" + ballast(size) +
+            "</Name><CreationDate>2024-02-29T08:30:15.000Z</CreationDate>" + padding(size) +
             "</Bucket>";
   }
   return page + "</Buckets></ListAllMyBucketsResult>";
@@ -40,7 +40,7 @@ std::string prefixPage(const ListingSize& size) {
       "<Prefix>photos/</Prefix><KeyCount>1000</KeyCount><MaxKeys>1000</MaxKeys>"
       "<Delimiter>/</Delimiter><IsTruncated>false</IsTruncated>";
   for (int i = 0; i < size.entries; ++i) {
-    page += "<CommonPrefixes><Prefix>" + prefixName(i) + "</Prefix>" + ballast(size) +
+    page += "<CommonPrefixes><Prefix>" + prefixName(i) + "</Prefix>" + padding(size) +
             "</CommonPrefixes>";
   }
   return page + "</ListBucketResult>";
@@ -76,17 +76,17 @@ ListingWay pageDropped(const BareS3Client::Target& target) {
 
 Listing s3Buckets(const ListingSize& size, Route::Kind route) {
   const BareS3Client::Target target{"/", ""};
-  const Served served{size.entries, bucketName};
-  const auto bare = [served](BareS3Client& client) {
+  const Expected expected{size.entries, bucketName};
+  const auto bare = [expected](BareS3Client& client) {
     int count = 0;
     char** buckets = client.listBuckets(count);
-    return own(buckets, count, served);
+    return checked(buckets, count, expected);
   };
-  const auto library = [served](session* handle) {
+  const auto library = [expected](session* handle) {
     char** buckets = nullptr;
     int count = 0;
     s3_list_bucket(handle, &buckets, &count);
-    return own(buckets, count, served);
+    return checked(buckets, count, expected);
   };
   return {std::to_string(size.entries) + " buckets of S3",
           size.entries,
@@ -99,17 +99,17 @@ Listing s3Buckets(const ListingSize& size, Route::Kind route) {
 }
 
 Listing s3Prefixes(const ListingSize& size, Route::Kind route) {
-  const Served served{size.entries, prefixName};
-  const auto bare = [served](BareS3Client& client) {
+  const Expected expected{size.entries, prefixName};
+  const auto bare = [expected](BareS3Client& client) {
     int count = 0;
     directory* directories = client.listPrefixes(count);
-    return own(directories, count, served);
+    return checked(directories, count, expected);
   };
-  const auto library = [served](session* handle) {
+  const auto library = [expected](session* handle) {
     directory* directories = nullptr;
     int count = 0;
     s3_list_directory(handle, kS3Bucket.c_str(), kS3Folder.c_str(), &directories, &count);
-    return own(directories, count, served);
+    return checked(directories, count, expected);
   };
   return {std::to_string(size.entries) + " common prefixes of S3",
           size.entries,

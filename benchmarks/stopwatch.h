@@ -8,7 +8,7 @@ namespace benchmarks {
 using Microseconds = std::chrono::duration<double, std::micro>;
 
 struct Cost {
-  /// Of all threads of this process, in user and in kernel mode. Child processes do not count.
+  /// CPU time of all threads of this process in user and kernel mode, without child processes.
   Microseconds cpu{};
   Microseconds wall{};
 
@@ -16,7 +16,7 @@ struct Cost {
   Cost operator/(int divisor) const { return {cpu / divisor, wall / divisor}; }
 };
 
-/// Runs from its construction on.
+/// Measures from its construction on.
 class Stopwatch {
  public:
   Stopwatch() : start_(now()) {}
@@ -28,7 +28,7 @@ class Stopwatch {
   Cost start_;
 };
 
-/// The middle of `values`, of which there must be one at least.
+/// The median of `values`, which must not be empty.
 double median(std::vector<double> values);
 
 }  // namespace benchmarks

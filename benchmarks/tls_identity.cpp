@@ -63,7 +63,7 @@ std::string readFile(const std::string& name) {
 TlsIdentity::TlsIdentity(const std::string& bundle)
     : key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
       certificate_(selfSigned(key_.get())),
-      descriptor_(memfd_create("trusted", 0)) {  // handed on to the processes that are started
+      descriptor_(memfd_create("trusted", 0)) {  // inherited by child processes
   const std::string trusted =
       pem(certificate_.get()) + (bundle.empty() ? std::string() : readFile(bundle));
   const ssize_t written = write(descriptor_, trusted.data(), trusted.size());

@@ -7,21 +7,20 @@
 
 namespace benchmarks {
 
-/// A key and the self-signed certificate that goes with it, made anew for each process: valid for
-/// 127.0.0.1 and for the hosts of the services that the library knows.
+/// A key and a self-signed certificate for it, made anew for each process. The certificate is valid
+/// for 127.0.0.1 and for the hosts of the services that the library supports.
 class TlsIdentity {
  public:
-  /// `bundle` names a file with further certificates, which are to be trusted as well. Throws
-  /// std::runtime_error.
+  /// `bundle` is the name of a file with further trusted certificates. Throws std::runtime_error.
   explicit TlsIdentity(const std::string& bundle = {});
   ~TlsIdentity();
   TlsIdentity(const TlsIdentity&) = delete;
   TlsIdentity& operator=(const TlsIdentity&) = delete;
 
-  /// Holds the certificates to trust. Not on a disk: for this process and those that it starts.
+  /// The name of a file in memory with the trusted certificates, for this process and its children.
   const std::string& trustedFile() const { return trustedFile_; }
 
-  /// For servers.
+  /// A context for servers with the key and the certificate.
   std::shared_ptr<SSL_CTX> serverContext() const;
 
  private:

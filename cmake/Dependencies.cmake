@@ -1,4 +1,4 @@
-# Every library that the project is built with, in one place; docs/adr says why each was chosen.
+# All libraries that the project is built with; docs/adr has the reasons for each of them.
 # scripts/bootstrap installs the Debian packages.
 
 find_package(Poco 1.11 REQUIRED COMPONENTS Foundation Crypto)

@@ -1,8 +1,8 @@
-# What is installed beside the binaries, and how Debian packages are made of it.
+# Installation of everything but the binaries, and the Debian packages.
 
 include(CMakePackageConfigHelpers)
 
-# For pkg-config and for CMake. Both find the library from where they themselves are, so that an
+# Files for pkg-config and CMake. Both locate the library relative to themselves, so that an
 # installed tree can be moved.
 set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(cmake_folder ${CMAKE_INSTALL_LIBDIR}/cmake/libvemlo)
@@ -26,8 +26,8 @@ install(FILES ${PROJECT_BINARY_DIR}/libvemlo-config.cmake
 install(EXPORT libvemlo NAMESPACE libvemlo:: FILE libvemlo-targets.cmake
   DESTINATION ${cmake_folder} COMPONENT development)
 
-# Debian packages: cpack --config <build tree>/CPackConfig.cmake. The libraries, what hosts are
-# built with, and the command-line host.
+# Debian packages of the libraries, of the files for building hosts, and of the command-line host:
+# cpack --config <build tree>/CPackConfig.cmake
 if(NOT VEMLO_SERVICE_CLIENT STREQUAL "bundled")
   return()
 endif()
@@ -82,9 +82,9 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
 Lists and makes buckets, containers and folders of S3 and compatible stores
 and of Azure storage blobs, and links accounts of drive services.")
 
-# What Debian expects of every package.
+# Files that Debian requires in every package.
 find_program(gzip gzip REQUIRED)
-# install_compressed(<component> <source> <folder> <name>): as <name>.gz, without a time in it.
+# install_compressed(<component> <source> <folder> <name>): installs <name>.gz without a timestamp.
 function(install_compressed component source folder name)
   set(compressed ${PROJECT_BINARY_DIR}/compressed/${component}/${name}.gz)
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/compressed/${component})

@@ -1,6 +1,6 @@
-# What identifies this build of the library to the services. Whoever ships it registers an
-# application of their own with each drive service and sets these; the placeholders below have the
-# form of real identifiers and are known to no service.
+# The identity of this build of the library to the services. A distributor registers an application
+# with each drive service and sets these values. The placeholders below have the form of real
+# identifiers and are not registered with any service.
 
 set(VEMLO_REDIRECT_URI "https://vemlo.example/redirect.php" CACHE STRING
     "The page to which the drive services send users back after consent; one for all services")
@@ -52,7 +52,7 @@ set(VEMLO_S3_CN_ENDPOINT "https://s3.cn-north-1.amazonaws.com.cn" CACHE STRING
     "AWS China S3 endpoint (region cn-north-1)")
 set(VEMLO_WASABI_ENDPOINT "https://s3.wasabisys.com" CACHE STRING "Wasabi S3 endpoint")
 
-# They become C string constants.
+# The values become C string constants.
 get_cmake_property(cache_variables CACHE_VARIABLES)
 foreach(name ${cache_variables})
   if(name MATCHES "^VEMLO_.*(_URI|_ENDPOINT|_CLIENT_ID|_CLIENT_SECRET)$" AND

@@ -1,9 +1,10 @@
-// As much of a browser as the sandbox's pages need: it follows redirects, through the proxy alone.
+// A minimal browser for the sandbox's web pages: it follows redirects and uses the proxy only.
 
 import { readFileSync } from 'node:fs';
 import http from 'node:http';
 import https from 'node:https';
 import tls from 'node:tls';
+import { readText } from './streams.mjs';
 
 const kMostRedirects = 10;
 
@@ -16,26 +17,26 @@ export class Browser {
     this.#ca = readFileSync(caFile);
   }
 
-  /** Gets a page, or sends it a form; returns its { url, text }. */
+  /** Opens a web page or submits a form, following redirects; returns the page's { url, text }. */
   async open(url, form) {
-    let answer = await this.send(url, form && formRequest(form));
-    for (let count = 0; answer.location; count += 1) {
+    let response = await this.send(url, form && formRequest(form));
+    for (let count = 0; response.location; count += 1) {
       if (count === kMostRedirects) throw new Error('redirects without end');
-      answer = await this.send(new URL(answer.location, answer.url));
+      response = await this.send(new URL(response.location, response.url));
     }
-    if (answer.status !== 200) throw new Error(`HTTP ${answer.status}: ${plainText(answer.text)}`);
-    return answer;
+    const { status, text } = response;
+    if (status !== 200) throw new Error(`HTTP ${status}: ${plainText(text)}`);
+    return response;
   }
 
-  /** One request, by default a GET; returns its { url, status, location, text }. */
+  /** Sends one request, by default a GET; returns { url, status, location, text }. */
   async send(address, request = {}) {
     const url = new URL(address);
     if (url.protocol !== 'https:') throw new Error('only https addresses can be opened');
     const socket = await this.#connect(url);
     try {
       const response = await exchange(socket, url, request);
-      let text = '';
-      for await (const piece of response.setEncoding('utf8')) text += piece;
+      const text = await readText(response);
       const { location } = response.headers;
       return { url: url.href, status: response.statusCode, location, text };
     } finally {
@@ -57,7 +58,7 @@ export class Browser {
   }
 }
 
-/** What send() takes for a form. */
+/** The request for send() that submits a form. */
 export function formRequest(form) {
   const headers = { 'Content-Type': 'application/x-www-form-urlencoded' };
   return { method: 'POST', headers, body: form.toString() };

@@ -52,10 +52,12 @@ class UsageError extends Error {}
 
 function parse(argv) {
   const end = argv.indexOf('--');
-  const own = end < 0 ? argv : argv.slice(0, end);
+  const ownArguments = end < 0 ? argv : argv.slice(0, end);
   const command = end < 0 ? [] : argv.slice(end + 1);
-  const withParent = own.flatMap((word, index) =>
-    word === '--parent' && own[0] === 'start' && !/^\d+$/.test(own[index + 1] ?? '')
+  const withParent = ownArguments.flatMap((word, index) =>
+    word === '--parent' &&
+    ownArguments[0] === 'start' &&
+    !/^\d+$/.test(ownArguments[index + 1] ?? '')
       ? [`--parent=${process.ppid}`]
       : [word],
   );
@@ -71,8 +73,9 @@ function parse(argv) {
   }
 }
 
-// What each verb takes besides PARTs; those with a state file cannot do without it, but consent.
-const kVerbs = {
+// The options and the operand of each subcommand. `state` is required wherever it is an option,
+// except for consent.
+const kSubcommands = {
   run: { options: kParts },
   serve: { options: [...kParts, 'state', 'parent'] },
   start: { options: [...kParts, 'state', 'parent'] },
@@ -81,21 +84,23 @@ const kVerbs = {
 };
 
 function check({ values, positionals, command }) {
-  const [verb, ...rest] = positionals;
-  if (!Object.hasOwn(kVerbs, verb ?? ''))
-    throw new UsageError(`say one of ${Object.keys(kVerbs).join(', ')}`);
-  const { options, operand } = kVerbs[verb];
-  const stranger = Object.keys(values).find((name) => !options.includes(name));
-  if (stranger) throw new UsageError(`${verb} takes no --${stranger}`);
-  if (operand && rest.length === 0) throw new UsageError(`${verb} needs ${operand}`);
+  const [subcommand, ...rest] = positionals;
+  if (!Object.hasOwn(kSubcommands, subcommand ?? ''))
+    throw new UsageError(`say one of ${Object.keys(kSubcommands).join(', ')}`);
+  const { options, operand } = kSubcommands[subcommand];
+  const unsupported = Object.keys(values).find((name) => !options.includes(name));
+  if (unsupported) throw new UsageError(`${subcommand} takes no --${unsupported}`);
+  if (operand && rest.length === 0) throw new UsageError(`${subcommand} needs ${operand}`);
   if (rest.length > (operand ? 1 : 0)) throw new UsageError(`unexpected argument '${rest.at(-1)}'`);
-  if (verb === 'run' && command.length === 0) throw new UsageError('run needs a command after --');
-  if (verb !== 'run' && command.length > 0) throw new UsageError(`${verb} takes no command`);
-  if (options.includes('state') && verb !== 'consent' && !values.state)
-    throw new UsageError(`${verb} needs --state FILE`);
+  if (subcommand === 'run' && command.length === 0)
+    throw new UsageError('run needs a command after --');
+  if (subcommand !== 'run' && command.length > 0)
+    throw new UsageError(`${subcommand} takes no command`);
+  if (options.includes('state') && subcommand !== 'consent' && !values.state)
+    throw new UsageError(`${subcommand} needs --state FILE`);
   if (values.parent !== undefined && !/^[1-9]\d*$/.test(values.parent))
     throw new UsageError('--parent needs a process id');
-  return verb;
+  return subcommand;
 }
 
 async function main(argv) {
@@ -105,11 +110,11 @@ async function main(argv) {
     process.stdout.write(kUsage);
     return 0;
   }
-  const verb = check(parsed);
+  const subcommand = check(parsed);
   const named = kParts.filter((part) => values[part]);
   const parts = named.length > 0 ? named : kParts;
   const options = { parts, file: values.state, parent: values.parent && Number(values.parent) };
-  switch (verb) {
+  switch (subcommand) {
     case 'run':
       return run(parts, command);
     case 'serve':

@@ -1,4 +1,4 @@
-// The npm packages that servers are taken from.
+// The npm packages that contain servers.
 
 import { existsSync } from 'node:fs';
 import { join } from 'node:path';
@@ -6,7 +6,7 @@ import { fileURLToPath } from 'node:url';
 
 const kSandboxFolder = fileURLToPath(new URL('.', import.meta.url));
 
-/** The folder of an installed package; throws, saying how to install it, where there is none. */
+/** The folder of an installed package; throws if it is not installed. */
 export function packageFolder(name) {
   const folder = join(kSandboxFolder, 'node_modules', name);
   if (existsSync(folder)) return folder;

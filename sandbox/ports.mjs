@@ -5,10 +5,10 @@ import { setTimeout as sleep } from 'node:timers/promises';
 
 const kHost = '127.0.0.1';
 
-// A port that is merely found free and released could be given to somebody else before our server
-// binds it. Closing one accepted connection from the listening side first leaves the port in
-// TIME_WAIT for a minute: the kernel then hands it to nobody who asks for "any port", while a
-// server that names it (with SO_REUSEADDR, as all of ours do) may bind it.
+// A free port that is only opened and closed again could be assigned to another process before the
+// server binds it. If the listening side closes an accepted connection first, the port stays in
+// TIME_WAIT for a minute: the kernel then does not assign it to a process that requests any free
+// port, while a server that names it (with SO_REUSEADDR, as all of the sandbox's do) can bind it.
 function reservePort() {
   return new Promise((resolve, reject) => {
     const listener = net.createServer((accepted) => {
@@ -19,14 +19,15 @@ function reservePort() {
     listener.on('error', reject);
     listener.listen(0, kHost, () => {
       const { port } = listener.address();
-      const visitor = net.connect(port, kHost);
-      visitor.on('error', reject);
-      visitor.on('close', () => resolve(port));
-      visitor.resume();
+      const client = net.connect(port, kHost);
+      client.on('error', reject);
+      client.on('close', () => resolve(port));
+      client.resume();
     });
   });
 }
 
+/** Reserves a free port for each name; returns name -> port. */
 export async function reservePorts(...names) {
   const entries = await Promise.all(names.map(async (name) => [name, await reservePort()]));
   return Object.fromEntries(entries);

@@ -1,4 +1,4 @@
-// The processes of one server: started as direct children, ended by their own pid.
+// The processes of one server: started as direct children, ended by their pids.
 
 import { spawn } from 'node:child_process';
 import { accessSync, constants, openSync, closeSync } from 'node:fs';
@@ -36,22 +36,22 @@ export class Processes {
   #stopping = new AbortController();
   #reportDeath;
 
-  /** Rejects when a server ends that nobody asked to end. */
+  /** Rejects when a server ends although it was not stopped. */
   died = new Promise((_, reject) => {
     this.#reportDeath = reject;
   });
 
   constructor(logFolder) {
     this.#logFolder = logFolder;
-    this.died.catch(() => {}); // whoever races against it hears of it; nobody else has to
+    this.died.catch(() => {}); // without a handler a rejection would end this process
   }
 
-  /** Aborted as soon as everything is being stopped. */
+  /** An AbortSignal, aborted once stop() is called. */
   get stopping() {
     return this.#stopping.signal;
   }
 
-  /** Starts a server in the foreground, its output going to `name`.log. */
+  /** Starts a server that stays in the foreground; its output is written to `name`.log. */
   server(name, command, args, variables) {
     const log = openSync(join(this.#logFolder, `${name}.log`), 'a', 0o600);
     const child = this.#spawn(command, args, ['ignore', log, log], variables);
@@ -66,7 +66,7 @@ export class Processes {
     });
   }
 
-  /** Runs a command to its end and returns what it printed; throws unless it succeeded. */
+  /** Runs a command and returns its standard output; throws unless it succeeds. */
   async tool(command, args, { input = '' } = {}) {
     const child = this.#spawn(command, args, ['pipe', 'pipe', 'pipe']);
     const timer = setTimeout(() => child.kill('SIGKILL'), kSecondsPerTool * 1000);
@@ -74,7 +74,7 @@ export class Processes {
     for (const stream of Object.keys(output)) {
       child[stream].setEncoding('utf8').on('data', (text) => (output[stream] += text));
     }
-    child.stdin.on('error', () => {}); // one that reads no input still decides by its exit code
+    child.stdin.on('error', () => {}); // a command may ignore its input; its exit code decides
     child.stdin.end(input);
 
     const { code, signal, error } = await child.ended;
@@ -87,15 +87,15 @@ export class Processes {
 
   async stop() {
     this.#stopping.abort(new Error('the sandbox is being stopped'));
-    // The last one first: a server that misses the one it builds on waits for it when it ends.
+    // In reverse order: at its end, a server waits for the ones it depends on if they are gone.
     for (const child of [...this.#running].reverse()) await endChild(child);
   }
 
   #spawn(command, args, stdio, variables = {}) {
     this.stopping.throwIfAborted();
-    // The kernel kills the child when this process is gone, however it went; nothing is left then
-    // that could wait for a server that does not end by itself. A session of its own keeps the
-    // terminal's Ctrl-C away from it, so that servers outlive the command that uses them.
+    // The kernel kills the child when this process ends in any way; SIGKILL, because nothing is
+    // left then that could wait for a server to end. A session of its own shields the child from
+    // the terminal's Ctrl-C, so that servers outlive the command that uses them.
     const child = spawn('setpriv', ['--pdeathsig', 'KILL', command, ...args], {
       stdio,
       detached: true,
@@ -108,7 +108,7 @@ export class Processes {
   }
 }
 
-/** Resolves with { code, signal } or { error } when the child is gone; never rejects. */
+/** Resolves with { code, signal }, and { error } where it did not start; never rejects. */
 export function endOf(child) {
   return new Promise((resolve) => {
     child.on('error', (error) => resolve({ code: 127, signal: null, error }));
@@ -116,7 +116,7 @@ export function endOf(child) {
   });
 }
 
-/** Asks a child to end, and ends it when it does not. */
+/** Sends a child `signal`, and SIGKILL if it does not end in time; resolves once it has ended. */
 export async function endChild(child, signal = 'SIGTERM') {
   child.kill(signal);
   const timer = setTimeout(() => child.kill('SIGKILL'), kSecondsBeforeKill * 1000);

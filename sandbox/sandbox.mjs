@@ -1,4 +1,4 @@
-// One sandbox: a private folder, the servers asked for, and the state that describes them.
+// One sandbox: a private folder, the requested servers, and the state that describes them.
 
 import { mkdir, mkdtemp, readdir, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
@@ -12,7 +12,7 @@ import { startRadosgw } from './servers/radosgw.mjs';
 import { startSwift } from './servers/swift.mjs';
 
 export const kFolderPrefix = 'vemlo-sandbox-';
-// The part, and the member of the state that describes it.
+// By part: the function that starts it, and the member of the state that describes it.
 const kServers = {
   radosgw: { start: startRadosgw, member: 'radosgw' },
   swift: { start: startSwift, member: 'swift' },
@@ -23,20 +23,20 @@ export const kParts = [...Object.keys(kServers), 'internet'];
 
 export class Sandbox {
   #parts;
-  #say;
+  #report;
   #processes = [];
   #internet;
   #failedLogs;
   #stopping = false;
   #starting = Promise.resolve();
 
-  /** `parts` are names out of kParts; `say` takes one line of progress. */
-  constructor(parts, say) {
+  /** `parts` are names from kParts; `report` receives one line of progress at a time. */
+  constructor(parts, report) {
     this.#parts = parts;
-    this.#say = say;
+    this.#report = report;
   }
 
-  /** Starts everything; on failure the caller still has to stop(). */
+  /** Starts the parts; the caller has to call stop() even if this fails. */
   start() {
     this.#starting = this.#startParts();
     return this.#starting;
@@ -45,7 +45,7 @@ export class Sandbox {
   async stop() {
     this.#stopping = true;
     await Promise.all(this.#processes.map((processes) => processes.stop()));
-    await this.#starting.catch(() => {}); // whoever called start() hears of its failure
+    await this.#starting.catch(() => {}); // start() itself has reported the failure
     await this.#internet?.stop();
     if (this.folder) await rm(this.folder, { recursive: true, force: true, maxRetries: 3 });
   }
@@ -67,7 +67,7 @@ export class Sandbox {
 
     const servers = this.#parts.filter((name) => name in kServers);
     const started = servers.map((name) => this.#timed(name, () => this.#startServer(name)));
-    // Wait for all of them even when one fails, so that nothing is still starting after a stop.
+    // All of them, even if one fails, so that no server is still starting after stop().
     const outcomes = await Promise.allSettled(started);
     const failure = outcomes.find(({ status }) => status === 'rejected');
     if (failure) throw failure.reason;
@@ -79,7 +79,7 @@ export class Sandbox {
     const folder = join(this.folder, name);
     const logFolder = join(this.folder, 'logs', name);
     await Promise.all([mkdir(folder), mkdir(logFolder, { recursive: true })]);
-    this.#goOnUnlessStopping();
+    this.#throwIfStopping();
     const processes = new Processes(logFolder);
     this.#processes.push(processes);
     const { start, member } = kServers[name];
@@ -92,7 +92,7 @@ export class Sandbox {
       await starting.catch(() => {}); // it fails at its next step, for the same reason
       throw error;
     }
-    processes.died.catch((error) => this.#say(`warning: ${error.message}`));
+    processes.died.catch((error) => this.#report(`warning: ${error.message}`));
   }
 
   async #startInternet() {
@@ -100,17 +100,17 @@ export class Sandbox {
     await mkdir(folder);
     this.#internet = await startInternet({ folder, routes: publicRoutes(this.state) });
     this.state.internet = this.#internet.state;
-    this.#goOnUnlessStopping();
+    this.#throwIfStopping();
   }
 
-  #goOnUnlessStopping() {
+  #throwIfStopping() {
     if (this.#stopping) throw new Error('stopped while starting');
   }
 
   async #timed(name, start) {
-    const from = Date.now();
-    this.#say(`starting ${name}`);
+    const startedAt = Date.now();
+    this.#report(`starting ${name}`);
     await start();
-    this.#say(`${name} is ready after ${((Date.now() - from) / 1000).toFixed(1)} s`);
+    this.#report(`${name} is ready after ${((Date.now() - startedAt) / 1000).toFixed(1)} s`);
   }
 }

@@ -1,18 +1,18 @@
-// The state file: what other programs read to find a running sandbox.
+// The state file, from which other programs learn about a running sandbox.
 
 import { readFileSync } from 'node:fs';
 import { readFile, rename, rm, writeFile } from 'node:fs/promises';
 import { basename, isAbsolute } from 'node:path';
 import { kFolderPrefix } from './sandbox.mjs';
 
-/** Writes the state so that a reader sees all of it or nothing; it holds secrets, hence 0600. */
+/** Writes the state atomically; the file contains secrets, hence the mode 0600. */
 export async function writeState(file, state) {
   const draft = `${file}.${process.pid}.new`;
   await writeFile(draft, `${JSON.stringify(state, null, 2)}\n`, { mode: 0o600, flag: 'wx' });
   await rename(draft, file);
 }
 
-/** The state in `file`, or undefined when there is no such file. */
+/** The state in `file`; undefined if the file does not exist. */
 export async function readState(file) {
   let text;
   try {
@@ -33,8 +33,8 @@ export async function readState(file) {
 }
 
 /**
- * When the process was started, in clock ticks since boot: with the pid it names a process for
- * good, as pids come round again. Undefined for a process that is gone, zombies included.
+ * When the process was started, in clock ticks since boot. As pids are reused, only pid and start
+ * time together identify a process. Undefined for a process that has ended, zombies included.
  */
 export function startTimeOf(pid) {
   let stat;
@@ -51,13 +51,13 @@ export function isRunning(state) {
   return startTimeOf(state.pid) === state.startTime;
 }
 
-/** Removes what a supervisor that was killed could not remove itself. */
+/** Removes the files that a killed supervisor left behind. */
 export async function removeLeftovers(file, state) {
   await rm(state.folder, { recursive: true, force: true, maxRetries: 5, retryDelay: 200 });
   await rm(file, { force: true });
 }
 
-// What is called a sandbox's folder will be removed, hence the care.
+// Strict, because the folder named in a state file is removed.
 function isSandboxFolder(folder) {
   return (
     typeof folder === 'string' && isAbsolute(folder) && basename(folder).startsWith(kFolderPrefix)

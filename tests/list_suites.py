@@ -1,8 +1,9 @@
-"""Writes an entry for ctest for each suite of a googletest program.
+"""Writes a ctest entry for each suite of a googletest program.
 
 usage: list_suites.py PROGRAM PREFIX FILE [PROPERTY VALUE]...
 
-One for each test would be a process for each test, of which a sanitizer makes a quarter of a second.
+An entry for each test would start a process for each, which takes a quarter of a second with a
+sanitizer.
 """
 
 import subprocess

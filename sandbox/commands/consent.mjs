@@ -1,9 +1,9 @@
-// `consent`: plays the browser and its user on an authorization page of the sandbox.
+// `consent`: acts as a browser and its user on an authorization page of the sandbox.
 
 import { Browser } from '../browser.mjs';
 import { readState } from '../state.mjs';
 
-/** Prints the address with which the redirect page was reached. */
+/** Prints the address of the redirect page, query included. */
 export async function consent({ file, url, deny, account }) {
   const state = file && (await readState(file));
   if (!state?.drives || !state.internet)

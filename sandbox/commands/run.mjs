@@ -1,4 +1,4 @@
-// `run`: a sandbox for the time of one command.
+// `run`: a sandbox that exists while one command runs.
 
 import { spawn } from 'node:child_process';
 import { writeFile } from 'node:fs/promises';
@@ -34,7 +34,7 @@ async function runCommand(command, variables, stopped) {
   return signal ? exitCodeOf(signal) : code;
 }
 
-/** Writes the state file and the secret files, and returns the variables that lead to them. */
+/** Writes the state file and the secret files; returns the command's environment variables. */
 async function describe({ folder, state }) {
   const file = join(folder, 'state.json');
   await writeState(file, { ...state, startTime: startTimeOf(process.pid) });

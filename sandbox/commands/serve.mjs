@@ -7,27 +7,27 @@ import { startTimeOf, writeState } from '../state.mjs';
 import { refuseIfRunning } from './stop.mjs';
 import { stopSignal } from './signals.mjs';
 
-const kMillisecondsBetweenLooks = 500;
+const kMillisecondsBetweenChecks = 500;
 
 export async function serve({ parts, file, parent }) {
   await refuseIfRunning(file);
-  const say = (line) => process.stdout.write(`sandbox: ${line}\n`);
-  const sandbox = new Sandbox(parts, say);
-  const asked = Promise.race([
+  const report = (line) => process.stdout.write(`sandbox: ${line}\n`);
+  const sandbox = new Sandbox(parts, report);
+  const stopReason = Promise.race([
     stopSignal().then((signal) => `got ${signal}`),
     ...(parent ? [endOfProcess(parent).then(() => `process ${parent} is gone`)] : []),
   ]);
   const started = sandbox.start().then(async () => {
     await writeState(file, { ...sandbox.state, startTime: startTimeOf(process.pid) });
-    say('ready');
+    report('ready');
     return true;
   });
   try {
-    await Promise.race([started, asked]);
-    say(`${await asked}, stopping`);
+    await Promise.race([started, stopReason]);
+    report(`${await stopReason}, stopping`);
     return 0;
   } catch (error) {
-    say(`failed: ${error.message}\n${await sandbox.logTails()}`);
+    report(`failed: ${error.message}\n${await sandbox.logTails()}`);
     return 1;
   } finally {
     await sandbox.stop();
@@ -39,6 +39,6 @@ export async function serve({ parts, file, parent }) {
 async function endOfProcess(pid) {
   const startTime = startTimeOf(pid);
   while (startTime !== undefined && startTimeOf(pid) === startTime) {
-    await sleep(kMillisecondsBetweenLooks, undefined, { ref: false });
+    await sleep(kMillisecondsBetweenChecks, undefined, { ref: false });
   }
 }

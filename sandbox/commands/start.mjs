@@ -1,4 +1,4 @@
-// `start`: `serve` in the background, ready when this returns.
+// `start`: runs `serve` in the background and returns once it is ready.
 
 import { spawn } from 'node:child_process';
 import { closeSync, openSync, readFileSync } from 'node:fs';
@@ -19,17 +19,17 @@ export async function start({ parts, file, parent }) {
   const logFile = `${resolve(file)}.log`;
   const child = spawnServe({ parts, file, parent, logFile });
   const stopped = stopSignal();
-  const show = follow(logFile);
+  const printNewOutput = follow(logFile);
 
   const outcome = await Promise.race([
-    ready(file, child, show),
+    ready(file, child, printNewOutput),
     child.ended.then(() => 'failed'),
     stopped,
     sleep(kSecondsToStart * 1000, 'late', { ref: false }),
   ]);
   if (outcome !== 'ready') await endChild(child);
-  show();
-  await rm(logFile, { force: true }); // the server keeps its open file; nobody else needs the name
+  printNewOutput();
+  await rm(logFile, { force: true }); // `serve` keeps the open file and does not need its name
   switch (outcome) {
     case 'ready':
       child.unref();
@@ -44,7 +44,8 @@ export async function start({ parts, file, parent }) {
   }
 }
 
-// Its output goes to a file, for a pipe would keep whoever reads our output waiting.
+// The output goes to a file: an inherited pipe would stay open and block the reader of `start`'s
+// own output.
 function spawnServe({ parts, file, parent, logFile }) {
   const options = ['--state', file, ...parts.map((part) => `--${part}`)];
   if (parent) options.push('--parent', `${parent}`);
@@ -58,15 +59,15 @@ function spawnServe({ parts, file, parent, logFile }) {
   return child;
 }
 
-async function ready(file, child, show) {
+async function ready(file, child, printNewOutput) {
   while ((await readState(file))?.pid !== child.pid) {
-    show();
+    printNewOutput();
     await sleep(50);
   }
   return 'ready';
 }
 
-/** Returns a function that prints what the file has gained since its last call. */
+/** Returns a function that prints what was appended to the file since its last call. */
 function follow(file) {
   let shown = 0;
   return () => {

@@ -1,4 +1,4 @@
-// `stop`: ends a running sandbox, and clears up after one that was killed.
+// `stop`: ends a running sandbox, and cleans up after one that was killed.
 
 import { setTimeout as sleep } from 'node:timers/promises';
 import { isRunning, readState, removeLeftovers } from '../state.mjs';
@@ -22,7 +22,7 @@ export async function stop(file) {
   return 0;
 }
 
-/** Throws when the sandbox of this file still runs; clears up after one that does not. */
+/** Throws if the sandbox of this state file is running; cleans up after one that is not. */
 export async function refuseIfRunning(file) {
   const state = await readState(file);
   if (!state) return;
@@ -36,6 +36,6 @@ function signal(state, name) {
   try {
     process.kill(state.pid, name);
   } catch (error) {
-    if (error.code !== 'ESRCH') throw error; // gone in the meantime is what was wanted
+    if (error.code !== 'ESRCH') throw error; // it has ended in the meantime
   }
 }

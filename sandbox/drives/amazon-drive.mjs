@@ -1,4 +1,4 @@
-// Amazon Drive's RESTful API v1, as far as it concerns folders.
+// An emulator of Amazon Drive's RESTful API v1, limited to what folders need.
 
 import { createHash, randomUUID } from 'node:crypto';
 import { parseFilters, parseSort, queryNodes } from './amazon-query.mjs';
@@ -11,7 +11,7 @@ import {
   Refusal,
 } from './drive-emulator.mjs';
 import { FolderTree } from './folder-tree.mjs';
-import { PageTokens, turnPage } from './paging.mjs';
+import { PageTokens, takePage } from './paging.mjs';
 
 const kHosts = {
   endpoint: 'drive.amazonaws.com',
@@ -26,7 +26,7 @@ const kNewMembers = ['name', 'kind', 'parents', 'labels', 'properties', 'descrip
 
 const kSettings = {
   pageSizes: { value: null, check: isPageSizes },
-  // Members of the endpoint's answer that are to be others; null leaves one out.
+  // Members that replace those of the endpoint's response; null removes one.
   endpoint: { value: {}, check: (value) => typeof value === 'object' && value !== null },
   profile: { value: {}, check: (value) => typeof value === 'object' && value !== null },
 };
@@ -63,13 +63,12 @@ export class AmazonDrive extends DriveEmulator {
     return withRequestId({ status: 401, json: errorJson('', `The token is ${reason}.`) });
   }
 
-  handle(request) {
-    try {
-      return withRequestId(this.#route(request, this.account(request.account)));
-    } catch (error) {
-      if (!(error instanceof Refusal)) throw error;
-      return withRequestId(error.answer);
-    }
+  respond(request) {
+    return withRequestId(this.#route(request, this.account(request.account)));
+  }
+
+  refused(_, response) {
+    return withRequestId(response);
   }
 
   #route(request, account) {
@@ -77,15 +76,15 @@ export class AmazonDrive extends DriveEmulator {
     const [, id, children] = /^\/drive\/v1\/nodes(?:\/([^/]+)(\/children)?)?$/.exec(path) ?? [];
     switch (`${method} ${host}${id ? path.replace(`/${id}`, '/ID') : path}`) {
       case `GET ${kHosts.endpoint}/drive/v1/account/endpoint`:
-        return answer(merge(defaultEndpoint(), account.settings.endpoint));
+        return jsonResponse(merge(defaultEndpoint(), account.settings.endpoint));
       case `GET ${kHosts.profile}/user/profile`:
-        return answer(merge(defaultProfile(account.name), account.settings.profile));
+        return jsonResponse(merge(defaultProfile(account.name), account.settings.profile));
       case `GET ${kHosts.metadata}/drive/v1/account/info`:
-        return answer({ termsOfUse: '1.0.0', status: 'ACTIVE' });
+        return jsonResponse({ termsOfUse: '1.0.0', status: 'ACTIVE' });
       case `GET ${kHosts.metadata}/drive/v1/nodes`:
         return this.#list(request, account, [[]]);
       case `GET ${kHosts.metadata}/drive/v1/nodes/ID`:
-        return answer(nodeJson(findNode(account.tree, id)));
+        return jsonResponse(nodeJson(findNode(account.tree, id)));
       case `GET ${kHosts.metadata}/drive/v1/nodes/ID${children ?? ''}`:
         return this.#list(request, account, childrenOf(findNode(account.tree, id)));
       case `POST ${kHosts.metadata}/drive/v1/nodes`:
@@ -95,31 +94,31 @@ export class AmazonDrive extends DriveEmulator {
     }
   }
 
-  /** Pages of the nodes that match the request's filters and one of `alternatives`. */
+  /** One page of the nodes that match the request's filters and one of `alternatives`. */
   #list({ path, query }, { tree, tokens, settings }, alternatives) {
     const limit = readLimit(query.get('limit'));
     const filters = parseFilters(query.get('filters') ?? '');
     if (!filters) refuse(400, '', 'The filters are not valid.');
     const compare = parseSort(query.get('sort') ?? '');
     if (!compare) refuse(400, '', 'The sort is not valid.');
-    const question = [path, query.get('filters'), query.get('sort')].join('\n');
+    const queryKey = [path, query.get('filters'), query.get('sort')].join('\n');
 
     const token = query.get('startToken');
     const terms = filters.flatMap((one) => alternatives.map((other) => [...one, ...other]));
     const listing = token
-      ? resume(tokens, token, question)
-      : { entries: queryNodes(tree, terms, compare), question };
-    const { page, rest } = turnPage(listing, limit, settings.pageSizes);
+      ? resume(tokens, token, queryKey)
+      : { entries: queryNodes(tree, terms, compare), queryKey };
+    const { page, rest } = takePage(listing, limit, settings.pageSizes);
     const json = { count: listing.entries.length, data: page.map(nodeJson) };
-    if (rest) json.nextToken = tokens.issue({ ...rest, question });
-    return answer(json);
+    if (rest) json.nextToken = tokens.issue({ ...rest, queryKey });
+    return jsonResponse(json);
   }
 }
 
-function resume(tokens, token, question) {
+function resume(tokens, token, queryKey) {
   const listing = tokens.find(token);
   if (!listing) refuse(400, '', 'Next token is expired or not valid.');
-  if (listing.question !== question) refuse(400, '', 'Next token belongs to another query.');
+  if (listing.queryKey !== queryKey) refuse(400, '', 'Next token belongs to another query.');
   return listing;
 }
 
@@ -139,7 +138,7 @@ function findNode(tree, encodedId) {
 }
 
 function createFolder({ headers, body }, tree) {
-  // A widely used client says nothing about the type and is understood.
+  // A missing type is accepted, because a widely used client sends none.
   if (!/^application\/json(?:;|$)/i.test(headers['content-type'] ?? 'application/json')) {
     refuse(415, '', 'The content type must be application/json.');
   }
@@ -147,7 +146,7 @@ function createFolder({ headers, body }, tree) {
   const parent = tree.get(parents[0]) ?? refuse(404, '', 'The parent does not exist.');
   if (parent.kind !== 'folder') refuse(400, '', 'The parent is not a folder.');
   const existing = tree.child(parent, name);
-  if (!existing) return answer(nodeJson(tree.add(parent, { name })), 201);
+  if (!existing) return jsonResponse(nodeJson(tree.add(parent, { name })), 201);
   const conflict =
     `Node with the name ${name} already exists under parentId ${parent.id} ` +
     `conflicting NodeId: ${existing.id}`;
@@ -211,7 +210,7 @@ function merge(defaults, changes) {
   return Object.fromEntries(members.filter(([, value]) => value !== null));
 }
 
-function answer(json, status = 200) {
+function jsonResponse(json, status = 200) {
   return { status, json };
 }
 
@@ -223,8 +222,8 @@ function errorJson(code, message, more = {}) {
   return { logref: randomUUID(), message, code, ...more };
 }
 
-function withRequestId(given) {
-  return { ...given, headers: { 'x-amzn-RequestId': randomUUID() } };
+function withRequestId(response) {
+  return { ...response, headers: { 'x-amzn-RequestId': randomUUID() } };
 }
 
 function digest(text) {

@@ -1,8 +1,9 @@
-// The language in which Amazon Drive is asked for nodes: filters, and the order of the answer.
+// The query language of Amazon Drive: filters, and the order of the nodes in a response.
 
 import { nameKey } from './folder-tree.mjs';
 
-// A field and a colon, then a quoted value or one without blanks and specials; backslashes escape.
+// A field and a colon, then a quoted value, or one without spaces and special characters; a
+// backslash escapes the next character.
 const kTerm = /^(\w+):(?:"((?:[^"\\]|\\.)*)"|((?:[\w.~/@%=,;<>#$-]|[^\x00-\x7f]|\\.)+))$/s;
 const kWord = /(?:[^\s"\\]|\\.|"(?:[^"\\]|\\.)*")+|\s+|./gs;
 
@@ -23,18 +24,18 @@ const kOrders = {
 };
 
 /**
- * The alternatives of a filter, each a list of { field, value } that all have to hold; undefined
- * for text that is no filter.
+ * The alternatives of a filter, each a list of { field, value } that all have to match; undefined
+ * for a malformed filter.
  */
 export function parseFilters(text) {
   if (text === '') return [[]];
   const words = (text.match(kWord) ?? []).filter((word) => word.trim() !== '');
   const alternatives = [[]];
   for (const [index, word] of words.entries()) {
-    const isJoint = index % 2 === 1;
-    if (isJoint && !['AND', 'OR'].includes(word)) return undefined;
-    if (isJoint && word === 'OR') alternatives.push([]);
-    if (isJoint) continue;
+    const isOperator = index % 2 === 1;
+    if (isOperator && !['AND', 'OR'].includes(word)) return undefined;
+    if (isOperator && word === 'OR') alternatives.push([]);
+    if (isOperator) continue;
     const term = parseTerm(word);
     if (!term) return undefined;
     alternatives.at(-1).push(term);
@@ -49,7 +50,7 @@ function parseTerm(word) {
   return { field, value: field === 'name' ? nameKey(value) : value };
 }
 
-/** A function that compares two nodes; undefined for text that is no order. */
+/** A function that compares two nodes; undefined for a malformed order. */
 export function parseSort(text) {
   if (text === '') return () => 0;
   const keys = (/^\[(.*)\]$/s.exec(text)?.[1] ?? '').split(',').map(parseSortKey);
@@ -62,7 +63,7 @@ export function parseSort(text) {
   };
 }
 
-// Bare, or as a JSON string; ascending unless it says otherwise.
+// Bare, or as a JSON string; ascending by default.
 function parseSortKey(text) {
   const [, quote, name, direction = 'ASC'] =
     /^\s*("?)([\w.]+)(?: (ASC|DESC))?\1\s*$/.exec(text) ?? [];
@@ -70,7 +71,7 @@ function parseSortKey(text) {
   return { of: kOrders[name], sign: direction === 'ASC' ? 1 : -1 };
 }
 
-/** The nodes of `tree` that match, in order. */
+/** The nodes of `tree` that match one of `alternatives`, in order. */
 export function queryNodes(tree, alternatives, compare) {
   const found = new Set();
   for (const terms of alternatives) {
@@ -81,7 +82,7 @@ export function queryNodes(tree, alternatives, compare) {
   return [...found].sort(compare);
 }
 
-// Most queries are about one folder, and need not look at all the others.
+// Most queries concern one folder, so that other nodes need not be examined.
 function candidates(tree, terms) {
   if (terms.some(({ field, value }) => field === 'isRoot' && value === 'true')) return [tree.root];
   const inFolder = terms.find(({ field }) => field === 'parents');

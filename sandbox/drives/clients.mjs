@@ -1,5 +1,5 @@
-// The applications known to the sandbox: those that the build registers by default, see
-// cmake/Services.cmake. They are placeholders that no real service knows, so nothing is secret.
+// The applications registered with the sandbox: the build's defaults, see cmake/Services.cmake.
+// They are placeholders, not registered with any real service, so nothing here is secret.
 
 export const kRedirectUri = 'https://vemlo.example/redirect.php';
 
@@ -22,5 +22,6 @@ export const kClients = {
   },
 };
 
-// Whoever signs in becomes an account, with an empty drive; these are merely the usual two.
+// The default accounts. Any other name is accepted too: an account with an empty drive is created
+// at the first sign-in.
 export const kAccounts = { account: 'ann@example.test', otherAccount: 'ben@example.test' };

@@ -1,21 +1,21 @@
-// What the emulated drives share: accounts, each with a tree and settings, and control over them.
+// The common part of the emulated drives: accounts with a tree and settings, and their control.
 
-/** Thrown where a request is no good; `answer` is what its sender gets. */
+/** Thrown for a request that is not valid; `response` describes the response to it. */
 export class Refusal extends Error {
-  constructor(answer) {
+  constructor(response) {
     super('the request is refused');
-    this.answer = answer;
+    this.response = response;
   }
 }
 
-/** Who an account belongs to: accounts are named by e-mail addresses. */
+/** The owner of an account; accounts are named by e-mail addresses. */
 export function holderOf(account) {
   const [local] = account.split('@');
   const given = local.charAt(0).toUpperCase() + local.slice(1);
   return { email: account, given, surname: 'Example', name: `${given} Example` };
 }
 
-/** The JSON object in a request's body; undefined where there is none. */
+/** The JSON object in a request's body; undefined if the body is anything else. */
 export function parseObject(body) {
   try {
     const json = JSON.parse(new TextDecoder('utf-8', { fatal: true }).decode(body));
@@ -25,7 +25,7 @@ export function parseObject(body) {
   }
 }
 
-/** A part of a path without its percent-encoding; undefined where that is broken. */
+/** A path segment with its percent-encoding decoded; undefined if that is malformed. */
 export function decodeSegment(text) {
   try {
     return decodeURIComponent(text);
@@ -34,12 +34,12 @@ export function decodeSegment(text) {
   }
 }
 
-/** A setting that is one of `values`. */
+/** The check of a setting whose value is one of `values`. */
 export function oneOf(...values) {
   return (value) => values.includes(value);
 }
 
-/** The setting `pageSizes`: see turnPage(). */
+/** The check of the setting `pageSizes`, see takePage(). */
 export function isPageSizes(value) {
   return (
     value === null ||
@@ -53,18 +53,28 @@ export class DriveEmulator {
   #accounts = new Map();
   #settings;
 
-  /** `settings` says by name how every account behaves at first, and what may be set instead. */
+  /** `settings` holds by name the { value } that every account starts with and its { check }. */
   constructor(settings) {
     this.#settings = settings;
   }
 
-  /** The account's { name, settings, ... }, made when first asked for. */
+  /** The account's { name, settings, ... }, created at its first use. */
   account(name) {
     if (!this.#accounts.has(name)) {
       const settings = Object.entries(this.#settings).map(([key, { value }]) => [key, value]);
       this.#accounts.set(name, this.open({ name, settings: Object.fromEntries(settings) }));
     }
     return this.#accounts.get(name);
+  }
+
+  /** The response to a request; a Refusal becomes the service's error response. */
+  handle(request) {
+    try {
+      return this.respond(request);
+    } catch (error) {
+      if (!(error instanceof Refusal)) throw error;
+      return this.refused(request, error.response);
+    }
   }
 
   /** Changes how the service behaves towards an account. */
@@ -81,17 +91,17 @@ export class DriveEmulator {
     this.settingsChanged(opened, changes);
   }
 
-  /** Adds `items` below `parent`, and as many numbered folders as `folders` says. */
+  /** Adds `items` and a number of `folders` with numbered names below `parent`. */
   seed({ account, parent, items = [], folders = 0 }) {
     const opened = this.account(account);
     const folder = this.#existing(opened, parent);
     for (let number = 0; number < folders; number += 1) {
-      this.plant(opened, folder, { name: `folder-${String(number).padStart(5, '0')}` });
+      this.addItem(opened, folder, { name: `folder-${String(number).padStart(5, '0')}` });
     }
-    return { items: this.#plantAll(opened, folder, items) };
+    return { items: this.#addItems(opened, folder, items) };
   }
 
-  /** What is in a folder. */
+  /** The { children } of a folder. */
   inspect({ account, parent }) {
     const opened = this.account(account);
     const folder = this.#existing(opened, parent);
@@ -99,19 +109,30 @@ export class DriveEmulator {
     return { children: opened.tree.children(folder).map(describe) };
   }
 
-  /** Completes { name, settings } to an account; an emulator adds at least its `tree`. */
+  /** The response to a request; throws a Refusal for one that is not valid. */
+  respond(request) {
+    throw new Error(`nothing responds to ${request.path}`);
+  }
+
+  /** The error response made from the `response` of a Refusal. */
+  refused(request, response) {
+    return response;
+  }
+
+  /** Makes an account from { name, settings }; an emulator adds at least its `tree`. */
   open(account) {
     throw new Error(`nothing opens ${account.name}`);
   }
 
+  /** Called after configure() with the account and the changed settings. */
   settingsChanged() {}
 
-  /** Adds a node as given by seed(). */
-  plant(account, parent, facts) {
+  /** Adds a node as given to seed(). */
+  addItem(account, parent, facts) {
     return account.tree.add(parent, facts);
   }
 
-  /** The node that seed() and inspect() are told of by `reference`. */
+  /** The node that `reference` in seed() and inspect() stands for. */
   resolve(account, reference) {
     return account.tree.get(reference);
   }
@@ -127,11 +148,11 @@ export class DriveEmulator {
     return node;
   }
 
-  #plantAll(account, parent, items) {
+  #addItems(account, parent, items) {
     return items.map(({ items: inner = [], ...facts }) => {
-      const node = this.plant(account, parent, facts);
+      const node = this.addItem(account, parent, facts);
       const id = this.referenceOf(node);
-      return { id, name: node.name, items: this.#plantAll(account, node, inner) };
+      return { id, name: node.name, items: this.#addItems(account, node, inner) };
     });
   }
 }

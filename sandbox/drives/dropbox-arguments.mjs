@@ -1,4 +1,4 @@
-// What the arguments of Dropbox's functions must look like.
+// The arguments of Dropbox's functions and their validation.
 
 import { parseObject, Refusal } from './drive-emulator.mjs';
 
@@ -24,11 +24,11 @@ const kMetadataFlags = {
   include_media_info: boolean,
   include_deleted: boolean,
   include_has_explicit_shared_members: boolean,
-  // Neither property groups nor shared links exist here; clients say so by null.
+  // Neither property groups nor shared links exist here; clients may pass null for them.
   include_property_groups: nothing,
 };
 
-/** By function: its arguments by name. */
+/** By function, the arguments by name; null for a function without arguments. */
 export const kArguments = {
   'files/list_folder': {
     path: required(path(kFolderPath)),
@@ -54,13 +54,13 @@ export const kArguments = {
   'users/get_current_account': null,
 };
 
-/** Refuses with a sentence, as the service does where a call makes no sense. */
+/** Refuses a malformed call with an error text, as the service does. */
 export function refuseCall(name, sentence) {
   const text = `Error in call to API function "${name}": ${sentence}`;
   throw new Refusal({ status: 400, text });
 }
 
-/** The arguments of a call to `name`; refuses those that are not as kArguments says. */
+/** The arguments of a call to `name`; refuses those that do not match kArguments. */
 export function readArguments(name, { headers, body }) {
   const known = kArguments[name];
   requireContentType(name, headers['content-type'], body);
@@ -84,7 +84,7 @@ export function readArguments(name, { headers, body }) {
   return given;
 }
 
-// A function without arguments may be called without a body, and then needs no type for it.
+// A function without arguments may be called without a body; then no content type is required.
 function requireContentType(name, given = '', body) {
   if (body.length === 0 && kArguments[name] === null && given === '') return;
   const type = given.toLowerCase().replace(/\s*;\s*/, '; ');

@@ -1,10 +1,10 @@
-// Dropbox's HTTP API v2, as far as it concerns folders.
+// An emulator of Dropbox's HTTP API v2, limited to what folders need.
 
 import { createHash, randomBytes } from 'node:crypto';
 import { DriveEmulator, holderOf, isPageSizes, Refusal } from './drive-emulator.mjs';
 import { kArguments, readArguments, refuseCall } from './dropbox-arguments.mjs';
 import { ancestry, FolderTree } from './folder-tree.mjs';
-import { PageTokens, turnPage } from './paging.mjs';
+import { PageTokens, takePage } from './paging.mjs';
 
 const kEntriesPerPage = 2000;
 const kCursor = /^AA[\w-]+$/;
@@ -12,7 +12,7 @@ const kLongestName = 255;
 
 const kSettings = {
   pageSizes: { value: null, check: isPageSizes },
-  // The continuation with this number from now on (1 is the next) is told to start anew.
+  // The continuation with this number from now on (1 is the next) fails with `reset`.
   resetOnContinuation: {
     value: null,
     check: (value) => value === null || (Number.isInteger(value) && value > 0),
@@ -58,13 +58,12 @@ export class Dropbox extends DriveEmulator {
     return withRequestId({ status: 401, json: errorJson([tag]) });
   }
 
-  handle(request) {
-    try {
-      return withRequestId({ status: 200, json: this.#call(request) });
-    } catch (error) {
-      if (!(error instanceof Refusal)) throw error;
-      return withRequestId(error.answer);
-    }
+  respond(request) {
+    return withRequestId({ status: 200, json: this.#call(request) });
+  }
+
+  refused(_, response) {
+    return withRequestId(response);
   }
 
   #call(request) {
@@ -93,7 +92,7 @@ export class Dropbox extends DriveEmulator {
       since: account.tree.serial,
       entries: entriesOf(account.tree, folder, recursive),
     };
-    return turn(account, listing);
+    return nextPage(account, listing);
   }
 
   #continue(account, { cursor }) {
@@ -110,26 +109,26 @@ export class Dropbox extends DriveEmulator {
     }
     const listing = cursors.find(cursor.slice(2));
     if (!listing) refuse('reset');
-    return turn(account, listing.entries ? listing : news(account, listing));
+    return nextPage(account, listing.entries ? listing : changesSince(account, listing));
   }
 }
 
-// A cursor is given with every page, and the one of the last page waits for what is new.
-function turn(account, { offset, number, ...listing }) {
-  const { page, rest } = turnPage(
+// Every page has a cursor; the one of the last page leads to what is added later.
+function nextPage(account, { offset, number, ...listing }) {
+  const { page, rest } = takePage(
     { entries: listing.entries, offset, number },
     listing.length,
     account.settings.pageSizes,
   );
-  const goesOn = { ...listing, ...(rest ?? { entries: undefined }) };
+  const next = { ...listing, ...(rest ?? { entries: undefined }) };
   return {
     entries: page.map((node) => ({ '.tag': node.kind, ...metadata(node) })),
-    cursor: `AA${account.cursors.issue(goesOn)}`,
+    cursor: `AA${account.cursors.issue(next)}`,
     has_more: rest !== undefined,
   };
 }
 
-function news({ tree }, listing) {
+function changesSince({ tree }, listing) {
   const isNew = ({ serial }) => serial > listing.since;
   const isQuiet = tree.serial === listing.since;
   const entries = isQuiet ? [] : entriesOf(tree, listing.folder, listing.recursive).filter(isNew);
@@ -179,7 +178,7 @@ function getMetadata(account, { path }) {
   return { '.tag': node.kind, ...metadata(node) };
 }
 
-/** The node at a path, which may begin with an id. */
+/** The node at a path, which may start with an id. */
 function find({ tree }, path) {
   const [, id, below] = /^(id:[^/]*)?([^]*)$/.exec(path);
   const start = id ? tree.get(id) : tree.root;
@@ -222,7 +221,7 @@ function pathOf(node) {
     .join('');
 }
 
-/** The id of an account; the token endpoint gives it, too. */
+/** The id of an account, which the token endpoint returns too. */
 export function accountId(account) {
   return `dbid:AA${digest(account, 'base64url').slice(0, 33)}`;
 }
@@ -255,7 +254,7 @@ function refuse(...tags) {
   throw new Refusal({ status: 409, json: errorJson(tags) });
 }
 
-// The summary ends in any number of dots, so that nobody compares the whole of it.
+// The summary ends in a random number of dots, so that no client compares the whole of it.
 function errorJson(tags) {
   const error = tags.reduceRight(
     (inner, tag) => ({ '.tag': tag, ...(inner && { [tag]: inner }) }),
@@ -264,11 +263,11 @@ function errorJson(tags) {
   return { error_summary: `${tags.join('/')}/${'.'.repeat(randomBytes(1)[0] % 4)}`, error };
 }
 
-// Some clients take JSON for JSON only where its type says no more than that.
-function withRequestId(answer) {
+// Some clients parse JSON only if the content type has no parameters.
+function withRequestId(response) {
   const headers = { 'X-Dropbox-Request-Id': randomBytes(16).toString('hex') };
-  if (answer.json) headers['Content-Type'] = 'application/json';
-  return { ...answer, headers };
+  if (response.json) headers['Content-Type'] = 'application/json';
+  return { ...response, headers };
 }
 
 function digest(text, encoding) {

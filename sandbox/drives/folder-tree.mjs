@@ -1,6 +1,6 @@
-// The folders and files of one drive: names are kept as given and compared without regard to case.
+// The folders and files of one drive. Names keep their case and are compared case-insensitively.
 
-/** What two names must share to be the same name. */
+/** The form of a name that is compared. */
 export function nameKey(name) {
   return name.toLowerCase();
 }
@@ -11,14 +11,14 @@ export class FolderTree {
   #now;
   #serial = 0;
 
-  /** `makeId` gives the next id; the tree starts with its root folder alone. */
+  /** `makeId` makes an id from a serial number; the tree starts with only its root folder. */
   constructor({ makeId, now, rootName = '' }) {
     this.#makeId = makeId;
     this.#now = now;
     this.root = this.#insert({ name: rootName });
   }
 
-  /** Grows with every node; a node's `serial` is what it was when the node came. */
+  /** The number of nodes added so far; a node's `serial` is this number just after its addition. */
   get serial() {
     return this.#serial;
   }
@@ -35,7 +35,7 @@ export class FolderTree {
     return folder.children?.get(nameKey(name));
   }
 
-  /** Ordered by name. Large folders are asked for page by page, hence kept in order. */
+  /** Sorted by name. The sorted list is kept, because large folders are requested page by page. */
   children(folder) {
     folder.ordered ??= [...(folder.children?.values() ?? [])].sort((left, right) =>
       left.key < right.key ? -1 : 1,
@@ -43,7 +43,7 @@ export class FolderTree {
     return folder.ordered;
   }
 
-  /** Adds a folder, or what `facts.kind` says; throws where the name is taken. */
+  /** Adds a folder, or a node of the kind `facts.kind`; throws if the name exists already. */
   add(parent, facts) {
     if (parent.kind !== 'folder') throw new Error(`${parent.name} is not a folder`);
     if (this.child(parent, facts.name)) throw new Error(`${facts.name} exists already`);
@@ -54,7 +54,7 @@ export class FolderTree {
     return node;
   }
 
-  /** The node at a path of names below `folder`, or undefined. */
+  /** The node at a path of names below `folder`; undefined if there is none. */
   follow(folder, names) {
     return names.reduce((node, name) => node && this.child(node, name), folder);
   }

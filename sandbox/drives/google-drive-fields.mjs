@@ -1,10 +1,10 @@
-// Partial answers of Google Drive: the `fields` parameter, such as "nextPageToken,files(id,name)".
+// Partial responses of Google Drive: the parameter `fields`, such as "nextPageToken,files(id)".
 
 import { invalidParameter } from './google-drive-query.mjs';
 
 const kAnything = null;
 
-// Everything a file may have; most of it, files and folders of the sandbox do not have.
+// Every property of a file; those of the sandbox lack most of them.
 const kFile = {
   ...names(
     `copyRequiresWriterPermission createdTime description driveId explicitlyTrashed fileExtension
@@ -24,7 +24,7 @@ const kFile = {
   ),
 };
 
-// What the answers of each kind consist of.
+// The properties of each kind of response.
 export const kShapes = {
   file: kFile,
   list: { ...names('kind nextPageToken incompleteSearch', {}), files: kFile },
@@ -38,12 +38,12 @@ function names(list, inside) {
   return Object.fromEntries(list.split(/\s+/).map((name) => [name, inside]));
 }
 
-/** Reads `fields` for an answer of this shape; returns a function that cuts an answer down. */
-export function readFields(text, answerShape) {
+/** Parses `fields`; returns a function that reduces a response of this shape accordingly. */
+export function readFields(text, shape) {
   const tokens = text.match(/[A-Za-z0-9_]+|[*,/()]|./gs) ?? [];
-  const mask = readSelection(tokens, answerShape);
+  const mask = readSelection(tokens, shape);
   if (tokens.length > 0) refuseFields(tokens[0]);
-  return (answer) => select(answer, mask);
+  return (json) => select(json, mask);
 }
 
 function readSelection(tokens, known) {
@@ -72,7 +72,7 @@ function readInside(tokens, known) {
   return inside;
 }
 
-// Undefined is the mask that leaves everything.
+// An undefined mask selects everything.
 function union(left, right) {
   if (!left || !right) return undefined;
   const both = { ...left };

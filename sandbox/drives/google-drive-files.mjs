@@ -1,4 +1,4 @@
-// The files and folders of one Google Drive: known by id, so that names may come twice.
+// The files and folders of one Google Drive, identified by id: names need not be unique.
 
 import { createHash, randomBytes } from 'node:crypto';
 import { kFolderType } from './google-drive-query.mjs';
@@ -14,7 +14,7 @@ class File {
     return this.mimeType === kFolderType ? 'folder' : 'file';
   }
 
-  /** A folder takes what is in it along to the trash. */
+  /** What is in a trashed folder is trashed too. */
   get isTrashed() {
     return this.trashed || (this.parent?.isTrashed ?? false);
   }
@@ -27,7 +27,7 @@ class File {
 export class GoogleFiles {
   #now;
   #files = new Map();
-  #children = new Map(); // folder -> files, the oldest first
+  #children = new Map(); // folder -> files, oldest first
 
   constructor({ rootName, now }) {
     this.#now = now;
@@ -35,7 +35,7 @@ export class GoogleFiles {
     this.root = this.#insert({ id, alias: 'root', name: rootName, mimeType: kFolderType });
   }
 
-  /** By id, or by the root's alias; undefined when there is none. */
+  /** The file with this id, or the root by its alias; undefined if there is none. */
   get(id) {
     return id === this.root.alias ? this.root : this.#files.get(id);
   }
@@ -48,7 +48,7 @@ export class GoogleFiles {
     return [...this.#files.values()].filter((file) => file !== this.root);
   }
 
-  /** `facts` hold a name and, if wanted, more of what a File is made of. */
+  /** Adds a file or folder. `facts` holds the name and optionally other properties of a File. */
   add(parent, { kind = 'folder', mimeType, ...facts }) {
     const type = mimeType ?? (kind === 'folder' ? kFolderType : kFileType);
     const file = this.#insert({ ...facts, id: `1${randomId(32)}`, mimeType: type, parent });
@@ -68,7 +68,7 @@ function randomId(length) {
   return randomBytes(length).toString('base64url').slice(0, length);
 }
 
-/** A file as the service describes it. */
+/** The service's JSON for a file. */
 export function fileJson(file) {
   return {
     kind: 'drive#file',
@@ -89,7 +89,7 @@ export function fileJson(file) {
   };
 }
 
-// Nobody stored any content, so the checksum is one of something else that no other file has.
+// Files have no content here, so the checksum is that of the id, which is unique.
 function contentJson({ id, size }) {
   const md5Checksum = createHash('md5').update(id).digest('hex');
   return { size: `${size}`, quotaBytesUsed: `${size}`, md5Checksum };

@@ -1,4 +1,4 @@
-// The search language and the ordering of Google Drive's file listings: what folders need of them.
+// The search language and the order of Google Drive's file listings, limited to what folders need.
 //
 //   query    = ["not"] term { ("and" | "or") ["not"] term }       from left to right
 //   term     = "(" query ")" | 'id' in parents | trashed (= | !=) (true | false)
@@ -42,8 +42,8 @@ const kTerms = {
 };
 
 /**
- * Reads a query. `matches` tells whether a file is meant; `parent`, if there is one, is the id of
- * the folder that everything meant is in.
+ * Parses a query. `matches` returns whether a file matches; `parent`, if present, is the id of the
+ * folder that contains every match.
  */
 export function readQuery(text) {
   if (text.trim() === '') return { matches: () => true };
@@ -134,7 +134,7 @@ function readTime(tokens) {
   return Number.isNaN(time) ? refuseQuery() : time;
 }
 
-// Names are searched by words and their beginnings.
+// Names are searched by words and prefixes of words.
 function hasWords(name, wanted) {
   const words = (text) =>
     ` ${text
@@ -148,13 +148,13 @@ function refuseQuery() {
   throw invalidParameter('q');
 }
 
-/** The refusal of a parameter's value. */
+/** The Refusal for an invalid parameter. */
 export function invalidParameter(name, { reason = 'invalid', message = 'Invalid Value' } = {}) {
   const where = { locationType: 'parameter', location: name };
   return new Refusal({ status: 400, reason, message, ...where });
 }
 
-// By name means by code points here; the service follows the user's language.
+// Names are sorted by code points here; the service sorts them by the user's language.
 const kKeys = {
   folder: (file) => (file.mimeType === kFolderType ? 0 : 1),
   name: ({ name }) => Buffer.from(name),
@@ -165,7 +165,7 @@ const kKeys = {
   recency: ({ modified }) => modified,
 };
 
-/** Sorts files as "folder,name desc" and the like say. */
+/** The files sorted by `orderBy`, such as "folder,name desc". */
 export function sorted(files, orderBy) {
   const rules = orderBy.split(',').map((rule) => {
     const [name, direction, ...rest] = rule.trim().split(/ +/);

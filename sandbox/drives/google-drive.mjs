@@ -1,4 +1,4 @@
-// Google Drive v3, as far as it concerns folders. What it does not know it refuses.
+// An emulator of Google Drive v3, limited to what folders need. Anything else is refused.
 
 import {
   decodeSegment,
@@ -11,15 +11,15 @@ import {
 import { kShapes, readFields } from './google-drive-fields.mjs';
 import { fileJson, GoogleFiles } from './google-drive-files.mjs';
 import { invalidParameter, readQuery, sorted } from './google-drive-query.mjs';
-import { PageTokens, turnPage } from './paging.mjs';
+import { PageTokens, takePage } from './paging.mjs';
 
 const kHost = 'www.googleapis.com';
 const kScope = 'https://www.googleapis.com/auth/drive';
 const kRoute = /^\/drive\/v3\/(?:about|(?<files>files)(?:\/(?<id>[^/]+))?)$/;
-const kLongestPage = 1000;
-const kUsualPage = 100;
+const kLargestPage = 1000;
+const kDefaultPage = 100;
 const kBytesOfDrive = `${15 * 1024 ** 3}`;
-const kLifeOfPageToken = 3 * 3600 * 1000;
+const kTokenLifetime = 3 * 3600 * 1000;
 const kShortDescription = 'kind,id,name,mimeType';
 const kShortList = `kind,incompleteSearch,nextPageToken,files(${kShortDescription})`;
 
@@ -28,7 +28,7 @@ const kSettings = {
   pageSizes: { value: null, check: isPageSizes },
 };
 
-// The parameters each operation takes, and their values where these are few.
+// The parameters of each operation; undefined allows any value.
 const kFlags = ['true', 'false'];
 const kCommonParameters = {
   alt: ['json'],
@@ -73,7 +73,7 @@ export class GoogleDrive extends DriveEmulator {
   constructor({ now = Date.now } = {}) {
     super(kSettings);
     this.#now = now;
-    this.#tokens = new PageTokens({ now, lifetime: kLifeOfPageToken });
+    this.#tokens = new PageTokens({ now, lifetime: kTokenLifetime });
   }
 
   open(account) {
@@ -88,22 +88,17 @@ export class GoogleDrive extends DriveEmulator {
   unauthorized({ reason: why }) {
     const [reason, message] = kUnauthorized[why];
     const where = { locationType: 'header', location: 'Authorization' };
-    const answer = errorAnswer({ status: 401, reason, message, ...where });
-    answer.json.error.status = 'UNAUTHENTICATED';
-    answer.headers['WWW-Authenticate'] = 'Bearer realm="https://accounts.google.com/"';
-    return answer;
+    const response = errorResponse({ status: 401, reason, message, ...where });
+    response.json.error.status = 'UNAUTHENTICATED';
+    response.headers['WWW-Authenticate'] = 'Bearer realm="https://accounts.google.com/"';
+    return response;
   }
 
-  handle(request) {
-    try {
-      return this.#route(request);
-    } catch (error) {
-      if (!(error instanceof Refusal)) throw error;
-      return errorAnswer(error.answer);
-    }
+  refused(_, response) {
+    return errorResponse(response);
   }
 
-  #route(request) {
+  respond(request) {
     const { method, path, scopes } = request;
     if (!scopes.includes(kScope)) refuse(403, 'insufficientPermissions', 'Insufficient Permission');
     const route = kRoute.exec(path)?.groups;
@@ -125,31 +120,31 @@ export class GoogleDrive extends DriveEmulator {
       ? this.#resume(query, name)
       : { entries: find(tree, query.get('q') ?? '', query.get('orderBy')) };
 
-    const { page, rest } = turnPage(listing, length, settings.pageSizes);
+    const { page, rest } = takePage(listing, length, settings.pageSizes);
     const json = {
       kind: 'drive#fileList',
       ...(rest && { nextPageToken: this.#issue(rest, query, name) }),
       incompleteSearch: false,
       files: page.map(fileJson),
     };
-    return answer(cut(json));
+    return jsonResponse(cut(json));
   }
 
-  // A token goes on with the query that it was given for, and with no other.
+  // A token is valid only with the query that it was issued for.
   #issue(rest, query, account) {
-    const token = this.#tokens.issue({ ...rest, question: questionOf(query, account) });
+    const token = this.#tokens.issue({ ...rest, queryKey: keyOf(query, account) });
     return `~!!~${token}`;
   }
 
   #resume(query, account) {
     const [, token] = /^~!!~(.+)$/.exec(query.get('pageToken')) ?? [];
     const listing = this.#tokens.find(token);
-    if (listing?.question === questionOf(query, account)) return listing;
+    if (listing?.queryKey === keyOf(query, account)) return listing;
     throw invalidParameter('pageToken');
   }
 }
 
-function questionOf(query, account) {
+function keyOf(query, account) {
   const names = ['q', 'orderBy', 'corpora', 'spaces', 'includeItemsFromAllDrives'];
   return JSON.stringify([account, ...names.map((name) => query.get(name))]);
 }
@@ -159,7 +154,7 @@ function find(tree, text, orderBy) {
   if (parent !== undefined && !tree.get(parent)) refuseMissing('');
   const candidates = parent === undefined ? tree.all() : tree.children(tree.get(parent));
   const found = candidates.filter(matches);
-  // In no particular order, says the service; clients that rely on one shall notice.
+  // The service guarantees no order; the newest first exposes clients that rely on another one.
   return orderBy ? sorted(found, orderBy) : found.reverse();
 }
 
@@ -175,14 +170,14 @@ function about({ tree, name }, { query }) {
     user: { kind: 'drive#user', displayName: holderOf(name).name, me: true, emailAddress: name },
     storageQuota: { limit: kBytesOfDrive, usage, usageInDrive: usage, usageInDriveTrash: '0' },
   };
-  return answer(readFields(query.get('fields'), kShapes.about)(json));
+  return jsonResponse(readFields(query.get('fields'), kShapes.about)(json));
 }
 
 function get(tree, { query }, encodedId) {
   checkParameters(query, kGetParameters);
   const cut = readFields(query.get('fields') ?? kShortDescription, kShapes.file);
   const id = decodeSegment(encodedId) ?? refuse(400, 'badRequest', 'Bad Request');
-  return answer(cut(fileJson(existing(tree, id))));
+  return jsonResponse(cut(fileJson(existing(tree, id))));
 }
 
 function create(tree, { query, headers, body }) {
@@ -206,7 +201,7 @@ function create(tree, { query, headers, body }) {
     created: readTime(createdTime),
     modified: readTime(modifiedTime),
   });
-  return answer(cut(fileJson(file)));
+  return jsonResponse(cut(fileJson(file)));
 }
 
 const kMembers = {
@@ -242,10 +237,10 @@ function readTime(text) {
 }
 
 function readPageSize(text) {
-  if (text === null) return kUsualPage;
+  if (text === null) return kDefaultPage;
   const size = /^\d+$/.test(text) ? Number(text) : 0;
-  if (size >= 1 && size <= kLongestPage) return size;
-  const message = `Invalid value '${text}'. Values must be within the range: [1, ${kLongestPage}]`;
+  if (size >= 1 && size <= kLargestPage) return size;
+  const message = `Invalid value '${text}'. Values must be within the range: [1, ${kLargestPage}]`;
   throw invalidParameter('pageSize', { reason: 'invalidParameter', message });
 }
 
@@ -270,13 +265,13 @@ function refuse(status, reason, message, where = {}) {
   throw new Refusal({ status, reason, message, ...where });
 }
 
-function answer(json) {
+function jsonResponse(json) {
   return { status: 200, headers: { 'Content-Type': 'application/json; charset=UTF-8' }, json };
 }
 
-function errorAnswer({ status, reason, message, ...where }) {
+function errorResponse({ status, reason, message, ...where }) {
   const errors = [{ message, domain: 'global', reason, ...where }];
-  return { ...answer({ error: { code: status, message, errors } }), status };
+  return { ...jsonResponse({ error: { code: status, message, errors } }), status };
 }
 
 function htmlPage(status, title) {

@@ -1,4 +1,4 @@
-// Drives and drive items as Microsoft Graph shows them.
+// Drives and drive items, and their JSON in Microsoft Graph.
 
 import { createHash } from 'node:crypto';
 import { holderOf } from './drive-emulator.mjs';
@@ -9,7 +9,7 @@ const kQuota = 1099511627776;
 const kContext = 'https://graph.microsoft.com/v1.0/$metadata#';
 
 export class GraphDrive extends FolderTree {
-  /** `type` is "personal" or "business": their ids look different. */
+  /** The form of the ids depends on `type`: "personal", or any other, such as "business". */
   constructor({ type, owner, now }) {
     const bytes = digest(owner);
     const isPersonal = type === 'personal';
@@ -25,7 +25,7 @@ export class GraphDrive extends FolderTree {
     this.root.drive = this;
   }
 
-  /** Ids of personal drives compare without regard to case. */
+  /** Whether `id` is that of this drive; ids of personal drives are case-insensitive. */
   is(id) {
     return this.id === (this.type === 'personal' ? id.toLowerCase() : id);
   }
@@ -65,7 +65,7 @@ export function itemJson(node) {
     fileSystemInfo: fileSystemInfo(node),
     ...facets(node),
   };
-  // Business drives have none for folders.
+  // Folders of business drives have none.
   if (drive.type === 'personal' || node.kind === 'file') json.cTag = `"c:{${node.id}},1"`;
   return json;
 }
@@ -74,12 +74,12 @@ export function withContext(json) {
   return { '@odata.context': `${kContext}drives/root/$entity`, ...json };
 }
 
-/** What tells folders from other items. */
+/** The facets, which distinguish folders from other items. */
 export function facets(node) {
   switch (node.kind) {
     case 'file':
       return { file: { mimeType: 'application/octet-stream' } };
-    case 'package': // a notebook, which is a folder no more than a file
+    case 'package': // a notebook, which is neither a folder nor a file
       return { package: { type: 'oneNote' } };
     case 'remote':
       return { remoteItem: remoteItem(node.target) };

@@ -1,4 +1,4 @@
-// The OData query options that the children of a folder, an item and a drive understand.
+// The OData query options of requests for the children of a folder, an item and a drive.
 
 import { Refusal } from './drive-emulator.mjs';
 
@@ -47,7 +47,7 @@ export function readTop(text) {
   return refuse(400, 'invalidRequest', `Invalid value for $top: it must be 1 to ${kLargestPage}.`);
 }
 
-/** A function that leaves of an object what $select names (annotations stay). */
+/** A function that reduces an object to the properties in $select and its annotations. */
 export function readSelect(text, properties) {
   if (text === undefined) return (json) => json;
   const names = new Set(text.split(',').map((name) => name.trim()));
@@ -62,7 +62,7 @@ export function readSelect(text, properties) {
     );
 }
 
-/** A function that says which objects match $filter: facets compared with null, and / or. */
+/** A predicate for $filter: facets compared with null, joined with `and` and `or`. */
 export function readFilter(text) {
   if (text === undefined) return () => true;
   const alternatives = text.split(' or ').map((part) => part.split(' and ').map(readComparison));

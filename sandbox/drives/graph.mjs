@@ -1,4 +1,4 @@
-// Microsoft Graph v1.0, as far as it concerns folders in OneDrive.
+// An emulator of Microsoft Graph v1.0, limited to what folders in OneDrive need.
 
 import { randomUUID } from 'node:crypto';
 import {
@@ -7,7 +7,6 @@ import {
   isPageSizes,
   oneOf,
   parseObject,
-  Refusal,
 } from './drive-emulator.mjs';
 import { driveJson, facets, GraphDrive, itemJson, withContext } from './graph-items.mjs';
 import {
@@ -19,16 +18,16 @@ import {
   readTop,
   refuse,
 } from './graph-query.mjs';
-import { PageTokens, turnPage } from './paging.mjs';
+import { PageTokens, takePage } from './paging.mjs';
 
 const kHost = 'graph.microsoft.com';
-// A drive, or an item in it: the root, one by its id, or one by its path from either.
+// A drive, or an item in it: the root, an item by its id, or one by its path from either of them.
 const kRoute = new RegExp(
   '^/v1\\.0(?:/me/drive|/drives/(?<drive>[^/]+))' +
     '(?:/(?<start>root|items/(?<item>[^/:]+))' +
     '(?:(?<children>/children)?|:/(?<path>[^:]+)(?::(?<pathChildren>/children)?)?))?$',
 );
-// The second one is older.
+// The second name is an older form.
 const kConflict = ['@microsoft.graph.conflictBehavior', '@name.conflictBehavior'];
 const kCreateMembers = ['name', 'folder', 'description', 'fileSystemInfo', ...kConflict];
 const kForbiddenName = new RegExp(
@@ -45,11 +44,11 @@ const kUnauthorized = {
 };
 
 const kSettings = {
-  // Another kind of drive is another, empty drive.
+  // A change replaces the drive by an empty one.
   driveType: { value: 'personal', check: oneOf('personal', 'business', 'documentLibrary') },
   // Whether $filter is applied, silently ignored, or refused with this status.
   filter: { value: 'applied', check: oneOf('applied', 'ignored', 400, 501) },
-  // Where the links to next pages lead.
+  // The host of the links to next pages.
   nextLinkHost: { value: kHost, check: (value) => typeof value === 'string' },
   pageSizes: { value: null, check: isPageSizes },
 };
@@ -73,8 +72,8 @@ export class MicrosoftGraph extends DriveEmulator {
     if (changes.driveType) Object.assign(account, this.#makeDrives(account));
   }
 
-  /** A remote item leads to a folder in somebody else's drive; what it holds is there. */
-  plant(account, parent, facts) {
+  /** A remote item refers to a folder in another user's drive, which contains its children. */
+  addItem(account, parent, facts) {
     const folder = parent.target ?? parent;
     if (facts.kind !== 'remote') return folder.drive.add(folder, facts);
     const target = account.foreign.add(account.foreign.root, { name: facts.name });
@@ -82,22 +81,16 @@ export class MicrosoftGraph extends DriveEmulator {
   }
 
   unauthorized({ reason }) {
-    const answer = this.#error({}, 401, 'InvalidAuthenticationToken', kUnauthorized[reason]);
-    answer.headers['WWW-Authenticate'] = 'Bearer realm="", error="invalid_token"';
-    return answer;
+    const response = this.#error({}, 401, 'InvalidAuthenticationToken', kUnauthorized[reason]);
+    response.headers['WWW-Authenticate'] = 'Bearer realm="", error="invalid_token"';
+    return response;
   }
 
-  handle(request) {
-    try {
-      return this.#route(request);
-    } catch (error) {
-      if (!(error instanceof Refusal)) throw error;
-      const { status, code, message } = error.answer;
-      return this.#error(request.headers, status, code, message);
-    }
+  refused({ headers }, { status, code, message }) {
+    return this.#error(headers, status, code, message);
   }
 
-  #route(request) {
+  respond(request) {
     const account = this.account(request.account);
     const route = kRoute.exec(request.path)?.groups;
     if (!route) refuse(400, 'BadRequest', 'Resource not found for the segment.');
@@ -119,7 +112,7 @@ export class MicrosoftGraph extends DriveEmulator {
 
   #select(request, json, properties) {
     const options = readOptions(request.query, ['$select']);
-    return this.#answer(request, 200, readSelect(options.$select, properties)(json));
+    return this.#jsonResponse(request, 200, readSelect(options.$select, properties)(json));
   }
 
   #list(request, account, folder) {
@@ -131,13 +124,13 @@ export class MicrosoftGraph extends DriveEmulator {
       ? resume(account, request, options.$skiptoken)
       : { entries: matches(folder, options.$filter, settings.filter) };
 
-    const { page, rest } = turnPage(listing, top, settings.pageSizes);
+    const { page, rest } = takePage(listing, top, settings.pageSizes);
     const json = {
       '@odata.context': `https://${kHost}/v1.0/$metadata#drive/items/children`,
       value: page.map((node) => select(itemJson(node))),
     };
     if (rest) json['@odata.nextLink'] = nextLink(account, request, rest);
-    return this.#answer(request, 200, json);
+    return this.#jsonResponse(request, 200, json);
   }
 
   #create(request, parent) {
@@ -151,18 +144,18 @@ export class MicrosoftGraph extends DriveEmulator {
       const free = freeName(drive, parent, name);
       return this.#created(request, drive.add(parent, { name: free }));
     }
-    const asked = behavior ?? (drive.type === 'personal' ? 'existing' : 'fail');
-    if (asked === 'fail' || existing.kind !== 'folder') {
+    const effective = behavior ?? (drive.type === 'personal' ? 'existing' : 'fail');
+    if (effective === 'fail' || existing.kind !== 'folder') {
       refuse(409, 'nameAlreadyExists', 'The specified item name already exists.');
     }
-    return this.#answer(request, 200, withContext(itemJson(existing)));
+    return this.#jsonResponse(request, 200, withContext(itemJson(existing)));
   }
 
   #created(request, node) {
-    return this.#answer(request, 201, withContext(itemJson(node)));
+    return this.#jsonResponse(request, 201, withContext(itemJson(node)));
   }
 
-  #answer({ headers }, status, json) {
+  #jsonResponse({ headers }, status, json) {
     return { status, headers: requestIds(headers), json };
   }
 
@@ -213,8 +206,8 @@ function matches(folder, filter, mode) {
   return nodes.filter((node) => test(facets(node)));
 }
 
-// The link is to be used as it stands, so it is given a form that whoever takes it apart and puts
-// it together again is not likely to hit.
+// Clients must use the link unchanged, so it has a form that a client which parses it and builds it
+// again is unlikely to produce.
 function nextLink({ tokens, settings }, { path, query }, rest) {
   const options = [...query]
     .filter(([name]) => name !== '$skiptoken')
@@ -227,7 +220,7 @@ function nextLink({ tokens, settings }, { path, query }, rest) {
 
 function resume({ tokens }, { path, rawQuery }, token) {
   const listing = tokens.find(token.slice(1, -1));
-  // Address parsers of browsers and node write an apostrophe in a query as %27.
+  // The URL parsers of browsers and node encode an apostrophe in a query as %27.
   if (listing?.link === `${path}?${rawQuery.replaceAll('%27', "'")}`) return listing;
   return refuse(400, 'invalidRequest', 'The link to the next page was altered.');
 }

@@ -1,4 +1,4 @@
-// The process of the part `drives`: main.mjs PUBLIC_PORT CONTROL_PORT.
+// The process of the part `drives`. Usage: main.mjs PUBLIC_PORT CONTROL_PORT
 
 import { startControl } from '../control.mjs';
 import { AmazonDrive } from './amazon-drive.mjs';
@@ -23,27 +23,27 @@ const services = Object.fromEntries(
   ]),
 );
 
-function named(name) {
+function serviceNamed(name) {
   if (!Object.hasOwn(services, name))
     throw new Error(`"service" must be one of ${Object.keys(services).join(', ')}`);
   return services[name];
 }
 
-const askEmulator =
+const emulatorAction =
   (operation) =>
   ({ service, account = kAccounts.account, ...rest }) =>
-    named(service).emulator[operation]({ account, ...rest });
+    serviceNamed(service).emulator[operation]({ account, ...rest });
 
 function setLifetime({ service, seconds }) {
   if (!(Number.isInteger(seconds) && seconds > 0))
     throw new Error('"seconds" must be a whole number above 0');
-  named(service).server.lifetime = seconds;
+  serviceNamed(service).server.lifetime = seconds;
 }
 
 function setRotation({ service, rotation }) {
   if (!kRotations.includes(rotation))
     throw new Error(`"rotation" must be one of ${kRotations.join(', ')}`);
-  named(service).server.rotation = rotation;
+  serviceNamed(service).server.rotation = rotation;
 }
 
 function counters() {
@@ -63,16 +63,16 @@ function resetServers() {
 const [publicPort, controlPort] = process.argv.slice(2).map(Number);
 await startControl(
   {
-    'POST /expire': ({ service }) => named(service).server.expireAccessTokens(),
-    'POST /revoke': ({ service }) => named(service).server.revokeRefreshTokens(),
+    'POST /expire': ({ service }) => serviceNamed(service).server.expireAccessTokens(),
+    'POST /revoke': ({ service }) => serviceNamed(service).server.revokeRefreshTokens(),
     'POST /lifetime': setLifetime,
     'POST /rotation': setRotation,
     'GET /tokens': counters,
     'DELETE /tokens': resetServers,
     'GET /issued': issued,
-    'POST /seed': askEmulator('seed'),
-    'POST /configure': askEmulator('configure'),
-    'POST /inspect': askEmulator('inspect'),
+    'POST /seed': emulatorAction('seed'),
+    'POST /configure': emulatorAction('configure'),
+    'POST /inspect': emulatorAction('inspect'),
   },
   controlPort,
 );

@@ -1,24 +1,25 @@
-// The public side of the drives: one plain HTTP server that is every one of their hosts. It hands a
-// request to the page, the authorization server or the emulator that its Host header asks for.
+// The public side of the drives: one plain HTTP server for all of their hosts. By its Host header
+// and path, it passes a request to the redirect page, an authorization server or an emulator.
 //
 // An emulator is an object of a class with
-//   static hosts           the public host names it answers to
+//   static hosts           the public host names that it serves
 //   handle(request)        { method, host, path, query (URLSearchParams), rawQuery, headers, body
 //                          (Buffer), account, scopes } -> { status, headers?, json? | text? };
 //                          may be asynchronous
-//   unauthorized(failure)  the same for a request without a good token: { reason, host, path },
+//   unauthorized(failure)  the response to a request without a valid token: { reason, host, path },
 //                          the reason being 'missing', 'invalid' or 'expired'
-// It has one tree of folders for each account, which is a text.
+// It has a tree of folders for each account; `account` is a string.
 
 import http from 'node:http';
 import { gzipSync } from 'node:zlib';
+import { readBytes } from '../streams.mjs';
 import { kRedirectUri } from './clients.mjs';
 import { sendPage } from './oauth/authorization-server.mjs';
 import { redirectPage } from './oauth/pages.mjs';
 
 const kSmallestCompressed = 1024;
 
-/** `services` are name -> { server, emulator }; resolves once `port` is listened on. */
+/** `services` maps names to { server, emulator }; resolves once the server listens on `port`. */
 export function startPublicServer({ port, services }) {
   const parts = Object.values(services);
   const server = http.createServer(async (request, response) => {
@@ -52,7 +53,7 @@ async function dispatch(parts, request, response) {
     return;
   }
   const { method, headers } = request;
-  const call = { method, host, path, query, rawQuery, headers, body: await readAll(request) };
+  const call = { method, host, path, query, rawQuery, headers, body: await readBytes(request) };
   send(request, response, await callEmulator(part, call));
 }
 
@@ -79,8 +80,3 @@ function send(request, response, { status, headers = {}, json, text }) {
   response.end(request.method === 'HEAD' ? undefined : body);
 }
 
-async function readAll(request) {
-  const pieces = [];
-  for await (const piece of request) pieces.push(piece);
-  return Buffer.concat(pieces);
-}

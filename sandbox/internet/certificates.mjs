@@ -1,4 +1,4 @@
-// A certificate authority that lives as long as the sandbox, and leaves minted on demand.
+// A certificate authority that exists as long as the sandbox and issues certificates on demand.
 
 import { execFile } from 'node:child_process';
 import { readFile, writeFile } from 'node:fs/promises';
@@ -9,7 +9,7 @@ import { promisify } from 'node:util';
 const run = promisify(execFile);
 const kDays = '30';
 
-// Given explicitly, so that the machine's own openssl.cnf adds nothing of its own.
+// Explicit, so that the machine's own openssl.cnf has no influence.
 const kConfiguration = `[req]
 distinguished_name = name
 prompt = no
@@ -47,16 +47,16 @@ export class CertificateAuthority {
     return this.#path('ca.pem');
   }
 
-  /** The TLS context that proves to be `host`; minted once per host. */
+  /** The TLS context with a certificate for `host`; made once per host. */
   secureContext(host) {
-    if (!this.#contexts.has(host)) this.#contexts.set(host, this.#mint(host));
+    if (!this.#contexts.has(host)) this.#contexts.set(host, this.#issue(host));
     return this.#contexts.get(host);
   }
 
-  async #mint(host) {
+  async #issue(host) {
     if (!/^[a-z0-9._-]+$/.test(host)) throw new Error('not a host name');
     const authority = ['-CA', this.caFile, '-CAkey', this.#path('ca.key')];
-    // The name stands in the alternative names only: a common name ends at 64 characters.
+    // The host is in the alternative names only: a common name is limited to 64 characters.
     const names = ['-addext', `subjectAltName = DNS:${host}`];
     const cert = await this.#certify('leaf.key', 'leaf', [...authority, ...names]);
     return createSecureContext({ key: this.#leafKey, cert });

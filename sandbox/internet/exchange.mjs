@@ -1,7 +1,9 @@
-// One request's way from the proxy to a local server and back, spoilt where a fault says so.
+// Forwards one request from the proxy to a local server and the response back, with a fault if one
+// applies.
 
 import http from 'node:http';
 import { setTimeout as sleep } from 'node:timers/promises';
+import { readBytes } from '../streams.mjs';
 
 const kHopByHop = new Set([
   'connection',
@@ -13,10 +15,13 @@ const kHopByHop = new Set([
   'transfer-encoding',
   'upgrade',
 ]);
-// Long enough for the kernel to deliver the first half before the reset overtakes it.
+// Long enough for the kernel to deliver the first half of the body before the reset.
 const kMillisecondsBeforeReset = 50;
 
-/** Answers `request`. `reset` resets the client's connection; `target` is the local base URL. */
+/**
+ * Serves `request`. `target` is the base URL of the local server; `reset` resets the client's
+ * connection.
+ */
 export async function exchange({ request, response, path, target, fault, reset }) {
   switch (fault?.kind) {
     case 'hang':
@@ -25,25 +30,25 @@ export async function exchange({ request, response, path, target, fault, reset }
       reset();
       return;
     case 'status':
-      answerLocally(request, response, fault);
+      respondLocally(request, response, fault);
       return;
     case 'latency':
       await sleep(fault.milliseconds);
   }
 
-  const answer = await forward({ request, response, path, target });
-  const spoil = { drip, resetBody, shortBody }[fault?.kind];
-  if (spoil) {
-    await spoil({ response, answer, body: await readAll(answer), fault, reset });
+  const upstream = await forward({ request, response, path, target });
+  const disturb = { drip, resetBody, shortBody }[fault?.kind];
+  if (disturb) {
+    await disturb({ response, upstream, body: await readBytes(upstream), fault, reset });
     return;
   }
-  response.writeHead(answer.statusCode, answer.statusMessage, endToEnd(answer.rawHeaders));
-  answer.on('error', reset); // the server broke off: so does its answer
-  answer.pipe(response);
+  response.writeHead(upstream.statusCode, upstream.statusMessage, endToEnd(upstream.rawHeaders));
+  upstream.on('error', reset); // the server ended its response early, so the proxy does too
+  upstream.pipe(response);
 }
 
-/** An answer of the proxy's own. */
-export function answerLocally(request, response, { status, headers = {}, body = '' }) {
+/** Sends a response that the proxy makes itself. */
+export function respondLocally(request, response, { status, headers = {}, body = '' }) {
   request.resume();
   response.writeHead(status, { 'Content-Length': Buffer.byteLength(body), ...headers });
   response.end(request.method === 'HEAD' ? undefined : body);
@@ -55,7 +60,7 @@ function forward({ request, response, path, target }) {
     const { hostname, port } = new URL(target);
     const headers = endToEnd(request.rawHeaders);
     if (request.headers['transfer-encoding']) headers.push('Transfer-Encoding', 'chunked');
-    const onward = http.request({
+    const upstreamRequest = http.request({
       hostname,
       port,
       method: request.method,
@@ -64,10 +69,10 @@ function forward({ request, response, path, target }) {
       setHost: false,
       agent: false,
     });
-    onward.on('response', resolve);
-    onward.on('error', reject);
-    response.on('close', () => onward.destroy());
-    request.pipe(onward);
+    upstreamRequest.on('response', resolve);
+    upstreamRequest.on('error', reject);
+    response.on('close', () => upstreamRequest.destroy());
+    request.pipe(upstreamRequest);
   });
 }
 
@@ -77,21 +82,16 @@ function endToEnd(rawHeaders) {
   );
 }
 
-async function readAll(answer) {
-  const pieces = [];
-  for await (const piece of answer) pieces.push(piece);
-  return Buffer.concat(pieces);
+
+function writeHeadFor(response, upstream, body) {
+  const headers = endToEnd(upstream.rawHeaders);
+  // Without a declared length a client could not detect that a part is missing.
+  if (!upstream.headers['content-length']) headers.push('Content-Length', `${body.length}`);
+  response.writeHead(upstream.statusCode, upstream.statusMessage, headers);
 }
 
-function writeHeadFor(response, answer, body) {
-  const headers = endToEnd(answer.rawHeaders);
-  // Without a promised length a client could not tell that something is missing.
-  if (!answer.headers['content-length']) headers.push('Content-Length', `${body.length}`);
-  response.writeHead(answer.statusCode, answer.statusMessage, headers);
-}
-
-async function writeHalf({ response, answer, body }) {
-  writeHeadFor(response, answer, body);
+async function writeHalf({ response, upstream, body }) {
+  writeHeadFor(response, upstream, body);
   const half = body.subarray(0, Math.floor(body.length / 2));
   response.flushHeaders();
   if (half.length > 0) await new Promise((resolve) => response.write(half, resolve));
@@ -108,8 +108,8 @@ async function shortBody(parts) {
   parts.response.socket?.end();
 }
 
-async function drip({ response, answer, body, fault }) {
-  writeHeadFor(response, answer, body);
+async function drip({ response, upstream, body, fault }) {
+  writeHeadFor(response, upstream, body);
   const step = Math.max(1, fault.bytes);
   for (let at = 0; at < body.length && !response.destroyed; at += step) {
     response.write(body.subarray(at, at + step));

@@ -1,4 +1,4 @@
-// The faults waiting to happen: what to spoil, when, and how often.
+// The pending faults: which requests they affect, how, and how often.
 
 import { hostMatches } from './routes.mjs';
 
@@ -6,15 +6,15 @@ const kNumber = 'number';
 const kText = 'string';
 const kObject = 'object';
 
-// What each kind does, and the members it takes beside the common ones.
+// The kinds of fault, each with the members it takes beside the common ones.
 const kKinds = {
-  status: { status: kNumber, headers: kObject, body: kText }, // this answer instead of the server's
-  latency: { milliseconds: kNumber }, // a pause before the request goes on
-  reset: {}, // the connection is reset, nothing answered
+  status: { status: kNumber, headers: kObject, body: kText }, // replaces the server's response
+  latency: { milliseconds: kNumber }, // a pause before the request is forwarded
+  reset: {}, // the connection is reset before a response
   resetBody: {}, // reset after half of the body
-  shortBody: {}, // closed in good order after half of the promised body
-  drip: { milliseconds: kNumber, bytes: kNumber }, // pieces of `bytes`, a pause after each
-  hang: {}, // never answered
+  shortBody: {}, // closed cleanly after half of the declared body
+  drip: { milliseconds: kNumber, bytes: kNumber }, // chunks of `bytes`, a pause after each
+  hang: {}, // no response ever
 };
 const kCommon = {
   kind: kText,
@@ -32,7 +32,7 @@ const kKindDefaults = {
 };
 
 export class Faults {
-  #waiting = [];
+  #pending = [];
 
   add(given) {
     if (given === null || typeof given !== 'object') throw new Error('a fault is a JSON object');
@@ -45,32 +45,32 @@ export class Faults {
       if (value === null || typeof value !== members[name])
         throw new Error(`"${name}" must be of type ${members[name]}`);
     }
-    this.#waiting.push({ ...kDefaults, ...kKindDefaults[given.kind], ...given });
+    this.#pending.push({ ...kDefaults, ...kKindDefaults[given.kind], ...given });
   }
 
   clear() {
-    this.#waiting = [];
+    this.#pending = [];
   }
 
   list() {
-    return [...this.#waiting];
+    return [...this.#pending];
   }
 
-  /** The fault this request meets, used up by one; undefined when it meets none. */
+  /** The fault that affects this request, its count reduced by one; undefined if there is none. */
   take(request) {
-    const fault = this.#waiting.find((candidate) => concerns(candidate, request));
+    const fault = this.#pending.find((candidate) => matches(candidate, request));
     if (!fault) return undefined;
     if (fault.after > 0) {
       fault.after -= 1;
       return undefined;
     }
     fault.count -= 1;
-    if (fault.count <= 0) this.#waiting = this.#waiting.filter((other) => other !== fault);
+    if (fault.count <= 0) this.#pending = this.#pending.filter((other) => other !== fault);
     return fault;
   }
 }
 
-function concerns(fault, { host, method, target }) {
+function matches(fault, { host, method, target }) {
   if (fault.host !== undefined && !hostMatches(fault.host, host)) return false;
   if (fault.method !== undefined && fault.method !== method) return false;
   return fault.pathPrefix === undefined || target.startsWith(fault.pathPrefix);

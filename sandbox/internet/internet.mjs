@@ -1,5 +1,5 @@
-// The loopback internet: two proxies, one open and one asking for a credential, over one table of
-// hosts, one list of faults and one log.
+// The loopback internet: two proxies, one open and one that requires a credential. Both use the
+// same table of hosts, list of faults and log.
 
 import { randomBytes } from 'node:crypto';
 import { startControl } from '../control.mjs';
@@ -10,19 +10,19 @@ import { Proxy } from './proxy.mjs';
 import { RequestLog } from './request-log.mjs';
 import { Routes } from './routes.mjs';
 
-/** `routes` are { host, target }; keys and certificates go to `folder`. */
+/** `routes` are { host, target }; keys and certificates are written to `folder`. */
 export async function startInternet({ folder, routes }) {
   requireCommands({ openssl: 'openssl' });
-  const world = {
+  const shared = {
     routes: new Routes(routes),
     faults: new Faults(),
     log: new RequestLog(),
     authority: await CertificateAuthority.create(folder),
   };
   const credential = { user: 'sandbox', password: randomBytes(12).toString('hex') };
-  const open = new Proxy('open', world);
-  const authenticating = new Proxy('auth', world, credential);
-  const control = await startControl(controlActions(world));
+  const open = new Proxy('open', shared);
+  const authenticating = new Proxy('auth', shared, credential);
+  const control = await startControl(controlActions(shared));
 
   return {
     state: {
@@ -31,7 +31,7 @@ export async function startInternet({ folder, routes }) {
       authProxyPort: await authenticating.listen(),
       proxyUser: credential.user,
       proxyPassword: credential.password,
-      caFile: world.authority.caFile,
+      caFile: shared.authority.caFile,
       control: control.url,
       hosts: routes.map(({ host }) => host),
     },

@@ -1,29 +1,29 @@
-// An HTTP forward proxy that is the whole internet to its clients: it ends their TLS itself and
-// hands each request to the local server that stands for the host.
+// An HTTP forward proxy that stands in for the internet: it terminates TLS itself and forwards each
+// request to the local server that serves the host.
 
 import http from 'node:http';
 import { TLSSocket } from 'node:tls';
-import { answerLocally, exchange } from './exchange.mjs';
+import { respondLocally, exchange } from './exchange.mjs';
 
 let lastConnection = 0;
 
 export class Proxy {
   #name;
   #credential;
-  #world;
+  #shared;
   #sockets = new Set();
-  #facts = new WeakMap(); // socket -> what is known of the client's connection
+  #facts = new WeakMap(); // socket -> { connection, scheme, tcp, credential? } of the client
   #server = http.createServer((request, response) => this.#serve(request, response));
 
   /**
-   * `world` holds { routes, faults, log, authority }, which all proxies share. With `credential`
-   * ({ user, password }) the proxy asks for it.
+   * `shared` holds the { routes, faults, log, authority } of all proxies. With `credential`
+   * ({ user, password }) the proxy requires it.
    */
-  constructor(name, world, credential) {
+  constructor(name, shared, credential) {
     this.#name = name;
-    this.#world = world;
+    this.#shared = shared;
     this.#credential = credential;
-    this.#server.keepAliveTimeout = 0; // clients decide how long they keep a connection
+    this.#server.keepAliveTimeout = 0; // connections stay open until the client closes them
     this.#server.requestTimeout = 0;
     this.#server.on('connect', (request, socket, head) => this.#connect(request, socket, head));
     this.#server.on('connection', (socket) => this.#remember(socket));
@@ -43,40 +43,40 @@ export class Proxy {
     await closed;
   }
 
-  // Runs once per TCP connection, and once more for the TLS connection inside it.
+  // Called for each TCP connection, and again for the TLS connection inside it.
   #remember(socket) {
     if (this.#facts.has(socket)) return;
     lastConnection += 1;
     this.#facts.set(socket, { connection: lastConnection, scheme: 'http', tcp: socket });
     this.#sockets.add(socket);
     socket.on('close', () => this.#sockets.delete(socket));
-    socket.on('error', () => {}); // a client may leave at any time
+    socket.on('error', () => {}); // a client may disconnect at any time
   }
 
   async #connect(request, socket, head) {
     const host = hostOf(request.url);
     const facts = this.#facts.get(socket);
     const entry = this.#log(request, facts, host, '');
-    const answer = (status, text, headers = '') => {
+    const respond = (status, text, headers = '') => {
       entry.status = status;
       socket.write(`HTTP/1.1 ${status} ${text}\r\n${headers}\r\n`);
     };
     const refuse = (status, text, headers = '') => {
-      answer(status, text, `${headers}Content-Length: 0\r\nConnection: close\r\n`);
+      respond(status, text, `${headers}Content-Length: 0\r\nConnection: close\r\n`);
       socket.end();
     };
 
-    if (!this.#admits(request)) {
+    if (!this.#isAuthorized(request)) {
       refuse(407, 'Proxy Authentication Required', 'Proxy-Authenticate: Basic realm="sandbox"\r\n');
       return;
     }
-    if (!this.#world.routes.find(host)) {
+    if (!this.#shared.routes.find(host)) {
       refuse(502, 'Unknown Host');
       return;
     }
     try {
-      const secureContext = await this.#world.authority.secureContext(host);
-      answer(200, 'Connection Established');
+      const secureContext = await this.#shared.authority.secureContext(host);
+      respond(200, 'Connection Established');
       this.#startTls(socket, head, secureContext, {
         ...facts,
         scheme: 'https',
@@ -94,7 +94,7 @@ export class Proxy {
       secureContext,
       ALPNProtocols: ['http/1.1'],
     });
-    secure.on('error', () => socket.destroy()); // such as a client refusing the certificate
+    secure.on('error', () => socket.destroy()); // such as a client that rejects the certificate
     this.#facts.set(secure, facts);
     this.#server.emit('connection', secure);
   }
@@ -108,20 +108,20 @@ export class Proxy {
       if (response.headersSent) entry.status = response.statusCode;
     });
 
-    if (facts.scheme === 'http' && !this.#admits(request)) {
+    if (facts.scheme === 'http' && !this.#isAuthorized(request)) {
       const headers = { 'Proxy-Authenticate': 'Basic realm="sandbox"' };
-      answerLocally(request, response, { status: 407, headers });
+      respondLocally(request, response, { status: 407, headers });
       return;
     }
-    const target = this.#world.routes.find(host);
+    const target = this.#shared.routes.find(host);
     if (!target) {
-      answerLocally(request, response, {
+      respondLocally(request, response, {
         status: 502,
         body: `no local server stands for ${host}\n`,
       });
       return;
     }
-    const fault = this.#world.faults.take({ host, method: request.method, target: path });
+    const fault = this.#shared.faults.take({ host, method: request.method, target: path });
     entry.fault = fault?.kind ?? null;
     const reset = () => facts.tcp.resetAndDestroy();
     try {
@@ -129,14 +129,14 @@ export class Proxy {
     } catch {
       if (response.headersSent) reset();
       else
-        answerLocally(request, response, {
+        respondLocally(request, response, {
           status: 502,
           body: 'the local server did not answer\n',
         });
     }
   }
 
-  #admits(request) {
+  #isAuthorized(request) {
     if (!this.#credential) return true;
     const { user, password } = this.#credential;
     const expected = `Basic ${Buffer.from(`${user}:${password}`).toString('base64')}`;
@@ -147,7 +147,7 @@ export class Proxy {
     const { connection, scheme } = facts;
     const credential = facts.credential ?? 'proxy-authorization' in request.headers;
     const { method } = request;
-    return this.#world.log.add({
+    return this.#shared.log.add({
       connection,
       proxy: this.#name,
       credential,
@@ -159,7 +159,8 @@ export class Proxy {
   }
 }
 
-// Inside TLS the Host header names the server; a plain request names it in its absolute target.
+// The host and the target of a request: inside TLS the Host header names the host, in a plain
+// request the absolute target does.
 function destination(request, facts) {
   const absolute = /^http:\/\/([^/?]*)(.*)$/i.exec(request.url);
   if (facts.scheme === 'https' || !absolute) {

@@ -1,12 +1,12 @@
-// What went through the proxy, for tests to read. Query values and headers stay out of it: they
-// carry signatures and tokens.
+// The requests that went through the proxy, for tests to read. Query values and headers are left
+// out, as they contain signatures and tokens.
 
 const kMostEntries = 20000;
 
 export class RequestLog {
   #entries = [];
 
-  /** Adds a request; the returned entry gets its status once there is one. */
+  /** Adds a request; the caller sets `status` and `fault` of the returned entry later. */
   add({ connection, proxy, credential, scheme, method, host, target }) {
     const [path, query] = target.split(/\?(.*)/s);
     const queryNames = [...new URLSearchParams(query ?? '').keys()];

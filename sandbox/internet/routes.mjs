@@ -1,6 +1,6 @@
-// Which local server stands for which host.
+// The table of hosts and the local servers that serve them.
 
-/** Whether `pattern`, a host name or `*.` and a parent domain, covers `host`. */
+/** Whether `pattern`, a host name or `*.` and a parent domain, matches `host`. */
 export function hostMatches(pattern, host) {
   return pattern.startsWith('*.') ? host.endsWith(pattern.slice(1)) : host === pattern;
 }
@@ -18,7 +18,7 @@ export class Routes {
     this.#routes = [...this.#defaults];
   }
 
-  /** Later routes win over earlier ones. */
+  /** Adds a route, which takes precedence over earlier ones. */
   add({ host, target }) {
     if (typeof host !== 'string' || host === '') throw new Error('"host" must be a host name');
     const url = new URL(target);

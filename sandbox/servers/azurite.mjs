@@ -1,4 +1,4 @@
-// Azurite: Azure Blob Storage in memory, in the version that package.json names.
+// Azurite: Azure Blob Storage in memory, in the version given in package.json.
 
 import { randomBytes } from 'node:crypto';
 import { join } from 'node:path';
@@ -13,7 +13,7 @@ export async function startAzurite({ processes }) {
   const program = join(packageFolder('azurite'), 'dist', 'src', 'blob', 'main.js');
   const ports = await reservePorts('blob');
   const [main, other] = [makeAccount(), makeAccount()];
-  // Through the environment, for a key on a command line could be read by anybody.
+  // In the environment, because every user can read a key on a command line.
   const accounts = [main, other].map(({ name, key }) => `${name}:${key}`).join(';');
   const address = ['--blobHost', '127.0.0.1', '--blobPort', `${ports.blob}`];
   processes.server(

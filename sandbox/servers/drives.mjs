@@ -1,4 +1,4 @@
-// The drive services, one process for all four: authorization servers and emulated APIs.
+// The drive services: one process with the authorization servers and emulated APIs of all four.
 
 import { fileURLToPath } from 'node:url';
 import { kAccounts, kClients, kRedirectUri } from '../drives/clients.mjs';
@@ -28,7 +28,7 @@ export async function startDrives({ processes }) {
   };
 }
 
-// What a program needs for its own way through the grant.
+// What a program needs to obtain tokens.
 function describe(name, { authorization, token, scopes }) {
   return {
     ...kClients[name],

@@ -1,4 +1,4 @@
-// The public names that the local servers answer to, and which server stands for which.
+// The public host names and the local servers that serve them.
 
 import { AmazonDrive } from '../drives/amazon-drive.mjs';
 import { kRedirectUri } from '../drives/clients.mjs';
@@ -19,8 +19,8 @@ const kOtherS3Hosts = ['s3.amazonaws.com', 's3.cn-north-1.amazonaws.com.cn', 's3
 
 export const kS3Hosts = [...kOtherS3Hosts, ...Object.values(kRegionalS3Hosts).flat()];
 
-// An account of Azure has a host of its own in each of them: everywhere else, in China, for the
-// government of the United States, in Germany.
+// An account of Azure has a host in each of these domains: worldwide, China, government of the
+// United States, Germany.
 export const kAzureDomains = [
   'blob.core.windows.net',
   'blob.core.chinacloudapi.cn',
@@ -34,23 +34,24 @@ const kDriveHosts = [
   new URL(kRedirectUri).host,
 ];
 
-/** The routes, as { host, target }, to those servers that `state` describes. */
+/** The routes, as { host, target }, to the servers in `state`. */
 export function publicRoutes({ radosgw, swift, azure, drives }) {
   return [...s3Routes(radosgw ?? swift), ...azureRoutes(azure), ...driveRoutes(drives)];
 }
 
 function s3Routes(server) {
   if (!server) return [];
-  const leadTo = (target) => (host) => [host, `*.${host}`].map((name) => ({ host: name, target }));
+  const routesTo = (target) => (host) =>
+    [host, `*.${host}`].map((name) => ({ host: name, target }));
   return [
-    ...kOtherS3Hosts.flatMap(leadTo(server.endpoint)),
+    ...kOtherS3Hosts.flatMap(routesTo(server.endpoint)),
     ...kS3Regions.flatMap((region) =>
-      kRegionalS3Hosts[region].flatMap(leadTo(server.endpoints[region])),
+      kRegionalS3Hosts[region].flatMap(routesTo(server.endpoints[region])),
     ),
   ];
 }
 
-// By account, as in the real name service: a host for an account that does not exist is unknown.
+// By account, as in the real DNS: the host of an account that does not exist is unknown.
 function azureRoutes(server) {
   if (!server) return [];
   const target = new URL(server.endpoint).origin;

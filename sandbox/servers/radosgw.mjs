@@ -30,8 +30,8 @@ export async function startRadosgw({ folder, logFolder, processes }) {
   await mkdir(join(folder, 'osd'));
   await writeFile(join(folder, 'keyring'), '');
   await writeFile(configuration, cephConf({ folder, logFolder, clusterId, ports }));
-  // A daemon that fetched its configuration from the monitor would forget the cluster's id for a
-  // moment, and now and then send its first command without it and be refused.
+  // A daemon that fetches its configuration from the monitor is without the cluster's id for a
+  // moment; sometimes it sends its first command without the id, which is refused.
   const cluster = ['-c', configuration, '--no-mon-config'];
   const admin = (args, options) =>
     processes.tool('radosgw-admin', [...cluster, '-n', 'client.rgw', ...args], options);
@@ -80,8 +80,8 @@ async function startObjectStore({ cluster, processes }) {
   processes.server('ceph-osd', 'ceph-osd', [...cluster, '-f', '-i', '0']);
 }
 
-// The client may send its command before the monitor has told it the cluster's id, and is then
-// refused (EPERM). Asking again is safe: registering the same id twice changes nothing.
+// The client may send its command before it has received the cluster's id from the monitor; the
+// command is then refused (EPERM). A retry is safe: registering the same id twice has no effect.
 async function registerObjectStore({ cluster, processes, id }) {
   for (let attempt = 1; ; attempt += 1) {
     try {
@@ -93,8 +93,8 @@ async function registerObjectStore({ cluster, processes, id }) {
   }
 }
 
-// A zonegroup per region, so that radosgw judges the LocationConstraint of a new bucket. This
-// gateway serves the first one and answers to all the host names.
+// A zonegroup per region, so that radosgw checks the LocationConstraint of a new bucket. This
+// gateway serves the first one, under all the host names.
 async function defineRegions(admin, endpoint) {
   await admin(['realm', 'create', '--rgw-realm=sandbox', '--default']);
   for (const [index, region] of kS3Regions.entries()) {
@@ -111,16 +111,16 @@ async function defineRegions(admin, endpoint) {
   await admin(['period', 'update', '--commit']);
 }
 
-// radosgw draws the keys itself: a secret on a command line could be read by anybody.
+// radosgw generates the keys, because every user can read a secret on a command line.
 async function createUser(admin, name) {
-  const answer = await admin([
+  const output = await admin([
     'user',
     'create',
     `--uid=${name}`,
     `--display-name=${name}`,
     '--max-buckets=5000',
   ]);
-  return JSON.parse(answer).keys[0];
+  return JSON.parse(output).keys[0];
 }
 
 function cephConf({ folder, logFolder, clusterId, ports }) {

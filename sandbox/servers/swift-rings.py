@@ -1,6 +1,6 @@
 """Writes the rings of a one-machine Swift: swift-rings.py FOLDER name=port...
 
-One process for all rings: starting Python costs more than building them.
+One process builds all rings, because starting Python takes longer than building them.
 """
 
 import os

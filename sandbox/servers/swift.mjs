@@ -1,5 +1,5 @@
-// OpenStack Swift with its S3 interface: account, container and object servers, and before them a
-// proxy for each region.
+// OpenStack Swift with its S3 interface: account, container and object servers, and a proxy server
+// for each region in front of them.
 
 import { randomBytes } from 'node:crypto';
 import { mkdir, writeFile } from 'node:fs/promises';
@@ -10,7 +10,7 @@ import { requireCommands } from '../processes.mjs';
 import { reservePorts, waitForPorts } from '../ports.mjs';
 import { kS3Hosts, kS3Regions } from './public-hosts.mjs';
 
-// Debian's own, which has Swift's modules; another Python may come first in PATH.
+// Debian's Python, which has Swift's modules; another one may come first in PATH.
 const kPython = '/usr/bin/python3';
 const kPackages = {
   'swift-account-server': 'swift-account',
@@ -29,7 +29,7 @@ const kRingScript = fileURLToPath(new URL('swift-rings.py', import.meta.url));
 export async function startSwift({ folder, logFolder, processes }) {
   requireCommands(kPackages);
   const ports = await reservePorts(...kStores, 'memcached', ...kS3Regions);
-  // Both users share one account, for buckets of two accounts could never collide.
+  // Both users belong to one account, because buckets of two accounts can have the same name.
   const users = [makeUser('main'), makeUser('other')];
   await mkdir(join(folder, 'data', 'd1'), { recursive: true });
   await writeFile(join(folder, 'swift.conf'), swiftConf());
@@ -100,8 +100,8 @@ default = yes
 `;
 }
 
-// The log address leads nowhere on purpose: the machine's own system log is none of our business,
-// and 'verbose' sends the same lines to the server's output.
+// The log address deliberately does not exist: nothing is written to the machine's system log, and
+// 'verbose' sends the same lines to the server's output.
 function commonConf({ folder, port }) {
   return `[DEFAULT]
 bind_ip = 127.0.0.1
@@ -125,7 +125,7 @@ use = egg:swift#${name}
 }
 
 function proxyConf({ folder, ports, users, region }) {
-  // Those that stand in the pipeline with no setting of their own.
+  // The filters of the pipeline that have no settings.
   const plain = ['catch_errors', 'gatekeeper', 'listing_formats', 'copy', 'slo', 'dlo'];
   const pipeline = [
     ...['catch_errors', 'gatekeeper', 'cache', 'listing_formats', 's3api', 'tempauth'],

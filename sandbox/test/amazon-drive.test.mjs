@@ -5,7 +5,7 @@ import { AmazonDrive } from '../drives/amazon-drive.mjs';
 import { caller, Clock } from './emulator-calls.mjs';
 import { sandbox } from './support.mjs';
 
-const kJudge = fileURLToPath(new URL('amazon-drive-judge.mjs', import.meta.url));
+const kClients = fileURLToPath(new URL('amazon-drive-clients.mjs', import.meta.url));
 const kAnn = 'ann@example.test';
 const kEndpoint = 'https://drive.amazonaws.com/drive/v1/account/endpoint';
 const kProfile = 'https://api.amazon.com/user/profile';
@@ -47,7 +47,7 @@ function names({ status, json }) {
   return json.data.map(({ name }) => name);
 }
 
-function refusal({ status, json }) {
+function failure({ status, json }) {
   assert.ok(json.logref && json.message);
   return [status, json.code];
 }
@@ -57,13 +57,13 @@ function foldersIn(parent, more = {}) {
   return { filters, sort: '[kind,name]', limit: 100, ...more };
 }
 
-/** The answers to a query, page by page. */
+/** The responses to a query, page by page. */
 function pages(parameters) {
-  const answers = [query(parameters)];
-  while (answers.at(-1).json.nextToken) {
-    answers.push(query({ ...parameters, startToken: answers.at(-1).json.nextToken }));
+  const responses = [query(parameters)];
+  while (responses.at(-1).json.nextToken) {
+    responses.push(query({ ...parameters, startToken: responses.at(-1).json.nextToken }));
   }
-  return answers;
+  return responses;
 }
 
 function create(json, headers) {
@@ -71,7 +71,7 @@ function create(json, headers) {
 }
 
 describe('an account of Amazon Drive', () => {
-  it('says where its endpoints are', () => {
+  it('has an endpoint for metadata and one for content', () => {
     const { status, json } = call('GET', kEndpoint);
     assert.equal(status, 200);
     assert.equal(json.metadataUrl, kBase);
@@ -79,7 +79,7 @@ describe('an account of Amazon Drive', () => {
     assert.equal(json.customerExists, true);
   });
 
-  it('may give other addresses or none', () => {
+  it('may have other endpoints or none', () => {
     const metadataUrl = 'http://cdws.us-east-1.amazonaws.com/drive/v1';
     drive.configure({ account: kAnn, endpoint: { metadataUrl, contentUrl: null } });
     const { json } = call('GET', kEndpoint);
@@ -87,7 +87,7 @@ describe('an account of Amazon Drive', () => {
     assert.ok(!('contentUrl' in json));
   });
 
-  it('has a profile, of which members may miss', () => {
+  it('has a profile, which may lack members', () => {
     const { json } = call('GET', kProfile);
     assert.match(json.user_id, /^amzn1\.account\./);
     assert.deepEqual([json.name, json.email], ['Ann Example', kAnn]);
@@ -95,7 +95,7 @@ describe('an account of Amazon Drive', () => {
     assert.deepEqual(Object.keys(call('GET', kProfile).json), ['user_id', 'name']);
   });
 
-  it('has a state, and nothing else', () => {
+  it('has a status, and no other resources', () => {
     assert.equal(call('GET', `${kBase}account/info`).json.status, 'ACTIVE');
     const wrong = [
       ['GET', 'https://drive.amazonaws.com/drive/v1/nodes'],
@@ -105,14 +105,14 @@ describe('an account of Amazon Drive', () => {
       ['POST', kEndpoint],
     ];
     for (const [method, url] of wrong) {
-      assert.deepEqual(refusal(call(method, url)), [404, ''], `${method} ${url}`);
+      assert.deepEqual(failure(call(method, url)), [404, ''], `${method} ${url}`);
     }
   });
 
-  it('must be asked with a good token', () => {
+  it('requires a valid token', () => {
     for (const reason of ['missing', 'expired', 'invalid']) {
       const host = 'cdws.us-east-1.amazonaws.com';
-      assert.deepEqual(refusal(drive.unauthorized({ reason, host })), [401, '']);
+      assert.deepEqual(failure(drive.unauthorized({ reason, host })), [401, '']);
     }
     const atProfile = (reason) => drive.unauthorized({ reason, host: 'api.amazon.com' });
     assert.equal(atProfile('expired').status, 401);
@@ -122,7 +122,7 @@ describe('an account of Amazon Drive', () => {
 });
 
 describe('the nodes of Amazon Drive', () => {
-  it('begin with a root that has no name', () => {
+  it('start with a root that has no name', () => {
     const { json } = query({ filters: 'kind:FOLDER AND isRoot:true' });
     assert.equal(json.count, 1);
     const [node] = json.data;
@@ -130,7 +130,7 @@ describe('the nodes of Amazon Drive', () => {
     assert.ok(!('name' in node) && !('nextToken' in json));
   });
 
-  it('are found by what the filters say', () => {
+  it('are found by filters', () => {
     const found = (filters) => names(query({ filters, sort: '[name]' }));
     assert.deepEqual(found(foldersIn(root).filters), ['music', 'Photos']);
     assert.deepEqual(found(`parents:${root} AND status:TRASH`), ['Gone']);
@@ -149,24 +149,24 @@ describe('the nodes of Amazon Drive', () => {
     assert.deepEqual(found(place + quoted), ['with "quotes" \\ and: *']);
   });
 
-  const kNoFilters = [
+  const kMalformedFilters = [
     ...['kind', 'kind:', ':FOLDER', 'nope:1', 'toString:1', 'kind:FOLDER AND', 'AND kind:FOLDER'],
     ...['kind:FOLDER name:x', 'kind:FOLDER and name:x', '(kind:FOLDER)', 'name:x*', 'name:"x'],
     ...['parents:"a"b"', 'kind:FOLDER OR OR name:x', 'name:"x"y'],
   ];
-  for (const filters of kNoFilters) {
-    it(`are not found by the filter ${filters}`, () => {
-      assert.deepEqual(refusal(query({ filters })), [400, '']);
+  for (const filters of kMalformedFilters) {
+    it(`are not found by the malformed filter ${filters}`, () => {
+      assert.deepEqual(failure(query({ filters })), [400, '']);
     });
   }
 
-  it('come in the order asked for', () => {
+  it('are returned in the requested order', () => {
     const sorted = (sort) => names(query({ filters: `parents:${root}`, sort }));
     assert.deepEqual(sorted('[kind,name]'), ['a.txt', 'Gone', 'music', 'Photos']);
     assert.deepEqual(sorted('["kind DESC","name ASC"]'), ['Gone', 'music', 'Photos', 'a.txt']);
     assert.deepEqual(sorted('["name DESC"]'), ['Photos', 'music', 'Gone', 'a.txt']);
     for (const sort of ['name', '[]', '[nope]', '[name UP]', '["name]', '[name,]']) {
-      assert.deepEqual(refusal(query({ sort })), [400, ''], sort);
+      assert.deepEqual(failure(query({ sort })), [400, ''], sort);
     }
   });
 
@@ -175,8 +175,8 @@ describe('the nodes of Amazon Drive', () => {
     assert.deepEqual([node.name, node.kind, node.parents], ['Photos', 'FOLDER', [root]]);
     const below = query({ filters: 'kind:FOLDER' }, `nodes/${ids.Photos}/children`);
     assert.equal(names(below).length, 2);
-    assert.deepEqual(refusal(call('GET', `${kBase}nodes/none`)), [404, '']);
-    assert.equal(refusal(call('GET', `${kBase}nodes/%zz`))[0], 400);
+    assert.deepEqual(failure(call('GET', `${kBase}nodes/none`)), [404, '']);
+    assert.equal(failure(call('GET', `${kBase}nodes/%zz`))[0], 400);
   });
 
   it('of files have a size and a type', () => {
@@ -186,15 +186,15 @@ describe('the nodes of Amazon Drive', () => {
 });
 
 describe('the pages of an Amazon Drive query', () => {
-  it('take three for 250 folders at 100 a page, and count all of them', () => {
+  it('are three for 250 folders at 100 a page, and count all folders', () => {
     drive.seed({ account: kAnn, parent: ids.music, folders: 250 });
-    const answers = pages(foldersIn(ids.music));
+    const responses = pages(foldersIn(ids.music));
     assert.deepEqual(
-      answers.map(({ json }) => json.data.length),
+      responses.map(({ json }) => json.data.length),
       [100, 100, 50],
     );
-    assert.ok(answers.every(({ json }) => json.count === 250));
-    const all = answers.flatMap(names);
+    assert.ok(responses.every(({ json }) => json.count === 250));
+    const all = responses.flatMap(names);
     assert.deepEqual([...new Set(all)].sort(), all);
   });
 
@@ -203,7 +203,7 @@ describe('the pages of an Amazon Drive query', () => {
     const { filters } = foldersIn(ids.music);
     assert.equal(names(query({ filters })).length, 200);
     for (const limit of ['201', '0', '-1', 'x', '']) {
-      assert.deepEqual(refusal(query({ filters, limit })), [400, ''], limit);
+      assert.deepEqual(failure(query({ filters, limit })), [400, ''], limit);
     }
   });
 
@@ -212,21 +212,21 @@ describe('the pages of an Amazon Drive query', () => {
     assert.deepEqual(pages(foldersIn(root)).map(names), [['music'], [], ['Photos'], []]);
   });
 
-  it('begin anew with an empty token', () => {
+  it('start at the first one with an empty token', () => {
     assert.equal(names(query(foldersIn(root, { startToken: '' }))).length, 2);
   });
 
-  it('go on only with the token of the same query, and for ten minutes', () => {
+  it('continue only with the token of the same query, and for ten minutes', () => {
     const first = foldersIn(root, { limit: 1 });
     const startToken = query(first).json.nextToken;
     const others = [{ sort: '[name]' }, { filters: 'kind:FOLDER' }, { startToken: 'junk' }];
     for (const other of others) {
-      assert.deepEqual(refusal(query({ ...first, startToken, ...other })), [400, '']);
+      assert.deepEqual(failure(query({ ...first, startToken, ...other })), [400, '']);
     }
     clock.time += 10 * kMinutes;
     assert.deepEqual(names(query({ ...first, startToken })), ['Photos']);
     clock.time += 1;
-    assert.deepEqual(refusal(query({ ...first, startToken })), [400, '']);
+    assert.deepEqual(failure(query({ ...first, startToken })), [400, '']);
   });
 
   it('serve 50,000 folders quickly', () => {
@@ -243,23 +243,23 @@ describe('a new folder on Amazon Drive', () => {
     assert.equal(made.status, 201);
     assert.deepEqual([made.json.name, made.json.parents], ['New', [ids.Photos]]);
     const again = create({ name: 'nEW', kind: 'FOLDER', parents: [ids.Photos] });
-    assert.deepEqual(refusal(again), [409, 'NAME_ALREADY_EXISTS']);
+    assert.deepEqual(failure(again), [409, 'NAME_ALREADY_EXISTS']);
     assert.deepEqual(again.json.info, { nodeId: made.json.id });
     assert.ok(names(query(foldersIn(ids.Photos))).includes('New'));
   });
 
-  it('lies below the root unless a parent is given', () => {
+  it('is made below the root unless a parent is given', () => {
     assert.deepEqual(create({ name: 'New', kind: 'FOLDER' }).json.parents, [root]);
   });
 
-  it('is refused for a body of another type, but not for one of no type', () => {
+  it('is refused for a body of another type, but not for one without a type', () => {
     const body = { name: 'New', kind: 'FOLDER' };
     const form = { 'content-type': 'application/x-www-form-urlencoded' };
-    assert.equal(refusal(create(body, form))[0], 415);
+    assert.equal(failure(create(body, form))[0], 415);
     assert.equal(create(body, {}).status, 201);
   });
 
-  it('is refused for what is no such node', () => {
+  it('is refused for an invalid body', () => {
     const good = { name: 'New', kind: 'FOLDER' };
     const wrong = [
       [400, { ...good, name: undefined }],
@@ -275,15 +275,15 @@ describe('a new folder on Amazon Drive', () => {
       [404, { ...good, parents: ['none'] }],
     ];
     for (const [status, body] of wrong) {
-      assert.equal(refusal(create(body))[0], status, JSON.stringify(body));
+      assert.equal(failure(create(body))[0], status, JSON.stringify(body));
     }
   });
 });
 
 describe('Amazon Drive', () => {
-  it('is a drive to rclone', async () => {
-    const judge = ['--', process.execPath, kJudge];
-    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...judge]);
+  it('works with rclone', async () => {
+    const program = ['--', process.execPath, kClients];
+    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...program]);
     assert.equal(code, 0, stderr);
     assert.deepEqual(JSON.parse(stdout), {
       creates: 'ok',

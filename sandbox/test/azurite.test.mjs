@@ -5,10 +5,10 @@ import { describe, it } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { command, removeFolder, sandbox, temporaryFolder } from './support.mjs';
 
-const kJudge = fileURLToPath(new URL('azure-judge.mjs', import.meta.url));
+const kClient = fileURLToPath(new URL('azure-client.mjs', import.meta.url));
 const kSandboxFolder = fileURLToPath(new URL('..', import.meta.url));
 
-const kContainers = ['judged', 'judged-outside', 'judged-third'];
+const kContainers = ['checked', 'checked-outside', 'checked-third'];
 const kExpected = {
   'wrong key': [403, 'AuthorizationFailure'],
   'wrong key, through the proxy': [403, 'AuthorizationFailure'],
@@ -35,18 +35,18 @@ const kExpected = {
 };
 
 describe('azurite', () => {
-  it("answers the vendor's client as its users must expect", async () => {
-    // Node reads the trusted certificates only once, when it starts.
-    const judge = 'NODE_EXTRA_CA_CERTS="$VEMLO_SANDBOX_CA_FILE" exec "$0" "$1"';
+  it("returns the expected results to the vendor's client", async () => {
+    // Node reads the trusted certificates only at its start.
+    const script = 'NODE_EXTRA_CA_CERTS="$VEMLO_SANDBOX_CA_FILE" exec "$0" "$1"';
     const { code, stdout, stderr } = await sandbox([
       ...['run', '--azurite', '--internet', '--'],
-      ...['sh', '-c', judge, process.execPath, kJudge],
+      ...['sh', '-c', script, process.execPath, kClient],
     ]);
     assert.equal(code, 0, stderr);
     assert.deepEqual(JSON.parse(stdout), kExpected);
   });
 
-  it('says what to run when its package is not installed', async () => {
+  it('reports how to install a missing package', async () => {
     const folder = await temporaryFolder();
     try {
       const filter = (source) => basename(source) !== 'node_modules';

@@ -1,4 +1,4 @@
-// What the tests of the drives share: the user's and the application's way to a token.
+// Helpers for the tests of the drives: the steps of the user and of the application to a token.
 
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
@@ -6,12 +6,12 @@ import { Browser, formRequest } from '../browser.mjs';
 import { readState } from '../state.mjs';
 import { removeFolder, sandbox as runSandbox, temporaryFolder } from './support.mjs';
 
-/** The running sandbox, as `run` tells its command. */
+/** The state of the sandbox in which `run` started this process. */
 export function runningSandbox() {
   return JSON.parse(readFileSync(process.env.VEMLO_SANDBOX_STATE, 'utf8'));
 }
 
-/** The address that asks a user of the service for consent, to an offline grant if nothing else. */
+/** The service's authorization address, by default for offline access. */
 export function authorizationUrl({ drives }, service, changes = {}) {
   const { authorizationEndpoint, clientId, scope } = drives.services[service];
   const query = {
@@ -28,7 +28,7 @@ export function authorizationUrl({ drives }, service, changes = {}) {
   return `${authorizationEndpoint}?${new URLSearchParams(given)}`;
 }
 
-/** Plays the user; returns the query with which the redirect page was reached. */
+/** Submits the user's decision; returns the query of the redirect page. */
 export async function decide({ drives, internet }, url, { decision = 'allow', account } = {}) {
   const browser = new Browser(internet);
   const page = await browser.open(url);
@@ -42,8 +42,8 @@ export async function requestToken({ drives, internet }, service, form) {
   const { tokenEndpoint, clientId, clientSecret } = drives.services[service];
   const body = { client_id: clientId, client_secret: clientSecret, ...form };
   const request = formRequest(new URLSearchParams(body));
-  const answer = await new Browser(internet).send(tokenEndpoint, request);
-  return { status: answer.status, json: JSON.parse(answer.text) };
+  const { status, text } = await new Browser(internet).send(tokenEndpoint, request);
+  return { status, json: JSON.parse(text) };
 }
 
 export function exchange(sandbox, service, code, changes = {}) {
@@ -66,15 +66,15 @@ export async function link(sandbox, service, { account } = {}) {
   return (await exchange(sandbox, service, end.get('code'))).json;
 }
 
-/** Asks the control endpoint of the drives. */
+/** One request to the control endpoint of the drives. */
 export async function control({ drives }, method, what, body) {
-  const answer = await fetch(`${drives.control}/${what}`, { method, body: JSON.stringify(body) });
-  const text = await answer.text();
-  if (!answer.ok) throw new Error(`control: ${text}`);
+  const response = await fetch(`${drives.control}/${what}`, { method, body: JSON.stringify(body) });
+  const text = await response.text();
+  if (!response.ok) throw new Error(`control: ${text}`);
   return text === '' ? undefined : JSON.parse(text);
 }
 
-/** A sandbox with drives and internet for the tests of one file: its state, and how to stop it. */
+/** Starts a sandbox with drives and internet; returns its { file, running, stop }. */
 export async function startDrives() {
   const folder = await temporaryFolder();
   const file = join(folder, 'state.json');

@@ -4,9 +4,9 @@ import { fileURLToPath } from 'node:url';
 import { Dropbox } from '../drives/dropbox.mjs';
 import { caller } from './emulator-calls.mjs';
 import { sandbox } from './support.mjs';
-import { typeFaults } from './vendor-types.mjs';
+import { typeErrors } from './vendor-types.mjs';
 
-const kJudge = fileURLToPath(new URL('dropbox-judge.mjs', import.meta.url));
+const kClients = fileURLToPath(new URL('dropbox-clients.mjs', import.meta.url));
 const kAnn = 'ann@example.test';
 const kBase = 'https://api.dropboxapi.com/2/';
 
@@ -29,7 +29,7 @@ function list(path, more = {}) {
   return call('files/list_folder', { path, ...more });
 }
 
-function goOn(cursor) {
+function continueWith(cursor) {
   return call('files/list_folder/continue', { cursor });
 }
 
@@ -42,7 +42,7 @@ function names({ status, json }) {
   return json.entries.map(({ name }) => name);
 }
 
-/** The tags of a refusal, which its summary repeats. */
+/** The tags of an error, which its summary repeats. */
 function tags({ status, json }) {
   assert.equal(status, 409);
   const found = [];
@@ -57,14 +57,14 @@ function sentence({ status, json, text }) {
   return text;
 }
 
-/** Every page of a listing, by the names in it. */
+/** The names on every page of a listing. */
 function pages(path, more) {
   const found = [];
-  let answer = list(path, more);
+  let response = list(path, more);
   for (;;) {
-    found.push(names(answer));
-    if (!answer.json.has_more) return found;
-    answer = goOn(answer.json.cursor);
+    found.push(names(response));
+    if (!response.json.has_more) return found;
+    response = continueWith(response.json.cursor);
   }
 }
 
@@ -89,7 +89,7 @@ describe('a folder on Dropbox', () => {
   });
 
   it('has the shape that the vendor declares', () => {
-    const answers = [
+    const responses = [
       { type: 'files.ListFolderResult', json: list('').json },
       { type: 'files.CreateFolderResult', json: create('/New').json },
       { type: 'files.FolderMetadataReference', json: metadata('/Photos') },
@@ -97,12 +97,12 @@ describe('a folder on Dropbox', () => {
       { type: 'users.FullAccount', json: call('users/get_current_account', 'null').json },
       { type: 'files.CreateFolderResult', json: { metadata: metadata('/Photos') } },
     ];
-    const faults = typeFaults("import type { files, users } from 'dropbox';", answers);
-    assert.equal(faults.length, 1, faults.join('\n'));
-    assert.match(faults[0], /".tag"' does not exist/); // the last one, which is wrong on purpose
+    const errors = typeErrors("import type { files, users } from 'dropbox';", responses);
+    assert.equal(errors.length, 1, errors.join('\n'));
+    assert.match(errors[0], /".tag"' does not exist/); // the last one, which is wrong on purpose
   });
 
-  it('is refused where there is none', () => {
+  it('is refused if it does not exist', () => {
     assert.equal(tags(list('/none')), 'path/not_found');
     assert.equal(tags(list('id:none')), 'path/not_found');
     assert.equal(tags(list('/a.txt')), 'path/not_folder');
@@ -114,13 +114,13 @@ describe('a folder on Dropbox', () => {
     });
   }
 
-  it('is refused with a sentence where the path is none at all', () => {
+  it('is refused with a text for what is not a path', () => {
     assert.match(sentence(list('/')), /Specify the root folder as an empty string/);
     assert.match(sentence(list('Photos')), /request body: path: expected string matching/);
     assert.match(sentence(list(7)), /request body: path/);
   });
 
-  it('lists all that is below when asked to', () => {
+  it('lists everything below it on request', () => {
     assert.deepEqual(names(list('', { recursive: true })), ['a.txt', 'Photos', '2019']);
     assert.deepEqual(names(list('/photos', { recursive: true })), ['Photos', '2019']);
   });
@@ -131,7 +131,7 @@ function metadata(path) {
 }
 
 describe('the pages of a Dropbox folder', () => {
-  it('hold 2000 entries, or as many as were asked for', () => {
+  it('hold 2000 entries, or as many as requested', () => {
     dropbox.seed({ account: kAnn, parent: '/Photos', folders: 2004 });
     const sizes = (more) => pages('/Photos', more).map(({ length }) => length);
     assert.deepEqual(sizes(), [2000, 5]);
@@ -144,10 +144,10 @@ describe('the pages of a Dropbox folder', () => {
     assert.deepEqual(pages(''), [['a.txt'], [], ['Photos'], []]);
   });
 
-  it('are followed by empty ones for ever, each with another cursor', () => {
+  it('are followed by any number of empty ones, each with another cursor', () => {
     const cursors = new Set([list('').json.cursor]);
     for (const cursor of cursors) {
-      const { status, json } = goOn(cursor);
+      const { status, json } = continueWith(cursor);
       assert.deepEqual([status, json.entries, json.has_more], [200, [], false]);
       cursors.add(json.cursor);
       if (cursors.size > 20) break;
@@ -158,26 +158,26 @@ describe('the pages of a Dropbox folder', () => {
   it('are followed by what is new', () => {
     const { cursor } = list('').json;
     create('/New');
-    const answer = goOn(cursor);
-    assert.deepEqual(names(answer), ['New']);
-    assert.deepEqual(names(goOn(answer.json.cursor)), []);
+    const response = continueWith(cursor);
+    assert.deepEqual(names(response), ['New']);
+    assert.deepEqual(names(continueWith(response.json.cursor)), []);
   });
 
-  it('end with a reset when told to', () => {
+  it('end with a reset if so configured', () => {
     dropbox.configure({ account: kAnn, pageSizes: [1], resetOnContinuation: 2 });
     dropbox.seed({ account: kAnn, folders: 2 });
-    const second = goOn(list('').json.cursor);
+    const second = continueWith(list('').json.cursor);
     assert.deepEqual(names(second), ['folder-00000']);
-    assert.equal(tags(goOn(second.json.cursor)), 'reset');
+    assert.equal(tags(continueWith(second.json.cursor)), 'reset');
     assert.equal(pages('').flat().length, 4);
   });
 
-  it('go on only with a cursor of this account', () => {
+  it('continue only with a cursor of this account', () => {
     const { cursor } = list('').json;
     const ben = caller(dropbox, 'ben@example.test');
     assert.equal(tags(ben('POST', `${kBase}files/list_folder/continue`, { cursor })), 'reset');
-    assert.equal(tags(goOn(`${cursor}x`)), 'reset');
-    assert.match(sentence(goOn('junk!')), /cursor/);
+    assert.equal(tags(continueWith(`${cursor}x`)), 'reset');
+    assert.match(sentence(continueWith('junk!')), /cursor/);
     const both = call('files/list_folder/continue', { cursor, path: '' });
     assert.match(sentence(both), /unknown field 'path'/);
   });
@@ -191,7 +191,7 @@ describe('the pages of a Dropbox folder', () => {
 });
 
 describe('a new folder on Dropbox', () => {
-  it('is answered without a tag', () => {
+  it('is returned without a tag', () => {
     const { status, json } = create('/Photos/New');
     assert.equal(status, 200);
     const { id, ...rest } = json.metadata;
@@ -204,12 +204,12 @@ describe('a new folder on Dropbox', () => {
     assert.deepEqual(names(list('/Photos')), ['2019', 'New']);
   });
 
-  it('brings its parents with it', () => {
+  it('is made together with its parents', () => {
     assert.equal(create('/One/two/three').json.metadata.path_display, '/One/two/three');
     assert.deepEqual(names(list('/one/Two')), ['three']);
   });
 
-  it('is refused where something is already, unless it may be renamed', () => {
+  it('is refused if the name exists, unless it may be renamed', () => {
     assert.equal(tags(create('/PHOTOS')), 'path/conflict/folder');
     assert.equal(tags(create('/a.txt')), 'path/conflict/file');
     assert.equal(tags(create('/a.txt/b')), 'path/conflict/file_ancestor');
@@ -223,14 +223,14 @@ describe('a new folder on Dropbox', () => {
     });
   }
 
-  it('is refused with a sentence at no path at all', () => {
+  it('is refused with a text for what is not a path', () => {
     assert.match(sentence(create('')), /path/);
     assert.match(sentence(create('A')), /path/);
   });
 });
 
 describe('a call of Dropbox', () => {
-  it('must have the type of JSON', () => {
+  it('must have the content type of JSON', () => {
     const attempt = (type) => call('files/list_folder', { path: '' }, { 'content-type': type });
     for (const type of ['application/json', 'application/json; charset=utf-8']) {
       assert.equal(attempt(type).status, 200, type);
@@ -255,7 +255,7 @@ describe('a call of Dropbox', () => {
     assert.match(sentence(call('toString', {})), /Unknown API function/);
   });
 
-  it('must have a good token', () => {
+  it('must have a valid token', () => {
     assert.match(sentence(dropbox.unauthorized({ reason: 'missing' })), /Authorization/);
     for (const reason of ['expired', 'invalid']) {
       const { status, json } = dropbox.unauthorized({ reason });
@@ -265,7 +265,7 @@ describe('a call of Dropbox', () => {
     }
   });
 
-  it('is answered with its id and a plain type', () => {
+  it('gets a response with its id and a content type without parameters', () => {
     for (const { headers } of [list(''), list('/'), list('/none')]) {
       assert.match(headers['X-Dropbox-Request-Id'], /^[\da-f]{32}$/);
     }
@@ -275,9 +275,9 @@ describe('a call of Dropbox', () => {
 });
 
 describe('Dropbox', () => {
-  it("is a drive to the vendor's clients and to rclone", async () => {
-    const judge = ['--', process.execPath, kJudge];
-    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...judge]);
+  it("works with the vendor's clients and with rclone", async () => {
+    const program = ['--', process.execPath, kClients];
+    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...program]);
     assert.equal(code, 0, stderr);
     const folders = ['By JavaScript', 'By Python', 'By rclone', 'Photos'];
     assert.deepEqual(JSON.parse(stdout), {

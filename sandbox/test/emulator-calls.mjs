@@ -1,6 +1,6 @@
-// Requests to an emulator of a drive without a network between.
+// Requests to an emulator of a drive without a network.
 
-/** A function that sends one account's request: (method, url, json?, headers?) -> answer. */
+/** A function that makes requests of one account: (method, url, json?, headers?) -> response. */
 export function caller(emulator, account) {
   return (method, url, json, headers = { 'content-type': 'application/json' }) => {
     const [, host, path, rawQuery = ''] = /^https:\/\/([^/]+)([^?]*)(?:\?(.*))?$/s.exec(url);
@@ -13,7 +13,7 @@ export function caller(emulator, account) {
   };
 }
 
-/** A clock that stands still until it is moved. */
+/** A clock whose time only the test changes. */
 export class Clock {
   time = Date.UTC(2024, 1, 29, 8, 30, 15);
 

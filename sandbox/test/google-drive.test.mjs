@@ -4,9 +4,9 @@ import { fileURLToPath } from 'node:url';
 import { GoogleDrive } from '../drives/google-drive.mjs';
 import { Clock } from './emulator-calls.mjs';
 import { sandbox } from './support.mjs';
-import { typeFaults } from './vendor-types.mjs';
+import { typeErrors } from './vendor-types.mjs';
 
-const kJudge = fileURLToPath(new URL('google-drive-judge.mjs', import.meta.url));
+const kClients = fileURLToPath(new URL('google-drive-clients.mjs', import.meta.url));
 const kScope = 'https://www.googleapis.com/auth/drive';
 const kFolder = 'application/vnd.google-apps.folder';
 const kAccount = 'ann@example.test';
@@ -47,9 +47,9 @@ function seed(items, more = {}) {
   return drive.seed({ account: kAccount, items, ...more }).items;
 }
 
-function names(answer) {
-  assert.equal(answer.status, 200, JSON.stringify(answer.json));
-  return answer.json.files.map(({ name }) => name);
+function names(response) {
+  assert.equal(response.status, 200, JSON.stringify(response.json));
+  return response.json.files.map(({ name }) => name);
 }
 
 function failure({ status, json }) {
@@ -61,19 +61,19 @@ function failure({ status, json }) {
 
 describe('the clients', () => {
   it('of the vendor and rclone list and create, and see what the other did', async () => {
-    // Node reads the trusted certificates only once, when it starts.
-    const judge =
+    // Node reads the trusted certificates only at its start.
+    const script =
       'NODE_EXTRA_CA_CERTS=$VEMLO_SANDBOX_CA_FILE HTTPS_PROXY=http://$VEMLO_SANDBOX_PROXY ' +
       'exec "$0" "$1"';
     const { code, stdout, stderr } = await sandbox([
       ...['run', '--drives', '--internet', '--'],
-      ...['sh', '-c', judge, process.execPath, kJudge],
+      ...['sh', '-c', script, process.execPath, kClients],
     ]);
     assert.equal(code, 0, stderr);
-    const answers = JSON.parse(stdout);
-    const [root] = answers['create a folder'];
+    const results = JSON.parse(stdout);
+    const [root] = results['create a folder'];
     assert.match(root, /^0A.*PVA$/);
-    assert.deepEqual(answers, {
+    assert.deepEqual(results, {
       'name of the root': { name: 'My Drive' },
       folders: ['Photos', 'Photos', "it's \\ é"],
       'folders by the alias': ['Photos', 'Photos', "it's \\ é"],
@@ -106,12 +106,12 @@ describe('the clients', () => {
   });
 });
 
-describe('answers', () => {
+describe('responses', () => {
   it('have the shape that the vendor publishes', () => {
     seed([{ name: 'folder' }, { name: 'file', kind: 'file', size: 3 }]);
     const ofType = (type) => (json) => ({ type: `vendor.Schema$${type}`, json });
     const everything = { fields: '*' };
-    const answers = [
+    const responses = [
       ...[list({ ...everything, pageSize: 1 }), list({})].map(({ json }) =>
         ofType('FileList')(json),
       ),
@@ -119,13 +119,13 @@ describe('answers', () => {
       ofType('File')(create({ name: 'new', mimeType: kFolder }).json),
       ofType('About')(call('GET', 'about', { query: everything }).json),
     ];
-    assert.ok(answers[0].json.nextPageToken);
-    // Two wrong ones show that faults are found.
+    assert.ok(responses[0].json.nextPageToken);
+    // Two wrong ones show that errors are detected.
     const wrong = [{ id: 1 }, { colour: 'red' }].map(ofType('File'));
-    const faults = typeFaults(kDeclarations, [...answers, ...wrong]);
-    assert.equal(faults.length, 2, faults.join('\n'));
-    assert.match(faults[0], /^Type 'number' is not assignable to type 'string'/);
-    assert.match(faults[1], /colour"' does not exist in type/);
+    const errors = typeErrors(kDeclarations, [...responses, ...wrong]);
+    assert.equal(errors.length, 2, errors.join('\n'));
+    assert.match(errors[0], /^Type 'number' is not assignable to type 'string'/);
+    assert.match(errors[1], /colour"' does not exist in type/);
   });
 });
 
@@ -193,11 +193,11 @@ describe('files.list', () => {
 
   it('finds nothing in a folder of another account', () => {
     const [{ id }] = seed([{ name: 'folder' }]);
-    const answer = list({ q: `'${id}' in parents` }, { account: 'ben@example.test' });
-    assert.deepEqual(failure(answer), [404, 'notFound', 'fileId']);
+    const response = list({ q: `'${id}' in parents` }, { account: 'ben@example.test' });
+    assert.deepEqual(failure(response), [404, 'notFound', 'fileId']);
   });
 
-  it('goes on where a page ended, with the token of that page and again', () => {
+  it('continues after a page with its token, which can be used again', () => {
     seed([], { folders: 5 });
     const query = { q: "'root' in parents", orderBy: 'name', pageSize: 2 };
     const found = [];
@@ -212,7 +212,7 @@ describe('files.list', () => {
     assert.deepEqual(found, [2, 2, 1]);
   });
 
-  it('gives short and empty pages when told to', () => {
+  it('returns short and empty pages if so configured', () => {
     seed([], { folders: 3 });
     drive.configure({ account: kAccount, pageSizes: [0, 1, 2] });
     const found = [];
@@ -225,11 +225,12 @@ describe('files.list', () => {
     assert.deepEqual(found, [0, 1, 2, 0]);
   });
 
-  it('takes a page token for no other query, no other account, and not for ever', () => {
+  it('accepts a page token only for its query and account, and for a limited time', () => {
     seed([], { folders: 3 });
     const query = { q: 'trashed = false', pageSize: 1 };
     const pageToken = list(query).json.nextPageToken;
-    const isRefused = (answer) => assert.deepEqual(failure(answer), [400, 'invalid', 'pageToken']);
+    const isRefused = (response) =>
+      assert.deepEqual(failure(response), [400, 'invalid', 'pageToken']);
     isRefused(list({ ...query, q: 'trashed=false', pageToken }));
     isRefused(list({ ...query, pageToken }, { account: 'ben@example.test' }));
     isRefused(list({ ...query, pageToken: 'junk' }));
@@ -238,7 +239,7 @@ describe('files.list', () => {
     isRefused(list({ ...query, pageToken }));
   });
 
-  it('gives the token only to a mask that has it', () => {
+  it('returns the token only if the mask has it', () => {
     seed([], { folders: 2 });
     const members = (fields) => Object.keys(list({ pageSize: 1, fields }).json);
     assert.deepEqual(members('files(id)'), ['files']);
@@ -288,12 +289,12 @@ describe('files.list', () => {
     });
   }
 
-  it('refuses orders it does not know', () => {
+  it('refuses unknown orders', () => {
     for (const orderBy of ['colour', 'name down', 'name,', 'name desc desc'])
       assert.deepEqual(failure(list({ orderBy })), [400, 'invalid', 'orderBy']);
   });
 
-  it('goes through 50,000 folders in no time', () => {
+  it('lists 50,000 folders quickly', () => {
     seed([], { folders: 50000 });
     const q = `'root' in parents and trashed = false and mimeType = '${kFolder}'`;
     const query = { q, orderBy: 'folder,name', pageSize: 500 };
@@ -311,7 +312,7 @@ describe('files.list', () => {
 });
 
 describe('files.get', () => {
-  it('knows the root by its alias and by its id', () => {
+  it('returns the root by its alias and by its id', () => {
     const { json } = call('GET', 'files/root');
     assert.deepEqual(Object.keys(json), ['kind', 'id', 'name', 'mimeType']);
     assert.deepEqual(call('GET', `files/${json.id}`).json, json);
@@ -320,29 +321,29 @@ describe('files.get', () => {
     assert.equal(all.createdTime, '2024-02-29T08:30:15.000Z');
   });
 
-  it('calls the root what it is told', () => {
+  it('gives the root the configured name', () => {
     drive.configure({ account: kAccount, rootName: 'Meine Ablage' });
     assert.equal(call('GET', 'files/root').json.name, 'Meine Ablage');
   });
 
-  it('takes what is in a trashed folder for trashed', () => {
+  it('treats what is in a trashed folder as trashed', () => {
     const [{ items }] = seed([{ name: 'old', trashed: true, items: [{ name: 'inner' }] }]);
     const query = { fields: 'trashed,explicitlyTrashed' };
     const { json } = call('GET', `files/${items[0].id}`, { query });
     assert.deepEqual(json, { trashed: true, explicitlyTrashed: false });
   });
 
-  it('misses what is not there', () => {
-    const { json, ...answer } = call('GET', 'files/no%20where');
-    assert.deepEqual(failure({ json, ...answer }), [404, 'notFound', 'fileId']);
-    assert.equal(json.error.message, 'File not found: no where.');
+  it('refuses an unknown or malformed id, and an unknown resource', () => {
+    const response = call('GET', 'files/no%20where');
+    assert.deepEqual(failure(response), [404, 'notFound', 'fileId']);
+    assert.equal(response.json.error.message, 'File not found: no where.');
     assert.equal(call('GET', 'files/%zz').status, 400);
     assert.equal(call('GET', 'changes').status, 404);
   });
 });
 
 describe('files.create', () => {
-  it('makes a folder with a new id each time, in the root or where it is told', () => {
+  it('makes a folder with a new id each time, in the root or in the given parent', () => {
     const first = create({ name: 'x', mimeType: kFolder }).json;
     const second = create({ name: 'x', mimeType: kFolder, parents: ['root'] }).json;
     assert.notEqual(first.id, second.id);
@@ -351,7 +352,7 @@ describe('files.create', () => {
     assert.deepEqual(names(list({ q: "'root' in parents" })), ['x', 'x']);
   });
 
-  it('makes a file of no known type without a name when told nothing', () => {
+  it('makes an untitled file of a general type by default', () => {
     const { name, mimeType } = create({}).json;
     assert.deepEqual([name, mimeType], ['Untitled', 'application/octet-stream']);
   });
@@ -359,14 +360,14 @@ describe('files.create', () => {
   const typed = (type) => ({ headers: { 'content-type': type } });
   for (const [what, given, more, expected] of [
     ['bad JSON', '{"name":', {}, [400, 'parseError']],
-    ['something else than an object', '["x"]', {}, [400, 'parseError']],
+    ['JSON that is not an object', '["x"]', {}, [400, 'parseError']],
     ['bytes that are not UTF-8', Buffer.from('{"name":"\xff"}', 'latin1'), {}, [400, 'parseError']],
     ['a form', {}, typed('application/x-www-form-urlencoded'), [400, 'badContent']],
     ['no content type', {}, { headers: {} }, [400, 'badContent']],
-    ['a name that is no text', { name: 1 }, {}, [400, 'invalid']],
-    ['parents that are no list', { parents: 'root' }, {}, [400, 'invalid']],
-    ['a member it does not know', { colour: 'red' }, {}, [400, 'invalid']],
-    ['a time that is none', { createdTime: 'now' }, {}, [400, 'invalid']],
+    ['a name that is not a string', { name: 1 }, {}, [400, 'invalid']],
+    ['parents that are not a list', { parents: 'root' }, {}, [400, 'invalid']],
+    ['an unknown member', { colour: 'red' }, {}, [400, 'invalid']],
+    ['a malformed time', { createdTime: 'now' }, {}, [400, 'invalid']],
     ['two parents', { parents: ['root', 'root'] }, {}, [403, 'cannotAddParent']],
     ['an unknown parent', { parents: ['nowhere'] }, {}, [404, 'notFound']],
   ]) {
@@ -376,7 +377,7 @@ describe('files.create', () => {
     });
   }
 
-  it('takes a charset with the content type', () => {
+  it('accepts a charset in the content type', () => {
     assert.equal(create({ name: 'é' }, typed('application/json; charset=UTF-8')).json.name, 'é');
   });
 
@@ -385,7 +386,7 @@ describe('files.create', () => {
     assert.deepEqual(failure(create({ parents: [id] })).slice(0, 2), [403, 'parentNotAFolder']);
   });
 
-  it('wants to know the length', () => {
+  it('requires the length of the body', () => {
     const headers = { 'content-type': 'application/json' };
     assert.equal(call('POST', 'files', { headers }).status, 411);
   });
@@ -393,11 +394,11 @@ describe('files.create', () => {
 
 describe('a token', () => {
   it('has to cover the drive', () => {
-    const answer = list({}, { scopes: ['email', 'profile'] });
-    assert.deepEqual(failure(answer).slice(0, 2), [403, 'insufficientPermissions']);
+    const response = list({}, { scopes: ['email', 'profile'] });
+    assert.deepEqual(failure(response).slice(0, 2), [403, 'insufficientPermissions']);
   });
 
-  it('that is missing or no good is told apart', () => {
+  it('that is missing, expired or invalid gets the reason for it', () => {
     const reasonFor = (reason) => failure(drive.unauthorized({ reason }));
     assert.deepEqual(reasonFor('missing'), [401, 'required', 'Authorization']);
     assert.deepEqual(reasonFor('expired'), [401, 'authError', 'Authorization']);

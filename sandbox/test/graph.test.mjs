@@ -4,9 +4,9 @@ import { fileURLToPath } from 'node:url';
 import { MicrosoftGraph } from '../drives/graph.mjs';
 import { caller } from './emulator-calls.mjs';
 import { sandbox } from './support.mjs';
-import { typeFaults } from './vendor-types.mjs';
+import { typeErrors } from './vendor-types.mjs';
 
-const kJudge = fileURLToPath(new URL('graph-judge.mjs', import.meta.url));
+const kClients = fileURLToPath(new URL('graph-clients.mjs', import.meta.url));
 const kAnn = 'ann@example.test';
 const kBase = 'https://graph.microsoft.com/v1.0';
 const kDrive = `${kBase}/me/drive`;
@@ -34,7 +34,7 @@ function names({ status, json }) {
   return json.value.map(({ name }) => name);
 }
 
-function refusal({ status, json }) {
+function failure({ status, json }) {
   assert.deepEqual(Object.keys(json), ['error']);
   assert.ok(json.error.message);
   return [status, json.error.code];
@@ -47,9 +47,9 @@ function filtered(filter) {
 function follow(address) {
   const pages = [];
   for (let next = address; next;) {
-    const answer = call('GET', next);
-    pages.push(names(answer));
-    next = answer.json['@odata.nextLink'];
+    const response = call('GET', next);
+    pages.push(names(response));
+    next = response.json['@odata.nextLink'];
   }
   return pages;
 }
@@ -77,10 +77,10 @@ describe('items of a Graph drive', () => {
     assert.equal(drive.driveType, 'personal');
     const other = drive.id.toUpperCase();
     assert.deepEqual(follow(`${kBase}/drives/${other}/root/children`), follow(kChildren));
-    assert.deepEqual(refusal(call('GET', `${kBase}/drives/none/root`)), [404, 'itemNotFound']);
+    assert.deepEqual(failure(call('GET', `${kBase}/drives/none/root`)), [404, 'itemNotFound']);
   });
 
-  it('carry the facets of what they are', () => {
+  it('have the facets of their kind', () => {
     const facets = ['folder', 'file', 'package', 'remoteItem', 'root'];
     const { value } = call('GET', kChildren).json;
     const found = value.map((item) => [item.name, ...facets.filter((facet) => facet in item)]);
@@ -98,10 +98,10 @@ describe('items of a Graph drive', () => {
     const target = `${kBase}/drives/${driveId}/items/${remoteItem.id}/children`;
     assert.deepEqual(names(call('GET', target)), ['inside']);
     const local = call('GET', `${kDrive}/items/${id}/children`);
-    assert.deepEqual(refusal(local), [404, 'itemNotFound']);
+    assert.deepEqual(failure(local), [404, 'itemNotFound']);
   });
 
-  it('look different on business drives', () => {
+  it('have another form on business drives', () => {
     graph.configure({ account: kAnn, driveType: 'business' });
     const drive = call('GET', kDrive).json;
     assert.equal(drive.driveType, 'business');
@@ -116,7 +116,7 @@ describe('items of a Graph drive', () => {
     const annotated = `type Annotated<T> = T &
       { '@odata.context'?: string; '@odata.nextLink'?: string };`;
     const imports = "import type { Drive, DriveItem } from '@microsoft/microsoft-graph-types';";
-    const answers = [
+    const responses = [
       { type: 'Annotated<Drive>', json: call('GET', kDrive).json },
       { type: 'Annotated<DriveItem>', json: call('GET', `${kDrive}/root`).json },
       { type: 'Annotated<{ value: DriveItem[] }>', json: call('GET', `${kChildren}?$top=3`).json },
@@ -124,8 +124,8 @@ describe('items of a Graph drive', () => {
       { type: 'Annotated<DriveItem>', json: create({ name: 'New', folder: {} }).json },
       { type: 'DriveItem', json: { name: 'not declared', fodler: {} } },
     ];
-    const [fault, ...others] = typeFaults(`${imports}\n${annotated}`, answers);
-    assert.match(fault, /fodler/); // a check that finds nothing would not be one
+    const [error, ...others] = typeErrors(`${imports}\n${annotated}`, responses);
+    assert.match(error, /fodler/); // shows that errors are detected
     assert.deepEqual(others, []);
   });
 });
@@ -140,14 +140,14 @@ describe('the children of a folder on Graph', () => {
 
   for (const filter of ['', "name eq 'x'", 'folder ne null or', 'folder gt null', 'nope ne null']) {
     it(`are not filtered by "${filter}"`, () => {
-      assert.deepEqual(refusal(filtered(filter)), [400, 'notSupported']);
+      assert.deepEqual(failure(filtered(filter)), [400, 'notSupported']);
     });
   }
 
   it('may refuse or ignore filters', () => {
     for (const status of [400, 501]) {
       graph.configure({ account: kAnn, filter: status });
-      assert.deepEqual(refusal(filtered('folder ne null')), [status, 'notSupported']);
+      assert.deepEqual(failure(filtered('folder ne null')), [status, 'notSupported']);
       assert.equal(names(call('GET', kChildren)).length, 4);
     }
     graph.configure({ account: kAnn, filter: 'ignored' });
@@ -159,10 +159,10 @@ describe('the children of a folder on Graph', () => {
     const photos = value.find(({ name }) => name === 'Photos');
     assert.deepEqual(photos, { id: ids.Photos, name: 'Photos', folder: { childCount: 2 } });
     const unknown = call('GET', `${kChildren}?$select=id,nope`);
-    assert.deepEqual(refusal(unknown), [400, 'BadRequest']);
+    assert.deepEqual(failure(unknown), [400, 'BadRequest']);
   });
 
-  it('are refused for options that are wrong, unknown or given twice', () => {
+  it('are refused for options that are invalid, unknown or given twice', () => {
     const wrong = ['$top=0', '$top=1001', '$top=x', '$nope=1', '$top=1&$top=2', '$select='];
     for (const query of wrong)
       assert.equal(call('GET', `${kChildren}?${query}`).status, 400, query);
@@ -177,7 +177,7 @@ describe('the children of a folder on Graph', () => {
     assert.deepEqual(sizes(`${photos}?$top=300&$filter=folder%20ne%20null`), [300, 151]);
   });
 
-  it('go on only by the link as it stands', () => {
+  it('continue only with the unchanged link', () => {
     const first = `${kChildren}?$top=1&$filter=folder%20ne%20null%20or%20remoteItem%20ne%20null`;
     const link = call('GET', first).json['@odata.nextLink'];
     assert.match(link, /\$top=1&\$filter=folder\+ne\+null\+or.*&\$skiptoken='.*'$/);
@@ -190,10 +190,10 @@ describe('the children of a folder on Graph', () => {
       `${first}&$skiptoken=${link.split('$skiptoken=')[1]}`,
     ];
     for (const address of altered) {
-      assert.deepEqual(refusal(call('GET', address)), [400, 'invalidRequest'], address);
+      assert.deepEqual(failure(call('GET', address)), [400, 'invalidRequest'], address);
     }
     const ben = caller(graph, 'ben@example.test')('GET', link);
-    assert.deepEqual(refusal(ben), [400, 'invalidRequest']);
+    assert.deepEqual(failure(ben), [400, 'invalidRequest']);
     assert.deepEqual(names(call('GET', link)), ['Team']);
     assert.deepEqual(names(call('GET', link.replaceAll("'", '%27'))), ['Team']);
   });
@@ -204,7 +204,7 @@ describe('the children of a folder on Graph', () => {
     assert.deepEqual(follow(kChildren), rest);
   });
 
-  it('may lead to another host', () => {
+  it('may continue on another host', () => {
     graph.configure({ account: kAnn, nextLinkHost: 'elsewhere.example' });
     const link = call('GET', `${kChildren}?$top=1`).json['@odata.nextLink'];
     assert.equal(new URL(link).host, 'elsewhere.example');
@@ -231,33 +231,33 @@ describe('a new folder on Graph', () => {
     assert.equal(made.status, 201);
     assert.deepEqual([made.json.name, made.json.folder], ['New', { childCount: 0 }]);
     const again = create({ name: 'nEW', folder: {}, ...kFail });
-    assert.deepEqual(refusal(again), [409, 'nameAlreadyExists']);
+    assert.deepEqual(failure(again), [409, 'nameAlreadyExists']);
     assert.ok(names(call('GET', kChildren)).includes('New'));
   });
 
-  it('is the existing one on personal drives when nothing is said about conflicts', () => {
-    const answer = create({ name: 'photos', folder: {} });
-    assert.deepEqual([answer.status, answer.json.id], [200, ids.Photos]);
+  it('is the existing one on personal drives without a conflict behavior', () => {
+    const response = create({ name: 'photos', folder: {} });
+    assert.deepEqual([response.status, response.json.id], [200, ids.Photos]);
     const file = create({ name: 'notes.txt', folder: {} });
-    assert.deepEqual(refusal(file), [409, 'nameAlreadyExists']);
+    assert.deepEqual(failure(file), [409, 'nameAlreadyExists']);
   });
 
-  it('is refused on business drives when nothing is said about conflicts', () => {
+  it('is refused on business drives without a conflict behavior', () => {
     graph.configure({ account: kAnn, driveType: 'business' });
     assert.equal(create({ name: 'New', folder: {} }).status, 201);
     const again = create({ name: 'New', folder: {} });
-    assert.deepEqual(refusal(again), [409, 'nameAlreadyExists']);
+    assert.deepEqual(failure(again), [409, 'nameAlreadyExists']);
   });
 
-  it('gets another name when asked to, in the body or in the address', () => {
+  it('gets another name on request, in the body or in the address', () => {
     const rename = '@microsoft.graph.conflictBehavior=rename';
     const body = { name: 'Photos', folder: {}, '@name.conflictBehavior': 'rename' };
     assert.equal(create(body).json.name, 'Photos 1');
-    const answer = call('POST', `${kChildren}?${rename}`, { name: 'Photos', folder: {} });
-    assert.equal(answer.json.name, 'Photos 2');
+    const response = call('POST', `${kChildren}?${rename}`, { name: 'Photos', folder: {} });
+    assert.equal(response.json.name, 'Photos 2');
   });
 
-  it('may lie in a folder given by id or path', () => {
+  it('may be made in a folder given by id or path', () => {
     assert.equal(create({ name: 'New', folder: {} }, ids.Photos).status, 201);
     const address = `${kDrive}/root:/Photos/New:/children`;
     assert.equal(call('POST', address, { name: 'Deep', folder: {} }).status, 201);
@@ -281,49 +281,49 @@ describe('a new folder on Graph', () => {
   ];
   for (const name of [...kBadNames, 'CON', 'lpt1', '.lock', '~$x', 'x'.repeat(256)]) {
     it(`cannot be called "${name.slice(0, 10)}"`, () => {
-      assert.deepEqual(refusal(create({ name, folder: {} })), [400, 'invalidRequest']);
+      assert.deepEqual(failure(create({ name, folder: {} })), [400, 'invalidRequest']);
     });
   }
 
-  it('is refused for what is no such request', () => {
-    assert.equal(refusal(create({ name: 'New' }))[0], 400);
-    assert.equal(refusal(create({ folder: {} }))[0], 400);
-    assert.equal(refusal(create({ name: 'New', folder: {}, nope: 1 }))[0], 400);
-    assert.equal(refusal(create('{"name":'))[0], 400);
+  it('is refused for an invalid request', () => {
+    assert.equal(failure(create({ name: 'New' }))[0], 400);
+    assert.equal(failure(create({ folder: {} }))[0], 400);
+    assert.equal(failure(create({ name: 'New', folder: {}, nope: 1 }))[0], 400);
+    assert.equal(failure(create('{"name":'))[0], 400);
     const odd = { name: 'New', folder: {}, '@microsoft.graph.conflictBehavior': 'odd' };
-    assert.equal(refusal(create(odd))[0], 400);
+    assert.equal(failure(create(odd))[0], 400);
     const headers = { 'content-type': 'application/x-www-form-urlencoded' };
-    assert.equal(refusal(call('POST', kChildren, { name: 'New', folder: {} }, headers))[0], 415);
-    assert.deepEqual(refusal(create({ name: 'New', folder: {} }, 'no')), [404, 'itemNotFound']);
-    assert.equal(refusal(call('DELETE', `${kDrive}/items/${ids.Photos}`))[0], 405);
+    assert.equal(failure(call('POST', kChildren, { name: 'New', folder: {} }, headers))[0], 415);
+    assert.deepEqual(failure(create({ name: 'New', folder: {} }, 'no')), [404, 'itemNotFound']);
+    assert.equal(failure(call('DELETE', `${kDrive}/items/${ids.Photos}`))[0], 405);
   });
 });
 
 describe('Graph', () => {
-  it('refuses requests without a good token', () => {
+  it('refuses requests without a valid token', () => {
     for (const reason of ['missing', 'expired', 'invalid']) {
-      const answer = graph.unauthorized({ reason, host: 'graph.microsoft.com' });
-      assert.deepEqual(refusal(answer), [401, 'InvalidAuthenticationToken']);
-      assert.match(answer.headers['WWW-Authenticate'], /^Bearer /);
+      const response = graph.unauthorized({ reason, host: 'graph.microsoft.com' });
+      assert.deepEqual(failure(response), [401, 'InvalidAuthenticationToken']);
+      assert.match(response.headers['WWW-Authenticate'], /^Bearer /);
     }
   });
 
-  it('answers with the ids of requests', () => {
-    const answer = call('GET', kDrive, undefined, { 'client-request-id': 'mine' });
-    assert.equal(answer.headers['client-request-id'], 'mine');
-    assert.match(answer.headers['request-id'], /^[\da-f-]{36}$/);
+  it('responds with the ids of requests', () => {
+    const response = call('GET', kDrive, undefined, { 'client-request-id': 'mine' });
+    assert.equal(response.headers['client-request-id'], 'mine');
+    assert.match(response.headers['request-id'], /^[\da-f-]{36}$/);
   });
 
-  it('keeps accounts apart and refuses settings it does not know', () => {
+  it('separates accounts and refuses unknown settings', () => {
     assert.deepEqual(names(caller(graph, 'ben@example.test')('GET', kChildren)), []);
     assert.throws(() => graph.configure({ account: kAnn, nope: 1 }), /no setting nope/);
     assert.throws(() => graph.configure({ account: kAnn, pageSizes: [0] }), /pageSizes/);
     assert.throws(() => graph.seed({ account: kAnn, parent: 'no' }), /has no no/);
   });
 
-  it("is a drive to the vendor's client and to rclone", async () => {
-    const judge = ['--', process.execPath, kJudge];
-    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...judge]);
+  it("works with the vendor's client and with rclone", async () => {
+    const program = ['--', process.execPath, kClients];
+    const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...program]);
     assert.equal(code, 0, stderr);
     assert.deepEqual(JSON.parse(stdout), {
       'drive type': 'personal',

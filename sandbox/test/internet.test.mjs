@@ -35,12 +35,12 @@ beforeEach(async () => {
 });
 
 async function control(method, what, body) {
-  const answer = await fetch(`${state.control}/${what}`, {
+  const response = await fetch(`${state.control}/${what}`, {
     method,
     body: body && JSON.stringify(body),
   });
-  const text = await answer.text();
-  return { status: answer.status, value: text && JSON.parse(text) };
+  const text = await response.text();
+  return { status: response.status, value: text && JSON.parse(text) };
 }
 
 async function fault(given) {
@@ -50,9 +50,9 @@ async function fault(given) {
 const get = (path = '/', more = []) => curl(proxy, `https://${kHost}${path}`, [...trust, ...more]);
 
 describe('routing', () => {
-  it('serves a listed host over TLS, Host and path as the client sent them', async () => {
-    const answer = await get('/a%2Fb//c?x=%20&y', ['--header', 'X-MiXed: 1']);
-    assert.deepEqual([answer.code, answer.status, answer.size], [0, 200, kBody.length]);
+  it('serves a listed host over TLS, with Host and path as the client sent them', async () => {
+    const response = await get('/a%2Fb//c?x=%20&y', ['--header', 'X-MiXed: 1']);
+    assert.deepEqual([response.code, response.status, response.size], [0, 200, kBody.length]);
     assert.equal(origin.seen[0].url, '/a%2Fb//c?x=%20&y');
     const { headers } = origin.seen[0];
     assert.equal(headers[headers.indexOf('Host') + 1], kHost);
@@ -60,12 +60,12 @@ describe('routing', () => {
   });
 
   it('serves a plain request in absolute form', async () => {
-    const answer = await curl(proxy, `http://deep.sub.${kHost}/x?y=1`);
-    assert.deepEqual([answer.code, answer.status], [0, 200]);
+    const response = await curl(proxy, `http://deep.sub.${kHost}/x?y=1`);
+    assert.deepEqual([response.code, response.status], [0, 200]);
     assert.equal(origin.seen[0].url, '/x?y=1');
   });
 
-  it('passes on bodies of known and of unknown length', async () => {
+  it('forwards bodies of known and of unknown length', async () => {
     await get('/known', ['--data-binary', kBody]);
     await get('/unknown', ['--data-binary', kBody, '--header', 'Transfer-Encoding: chunked']);
     assert.deepEqual(
@@ -86,14 +86,14 @@ describe('routing', () => {
     assert.equal(origin.seen.length, 0);
   });
 
-  it('answers 502 when the local server is not there', async () => {
+  it('responds with 502 if the local server is not running', async () => {
     const gone = await startOrigin('');
     gone.close();
     await control('POST', 'routes', { host: 'gone.example', target: gone.target });
     assert.equal((await curl(proxy, 'https://gone.example/', trust)).status, 502);
   });
 
-  it('takes another route until the routes are reset', async (test) => {
+  it('uses an added route until the routes are reset', async (test) => {
     const second = await startOrigin('second');
     test.after(() => second.close());
     await control('POST', 'routes', { host: kHost, target: second.target });
@@ -103,18 +103,18 @@ describe('routing', () => {
   });
 
   it('never routes off this machine', async () => {
-    const answer = await control('POST', 'routes', {
+    const response = await control('POST', 'routes', {
       host: 'x.example',
       target: 'http://192.0.2.1:80',
     });
-    assert.equal(answer.status, 400);
+    assert.equal(response.status, 400);
   });
 });
 
 describe('certificates', () => {
   it('are refused without the authority', async () => {
-    const answer = await curl(proxy, `https://${kHost}/`);
-    assert.equal(answer.code, 60);
+    const response = await curl(proxy, `https://${kHost}/`);
+    assert.equal(response.code, 60);
     assert.equal(origin.seen.length, 0);
   });
 
@@ -131,7 +131,7 @@ describe('proxy credentials', () => {
   const right = () => ['--proxy-user', `${state.proxyUser}:${state.proxyPassword}`];
   const wrong = () => ['--proxy-user', `${state.proxyUser}:wrong`];
 
-  it('are asked for over TLS', async () => {
+  it('are required for TLS', async () => {
     const url = `https://${kHost}/`;
     assert.equal((await curl(port(), url, trust)).connect, 407);
     assert.equal((await curl(port(), url, [...trust, ...wrong()])).connect, 407);
@@ -148,17 +148,17 @@ describe('proxy credentials', () => {
     );
   });
 
-  it('are asked for in plain, and go no further', async () => {
-    const answer = await curl(port(), `http://${kHost}/`);
-    assert.equal(answer.status, 407);
-    assert.match(answer.text, /^proxy-authenticate: basic /im);
+  it('are required for plain requests, and not forwarded', async () => {
+    const response = await curl(port(), `http://${kHost}/`);
+    assert.equal(response.status, 407);
+    assert.match(response.text, /^proxy-authenticate: basic /im);
     assert.equal((await curl(port(), `http://${kHost}/`, right())).status, 200);
     assert.ok(!origin.seen[0].headers.some((name) => /^proxy-/i.test(name)));
   });
 });
 
 describe('the log', () => {
-  it('tells connections apart and holds no secret', async () => {
+  it('distinguishes connections and contains no secret', async () => {
     const url = `https://${kHost}/one?X-Signature=hush`;
     await curl(proxy, url, [...trust, '--header', 'Authorization: hush', url]);
     await get('/two');
@@ -189,34 +189,34 @@ for (const scheme of ['http', 'https']) {
         body: 'busy',
       });
       for (let time = 0; time < 2; time += 1) {
-        const answer = await fetchOne();
-        assert.deepEqual([answer.status, answer.size], [503, 4]);
-        assert.match(answer.text, /^retry-after: 7\r$/im);
+        const response = await fetchOne();
+        assert.deepEqual([response.status, response.size], [503, 4]);
+        assert.match(response.text, /^retry-after: 7\r$/im);
       }
       assert.equal(origin.seen.length, 0);
       assert.equal((await fetchOne()).status, 200);
     });
 
-    it('reset: the connection breaks before an answer', async () => {
+    it('reset: the connection breaks before a response', async () => {
       await fault({ kind: 'reset' });
-      const answer = await fetchOne();
-      assert.deepEqual([answer.code, answer.size], [56, 0]);
+      const response = await fetchOne();
+      assert.deepEqual([response.code, response.size], [56, 0]);
       assert.equal((await fetchOne()).status, 200);
     });
 
     it('resetBody: the connection breaks half-way', async () => {
       await fault({ kind: 'resetBody' });
-      const answer = await fetchOne();
-      assert.deepEqual([answer.code, answer.status, answer.size], [56, 200, kBody.length / 2]);
+      const { code, status, size } = await fetchOne();
+      assert.deepEqual([code, status, size], [56, 200, kBody.length / 2]);
     });
 
     it('shortBody: the connection is closed half-way', async () => {
       await fault({ kind: 'shortBody' });
-      const answer = await fetchOne();
-      assert.deepEqual([answer.code, answer.status, answer.size], [18, 200, kBody.length / 2]);
+      const { code, status, size } = await fetchOne();
+      assert.deepEqual([code, status, size], [18, 200, kBody.length / 2]);
     });
 
-    it('resetBody and shortBody: an answer without a body ends as well', async () => {
+    it('resetBody and shortBody: a response without a body ends as well', async () => {
       await fault({ kind: 'resetBody' });
       await fault({ kind: 'shortBody' });
       assert.equal((await fetchOne('/', ['--head'])).status, 200);
@@ -225,23 +225,23 @@ for (const scheme of ['http', 'https']) {
 
     it('drip: all arrives, slowly', async () => {
       await fault({ kind: 'drip', bytes: 220, milliseconds: 30 });
-      const answer = await fetchOne();
-      assert.deepEqual([answer.code, answer.size], [0, kBody.length]);
-      // ten pieces, nine pauses between them; timers may be a millisecond early
-      assert.ok(answer.seconds >= 0.26, `took ${answer.seconds} s`);
+      const response = await fetchOne();
+      assert.deepEqual([response.code, response.size], [0, kBody.length]);
+      // ten chunks, nine pauses between them; timers may be a millisecond early
+      assert.ok(response.seconds >= 0.26, `took ${response.seconds} s`);
     });
 
-    it('latency: the answer comes late', async () => {
+    it('latency: the response comes late', async () => {
       await fault({ kind: 'latency', milliseconds: 300 });
-      const answer = await fetchOne();
-      assert.equal(answer.status, 200);
-      assert.ok(answer.seconds >= 0.29, `took ${answer.seconds} s`);
+      const response = await fetchOne();
+      assert.equal(response.status, 200);
+      assert.ok(response.seconds >= 0.29, `took ${response.seconds} s`);
     });
 
-    it('hang: no answer ever', async () => {
+    it('hang: no response ever', async () => {
       await fault({ kind: 'hang' });
-      const answer = await fetchOne('/', ['--max-time', '0.5']);
-      assert.equal(answer.code, 28);
+      const response = await fetchOne('/', ['--max-time', '0.5']);
+      assert.equal(response.code, 28);
       const last = (await control('GET', 'log')).value.at(-1);
       assert.deepEqual([last.status, last.fault], [null, 'hang']);
     });
@@ -249,7 +249,7 @@ for (const scheme of ['http', 'https']) {
 }
 
 describe('the choice of faults', () => {
-  it('goes by host, method and path', async () => {
+  it('depends on host, method and path', async () => {
     await fault({
       kind: 'status',
       host: `*.${kHost}`,
@@ -273,7 +273,7 @@ describe('the choice of faults', () => {
     assert.deepEqual(statuses, [200, 503, 200]);
   });
 
-  it('rejects what it does not understand', async () => {
+  it('rejects invalid faults', async () => {
     const wrong = [
       { kind: 'explode' },
       {},
@@ -282,11 +282,11 @@ describe('the choice of faults', () => {
       { kind: 'status', count: '2' },
     ];
     for (const given of wrong) {
-      const answer = await fetch(`${state.control}/faults`, {
+      const response = await fetch(`${state.control}/faults`, {
         method: 'POST',
         body: JSON.stringify(given),
       });
-      assert.equal(answer.status, 400, JSON.stringify(given));
+      assert.equal(response.status, 400, JSON.stringify(given));
     }
     assert.deepEqual((await control('GET', 'faults')).value, []);
   });

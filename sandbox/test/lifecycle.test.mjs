@@ -38,7 +38,7 @@ function permissions({ mode }) {
 }
 
 describe('the command line', () => {
-  it('explains itself', async () => {
+  it('has a help text', async () => {
     const { code, stdout } = await sandbox(['--help']);
     assert.equal(code, 0);
     assert.match(stdout, /usage:.*run.*--state FILE/s);
@@ -83,7 +83,7 @@ describe('the command line', () => {
 });
 
 describe('run', () => {
-  it('describes the sandbox to the command and leaves nothing', async () => {
+  it('describes the sandbox to the command and leaves nothing behind', async () => {
     const { code, stdout } = await sandbox([
       'run',
       '--radosgw',
@@ -107,7 +107,7 @@ describe('run', () => {
     }
   });
 
-  it('keeps secrets in files that nobody else can read', async () => {
+  it('writes secrets to files that other users cannot read', async () => {
     const look = `cd "$(dirname "$VEMLO_SANDBOX_STATE")" &&
       stat -c %a . state.json radosgw-secret azure-secret`;
     const { stdout } = await sandbox(['run', '--radosgw', '--azurite', '--', 'sh', '-c', look]);
@@ -183,7 +183,7 @@ describe('start and stop', () => {
     );
   });
 
-  it('a killed supervisor leaves no server, and stop clears up after it', async () => {
+  it('leave no server after a killed supervisor, and remove its files', async () => {
     const started = await sandbox(['start', '--state', file]);
     assert.equal(started.code, 0, started.stdout);
     const state = await readState(file);
@@ -195,7 +195,7 @@ describe('start and stop', () => {
     assert.deepEqual([existsSync(state.folder), existsSync(file)], [false, false]);
   });
 
-  it('ends with its parent', async () => {
+  it('end the sandbox with its parent', async () => {
     const parent = spawn('sleep', ['100']);
     const started = await sandbox([
       'start',
@@ -213,7 +213,7 @@ describe('start and stop', () => {
     assert.deepEqual([existsSync(state.folder), existsSync(file)], [false, false]);
   });
 
-  it('takes its caller for the parent when told no other', async () => {
+  it('use the caller as the parent by default', async () => {
     const script = '"$0" "$1" start --state "$2" --internet --parent; exit $?';
     const caller = spawn('sh', ['-c', script, process.execPath, kCommandLine, file], {
       stdio: 'ignore',
@@ -226,12 +226,12 @@ describe('start and stop', () => {
     assert.equal(existsSync(file), false);
   });
 
-  it('says so when there is nothing to stop', async () => {
+  it('report that there is nothing to stop', async () => {
     const { code, stdout } = await sandbox(['stop', '--state', file]);
     assert.deepEqual([code, stdout], [0, 'sandbox: nothing to stop\n']);
   });
 
-  it('touches nothing for a file that is no state', async () => {
+  it('change nothing for a file that is not a state file', async () => {
     await writeFile(
       file,
       JSON.stringify({ pid: process.pid, startTime: startTimeOf(process.pid), folder }),
@@ -242,7 +242,7 @@ describe('start and stop', () => {
     assert.ok(existsSync(folder));
   });
 
-  it('reports a start that fails', async () => {
+  it('report a start that fails', async () => {
     const env = { ...process.env, TMPDIR: join(folder, 'missing') };
     const { code, stdout } = await sandbox(['start', '--state', file, '--internet'], { env });
     assert.equal(code, 1);

@@ -18,7 +18,7 @@ import { command, kCommandLine } from './support.mjs';
 
 const kServices = ['google', 'amazon', 'microsoft', 'dropbox'];
 const kRefreshScope = 'offline_access';
-// A request of each API that needs nothing but a token.
+// For each API, a request that needs only a token.
 const kCalls = {
   google: { url: 'https://www.googleapis.com/drive/v3/files/root' },
   amazon: { url: 'https://drive.amazonaws.com/drive/v1/account/endpoint' },
@@ -52,7 +52,7 @@ async function tokensFor(service, changes) {
   return exchange(running, service, end.get('code'));
 }
 
-/** The { status, text } that the API answers to the token. */
+/** The API's response to a request with the token. */
 async function callApi(service, token) {
   const { url, headers, ...request } = kCalls[service];
   const bearer = token === undefined ? {} : { Authorization: `Bearer ${token}` };
@@ -72,7 +72,7 @@ function outcome({ status, json }) {
 
 for (const service of kServices) {
   describe(`the way to a token of ${service}`, () => {
-    it('leads through consent to a token that the API takes', async () => {
+    it('leads through consent to a token that the API accepts', async () => {
       const end = await authorize(service);
       assert.equal(end.get('error'), null);
       const { status, json } = await exchange(running, service, end.get('code'));
@@ -89,7 +89,7 @@ for (const service of kServices) {
       assert.equal(end.get('code'), null);
     });
 
-    it('takes a code once, and withdraws its tokens when it comes again', async () => {
+    it('accepts a code once, and revokes its tokens when it is used again', async () => {
       const end = await authorize(service);
       const { json } = await exchange(running, service, end.get('code'));
       const again = await exchange(running, service, end.get('code'));
@@ -99,14 +99,14 @@ for (const service of kServices) {
       assert.deepEqual(outcome(refreshed), [400, 'invalid_grant']);
     });
 
-    it('ends at a code or refresh token that was never given', async () => {
+    it('ends at a code or refresh token that was never issued', async () => {
       const exchanged = await exchange(running, service, 'junk');
       assert.deepEqual(outcome(exchanged), [400, 'invalid_grant']);
       const refreshed = await refresh(running, service, 'junk');
       assert.deepEqual(outcome(refreshed), [400, 'invalid_grant']);
     });
 
-    it('ends at a wrong secret, and leaves the code as it was', async () => {
+    it('ends at a wrong secret, after which the code is still valid', async () => {
       const code = (await authorize(service)).get('code');
       const wrong = await exchange(running, service, code, { client_secret: 'wrong' });
       assert.equal(wrong.json.error, 'invalid_client');
@@ -122,7 +122,7 @@ for (const service of kServices) {
       assert.deepEqual([status, json.error], [400, expected]);
     });
 
-    it('knows no other application, page or scope', async () => {
+    it('refuses any other application, redirect URI or scope', async () => {
       for (const changes of [
         { client_id: 'somebody' },
         { redirect_uri: 'https://elsewhere.example/redirect.php' },
@@ -133,7 +133,7 @@ for (const service of kServices) {
       }
     });
 
-    it('refreshes, and counts what was asked of it', async () => {
+    it('refreshes, and counts the token requests', async () => {
       const { json } = await tokensFor(service);
       const refreshed = await refresh(running, service, json.refresh_token);
       assert.equal(refreshed.status, 200);
@@ -144,7 +144,7 @@ for (const service of kServices) {
       assert.deepEqual(counters, { exchanges: 1, refreshes: 2, refused: 1 });
     });
 
-    it('keeps or renews the refresh token as it is told', async () => {
+    it('keeps or replaces the refresh token as configured', async () => {
       const refreshToken = (await tokensFor(service)).json.refresh_token;
       const rotate = (rotation) => control(running, 'POST', 'rotation', { service, rotation });
 
@@ -173,7 +173,7 @@ for (const service of kServices) {
       assert.equal(await apiStatus(service, fresh), 200);
     });
 
-    it('remembers every code and token it gave', async () => {
+    it('lists every issued code and token', async () => {
       const code = (await authorize(service)).get('code');
       const { json } = await exchange(running, service, code);
       const issued = await control(running, 'GET', 'issued');
@@ -184,12 +184,12 @@ for (const service of kServices) {
       );
     });
 
-    it('gives tokens the lifetime it is told', async () => {
+    it('issues tokens with the configured lifetime', async () => {
       await control(running, 'POST', 'lifetime', { service, seconds: 7 });
       assert.equal((await tokensFor(service)).json.expires_in, 7);
     });
 
-    it('is barred to calls without a token or with a made-up one', async () => {
+    it('is refused to requests without a token or with an invalid one', async () => {
       assert.equal(await apiStatus(service), service === 'dropbox' ? 400 : 401);
       assert.ok([400, 401].includes(await apiStatus(service, 'made-up')));
     });
@@ -197,14 +197,14 @@ for (const service of kServices) {
 }
 
 describe('a refresh token', () => {
-  it('is given by Google for offline access and prompted consent only', async () => {
+  it('is issued by Google for offline access and prompted consent only', async () => {
     for (const changes of [{ access_type: undefined }, { prompt: undefined }]) {
       const { status, json } = await tokensFor('google', changes);
       assert.deepEqual([status, json.refresh_token], [200, undefined]);
     }
   });
 
-  it('is given by Microsoft for the scope of that purpose only', async () => {
+  it('is issued by Microsoft for the scope offline_access only', async () => {
     const { scope } = running.drives.services.microsoft;
     const { status, json } = await tokensFor('microsoft', {
       scope: scope.replace(` ${kRefreshScope}`, ''),
@@ -212,7 +212,7 @@ describe('a refresh token', () => {
     assert.deepEqual([status, json.refresh_token], [200, undefined]);
   });
 
-  it('is given by Dropbox for offline access only', async () => {
+  it('is issued by Dropbox for offline access only', async () => {
     const { status, json } = await tokensFor('dropbox', { token_access_type: undefined });
     assert.deepEqual([status, json.refresh_token], [200, undefined]);
   });
@@ -234,7 +234,7 @@ describe('a refresh token', () => {
 });
 
 describe('the services', () => {
-  it('put failures in their own ways', async () => {
+  it('report failures in their own formats', async () => {
     const google = await refresh(running, 'google', 'junk');
     assert.deepEqual(google.json, {
       error: 'invalid_grant',
@@ -250,19 +250,19 @@ describe('the services', () => {
     assert.equal(dropbox.json.error_description, "code doesn't exist or has expired");
   });
 
-  it('refuse grant types that they do not know', async () => {
+  it('refuse unknown grant types', async () => {
     for (const service of kServices) {
-      const answer = await requestToken(running, service, { grant_type: 'password' });
-      assert.deepEqual(outcome(answer), [400, 'unsupported_grant_type']);
+      const response = await requestToken(running, service, { grant_type: 'password' });
+      assert.deepEqual(outcome(response), [400, 'unsupported_grant_type']);
     }
   });
 
-  it('keep their tokens apart', async () => {
+  it('refuse the tokens of other services', async () => {
     const { access_token: token } = await link(running, 'google');
     assert.ok([400, 401].includes(await apiStatus('microsoft', token)));
   });
 
-  it('sign in whoever the user says, each with a drive of their own', async () => {
+  it('sign in any account, each with a drive of its own', async () => {
     const root = async (account) => {
       const { access_token: token } = await link(running, 'google', { account });
       return JSON.parse((await callApi('google', token)).text).id;
@@ -272,17 +272,17 @@ describe('the services', () => {
     assert.notEqual(await root(account), await root(otherAccount));
   });
 
-  it('take all scopes of the application for Dropbox when it names none', async () => {
+  it('grant all scopes of the application if a request to Dropbox names none', async () => {
     const { json } = await tokensFor('dropbox', { scope: undefined });
     assert.match(json.scope, /files\.metadata\.read/);
   });
 
-  it('do not take both spellings of the same wish to Google', async () => {
+  it('refuse both prompt and approval_prompt in one request to Google', async () => {
     const url = authorizationUrl(running, 'google', { approval_prompt: 'force' });
     await assert.rejects(new Browser(running.internet).open(url), /Conflict params/);
   });
 
-  it('sign out of Microsoft back to the application', async () => {
+  it('redirect to the application after a sign-out of Microsoft', async () => {
     const { authorizationEndpoint } = running.drives.services.microsoft;
     const query = new URLSearchParams({ post_logout_redirect_uri: running.drives.redirectUri });
     const url = `${authorizationEndpoint.replace(/authorize$/, 'logout')}?${query}`;
@@ -291,14 +291,14 @@ describe('the services', () => {
 });
 
 describe('the pages', () => {
-  it('show the code to hand back, and nothing as markup', () => {
+  it('show the code, and escape markup', () => {
     const shown = redirectPage(new URLSearchParams({ code: '4/0"><script>&' }));
     assert.ok(shown.includes('<code id="code">4/0&quot;&gt;&lt;script&gt;&amp;</code>'));
     const error = redirectPage(new URLSearchParams({ error: '<b>', error_description: "'" }));
     assert.ok(error.includes('<code id="error">&lt;b&gt;</code> &#39;'));
   });
 
-  it('ask for consent once, naming the application and what it asks for', async () => {
+  it('request consent once, with the application and its scopes', async () => {
     const browser = new Browser(running.internet);
     const page = await browser.open(authorizationUrl(running, 'dropbox'));
     assert.ok(page.text.includes(running.drives.services.dropbox.clientId));
@@ -313,19 +313,19 @@ describe('the command consent', () => {
   const consent = (...args) =>
     command(process.execPath, [kCommandLine, 'consent', '--state', drives.file, ...args]);
 
-  it('prints the address with which the redirect page was reached', async () => {
+  it('prints the address of the redirect page', async () => {
     const allowed = await consent(authorizationUrl(running, 'google'));
     assert.equal(allowed.code, 0, allowed.stderr);
     const end = new URL(allowed.stdout.trim());
     assert.equal(`${end.origin}${end.pathname}`, running.drives.redirectUri);
-    const answer = await exchange(running, 'google', end.searchParams.get('code'));
-    assert.equal(answer.status, 200);
+    const response = await exchange(running, 'google', end.searchParams.get('code'));
+    assert.equal(response.status, 200);
 
     const denied = await consent('--deny', authorizationUrl(running, 'google'));
     assert.match(denied.stdout, /\?error=access_denied&/);
   });
 
-  it('says why there was nothing to consent to', async () => {
+  it('reports why there is no consent page', async () => {
     const { code, stderr } = await consent(authorizationUrl(running, 'google', { scope: 'x' }));
     assert.equal(code, 1);
     assert.match(stderr, /HTTP 400: .*invalid_scope/);

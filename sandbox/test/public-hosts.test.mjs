@@ -18,7 +18,7 @@ function s3Server(unitedStates, europe) {
   };
 }
 
-const where = (state, host) => new Routes(publicRoutes(state)).find(host);
+const targetOf = (state, host) => new Routes(publicRoutes(state)).find(host);
 
 describe('the public hosts', () => {
   it('lead to the server of their region, path-style and virtual-hosted', () => {
@@ -29,18 +29,19 @@ describe('the public hosts', () => {
       ['s3.eu-central-1.amazonaws.com', 'http://127.0.0.1:3'],
       ['s3-eu-central-1.amazonaws.com', 'http://127.0.0.1:3'],
     ]) {
-      assert.equal(where({ swift: kSwift }, host), target, host);
-      assert.equal(where({ swift: kSwift }, `a.bucket.${host}`), target, host);
+      assert.equal(targetOf({ swift: kSwift }, host), target, host);
+      assert.equal(targetOf({ swift: kSwift }, `a.bucket.${host}`), target, host);
     }
   });
 
   it('lead to radosgw rather than to Swift', () => {
     const both = { radosgw: kRadosgw, swift: kSwift };
-    assert.equal(where(both, 's3.amazonaws.com'), 'http://127.0.0.1:1');
-    assert.equal(where(both, 's3.eu-central-1.amazonaws.com'), 'http://127.0.0.1:1');
+    assert.equal(targetOf(both, 's3.amazonaws.com'), 'http://127.0.0.1:1');
+    assert.equal(targetOf(both, 's3.eu-central-1.amazonaws.com'), 'http://127.0.0.1:1');
   });
 
   it('lead to Azurite for its accounts, and for no other', () => {
+    const state = { azure: kAzure };
     for (const domain of [
       'core.windows.net',
       'core.chinacloudapi.cn',
@@ -48,8 +49,8 @@ describe('the public hosts', () => {
       'core.cloudapi.de',
     ]) {
       for (const account of ['first', 'second'])
-        assert.equal(where({ azure: kAzure }, `${account}.blob.${domain}`), 'http://127.0.0.1:4');
-      assert.equal(where({ azure: kAzure }, `third.blob.${domain}`), undefined);
+        assert.equal(targetOf(state, `${account}.blob.${domain}`), 'http://127.0.0.1:4');
+      assert.equal(targetOf(state, `third.blob.${domain}`), undefined);
     }
   });
 
@@ -66,7 +67,7 @@ describe('the public hosts', () => {
       ...['login.microsoftonline.com', 'graph.microsoft.com'],
       ...['www.dropbox.com', 'api.dropboxapi.com', 'vemlo.example'],
     ]) {
-      assert.equal(where({ drives }, host), drives.endpoint, host);
+      assert.equal(targetOf({ drives }, host), drives.endpoint, host);
     }
     const hosts = publicRoutes({ drives }).map(({ host }) => host);
     assert.deepEqual(hosts, [...new Set(hosts)]);

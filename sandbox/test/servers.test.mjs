@@ -3,7 +3,7 @@ import { describe, it } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { sandbox } from './support.mjs';
 
-const kJudge = fileURLToPath(new URL('judge.py', import.meta.url));
+const kClient = fileURLToPath(new URL('s3-client.py', import.meta.url));
 
 const kExpectedOfBoth = {
   'bad secret': [403, 'SignatureDoesNotMatch'],
@@ -11,8 +11,8 @@ const kExpectedOfBoth = {
   "another owner's bucket": [409, 'BucketAlreadyExists'],
   "listing another owner's bucket": [403, 'AccessDenied'],
   'another bucket of the other owner': 'ok',
-  buckets: ['judged'],
-  'buckets of the other owner': ['judged-other'],
+  buckets: ['checked'],
+  'buckets of the other owner': ['checked-other'],
   'put through the proxy': 'ok',
   keys: ['a/é &+ b'],
   'keys through the proxy': ['a/é &+ b'],
@@ -34,11 +34,11 @@ const kExpected = {
     'location at the host of us-east-1': 'us-east-1',
     'location at the host of eu-central-1': 'us-east-1',
     'buckets, signed for the other region': [
-      'judged',
-      'judged-eu',
-      'judged-not-there',
-      'judged-there',
-      'judged-us',
+      'checked',
+      'checked-eu',
+      'checked-not-there',
+      'checked-there',
+      'checked-us',
     ],
     'head of a bucket, signed for the other region': 'ok',
   },
@@ -49,29 +49,29 @@ const kExpected = {
     'LocationConstraint eu-central-1, through the proxy': [400, 'InvalidLocationConstraint'],
     'bucket of eu-central-1': [404, 'NoSuchBucket'],
     'LocationConstraint us-east-1, at the host of eu-central-1': [400, 'InvalidLocationConstraint'],
-    'location at the host of us-east-1': null, // how the public service spells it, too
+    'location at the host of us-east-1': null, // as in the public service
     'location at the host of eu-central-1': 'eu-central-1',
     'buckets, signed for the other region': [400, 'AuthorizationHeaderMalformed'],
     'head of a bucket, signed for the other region': [400, '400'],
   },
 };
 
-// Alone with the internet, each server stands behind the public host names in turn.
+// Each server runs in a sandbox without the other, so that the public host names lead to it.
 for (const [server, expected] of Object.entries(kExpected)) {
   describe(server, () => {
-    it('answers boto3 as its users must expect', async () => {
-      const judge = ['--', '/usr/bin/python3', kJudge, server];
+    it('returns the expected results to boto3', async () => {
+      const program = ['--', '/usr/bin/python3', kClient, server];
       const { code, stdout, stderr } = await sandbox([
         'run',
         `--${server}`,
         '--internet',
-        ...judge,
+        ...program,
       ]);
       assert.equal(code, 0, stderr);
       assert.deepEqual(JSON.parse(stdout), expected);
     });
 
-    it('answers s3cmd', async () => {
+    it('serves s3cmd', async () => {
       const name = `VEMLO_SANDBOX_${server.toUpperCase()}`;
       const script = `set -e
         endpoint="\${${name}_ENDPOINT#http://}"

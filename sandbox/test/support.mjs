@@ -1,4 +1,4 @@
-// What the tests share: an independent HTTP client and the sandbox's own command line.
+// Helpers for the tests: an independent HTTP client and the sandbox's command line.
 
 import { execFile, spawn } from 'node:child_process';
 import http from 'node:http';
@@ -8,10 +8,11 @@ import { join } from 'node:path';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { startTimeOf } from '../state.mjs';
+import { readText } from '../streams.mjs';
 
 export const kCommandLine = fileURLToPath(new URL('../cli.mjs', import.meta.url));
 
-/** Runs a command to its end; never rejects. */
+/** Runs a command and returns { code, stdout, stderr }; never rejects. */
 export function command(file, args, options = {}) {
   return new Promise((resolve) => {
     execFile(file, args, options, (error, stdout, stderr) => {
@@ -30,7 +31,7 @@ export function spawnSandbox(args, options) {
 
 const kCurlReport = '\n%{http_code} %{http_connect} %{size_download} %{time_total}';
 
-/** One request by curl; `code` is its exit code, `connect` the proxy's answer to CONNECT. */
+/** One request by curl; `code` is its exit code, `connect` the proxy's status for CONNECT. */
 export async function curl(proxy, url, more = []) {
   const args = [
     '--silent',
@@ -58,17 +59,15 @@ export async function curl(proxy, url, more = []) {
   return { code, status, connect, size, seconds, text: stdout.slice(0, end) };
 }
 
-/** A loopback server that answers every request with `body`; { target, seen, close }. */
+/** Starts a loopback server that responds to every request with `body`; { target, seen, close }. */
 export async function startOrigin(body) {
   const seen = [];
   const server = http.createServer(async (request, response) => {
-    let sent = '';
-    for await (const piece of request) sent += piece;
     seen.push({
       method: request.method,
       url: request.url,
       headers: request.rawHeaders,
-      body: sent,
+      body: await readText(request),
     });
     response.end(body);
   });
@@ -104,7 +103,7 @@ export function stillRunning(processes) {
   );
 }
 
-/** Waits until `condition` holds; throws when it does not come to hold. */
+/** Waits until `condition` is true; throws if it does not become true in time. */
 export async function eventually(condition, what, seconds = 30) {
   const deadline = Date.now() + seconds * 1000;
   while (!(await condition())) {

@@ -1,10 +1,10 @@
-// Checks answers against the type declarations that a vendor ships with its client.
+// Checks responses against the type declarations in a vendor's client.
 
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import ts from 'typescript';
 
-const kFile = join(dirname(fileURLToPath(import.meta.url)), 'answers.ts');
+const kFile = join(dirname(fileURLToPath(import.meta.url)), 'responses.ts');
 const kOptions = {
   lib: ['lib.es2020.d.ts'],
   module: ts.ModuleKind.ESNext,
@@ -17,12 +17,12 @@ const kOptions = {
 };
 
 /**
- * What the compiler says against `answers`, a list of { type, json }: each is assigned as a literal
- * to its type, so members of no such name and members of another type are told, however deep.
+ * The compiler's messages on `responses`, a list of { type, json }: each is assigned as a literal
+ * to its type, so that undeclared members and members of a wrong type are reported at any depth.
  */
-export function typeFaults(declarations, answers) {
-  const lines = answers.map(
-    ({ type, json }, index) => `export const answer${index}: ${type} = ${JSON.stringify(json)};`,
+export function typeErrors(declarations, responses) {
+  const lines = responses.map(
+    ({ type, json }, index) => `export const response${index}: ${type} = ${JSON.stringify(json)};`,
   );
   const text = [declarations, ...lines].join('\n');
   const host = ts.createCompilerHost(kOptions);

@@ -23,9 +23,9 @@ def main():
     if len(sys.argv) != 7:
         sys.exit(__doc__)
     stored = Path(sys.argv[1]).read_text(encoding="utf-8").splitlines()
-    complaints = difference(stored, described(*sys.argv[2:]))
-    if complaints:
-        sys.exit("\n".join(complaints) + "\n" + ADVICE)
+    differences = difference(stored, described(*sys.argv[2:]))
+    if differences:
+        sys.exit("\n".join(differences) + "\n" + ADVICE)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Shows that check_abi.py notices what breaks programs.
+"""Tests that check_abi.py detects changes that break programs.
 
 usage: check_abi_test.py C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
 """
+import re
 import subprocess
 import sys
 import tempfile
@@ -25,78 +26,80 @@ class CheckAbi(unittest.TestCase):
         return described(COMPILER, header or HEADER, error_numbers or ERROR_NUMBERS, LIBRARY,
                          tables or LOCATION_TABLES)
 
-    def changed(self, path, old, new):
-        """A copy of the file at `path` with a change, which must be possible."""
+    def changed(self, path, *replacements):
+        """A copy of the file at `path` with replacements, pairs of texts: each occurs once."""
         text = Path(path).read_text(encoding="utf-8")
-        self.assertEqual(text.count(old), 1, old)
+        for old, _ in replacements:
+            self.assertEqual(text.count(old), 1, old)
+        new_by_old = dict(replacements)
+        pattern = "|".join(re.escape(old) for old in new_by_old)
         copy = self.folder / Path(path).name
-        copy.write_text(text.replace(old, new), encoding="utf-8")
+        copy.write_text(re.sub(pattern, lambda match: new_by_old[match[0]], text),
+                        encoding="utf-8")
         return str(copy)
 
-    def assert_notices(self, complaints, **change):
-        self.assertEqual(difference(self.described(), self.described(**change)), complaints)
+    def assert_reports(self, differences, **change):
+        self.assertEqual(difference(self.described(), self.described(**change)), differences)
 
-    def test_says_nothing_of_what_is_as_it_was(self):
-        self.assert_notices([])
+    def test_reports_nothing_without_a_change(self):
+        self.assert_reports([])
 
-    def test_notices_a_member_more(self):
-        header = self.changed(HEADER, "  char *id;\n", "  char *id;\n  int flags;\n")
-        self.assert_notices(
+    def test_reports_an_added_member(self):
+        header = self.changed(HEADER, ("  char *id;\n", "  char *id;\n  int flags;\n"))
+        self.assert_reports(
             ["no longer so: record directory size 16 alignment 8",
              "new: record directory member flags at 16 size 4: int",
              "new: record directory size 24 alignment 8"],
             header=header)
 
-    def test_notices_members_that_have_changed_places(self):
-        between = "  /** What goes with `username`. */\n"
-        header = self.changed(
-            HEADER, f"  const char *username;\n{between}  const char *password;\n",
-            f"  const char *password;\n{between}  const char *username;\n")
-        self.assert_notices(
+    def test_reports_members_in_another_order(self):
+        username, password = "  const char *username;\n", "  const char *password;\n"
+        header = self.changed(HEADER, (username, password), (password, username))
+        self.assert_reports(
             ["no longer so: record proxy_setting member password at 24 size 8: const char *",
              "no longer so: record proxy_setting member username at 16 size 8: const char *",
              "new: record proxy_setting member password at 16 size 8: const char *",
              "new: record proxy_setting member username at 24 size 8: const char *"],
             header=header)
 
-    def test_notices_another_type_of_the_same_size(self):
-        header = self.changed(HEADER, "  int32_t location_contraint;",
-                              "  uint32_t location_contraint;")
+    def test_reports_another_type_of_the_same_size(self):
+        header = self.changed(HEADER, ("  int32_t location_contraint;",
+                                       "  uint32_t location_contraint;"))
         start = "record location_contraint_name_mapping member location_contraint at 0 size 4: "
-        self.assert_notices([f"no longer so: {start}int32_t", f"new: {start}uint32_t"],
+        self.assert_reports([f"no longer so: {start}int32_t", f"new: {start}uint32_t"],
                             header=header)
 
-    def test_notices_another_parameter_and_another_result(self):
-        header = self.changed(HEADER, "void free_directory(directory *entry)",
-                              "int free_directory(const directory *entry)")
-        self.assert_notices(["no longer so: function void free_directory(directory *)",
+    def test_reports_another_parameter_and_another_result(self):
+        header = self.changed(HEADER, ("void free_directory(directory *entry)",
+                                       "int free_directory(const directory *entry)"))
+        self.assert_reports(["no longer so: function void free_directory(directory *)",
                              "new: function int free_directory(const directory *)"],
                             header=header)
 
-    def test_notices_another_type_of_a_variable(self):
-        header = self.changed(HEADER, "LIBVEMLO_API int verbose", "LIBVEMLO_API long verbose")
-        self.assert_notices(["no longer so: variable int verbose", "new: variable long verbose"],
+    def test_reports_another_type_of_a_variable(self):
+        header = self.changed(HEADER, ("LIBVEMLO_API int verbose", "LIBVEMLO_API long verbose"))
+        self.assert_reports(["no longer so: variable int verbose", "new: variable long verbose"],
                             header=header)
 
-    def test_is_not_interested_in_names_of_parameters(self):
-        header = self.changed(HEADER, "void free_directory(directory *entry)",
-                              "void free_directory(directory *folder)")
-        self.assert_notices([], header=header)
+    def test_ignores_names_of_parameters(self):
+        header = self.changed(HEADER, ("void free_directory(directory *entry)",
+                                       "void free_directory(directory *folder)"))
+        self.assert_reports([], header=header)
 
-    def test_notices_a_number_given_to_another_failure(self):
-        numbers = self.changed(ERROR_NUMBERS, "Timeout = 3", "Timeout = 28")
-        self.assert_notices(["no longer so: failure 3 Timeout", "new: failure 28 Timeout"],
+    def test_reports_a_number_given_to_another_failure(self):
+        numbers = self.changed(ERROR_NUMBERS, ("Timeout = 3", "Timeout = 28"))
+        self.assert_reports(["no longer so: failure 3 Timeout", "new: failure 28 Timeout"],
                             error_numbers=numbers)
 
-    def test_notices_a_location_with_another_code(self):
+    def test_reports_a_location_with_another_code(self):
         tables = self.folder / "tables"
         tables.write_text(f"#!/bin/sh\n'{LOCATION_TABLES}' | sed s/12.Frankfurt/18\\ Frankfurt/\n",
                           encoding="utf-8")
         tables.chmod(0o755)
-        self.assert_notices(["no longer so: location s3 12 Frankfurt",
+        self.assert_reports(["no longer so: location s3 12 Frankfurt",
                              "new: location s3 18 Frankfurt"], tables=str(tables))
 
-    def test_notices_symbols_versions_and_the_soname(self):
+    def test_reports_symbols_versions_and_the_soname(self):
         def of(source, version, soname):
             library, script = self.folder / "library.so", self.folder / "map"
             script.write_text(version + " { global: first; second; local: *; };", encoding="utf-8")

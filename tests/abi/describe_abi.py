@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Describes what a program compiled against the library relies on, a line for each fact.
+"""Prints the binary interface that programs compiled against the library use, one fact a line.
 
 usage: describe_abi.py C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
 
-HEADER is the public header, ERROR_NUMBERS the header of the layer with the numbers of failures,
+HEADER is the public header, ERROR_NUMBERS the layer's header with the numbers of failures,
 LOCATION_TABLES the program that prints the tables of locations.
 """
 import re
@@ -18,7 +18,7 @@ def output_of(*command, **options):
 
 
 def declarations_in(compiler, header):
-    """The header as the compiler sees it, without what it includes."""
+    """The preprocessed header, without the headers that it includes."""
     text = re.sub(r"^\s*#\s*include.*$", "", Path(header).read_text(encoding="utf-8"), flags=re.M)
     text = output_of(compiler, "-E", "-P", "-x", "c", "-", input=text)
     return re.sub(r"\s+", " ", re.sub(r"__attribute__ ?\(\(.*?\)\) ?\)?", "", text))
@@ -28,8 +28,8 @@ def tidy(type_text):
     return re.sub(r" ?(\*+) ?", r" \1", type_text).strip()
 
 
-def without_name(parameter):
-    """Names of parameters are nothing that a compiled program knows."""
+def type_of(parameter):
+    """The type alone, because a compiled program does not contain names of parameters."""
     if parameter.strip() in ("", "void"):
         return "void"
     return tidy(re.sub(r"\b\w+ *$", "", parameter))
@@ -38,7 +38,7 @@ def without_name(parameter):
 def functions(declarations):
     for result, name, parameters in re.findall(
             r"(?:^|(?<=[;}{]))\s*((?:\w+[ *]+)+?)(\w+) ?\(([^()]*)\);", declarations):
-        types = ", ".join(without_name(parameter) for parameter in parameters.split(","))
+        types = ", ".join(type_of(parameter) for parameter in parameters.split(","))
         yield f"function {tidy(result)} {name}({types})"
 
 
@@ -91,7 +91,7 @@ def error_numbers(header):
 
 
 def by_number(line):
-    """Sorts 2 before 10."""
+    """A sort key that orders numbers by value."""
     return [(part.isdigit(), int(part) if part.isdigit() else 0, part) for part in line.split()]
 
 

@@ -1,4 +1,4 @@
-/* Prints the tables of locations, whose codes hosts store: a line for each entry. */
+/* Prints the tables of locations, a line for each entry. Hosts store the codes in them. */
 #include <libvemlo.h>
 #include <stdio.h>
 

@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Shows that scripts/check-header-comments finds what is missing. usage: SCRIPT"""
+"""Tests that scripts/check-header-comments reports gaps.
+
+usage: check_header_comments_test.py SCRIPT
+"""
 import subprocess
 import sys
 import tempfile
@@ -41,7 +44,7 @@ LIBVEMLO_API void free_other(record *entry);
 
 
 class CheckHeaderComments(unittest.TestCase):
-    def complaints(self, old="", new=""):
+    def gaps(self, old="", new=""):
         text = HEADER
         if old:
             self.assertEqual(text.count(old), 1, old)
@@ -51,15 +54,15 @@ class CheckHeaderComments(unittest.TestCase):
             header.write_text(text, encoding="utf-8")
             result = subprocess.run([sys.executable, "-B", SCRIPT, header], capture_output=True,
                                     text=True, check=False)
-        complaints = result.stderr.splitlines()
-        self.assertEqual(result.returncode, 1 if complaints else 0)
-        return [line.removeprefix("header.h: ") for line in complaints]
+        gaps = result.stderr.splitlines()
+        self.assertEqual(result.returncode, 1 if gaps else 0)
+        return [line.removeprefix("header.h: ") for line in gaps]
 
-    def test_accepts_what_is_complete(self):
-        self.assertEqual(self.complaints(), [])
+    def test_accepts_complete_comments(self):
+        self.assertEqual(self.gaps(), [])
 
     def test_every_gap_is_found(self):
-        gaps = {
+        expected = {
             (" * @param created  Receives the record.\n", ""):
                 "make_record: does not describe the parameter created",
             ("@param created ", "@param made "):
@@ -83,24 +86,24 @@ class CheckHeaderComments(unittest.TestCase):
             ("/** What it is for. Not synchronized. */\n", ""): "variable: has no comment",
             (" Not synchronized.", ""): "variable: does not say when it may be changed",
         }
-        for (old, new), complaint in gaps.items():
+        for (old, new), gap in expected.items():
             with self.subTest(without=old):
-                self.assertIn(complaint, self.complaints(old, new))
+                self.assertIn(gap, self.gaps(old, new))
 
-    def test_a_parameter_that_there_is_not(self):
+    def test_a_parameter_that_does_not_exist(self):
         self.assertEqual(
-            self.complaints(" * @return 0", " * @param third  Nothing.\n * @return 0"),
+            self.gaps(" * @return 0", " * @param third  Nothing.\n * @return 0"),
             ["make_record: describes a parameter third that there is not"])
 
     def test_a_comment_that_refers_in_circles(self):
         self.assertEqual(
-            self.complaints("Releases `entry`. Does not block.", "See free_other()."),
+            self.gaps("Releases `entry`. Does not block.", "See free_other()."),
             ["free_record: refers to free_other, whose comment refers on",
              "free_other: refers to free_record, whose comment refers on"])
 
-    def test_a_declaration_of_a_form_that_it_does_not_know(self):
+    def test_a_declaration_of_an_unknown_form(self):
         self.assertIn("3 functions are declared, of which 2 are understood",
-                      self.complaints("void free_other(record *entry)", "void free_other[1]"))
+                      self.gaps("void free_other(record *entry)", "void free_other[1]"))
 
 
 if __name__ == "__main__":

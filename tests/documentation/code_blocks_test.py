@@ -1,4 +1,4 @@
-"""The code in the documentation is that of the examples, which other tests build and run."""
+"""The code in the documentation is part of the examples, which other tests build and run."""
 
 import pathlib
 import re
@@ -9,13 +9,14 @@ ROOT = pathlib.Path(__file__).parents[2]
 LANGUAGES = {"c": [".c", ".h"], "python": [".py"]}
 
 
-def pages():
+def documents():
     return [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
 
 
-def code_blocks(page):
-    """Pairs of language and code, of the languages that a host may be written in."""
-    fences = re.findall(r"^```(\w*)\n(.*?)^```$", page.read_text(encoding="utf-8"), re.M | re.S)
+def code_blocks(document):
+    """Pairs of language and code, for the languages of the examples."""
+    text = document.read_text(encoding="utf-8")
+    fences = re.findall(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S)
     return [(language, code) for language, code in fences if language in LANGUAGES]
 
 
@@ -29,16 +30,16 @@ def is_from(code, texts):
 
 
 class CodeBlocks(unittest.TestCase):
-    def test_they_are_in_the_examples_word_for_word(self):
+    def test_they_are_copies_of_the_examples(self):
         checked = 0
-        for page in pages():
-            for language, code in code_blocks(page):
+        for document in documents():
+            for language, code in code_blocks(document):
                 checked += 1
-                with self.subTest(page=page.name, code=code):
+                with self.subTest(document=document.name, code=code):
                     self.assertTrue(is_from(code, sources(language)))
         self.assertGreaterEqual(checked, 5)
 
-    def test_a_block_that_differs_is_noticed(self):
+    def test_a_different_block_is_detected(self):
         text = sources("c")[0]
         self.assertTrue(is_from(text, [text]))
         self.assertFalse(is_from(text.replace(";", " ;", 1), [text]))

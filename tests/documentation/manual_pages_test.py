@@ -1,4 +1,4 @@
-"""The manual pages are well-formed, and the tool's has everything that its help has.
+"""The manual pages are well-formed, and that of the tool covers everything in its help texts.
 
 VEMLO_CLI is the tool.
 """
@@ -18,7 +18,7 @@ def output_of(*command):
 
 
 def help_texts(*commands):
-    """Of a command and of all below it."""
+    """The help texts of a command and of its subcommands, each with its command."""
     text = output_of(os.environ["VEMLO_CLI"], *commands, "--help").stdout
     yield commands, text
     _, _, subcommands = text.partition("\nSubcommands:\n")
@@ -27,7 +27,7 @@ def help_texts(*commands):
 
 
 class ManualPages(unittest.TestCase):
-    def test_both_formatters_are_content(self):
+    def test_both_formatters_accept_them(self):
         for page in ("vemlo.1", "libvemlo.3"):
             with self.subTest(page=page):
                 lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", PAGES / page],
@@ -37,7 +37,7 @@ class ManualPages(unittest.TestCase):
                                   PAGES / page)
                 self.assertEqual(shown.stderr, "")
 
-    def test_the_tool_is_described_whole(self):
+    def test_the_tool_is_described_completely(self):
         page = re.sub(r".\x08", "", output_of("mandoc", "-T", "utf8", PAGES / "vemlo.1").stdout)
         checked = 0
         for commands, text in help_texts():

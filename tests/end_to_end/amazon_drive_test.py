@@ -1,4 +1,4 @@
-"""What is particular to Amazon Drive."""
+"""Behaviour specific to Amazon Drive."""
 
 import unittest
 
@@ -24,24 +24,24 @@ class AmazonDriveTest(DriveTest):
 
 
 class Endpoints(AmazonDriveTest):
-    def test_are_found_out_once_in_a_session(self):
+    def test_are_requested_once_in_a_session(self):
         root = self.root_of(self.account)
         self.assert_names(self.account, root, [])
         self.assert_done(self.account.make_folder(root, b"Photos"))
         self.assert_requests(ENDPOINT, NODES, NODES, NODES)
 
-    def test_are_asked_for_again_on_demand(self):
+    def test_are_requested_again_on_demand(self):
         self.root_of(self.account)
         self.assert_done(self.account.get_endpoint())
         self.assert_requests(ENDPOINT, NODES, ENDPOINT)
 
-    def test_are_where_the_service_says(self):
-        base = f"https://{NODES[0]}/drive/v1"  # without the slash at the end that there usually is
+    def test_are_those_in_the_response(self):
+        base = f"https://{NODES[0]}/drive/v1"  # without the usual slash at the end
         self.configure(endpoint={"metadataUrl": base})
         self.root_of(self.account)
         self.assert_requests(ENDPOINT, NODES)
 
-    def test_without_tls_get_no_token(self):
+    def test_without_tls_receive_no_token(self):
         for wrong in ({"metadataUrl": f"http://{NODES[0]}/drive/v1/"}, {"contentUrl": None}):
             with self.subTest(wrong=wrong):
                 sandbox.control("DELETE", "log")
@@ -55,7 +55,7 @@ class Endpoints(AmazonDriveTest):
                 )
                 self.assert_requests(ENDPOINT, ENDPOINT)
 
-    def test_that_were_found_survive_a_failure(self):
+    def test_that_are_known_survive_a_failure(self):
         root = self.root_of(self.account)
         self.fault(kind="status", status=404)
         self.assert_call_failed(self.account.get_endpoint(), "Failed to get Endpoint. Not Found")
@@ -64,7 +64,7 @@ class Endpoints(AmazonDriveTest):
 
 
 class Profile(AmazonDriveTest):
-    def test_is_logged_as_if_it_were_an_error(self):
+    def test_is_logged_with_the_severity_of_errors(self):
         proved = self.account.test_api()
         self.assertEqual(proved.code, 0)
         name = self.holder.split("@")[0].capitalize()
@@ -80,7 +80,7 @@ class Profile(AmazonDriveTest):
         self.assert_call_failed(self.account.test_api(), "Failed to create directory. Not Found")
         self.assert_requests(ENDPOINT, PROFILE)
 
-    def test_is_not_asked_for_without_endpoints(self):
+    def test_is_not_requested_without_endpoints(self):
         self.fault(kind="status", status=404)
         failed = self.account.test_api()
         self.assert_call_failed(failed, "Failed to get Endpoint. error: HTTP404 Not Found")
@@ -109,7 +109,7 @@ class Listings(AmazonDriveTest):
         self.assert_call_failed(self.account.folders(root), "Failed to list directories. ")
         self.assertEqual(self.calls(), [(API, 200), (API, 200), (API, 400)])
 
-    def test_files_and_what_was_thrown_away_are_no_folders(self):
+    def test_files_and_trashed_folders_are_not_listed(self):
         self.seed(items=[
             {"name": "Photos"},
             {"name": "a.txt", "kind": "file", "size": 1},
@@ -117,19 +117,19 @@ class Listings(AmazonDriveTest):
         ])  # fmt: skip
         self.assert_names(self.account, self.root_of(self.account), [b"Photos"])
 
-    def test_a_parent_id_goes_into_the_filter_as_it_stands(self):
-        """So one with a quotation mark makes a filter that the service does not understand."""
+    def test_a_parent_id_is_not_escaped_in_the_filter(self):
+        """So a quotation mark in it makes a filter that the service refuses."""
         failed = self.account.folders(Folder(b'a"b', b""))
         self.assert_call_failed(failed, "Failed to list directories. ")
 
-    def test_throttled_calls_are_sent_again(self):
+    def test_throttled_calls_are_retried(self):
         root = self.root_of(self.account)
         sandbox.control("DELETE", "log")
         self.fault(kind="status", status=429)
         self.assert_done(self.account.make_folder(root, b"Photos"))
         self.assertEqual(self.calls(), [(API, 429), (API, 201)])
 
-    def test_a_name_that_is_taken(self):
+    def test_an_existing_name(self):
         root = self.root_of(self.account)
         self.seed(items=[{"name": "Photos"}])
         failed = self.account.make_folder(root, b"photos")

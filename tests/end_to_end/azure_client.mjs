@@ -1,5 +1,5 @@
-// The vendor's own client, for a look at a storage account with other eyes. The account's key comes
-// on standard input; what it finds goes to standard output as JSON.
+// The vendor's own client, for a view of a storage account that does not depend on the library. It
+// reads the account's key from standard input and writes JSON to standard output.
 //
 //   node azure_client.mjs ENDPOINT ACCOUNT list CONTAINER
 //   node azure_client.mjs ENDPOINT ACCOUNT put CONTAINER BLOB

@@ -45,7 +45,7 @@ class AzureTest(LibraryTest):
 class Containers(AzureTest):
     def test_all_pages_in_order(self):
         session = self.session(self.azure["otherAccountName"], self.azure["otherAccessKey"])
-        names = session.containers().names  # of the test below
+        names = session.containers().names  # those of the next test, if it has run
         for number in range(250 - len(names)):
             names.append(f"all-{number:03}".encode())
             self.assert_done(session.make_container(names[-1].decode()))
@@ -61,7 +61,7 @@ class Containers(AzureTest):
     def test_a_failure_on_page_two_fails_the_call(self):
         session = self.session(self.azure["otherAccountName"], self.azure["otherAccessKey"])
         for number in range(120):
-            session.make_container(f"pages-{number:03}")  # may be there from the test above
+            session.make_container(f"pages-{number:03}")  # may exist after the previous test
         sandbox.control("POST", "faults", {"kind": "status", "status": 404, "after": 1})
         self.assert_failed(session.containers(), 18, "HTTP404", 404)
 
@@ -86,7 +86,7 @@ class Containers(AzureTest):
                 hosts = {entry["host"] for entry in sandbox.requests()}
                 self.assertEqual(hosts, {f"{self.azure['accountName']}.blob.{suffix}"})
 
-    def test_an_account_name_that_cannot_be_one_is_not_asked_for(self):
+    def test_an_invalid_account_name_sends_no_request(self):
         session = self.session(account="evil.example#")
         self.assert_failed(session.containers(), 1, "InvalidRequest", 0)
         self.assertEqual(sandbox.tunnels(), [])
@@ -116,7 +116,7 @@ class FolderTree(AzureTest):
         self.assert_folders(b"photos/2020/summer/", [])
 
     def test_names_come_back_byte_for_byte(self):
-        # Those that XML cannot carry make this server fail; they are tried with scripted answers.
+        # Names that are invalid in XML make Azurite fail; they are tested with scripted responses.
         names = ODD_NAMES
         for name in names:
             self.make(b"odd/" + name + b"/")
@@ -124,7 +124,7 @@ class FolderTree(AzureTest):
         self.assert_done(found)
         self.assertEqual(sorted(found.names), sorted(b"odd/" + name + b"/" for name in names))
 
-    def test_all_pages_in_order_after_a_look_at_the_first(self):
+    def test_all_pages_in_order_after_a_request_for_the_first(self):
         names = [f"many/{number:03}/".encode() for number in range(230)]
         for name in names:
             self.make(name)
@@ -133,14 +133,14 @@ class FolderTree(AzureTest):
         markers = ["marker" in entry["queryNames"] for entry in sandbox.requests()]
         self.assertEqual(markers, [False, False, True, True])
 
-    def test_a_container_that_is_not_there(self):
+    def test_a_missing_container(self):
         failed = self.azure_session.folders("nothing-here")
         self.assert_failed(failed, 19, "ContainerNotFound", 404)
         self.assertEqual(self.requests(), [("GET", 404)])
         made = self.azure_session.make_folder("nothing-here", b"a/")
         self.assertEqual((made.code, made.log.text), (19, ""))
 
-    def test_the_vendors_client_sees_our_folders_and_we_see_its(self):
+    def test_the_library_and_the_vendors_client_see_each_others_folders(self):
         self.make(b"ours/\xc3\xa9 +/")
         self.assertEqual(
             self.vendors_client("list", self.container),

@@ -1,7 +1,7 @@
-"""Addresses that lead nowhere and servers that answer nonsense.
+"""Invalid addresses, and servers that send invalid responses.
 
-Each must end as a failure with a code of its own and one line in the log; never in a crash, a
-result, an endless wait or an endless appetite for memory.
+Each must cause a failure with a specific code and one log line; never a crash, a result, an endless
+wait or unlimited use of memory.
 """
 
 import socket
@@ -11,7 +11,7 @@ from support.case import LibraryTest
 from support.error_codes import Code
 from support.libvemlo import S3Session
 from support.sandbox import MADE_UP_SECRET, Account
-from support.scripted_server import ScriptedServer, http_answer, repeated
+from support.scripted_server import ScriptedServer, http_response, repeated
 
 MEBIBYTE = 1 << 20
 LIST = b"<ListAllMyBucketsResult><Buckets>%s</Buckets></ListAllMyBucketsResult>"
@@ -28,7 +28,7 @@ ENTITY_BOMB = b"""<?xml version="1.0"?>
 
 
 def peak_memory():
-    """Of this process, in bytes. Not from getrusage(), which counts ancestors in."""
+    """Of this process, in bytes. Not from getrusage(), which includes that of ancestors."""
     with open("/proc/self/status", encoding="ascii") as status:
         line = next(line for line in status if line.startswith("VmHWM:"))
     return int(line.split()[1]) * 1024
@@ -54,7 +54,7 @@ class Address(LibraryTest):
         self.assertNotIn("confidential", listing.log.text)
 
     def test_unresolvable_host(self):
-        # No name server needs to be there to say so: a label must not be that long.
+        # The label is too long, so the name is refused without a name server.
         listing = self.list(f"http://{'z' * 64}.invalid")
         self.assert_failed(listing, Code.NetworkFailure, "CURLE_COULDNT_RESOLVE_HOST")
 
@@ -65,74 +65,74 @@ class Address(LibraryTest):
         self.assert_failed(listing, Code.NetworkFailure, "CURLE_COULDNT_CONNECT")
 
     def test_tls_expected_of_a_server_without(self):
-        with ScriptedServer(http_answer(b"")) as server:
+        with ScriptedServer(http_response(b"")) as server:
             listing = self.list(server.account.endpoint.replace("http:", "https:"))
         self.assert_failed(listing, Code.NetworkFailure, "CURLE_SSL_CONNECT_ERROR")
 
 
-class AnswerTest(LibraryTest):
-    def calls(self, answer):
-        """A listing and a creation that were answered so."""
-        with ScriptedServer(answer) as server, S3Session(server.account) as session:
+class ResponseTest(LibraryTest):
+    def calls(self, response):
+        """The outcomes of a listing and a creation with this response."""
+        with ScriptedServer(response) as server, S3Session(server.account) as session:
             return session.list(), session.create("bucket")
 
-    def assert_all_fail(self, answer, code, exception=None, status=0):
-        for outcome in self.calls(answer):
+    def assert_all_fail(self, response, code, exception=None, status=0):
+        for outcome in self.calls(response):
             self.assert_failed(outcome, code, exception, status)
 
 
-class Answer(AnswerTest):
-    def assert_not_understood(self, body):
-        self.assert_all_fail(http_answer(body), Code.LocalFailure, "MalformedResponse", 200)
+class Response(ResponseTest):
+    def assert_malformed(self, body):
+        self.assert_all_fail(http_response(body), Code.LocalFailure, "MalformedResponse", 200)
 
-    def test_order_and_names_are_the_services(self):
+    def test_order_and_names_are_those_of_the_response(self):
         names = (b"zulu", b"Alpha &amp; beta", b"\xc3\xa9t\xc3\xa9", b"mike")
-        listing, _ = self.calls(http_answer(LIST % b"".join(BUCKET % name for name in names)))
+        listing, _ = self.calls(http_response(LIST % b"".join(BUCKET % name for name in names)))
         self.assert_done(listing)
         self.assertEqual(listing.names, ["zulu", "Alpha & beta", "été", "mike"])
 
     def test_html(self):
-        self.assert_not_understood(b"<!DOCTYPE html><html><body>Please sign in</body></html>")
-        self.assert_not_understood(b"<html><body>Please sign in<br></body></html>")
+        self.assert_malformed(b"<!DOCTYPE html><html><body>Please sign in</body></html>")
+        self.assert_malformed(b"<html><body>Please sign in<br></body></html>")
 
     def test_html_as_an_error(self):
-        page = http_answer(b"<html><body>Not here</body></html>", "404 Not Found")
+        page = http_response(b"<html><body>Not here</body></html>", "404 Not Found")
         self.assert_all_fail(page, Code.NotFound, "HTTP404", 404)
 
     def test_truncated_xml(self):
         whole = LIST % (BUCKET % b"bucket")
         for length in (1, 10, len(whole) // 2, len(whole) - 1):
             with self.subTest(length=length):
-                self.assert_not_understood(whole[:length])
+                self.assert_malformed(whole[:length])
 
-    def test_no_xml_at_all(self):
+    def test_no_xml(self):
         for body in (b"\0" * 100, b"{}", b"\xff\xfe<\0"):
             with self.subTest(body=body):
-                self.assert_not_understood(body)
+                self.assert_malformed(body)
 
-    def test_nothing_but_blanks(self):
-        listing, creation = self.calls(http_answer(b"  \n"))
+    def test_only_whitespace(self):
+        listing, creation = self.calls(http_response(b"  \n"))
         self.assert_failed(listing, Code.LocalFailure, "MalformedResponse", 200)
-        self.assert_done(creation)  # it has nothing to say
+        self.assert_done(creation)  # its response needs no content
 
     def test_document_type_definition(self):
-        self.assert_not_understood(ENTITY_BOMB)
+        self.assert_malformed(ENTITY_BOMB)
 
-    def test_elements_nested_without_end(self):
-        self.assert_not_understood(b"<a>" * 100_000)
+    def test_deeply_nested_elements(self):
+        self.assert_malformed(b"<a>" * 100_000)
 
-    def test_body_shorter_than_promised(self):
-        answer = http_answer(LIST % b"", promised=1000)
-        self.assert_all_fail(answer, Code.NetworkFailure, "CURLE_PARTIAL_FILE")
+    def test_body_shorter_than_declared(self):
+        response = http_response(LIST % b"", declared=1000)
+        self.assert_all_fail(response, Code.NetworkFailure, "CURLE_PARTIAL_FILE")
 
     def test_no_http(self):
         self.assert_all_fail(b"SSH-2.0-Server\r\n", Code.NetworkFailure)
 
-    def test_nothing(self):
+    def test_no_response(self):
         self.assert_all_fail(b"", Code.NetworkFailure, "CURLE_GOT_NOTHING")
 
 
-class TooMuch(AnswerTest):
+class TooMuch(ResponseTest):
     MOST_MEMORY = 200 * MEBIBYTE
     ENDLESS = b"HTTP/1.1 %s\r\nConnection: close\r\n\r\n<ListAllMyBucketsResult><Buckets>"
 
@@ -141,20 +141,20 @@ class TooMuch(AnswerTest):
 
     def test_body_of_40_mebibytes(self):
         head = b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % (40 * MEBIBYTE)
-        answer = repeated(head, b" " * MEBIBYTE, times=40)
-        self.assert_all_fail(answer, Code.LocalFailure, "ResponseTooLarge")
+        response = repeated(head, b" " * MEBIBYTE, times=40)
+        self.assert_all_fail(response, Code.LocalFailure, "ResponseTooLarge")
 
     def test_endless_body(self):
-        answer = repeated(self.ENDLESS % b"200 OK", BUCKET * 1000)
-        self.assert_all_fail(answer, Code.LocalFailure, "ResponseTooLarge")
+        response = repeated(self.ENDLESS % b"200 OK", BUCKET * 1000)
+        self.assert_all_fail(response, Code.LocalFailure, "ResponseTooLarge")
 
     def test_endless_body_of_an_error(self):
-        answer = repeated(self.ENDLESS % b"403 Forbidden", BUCKET * 1000)
-        self.assert_all_fail(answer, Code.AccessDenied, status=403)
+        response = repeated(self.ENDLESS % b"403 Forbidden", BUCKET * 1000)
+        self.assert_all_fail(response, Code.AccessDenied, status=403)
 
     def test_endless_header(self):
-        answer = repeated(b"HTTP/1.1 200 OK\r\n", b"X-More: yes\r\n" * 1000)
-        self.assert_all_fail(answer, Code.NetworkFailure)
+        response = repeated(b"HTTP/1.1 200 OK\r\n", b"X-More: yes\r\n" * 1000)
+        self.assert_all_fail(response, Code.NetworkFailure)
 
 
 if __name__ == "__main__":

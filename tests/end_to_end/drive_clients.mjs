@@ -1,13 +1,13 @@
-// Independent clients of a drive: the vendor's own, where there are any, and rclone. Each makes a
-// folder "by CLIENT" at the top of the account's drive; then each lists the folders there. Writes
-// one JSON object: client -> names, sorted.
+// Independent clients of a drive: the vendor's own, if there are any, and rclone. Each makes a
+// folder "by CLIENT" at the root of the account's drive; then each lists the folders there. Writes
+// one JSON object: client -> sorted names.
 //
 //   node drive_clients.mjs SERVICE ACCOUNT     with VEMLO_SANDBOX_STATE, HTTPS_PROXY and
 //                                              NODE_EXTRA_CA_CERTS
 
 import { createRequire } from 'node:module';
 import { fileURLToPath } from 'node:url';
-import { dispatcher, python, rclone } from '../../sandbox/test/drive-judging.mjs';
+import { dispatcher, python, rclone } from '../../sandbox/test/drive-clients.mjs';
 import { link, runningSandbox } from '../../sandbox/test/drives-support.mjs';
 
 const require = createRequire(new URL('../../sandbox/package.json', import.meta.url));
@@ -20,9 +20,9 @@ const tokens = await link(runningSandbox(), service, { account });
 function rcloneClient(type, settings) {
   const remote = rclone(type, service, tokens, settings);
   return {
-    make: (name) => remote('mkdir', `judged:${name}`),
+    make: (name) => remote('mkdir', `checked:${name}`),
     list: async () => {
-      const lines = await remote('lsf', '--dirs-only', 'judged:');
+      const lines = await remote('lsf', '--dirs-only', 'checked:');
       return lines.map((line) => line.replace(/\/$/, ''));
     },
   };
@@ -71,8 +71,8 @@ function dropboxClient() {
 }
 
 function pythonClient() {
-  const ask = (facts) => python(kPythonClient, { token: tokens.access_token, ...facts });
-  return { make: (name) => ask({ make: name }), list: () => ask({}) };
+  const run = (facts) => python(kPythonClient, { token: tokens.access_token, ...facts });
+  return { make: (name) => run({ make: name }), list: () => run({}) };
 }
 
 async function clientsOf() {

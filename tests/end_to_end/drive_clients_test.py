@@ -1,4 +1,4 @@
-"""The vendors' own clients and rclone beside the library: each sees what the others have made."""
+"""The library, the vendors' own clients and rclone: each lists the folders that the others made."""
 
 import json
 import os
@@ -15,8 +15,8 @@ CLIENTS = pathlib.Path(__file__).with_name("drive_clients.mjs")
 
 @for_each_drive
 class Clients:
-    def others(self):
-        """What other clients see, after each has made a folder."""
+    def listed_by_others(self):
+        """The folders that the other clients list after each has made one."""
         internet = sandbox.state()["internet"]
         environment = {
             **os.environ,
@@ -30,13 +30,13 @@ class Clients:
         )  # fmt: skip
         return json.loads(result.stdout)
 
-    def test_each_sees_what_the_others_have_made(self):
+    def test_each_lists_the_folders_of_the_others(self):
         session = self.linked()
         root = self.root_of(session)
         ours = "ours, é + 100%"
         self.assert_done(session.make_folder(root, ours.encode()))
 
-        found = self.others()
+        found = self.listed_by_others()
         expected = {AMAZON_DRIVE: ["rclone"], DROPBOX: ["python", "rclone", "vendor"]}
         names = expected.get(self.drive, ["rclone", "vendor"])
         self.assertEqual(sorted(found), names)

@@ -1,4 +1,4 @@
-"""A program in C that uses the drives as any host would."""
+"""A host program in C that uses the drives."""
 
 import unittest
 
@@ -27,7 +27,7 @@ class DriveHost:
         url = self.host("url").output.rstrip("\n")
         return drives.query_of(drives.consent(url, self.holder))["code"]
 
-    def test_from_consent_to_a_folder_with_the_log_turned_up(self):
+    def test_from_consent_to_a_folder_with_a_verbose_log(self):
         code = self.code()
         result = self.host("make", "Málaga & more", input=f"{code}\n")
         self.assertEqual((result.code, result.names), (0, ["Málaga & more"]))

@@ -1,23 +1,23 @@
-"""What all four drives have in common, under their production host names."""
+"""Behaviour common to all four drives, under their production host names."""
 
 import unittest
 
 from support import log, sandbox
-from support.drive_case import API, NO_PROXY_THERE, DriveTest, at_once, for_each_drive, listings
+from support.drive_case import API, PORT_WITHOUT_PROXY, DriveTest, at_once, for_each_drive, listings
 from support.drive_sessions import AMAZON_DRIVE, DRIVES, DROPBOX, GOOGLE_DRIVE, ONE_DRIVE
 from support.folders import ODD_NAMES
 
 FAILED = "Failed to list directories. "
-# A listing there begins with a question about the drive.
+# On OneDrive a listing starts with a request for the drive.
 METADATA_FAILED = "Failed to get Drive Metadata. error: "
-# And there, in a new session, with one about the account.
+# On Amazon Drive the first request of a session is for the account's endpoint.
 ENDPOINT_FAILED = "Failed to get Endpoint. error: "
-# Services refuse some names, and make others of them.
+# Names that are left out for a service, because it refuses or changes them.
 REFUSED = {
     GOOGLE_DRIVE: (),
     AMAZON_DRIVE: (),
-    ONE_DRIVE: (" leading blank", "trailing blank ", "  ", "a&b<c>d\"e'f+g%h", "#?"),
-    DROPBOX: ("trailing blank ", "  "),
+    ONE_DRIVE: (" leading space", "trailing space ", "  ", "a&b<c>d\"e'f+g%h", "#?"),
+    DROPBOX: ("trailing space ", "  "),
 }
 
 
@@ -67,20 +67,20 @@ class Folders:
         self.assertGreater(len(self.calls()), 3)
         self.assertEqual(len({entry["connection"] for entry in sandbox.requests()}), 1)
 
-    def test_a_folder_that_is_not_there(self):
+    def test_a_missing_folder(self):
         photos = self.make(self.root, b"Photos")
         nowhere = photos._replace(id=photos.id + b"x")
         listed = self.account.folders(nowhere)
         if self.drive != AMAZON_DRIVE:
             self.assert_call_failed(listed, FAILED)
             return
-        # There folders are the result of a query, and this one has none.
+        # On Amazon Drive a listing is a query, which has an empty result.
         self.assert_done(listed)
         self.assertEqual(listed.value, [])
         made = self.account.make_folder(nowhere, b"2019")
         self.assert_call_failed(made, "Failed to create directory. ")
 
-    def test_a_page_of_html(self):
+    def test_an_html_page_as_a_response(self):
         page = {"headers": {"Content-Type": "text/html"}, "body": "<html>Welcome!</html>"}
         self.assert_names(self.account, self.root, [])
         sandbox.control("DELETE", "log")
@@ -105,7 +105,7 @@ class Folders:
 
 
 class Unavailable(DriveTest):
-    def test_a_503_is_retried_where_the_policy_says_so(self):
+    def test_a_503_is_retried_if_the_policy_requires_it(self):
         for drive in DRIVES:
             with self.subTest(drive=drive.word):
                 session = self.linked(drive)
@@ -121,9 +121,9 @@ class Unavailable(DriveTest):
                     self.assert_call_failed(listed, failure_of(drive))
                     self.assertEqual(self.calls(), [(API, 503)])
 
-    def test_a_service_that_is_not_reached(self):
-        """At once, because two of the policies want six seconds of pauses."""
-        sessions = [self.session(drive, port=NO_PROXY_THERE) for drive in DRIVES]
+    def test_an_unreachable_service(self):
+        """In parallel, because two of the policies pause for six seconds in total."""
+        sessions = [self.session(drive, port=PORT_WITHOUT_PROXY) for drive in DRIVES]
         root = self.session(DROPBOX).root().value
         with log.captured() as capture:
             results = at_once(*listings(sessions, [root] * len(DRIVES)))

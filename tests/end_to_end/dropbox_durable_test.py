@@ -1,4 +1,4 @@
-"""The libraries as built with durable tokens for Dropbox."""
+"""The libraries built with durable tokens for Dropbox."""
 
 import os
 import pathlib
@@ -19,7 +19,7 @@ class StoredToken(DriveTest):
         self.account = self.session()
         self.token = self.link(self.account)[0]
 
-    def test_these_are_the_libraries_that_are_loaded(self):
+    def test_these_libraries_are_loaded(self):
         with open("/proc/self/maps", encoding="utf-8") as maps:
             paths = {line.split()[-1] for line in maps if "libvemlo" in line}
         layer = pathlib.Path(os.environ["LD_LIBRARY_PATH"]) / "libvemlo_service_client.so.1"

@@ -1,4 +1,4 @@
-"""What is particular to Dropbox."""
+"""Behaviour specific to Dropbox."""
 
 import unittest
 
@@ -26,7 +26,7 @@ class DropboxTest(DriveTest):
 
 
 class Folders(DropboxTest):
-    def test_5000_folders_are_listed_whole_and_the_call_ends(self):
+    def test_5000_folders_are_listed_completely(self):
         self.seed(items=[{"name": "Many", "items": []}])
         self.control("seed", account=self.holder, parent="/Many", folders=5000)
         names = [b"folder-%05d" % number for number in range(5000)]
@@ -53,7 +53,7 @@ class Folders(DropboxTest):
         made = self.account.make_folder(Folder(b"", b""), b"Letters")
         self.assertEqual(made.value, Folder(b"/Letters", b"Letters"))
 
-    def test_a_name_that_is_taken(self):
+    def test_an_existing_name(self):
         self.seed(items=[{"name": "Photos"}])
         failed = self.account.make_folder(ROOT, b"photos")
         self.assert_call_failed(failed, "Failed to create directory. path/conflict/folder")

@@ -1,4 +1,4 @@
-"""The manual has every code that these tests have seen."""
+"""The manual documents every code that occurs in these tests."""
 
 import unittest
 

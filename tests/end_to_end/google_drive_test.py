@@ -1,4 +1,4 @@
-"""What is particular to Google Drive."""
+"""Behaviour specific to Google Drive."""
 
 import json
 import unittest
@@ -11,7 +11,7 @@ LIST_FAILED = "Failed to list directories. "
 
 
 def refusal(status, reason, message="No."):
-    """A failure as the service puts it."""
+    """A fault with an error response in the service's format."""
     error = {"code": status, "message": message, "errors": [{"reason": reason}]}
     headers = {"Content-Type": "application/json; charset=UTF-8"}
     return {
@@ -47,14 +47,14 @@ class Listings(GoogleDriveTest):
         self.assert_call_failed(failed, LIST_FAILED + "File not found: 60")
         self.assertEqual(self.calls(), [(API, 200)] * 59 + [(API, 404)])
 
-    def test_the_root_goes_by_its_own_id(self):
+    def test_the_root_has_its_own_id(self):
         self.configure(rootName="Mein Laufwerk")
         root = self.root_of(self.account)
         self.assertEqual(root.name, "Mein Laufwerk".encode())
         self.assertNotEqual(root.id, b"root")
         self.assertEqual([entry["path"] for entry in sandbox.requests()], ["/drive/v3/files/root"])
 
-    def test_files_and_what_was_thrown_away_are_no_folders(self):
+    def test_files_and_trashed_folders_are_not_listed(self):
         self.seed(items=[
             {"name": "Photos"},
             {"name": "a.txt", "kind": "file", "size": 1},
@@ -69,14 +69,14 @@ class Listings(GoogleDriveTest):
         self.assert_done(listed)
         self.assertEqual(sorted(listed.value), sorted(made))
 
-    def test_a_parent_id_goes_into_the_query_as_it_stands(self):
-        """So one with a quotation mark makes a query that the service does not understand."""
+    def test_a_parent_id_is_not_escaped_in_the_query(self):
+        """So a quotation mark in it makes a query that the service refuses."""
         self.assert_call_failed(self.account.folders(Folder(b"it's", b"")), LIST_FAILED)
         self.assertEqual(self.calls(), [(API, 400)])
 
 
-class Trouble(GoogleDriveTest):
-    def test_throttled_calls_are_sent_again(self):
+class Failures(GoogleDriveTest):
+    def test_throttled_calls_are_retried(self):
         self.fault(**refusal(429, "rateLimitExceeded"))
         self.assert_names(self.account, self.root, [])
         self.assertEqual(self.calls(), [(API, 429), (API, 200)])
@@ -87,7 +87,7 @@ class Trouble(GoogleDriveTest):
         self.assertEqual(self.calls(), [(API, 403), (API, 200)])
         self.assert_names(self.account, self.root, [b"Photos"])
 
-    def test_other_refusals_are_not(self):
+    def test_other_refusals_are_not_retried(self):
         self.fault(**refusal(403, "insufficientFilePermissions", "Not yours."))
         failed = self.account.make_folder(self.root, b"Photos")
         self.assert_call_failed(failed, "Failed to create directory. Not yours")

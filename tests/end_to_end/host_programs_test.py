@@ -1,4 +1,4 @@
-"""Programs in C and C++ that use the library as any host would."""
+"""Host programs in C and C++."""
 
 import os
 import unittest
@@ -24,7 +24,7 @@ class S3Host(LibraryTest):
         self.assertEqual(listing.names, self.account.bucket_names())
         self.assertLess({f"{name}-{CUSTOMIZED}", f"{name}-{FRANKFURT}"}, {*listing.names, "more"})
 
-    def test_failures_have_a_code_and_a_line(self):
+    def test_failures_have_a_code_and_a_log_line(self):
         wrong = self.account._replace(secret_key=sandbox.MADE_UP_SECRET)
         calls = (("list",), ("create", sandbox.new_bucket_name(), CUSTOMIZED))
         for call in calls:
@@ -44,14 +44,14 @@ class S3Host(LibraryTest):
         self.assert_done(run_s3_host(self.account, "list", environment=environment))
 
     def test_nothing_secret_is_logged_at_any_level(self):
-        """Log refuses what is secret; here the library is asked to say all that it can."""
-        talkative = {"HOST_VERBOSE": "9"}
+        """Log raises an error for a secret; here the library writes all that it can log."""
+        verbose = {"HOST_VERBOSE": "9"}
         wrong = self.account._replace(secret_key=sandbox.MADE_UP_SECRET)
-        self.assertEqual(run_s3_host(self.account, "list", environment=talkative).code, 0)
-        refused = run_s3_host(wrong, "list", environment=talkative)
+        self.assertEqual(run_s3_host(self.account, "list", environment=verbose).code, 0)
+        refused = run_s3_host(wrong, "list", environment=verbose)
         self.assertEqual(len(refused.log.records("E")), 1)
 
-    def test_errors_are_red_where_the_terminal_can_show_it(self):
+    def test_errors_are_red_on_a_terminal_with_colours(self):
         wrong = self.account._replace(secret_key=sandbox.MADE_UP_SECRET)
         for terminal, coloured in (("xterm", True), ("dumb", False)):
             with self.subTest(terminal=terminal):
@@ -76,7 +76,7 @@ class OtherHosts(LibraryTest):
         result = run_host("reload_host", library, self.account.endpoint, environment=keys)
         self.assertEqual((result.output, result.log.text), ("code 0\n" * 2, ""))
 
-    def test_a_host_that_has_set_up_the_logger_itself(self):
+    def test_a_host_that_has_initialised_the_logger_itself(self):
         result = run_host("logging_host", self.account.endpoint)
         self.assertEqual(result.code, Code.UnknownAccessKey)
         self.assertEqual(result.log.records("W"), ["before the library", "after the library"])

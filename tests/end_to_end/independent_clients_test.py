@@ -1,4 +1,4 @@
-"""What the library makes, others see, and the other way round."""
+"""The library and independent clients of S3 see each other's buckets."""
 
 import contextlib
 import subprocess
@@ -30,7 +30,7 @@ class IndependentClients:
         )  # fmt: skip
         return result.stdout
 
-    def test_a_bucket_of_ours_takes_objects_of_theirs(self):
+    def test_a_bucket_of_the_library_accepts_objects_of_boto3(self):
         self.assert_done(self.session.create(self.bucket))
         with contextlib.closing(self.account.independent_client()) as client:
             client.put_object(Bucket=self.bucket, Key="greeting", Body=b"hello")

@@ -1,4 +1,4 @@
-"""Prints the tests of the modules that it is given the names of, one a line."""
+"""Prints the tests of the given modules, one per line. Usage: list_tests.py MODULE..."""
 
 import os
 import sys
@@ -15,7 +15,7 @@ def names(suite):
 
 def main():
     sys.path.insert(0, os.getcwd())
-    os.environ.setdefault("VEMLO_CLI", "")  # asked for when its module is loaded
+    os.environ.setdefault("VEMLO_CLI", "")  # read when support.tool is imported
     loader = unittest.TestLoader()
     found = list(names(loader.loadTestsFromNames(sys.argv[1:])))
     if loader.errors or not found:

@@ -1,4 +1,4 @@
-"""That the other tests would notice: what they read from standard error is judged here."""
+"""Tests of the log parser that the other tests use: it detects malformed lines and secrets."""
 
 import hashlib
 import os
@@ -51,13 +51,13 @@ class Secrets(unittest.TestCase):
             with self.subTest(text=text), self.assertRaises(AssertionError):
                 Log(PREFIX + text)
 
-    def test_names_of_errors_are_no_secrets(self):
+    def test_names_of_errors_are_not_secrets(self):
         for name in ("SignatureDoesNotMatch", "AuthorizationHeaderMalformed"):
             Log(PREFIX + ERROR.replace("AccessDenied", name)).service_error()
 
 
 class Capturing(unittest.TestCase):
-    def test_what_goes_past_python_is_caught(self):
+    def test_output_that_bypasses_python_is_captured(self):
         with captured() as capture:
             os.write(2, b"from below\n")
         self.assertEqual(capture.log.lines, ["from below"])

@@ -1,4 +1,4 @@
-"""Linking accounts of the four drives, and what becomes of their tokens."""
+"""Linking accounts of the four drives; expiry, rotation and revocation of their tokens."""
 
 import unittest
 
@@ -25,11 +25,11 @@ class Linking:
         self.assertEqual(self.counters(), {"exchanges": 1, "refreshes": 0, "refused": 0})
 
     def test_a_denied_consent_gives_no_code(self):
-        answer = self.consent(self.session(), decision="deny")
-        self.assertEqual(answer["error"], "access_denied")
-        self.assertNotIn("code", answer)
+        query = self.consent(self.session(), decision="deny")
+        self.assertEqual(query["error"], "access_denied")
+        self.assertNotIn("code", query)
 
-    def test_a_code_is_good_once(self):
+    def test_a_code_is_valid_once(self):
         session = self.session()
         code = self.consent(session)["code"]
         self.assert_done(session.get_token(code))
@@ -42,7 +42,7 @@ class Linking:
             again.log.records("E")[0].endswith(", accessToken = , refreshToken = "), has_tokens
         )
 
-    def test_the_record_of_a_failure_shows_the_tokens_that_there_are(self):
+    def test_the_record_of_a_failure_shows_the_tokens_of_the_session(self):
         session = self.session()
         tokens = self.link(session)
         failed = session.get_token("made-up")
@@ -85,14 +85,14 @@ class Expiry:
         )
         self.assertEqual(self.refreshes(), 1)
         self.assertEqual([call for call in self.calls() if call[0] == TOKEN], [(TOKEN, 200)])
-        # More than one shows that there was something to share.
+        # More than one shows that threads needed the refresh at the same time.
         self.assertGreater(self.calls().count((API, 401)), 1)
 
 
 class Rotation(DriveTest):
     drive = ONE_DRIVE
 
-    def test_the_latest_refresh_token_is_the_one_that_is_used(self):
+    def test_the_latest_refresh_token_is_used(self):
         self.control("rotation", rotation="replaceOnce")
         session = self.session()
         self.link(session)
@@ -104,9 +104,9 @@ class Rotation(DriveTest):
 
 
 class Revocation(DriveTest):
-    """All services at a time: each failure takes six seconds of pauses between attempts."""
+    """All services in parallel: each failure takes six seconds of pauses between attempts."""
 
-    def test_every_401_says_why_the_token_was_not_refreshed(self):
+    def test_every_401_is_logged_with_the_failure_of_the_refresh(self):
         sessions = [self.linked(drive) for drive in DRIVES]
         roots = [self.root_of(session) for session in sessions]
         for session, root in zip(sessions, roots):
@@ -125,7 +125,7 @@ class Revocation(DriveTest):
             *["Failed to refresh OAuth2 credential. invalid_grant: "] * 12,
         ]
         self.assert_lines(capture.log, beginnings, sorted)
-        # The refusal was remembered; the attempts went on.
+        # The refusal of the refresh is stored; the attempts of the call continue.
         self.assertEqual(sorted(self.calls()), [(API, 401)] * 16 + [(TOKEN, 400)] * 4)
 
 

@@ -1,4 +1,4 @@
-"""What is particular to OneDrive."""
+"""Behaviour specific to OneDrive."""
 
 import unittest
 import urllib.parse
@@ -63,12 +63,12 @@ class Listings(OneDriveTest):
         self.seed_all_kinds()
         self.assert_names(self.account, self.root, [b"Photos"])
 
-    def test_whatever_the_service_makes_of_the_filter(self):
+    def test_however_the_service_handles_the_filter(self):
         for drive_type, names in (("personal", [b"Photos", b"Team"]), ("business", [b"Photos"])):
             self.configure(driveType=drive_type, pageSizes=[1])
             self.start()
             self.seed_all_kinds()
-            # After the drive, pages of one entry; a filter that is refused costs one request more.
+            # One request for the drive, then pages of one entry; a refused filter adds one request.
             requests = {"applied": 1 + len(names), "ignored": 5, 400: 6, 501: 6}
             for filtering, count in requests.items():
                 with self.subTest(drive_type=drive_type, filter=filtering):
@@ -82,7 +82,7 @@ class ForeignPages(OneDriveTest):
     def test_no_token_is_sent_there(self):
         self.seed(folders=3)
         self.configure(pageSizes=[1])
-        # Of nobody, of another service, and of nearly the same name.
+        # An unknown host, that of another service, and one with the right name as a prefix.
         for host in ("store.example", "www.googleapis.com", f"{GRAPH}.store.example"):
             with self.subTest(host=host):
                 self.configure(nextLinkHost=host)
@@ -94,8 +94,8 @@ class ForeignPages(OneDriveTest):
                 self.assertLessEqual({entry["host"] for entry in reached}, {GRAPH})
 
 
-class Trouble(OneDriveTest):
-    def test_throttled_calls_are_not_sent_again(self):
+class Failures(OneDriveTest):
+    def test_throttled_calls_are_not_retried(self):
         self.fault(kind="status", status=429, headers={"Retry-After": "1"})
         failed = self.account.make_folder(self.root, b"Photos")
         self.assert_call_failed(failed, "Failed to create directory. ")
@@ -108,13 +108,13 @@ class Trouble(OneDriveTest):
         self.assert_call_failed(self.account.folders(self.root), LIST_FAILED)
         self.assertEqual(self.calls(), [(API, 200)] * 3 + [(API, 500)])
 
-    def test_without_the_drive_nothing_is_listed(self):
+    def test_a_failure_for_the_drive_ends_the_listing(self):
         self.fault(kind="status", status=404)
         failed = self.account.folders(self.root)
         self.assert_call_failed(failed, "Failed to get Drive Metadata. error: HTTP404 Not Found")
         self.assertEqual(self.calls(), [(API, 404)])
 
-    def test_a_name_that_is_taken(self):
+    def test_an_existing_name(self):
         self.seed(items=[{"name": "Photos"}])
         failed = self.account.make_folder(self.root, b"photos")
         self.assert_call_failed(failed, "Failed to create directory. ")

@@ -1,6 +1,6 @@
-"""Runs a test as `python3 -m unittest` does, and keeps what its process says.
+"""Runs a test as `python3 -m unittest` does, and keeps the output of its process.
 
-That is also what the library says outside of the stretches of which a test catches the log.
+That includes what the library writes while a test does not capture the log.
 """
 
 import os

@@ -23,7 +23,7 @@ class AccountCase:
 class Success(AccountCase):
     def test_created_buckets_are_listed_in_the_order_of_the_service(self):
         session = self.session()
-        # Not in the order of the alphabet, so that one of ours would show.
+        # Not in alphabetical order, so that a sort in the library would be detected.
         created = sorted((sandbox.new_bucket_name() for _ in range(4)), reverse=True)
         for name in created:
             self.assert_done(session.create(name))
@@ -44,7 +44,7 @@ class Success(AccountCase):
         self.assertIn(name, self.account().bucket_names())
 
     def test_another_region_in_the_signature(self):
-        """radosgw accepts any; Swift names its own, and is believed."""
+        """radosgw accepts any region; Swift responds with its own, which is used in a retry."""
         session = self.session(region="eu-west-1")
         name = sandbox.new_bucket_name()
         self.assert_done(session.create(name))
@@ -66,7 +66,7 @@ class Refusal(AccountCase):
     def test_unknown_key(self):
         expected = {
             "radosgw": (Code.UnknownAccessKey, "InvalidAccessKeyId"),
-            "swift": (Code.SignatureMismatch, "SignatureDoesNotMatch"),  # it does not tell
+            "swift": (Code.SignatureMismatch, "SignatureDoesNotMatch"),  # as for a wrong secret
         }
         self.assert_both_fail(self.session(access_key="nobody"), *expected[self.server])
 
@@ -77,7 +77,7 @@ class Refusal(AccountCase):
                 outcome = session.create(name)
                 self.assert_failed(outcome, Code.InvalidBucketName, "InvalidBucketName", 400)
 
-    def test_bucket_names_that_would_address_something_else(self):
+    def test_bucket_names_that_address_another_resource(self):
         session = self.session()
         for name in ("", ".", ".."):
             with self.subTest(name=name):
@@ -94,7 +94,7 @@ class Refusal(AccountCase):
         name = sandbox.new_bucket_name()
         self.assert_done(session.create(name))
         again = session.create(name)
-        if self.server == "radosgw":  # says yes once more, as the first public region does
+        if self.server == "radosgw":  # succeeds again, as in the first public region
             self.assert_done(again)
         else:
             self.assert_failed(again, Code.BucketAlreadyOwned, "BucketAlreadyOwnedByYou", 409)
@@ -114,7 +114,7 @@ class Refusal(AccountCase):
         else:
             self.assert_failed(outcome, Code.InvalidLocation, "InvalidLocationConstraint", 400)
 
-    def test_what_no_service_is_asked_for(self):
+    def test_invalid_arguments(self):
         session = self.session()
         for name, location in (("", CUSTOMIZED), ("bucket", 17), ("bucket", -1)):
             with self.subTest(name=name, location=location):
@@ -124,9 +124,9 @@ class Refusal(AccountCase):
 
 @for_each_server
 class Requests(AccountCase):
-    """What a call costs, counted on the way through a proxy."""
+    """The number of requests for a call, counted by a proxy."""
 
-    HOST = "s3.amazonaws.com"  # a name that both servers know as their own
+    HOST = "s3.amazonaws.com"  # a name that both servers serve
 
     def setUp(self):
         sandbox.reset_internet()

@@ -1,4 +1,4 @@
-"""How many connections calls take, as the proxy counts them."""
+"""The number of connections for many calls, counted by the proxy."""
 
 import threading
 import unittest
@@ -44,7 +44,7 @@ class Connections(LibraryTest):
                 worker.join()
         self.assertEqual((capture.log.text, codes), ("", [0] * threads * calls))
         self.assertEqual(len(sandbox.requests()), threads * calls)
-        # More than one shows that the calls did run side by side.
+        # More than one shows that calls ran in parallel.
         self.assertIn(len(self.connections()), range(2, threads + 1))
 
 

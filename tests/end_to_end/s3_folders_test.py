@@ -7,11 +7,11 @@ import unittest
 from support import sandbox
 from support.case import LibraryTest, for_each_server
 from support.error_codes import Code
-from support.folders import ODD_NAMES, UNSPEAKABLE_NAMES, S3Folders
+from support.folders import ODD_NAMES, NAMES_INVALID_IN_XML, S3Folders
 from support.libvemlo import proxy_setting
 from support.trust import trust_sandbox
 
-PAGE = 1000  # what S3 lists at once
+PAGE = 1000  # the largest page of S3
 
 
 @for_each_server
@@ -43,8 +43,8 @@ class S3FolderTree:
         self.assert_folders(b"a/", [b"a/b/"])
 
     def test_names_come_back_byte_for_byte(self):
-        # Swift answers any listing that holds one of the latter with 500 InternalError.
-        names = ODD_NAMES + (UNSPEAKABLE_NAMES if self.server == "radosgw" else [])
+        # Swift responds to any listing with one of the latter with 500 InternalError.
+        names = ODD_NAMES + (NAMES_INVALID_IN_XML if self.server == "radosgw" else [])
         for name in names:
             self.assert_done(self.session.make_folder(self.bucket, name + b"/" + name + b"/"))
         self.assert_folders(b"", sorted(name + b"/" for name in names))
@@ -59,13 +59,13 @@ class S3FolderTree:
             list(pool.map(put, names))
         self.assert_folders(b"many/", names[:PAGE])
 
-    def test_a_bucket_that_is_not_there(self):
+    def test_a_missing_bucket(self):
         missing = sandbox.new_bucket_name()
         self.assert_failed(self.session.folders(missing), 19, "NoSuchBucket", 404)
         made = self.session.make_folder(missing, b"a/")
         self.assertEqual((made.code, made.log.text), (19, ""))
 
-    def test_others_see_our_folders_and_we_see_theirs(self):
+    def test_the_library_and_boto3_see_each_others_folders(self):
         self.assert_done(self.session.make_folder(self.bucket, b"ours/\xc3\xa9 +/"))
         with contextlib.closing(self.account.independent_client()) as client:
             client.put_object(Bucket=self.bucket, Key="folder of theirs/", Body=b"")
@@ -76,7 +76,7 @@ class S3FolderTree:
 
 
 class Regions(LibraryTest):
-    """A bucket in another region than the session's, through the proxy that keeps count."""
+    """A bucket in another region than the session's; the proxy counts the requests."""
 
     host = "s3.wasabisys.com"
 
@@ -98,15 +98,15 @@ class Regions(LibraryTest):
         sandbox.control("DELETE", "log")
         return found
 
-    def test_the_region_is_found_once_and_remembered(self):
+    def test_the_region_is_determined_once(self):
         self.assert_done(self.session.folders(self.bucket))
-        # Refused, and asked again with the right region in the signature.
+        # Refused, and retried with the right region in the signature.
         self.assertEqual(self.statuses(), [400, 200])
         self.assert_done(self.session.make_folder(self.bucket, b"a/"))
         self.assertEqual(self.session.folders(self.bucket).names, [b"a/"])
         self.assertEqual(self.statuses(), [200, 200])
 
-    def test_the_first_request_may_be_the_one_that_writes(self):
+    def test_the_first_request_may_be_a_write(self):
         self.assert_done(self.session.make_folder(self.bucket, b"a/"))
         self.assertEqual(self.statuses(), [400, 200])
 
@@ -135,13 +135,13 @@ class Redirects(LibraryTest):
              "headers": {name.replace("_", "-"): value for name, value in headers.items()}},
         )  # fmt: skip
 
-    def test_names_of_their_own_for_buckets(self):
+    def test_virtual_hosted_bucket_names(self):
         self.assert_done(self.session.make_folder(self.bucket, b"a/"))
         self.assert_done(self.session.folders(self.bucket))
         host = f"{self.bucket}.{self.host}"
         self.assertEqual(self.requests(), [(host, "PUT", 200), (host, "GET", 200)])
 
-    def test_a_bucket_elsewhere_is_asked_for_there_from_then_on(self):
+    def test_later_requests_go_to_the_host_of_a_redirect(self):
         self.redirect(301, x_amz_bucket_region="eu-central-1")
         self.assert_done(self.session.folders(self.bucket))
         self.assert_done(self.session.folders(self.bucket))

@@ -1,4 +1,4 @@
-"""The public service's own names, reached over TLS through an HTTP proxy."""
+"""The public service's host names over TLS through an HTTP proxy."""
 
 import time
 import unittest
@@ -60,13 +60,13 @@ class ProductionNames(InternetCase):
                 host = GLOBAL_HOST if GLOBAL_HOST in endpoint else WASABI_HOST
                 self.assert_requests((host, "GET", 200))
 
-    def test_the_endpoint_names_the_region_to_sign_for(self):
+    def test_the_endpoint_determines_the_region_of_the_signature(self):
         self.assert_done(self.session(FRANKFURT_HOST).list())
         done, refused = (FRANKFURT_HOST, "GET", 200), (FRANKFURT_HOST, "GET", 400)
-        # Swift is in another region and says so; radosgw takes any.
+        # Swift has another region and responds with it; radosgw accepts any.
         self.assert_requests(*{"radosgw": [done], "swift": [refused, done]}[self.server])
 
-    def test_a_location_is_asked_at_its_own_host(self):
+    def test_a_location_is_requested_at_its_own_host(self):
         name = sandbox.new_bucket_name()
         outcome = self.session().create(name, FRANKFURT)
         self.assertEqual([entry["path"] for entry in sandbox.requests()], [f"/{name}"])
@@ -74,7 +74,7 @@ class ProductionNames(InternetCase):
             self.assert_done(outcome)
             self.assert_requests((FRANKFURT_HOST, "PUT", 200))
             self.assertIn(name, self.account.bucket_names())
-        else:  # neither region nor location are its own
+        else:  # it has neither this region nor this location
             self.assert_failed(outcome, Code.WrongRegion, "AuthorizationHeaderMalformed", 400)
             self.assert_requests((FRANKFURT_HOST, "PUT", 400))
 
@@ -112,13 +112,13 @@ class ProxyCredentials(InternetCase, LibraryTest):
         self.assertEqual([tunnel["credential"] for tunnel in sandbox.tunnels()], [False])
 
 
-class ProxyTrouble(InternetCase, LibraryTest):
-    def test_a_host_that_the_proxy_does_not_reach(self):
+class ProxyFailures(InternetCase, LibraryTest):
+    def test_a_host_that_the_proxy_cannot_reach(self):
         listing = self.session("https://s3.unlisted.example").list()
         error = self.assert_failed(listing, Code.NetworkFailure)
         self.assertIn("502", error.message)
 
-    def test_a_proxy_that_is_not_there(self):
+    def test_a_missing_proxy(self):
         listing = self.session(proxy=proxy_setting(1)).list()
         self.assert_failed(listing, Code.NetworkFailure, "CURLE_COULDNT_CONNECT")
         self.assertEqual(sandbox.tunnels(), [])
@@ -129,11 +129,11 @@ class Faults(InternetCase, LibraryTest):
     def fault(**members):
         sandbox.control("POST", "faults", members)
 
-    def test_a_service_that_recovers_is_asked_three_times(self):
+    def test_a_service_that_recovers_gets_three_requests(self):
         self.fault(kind="status", status=503, count=2)
         begin = time.monotonic()
         self.assert_done(self.session().list())
-        # The pauses of 1 and 2 seconds are real here, and the only place where they are.
+        # Only this test waits for the real pauses of 1 and 2 seconds.
         self.assertGreaterEqual(time.monotonic() - begin, 3)
         failed = (GLOBAL_HOST, "GET", 503)
         self.assert_requests(failed, failed, (GLOBAL_HOST, "GET", 200))
@@ -144,14 +144,14 @@ class Faults(InternetCase, LibraryTest):
         self.assert_done(self.session().list())
         self.assert_requests((GLOBAL_HOST, "GET", 307), (other, "GET", 200))
 
-    def test_a_redirect_out_of_the_service_is_not(self):
+    def test_a_redirect_out_of_the_service_is_not_followed(self):
         foreign = "https://store.example/"
         self.fault(kind="status", status=307, headers={"Location": foreign})
         self.assert_failed(self.session().list(), Code.Redirected, status=307)
         self.assert_requests((GLOBAL_HOST, "GET", 307))
         self.assertEqual([tunnel["host"] for tunnel in sandbox.tunnels()], [GLOBAL_HOST])
 
-    def test_connections_that_break(self):
+    def test_broken_connections(self):
         session = self.session()
         for kind in ("reset", "resetBody", "shortBody"):
             with self.subTest(kind=kind):
@@ -159,7 +159,7 @@ class Faults(InternetCase, LibraryTest):
                 self.assert_failed(session.list(), Code.NetworkFailure)
                 self.assert_done(session.list())
 
-    def test_slow_answers_are_waited_for(self):
+    def test_slow_responses_are_received(self):
         session = self.session()
         self.fault(kind="latency", milliseconds=200)
         self.fault(kind="drip", bytes=64, milliseconds=1)

@@ -48,23 +48,23 @@ class Linking(unittest.TestCase):
             with self.subTest(library=library):
                 imported = re.findall(r"UND (\w+)", readelf("--dyn-syms", library))
                 self.assertIn("__stack_chk_fail", imported)
-                # A function of the C library that there is in a form that checks where it writes,
-                # too; of these, libvemlo.so.1 happens to use none.
+                # The C library has a checked variant of this function. libvemlo.so.1 uses no
+                # function that has one.
                 self.assertNotIn("snprintf", imported)
         layer = readelf("--dyn-syms", "libvemlo_service_client.so.1")
         self.assertRegex(layer, r"UND __snprintf_chk\b")
 
-    def test_nothing_is_linked_that_is_not_used(self):
+    def test_every_linked_library_is_used(self):
         for library, path in LIBRARIES.items():
             with self.subTest(library=library):
                 result = subprocess.run(["ldd", "-u", path], capture_output=True, text=True,
                                         check=False)  # fmt: skip
                 self.assertEqual((result.stdout, result.stderr, result.returncode), ("", "", 0))
 
-    def test_the_library_stays_where_it_has_been_loaded(self):
+    def test_the_library_is_never_unloaded(self):
         self.assertRegex(readelf("--dynamic", "libvemlo.so.1"), r"\(FLAGS_1\).*\bNODELETE\b")
 
-    def test_who_speaks_http_and_who_does_not(self):
+    def test_only_the_layer_uses_protocol_libraries(self):
         library, layer = (set(needed(name)) for name in LIBRARIES)
         self.assertIn("libvemlo_service_client.so.1", library)
         self.assertNotIn("libvemlo.so.1", layer)

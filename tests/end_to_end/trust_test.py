@@ -1,4 +1,4 @@
-"""Whose certificates are trusted. In processes of their own, since each reads them once."""
+"""Trusted certificates. Each test runs a process, because a process reads them only once."""
 
 import tempfile
 import unittest
@@ -16,7 +16,7 @@ class Trust(LibraryTest):
         self.authority = sandbox.state()["internet"]["caFile"]
 
     def list(self, **certificates):
-        """At the public service's own name."""
+        """A listing under the public service's host name."""
         account = sandbox.account("radosgw")._replace(endpoint="https://s3.amazonaws.com")
         proxy = {
             "HOST_PROXY_HOST": sandbox.state()["internet"]["proxyHost"],
@@ -34,23 +34,23 @@ class Trust(LibraryTest):
     def test_hashed_folder(self):
         self.assert_done(self.list(SSL_CERT_DIR=trust.hashed_folder(self.folder)))
 
-    def test_folder_beside_a_file_of_others(self):
+    def test_folder_beside_a_file_of_another_authority(self):
         listing = self.list(
             SSL_CERT_FILE=trust.foreign_authority(self.folder),
             SSL_CERT_DIR=trust.hashed_folder(self.folder),
         )
         self.assert_done(listing)
 
-    def test_authority_of_somebody_else(self):
+    def test_another_authority(self):
         self.assert_untrusted(self.list(SSL_CERT_FILE=trust.foreign_authority(self.folder)))
 
     def test_empty_folder(self):
         self.assert_untrusted(self.list(SSL_CERT_DIR=self.folder))
 
-    def test_what_the_system_trusts(self):
+    def test_the_certificates_of_the_system(self):
         self.assert_untrusted(self.list())
 
-    def test_file_that_is_missing(self):
+    def test_missing_file(self):
         missing = f"{self.folder}/missing.pem"
         listing = self.list(SSL_CERT_FILE=missing)
         self.assert_untrusted(listing)

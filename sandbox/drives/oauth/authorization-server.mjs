@@ -1,9 +1,10 @@
-// The authorization server of one service: oidc-provider, dressed up as the service.
+// The authorization server of one service: oidc-provider, adapted to the service's behaviour.
 //
-// It keeps no session and sends no cookie: the consent page is found by its address alone, so that
-// a browser, curl and a few lines of any language get through it alike, and every authorization
-// asks again who signs in.
+// It keeps no session and sends no cookie: the address alone identifies the consent page, so that a
+// browser, curl and a few lines in any language can use it, and the user signs in for every
+// authorization.
 
+import { readText } from '../../streams.mjs';
 import { kAccounts, kRedirectUri } from '../clients.mjs';
 import { consentPage, failurePage, signedOutPage } from './pages.mjs';
 import { kWantsRefreshToken, makeProvider } from './provider.mjs';
@@ -19,15 +20,15 @@ export class AuthorizationServer {
   #callback;
   #authorization;
 
-  /** Every code and token given so far. */
+  /** Every code and token issued so far. */
   issued = [];
-  /** How many token requests came, refused ones included. */
+  /** The number of token requests by kind, and of those that were refused. */
   counters;
-  /** Seconds that access tokens issued from now on are good for. */
+  /** For how many seconds access tokens issued from now on are valid. */
   lifetime;
   /**
-   * What a refresh does to the refresh token: 'keep' it, 'replace' it while the old one works on,
-   * or replace it so that each works once ('replaceOnce'; using one again ends the whole grant).
+   * The effect of a refresh on the refresh token: 'keep' it, 'replace' it while the old one stays
+   * valid, or replace it so that each is valid once ('replaceOnce'; reuse ends the whole grant).
    */
   rotation;
 
@@ -35,18 +36,18 @@ export class AuthorizationServer {
     this.#service = kServices[name];
     this.#authorization = splitAddress(this.#service.authorization);
     this.reset();
-    this.#provider = makeProvider(name, { store: this.#store, conduct: this });
+    this.#provider = makeProvider(name, { store: this.#store, behaviour: this });
     this.#callback = this.#provider.callback();
   }
 
-  /** Back to the service's own lifetime and rotation; the counters start anew. */
+  /** Restores the service's own lifetime and rotation, and sets the counters to 0. */
   reset() {
     this.counters = { exchanges: 0, refreshes: 0, refused: 0 };
     this.lifetime = this.#service.lifetime;
     this.rotation = this.#service.rotation;
   }
 
-  /** The { account, scopes } of an access token, or the { reason } why it is no good. */
+  /** The { account, scopes } of an access token, or the { reason } why it is not valid. */
   check(accessToken) {
     const record = this.#store.accessToken(accessToken);
     if (!record) return { reason: 'invalid' };
@@ -62,12 +63,12 @@ export class AuthorizationServer {
     this.#store.removeRefreshTokens();
   }
 
-  /** Answers the request, or returns false when there is no such page here. */
+  /** Responds to the request, or returns false if this server does not have the address. */
   async handle(request, response, { host, path, query }) {
     const { token, logout, aliases = [] } = this.#service;
     const address = `${host}${path}`;
     if (address === token || aliases.includes(address)) {
-      this.#askProvider(request, response, splitAddress(token).path);
+      this.#callProvider(request, response, splitAddress(token).path);
     } else if (address === logout) {
       this.#signOut(response, query);
     } else if (host === this.#authorization.host) {
@@ -86,7 +87,7 @@ export class AuthorizationServer {
       await this.#consent(request, response, uid);
     } else if (path === `${this.#authorization.path}/${uid}`) {
       request.headers.cookie = `_interaction_resume=${uid}`;
-      this.#askProvider(request, response, path);
+      this.#callProvider(request, response, path);
     } else {
       return false;
     }
@@ -94,7 +95,7 @@ export class AuthorizationServer {
   }
 
   #authorize(request, response, query) {
-    const failure = this.#faultIn(request, query);
+    const failure = this.#findFailure(request, query);
     if (failure) {
       sendPage(response, 400, failurePage(failure));
       return;
@@ -102,20 +103,20 @@ export class AuthorizationServer {
     const wants = this.#service.givesRefreshToken(query);
     query.set(kWantsRefreshToken, wants ? 'yes' : 'no');
     if (!query.get('scope')) query.set('scope', this.#service.scopes.join(' '));
-    // Consent is asked for anyhow; only with this does the provider let "offline_access" pass.
+    // The user is always asked for consent; without `prompt` the provider drops "offline_access".
     if (query.get('prompt') !== 'none') query.set('prompt', 'consent');
-    this.#askProvider(request, response, `${this.#authorization.path}?${query}`);
+    this.#callProvider(request, response, `${this.#authorization.path}?${query}`);
   }
 
-  #faultIn(request, query) {
+  #findFailure(request, query) {
     if (request.method !== 'GET') return { error: 'invalid_request', description: 'not a GET' };
     const { scopes, scopeMayBeMissing, refusesQuery } = this.#service;
     const description = refusesQuery?.(query);
     if (description) return { error: 'invalid_request', description };
-    const asked = (query.get('scope') ?? '').split(' ').filter(Boolean);
-    if (asked.length === 0 && !scopeMayBeMissing)
+    const requested = (query.get('scope') ?? '').split(' ').filter(Boolean);
+    if (requested.length === 0 && !scopeMayBeMissing)
       return { error: 'invalid_request', description: 'Missing required parameter: scope' };
-    const unknown = asked.filter((scope) => !scopes.includes(scope));
+    const unknown = requested.filter((scope) => !scopes.includes(scope));
     if (unknown.length > 0)
       return { error: 'invalid_scope', description: `Unknown: ${unknown.join(' ')}` };
     return undefined;
@@ -162,9 +163,9 @@ export class AuthorizationServer {
     response.end();
   }
 
-  #askProvider(request, response, url) {
+  #callProvider(request, response, url) {
     request.url = url;
-    request.headers['x-forwarded-proto'] = 'https'; // the proxy ended the TLS
+    request.headers['x-forwarded-proto'] = 'https'; // the proxy terminated TLS
     this.#callback(request, response);
   }
 }
@@ -177,8 +178,3 @@ export function sendPage(response, status, html) {
   response.end(html);
 }
 
-async function readText(request) {
-  let text = '';
-  for await (const piece of request.setEncoding('utf8')) text += piece;
-  return text;
-}

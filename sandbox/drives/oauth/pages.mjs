@@ -1,4 +1,4 @@
-// The pages that a user meets: consent, sign-out, the page that hands back the code, and failures.
+// The web pages shown to a user: consent, sign-out, the redirect page with the code, and failures.
 
 const kStyle = `body { font: 16px sans-serif; max-width: 36em; margin: 3em auto; padding: 0 1em }
 code { overflow-wrap: anywhere; background: #eee; padding: .2em .4em }
@@ -21,14 +21,14 @@ ${body}
 `;
 }
 
-/** Asks who signs in and whether the application may have `scopes`; one POST answers it. */
+/** A form for the account to sign in with and for the consent to `scopes`; one POST submits it. */
 export function consentPage({ service, clientId, scopes, account }) {
-  const wishes = scopes.map((scope) => `<li><code>${escapeHtml(scope)}</code></li>`).join('\n');
+  const items = scopes.map((scope) => `<li><code>${escapeHtml(scope)}</code></li>`).join('\n');
   return page(
     `Sign in to ${service} (sandbox)`,
     `<p>The application <code>${escapeHtml(clientId)}</code> asks for:</p>
 <ul>
-${wishes}
+${items}
 </ul>
 <form method="post">
 <p><label>Account: <input name="account" value="${escapeHtml(account)}" required></label></p>
@@ -38,7 +38,7 @@ ${wishes}
   );
 }
 
-/** The page to which all services send their users back; its query says how it went. */
+/** The page to which all services redirect their users; its query holds a code or an error. */
 export function redirectPage(query) {
   if (query.has('code')) {
     return page(

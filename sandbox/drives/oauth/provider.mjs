@@ -1,4 +1,4 @@
-// oidc-provider, set up and dressed up as the authorization server of one service.
+// oidc-provider, configured and adapted as the authorization server of one service.
 
 import Provider from 'oidc-provider';
 import { kClients, kRedirectUri } from '../clients.mjs';
@@ -12,29 +12,29 @@ const kUnusedFeatures = [
   ...['devInteractions', 'pushedAuthorizationRequests', 'resourceIndicators'],
   ...['rpInitiatedLogout', 'userinfo'],
 ];
-// Goes with the authorization request through the provider, which knows nothing of what makes each
-// service give a refresh token.
+// A parameter added to the authorization request: each service has its own conditions for a refresh
+// token, which the provider does not implement.
 export const kWantsRefreshToken = 'sandbox_wants_refresh_token';
 
 /**
- * `conduct` holds the { lifetime, rotation, counters } that count at the time of a request, and
- * takes what is `issued`.
+ * `behaviour` holds the { lifetime, rotation, counters } at the time of a request, and the list of
+ * what was `issued`.
  */
-export function makeProvider(name, { store, conduct }) {
+export function makeProvider(name, { store, behaviour }) {
   const service = kServices[name];
   const { issuer, tokens } = service;
-  const provider = new Provider(issuer, configuration(service, kClients[name], store, conduct));
+  const provider = new Provider(issuer, configuration(service, kClients[name], store, behaviour));
   provider.proxy = true;
-  nameTokens(provider.AuthorizationCode, tokens.code, conduct);
-  nameTokens(provider.AccessToken, tokens.access, conduct);
-  nameTokens(provider.RefreshToken, tokens.refresh, conduct);
-  provider.use((ctx, next) => dressUp(ctx, next, service, conduct));
+  setTokenFormat(provider.AuthorizationCode, tokens.code, behaviour);
+  setTokenFormat(provider.AccessToken, tokens.access, behaviour);
+  setTokenFormat(provider.RefreshToken, tokens.refresh, behaviour);
+  provider.use((ctx, next) => adaptResponse(ctx, next, service, behaviour));
   provider.on('server_error', (_, error) => process.stderr.write(`${error.stack}\n`));
   provider.on('grant.error', (ctx, error) => (ctx.state.failure = error));
   return provider;
 }
 
-function configuration(service, { clientId, clientSecret }, store, conduct) {
+function configuration(service, { clientId, clientSecret }, store, behaviour) {
   const client = {
     client_id: clientId,
     client_secret: clientSecret,
@@ -56,16 +56,16 @@ function configuration(service, { clientId, clientSecret }, store, conduct) {
     clockTolerance: 0,
     interactions: { url: (_, interaction) => `/consent/${interaction.uid}` },
     findAccount: (_, accountId) => ({ accountId, claims: () => ({ sub: accountId }) }),
-    // Only what was granted in this authorization; nothing is remembered from earlier ones.
+    // Only the grant of this authorization; earlier ones are not reused.
     loadExistingGrant: ({ oidc }) => {
       const grantId = oidc.result?.consent?.grantId;
       return grantId && oidc.provider.Grant.find(grantId);
     },
     expiresWithSession: () => false,
     issueRefreshToken: (_, __, { grantId }) => store.grantsWithRefreshToken.has(grantId),
-    rotateRefreshToken: () => conduct.rotation !== 'keep',
+    rotateRefreshToken: () => behaviour.rotation !== 'keep',
     ttl: {
-      AccessToken: () => conduct.lifetime,
+      AccessToken: () => behaviour.lifetime,
       AuthorizationCode: kSecondsOfCode,
       Grant: kSecondsOfGrant,
       Interaction: kSecondsOfConsent,
@@ -80,29 +80,29 @@ function configuration(service, { clientId, clientSecret }, store, conduct) {
   };
 }
 
-// The provider's own choice is made all the same, as it does more than choose.
-function nameTokens(Model, choose, { issued }) {
+// The provider's own function is still called, because it does more than generate the value.
+function setTokenFormat(Model, generate, { issued }) {
   const { generateTokenId } = Model.prototype;
   Model.prototype.generateTokenId = function () {
     generateTokenId.call(this);
-    const token = choose();
+    const token = generate();
     issued.push(token);
     return token;
   };
 }
 
-async function dressUp(ctx, next, service, conduct) {
+async function adaptResponse(ctx, next, service, behaviour) {
   const isTokenRequest = ctx.path === splitAddress(service.token).path;
   if (isTokenRequest) ctx.req.headers.accept = 'application/json';
   await next();
   ctx.remove('Set-Cookie');
   if (!isTokenRequest) return;
   const grantType = ctx.oidc?.params?.grant_type;
-  if (grantType === 'authorization_code') conduct.counters.exchanges += 1;
-  if (grantType === 'refresh_token') conduct.counters.refreshes += 1;
+  if (grantType === 'authorization_code') behaviour.counters.exchanges += 1;
+  if (grantType === 'refresh_token') behaviour.counters.refreshes += 1;
   if (ctx.status !== 200) {
-    conduct.counters.refused += 1;
-    dressUpFailure(ctx, service, grantType);
+    behaviour.counters.refused += 1;
+    adaptFailure(ctx, service, grantType);
     return;
   }
   const { RotatedRefreshToken, Account } = ctx.oidc.entities;
@@ -113,14 +113,14 @@ async function dressUp(ctx, next, service, conduct) {
   });
 }
 
-function dressUpFailure(ctx, service, grantType) {
+function adaptFailure(ctx, service, grantType) {
   if (ctx.status >= 500) return;
   const { error, error_description: description } = ctx.body;
   const about = subjectOf(error, ctx.state.failure?.error_detail, grantType);
   [ctx.status, ctx.body] = service.failure({ error, about, description });
 }
 
-/** What a failure is about; `detail` is the provider's word for it. */
+/** What a failure is about; `detail` is the provider's description. */
 function subjectOf(error, detail, grantType) {
   switch (error) {
     case 'invalid_client':

@@ -1,5 +1,5 @@
-// How the authorization servers of the four services differ: addresses, scopes, the looks of their
-// tokens, what makes them give a refresh token, and how they put success and failure.
+// The differences between the authorization servers of the four services: addresses, scopes, the
+// format of tokens, the conditions for a refresh token, and the JSON of success and failure.
 
 import { randomBytes, randomUUID } from 'node:crypto';
 import { accountId } from '../dropbox.mjs';
@@ -35,8 +35,8 @@ const google = {
     query.has('prompt') && query.has('approval_prompt')
       ? 'Conflict params: approval_prompt and prompt'
       : undefined,
-  success: (answer, { refreshed, rotated }) =>
-    refreshed && !rotated ? without(answer, 'refresh_token') : answer,
+  success: (json, { refreshed, rotated }) =>
+    refreshed && !rotated ? without(json, 'refresh_token') : json,
   failure({ error, about }) {
     if (error === 'invalid_client') return [401, { error, error_description: 'Unauthorized' }];
     if (about === 'redirect_uri')
@@ -64,7 +64,7 @@ const amazon = {
     refresh: () => `Atzr|${random(340)}`,
   },
   givesRefreshToken: () => true,
-  success: (answer) => ({ ...answer, token_type: 'bearer' }),
+  success: (json) => ({ ...json, token_type: 'bearer' }),
   failure({ error, about, description }) {
     const texts = {
       code: 'The request has an invalid grant parameter : code',
@@ -112,7 +112,7 @@ const microsoft = {
     refresh: () => `M.C${random(800, `${kLetters}*!$`)}`,
   },
   givesRefreshToken: (query) => (query.get('scope') ?? '').split(' ').includes('offline_access'),
-  success: (answer) => ({ ...answer, ext_expires_in: answer.expires_in }),
+  success: (json) => ({ ...json, ext_expires_in: json.expires_in }),
   failure({ error, about, description }) {
     const [number, text] = kMicrosoftFailures[about] ?? [900144, description];
     const traceId = randomUUID();
@@ -145,7 +145,7 @@ const dropbox = {
     ...['account_info.read', 'files.content.read', 'files.content.write'],
     ...['files.metadata.read', 'files.metadata.write'],
   ],
-  scopeMayBeMissing: true, // it then is all that the application was set up with
+  scopeMayBeMissing: true, // the default is all scopes of the application
   lifetime: 14400,
   rotation: 'keep',
   tokens: {
@@ -154,8 +154,8 @@ const dropbox = {
     refresh: () => random(64),
   },
   givesRefreshToken: (query) => query.get('token_access_type') === 'offline',
-  success(answer, { refreshed, rotated, account }) {
-    const common = { ...answer, token_type: 'bearer' };
+  success(json, { refreshed, rotated, account }) {
+    const common = { ...json, token_type: 'bearer' };
     if (refreshed) return rotated ? common : without(common, 'refresh_token');
     return { ...common, account_id: accountId(account) };
   },

@@ -1,18 +1,18 @@
-// What one authorization server remembers: codes, tokens, grants and consent pages in progress.
+// The records of one authorization server: codes, tokens, grants and consent pages in progress.
 
 export class Store {
   #records = new Map(); // model -> id -> record
   #refreshTokensWorkOnce;
 
-  /** The ids of the grants whose code is worth a refresh token, too. */
+  /** The ids of the grants for which a refresh token is issued too. */
   grantsWithRefreshToken = new Set();
 
-  /** `refreshTokensWorkOnce` tells whether one that gets replaced is used up by that. */
+  /** `refreshTokensWorkOnce` returns whether a refresh token is invalid once it is replaced. */
   constructor({ refreshTokensWorkOnce }) {
     this.#refreshTokensWorkOnce = refreshTokensWorkOnce;
   }
 
-  /** What oidc-provider asks for: the storage of one of its models. */
+  /** The storage of one of oidc-provider's models, with the interface that it requires. */
   adapter(model) {
     const records = this.#of(model);
     return {

@@ -1,14 +1,14 @@
 /*
- * A host program in C: an account of one of the four drives, from the consent on.
+ * A host program in C: links an account of one of the four drives and makes a folder.
  *
- *   drive_host SERVICE url          prints where the account's holder gives consent
- *   drive_host SERVICE make NAME    takes the authorization code from standard input, makes a
- *                                   folder at the top of the drive and lists what is there
+ *   drive_host SERVICE url          prints the authorization address
+ *   drive_host SERVICE make NAME    reads the authorization code from standard input, makes a
+ *                                   folder in the root folder and lists the root folder
  *
- * SERVICE is google_drive, one_drive, dropbox or amazon_drive. "make" prints "code N", N being the
- * result of the first call that failed or of the last one, and then a line for each folder. Proxy
- * and verbosity come from HOST_ variables. Ends with 1 if the library breaks a promise, with 2 on
- * bad usage.
+ * SERVICE is google_drive, one_drive, dropbox or amazon_drive. "make" prints "code N", where N is
+ * the result of the first call that failed or of the last one, and then a line for each folder.
+ * Proxy and verbosity are read from HOST_ variables. Exits with 1 if the library breaks a promise,
+ * with 2 on bad usage.
  */
 #include <libvemlo.h>
 #include <stdio.h>
@@ -28,13 +28,13 @@ typedef struct Service {
   int (*create)(session *, const directory *, const char *, directory **);
 } Service;
 
-/* Dropbox hands out no refresh token ... */
+/* For Dropbox the library returns no refresh token. */
 static int getDropboxToken(session *opened, const char *code, char **access, char **refresh) {
   *refresh = NULL;
   return dropbox_get_token(opened, code, access);
 }
 
-/* ... and needs no question for its root. */
+/* The root of Dropbox has a fixed id, so that no call is needed. */
 static int getDropboxRoot(session *opened, directory **root) {
   (void)opened;
   *root = calloc(1, sizeof **root);

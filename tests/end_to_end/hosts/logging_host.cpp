@@ -1,8 +1,8 @@
-// A host program that uses the same logger as the library, and has set it up before.
+// A host program that uses the same logger as the library and initialises it first.
 //
 //   logging_host ENDPOINT
 //
-// Prints "code N" for a listing that is refused.
+// Prints "code N" for a listing that the service refuses.
 #include <glog/logging.h>
 #include <libvemlo.h>
 

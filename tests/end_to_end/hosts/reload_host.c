@@ -1,10 +1,9 @@
 /*
- * A host program in C that loads the library at run time, uses it, unloads it, and does the same
- * again.
+ * A host program in C that twice loads the library at run time, uses it and unloads it.
  *
  *   reload_host LIBRARY ENDPOINT
  *
- * Prints "code N" for each listing. Keys come from HOST_ACCESS_KEY and HOST_SECRET_KEY.
+ * Prints "code N" for each listing. Keys are read from HOST_ACCESS_KEY and HOST_SECRET_KEY.
  */
 #include <dlfcn.h>
 #include <libvemlo.h>
@@ -19,7 +18,7 @@ typedef int (*ListFunction)(session *, char ***, int *);
 typedef void (*CleanupFunction)(session *);
 typedef void (*FreeFunction)(char **, int);
 
-/* ISO C has no conversion from what dlsym() returns to a function; the bytes are the same. */
+/* ISO C has no conversion from the result of dlsym() to a function pointer, so it is copied. */
 static void find(void *library, const char *name, void *function) {
   void *symbol = dlsym(library, name);
   if (symbol == NULL) exit(1);

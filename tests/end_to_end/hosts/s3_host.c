@@ -1,11 +1,11 @@
 /*
- * A host program in C: one session with S3, one call, the result on standard output.
+ * A host program in C: makes one call in one S3 session and prints the result.
  *
  *   s3_host ENDPOINT REGION list
  *   s3_host ENDPOINT REGION create NAME LOCATION
  *
- * Prints "code N" and, after a listing, a line for each bucket. Keys and proxy come from HOST_
- * variables. Ends with 1 if the library breaks a promise, with 2 on bad usage.
+ * Prints "code N" and, after a listing, a line for each bucket. Keys and proxy are read from HOST_
+ * variables. Exits with 1 if the library breaks a promise, with 2 on bad usage.
  */
 #include <libvemlo.h>
 #include <stdio.h>

@@ -1,7 +1,7 @@
 /*
- * A host program in C that opens and closes sessions of all six services, with and without a proxy,
- * also one in place of the other and several at once. Says nothing and ends with 0, or names the
- * first thing that went wrong.
+ * A host program in C that opens sessions of all six services, with and without a proxy, several at
+ * once, and closes each with the cleanup function of any service. Exits with 0 without output, or
+ * prints the first failure.
  */
 #include <libvemlo.h>
 #include <stdio.h>
@@ -46,7 +46,7 @@ static int openAll(session **sessions) {
   return 1;
 }
 
-/* A session that is not one of S3 has no buckets to offer, and nothing to say about it. */
+/* In a session of another service, the functions of S3 fail with -1. */
 static int refusesBuckets(session *other) {
   char **buckets = NULL;
   int count = 0;
@@ -70,7 +70,7 @@ int main(void) {
     for (i = kProxies; i < kSessions; ++i) {
       if (!refusesBuckets(sessions[i])) return fail("a session took another's call");
     }
-    /* The cleanups are interchangeable: in each round another one closes each session. */
+    /* The cleanup functions are interchangeable: each round uses another one for each session. */
     for (i = 0; i < kSessions; ++i) kCleanups[(i / kProxies + round) % kServices](sessions[i]);
   }
   for (i = 0; i < kServices; ++i) kCleanups[i](NULL);

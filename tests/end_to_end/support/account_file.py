@@ -1,4 +1,4 @@
-"""The file in which the command-line tool keeps linked accounts, in a folder of the test's own."""
+"""The command-line tool's file of linked accounts, in a temporary folder for each test."""
 
 import json
 import os
@@ -25,12 +25,12 @@ class AccountFileTest(ToolTest):
         return json.loads(self.file.read_text(encoding="utf-8"))
 
     def keep(self, text):
-        """Puts a text into the file, whatever it is."""
+        """Writes any text to the file."""
         self.folder.mkdir(exist_ok=True)
         self.file.write_text(text, encoding="utf-8")
 
     def keep_accounts(self, *services):
-        """Accounts of these services, with tokens that are none, and how they look in the file."""
+        """Writes accounts of these services with empty tokens; returns the content as an object."""
         accounts = {
             service: {"linked": f"2026-0{month}-01T00:00:00Z", "accessToken": "", "refreshToken": ""}
             for month, service in enumerate(services, 1)
@@ -39,7 +39,7 @@ class AccountFileTest(ToolTest):
         return accounts
 
     def assert_private(self):
-        """The file and its folder are for their owner alone, and nothing was left beside it."""
+        """Only the owner may access the file and its folder, which has no temporary files."""
         for path, mode in ((self.folder, 0o700), (self.file, 0o600)):
             self.assertEqual(stat.S_IMODE(path.stat().st_mode), mode)
         self.assertEqual(sorted(os.listdir(self.folder)), ["accounts.json", "accounts.lock"])

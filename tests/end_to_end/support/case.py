@@ -1,4 +1,4 @@
-"""What the test cases share."""
+"""Base class and decorator of the test cases."""
 
 import sys
 import unittest
@@ -6,11 +6,11 @@ import unittest
 
 class LibraryTest(unittest.TestCase):
     def assert_done(self, outcome):
-        """Success, and not a word about it."""
+        """Success without a log line."""
         self.assertEqual((outcome.log.text, outcome.code), ("", 0))
 
     def assert_failed(self, outcome, code, exception=None, status=0):
-        """The code, the one line of the log that repeats it, and outs as they were."""
+        """The code, one log line with the same code, and unchanged out-parameters."""
         error = outcome.log.service_error()
         self.assertEqual((outcome.code, error.code), (code, code))
         self.assertEqual(error.status, status)
@@ -23,9 +23,9 @@ class LibraryTest(unittest.TestCase):
 
 
 def for_each_server(case):
-    """A class decorator: the tests of `case` once for every S3 server, in classes of their own.
+    """A class decorator: adds a class with the tests of `case` for each S3 server.
 
-    They are put into the module of `case`, named for the server.
+    The classes are added to the module of `case`; their names end with that of the server.
     """
     module = sys.modules[case.__module__]
     for server in ("radosgw", "swift"):

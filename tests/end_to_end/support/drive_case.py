@@ -1,4 +1,4 @@
-"""What the test cases about drives share."""
+"""Base class, decorator and helpers of the test cases about drives."""
 
 import functools
 import sys
@@ -12,11 +12,11 @@ from .libvemlo import proxy_setting
 from .trust import trust_sandbox
 
 API, TOKEN = "api", "token"
-NO_PROXY_THERE = 1
+PORT_WITHOUT_PROXY = 1
 
 
 class DriveTest(LibraryTest):
-    """With a drive of the test's own at every service. `drive` is the one that it is about."""
+    """Each test has its own account at every service. `drive` is the drive under test."""
 
     drive = None
 
@@ -31,11 +31,11 @@ class DriveTest(LibraryTest):
         return self.enterContext(DriveSession(drive or self.drive, proxy))
 
     def consent(self, session, **decision):
-        """What the redirect page is told, once the holder has decided."""
+        """The query of the redirect page after the account holder's decision."""
         return drives.query_of(drives.consent(session.authorize_url(), self.holder, **decision))
 
     def link(self, session):
-        """Returns the tokens, and forgets the requests that were needed."""
+        """Links the account, clears the log of requests and returns the tokens."""
         exchanged = session.get_token(self.consent(session)["code"])
         self.assert_done(exchanged)
         sandbox.control("DELETE", "log")
@@ -50,7 +50,7 @@ class DriveTest(LibraryTest):
         return drives.control(what, (drive or self.drive).word, **details)
 
     def seed(self, drive=None, **what):
-        """The ids of the items by name, and by "name/name" what is in them."""
+        """Adds items; returns their ids by name, and the ids of their children by "name/name"."""
         return dict(_paths(self.control("seed", drive, account=self.holder, **what)["items"]))
 
     def configure(self, **settings):
@@ -61,7 +61,7 @@ class DriveTest(LibraryTest):
         return sandbox.control("GET", "tokens", part="drives")[name]["refreshes"]
 
     def calls(self):
-        """All requests since the drive was linked: whether for tokens, and the status."""
+        """All requests since the drive was linked, as pairs of API or TOKEN and the status."""
         token_endpoints = {
             service["tokenEndpoint"] for service in sandbox.state()["drives"]["services"].values()
         }
@@ -86,12 +86,12 @@ class DriveTest(LibraryTest):
         self.assertEqual([folder.name for folder in listed.value], names)
 
     def assert_call_failed(self, outcome, *lines):
-        """Code 1, and lines of the log that begin so, in this order and no others."""
+        """Code 1, and exactly the log lines that start with `lines`, in this order."""
         self.assertEqual((outcome.code, outcome.value), (1, None))
         self.assert_lines(outcome.log, lines)
 
     def assert_lines(self, log, beginnings, order=list):
-        """Nothing but errors that begin so, in this order or in another to be brought into it."""
+        """Exactly the errors that start with `beginnings`; `order` is applied to both lists."""
         errors = order(log.records("E"))
         self.assertEqual((len(errors), len(log.lines)), (len(beginnings),) * 2, log.text)
         for error, beginning in zip(errors, order(beginnings)):
@@ -107,7 +107,7 @@ def _paths(items, begin=""):
 
 
 def for_each_drive(case):
-    """A class decorator: the tests of `case` once for every drive, in classes of their own."""
+    """A class decorator: adds a class with the tests of `case` for each drive."""
     module = sys.modules[case.__module__]
     for drive in DRIVES:
         name = f"{case.__name__}On{drive.family.title().replace('_', '')}"
@@ -117,23 +117,23 @@ def for_each_drive(case):
 
 
 def listings(sessions, parents):
-    """Functions that list a folder in each session, for threads to run."""
+    """Functions that each list a folder in one of the sessions, for use in threads."""
     return [
         functools.partial(session.folders_quietly, parent)
         for session, parent in zip(sessions, parents)
     ]
 
 
-def at_once(*works):
-    """What the functions return, each having run in a thread of its own, begun together."""
-    start = threading.Barrier(len(works))
-    results = [None] * len(works)
+def at_once(*functions):
+    """Runs each function in a thread of its own, started together; returns their results."""
+    start = threading.Barrier(len(functions))
+    results = [None] * len(functions)
 
-    def run(index, work):
+    def run(index, function):
         start.wait()
-        results[index] = work()
+        results[index] = function()
 
-    threads = [threading.Thread(target=run, args=item) for item in enumerate(works)]
+    threads = [threading.Thread(target=run, args=item) for item in enumerate(functions)]
     for thread in threads:
         thread.start()
     for thread in threads:

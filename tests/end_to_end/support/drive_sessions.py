@@ -1,4 +1,4 @@
-"""Sessions with the four drives, through the C interface alone."""
+"""Sessions with the four drives, through the C interface only."""
 
 import contextlib
 import ctypes
@@ -7,15 +7,15 @@ from typing import Any, NamedTuple
 
 from . import log
 from .folders import Directory, DirectoryArray
-from .libvemlo import load
+from .libvemlo import UNTOUCHED_COUNT, load
 
 
 class Drive(NamedTuple):
-    # The command-line tool's word for it.
+    # Its name in the command-line tool.
     word: str
-    # What the names of its functions begin with.
+    # The prefix of its functions.
     family: str
-    # The result of a code that is not accepted.
+    # The result for an authorization code that is refused.
     exchange_failed: int
     has_refresh_token: bool = True
 
@@ -26,8 +26,6 @@ DROPBOX = Drive("dropbox", "dropbox", 343, has_refresh_token=False)
 AMAZON_DRIVE = Drive("amazon-drive", "amazon_drive", 340)
 DRIVES = (GOOGLE_DRIVE, ONE_DRIVE, DROPBOX, AMAZON_DRIVE)
 
-UNTOUCHED_COUNT = -77
-
 
 class Folder(NamedTuple):
     id: bytes
@@ -36,13 +34,13 @@ class Folder(NamedTuple):
 
 class Outcome(NamedTuple):
     code: int
-    # What the outs were given; None if nothing.
+    # The value of the out-parameters; None after a failure.
     value: Any
     log: log.Log
 
 
 def logged(call):
-    """Of a method that returns a code and a value: the same with the log of it."""
+    """A decorator of methods that return a code and a value: adds the log to the outcome."""
 
     @functools.wraps(call)
     def with_log(*arguments):
@@ -54,7 +52,8 @@ def logged(call):
 
 
 class DriveSession:
-    """Closed at the end of a `with`. The names of calls that threads may share end in _quietly."""
+    """Closed at the end of a `with`. Only methods named ..._quietly may run in several threads,
+    because they do not capture the log."""
 
     def __init__(self, drive, proxy):
         self.drive = drive
@@ -100,7 +99,7 @@ class DriveSession:
         self.handle = None
 
     def _taken(self, text):
-        """The content of a text that the library has handed out."""
+        """The content of a string that the library returned; releases the string."""
         try:
             return None if text.value is None else ctypes.string_at(text.value).decode()
         finally:
@@ -119,12 +118,12 @@ class DriveSession:
     def authorize_url(self):
         url = ctypes.c_void_p()
         code = self._function("get_authorize_url")(self.handle, ctypes.byref(url))
-        assert code == 0, "there is no way for this to fail"
+        assert code == 0, "making the address cannot fail"
         return self._taken(url)
 
     @logged
     def get_token(self, code):
-        """The value is a list: the access token and, where the service's hosts get one, the refresh
+        """The value is a list of the access token and, if the function returns one, the refresh
         token."""
         tokens = [ctypes.c_void_p() for _ in self._function("set_token").argtypes[1:]]
         outs = [ctypes.byref(token) for token in tokens]
@@ -172,7 +171,7 @@ class DriveSession:
         )
         return code, self._taken_folder(code, record)
 
-    # Amazon Drive alone
+    # Amazon Drive only
 
     @logged
     def get_endpoint(self):

@@ -1,4 +1,4 @@
-"""The drives of the sandbox: who has an account, what it holds, and its tokens."""
+"""The sandbox's control over its drives, and the consent of an account holder."""
 
 import ctypes
 import os
@@ -8,7 +8,7 @@ import urllib.request
 
 from . import sandbox
 
-# The sandbox's name of each service, by the command-line tool's.
+# The sandbox's name of each service, by the name in the command-line tool.
 NAMES = {
     "google-drive": "google",
     "onedrive": "microsoft",
@@ -18,13 +18,13 @@ NAMES = {
 
 
 def control(what, service, **details):
-    """Has the sandbox do something to a service."""
+    """One request to the control endpoint of the drives."""
     body = {"service": NAMES[service], **details}
     return sandbox.control("POST", what, body, part="drives")
 
 
 def consent(url, account, decision="allow"):
-    """Opens an authorization address as the account's holder would, and decides there.
+    """Opens an authorization address and submits the account holder's decision.
 
     Returns the address of the redirect page.
     """
@@ -48,7 +48,7 @@ def query_of(url):
 
 
 def deciphered(text):
-    """What the library's encrypt_string() made `text` from."""
+    """The plain text of `text`, which encrypt_string() of the library has encrypted."""
     library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
     library.decrypt_string.argtypes = [ctypes.c_char_p]
     library.decrypt_string.restype = ctypes.c_void_p

@@ -1,4 +1,4 @@
-"""The result codes of the object stores that these tests meet, as the manual for hosts has them."""
+"""The result codes for object stores that occur in these tests, as documented for hosts."""
 
 import enum
 import pathlib
@@ -24,6 +24,6 @@ class Code(enum.IntEnum):
 
 
 def documented():
-    """What the manual says, number -> name, from rows such as `| 13 | SignatureMismatch |`."""
+    """The documented codes, number -> name, from rows such as `| 13 | SignatureMismatch |`."""
     row = re.compile(r"^\|\s*`?(\d+)`?\s*\|\s*`?(\w+)`?\s*\|", re.MULTILINE)
     return {int(number): name for number, name in row.findall(MANUAL.read_text())}

@@ -4,7 +4,7 @@ import ctypes
 from typing import NamedTuple, Optional
 
 from . import log
-from .libvemlo import BucketArray, S3Session, load
+from .libvemlo import UNTOUCHED_COUNT, BucketArray, Creation, S3Session, load
 
 
 class Directory(ctypes.Structure):
@@ -19,10 +19,6 @@ class Folders(NamedTuple):
     names: list
     log: Optional[log.Log]
 
-
-class Made(NamedTuple):
-    code: int
-    log: Optional[log.Log]
 
 
 def declare(library, service):
@@ -40,12 +36,13 @@ def declare(library, service):
 
 
 class FolderCalls:
-    """Of a session of `service`; names are bytes, as they need not be valid text."""
+    """The folder functions of a session of `service`. Names are bytes, because they need not be
+    valid text."""
 
     service = None
 
     def folders(self, bucket, prefix=b""):
-        entries, count = DirectoryArray(), ctypes.c_int(-77)
+        entries, count = DirectoryArray(), ctypes.c_int(UNTOUCHED_COUNT)
         call = getattr(self.vemlo, f"{self.service}_list_directory")
         with log.captured() as capture:
             code = call(
@@ -63,7 +60,7 @@ class FolderCalls:
             code = getattr(self.vemlo, f"{self.service}_create_directory")(
                 self.handle, bucket.encode(), path
             )
-        return Made(code, capture.log)
+        return Creation(code, capture.log)
 
 
 class S3Folders(FolderCalls, S3Session):
@@ -95,7 +92,7 @@ class AzureSession(FolderCalls):
         self.vemlo.libvemlo_global_cleanup()
 
     def containers(self):
-        names, count = BucketArray(), ctypes.c_int(-77)
+        names, count = BucketArray(), ctypes.c_int(UNTOUCHED_COUNT)
         with log.captured() as capture:
             code = self.vemlo.azure_ssb_list_bucket(
                 self.handle, ctypes.byref(names), ctypes.byref(count)
@@ -109,16 +106,16 @@ class AzureSession(FolderCalls):
     def make_container(self, name):
         with log.captured() as capture:
             code = self.vemlo.azure_ssb_create_bucket(self.handle, name.encode())
-        return Made(code, capture.log)
+        return Creation(code, capture.log)
 
 
-# What goes in must come out, byte for byte.
+# Names that must be returned byte for byte.
 ODD_NAMES = [
     text.encode()
     for text in (
-        " leading blank", "trailing blank ", "  ", "a&b<c>d\"e'f+g%h", "%41", "a+b", "a=b;c,d",
+        " leading space", "trailing space ", "  ", "a&b<c>d\"e'f+g%h", "%41", "a+b", "a=b;c,d",
         "grüße", "e\u0301t\u00e9", "\u00e9", "e\u0301", "日本", "🗂️", "..a", "#?",
     )
 ]  # fmt: skip
-# XML cannot carry these as they are.
-UNSPEAKABLE_NAMES = ["a\u001bb".encode(), "a\ufffeb".encode()]
+# Names with characters that XML does not allow.
+NAMES_INVALID_IN_XML = ["a\u001bb".encode(), "a\ufffeb".encode()]

@@ -1,4 +1,4 @@
-"""The shared library, reached the way a host in Python would: through its C interface alone.
+"""The shared library, used as by a host in Python: through its C interface only.
 
 VEMLO_LIBRARY is its path.
 """
@@ -89,7 +89,7 @@ class S3Session:
         self.vemlo.libvemlo_global_cleanup()
 
     def list_uncaptured(self):
-        """Safe to call from many threads, as capturing is not."""
+        """Like list(), without the log: may run in several threads, unlike capturing."""
         buckets = ctypes.cast(UNTOUCHED_BUCKETS, BucketArray)
         count = ctypes.c_int(UNTOUCHED_COUNT)
         code = self.vemlo.s3_list_bucket(

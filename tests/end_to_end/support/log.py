@@ -1,4 +1,4 @@
-"""What a process that uses the library has written to standard error."""
+"""The text that a process with the library writes to standard error."""
 
 import contextlib
 import os
@@ -17,14 +17,14 @@ ERROR = re.compile(
     r"\{ Error type: (\d+), Exception: (.*?), Message: (.*), "
     r"HttpResponseCode: (-?\d+), Retryable: ([01]) \}"
 )
-# A signature or a key of a day is 64 hexadecimal digits; the rest are words around them.
+# A signature or a signing key has 64 hexadecimal digits; the rest are texts beside them.
 CONFIDENTIAL = re.compile(
     r"\b[0-9a-f]{64}\b|AWS4-HMAC|Signature=|Credential=|authorization\s*[:=]", re.IGNORECASE
 )
 
 
 class ServiceError(NamedTuple):
-    """An error's one-line form, taken apart."""
+    """The fields of an error's one-line form."""
 
     code: int
     exception: str
@@ -34,7 +34,7 @@ class ServiceError(NamedTuple):
 
 
 class Log:
-    """Refuses to be made of a text that gives away a secret."""
+    """The lines of a log. The constructor raises an AssertionError if the text shows a secret."""
 
     def __init__(self, text):
         found = CONFIDENTIAL.search(text)
@@ -51,7 +51,7 @@ class Log:
         return [match["message"] for match in matches if match and match["severity"] == severity]
 
     def service_error(self):
-        """The one error that there must be, and nothing else beside it."""
+        """The only error; the log must have no other line."""
         errors = self.records("E")
         if len(self.lines) != 1 or len(errors) != 1:
             raise AssertionError(f"expected one ERROR line, got: {self.text!r}")
@@ -68,7 +68,7 @@ class Capture:
 
 @contextlib.contextmanager
 def captured():
-    """Catches what this process, the library in it included, writes to standard error."""
+    """Captures what this process, including the library, writes to standard error."""
     capture = Capture()
     with tempfile.TemporaryFile() as file:
         sys.stderr.flush()

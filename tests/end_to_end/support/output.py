@@ -1,13 +1,13 @@
-"""Everything that the tests' processes, and the programs that they run, have said.
+"""The collected output of the test processes and of the programs that they run.
 
-VEMLO_OUTPUT is the file that collects it, for a last look at all of it.
+VEMLO_OUTPUT is the file that collects it; a test that runs last checks it.
 """
 
 import os
 
 
 def keep(text):
-    """Adds a text. Tests that are run by hand, without the file, do without."""
+    """Adds a text. Does nothing without VEMLO_OUTPUT, as in tests that are run by hand."""
     path = os.environ.get("VEMLO_OUTPUT")
     if path and text:
         with open(path, "a", encoding="utf-8") as file:

@@ -19,7 +19,7 @@ class Result(NamedTuple):
 
     @property
     def code(self):
-        """The library's result code, as the host programs print it."""
+        """The library's result code, which the host programs print."""
         first = self.output.split("\n")[0]
         return int(first.removeprefix("code "))
 
@@ -29,12 +29,12 @@ class Result(NamedTuple):
 
 
 def run(command, environment=None, **options):
-    """Runs a program to its end, without the variables that are about it or about proxies."""
-    about_them = ("VEMLO_", "HOST_", "SSL_CERT_")
+    """Runs a program without inherited variables that affect it or select a proxy."""
+    removed_prefixes = ("VEMLO_", "HOST_", "SSL_CERT_")
     clean = {
         name: value
         for name, value in os.environ.items()
-        if not name.startswith(about_them) and not name.lower().endswith("_proxy")
+        if not name.startswith(removed_prefixes) and not name.lower().endswith("_proxy")
     }
     if "input" not in options:
         options["stdin"] = subprocess.DEVNULL
@@ -48,7 +48,7 @@ def run(command, environment=None, **options):
 
 
 def run_host(name, *arguments, environment=None, **options):
-    """Runs one of the host programs, which must find that the library keeps its promises."""
+    """Runs one of the host programs, which must not detect a broken promise of the library."""
     program = pathlib.Path(os.environ["VEMLO_HOSTS"]) / name
     result = run([program, *arguments], environment, **options)
     if result.status != 0:

@@ -15,13 +15,13 @@ SECRET_MEMBERS = ("secretKey", "otherSecretKey", "proxyPassword")
 
 @functools.lru_cache(maxsize=None)
 def state():
-    """What is running. Without a sandbox the tests that need one fail."""
+    """The state of the running sandbox. Fails if there is none."""
     with open(os.environ["VEMLO_SANDBOX_STATE"], encoding="utf-8") as file:
         return json.load(file)
 
 
 def secrets():
-    """Every secret that the library is given in these tests."""
+    """Every secret that these tests pass to the library."""
     parts = [part for part in state().values() if isinstance(part, dict)]
     found = [part[name] for part in parts for name in SECRET_MEMBERS if name in part]
     if "internet" in state():
@@ -36,11 +36,11 @@ class Account(NamedTuple):
     secret_key: str
 
     def independent_client(self):
-        """A client of somebody else's making, to look at the store with other eyes."""
+        """boto3, for a view of the store that does not depend on the library."""
         import boto3
         from botocore.config import Config
 
-        # No proxies: an empty choice, unlike none, keeps it from asking the environment.
+        # An empty set of proxies keeps boto3 from reading those of the environment; None does not.
         config = Config(s3={"addressing_style": "path"}, retries={"max_attempts": 0}, proxies={})
         return boto3.client(
             "s3", endpoint_url=self.endpoint, region_name="us-east-1", config=config,
@@ -48,7 +48,7 @@ class Account(NamedTuple):
         )  # fmt: skip
 
     def bucket_names(self):
-        """As the independent client gets them."""
+        """The names that the independent client lists."""
         with contextlib.closing(self.independent_client()) as client:
             return [bucket["Name"] for bucket in client.list_buckets()["Buckets"]]
 
@@ -76,7 +76,7 @@ def new_bucket_name():
 
 
 def control(method, what, body=None, part="internet"):
-    """Asks the control endpoint of the loopback internet, or of the drives."""
+    """One request to the control endpoint of the loopback internet, or of the drives."""
     request = urllib.request.Request(
         f"{state()[part]['control']}/{what}",
         method=method,
@@ -90,13 +90,13 @@ def control(method, what, body=None, part="internet"):
 
 
 def reset_internet():
-    """Forgets faults, routes and requests of earlier tests."""
+    """Clears the faults, routes and logged requests of earlier tests."""
     for what in ("faults", "routes", "log"):
         control("DELETE", what)
 
 
 def requests():
-    """What has gone through the proxies, the tunnels' CONNECT left out."""
+    """The requests that went through the proxies, without CONNECT."""
     return [entry for entry in control("GET", "log") if entry["method"] != "CONNECT"]
 
 

@@ -1,4 +1,4 @@
-"""A loopback server that answers every request with bytes of a test's choosing."""
+"""A loopback server that responds to every request with bytes given by a test."""
 
 import contextlib
 import socket
@@ -10,12 +10,12 @@ from .sandbox import MADE_UP_SECRET, Account
 class ScriptedServer:
     """Serves one connection after the other until the end of a `with`.
 
-    `answer` is bytes, or is called with the connection once a request's head has arrived and sends
-    what it likes. The connection is closed after it.
+    `response` is bytes, or a function that is called with the connection once the head of a request
+    has arrived and that sends the response. The connection is closed afterwards.
     """
 
-    def __init__(self, answer):
-        self.answer = _sends(answer) if isinstance(answer, bytes) else answer
+    def __init__(self, response):
+        self.respond = _sends(response) if isinstance(response, bytes) else response
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.thread = threading.Thread(target=self._serve)
 
@@ -39,15 +39,15 @@ class ScriptedServer:
                 connection, _ = self.listener.accept()
             except OSError:  # shut down
                 return
-            # Clients that break off are what some tests are about.
+            # In some tests the client closes the connection early.
             with connection, contextlib.suppress(ConnectionError):
-                self._take_head(connection)
-                self.answer(connection)
+                self._receive_head(connection)
+                self.respond(connection)
 
     @staticmethod
-    def _take_head(connection):
+    def _receive_head(connection):
         head = b""
-        # What begins so wants to talk TLS, and will not go on before it has an answer.
+        # This byte starts a TLS handshake, in which the client waits for a response.
         while b"\r\n\r\n" not in head and not head.startswith(b"\x16"):
             received = connection.recv(65536)
             if not received:
@@ -59,21 +59,21 @@ def _sends(content):
     return lambda connection: connection.sendall(content)
 
 
-def http_answer(body, status="200 OK", promised=None):
-    """An answer of one piece; `promised` is the length that it claims to have."""
-    length = len(body) if promised is None else promised
+def http_response(body, status="200 OK", declared=None):
+    """A whole response; `declared` is the Content-Length if it is not that of the body."""
+    length = len(body) if declared is None else declared
     head = f"HTTP/1.1 {status}\r\nContent-Length: {length}\r\nConnection: close\r\n\r\n"
     return head.encode() + body
 
 
-def repeated(head, piece, times=None):
-    """An `answer` that sends `head` and then `piece` as often as said, or without end."""
+def repeated(head, chunk, times=None):
+    """For ScriptedServer: sends `head` and then `chunk`, `times` times or endlessly."""
 
-    def answer(connection):
+    def respond(connection):
         connection.sendall(head)
         sent = 0
         while times is None or sent < times:
-            connection.sendall(piece)
+            connection.sendall(chunk)
             sent += 1
 
-    return answer
+    return respond

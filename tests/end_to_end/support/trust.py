@@ -1,4 +1,4 @@
-"""Certificates: whom the process under test is told to trust."""
+"""Trusted certificates for the process under test."""
 
 import os
 import pathlib
@@ -9,19 +9,19 @@ from . import sandbox
 
 
 def trust_sandbox():
-    """For this process. To be called before the library makes its first TLS connection."""
+    """Trusts the sandbox in this process. Must be called before the first TLS connection."""
     os.environ["SSL_CERT_FILE"] = sandbox.state()["internet"]["caFile"]
 
 
 def hashed_folder(folder):
-    """Makes of `folder` what OpenSSL takes for a folder of trusted certificates."""
+    """Fills `folder` as OpenSSL requires of a folder of trusted certificates; returns its path."""
     shutil.copy(sandbox.state()["internet"]["caFile"], pathlib.Path(folder) / "authority.pem")
     subprocess.run(["openssl", "rehash", folder], check=True, capture_output=True)
     return str(folder)
 
 
 def foreign_authority(folder):
-    """The certificate of an authority that has issued nothing."""
+    """A file with the certificate of an authority that has issued no certificate."""
     certificate = pathlib.Path(folder) / "foreign.pem"
     subprocess.run(
         [

@@ -1,4 +1,5 @@
-// What judges of the emulated drives share. They run inside a sandbox with drives and internet.
+// The common part of the independent clients that check the emulated drives. They run in a sandbox
+// with the parts drives and internet.
 
 import { execFile } from 'node:child_process';
 import { mkdtempSync, readFileSync } from 'node:fs';
@@ -11,7 +12,7 @@ const sandbox = support.runningSandbox();
 const { drives, folder, internet } = sandbox;
 const kProxy = `http://${internet.proxyHost}:${internet.proxyPort}`;
 
-/** Everything on the way to the public hosts. */
+/** Sends the requests of undici's fetch through the proxy. */
 export const dispatcher = new ProxyAgent({
   uri: kProxy,
   requestTls: { ca: readFileSync(internet.caFile) },
@@ -23,8 +24,8 @@ const proxyVariables = {
   REQUESTS_CA_BUNDLE: internet.caFile,
 };
 
-/** Tells the emulator of a service something about the usual account. */
-export function tell(operation, service, facts) {
+/** One request to the control endpoint of the drives, for the default account of a service. */
+export function controlDrive(operation, service, facts) {
   return support.control(sandbox, 'POST', operation, { service, ...facts });
 }
 
@@ -33,8 +34,8 @@ export function link(service) {
 }
 
 /**
- * rclone with one remote, "judged", of that type. Its access token is an old one, so that it has to
- * get another one first. Returns a function that runs a command and gives the lines it printed.
+ * rclone with one remote, "checked", of that type. Its access token has expired, so that it has to
+ * refresh it first. Returns a function that runs a command and returns the lines of its output.
  */
 export function rclone(type, service, tokens, settings = {}) {
   const { clientId, clientSecret } = drives.services[service];
@@ -47,7 +48,7 @@ export function rclone(type, service, tokens, settings = {}) {
     ...settings,
   };
   const variables = Object.entries(all).map(([name, value]) => [
-    `RCLONE_CONFIG_JUDGED_${name.toUpperCase()}`,
+    `RCLONE_CONFIG_CHECKED_${name.toUpperCase()}`,
     value,
   ]);
   const home = mkdtempSync(join(folder, 'rclone-'));
@@ -67,7 +68,7 @@ export function rclone(type, service, tokens, settings = {}) {
   };
 }
 
-/** Runs a script by Debian's own Python, which has the vendor's client; gives its JSON answer. */
+/** Runs a script with Debian's Python, which has the vendor's client; returns its JSON output. */
 export function python(script, facts) {
   const env = { ...process.env, ...proxyVariables };
   return new Promise((resolve, reject) => {
@@ -79,15 +80,15 @@ export function python(script, facts) {
   });
 }
 
-/** Prints what every question is answered: the value, or what `failure` makes of an error. */
-export async function answerAll(questions, failure) {
-  const answers = {};
-  for (const [question, ask] of Object.entries(questions)) {
+/** Runs every check and prints the results; `describeError` converts an error to a result. */
+export async function printResults(checks, describeError) {
+  const results = {};
+  for (const [name, check] of Object.entries(checks)) {
     try {
-      answers[question] = await ask();
+      results[name] = await check();
     } catch (error) {
-      answers[question] = failure(error);
+      results[name] = describeError(error);
     }
   }
-  process.stdout.write(JSON.stringify(answers));
+  process.stdout.write(JSON.stringify(results));
 }

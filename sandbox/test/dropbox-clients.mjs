@@ -1,15 +1,15 @@
-// Asks the emulator of Dropbox what the tests want to know, as the vendor's own clients and as
-// rclone. Writes one JSON object: question -> answer, or [status, summary of the error].
+// Checks the emulator of Dropbox with the vendor's own clients and rclone. Writes one JSON object:
+// check -> result, or [status, summary of the error].
 
 import { Dropbox } from 'dropbox';
 import { fileURLToPath } from 'node:url';
 import { fetch } from 'undici';
-import { answerAll, dispatcher, link, python, rclone, tell } from './drive-judging.mjs';
+import { controlDrive, dispatcher, link, printResults, python, rclone } from './drive-clients.mjs';
 
-const kPythonJudge = fileURLToPath(new URL('dropbox-judge.py', import.meta.url));
+const kPythonClient = fileURLToPath(new URL('dropbox-client.py', import.meta.url));
 
 const tokens = await link('dropbox');
-await tell('seed', 'dropbox', {
+await controlDrive('seed', 'dropbox', {
   items: [{ name: 'Photos' }, { name: 'a.txt', kind: 'file', size: 4 }],
 });
 
@@ -37,19 +37,19 @@ async function foldersInPages() {
   return entries.filter((entry) => entry['.tag'] === 'folder').map(({ name }) => name);
 }
 
-const questions = {
+const checks = {
   account: async () => (await client.usersGetCurrentAccount()).result.email,
   'JavaScript creates': () => create('/By JavaScript'),
   'JavaScript creates again': () => create('/by javascript'),
   'JavaScript lists nothing': () => client.filesListFolder({ path: '/none' }),
-  'rclone creates': async () => (await remote('mkdir', 'judged:By rclone')) && 'ok',
-  Python: () => python(kPythonJudge, { token: tokens.access_token }),
+  'rclone creates': async () => (await remote('mkdir', 'checked:By rclone')) && 'ok',
+  Python: () => python(kPythonClient, { token: tokens.access_token }),
   'JavaScript lists, page by page': foldersInPages,
-  'rclone lists': () => remote('lsf', 'judged:'),
+  'rclone lists': () => remote('lsf', 'checked:'),
   'wrong token': () => clientWith('wrong').filesListFolder({ path: '' }),
 };
 
-await answerAll(questions, (error) => {
+await printResults(checks, (error) => {
   if (!error.status) throw error;
   return [error.status, error.error.error_summary.replace(/\/\.*$/, '')];
 });

@@ -1,7 +1,7 @@
-// Asks Azurite what the tests want to know, as an independent client: the vendor's own.
+// Checks Azurite with an independent client: the vendor's own.
 //
-// Writes one JSON object: question -> answer, where an answer is what was asked for, "ok" when that
-// is nothing in particular, or [status, error code].
+// Writes one JSON object: check -> result. A result is a list of names, "ok" for other successful
+// calls, or [status, error code].
 
 import { readFileSync } from 'node:fs';
 import { BlobServiceClient, StorageSharedKeyCredential } from '@azure/storage-blob';
@@ -22,10 +22,10 @@ function client({ host, account = azure.accountName, key = azure.accessKey }) {
   );
 }
 
-async function ask(call) {
+async function resultOf(call) {
   try {
-    const answer = await call();
-    return Array.isArray(answer) ? answer : 'ok';
+    const result = await call();
+    return Array.isArray(result) ? result : 'ok';
   } catch (error) {
     if (!error.statusCode) throw error;
     return [error.statusCode, error.code ?? ''];
@@ -51,21 +51,21 @@ const other = client({
   account: azure.otherAccountName,
   key: azure.otherAccessKey,
 });
-const judged = direct.getContainerClient('judged');
+const checked = direct.getContainerClient('checked');
 const content = 'x'.repeat(300000);
 
-const questions = {
+const checks = {
   'wrong key': () => client({ key: azure.otherAccessKey }).getProperties(),
   'wrong key, through the proxy': () =>
     client({ host: azure.host, key: azure.otherAccessKey }).getProperties(),
-  create: () => judged.create(),
-  'own container again': () => judged.create(),
-  'create through the proxy': () => outside.createContainer('judged-outside'),
-  'a third container': () => outside.createContainer('judged-third'),
+  create: () => checked.create(),
+  'own container again': () => checked.create(),
+  'create through the proxy': () => outside.createContainer('checked-outside'),
+  'a third container': () => outside.createContainer('checked-third'),
   containers: () => names(direct.listContainers()),
   'containers through the proxy': () => names(outside.listContainers()),
   'containers by prefix, in pages': () =>
-    pages(outside.listContainers({ prefix: 'judged' }).byPage({ maxPageSize: 2 })),
+    pages(outside.listContainers({ prefix: 'checked' }).byPage({ maxPageSize: 2 })),
   ...Object.fromEntries(
     kDomains.map((domain) => [
       `containers at ${domain}`,
@@ -73,25 +73,25 @@ const questions = {
     ]),
   ),
   'containers of the other account': () => names(other.listContainers()),
-  'the same name in the other account': () => other.createContainer('judged'),
+  'the same name in the other account': () => other.createContainer('checked'),
   "another account's container, by the other key": () =>
     client({ account: azure.otherAccountName, key: azure.otherAccessKey })
-      .getContainerClient('judged')
+      .getContainerClient('checked')
       .getProperties(),
   'an account that does not exist': () =>
     names(client({ host: 'nobody.blob.core.windows.net' }).listContainers()),
   'put through the proxy': () =>
     outside
-      .getContainerClient('judged')
+      .getContainerClient('checked')
       .getBlockBlobClient('a/é &+ b')
       .upload(content, content.length),
-  blobs: () => names(judged.listBlobsFlat()),
-  'blobs through the proxy': () => names(outside.getContainerClient('judged').listBlobsFlat()),
-  folders: () => names(judged.listBlobsByHierarchy('/')),
-  'missing container': () => names(direct.getContainerClient('judged-missing').listBlobsFlat()),
+  blobs: () => names(checked.listBlobsFlat()),
+  'blobs through the proxy': () => names(outside.getContainerClient('checked').listBlobsFlat()),
+  folders: () => names(checked.listBlobsByHierarchy('/')),
+  'missing container': () => names(direct.getContainerClient('checked-missing').listBlobsFlat()),
   'invalid container name': () => direct.createContainer('No Name'),
 };
 
-const answers = {};
-for (const [question, call] of Object.entries(questions)) answers[question] = await ask(call);
-process.stdout.write(JSON.stringify(answers));
+const results = {};
+for (const [check, call] of Object.entries(checks)) results[check] = await resultOf(call);
+process.stdout.write(JSON.stringify(results));

@@ -1,6 +1,6 @@
-"""Asks the emulator of Dropbox, as the vendor's own Python client, which checks every answer.
+"""Checks the emulator of Dropbox with the vendor's Python client, which validates every response.
 
-Reads {"token", "proxy"} as JSON from its input and writes one JSON object: question -> answer.
+Reads {"token", "proxy"} as JSON from standard input and writes one JSON object: check -> result.
 """
 
 import json
@@ -33,17 +33,17 @@ def conflict(call):
 
 
 def main():
-    given = json.load(sys.stdin)
-    session = dropbox.create_session(proxies={"https": given["proxy"]})
-    client = dropbox.Dropbox(given["token"], session=session, max_retries_on_error=0)
-    answers = {
+    arguments = json.load(sys.stdin)
+    session = dropbox.create_session(proxies={"https": arguments["proxy"]})
+    client = dropbox.Dropbox(arguments["token"], session=session, max_retries_on_error=0)
+    results = {
         "account": client.users_get_current_account().email,
         "created": client.files_create_folder_v2("/By Python").metadata.path_display,
         "again": conflict(lambda: client.files_create_folder_v2("/by python")),
         "missing": failure(lambda: client.files_list_folder("/none")).get_path()._tag,
         "folders": names_of_folders(client),
     }
-    json.dump(answers, sys.stdout)
+    json.dump(results, sys.stdout)
 
 
 main()

@@ -1,11 +1,11 @@
-// Asks the emulator of Microsoft Graph what the tests want to know, as the vendor's own client and
-// as rclone. Writes one JSON object: question -> answer, or [status, error code].
+// Checks the emulator of Microsoft Graph with the vendor's own client and rclone. Writes one JSON
+// object: check -> result, or [status, error code].
 
 import { Client, PageIterator } from '@microsoft/microsoft-graph-client';
-import { answerAll, dispatcher, link, rclone, tell } from './drive-judging.mjs';
+import { controlDrive, dispatcher, link, printResults, rclone } from './drive-clients.mjs';
 
 const tokens = await link('microsoft');
-await tell('seed', 'microsoft', {
+await controlDrive('seed', 'microsoft', {
   items: [
     { name: 'Photos' },
     { name: 'notes.txt', kind: 'file', size: 3 },
@@ -48,19 +48,19 @@ async function foldersInPages() {
   return names;
 }
 
-const questions = {
+const checks = {
   'drive type': () => drive.driveType,
   create: async () => (await create('By the client')).name,
   'create again': () => create('By the client'),
   missing: () => client.api('/me/drive/items/nothing').get(),
-  'rclone creates': async () => (await remote('mkdir', 'judged:By rclone')) && 'ok',
-  'rclone lists': () => remote('lsf', 'judged:'),
-  'rclone lists a shared folder': () => remote('lsf', 'judged:Team'),
+  'rclone creates': async () => (await remote('mkdir', 'checked:By rclone')) && 'ok',
+  'rclone lists': () => remote('lsf', 'checked:'),
+  'rclone lists a shared folder': () => remote('lsf', 'checked:Team'),
   'the client lists, page by page': foldersInPages,
   'wrong token': () => clientWith('wrong').api('/me/drive').get(),
 };
 
-await answerAll(questions, (error) => {
+await printResults(checks, (error) => {
   if (!error.statusCode) throw error;
   return [error.statusCode, error.code];
 });

@@ -1,12 +1,13 @@
-// Asks the emulated Google Drive what the tests want to know, as two independent clients: the
-// vendor's own and rclone. Both come over TLS through the proxy, and see each other's folders.
+// Checks the emulator of Google Drive with two independent clients: the vendor's own and rclone.
+// Both connect over TLS through the proxy and see each other's folders. Writes one JSON object:
+// check -> result, or [status, reason].
 
 import { drive, auth } from '@googleapis/drive';
-import { answerAll, link, rclone, tell } from './drive-judging.mjs';
+import { controlDrive, link, printResults, rclone } from './drive-clients.mjs';
 
 const kFolder = 'application/vnd.google-apps.folder';
 
-await tell('seed', 'google', {
+await controlDrive('seed', 'google', {
   items: [
     { name: 'Photos', items: [{ name: '2019' }, { name: 'a.txt', kind: 'file', size: 5 }] },
     { name: 'Photos' },
@@ -22,7 +23,7 @@ const { files } = drive({ version: 'v3', auth: credential, retry: false });
 
 const root = (await files.get({ fileId: 'root' })).data.id;
 
-async function listed(q, more = {}) {
+async function namesOf(q, more = {}) {
   const { data } = await files.list({ q, orderBy: 'folder,name', ...more });
   return data.files.map(({ name }) => name);
 }
@@ -47,38 +48,38 @@ async function create(name, parent) {
   return (await files.create({ requestBody, fields: '*' })).data;
 }
 
-async function shown(options) {
+async function membersOf(options) {
   return Object.keys((await files.list(options)).data).sort();
 }
 
-await answerAll(
+await printResults(
   {
     'name of the root': async () => (await files.get({ fileId: root, fields: 'name' })).data,
-    folders: () => listed(folderQuery(root)),
-    'folders by the alias': () => listed(folderQuery('root')),
+    folders: () => namesOf(folderQuery(root)),
+    'folders by the alias': () => namesOf(folderQuery('root')),
     'folders in pages': () => inPages(folderQuery('root')),
-    'a name with a quotation mark': () => listed("name = 'it\\'s \\\\ é'"),
-    'files of a type': () => listed("mimeType = 'application/octet-stream'"),
-    trashed: () => listed('trashed = true'),
-    'without a mask': () => shown({ pageSize: 1 }),
-    'with a mask': () => shown({ pageSize: 1, fields: 'files(id)' }),
+    'a name with a quotation mark': () => namesOf("name = 'it\\'s \\\\ é'"),
+    'files of a type': () => namesOf("mimeType = 'application/octet-stream'"),
+    trashed: () => namesOf('trashed = true'),
+    'without a mask': () => membersOf({ pageSize: 1 }),
+    'with a mask': () => membersOf({ pageSize: 1, fields: 'files(id)' }),
     'create a folder': async () => (await create('made by the vendor', root)).parents,
     'the same name again': async () => (await create('made by the vendor', root)).name,
-    'rclone lists': async () => (await lines('lsf', '--dirs-only', '-R', 'judged:')).sort(),
-    'rclone creates': () => lines('mkdir', 'judged:made by rclone/inside'),
-    'the vendor sees it': () => listed("name = 'made by rclone'"),
-    'rclone sees itself': () => lines('lsf', 'judged:made by rclone'),
-    'rclone and space': async () => (await lines('about', 'judged:')).length > 0,
-    'missing parent': () => listed(folderQuery('nowhere')),
+    'rclone lists': async () => (await lines('lsf', '--dirs-only', '-R', 'checked:')).sort(),
+    'rclone creates': () => lines('mkdir', 'checked:made by rclone/inside'),
+    'the vendor sees it': () => namesOf("name = 'made by rclone'"),
+    'rclone sees itself': () => lines('lsf', 'checked:made by rclone'),
+    'rclone and space': async () => (await lines('about', 'checked:')).length > 0,
+    'missing parent': () => namesOf(folderQuery('nowhere')),
     'create below nothing': () => create('x', 'nowhere'),
     'missing file': () => files.get({ fileId: 'nowhere' }),
-    'bad query': () => listed('colour = red'),
-    'bad order': () => listed('trashed = false', { orderBy: 'size' }),
-    'bad mask': () => shown({ fields: 'files(colour)' }),
-    'bad page size': () => shown({ pageSize: 1001 }),
-    'bad page token': () => shown({ pageToken: '~!!~x' }),
+    'bad query': () => namesOf('colour = red'),
+    'bad order': () => namesOf('trashed = false', { orderBy: 'size' }),
+    'bad mask': () => membersOf({ fields: 'files(colour)' }),
+    'bad page size': () => membersOf({ pageSize: 1001 }),
+    'bad page token': () => membersOf({ pageToken: '~!!~x' }),
     'expired token': async () => {
-      await tell('expire', 'google');
+      await controlDrive('expire', 'google');
       return files.get({ fileId: 'root' });
     },
   },
