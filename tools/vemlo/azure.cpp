@@ -83,10 +83,15 @@ void addAzureCommands(CLI::App& app) {
   azure->require_subcommand(1);
   const auto options = std::make_shared<AzureOptions>();  // kept by the callbacks below
   addAccountOptions(*azure, *options);
-  addObjectStoreCommands(*azure,
-                         {"container", "List the folders directly below a folder",
-                          [options] { return openSession(*options); }, azure_ssb_list_bucket,
-                          azure_ssb_list_directory, azure_ssb_create_directory});
+
+  ObjectStore store;
+  store.bucketWord = "container";
+  store.listDescription = "List the folders directly below a folder";
+  store.open = [options] { return openSession(*options); };
+  store.listBuckets = azure_ssb_list_bucket;
+  store.listFolders = azure_ssb_list_directory;
+  store.makeFolder = azure_ssb_create_directory;
+  addObjectStoreCommands(*azure, store);
 
   CLI::App* create = azure->add_subcommand("create-container", "Make a container; prints nothing");
   create->add_option("NAME", options->container, "The container's name")->required()->type_name("");

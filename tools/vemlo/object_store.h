@@ -18,9 +18,9 @@ struct ObjectStore {
   std::string listDescription;
   /// Throws Failure if the options of the account do not suffice.
   std::function<SessionGuard()> open;
-  int (*listBuckets)(session*, char***, int*);
-  int (*listFolders)(session*, const char*, const char*, directory**, int*);
-  int (*makeFolder)(session*, const char*, const char*);
+  int (*listBuckets)(session*, char***, int*) = nullptr;
+  int (*listFolders)(session*, const char* bucket, const char* prefix, directory**, int*) = nullptr;
+  int (*makeFolder)(session*, const char* bucket, const char* path) = nullptr;
 };
 
 /// Adds the commands that list the buckets, list folders and make one.

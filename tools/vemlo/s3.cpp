@@ -115,12 +115,16 @@ void addS3Commands(CLI::App& app) {
   const auto options = std::make_shared<S3Options>();  // kept by the callbacks below
   addAccountOptions(*s3, *options);
 
-  addObjectStoreCommands(
-      *s3, {"bucket",
-            "List the folders directly below a folder, as far as they are among its first 1000 "
-            "entries, files included",
-            [options] { return openSession(*options); }, s3_list_bucket, s3_list_directory,
-            s3_create_directory});
+  ObjectStore store;
+  store.bucketWord = "bucket";
+  store.listDescription =
+      "List the folders directly below a folder, as far as they are among its first 1000 "
+      "entries, files included";
+  store.open = [options] { return openSession(*options); };
+  store.listBuckets = s3_list_bucket;
+  store.listFolders = s3_list_directory;
+  store.makeFolder = s3_create_directory;
+  addObjectStoreCommands(*s3, store);
 
   CLI::App* create = s3->add_subcommand("create-bucket", "Make a bucket; prints nothing");
   create->add_option("NAME", options->bucket, "The bucket's name")->required()->type_name("");
