@@ -8,10 +8,10 @@
 #include "account_file.h"
 #include "authorization_answer.h"
 #include "browser.h"
+#include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
 #include "failure.h"
-#include "object_store.h"
 #include "output.h"
 #include "proxy.h"
 
@@ -99,8 +99,7 @@ void listAccounts(const Arguments& arguments) {
   for (const auto& [service, account] : readAccounts()) {
     accounts.rows.push_back({service, account.linked});
   }
-  writeListing(accounts, arguments.json);
-  if (accounts.rows.empty() && !arguments.json) writeMessage("no accounts");
+  writeListing(accounts, arguments.json, "no accounts");
 }
 
 void addServiceArgument(CLI::App& command, Arguments& arguments) {
@@ -109,17 +108,10 @@ void addServiceArgument(CLI::App& command, Arguments& arguments) {
       ->type_name("");
 }
 
-CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description) {
-  return *app.add_subcommand(name, description)->group(kDriveCommands);
-}
-
-// Each command has arguments of its own, kept by its callback: what an environment variable gives
-// to one command would otherwise replace what the command line gives to another.
-
 void addLogin(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
   CLI::App& command =
-      addCommand(app, "login", "Link an account; prints the address to allow access at");
+      addDriveCommand(app, "login", "Link an account; prints the address to allow access at");
   command.footer(kLoginExplained + command.get_footer());
   addServiceArgument(command, *arguments);
   command.add_flag("--no-browser", arguments->noBrowser, "Only print the address, open no browser");
@@ -129,7 +121,7 @@ void addLogin(CLI::App& app) {
 
 void addLogout(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(
+  CLI::App& command = addDriveCommand(
       app, "logout", "Forget an account; prints the address to sign out at, if there is one");
   addServiceArgument(command, *arguments);
   command.callback([arguments] { logout(*arguments); });
@@ -137,9 +129,10 @@ void addLogout(CLI::App& app) {
 
 void addWhoAmI(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(app, "whoami",
-                                 "Check an account and let the library log whose it is, which it "
-                                 "can on Amazon Drive");
+  CLI::App& command =
+      addDriveCommand(app, "whoami",
+                      "Check an account and let the library log whose it is, which it "
+                      "can on Amazon Drive");
   addServiceArgument(command, *arguments);
   addProxyOptions(command, arguments->proxy);
   command.callback([arguments] { whoAmI(*arguments); });
@@ -147,7 +140,7 @@ void addWhoAmI(CLI::App& app) {
 
 void addAccounts(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(app, "accounts", "List the linked accounts");
+  CLI::App& command = addDriveCommand(app, "accounts", "List the linked accounts");
   addJsonFlag(command, arguments->json);
   command.callback([arguments] { listAccounts(*arguments); });
 }

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
 #include "failure.h"
-#include "object_store.h"
 #include "output.h"
 #include "proxy.h"
 
@@ -108,8 +108,7 @@ void listFolders(const Arguments& arguments) {
   const std::size_t depth = location.names.size();
   const Folder folder = resolve(session, location, depth);
   const std::vector<Folder> folders = session.foldersIn(folder, describe(location, depth));
-  writeListing(listingOf(folders, arguments.showsIds), arguments.json);
-  if (folders.empty() && !arguments.json) writeMessage("no folders");
+  writeListing(listingOf(folders, arguments.showsIds), arguments.json, "no folders");
 }
 
 void makeFolder(const Arguments& arguments) {
@@ -135,12 +134,10 @@ void makeFolder(const Arguments& arguments) {
   }
 }
 
-/// Each command has arguments of its own: what an environment variable gives to one command would
-/// otherwise replace what the command line gives to the other.
 void addCommand(CLI::App& app, const std::string& name, const std::string& description,
                 const std::string& ofLocation, void (*run)(const Arguments&)) {
   const auto arguments = std::make_shared<Arguments>();  // kept by the callback
-  CLI::App& command = *app.add_subcommand(name, description)->group(kDriveCommands);
+  CLI::App& command = addDriveCommand(app, name, description);
   command.add_option("LOCATION", arguments->location, ofLocation)->required()->type_name("");
   command
       .add_option("--id", arguments->startId,

@@ -148,7 +148,7 @@ Folder DriveSession::makeFolder(const Folder& parent, const std::string& name,
 }
 
 void DriveSession::require(const std::string& action, const std::function<int()>& call) const {
-  const int code = isQuiet_ ? call() : withProgress(call);
+  const int code = withProgress(isQuiet_, call);
   std::string advice;
   if (isLinkedEarlier_) {
     advice =

@@ -34,9 +34,6 @@ struct Drive {
   std::string lifetime;
 };
 
-/// Under which `--help` lists their commands.
-constexpr const char* kDriveCommands = "Google Drive, OneDrive, Dropbox and Amazon Drive";
-
 /// The names of all drives, as in "this, that".
 std::string driveNames();
 

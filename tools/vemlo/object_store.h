@@ -26,8 +26,6 @@ struct ObjectStore {
 /// Adds the commands that list the buckets, list folders and make one.
 void addObjectStoreCommands(CLI::App& service, const ObjectStore& store);
 
-void addJsonFlag(CLI::App& command, bool& json);
-
 /// Throws Failure if a bucket's name is empty, as requests would then go to the account as a whole,
 /// or has a slash, as in a path that begins with the bucket.
 void requireBucketName(const std::string& name, const std::string& bucketWord);

@@ -72,8 +72,17 @@ std::string json(const Listing& listing) {
 
 }  // namespace
 
+void addJsonFlag(CLI::App& command, bool& asJson) {
+  command.add_flag("--json", asJson, "Print a JSON array of objects instead of a table");
+}
+
 void writeListing(const Listing& listing, bool asJson) {
   writeResult(asJson ? json(listing) : table(listing));
+}
+
+void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage) {
+  writeListing(listing, asJson);
+  if (listing.rows.empty() && !asJson) writeMessage(emptyMessage);
 }
 
 void writeResult(std::string_view text) {

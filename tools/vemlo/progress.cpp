@@ -68,8 +68,8 @@ class Spinner {
 
 }  // namespace
 
-int withProgress(const std::function<int()>& call) {
-  if (isatty(STDERR_FILENO) == 0 || ::verbose != 0) return call();
+int withProgress(bool isQuiet, const std::function<int()>& call) {
+  if (isQuiet || isatty(STDERR_FILENO) == 0 || ::verbose != 0) return call();
   const Spinner spinner;
   return call();
 }
