@@ -26,7 +26,7 @@ using std::filesystem::path;
 
 [[noreturn]] void fail(const std::string& what, const path& file) {
   const std::string reason = std::generic_category().message(errno);
-  throw Failure(ExitCode::LocalTrouble, what + " '" + file.string() + "': " + reason);
+  throw Failure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
 }
 
 class OpenFile {
@@ -55,7 +55,7 @@ path configurationFolder() {
   if (configured != nullptr && *configured == '/') return configured;
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return path(home) / ".config";
-  throw Failure(ExitCode::LocalTrouble,
+  throw Failure(ExitCode::LocalFailure,
                 "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
 }
 
@@ -95,7 +95,7 @@ Json readFile() {
   Json accounts = Json::parse(text, nullptr, false);
   if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
     throw Failure(
-        ExitCode::LocalTrouble,
+        ExitCode::LocalFailure,
         "'" + file.string() + "' is damaged; repair it, or remove it and link the accounts again");
   }
   return accounts;
@@ -164,21 +164,21 @@ std::map<std::string, Account> readAccounts() {
   return accounts;
 }
 
-bool keepAccount(const std::string& service, const Account& account) {
-  bool hadOne = false;
+bool storeAccount(const std::string& service, const Account& account) {
+  bool existed = false;
   changeAccounts([&](Json& accounts) {
-    hadOne = accounts.contains(service);
+    existed = accounts.contains(service);
     accounts[service] = {{"linked", account.linked},
                          {"accessToken", account.accessToken},
                          {"refreshToken", account.refreshToken}};
   });
-  return hadOne;
+  return existed;
 }
 
-bool forgetAccount(const std::string& service) {
-  bool hadOne = false;
-  changeAccounts([&](Json& accounts) { hadOne = accounts.erase(service) > 0; });
-  return hadOne;
+bool removeAccount(const std::string& service) {
+  bool existed = false;
+  changeAccounts([&](Json& accounts) { existed = accounts.erase(service) > 0; });
+  return existed;
 }
 
 }  // namespace vemlo

@@ -23,11 +23,11 @@ std::map<std::string, Account> readAccounts();
 /// `readAccounts`, and if the file cannot be written; it is then as it was before.
 ///
 /// @return Whether the service had one before.
-bool keepAccount(const std::string& service, const Account& account);
+bool storeAccount(const std::string& service, const Account& account);
 
 /// Forgets the account of a service, in the same manner.
 ///
 /// @return Whether the service had one.
-bool forgetAccount(const std::string& service);
+bool removeAccount(const std::string& service);
 
 }  // namespace vemlo

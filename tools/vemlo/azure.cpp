@@ -9,7 +9,7 @@
 #include "failure.h"
 #include "object_store.h"
 #include "proxy.h"
-#include "results.h"
+#include "result_codes.h"
 #include "secrets.h"
 #include "session_guard.h"
 

@@ -20,7 +20,7 @@ bool hasDesktop() {
 }
 
 /// Nothing of the browser shall show between the lines of this program, or end with it.
-void setApart(posix_spawn_file_actions_t& files, posix_spawnattr_t& attributes) {
+void isolateBrowser(posix_spawn_file_actions_t& files, posix_spawnattr_t& attributes) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     posix_spawn_file_actions_addopen(&files, stream, "/dev/null", O_RDWR, 0);
   }
@@ -39,7 +39,7 @@ void openBrowser(const std::string& url) {
   posix_spawn_file_actions_init(&files);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
-  setApart(files, attributes);
+  isolateBrowser(files, attributes);
 
   std::string program = "xdg-open";
   std::string address = url;

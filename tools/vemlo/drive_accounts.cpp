@@ -6,7 +6,7 @@
 #include <string>
 
 #include "account_file.h"
-#include "authorization_answer.h"
+#include "authorization_response.h"
 #include "browser.h"
 #include "drive_command.h"
 #include "drive_session.h"
@@ -18,7 +18,7 @@
 namespace vemlo {
 namespace {
 
-constexpr const char* kLoginExplained =
+constexpr const char* kLoginFooter =
     "Prints the address of the page on which to allow access, and opens it in a browser where "
     "there\n"
     "is a desktop. Then reads a line of standard input: the address that the browser was sent to "
@@ -59,9 +59,9 @@ void login(const Arguments& arguments) {
   writeMessage(
       "then paste the address of the page that the browser ends at, or the code which that page "
       "shows:");
-  const Account account = session.link(codeOf(readPastedLine()));
+  const Account account = session.link(authorizationCode(readPastedLine()));
 
-  const bool isReplaced = keepAccount(drive.name, account);
+  const bool isReplaced = storeAccount(drive.name, account);
   writeMessage("the " + drive.title + " account is linked" +
                (isReplaced ? ", in place of the one linked before" : "") +
                (drive.lifetime.empty() ? "" : "; " + drive.lifetime));
@@ -69,7 +69,7 @@ void login(const Arguments& arguments) {
 
 void logout(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  if (!forgetAccount(drive.name)) {
+  if (!removeAccount(drive.name)) {
     throw Failure(ExitCode::BadUsage, "no " + drive.title + " account is linked");
   }
   writeMessage("the " + drive.title + " account is forgotten here");
@@ -81,14 +81,14 @@ void logout(const Arguments& arguments) {
 
 void whoAmI(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  if (drive.logHolder == nullptr) {
+  if (drive.logAccountHolder == nullptr) {
     throw Failure(ExitCode::BadUsage, "the library cannot ask " + drive.title +
                                           " whose account it is; `vemlo ls " + drive.name +
                                           ":/` shows whether it is still linked");
   }
   const Account account = linkedAccount(drive);
   const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
-  session.logHolder();
+  session.logAccountHolder();
   writeMessage("the " + drive.title +
                " account works; it belongs to whom the library names in its log above (at the "
                "severity of an error, which it is not)");
@@ -112,7 +112,7 @@ void addLogin(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
   CLI::App& command =
       addDriveCommand(app, "login", "Link an account; prints the address to allow access at");
-  command.footer(kLoginExplained + command.get_footer());
+  command.footer(kLoginFooter + command.get_footer());
   addServiceArgument(command, *arguments);
   command.add_flag("--no-browser", arguments->noBrowser, "Only print the address, open no browser");
   addProxyOptions(command, arguments->proxy);

@@ -53,15 +53,15 @@ std::string describe(const Location& location, std::size_t depth) {
                                   : described + " from the folder '" + location.startId + "' on";
 }
 
-std::vector<Folder> named(const std::string& name, std::vector<Folder> folders) {
+std::vector<Folder> foldersNamed(const std::string& name, std::vector<Folder> folders) {
   folders.erase(std::remove_if(folders.begin(), folders.end(),
                                [&name](const Folder& folder) { return folder.name != name; }),
                 folders.end());
   return folders;
 }
 
-Folder onlyOne(const std::vector<Folder>& found, const std::string& name,
-               const std::string& parent) {
+Folder requireSingle(const std::vector<Folder>& found, const std::string& name,
+                     const std::string& parent) {
   if (found.empty()) {
     throw Failure(ExitCode::ServiceFailed, "there is no folder '" + name + "' in " + parent);
   }
@@ -81,7 +81,7 @@ Folder resolve(const DriveSession& session, const Location& location, std::size_
   for (std::size_t i = 0; i < depth; ++i) {
     const std::string parent = describe(location, i);
     const std::string& name = location.names[i];
-    folder = onlyOne(named(name, session.foldersIn(folder, parent)), name, parent);
+    folder = requireSingle(foldersNamed(name, session.foldersIn(folder, parent)), name, parent);
   }
   return folder;
 }
@@ -124,7 +124,8 @@ void makeFolder(const Arguments& arguments) {
   const std::string where = describe(location, depth);
 
   // Not left to the service: two folders of one name could no longer be told apart by path.
-  if (location.drive.canRepeatNames && !named(name, session.foldersIn(parent, where)).empty()) {
+  if (location.drive.canRepeatNames &&
+      !foldersNamed(name, session.foldersIn(parent, where)).empty()) {
     throw Failure(ExitCode::ServiceFailed,
                   "there is a folder '" + name + "' in " + where + " already");
   }

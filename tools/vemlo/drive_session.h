@@ -42,7 +42,7 @@ class DriveSession {
   Account link(const std::string& code) const;
 
   /// Lets the library log whose account it is; the drive must offer that.
-  void logHolder() const;
+  void logAccountHolder() const;
 
   Folder root() const;
 
@@ -58,7 +58,7 @@ class DriveSession {
 
   const Drive& drive_;
   bool isQuiet_;
-  bool isLinkedEarlier_ = false;
+  bool hasStoredTokens_ = false;
   SessionGuard session_;
 };
 

@@ -67,7 +67,7 @@ Drive amazonDrive() {
   drive.getRoot = amazon_drive_get_root_directory;
   drive.listFolders = amazon_drive_list_directory;
   drive.makeFolder = amazon_drive_create_directory;
-  drive.logHolder = amazon_drive_test_api;
+  drive.logAccountHolder = amazon_drive_test_api;
   return drive;
 }
 

@@ -27,7 +27,7 @@ struct Drive {
   /// Null where the service has no address to sign out at.
   int (*getLogoutUrl)(session*, char**) = nullptr;
   /// Logs the name of the account's holder. Null where the library has no such function.
-  int (*logHolder)(session*) = nullptr;
+  int (*logAccountHolder)(session*) = nullptr;
   /// Whether a folder can contain two folders of the same name.
   bool canRepeatNames = false;
   /// A message about how long a linked account stays usable; empty if there is nothing to say.

@@ -11,7 +11,7 @@ enum class ExitCode {
   Done = 0,
   ServiceFailed = 1,
   BadUsage = 2,
-  LocalTrouble = 3,
+  LocalFailure = 3,
 };
 
 /// Ends the command; `main` prints the message, which must fit on one line and hold no secret.

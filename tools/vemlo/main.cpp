@@ -42,7 +42,7 @@ void prepareProcess() {
 
 /// Names the first argument that nobody expected, an option if there is one, and never a value: who
 /// tries to give a secret as an argument should not find it in a log as well.
-std::string describeUnexpected(const CLI::App& app) {
+std::string describeExtraArgument(const CLI::App& app) {
   const std::vector<std::string> arguments = app.remaining(true);
   const auto option =
       std::find_if(arguments.begin(), arguments.end(),
@@ -72,7 +72,7 @@ void run(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     writeResult(version.what() + std::string("\n"));
   } catch (const CLI::ExtrasError&) {
-    throw Failure(ExitCode::BadUsage, describeUnexpected(app));
+    throw Failure(ExitCode::BadUsage, describeExtraArgument(app));
   } catch (const CLI::ParseError& error) {
     throw Failure(ExitCode::BadUsage, error.what());
   }
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
     code = failure.code();
   } catch (const std::exception& error) {
     vemlo::writeMessage(error.what());
-    code = vemlo::ExitCode::LocalTrouble;
+    code = vemlo::ExitCode::LocalFailure;
   }
   return static_cast<int>(code);
 }

@@ -6,7 +6,7 @@
 #include "failure.h"
 #include "output.h"
 #include "progress.h"
-#include "results.h"
+#include "result_codes.h"
 #include "text.h"
 
 namespace vemlo {

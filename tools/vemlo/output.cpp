@@ -89,7 +89,7 @@ void writeResult(std::string_view text) {
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   // Flushed here because a full disk or a reader that has gone away shows only then.
   if (isWritten && std::fflush(stdout) == 0) return;
-  throw Failure(ExitCode::LocalTrouble,
+  throw Failure(ExitCode::LocalFailure,
                 "cannot write the output: " + std::generic_category().message(errno));
 }
 

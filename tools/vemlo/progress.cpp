@@ -16,7 +16,7 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr milliseconds kPatience{500};
+constexpr milliseconds kDelay{500};
 constexpr milliseconds kFrameTime{125};
 
 /// Leaves the cursor at the beginning of the line: a line of the log, which is longer than a frame,
@@ -52,8 +52,8 @@ class Spinner {
     const Clock::time_point start = Clock::now();
     std::string frame;
     std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, frame.empty() ? kPatience : kFrameTime,
-                            [this] { return isEnded_; })) {
+    while (
+        !ended_.wait_for(lock, frame.empty() ? kDelay : kFrameTime, [this] { return isEnded_; })) {
       frame = frameAfter(Clock::now() - start);
       draw(frame);
     }

@@ -11,7 +11,7 @@
 #include "object_store.h"
 #include "output.h"
 #include "proxy.h"
-#include "results.h"
+#include "result_codes.h"
 #include "s3_flavours.h"
 #include "secrets.h"
 #include "session_guard.h"

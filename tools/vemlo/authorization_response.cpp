@@ -1,4 +1,4 @@
-#include "authorization_answer.h"
+#include "authorization_response.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,10 +9,10 @@ namespace vemlo {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kBlanks);
+  constexpr std::string_view kWhitespace = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kWhitespace);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(kWhitespace) - first + 1);
 }
 
 /// What is no percent-encoding stays as it is.
@@ -63,9 +63,9 @@ bool isAddress(std::string_view text) {
 
 }  // namespace
 
-std::string codeOf(std::string_view pasted) {
+std::string authorizationCode(std::string_view pasted) {
   pasted = trimmed(pasted);
-  if (pasted.empty()) throw Failure(ExitCode::LocalTrouble, "no code was given");
+  if (pasted.empty()) throw Failure(ExitCode::LocalFailure, "no code was given");
   std::string code(pasted);
   if (isAddress(pasted)) {
     requireNoError(pasted);

@@ -9,6 +9,6 @@ namespace vemlo {
 /// that page's whole address, where it is percent-encoded.
 ///
 /// Throws Failure, in which no code stands, if there is none, and says why where the address does.
-std::string codeOf(std::string_view pasted);
+std::string authorizationCode(std::string_view pasted);
 
 }  // namespace vemlo
