@@ -15,7 +15,7 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kWhitespace) - first + 1);
 }
 
-/// What is no percent-encoding stays as it is.
+/// Invalid percent-encodings are kept unchanged.
 std::string percentDecoded(std::string_view text) {
   std::string decoded;
   while (!text.empty()) {
@@ -30,7 +30,7 @@ std::string percentDecoded(std::string_view text) {
   return decoded;
 }
 
-/// The decoded value of a parameter in the query of an address, empty if it is not there.
+/// The decoded value of a query parameter of an address; empty if there is no such parameter.
 std::string parameter(std::string_view address, std::string_view name) {
   address = address.substr(0, address.find('#'));
   const std::size_t mark = address.find('?');
@@ -71,7 +71,7 @@ std::string authorizationCode(std::string_view pasted) {
     requireNoError(pasted);
     code = parameter(pasted, "code");
   }
-  // A zero byte would cut the code short without a word.
+  // A NUL would silently truncate the code.
   if (code.empty() || code.find('\0') != std::string::npos) {
     throw Failure(ExitCode::BadUsage,
                   "no code stands in that; paste the whole address of the page that the browser "

@@ -5,10 +5,11 @@
 
 namespace vemlo {
 
-/// The authorization code that the user has pasted: alone, as the redirect page shows it, or within
-/// that page's whole address, where it is percent-encoded.
+/// The authorization code in a text that the user has pasted: either the code alone, as the
+/// redirect page displays it, or the full address of that page, in which it is percent-encoded.
 ///
-/// Throws Failure, in which no code stands, if there is none, and says why where the address does.
+/// Throws Failure if there is no code. The message contains the error that the address names, if
+/// any, and never a code.
 std::string authorizationCode(std::string_view pasted);
 
 }  // namespace vemlo

@@ -81,7 +81,7 @@ void addAccountOptions(CLI::App& command, AzureOptions& options) {
 void addAzureCommands(CLI::App& app) {
   CLI::App* azure = app.add_subcommand("azure", "Azure storage blobs");
   azure->require_subcommand(1);
-  const auto options = std::make_shared<AzureOptions>();  // kept by the callbacks below
+  const auto options = std::make_shared<AzureOptions>();  // kept alive by the callbacks
   addAccountOptions(*azure, *options);
 
   ObjectStore store;

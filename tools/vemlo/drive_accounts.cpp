@@ -48,7 +48,7 @@ std::string readPastedLine() {
 
 void login(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  // That the file is damaged should not come out after the user has gone through the consent.
+  // Report a damaged file before the user goes through the consent.
   readAccounts();
   const DriveSession session(drive, resolveProxy(arguments.proxy), false);
 

@@ -24,7 +24,8 @@ struct Arguments {
   ProxyOptions proxy;
 };
 
-/// A folder as the user writes it: SERVICE:/NAME/NAME, from the root or another folder on.
+/// A parsed LOCATION argument, SERVICE:/NAME/NAME. The path starts at the root folder, or at the
+/// folder `startId` if that is not empty.
 struct Location {
   const Drive& drive;
   std::string startId;
@@ -44,7 +45,7 @@ Location parseLocation(const Arguments& arguments) {
   return location;
 }
 
-/// What messages call the folder that the first `depth` names lead to.
+/// The name, for messages, of the folder that the first `depth` names lead to.
 std::string describe(const Location& location, std::size_t depth) {
   std::string path = depth == 0 ? "/" : "";
   for (std::size_t i = 0; i < depth; ++i) path += "/" + location.names[i];
@@ -75,7 +76,7 @@ Folder requireSingle(const std::vector<Folder>& found, const std::string& name,
   return found.front();
 }
 
-/// The folder that the first `depth` names lead to, looked up level by level.
+/// Looks up the folder that the first `depth` names lead to, with one listing per level.
 Folder resolve(const DriveSession& session, const Location& location, std::size_t depth) {
   Folder folder = location.startId.empty() ? session.root() : Folder{"", location.startId};
   for (std::size_t i = 0; i < depth; ++i) {
@@ -123,7 +124,7 @@ void makeFolder(const Arguments& arguments) {
   const Folder parent = resolve(session, location, depth);
   const std::string where = describe(location, depth);
 
-  // Not left to the service: two folders of one name could no longer be told apart by path.
+  // The service would accept it, and two folders of one name cannot be distinguished by path.
   if (location.drive.canRepeatNames &&
       !foldersNamed(name, session.foldersIn(parent, where)).empty()) {
     throw Failure(ExitCode::ServiceFailed,
@@ -137,7 +138,7 @@ void makeFolder(const Arguments& arguments) {
 
 void addCommand(CLI::App& app, const std::string& name, const std::string& description,
                 const std::string& ofLocation, void (*run)(const Arguments&)) {
-  const auto arguments = std::make_shared<Arguments>();  // kept by the callback
+  const auto arguments = std::make_shared<Arguments>();
   CLI::App& command = addDriveCommand(app, name, description);
   command.add_option("LOCATION", arguments->location, ofLocation)->required()->type_name("");
   command

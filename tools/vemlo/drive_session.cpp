@@ -12,7 +12,7 @@
 namespace vemlo {
 namespace {
 
-/// Takes over a text that the library has made; null counts as empty.
+/// Copies a text that the library has allocated and releases it. Empty for null.
 std::string take(char* text) {
   const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
   return text == nullptr ? "" : text;
@@ -23,7 +23,7 @@ Folder take(directory* folder) {
   return {folder->name, folder->id};
 }
 
-/// A record as the library's functions read it; points into `folder`.
+/// The folder as the record that the library's functions read; points into `folder`.
 directory record(Folder& folder) { return {folder.name.data(), folder.id.data()}; }
 
 std::string loginCommand(const Drive& drive) { return "vemlo login " + drive.name; }

@@ -34,10 +34,10 @@ struct Drive {
   std::string lifetime;
 };
 
-/// The names of all drives, as in "this, that".
+/// The names of all drives, separated by ", ".
 std::string driveNames();
 
-/// Throws Failure if no drive has this name.
+/// The drive with this name. Throws Failure if there is none.
 const Drive& driveNamed(const std::string& name);
 
 }  // namespace vemlo

@@ -5,8 +5,8 @@
 
 namespace vemlo {
 
-/// What the process ends with. Scripts rely on the numbers: keep them, and what `--help` says of
-/// them.
+/// The exit codes of the process. Scripts rely on the numbers: do not change them, nor their
+/// description in `--help`.
 enum class ExitCode {
   Done = 0,
   ServiceFailed = 1,
@@ -14,7 +14,7 @@ enum class ExitCode {
   LocalFailure = 3,
 };
 
-/// Ends the command; `main` prints the message, which must fit on one line and hold no secret.
+/// Ends the command. `main` prints the message, which must be one line without secrets.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}

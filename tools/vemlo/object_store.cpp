@@ -18,7 +18,7 @@ struct Arguments {
   bool json = false;
 };
 
-/// Folders end with a slash, which people leave out. The top level is the empty one.
+/// Adds the slash that ends a folder. The top level is the empty folder.
 std::string withSlash(const std::string& folder) {
   return folder.empty() || folder.back() == '/' ? folder : folder + '/';
 }
@@ -81,7 +81,7 @@ void addBucketArgument(CLI::App& command, const ObjectStore& store, Arguments& a
 }  // namespace
 
 void addObjectStoreCommands(CLI::App& service, const ObjectStore& store) {
-  const auto arguments = std::make_shared<Arguments>();  // kept by the callbacks below
+  const auto arguments = std::make_shared<Arguments>();  // kept alive by the callbacks
 
   CLI::App* buckets = service.add_subcommand(store.bucketWord + "s",
                                              "List the " + store.bucketWord + "s of the account");

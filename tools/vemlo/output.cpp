@@ -87,7 +87,7 @@ void writeListing(const Listing& listing, bool asJson, const std::string& emptyM
 
 void writeResult(std::string_view text) {
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  // Flushed here because a full disk or a reader that has gone away shows only then.
+  // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;
   throw Failure(ExitCode::LocalFailure,
                 "cannot write the output: " + std::generic_category().message(errno));

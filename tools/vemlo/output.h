@@ -8,10 +8,10 @@
 
 namespace vemlo {
 
-/// A value of a listing; the empty alternative means that there is none.
+/// A value of a listing. The empty alternative stands for a missing value.
 using Cell = std::variant<std::monostate, int, std::string>;
 
-/// What a command found out. Every row has a cell for each column.
+/// The result of a command. Every row has one cell per column.
 struct Listing {
   /// The names of the values: keys in JSON, headings in a table.
   std::vector<std::string> columns;

@@ -19,8 +19,8 @@ using Clock = std::chrono::steady_clock;
 constexpr milliseconds kDelay{500};
 constexpr milliseconds kFrameTime{125};
 
-/// Leaves the cursor at the beginning of the line: a line of the log, which is longer than a frame,
-/// then replaces it and is not appended.
+/// Returns the cursor to the start of the line, so that a log line, which is longer than a frame,
+/// overwrites the frame.
 void draw(const std::string& frame) { std::fprintf(stderr, "%s\r", frame.c_str()); }
 
 std::string frameAfter(Clock::duration elapsed) {
@@ -30,7 +30,7 @@ std::string frameAfter(Clock::duration elapsed) {
   return kShapes[shape] + (" " + std::to_string(seconds) + " s");
 }
 
-/// Turns for as long as it lives, in a thread of its own, as the calls of the library block.
+/// Shows a spinner during its lifetime, from a separate thread because the library's calls block.
 class Spinner {
  public:
   Spinner() : thread_([this] { spin(); }) {}
@@ -63,7 +63,7 @@ class Spinner {
   std::mutex mutex_;
   std::condition_variable ended_;
   bool isEnded_ = false;
-  std::thread thread_;  // the last member, as it uses the others
+  std::thread thread_;  // the last member because it uses the others
 };
 
 }  // namespace

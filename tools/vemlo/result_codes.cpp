@@ -49,7 +49,7 @@ constexpr const char* kExchangeFailed =
     "the code was not accepted, the service was not reached, or it gave no lasting access; codes "
     "are good once and for some minutes";
 
-/// The drives say less by their codes, and more in the log.
+/// The result codes of the drives are less specific; the log has the details.
 constexpr Meaning kDriveMeanings[] = {
     {-1, "the arguments are not acceptable"},
     {1, "the service call failed, as logged"},

@@ -4,11 +4,11 @@
 
 namespace vemlo {
 
-/// Throws Failure unless `code`, an object store's result of trying to do `action` ("list the
-/// buckets"), is success. The message says in words what the code means.
+/// Throws Failure unless `code`, the result of an object store's function, is success. The message
+/// explains the code. `action` is what was attempted, such as "list the buckets".
 void requireSuccess(int code, const std::string& action);
 
-/// The same for a drive's result. `advice` says what the user can do then; it may be empty.
+/// Likewise for the result of a drive's function. `advice` is appended to the message unless empty.
 void requireDriveSuccess(int code, const std::string& action, const std::string& advice);
 
 }  // namespace vemlo

@@ -112,7 +112,7 @@ void addFlavourOption(CLI::App& command, S3Options& options) {
 void addS3Commands(CLI::App& app) {
   CLI::App* s3 = app.add_subcommand("s3", "S3 and compatible stores");
   s3->require_subcommand(1);
-  const auto options = std::make_shared<S3Options>();  // kept by the callbacks below
+  const auto options = std::make_shared<S3Options>();  // kept alive by the callbacks
   addAccountOptions(*s3, *options);
 
   ObjectStore store;

@@ -24,7 +24,7 @@ bool isInDomain(const std::string& host, const std::string& domain) {
   return start == 0 || host[start - 1] == '.';
 }
 
-/// A location as the user may give it.
+/// A location as the user may specify it, for messages.
 std::string describe(const location_contraint_name_mapping& location) {
   const std::string code = std::to_string(location.location_contraint);
   return location.name == nullptr ? code : std::string(location.name) + " (" + code + ")";

@@ -20,7 +20,7 @@ std::string readLine(std::istream& stream, const std::string& source) {
   std::string line;
   std::getline(stream, line);
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  // A zero byte would cut the secret short without a word; it means a file of another encoding.
+  // A NUL would silently truncate the secret. It indicates a file in another encoding.
   if (line.empty() || line.find('\0') != std::string::npos) {
     throw Failure(ExitCode::LocalFailure, "no secret in the first line of " + source);
   }
