@@ -29,11 +29,11 @@ directory record(Folder& folder) { return {folder.name.data(), folder.id.data()}
 std::string loginCommand(const Drive& drive) { return "vemlo login " + drive.name; }
 
 std::string encrypted(const std::string& token) {
-  char* const enciphered = encrypt_string(token.c_str());
-  if (enciphered == nullptr) {
+  char* const ciphertext = encrypt_string(token.c_str());
+  if (ciphertext == nullptr) {
     throw Failure(ExitCode::LocalFailure, "the tokens cannot be enciphered");
   }
-  return take(enciphered);
+  return take(ciphertext);
 }
 
 std::string now() {
