@@ -19,9 +19,21 @@ char *readLine(const char *prompt) {
   return line;
 }
 
-int indexOf(const char *answer, int count) {
-  char *end = NULL;
-  const long number = strtol(answer, &end, 10);
-  const int isNumber = end != answer && *end == '\0';
-  return isNumber && number >= 1 && number <= count ? (int)(number - 1) : -1;
+int indexOf(const char *text, int count) {
+  long number;
+  if (text == NULL || text[0] == '\0' || text[strspn(text, "0123456789")] != '\0') return -1;
+  number = strtol(text, NULL, 10);
+  return number >= 1 && number <= count ? (int)(number - 1) : -1;
+}
+
+char *readFolderChoice(const directory *folders, int count) {
+  int i;
+  for (i = 0; i < count; ++i) printf("%d  %s\n", i + 1, folders[i].name);
+  return readLine("Folder number, + and a name for a new one, or . for this one: ");
+}
+
+int isCurrentFolder(const char *choice) { return choice != NULL && strcmp(choice, ".") == 0; }
+
+const char *nameOfNewFolder(const char *choice) {
+  return choice != NULL && choice[0] == '+' ? choice + 1 : NULL;
 }

@@ -1,10 +1,10 @@
 /*
- * A host that links a Google Drive account, keeps the account's tokens, and lets its user pick the
- * folder that transfers will use.
+ * A host that links a Google Drive account, stores the account's tokens, and lets its user pick the
+ * folder for transfers.
  *
  *   link_google_drive TOKEN-FILE [PROXY-HOST PROXY-PORT]
  *
- * Ends with 0 and a line "Chosen: NAME (ID)", with 1 if nothing was chosen, with 2 on bad usage.
+ * Exit codes: 0 after a line "Chosen: NAME (ID)", 1 if no folder was chosen, 2 on bad usage.
  */
 #define _POSIX_C_SOURCE 200809L
 
@@ -17,8 +17,8 @@
 
 #include "console.h"
 
-/* Writes a token as one line: the cipher text has a line break after every 72 characters, which
- * reading it back does not need. Returns 0 if that failed. */
+/* Writes a token as one line: the ciphertext has a line break after every 72 characters, which
+ * decryption does not need. Returns 0 on failure. */
 static int writeToken(FILE *file, const char *token) {
   char *cipher = encrypt_string(token);
   const char *c;
@@ -31,7 +31,7 @@ static int writeToken(FILE *file, const char *token) {
   return !ferror(file);
 }
 
-/* Returns 0 if the tokens could not be kept; there is no half-written file then. */
+/* Returns 0 if the tokens could not be stored; the file is then removed. */
 static int storeTokens(const char *path, const char *accessToken, const char *refreshToken) {
   const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC, S_IRUSR | S_IWUSR);
   FILE *file = descriptor < 0 ? NULL : fdopen(descriptor, "w");
@@ -43,7 +43,7 @@ static int storeTokens(const char *path, const char *accessToken, const char *re
   return written;
 }
 
-/* The next token in `file`, to be released with free(); null if there is none. */
+/* Returns the next token in `file`, to be released with free(), or null if there is none. */
 static char *readToken(FILE *file) {
   char *line = NULL;
   char *token = NULL;
@@ -56,7 +56,7 @@ static char *readToken(FILE *file) {
   return token;
 }
 
-/* Returns 0 if there are no stored tokens. That they are still good shows at the first call. */
+/* Returns 0 if there are no stored tokens. Whether they are still valid shows at the first call. */
 static int useStoredTokens(session *account, const char *path) {
   FILE *file = fopen(path, "r");
   char *accessToken;
@@ -74,8 +74,8 @@ static int useStoredTokens(session *account, const char *path) {
   return code == 0;
 }
 
-/* Sends the user to the consent page. Returns 0 if that led to nothing. */
-static int askForConsent(session *account, const char *path) {
+/* Links the account with the user's consent. Returns 0 if no tokens were stored. */
+static int linkByConsent(session *account, const char *path) {
   char *url = NULL;
   char *code = NULL;
   char *accessToken = NULL;
@@ -96,7 +96,7 @@ static int askForConsent(session *account, const char *path) {
   return stored;
 }
 
-/* Releases a listing. One without folders may still be an array. */
+/* Releases a listing. An empty listing may still be an array. */
 static void releaseListing(directory *folders, int count) {
   if (count > 0) {
     free_diretories(folders, count);
@@ -105,7 +105,7 @@ static void releaseListing(directory *folders, int count) {
   }
 }
 
-/* A folder that the caller may keep when the listing it came from is released. */
+/* Returns a copy that stays valid when the listing of `folder` is released. */
 static directory *copyOf(const directory *folder) {
   directory *copy = malloc(sizeof *copy);
   copy->name = strdup(folder->name);
@@ -113,13 +113,14 @@ static directory *copyOf(const directory *folder) {
   return copy;
 }
 
-/* Shows what is in `folder` and asks what to do. Returns the folder to go on with, which takes the
- * place of `folder`; sets `*done` when the user has chosen it. Null if there is nothing to go on
- * with. */
+/* Lists the subfolders of `folder` and carries out the user's choice. Releases `folder` and returns
+ * the next folder; sets `*done` if the user chose this one. Returns null after a failure and at the
+ * end of the input. */
 static directory *takeStep(session *account, directory *folder, int *done) {
   directory *children = NULL;
   directory *next = NULL;
-  char *answer;
+  char *choice;
+  const char *newName;
   int count = 0;
   int i;
 
@@ -127,29 +128,28 @@ static directory *takeStep(session *account, directory *folder, int *done) {
     free_directory(folder);
     return NULL;
   }
-  for (i = 0; i < count; ++i) printf("%d  %s\n", i + 1, children[i].name);
-  answer = readLine("Folder number, + and a name for a new one, or . for this one: ");
-  i = answer == NULL ? -1 : indexOf(answer, count);
-  *done = answer != NULL && strcmp(answer, ".") == 0;
-  if (i >= 0) {
-    next = copyOf(&children[i]);
-  } else if (answer != NULL && answer[0] == '+') {
-    google_drive_create_directory(account, folder, answer + 1, &next);
+  choice = readFolderChoice(children, count);
+  i = indexOf(choice, count);
+  newName = nameOfNewFolder(choice);
+  *done = isCurrentFolder(choice);
+  if (i >= 0) next = copyOf(&children[i]);
+  if (newName != NULL) {
+    google_drive_create_directory(account, folder, newName, &next);
     if (next == NULL) puts("Cannot make the folder. The log says more.");
   }
-  if (answer != NULL && next == NULL) next = copyOf(folder);
-  free(answer);
+  if (choice != NULL && next == NULL) next = copyOf(folder);
+  free(choice);
   releaseListing(children, count);
   free_directory(folder);
   return next;
 }
 
-/* The account's root folder; null if the account cannot be reached. */
+/* Returns the account's root folder, or null if the account is not reached. */
 static directory *linkAccount(session *account, const char *path) {
   directory *root = NULL;
   if (useStoredTokens(account, path)) google_drive_get_root_directory(account, &root);
-  /* The tokens may have been revoked; one code stands for that and all else. */
-  if (root == NULL && askForConsent(account, path)) google_drive_get_root_directory(account, &root);
+  /* The tokens may have been revoked. The result code is that of any other failure. */
+  if (root == NULL && linkByConsent(account, path)) google_drive_get_root_directory(account, &root);
   return root;
 }
 

@@ -1,10 +1,9 @@
 /*
- * A host that links an S3 account and lets its user pick the folder that transfers will use.
+ * A host that links an S3 account and lets its user pick the folder for transfers.
  *
  *   S3_ACCESS_KEY=... S3_SECRET_KEY=... link_s3 ENDPOINT
  *
- * Ends with 0 and a line "Chosen: BUCKET/FOLDER/", with 1 if nothing was chosen, with 2 on bad
- * usage.
+ * Exit codes: 0 after a line "Chosen: BUCKET/FOLDER/", 1 if no folder was chosen, 2 on bad usage.
  */
 #define _POSIX_C_SOURCE 200809L
 
@@ -15,7 +14,7 @@
 
 #include "console.h"
 
-/* What to tell the user about a result code; docs/error-codes.md has them all. */
+/* Advice to the user on a result code. docs/error-codes.md lists all codes. */
 static const char *adviceFor(int code) {
   switch (code) {
     case -1:
@@ -41,33 +40,33 @@ static const char *adviceFor(int code) {
   }
 }
 
-static void complain(const char *what, int code) {
+static void printFailure(const char *what, int code) {
   printf("Cannot %s (code %d). %s\n", what, code, adviceFor(code));
 }
 
-/* A heap copy of the name that the user picked; null if there is none. */
+/* Returns the name that the user picked, to be released with free(), or null. */
 static char *chooseBucket(session *account) {
   char **buckets = NULL;
   char *chosen = NULL;
-  char *answer;
+  char *choice;
   int count = 0;
   int i;
   const int code = s3_list_bucket(account, &buckets, &count);
 
   if (code != 0) {
-    complain("list the buckets", code);
+    printFailure("list the buckets", code);
     return NULL;
   }
   for (i = 0; i < count; ++i) printf("%d  %s\n", i + 1, buckets[i]);
-  answer = readLine("Bucket number: ");
-  i = answer == NULL ? -1 : indexOf(answer, count);
+  choice = readLine("Bucket number: ");
+  i = indexOf(choice, count);
   if (i >= 0) chosen = strdup(buckets[i]);
-  free(answer);
+  free(choice);
   free_buckets(buckets, count);
   return chosen;
 }
 
-/* A heap text that holds `folder`, `name` and a slash: the full key of a folder. */
+/* Returns the full key of a subfolder, which ends with a slash, to be released with free(). */
 static char *keyOf(const char *folder, const char *name) {
   const size_t size = strlen(folder) + strlen(name) + 2;
   char *key = malloc(size);
@@ -78,35 +77,36 @@ static char *keyOf(const char *folder, const char *name) {
 static void makeFolder(session *account, const char *bucket, const char *folder, const char *name) {
   char *key = keyOf(folder, name);
   const int code = s3_create_directory(account, bucket, key);
-  if (code != 0) complain("make the folder", code);
+  if (code != 0) printFailure("make the folder", code);
   free(key);
 }
 
-/* Shows what is in `folder` and asks what to do. Returns the folder to go on with, which takes the
- * place of `folder`; sets `*done` when the user has chosen it. Null if there is nothing to go on
- * with. */
+/* Lists the subfolders of `folder` and carries out the user's choice. Releases `folder` and returns
+ * the next folder; sets `*done` if the user chose this one. Returns null after a failure and at the
+ * end of the input. */
 static char *takeStep(session *account, const char *bucket, char *folder, int *done) {
   directory *children = NULL;
-  char *answer;
+  char *choice;
+  const char *newName;
   char *next = folder;
   int count = 0;
   int i;
   const int code = s3_list_directory(account, bucket, folder, &children, &count);
 
   if (code != 0) {
-    complain("list the folders", code);
+    printFailure("list the folders", code);
     free(folder);
     return NULL;
   }
-  for (i = 0; i < count; ++i) printf("%d  %s\n", i + 1, children[i].name);
-  answer = readLine("Folder number, + and a name for a new one, or . for this one: ");
-  *done = answer != NULL && strcmp(answer, ".") == 0;
-  i = answer == NULL ? -1 : indexOf(answer, count);
+  choice = readFolderChoice(children, count);
+  i = indexOf(choice, count);
+  newName = nameOfNewFolder(choice);
+  *done = isCurrentFolder(choice);
+  if (choice == NULL) next = NULL;
   if (i >= 0) next = strdup(children[i].name);
-  if (answer != NULL && answer[0] == '+') makeFolder(account, bucket, folder, answer + 1);
-  if (answer == NULL) next = NULL;
+  if (newName != NULL) makeFolder(account, bucket, folder, newName);
   if (next != folder) free(folder);
-  free(answer);
+  free(choice);
   free_diretories(children, count);
   return next;
 }

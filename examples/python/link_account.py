@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""A host that links an account and lets its user pick the folder that transfers will use.
+"""A host that links an account and lets its user pick the folder for transfers.
 
 usage: link_account.py s3 ENDPOINT                 (keys: S3_ACCESS_KEY and S3_SECRET_KEY)
        link_account.py google-drive TOKEN-FILE [PROXY-HOST PROXY-PORT]
 
-Ends with 0 and a line "Chosen: ...", with 1 if nothing was chosen, with 2 on bad usage.
+Exit codes: 0 after a line "Chosen: ...", 1 if no folder was chosen, 2 on bad usage.
 """
 import contextlib
 import ctypes
@@ -26,8 +26,9 @@ class ProxySetting(Structure):
                 ("username", c_char_p), ("password", c_char_p)]
 
 
-# What is to be released must stay a pointer: of a result of c_char_p, ctypes makes bytes, and the
-# address is lost. (In records and arrays, which stay where they are, c_char_p does no harm.)
+# A text that must be released is declared as c_void_p: ctypes converts a c_char_p to bytes, and the
+# address would be lost. (Members of records and arrays can be c_char_p because the record or array
+# is released as a whole.)
 SESSION, TEXT, LIST, FOLDERS = c_void_p, c_char_p, POINTER(c_char_p), POINTER(Directory)
 SIGNATURES = {
     "libvemlo_global_init": (None, []),
@@ -89,7 +90,7 @@ class S3Account:
         return texts
 
     def roots(self):
-        """Buckets are where folders begin; a folder is a pair: bucket and prefix."""
+        """The buckets. A folder is a pair of a bucket and a prefix."""
         return [(bucket, (bucket, "")) for bucket in self.buckets()]
 
     def folders(self, folder):
@@ -131,13 +132,13 @@ class GoogleDriveAccount:
         return vemlo.google_drive_set_token(self.handle, *(t.encode() for t in tokens)) == 0
 
     def store_tokens(self, tokens):
-        """One line each: the line breaks in long cipher texts are not needed."""
+        """Writes one line per token; decryption does not need the line breaks in the ciphertext."""
         lines = [text_of(vemlo.encrypt_string(token.encode())) for token in tokens]
         descriptor = os.open(self.token_file, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
         with open(descriptor, "w", encoding="ascii") as file:
             file.writelines("".join(line.split()) + "\n" for line in lines)
 
-    def ask_for_consent(self):
+    def link_by_consent(self):
         url, access_token, refresh_token = c_void_p(), c_void_p(), c_void_p()
         require(vemlo.google_drive_get_authorize_url(self.handle, byref(url)), "find the page")
         print(f"Open this address and allow access:\n{text_of(url)}")
@@ -150,19 +151,19 @@ class GoogleDriveAccount:
         folder = FOLDERS()
         code = vemlo.google_drive_get_root_directory(self.handle, byref(folder))
         require(code, "reach the account")
-        return self.taken_over(folder)
+        return self.take(folder)
 
     def roots(self):
         if self.use_stored_tokens():
-            # The tokens may have been revoked; one code stands for that and all else.
+            # The tokens may have been revoked. The result code is that of any other failure.
             with contextlib.suppress(Failure):
                 return [self.root()]
-        self.ask_for_consent()
+        self.link_by_consent()
         return [self.root()]
 
     @staticmethod
-    def taken_over(record):
-        """Name and folder of a record that is released here."""
+    def take(record):
+        """The name and the folder of a record, which is released."""
         name, folder = record[0].name.decode(), (record[0].name, record[0].id)
         vemlo.free_directory(record)
         return name, folder
@@ -176,37 +177,38 @@ class GoogleDriveAccount:
         if count.value > 0:
             vemlo.free_diretories(found, count)
         else:
-            libc.free(found)  # without folders there may still be an array
+            libc.free(found)  # an empty listing may still be an array
         return entries
 
     def make_folder(self, folder, name):
         made = FOLDERS()
         require(vemlo.google_drive_create_directory(self.handle, byref(Directory(*folder)),
                                                     name.encode(), byref(made)), "make the folder")
-        return self.taken_over(made)[1]
+        return self.take(made)[1]
 
     def describe(self, folder):
         return f"{folder[0].decode()} ({folder[1].decode()})"
 
 
-def choose(entries, prompt):
-    """What the user answers, and the folder that is meant, if it is one of `entries`."""
+def read_choice(entries, prompt):
+    """The user's choice, and the folder if the choice is the number of one of `entries`."""
     for number, (name, _) in enumerate(entries, start=1):
         print(f"{number}  {name}")
-    answer = input(prompt)
-    is_entry = answer.isdecimal() and 1 <= int(answer) <= len(entries)
-    return answer, entries[int(answer) - 1][1] if is_entry else None
+    choice = input(prompt)
+    is_entry = choice.isdecimal() and 1 <= int(choice) <= len(entries)
+    return choice, entries[int(choice) - 1][1] if is_entry else None
 
 
 def pick_folder(account):
-    _, folder = choose(account.roots(), "Begin at number: ")
+    _, folder = read_choice(account.roots(), "Begin at number: ")
     while folder is not None:
-        answer, chosen = choose(account.folders(folder),
-                                "Folder number, + and a name for a new one, or . for this one: ")
-        if answer == ".":
+        choice, chosen = read_choice(
+            account.folders(folder),
+            "Folder number, + and a name for a new one, or . for this one: ")
+        if choice == ".":
             break
-        if answer.startswith("+"):
-            chosen = account.make_folder(folder, answer[1:])
+        if choice.startswith("+"):
+            chosen = account.make_folder(folder, choice[1:])
         folder = chosen or folder
     return folder
 

@@ -1,4 +1,4 @@
-"""The command-line tool with accounts of the four drives, from the consent on."""
+"""The command-line tool with accounts of the four drives, including their consent."""
 
 import json
 import subprocess
@@ -10,7 +10,7 @@ import uuid
 from support import drives, output, sandbox
 from support.account_file import AccountFileTest
 from support.log import COLOUR
-from support.tool import BAD_USAGE, DONE, SERVICE_FAILED, TOOL, with_own
+from support.tool import BAD_USAGE, DONE, SERVICE_FAILED, TOOL, environment_with
 
 TITLES = {
     "google-drive": "Google Drive",
@@ -21,7 +21,7 @@ TITLES = {
 
 
 class DriveTest(AccountFileTest):
-    """With an empty drive of the test's own."""
+    """A test with an empty drive of its own."""
 
     def setUp(self):
         super().setUp()
@@ -34,7 +34,7 @@ class DriveTest(AccountFileTest):
         sandbox.control("DELETE", "tokens", part="drives")
 
     def tearDown(self):
-        """No token was shown by any command."""
+        """Checks that no command has printed a token."""
         for account in self.accounts().values() if self.file.exists() else ():
             for member in ("accessToken", "refreshToken"):
                 token = drives.deciphered(account[member])
@@ -47,19 +47,20 @@ class DriveTest(AccountFileTest):
         self.shown += result.stdout + result.stderr
         return result
 
-    def login(self, service, answer=lambda page: page, **decision):
-        """As a user would: the page that the tool names is opened, the answer given to the tool.
+    def login(self, service, pasted=lambda address: address, **decision):
+        """Opens the address that the tool prints and gives the tool what the user would paste.
 
-        Returns the exit code and the lines on standard error.
+        `pasted` returns it for the address of the redirect page. Returns the exit code and the
+        lines on standard error.
         """
         process = subprocess.Popen(
-            [TOOL, "login", service, "--no-browser"], env=with_own(self.environment),
+            [TOOL, "login", service, "--no-browser"], env=environment_with(self.environment),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
         )  # fmt: skip
         url = process.stdout.readline().rstrip("\n")
-        page = drives.consent(url, self.holder, **decision)
-        given, messages = process.communicate(f"{answer(page)}\n", timeout=60)
-        self.assertEqual(given, "")
+        address = drives.consent(url, self.holder, **decision)
+        more, messages = process.communicate(f"{pasted(address)}\n", timeout=60)
+        self.assertEqual(more, "")
         output.keep(messages)
         self.shown += messages
         return process.returncode, COLOUR.sub("", messages).splitlines()
@@ -74,7 +75,7 @@ class DriveTest(AccountFileTest):
         return {folder["name"]: folder["id"] for folder in json.loads(listed.stdout)}
 
     def assert_service_fails(self, result, *words):
-        """Lines of the log, and a last one of the tool's own with these words."""
+        """Lines of the log, followed by one line of the tool that contains these words."""
         *logged, message = COLOUR.sub("", result.stderr).splitlines()
         self.assertEqual((result.returncode, result.stdout), (SERVICE_FAILED, ""))
         self.assertNotEqual(logged, [])
@@ -86,7 +87,7 @@ class DriveTest(AccountFileTest):
 
 
 def for_each_drive(case):
-    """A class decorator: the tests of `case` once for every drive, in classes of their own."""
+    """A class decorator that makes one test class of `case` for every drive."""
     module = sys.modules[case.__module__]
     for service, title in TITLES.items():
         name = f"{case.__name__}On{title.replace(' ', '')}"
@@ -108,15 +109,15 @@ class Linking:
         self.assertRegex(listed["linked"], r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\Z")
 
     def test_by_the_code_alone(self):
-        def code_of(page):
-            name, value = page.split("?")[1].split("&")[0].split("=")
+        def code_of(address):
+            name, value = address.split("?")[1].split("&")[0].split("=")
             self.assertEqual(name, "code")
             return urllib.parse.unquote(value)
 
-        self.assertEqual(self.login(self.service, answer=code_of)[0], DONE)
+        self.assertEqual(self.login(self.service, pasted=code_of)[0], DONE)
         self.assertEqual(self.ids(f"{self.service}:/"), {})
 
-    def test_again_replaces_it_and_leaves_the_others(self):
+    def test_linking_again_replaces_the_account_and_no_other(self):
         other = next(name for name in TITLES if name != self.service)
         self.link(self.service, other)
         before = self.accounts()
@@ -137,9 +138,9 @@ class Linking:
 
     def test_a_code_that_was_used_changes_nothing(self):
         used = []
-        self.login(self.service, answer=lambda page: used.append(page) or page)
+        self.login(self.service, pasted=lambda address: used.append(address) or address)
         before = self.accounts()
-        code, messages = self.login(self.service, answer=lambda page: used[0])
+        code, messages = self.login(self.service, pasted=lambda _: used[0])
         self.assertEqual(code, SERVICE_FAILED)
         self.assertIn("cannot link the account: the code was not accepted", messages[-1])
         self.assertEqual(self.accounts(), before)
@@ -202,14 +203,14 @@ class Folders:
         message = f"no folder '2019' in '{self.at('/')}' from the folder '{begin[1]}' on"
         self.assert_fails(result, SERVICE_FAILED, message)
 
-    def test_a_folder_that_is_there_is_not_made_again(self):
+    def test_an_existing_folder_is_not_made_again(self):
         self.assert_prints(self.tool("mkdir", self.at("/Photos")), "")
         result = self.tool("mkdir", self.at("/Photos"))
         self.assertEqual((result.returncode, result.stdout), (SERVICE_FAILED, ""))
         self.assertIn("vemlo: ", COLOUR.sub("", result.stderr).splitlines()[-1])
         self.assertEqual(list(self.ids(self.at("/"))), ["Photos"])
 
-    def test_forgotten(self):
+    def test_no_access_after_logout(self):
         self.assertEqual(self.tool("logout", self.service).returncode, DONE)
         self.assert_fails(self.tool("ls", self.at("/")), BAD_USAGE, f"vemlo login {self.service}")
 
@@ -223,7 +224,7 @@ class Expiry:
         if self.service != "dropbox":
             self.assertEqual((result.returncode, result.stderr), (DONE, "vemlo: no folders\n"))
             return
-        # There is nothing to refresh it with.
+        # Dropbox has issued no refresh token.
         advice = ("link the account again with `vemlo login dropbox`", "lasts four hours")
         self.assert_service_fails(result, *advice)
         self.assertIn("Failed to refresh OAuth2 credential", result.stderr)
@@ -231,10 +232,10 @@ class Expiry:
         self.assertEqual(self.ids("dropbox:/"), {})
 
 
-class Particulars(DriveTest):
-    """What only one of the services has."""
+class SingleServices(DriveTest):
+    """Behaviour that only one of the services has."""
 
-    def test_two_folders_of_one_name_are_reported_and_can_be_told_apart(self):
+    def test_two_folders_of_one_name_are_reported_and_can_be_distinguished(self):
         self.link("google-drive")
         twin = {"name": "Photos", "items": [{"name": "2019"}]}
         items = [twin, {"name": "Photos"}, {"name": "Letters"}]
@@ -284,7 +285,7 @@ class Particulars(DriveTest):
         self.assert_service_fails(result, "list the folders in 'dropbox:/': the service call failed")
 
     def test_a_refresh_token_that_was_replaced_meanwhile(self):
-        """The tool cannot learn of the new one, and says what to do once the old one is dead."""
+        """The tool cannot read the new token; it advises to link again when the old one fails."""
         drives.control("rotation", "onedrive", rotation="replaceOnce")
         self.link("onedrive")
         drives.control("expire", "onedrive")
@@ -292,7 +293,7 @@ class Particulars(DriveTest):
         result = self.tool("ls", "onedrive:/")
         self.assert_service_fails(result, "link the account again with `vemlo login onedrive`")
 
-    def test_a_proxy_that_wants_a_password(self):
+    def test_a_proxy_that_requires_a_password(self):
         self.link("dropbox")
         internet = sandbox.state()["internet"]
         proxy = (
@@ -302,7 +303,7 @@ class Particulars(DriveTest):
         listed = self.tool("ls", "dropbox:/", "--json", *proxy, input=internet["proxyPassword"])
         self.assert_prints(listed, "[]\n")
         self.assertEqual({entry["proxy"] for entry in sandbox.requests()[-1:]}, {"auth"})
-        # The password's line comes before the code's.
+        # The line with the password precedes the line with the code.
         both = f"{internet['proxyPassword']}\nhttps://vemlo.example/redirect.php?error=x\n"
         result = self.tool("login", "dropbox", "--no-browser", *proxy, input=both)
         self.assertIn("the error 'x'", result.stderr)

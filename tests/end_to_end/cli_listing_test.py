@@ -1,6 +1,6 @@
-"""What the command-line tool asks for and shows when it lists and makes folders.
+"""What the command-line tool requests and prints when it lists and makes folders.
 
-The server is a stand-in, so that a test decides when and what it answers.
+The tests use a fake server, which lets them decide when and how it responds.
 """
 
 import contextlib
@@ -13,18 +13,18 @@ import subprocess
 import threading
 import unittest
 
-from support.tool import DONE, KEYS, TOOL, ToolTest, run, with_own
+from support.tool import DONE, KEYS, TOOL, ToolTest, environment_with, run
 
 
-class Server(contextlib.AbstractContextManager):
-    """An S3 server of a few lines: answers every request alike, as soon as `is_due` returns."""
+class FakeS3Server(contextlib.AbstractContextManager):
+    """Sends the same response to every request, after `wait` has returned."""
 
-    def __init__(self, body="", status=200, is_due=lambda: None):
+    def __init__(self, body="", status=200, wait=lambda: None):
         requests = self.requests = []
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_GET(self):
-                is_due()
+                wait()
                 requests.append(f"{self.command} {self.path}")
                 self.send_response(status)
                 self.send_header("Content-Length", str(len(body.encode())))
@@ -52,29 +52,29 @@ class Server(contextlib.AbstractContextManager):
 
 
 def folders(*names):
-    """A listing of folders, as an S3 server answers."""
+    """A listing of folders in the format of an S3 server."""
     prefixes = [f"<CommonPrefixes><Prefix>{name}</Prefix></CommonPrefixes>" for name in names]
     return f"<ListBucketResult>{''.join(prefixes)}</ListBucketResult>"
 
 
 class Folders(ToolTest):
-    def test_a_prefix_means_the_folder_with_and_without_its_slash(self):
-        for prefix, asked in ((), "&prefix=&"), (("2019",), "2019%2F"), (("2019/",), "2019%2F"):
-            with self.subTest(prefix=prefix), Server(folders("2019/may/")) as server:
+    def test_the_slash_of_a_prefix_is_optional(self):
+        for prefix, sent in ((), "&prefix=&"), (("2019",), "2019%2F"), (("2019/",), "2019%2F"):
+            with self.subTest(prefix=prefix), FakeS3Server(folders("2019/may/")) as server:
                 result = run("s3", "ls", "photos", *prefix, environment=server.environment)
                 self.assert_prints(result, "NAME\n2019/may/\n")
                 self.assertEqual(len(server.requests), 1)
-                self.assertRegex(server.requests[0] + "&", rf"\AGET /photos\?.*{asked}")
+                self.assertRegex(server.requests[0] + "&", rf"\AGET /photos\?.*{sent}")
 
-    def test_a_new_folder_gets_the_slash_that_it_lacks(self):
+    def test_a_missing_slash_is_added_to_a_new_folder(self):
         for path in ("2020", "2020/", "2020/may", "2020/may/"):
-            with self.subTest(path=path), Server() as server:
+            with self.subTest(path=path), FakeS3Server() as server:
                 result = run("s3", "mkdir", "photos", path, environment=server.environment)
                 self.assert_prints(result, "")
                 self.assertEqual(server.requests, [f"PUT /photos/{path.rstrip('/')}/"])
 
-    def test_names_cannot_steer_the_terminal(self):
-        with Server(folders("\u202eevil/", "\u65e5\u672c/")) as server:
+    def test_names_cannot_control_the_terminal(self):
+        with FakeS3Server(folders("\u202eevil/", "\u65e5\u672c/")) as server:
             shown = run("s3", "ls", "photos", environment=server.environment)
             self.assert_prints(shown, "NAME\n\\u202eevil/\n\u65e5\u672c/\n")
             parsed = run("s3", "ls", "photos", "--json", environment=server.environment)
@@ -82,7 +82,7 @@ class Folders(ToolTest):
             self.assertEqual(json.loads(parsed.stdout), expected)
 
     def test_no_folders(self):
-        with Server(folders()) as server:
+        with FakeS3Server(folders()) as server:
             result = run("s3", "ls", "photos", environment=server.environment)
             self.assertEqual((result.stdout, result.stderr), ("", "vemlo: no folders\n"))
             self.assertEqual(result.returncode, DONE)
@@ -91,20 +91,20 @@ class Folders(ToolTest):
 
 
 class Terminal:
-    """A run of `ls` whose standard error is a terminal."""
+    """A process of `ls` whose standard error is a terminal."""
 
     def __init__(self, server, *options):
         self.screen, terminal = pty.openpty()
         self.process = subprocess.Popen(
-            [TOOL, "s3", "ls", "photos", *options], env=with_own(server.environment),
+            [TOOL, "s3", "ls", "photos", *options], env=environment_with(server.environment),
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=terminal, encoding="utf-8",
         )  # fmt: skip
         os.close(terminal)
 
-    def read_to_end(self, on_more=lambda so_far: None):
-        """Standard output, and what was sent to the terminal."""
+    def read_to_end(self, on_more=lambda received: None):
+        """Returns standard output and the text sent to the terminal."""
         received = b""
-        # The end of the other side shows as an error.
+        # Reading fails when the process has closed the terminal.
         with contextlib.suppress(OSError):
             while more := os.read(self.screen, 65536):
                 received += more
@@ -115,7 +115,7 @@ class Terminal:
 
 
 def lines_shown(sent):
-    """The lines that a terminal shows in the end: after a carriage return they are overwritten."""
+    """The lines that a terminal finally shows. A carriage return lets text overwrite a line."""
     shown = []
     for line in re.sub(r"\x1b\[[0-9;]*m", "", sent).split("\n"):
         cells = ""
@@ -128,34 +128,34 @@ def lines_shown(sent):
 class Progress(ToolTest):
     SPINNER = r"[|/\\-] \d+ s\r"
 
-    def run_until_it_spins(self, body, status=200):
-        """On a terminal, at a server that answers once the spinner shows."""
+    def run_with_spinner(self, body, status=200):
+        """Runs `ls` on a terminal with a server that responds when the spinner is visible."""
         is_spinning = threading.Event()
 
         def watch(sent):
             if re.search(self.SPINNER, sent):
                 is_spinning.set()
 
-        with Server(body, status, is_due=lambda: is_spinning.wait(30)) as server:
+        with FakeS3Server(body, status, wait=lambda: is_spinning.wait(30)) as server:
             output, sent = Terminal(server).read_to_end(watch)
         self.assertTrue(is_spinning.is_set(), "there was no spinner")
         return output, lines_shown(sent)
 
     def test_a_spinner_shows_on_a_terminal_and_is_erased(self):
-        output, shown = self.run_until_it_spins(folders("2019/"))
+        output, shown = self.run_with_spinner(folders("2019/"))
         self.assertEqual((output, shown), ("NAME\n2019/\n", [""]))
 
-    def test_nothing_of_the_spinner_stays_beside_messages(self):
+    def test_the_spinner_leaves_no_text_beside_messages(self):
         body = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
-        output, (logged, message, end) = self.run_until_it_spins(body, 403)
+        output, (logged, message, end) = self.run_with_spinner(body, 403)
         self.assertEqual((output, end), ("", ""))
         self.assertRegex(logged, r"\AE\d{8} [^|]* \{ Error type: 15, [^|]*\}\Z")
         self.assertRegex(message, r"\Avemlo: cannot list the folders in bucket 'photos': .*15\)\Z")
 
     def test_no_spinner_in_a_file_beside_json_and_in_a_verbose_log(self):
-        # The delay is a real one: only a call that takes longer than the tool's patience can show
-        # that there is no spinner.
-        with Server(folders("2019/"), is_due=lambda: threading.Event().wait(1)) as server:
+        # The delay is real: only a call that takes longer than the delay of the spinner shows that
+        # there is no spinner.
+        with FakeS3Server(folders("2019/"), wait=lambda: threading.Event().wait(1)) as server:
             json_terminal = Terminal(server, "--json")
             verbose_terminal = Terminal(server, "--verbose")
             result = run("s3", "ls", "photos", environment=server.environment)

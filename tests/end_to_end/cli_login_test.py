@@ -1,5 +1,4 @@
-"""How the command-line tool links accounts, and where it keeps them, as far as no service is needed
-to see it."""
+"""How the command-line tool links and stores accounts, as far as no service is needed."""
 
 import ctypes
 import fcntl
@@ -16,10 +15,10 @@ import urllib.parse
 
 from support.account_file import AccountFileTest
 from support.log import COLOUR
-from support.tool import BAD_USAGE, DONE, LOCAL_TROUBLE, SERVICE_FAILED, TOOL, with_own
+from support.tool import BAD_USAGE, DONE, LOCAL_FAILURE, SERVICE_FAILED, TOOL, environment_with
 
-# The command's word for each service: what users call it, where they allow access, and the code of
-# an exchange that failed.
+# For the SERVICE argument: the name of the service in messages, the address for the consent, and
+# the code of a failed exchange.
 SERVICES = {
     "google-drive": ("Google Drive", "https://accounts.google.com/o/oauth2/auth", 337),
     "onedrive": (
@@ -29,7 +28,7 @@ SERVICES = {
     "amazon-drive": ("Amazon Drive", "https://www.amazon.com/ap/oa", 340),
 }  # fmt: skip
 REDIRECT = "https://vemlo.example/redirect.php"
-# Nobody listens there.
+# A port that no process listens on.
 NOWHERE = ("--proxy", "127.0.0.1:1")
 PR_SET_CHILD_SUBREAPER = 36
 
@@ -39,7 +38,7 @@ class LoginTest(AccountFileTest):
         return self.tool("login", service, "--no-browser", *options, input=pasted, **more)
 
     def assert_ends(self, result, code, message):
-        """The last line on standard error."""
+        """The exit code, and the last line on standard error."""
         last = COLOUR.sub("", result.stderr).splitlines()[-1]
         self.assertRegex(last, r"\Avemlo: ")
         self.assertIn(message, last)
@@ -57,10 +56,10 @@ class Consent(LoginTest):
                 self.assertEqual(parameters["redirect_uri"], [REDIRECT])
                 self.assertEqual(result.stdout.count("\n"), 1)
                 self.assertIn(f"vemlo: allow access to {title} on this page:\n", result.stderr)
-                self.assert_ends(result, LOCAL_TROUBLE, "no code was given")
+                self.assert_ends(result, LOCAL_FAILURE, "no code was given")
                 self.assertFalse(self.file.exists())
 
-    def test_a_refusal_on_the_page_of_the_service_is_explained(self):
+    def test_a_denied_consent_is_reported(self):
         denied = REDIRECT + "?error=access_denied&error_description=The+user+said+no&state="
         result = self.login("google-drive", denied)
         self.assert_ends(result, SERVICE_FAILED, "access was denied")
@@ -83,12 +82,12 @@ class Consent(LoginTest):
                 result = self.login("google-drive", pasted + "\n")
                 self.assert_ends(result, BAD_USAGE, "no code stands in that")
 
-    def test_blank_lines_hold_no_code(self):
+    def test_empty_lines_contain_no_code(self):
         for pasted in ("\n", " \t\r\n", "\nabc\n"):
             with self.subTest(pasted=pasted):
-                self.assert_ends(self.login("dropbox", pasted), LOCAL_TROUBLE, "no code was given")
+                self.assert_ends(self.login("dropbox", pasted), LOCAL_FAILURE, "no code was given")
 
-    def test_services_are_named_in_answer_to_an_unknown_one(self):
+    def test_an_unknown_service_fails_with_the_names_of_all(self):
         for command in ("login", "logout", "whoami", "ls", "mkdir"):
             for service in ("skydrive", "", "Google-Drive", "s3"):
                 with self.subTest(command=command, service=service):
@@ -98,14 +97,14 @@ class Consent(LoginTest):
 
 
 class Exchange(LoginTest):
-    """The failure of an exchange is logged with the code that was sent."""
+    """The log line of a failed exchange contains the code that was sent."""
 
     def code_sent(self, service, pasted):
         result = self.login(service, pasted + "\n", *NOWHERE)
         self.assertEqual(result.returncode, SERVICE_FAILED)
         return re.search(r"authorizationCode = (.*?), ", result.stderr)[1]
 
-    def test_a_code_alone_is_used_as_it_stands(self):
+    def test_a_code_alone_is_used_unchanged(self):
         for code in ("4/0Ab_c-d", "4%2F0Ab", "a b", "code=1", "M.C1.2!x*$", "a+b"):
             with self.subTest(code=code):
                 self.assertEqual(self.code_sent("onedrive", code), code)
@@ -138,24 +137,24 @@ class Exchange(LoginTest):
 
 
 class Browser(LoginTest):
-    """xdg-open is a stand-in that notes down what it was called with, and how."""
+    """A fake xdg-open records its arguments and its ignored signals."""
 
     def setUp(self):
         super().setUp()
         self.note = self.home / "note"
         program = self.home / "xdg-open"
-        # A browser that writes, reads, and does not mind broken pipes any more than usual.
+        # It writes to and reads from the standard streams.
         program.write_text(
             "#!/bin/sh\necho noise; echo noise >&2; cat\n"
             f"grep SigIgn /proc/self/status >{self.note}\n"
             f'printf "%s|" "$@" >>{self.note}\n'
         )
         program.chmod(0o700)
-        # Whatever the tool leaves behind becomes a child of this process.
+        # Processes that outlive the tool become children of this process.
         ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
     def browsed(self, *options, **variables):
-        """What the browser was called with; None if there was none."""
+        """The printed address, and the browser's arguments and ignored signals, None if not run."""
         variables["PATH"] = f"{self.home}:{os.environ['PATH']}"
         self.note.unlink(missing_ok=True)
         result = self.tool("login", "dropbox", *options, environment=variables, input="")
@@ -172,7 +171,7 @@ class Browser(LoginTest):
         ignored, arguments = self.note.read_text().split("\n")
         return url, arguments, int(ignored.split()[1], 16)
 
-    def test_opened_where_there_is_a_desktop(self):
+    def test_opened_in_a_desktop_session(self):
         for variable in ("DISPLAY", "WAYLAND_DISPLAY"):
             with self.subTest(variable=variable):
                 desktop = {"DISPLAY": "", "WAYLAND_DISPLAY": "", variable: ":0"}
@@ -185,12 +184,12 @@ class Browser(LoginTest):
         self.assertIsNone(self.browsed("--no-browser", **desktop)[1])
         self.assertIsNone(self.browsed(DISPLAY="", WAYLAND_DISPLAY="")[1])
 
-    def test_nothing_is_said_if_there_is_no_program_for_it(self):
+    def test_no_message_without_a_program_to_open_it(self):
         (self.home / "xdg-open").unlink()
         self.environment["PATH"] = str(self.home)
         result = self.tool("login", "dropbox", environment={"DISPLAY": ":0"}, input="")
         self.assertEqual(len(result.stderr.splitlines()), 3)
-        self.assert_ends(result, LOCAL_TROUBLE, "no code was given")
+        self.assert_ends(result, LOCAL_FAILURE, "no code was given")
 
 
 class Accounts(LoginTest):
@@ -216,7 +215,7 @@ class Accounts(LoginTest):
         self.assert_prints(self.tool("accounts", "--json"), "[]\n")
         self.assertFalse(self.folder.exists())
 
-    def test_commands_that_need_one_say_how_to_link_it(self):
+    def test_commands_without_an_account_advise_to_link_one(self):
         self.keep_accounts("onedrive")
         commands = (
             ("ls", "google-drive:/"), ("mkdir", "google-drive:/Photos"), ("whoami", "amazon-drive"),
@@ -228,13 +227,13 @@ class Accounts(LoginTest):
                 expected = f"no {title} account is linked; link one with `vemlo login {service}`"
                 self.assert_fails(self.tool(command, location), BAD_USAGE, expected)
 
-    def test_tokens_that_the_library_has_not_enciphered(self):
+    def test_tokens_that_the_library_has_not_encrypted(self):
         self.keep_accounts("dropbox")
         result = self.tool("ls", "dropbox:/")
         expected = "of the Dropbox account are damaged; link it again with `vemlo login dropbox`"
-        self.assert_ends(result, LOCAL_TROUBLE, expected)
+        self.assert_ends(result, LOCAL_FAILURE, expected)
 
-    def test_only_amazon_says_whose_account_it_is(self):
+    def test_whoami_is_for_amazon_drive_only(self):
         for service in ("google-drive", "onedrive", "dropbox"):
             with self.subTest(service=service):
                 self.keep_accounts(service)
@@ -243,7 +242,7 @@ class Accounts(LoginTest):
 
 
 class Logout(LoginTest):
-    def test_forgets_one_account_and_nothing_else(self):
+    def test_removes_one_account_and_nothing_else(self):
         accounts = self.keep_accounts("google-drive", "dropbox", "of-a-newer-version")
         accounts["dropbox"]["more"] = {"of": ["another", "version"]}
         self.keep(json.dumps(accounts))
@@ -269,7 +268,6 @@ class Logout(LoginTest):
         self.assertEqual((result.stdout, result.returncode), (address, DONE))
         self.assertEqual(self.accounts(), {})
 
-
     def test_without_any_account(self):
         self.assert_fails(self.tool("logout", "dropbox"), BAD_USAGE, "no Dropbox account is linked")
         self.assertFalse(self.file.exists())
@@ -282,7 +280,7 @@ class File(LoginTest):
         '{"dropbox": {"linked": "", "accessToken": "", "refreshToken": 1}}', "[" * 100000,
     )  # fmt: skip
 
-    def test_a_damaged_one_is_reported_and_left_alone(self):
+    def test_a_damaged_file_is_reported_and_not_changed(self):
         commands = (
             ("accounts",), ("login", "dropbox", "--no-browser"), ("logout", "dropbox"),
             ("ls", "dropbox:/"), ("whoami", "amazon-drive"),
@@ -292,21 +290,21 @@ class File(LoginTest):
             for command in commands:
                 with self.subTest(text=text[:60], command=command):
                     result = self.tool(*command)
-                    self.assert_fails(result, LOCAL_TROUBLE, f"'{self.file}' is damaged")
+                    self.assert_fails(result, LOCAL_FAILURE, f"'{self.file}' is damaged")
                     self.assertEqual(self.file.read_text(), text)
 
-    def test_one_that_cannot_be_read(self):
+    def test_a_file_that_cannot_be_read(self):
         self.file.mkdir(parents=True)
         result = self.tool("accounts")
-        self.assert_fails(result, LOCAL_TROUBLE, f"cannot read '{self.file}': Is a directory")
+        self.assert_fails(result, LOCAL_FAILURE, f"cannot read '{self.file}': Is a directory")
 
     def test_a_folder_that_cannot_be_made(self):
         self.folder.write_text("a file")
         for command in (("logout", "dropbox"), ("accounts",)):
             with self.subTest(command=command):
-                self.assert_fails(self.tool(*command), LOCAL_TROUBLE, str(self.folder))
+                self.assert_fails(self.tool(*command), LOCAL_FAILURE, str(self.folder))
 
-    def test_a_full_disk_leaves_the_old_one(self):
+    def test_a_full_disk_leaves_the_old_file(self):
         accounts = self.keep_accounts(*SERVICES)
 
         def fill_disk():
@@ -314,41 +312,41 @@ class File(LoginTest):
             resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
 
         result = self.tool("logout", "dropbox", preexec_fn=fill_disk)
-        self.assert_fails(result, LOCAL_TROUBLE, f"cannot write '{self.file}': File too large")
+        self.assert_fails(result, LOCAL_FAILURE, f"cannot write '{self.file}': File too large")
         self.assertEqual(self.accounts(), accounts)
         self.assertEqual(sorted(os.listdir(self.folder)), ["accounts.json", "accounts.lock"])
 
-    def test_where_it_is(self):
+    def test_location(self):
         home = self.home / "home"
         (home / ".config").mkdir(parents=True)
         self.keep_accounts("dropbox")
         self.folder.rename(home / ".config" / "vemlo")
         listed = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": str(home)})
         self.assertIn("dropbox", listed.stdout)
-        # A relative path does not count.
+        # A relative path is ignored.
         environment = {"XDG_CONFIG_HOME": "relative", "HOME": str(home)}
         self.assertEqual(self.tool("accounts", environment=environment).stdout, listed.stdout)
         nowhere = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": ""})
-        self.assert_fails(nowhere, LOCAL_TROUBLE, "set HOME or XDG_CONFIG_HOME")
+        self.assert_fails(nowhere, LOCAL_FAILURE, "set HOME or XDG_CONFIG_HOME")
 
     def wait_for_lock(self, process):
-        """Until the process waits for a lock, as the kernel shows."""
+        """Returns when the kernel lists the process as waiting for a lock."""
         deadline = time.monotonic() + 30
         waiting = re.compile(rf"-> FLOCK .* {process.pid} ")
         while not waiting.search(pathlib.Path("/proc/locks").read_text()):
             self.assertLess(time.monotonic(), deadline, "the tool does not wait for the lock")
             time.sleep(0.01)
 
-    def test_changes_at_the_same_time_are_all_kept(self):
+    def test_concurrent_changes_are_all_kept(self):
         accounts = self.keep_accounts("google-drive", "dropbox")
         with open(self.folder / "accounts.lock", "w", encoding="utf-8") as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
             command = [TOOL, "logout", "google-drive"]
             process = subprocess.Popen(
-                command, env=with_own(self.environment), stderr=subprocess.DEVNULL
+                command, env=environment_with(self.environment), stderr=subprocess.DEVNULL
             )
             self.wait_for_lock(process)
-            # What another process does while it has the lock.
+            # The change of another process that holds the lock.
             accounts["onedrive"] = accounts["dropbox"]
             self.keep(json.dumps(accounts))
         self.assertEqual(process.wait(timeout=60), DONE)

@@ -1,7 +1,6 @@
 """The command-line tool with an account on a real server."""
 
 import json
-import os
 import pathlib
 import tempfile
 import unittest
@@ -9,12 +8,11 @@ import unittest
 from support import programs, sandbox
 from support.case import LibraryTest
 from support.error_codes import Code
-
-DONE, SERVICE_FAILED, BAD_USAGE, LOCAL_TROUBLE = 0, 1, 2, 3
+from support.tool import BAD_USAGE, DONE, LOCAL_FAILURE, SERVICE_FAILED, TOOL
 
 
 def keys_of(account):
-    """The variables that lead the tool to the account."""
+    """The environment variables that make the tool use the account."""
     return {
         "VEMLO_S3_ENDPOINT": account.endpoint,
         "VEMLO_S3_ACCESS_KEY": account.access_key,
@@ -22,14 +20,14 @@ def keys_of(account):
     }
 
 
-class ToolTest(LibraryTest):
+class S3ToolTest(LibraryTest):
     def setUp(self):
         self.account = sandbox.account("radosgw")
         self.keys = keys_of(self.account)
 
     def tool(self, *arguments, environment=None, **options):
         environment = self.keys if environment is None else environment
-        return programs.run([os.environ["VEMLO_CLI"], *arguments], environment, **options)
+        return programs.run([TOOL, *arguments], environment, **options)
 
     def secret_file(self, content):
         folder = self.enterContext(tempfile.TemporaryDirectory())
@@ -42,14 +40,14 @@ class ToolTest(LibraryTest):
         self.assertEqual(result.output, output)
 
     def assert_refused(self, result, code, words):
-        """The library's line, then the tool's own, and nothing on standard output."""
+        """A line of the library, a line of the tool, and nothing on standard output."""
         self.assertEqual((result.status, result.output), (SERVICE_FAILED, ""))
         self.assertEqual(len(result.log.records("E")), 1)
         self.assertRegex(result.log.lines[-1], rf"^vemlo: cannot .*{words} \(code {code:d}\)$")
         self.assertEqual(len(result.log.lines), 2)
 
 
-class Buckets(ToolTest):
+class Buckets(S3ToolTest):
     def table(self):
         names = self.account.bucket_names()
         self.assertNotEqual(names, [])
@@ -88,7 +86,7 @@ class Buckets(ToolTest):
         )  # fmt: skip
         self.assert_prints(result, self.table())
 
-    def test_verbose_shows_the_same_and_no_secret(self):
+    def test_verbose_prints_the_same_and_no_secret(self):
         result = self.tool("s3", "buckets", "--verbose=9")
         self.assertEqual((result.status, result.output), (DONE, self.table()))
         self.assertEqual(result.log.records("E"), [])
@@ -101,7 +99,7 @@ class Buckets(ToolTest):
         self.assert_prints(self.tool("s3", "buckets", "--json", environment=environment), "[]\n")
 
 
-class Refusals(ToolTest):
+class Refusals(S3ToolTest):
     def test_wrong_secret(self):
         environment = {**self.keys, "VEMLO_S3_SECRET_KEY": sandbox.MADE_UP_SECRET}
         result = self.tool("s3", "buckets", environment=environment)
@@ -111,21 +109,21 @@ class Refusals(ToolTest):
         result = self.tool("s3", "buckets", "--access-key", "nobody")
         self.assert_refused(result, Code.UnknownAccessKey, "unknown access key")
 
-    def test_server_that_is_not_there(self):
+    def test_unreachable_server(self):
         result = self.tool("s3", "buckets", "--endpoint", "http://127.0.0.1:1")
         self.assert_refused(result, Code.NetworkFailure, "not reached.*")
 
-    def test_bad_usage_asks_nobody(self):
+    def test_bad_usage_sends_no_request(self):
         result = self.tool("s3", "buckets", "--endpoint", "http://127.0.0.1:1", "--colour")
         self.assertEqual((result.status, result.output), (BAD_USAGE, ""))
         self.assertEqual(result.log.records("E"), [])
 
     def test_secret_file_that_is_missing(self):
         result = self.tool("s3", "buckets", "--secret-key-file", "/nonexistent/secret")
-        self.assertEqual((result.status, result.output), (LOCAL_TROUBLE, ""))
+        self.assertEqual((result.status, result.output), (LOCAL_FAILURE, ""))
 
 
-class CreateBucket(ToolTest):
+class CreateBucket(S3ToolTest):
     def setUp(self):
         super().setUp()
         self.bucket = sandbox.new_bucket_name()
@@ -153,8 +151,8 @@ class CreateBucket(ToolTest):
         self.assert_refused(result, Code.BucketAlreadyExists, "taken by another account")
 
 
-class Proxy(ToolTest):
-    """At the public service's own name, without an endpoint."""
+class Proxy(S3ToolTest):
+    """Without an endpoint, that is, with the host name of the public service."""
 
     def setUp(self):
         super().setUp()
@@ -195,7 +193,7 @@ class Proxy(ToolTest):
         self.assert_refused(result, Code.NetworkFailure, "not reached.*")
         self.assertEqual(sandbox.requests(), [])
 
-    def test_a_region_by_name_is_asked_at_its_own_host(self):
+    def test_a_region_by_name_is_requested_at_its_own_host(self):
         self.keys["VEMLO_PROXY"] = self.address("proxyPort")
         bucket = sandbox.new_bucket_name()
         self.assert_prints(self.tool("s3", "create-bucket", bucket, "--region", "Frankfurt"), "")

@@ -1,4 +1,4 @@
-"""What the command-line tool does with its arguments, as far as no service is needed to see it."""
+"""How the command-line tool processes its arguments, as far as no service is needed."""
 
 import itertools
 import json
@@ -7,7 +7,7 @@ import pathlib
 import tempfile
 import unittest
 
-from support.tool import AZURE_KEYS, BAD_USAGE, DONE, KEYS, LOCAL_TROUBLE, ToolTest, run
+from support.tool import AZURE_KEYS, BAD_USAGE, DONE, KEYS, LOCAL_FAILURE, ToolTest, run
 
 AWS_REGIONS = {
     0: "US Standard", 1: "Ohio", 2: "Northern California", 3: "Oregon", 4: "Mumbai",
@@ -22,7 +22,7 @@ class Help(ToolTest):
         self.assertEqual((result.stderr, result.returncode), ("", DONE))
         self.assertRegex(result.stdout, r"\Avemlo \d+\.\d+\.\d+\n\Z")
 
-    def test_every_level_explains_itself_and_the_exit_codes(self):
+    def test_every_level_describes_itself_and_the_exit_codes(self):
         levels = {
             (): "s3",
             ("s3",): "--secret-key-file",
@@ -74,13 +74,13 @@ class Regions(ToolTest):
                 listed = json.loads(run("s3", "regions", "--json", "--flavour", flavour).stdout)
                 self.assertEqual([region["code"] for region in listed], codes)
 
-    def test_a_region_without_a_name_shows_as_none(self):
+    def test_a_region_without_a_name(self):
         self.assert_prints(run("s3", "regions", "--flavour", "custom"), "CODE  NAME\n16    -\n")
         self.assert_prints(
             run("s3", "regions", "--flavour", "custom", "--json"), '[{"code":16,"name":null}]\n'
         )
 
-    def test_the_endpoint_tells_the_flavour(self):
+    def test_the_endpoint_determines_the_flavour(self):
         flavours = {
             "": "aws",
             "https://s3.amazonaws.com": "aws",
@@ -99,14 +99,14 @@ class Regions(ToolTest):
                 environment = {"VEMLO_S3_ENDPOINT": endpoint}
                 self.assert_prints(run("s3", "regions", environment=environment), expected)
 
-    def test_an_option_outweighs_the_environment_even_if_empty(self):
+    def test_an_option_overrides_the_environment_even_if_empty(self):
         environment = {"VEMLO_S3_ENDPOINT": "http://127.0.0.1:9000"}
         for endpoint in ("s3.amazonaws.com", ""):
             with self.subTest(endpoint=endpoint):
                 result = run("s3", "regions", "--endpoint", endpoint, environment=environment)
                 self.assertIn("Frankfurt", result.stdout)
 
-    def test_options_of_the_service_may_stand_before_or_behind_the_command(self):
+    def test_options_of_the_service_are_valid_before_and_after_the_command(self):
         before = run("s3", "--endpoint", "s3.wasabisys.com", "regions")
         behind = run("s3", "regions", "--endpoint", "s3.wasabisys.com")
         self.assert_prints(before, "CODE  NAME\n0     US Standard\n")
@@ -181,7 +181,7 @@ class BadUsage(ToolTest):
 
 
 class CreateBucket(ToolTest):
-    """Without keys, a command whose other arguments are in order ends by asking for them."""
+    """Without keys, a command whose other arguments are valid fails because they are missing."""
 
     def create(self, *arguments):
         return run("s3", "create-bucket", *arguments)
@@ -190,7 +190,7 @@ class CreateBucket(ToolTest):
         self.assert_fails(self.create(), BAD_USAGE, "NAME is required")
         self.assert_fails(self.create(""), BAD_USAGE, "name is empty")
 
-    def test_an_unknown_region_is_answered_with_the_known_ones(self):
+    def test_an_unknown_region_fails_with_the_known_ones(self):
         result = self.create("photos", "--region", "Atlantis")
         known = ", ".join(f"{name} ({code})" for code, name in AWS_REGIONS.items())
         self.assert_fails(result, BAD_USAGE, f"no region 'Atlantis'; it has: {known}")
@@ -227,7 +227,7 @@ class CreateBucket(ToolTest):
             with self.subTest(name=name):
                 self.assert_fails(self.create(name), BAD_USAGE, "the access key is missing")
 
-    def test_messages_cannot_steer_the_terminal(self):
+    def test_messages_cannot_control_the_terminal(self):
         result = self.create("photos", "--region", "\x1b[31m\r\n\x9b1m\u202eevil")
         self.assert_fails(result, BAD_USAGE, r"'\u001b[31m\u000d\u000a\u009b1m\u202eevil'")
 
@@ -309,39 +309,39 @@ class Secrets(ToolTest):
         environment = {**KEYS, **(environment or {})}
         return run("s3", "buckets", *arguments, environment=environment, **options)
 
-    def test_files_that_hold_no_secret(self):
+    def test_files_without_a_secret(self):
         for content in (b"", b"\n", b"\r\nsecond line\n", "confidential\n".encode("utf-16")):
             with self.subTest(content=content):
                 result = self.buckets("--secret-key-file", self.file(content))
-                self.assert_fails(result, LOCAL_TROUBLE, "no secret in the first line of '")
+                self.assert_fails(result, LOCAL_FAILURE, "no secret in the first line of '")
 
     def test_files_that_cannot_be_read(self):
         missing = str(self.folder / "missing")
         result = self.buckets("--secret-key-file", missing)
-        self.assert_fails(result, LOCAL_TROUBLE, f"'{missing}': No such file or directory")
+        self.assert_fails(result, LOCAL_FAILURE, f"'{missing}': No such file or directory")
         result = self.buckets("--secret-key-file", str(self.folder))
-        self.assert_fails(result, LOCAL_TROUBLE, f"'{self.folder}'")
+        self.assert_fails(result, LOCAL_FAILURE, f"'{self.folder}'")
 
-    def test_the_variable_that_names_a_file_counts_if_there_is_no_other(self):
+    def test_the_variable_that_names_a_file_is_used_if_the_other_is_empty(self):
         missing = str(self.folder / "missing")
         named = {"VEMLO_S3_SECRET_KEY": "", "VEMLO_S3_SECRET_KEY_FILE": missing}
-        self.assert_fails(self.buckets(environment=named), LOCAL_TROUBLE, missing)
+        self.assert_fails(self.buckets(environment=named), LOCAL_FAILURE, missing)
 
     def test_standard_input_without_a_line(self):
         result = self.buckets("--secret-key-file", "-", input="")
-        self.assert_fails(result, LOCAL_TROUBLE, "no secret in the first line of standard input")
+        self.assert_fails(result, LOCAL_FAILURE, "no secret in the first line of standard input")
 
     def test_secret_key_and_proxy_password_are_successive_lines_of_standard_input(self):
         proxy = ("--proxy", "localhost:1", "--proxy-password-file", "-")
         result = self.buckets("--secret-key-file", "-", *proxy, input="confidential\n")
-        self.assert_fails(result, LOCAL_TROUBLE, "no secret in the first line of standard input")
+        self.assert_fails(result, LOCAL_FAILURE, "no secret in the first line of standard input")
 
     def test_the_proxy_password_is_read_only_if_there_is_a_proxy(self):
         missing = str(self.folder / "missing")
         unread = {"VEMLO_S3_SECRET_KEY": "", "VEMLO_PROXY_PASSWORD_FILE": missing}
         self.assert_fails(self.buckets(environment=unread), BAD_USAGE, "the secret key is missing")
         read = {"VEMLO_PROXY": "localhost:1", "VEMLO_PROXY_PASSWORD_FILE": missing}
-        self.assert_fails(self.buckets(environment=read), LOCAL_TROUBLE, missing)
+        self.assert_fails(self.buckets(environment=read), LOCAL_FAILURE, missing)
 
 
 class Output(ToolTest):
@@ -351,9 +351,9 @@ class Output(ToolTest):
         for command in self.COMMANDS:
             with self.subTest(command=command), open("/dev/full", "wb") as full:
                 result = run(*command, stdout=full)
-                self.assert_fails(result, LOCAL_TROUBLE, "No space left on device")
+                self.assert_fails(result, LOCAL_FAILURE, "No space left on device")
 
-    def test_a_reader_that_has_gone_away_is_a_failure(self):
+    def test_a_closed_pipe_is_a_failure(self):
         for command in self.COMMANDS:
             with self.subTest(command=command):
                 reading, writing = os.pipe()
@@ -362,13 +362,13 @@ class Output(ToolTest):
                     result = run(*command, stdout=writing)
                 finally:
                     os.close(writing)
-                self.assert_fails(result, LOCAL_TROUBLE, "Broken pipe")
+                self.assert_fails(result, LOCAL_FAILURE, "Broken pipe")
 
     def test_a_closed_standard_output_is_a_failure(self):
         for command in self.COMMANDS:
             with self.subTest(command=command):
                 result = run(*command, preexec_fn=lambda: os.close(1))
-                self.assert_fails(result, LOCAL_TROUBLE, "Bad file descriptor")
+                self.assert_fails(result, LOCAL_FAILURE, "Bad file descriptor")
 
 
 if __name__ == "__main__":

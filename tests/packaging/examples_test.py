@@ -1,4 +1,4 @@
-"""The example hosts, built against an installed tree, do on the sandbox what they are for."""
+"""The example hosts, built against an installed tree and run with the sandbox."""
 
 import os
 import pathlib
@@ -16,23 +16,23 @@ CONSENT = [os.environ["VEMLO_NODE"], ROOT / "sandbox" / "cli.mjs", "consent"]
 
 
 class Host:
-    """A running host, with which the test talks as its user does."""
+    """A running host, with the test as its user."""
 
     def __init__(self, command, environment):
         self.process = subprocess.Popen(
             [str(part) for part in command], env=environment, text=True, bufsize=1,
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
-    def line(self):
+    def read_line(self):
         return self.process.stdout.readline().rstrip("\n")
 
-    def say(self, text):
+    def write_line(self, text):
         self.process.stdin.write(text + "\n")
         self.process.stdin.flush()
 
-    def end(self, *answers):
-        """What it prints until its end, standard error, and its exit code."""
-        output, errors = self.process.communicate("".join(a + "\n" for a in answers), timeout=60)
+    def finish(self, *lines):
+        """Writes the lines and returns the remaining output, standard error and the exit code."""
+        output, errors = self.process.communicate("".join(x + "\n" for x in lines), timeout=60)
         return output, errors, self.process.returncode
 
 
@@ -41,7 +41,7 @@ class Examples(unittest.TestCase):
     def setUpClass(cls):
         cls.prefix = cls.enterClassContext(installed())
         folder = cls.enterClassContext(tempfile.TemporaryDirectory())
-        # Whatever they do not release, of their own or of the library's, is reported at their end.
+        # The sanitizer reports memory that they do not release, including results of the library.
         cls.programs = cls.prefix.build_with_make(folder, "-fsanitize=address,undefined")
 
     def setUp(self):
@@ -75,15 +75,15 @@ class Examples(unittest.TestCase):
     def number_of_bucket(self):
         return str(self.account.bucket_names().index(self.bucket) + 1)
 
-    def assert_chosen(self, end, chosen):
-        output, errors, code = end
+    def assert_chosen(self, result, chosen):
+        output, errors, code = result
         self.assertEqual((errors, code), ("", 0), output)
         self.assertTrue(output.endswith(f"Chosen: {chosen}\n"), output)
 
     def test_buckets_are_listed(self):
         account = self.account
-        end = self.start(self.programs / "list_buckets", *account).end()
-        self.assertEqual(end, ("".join(name + "\n" for name in account.bucket_names()), "", 0))
+        result = self.start(self.programs / "list_buckets", *account).finish()
+        self.assertEqual(result, ("".join(name + "\n" for name in account.bucket_names()), "", 0))
 
     def test_an_s3_folder_is_made_and_picked(self):
         hosts = {"c": lambda: self.start(self.programs / "link_s3", self.account.endpoint),
@@ -91,15 +91,16 @@ class Examples(unittest.TestCase):
         for language, start in hosts.items():
             with self.subTest(language=language):
                 folder = f"Málaga {language}"
-                made = start().end(self.number_of_bucket(), "+" + folder, "1", "+2019", "1", ".")
-                self.assert_chosen(made, f"{self.bucket}/{folder}/2019/")
-                self.assertEqual(self.keys(), [f"{folder}/", f"{folder}/2019/"])
+                choices = (self.number_of_bucket(), "+" + folder, "1", "+2019", "+1", "2", ".")
+                self.assert_chosen(start().finish(*choices), f"{self.bucket}/{folder}/2019/")
+                keys = [f"{folder}/", f"{folder}/1/", f"{folder}/2019/"]
+                self.assertEqual(self.keys(), keys)
                 self.empty_bucket()
 
     def test_wrong_keys_lead_to_advice(self):
         host = self.start(self.programs / "link_s3", self.account.endpoint,
                           S3_SECRET_KEY=sandbox.MADE_UP_SECRET)
-        output, errors, code = host.end()
+        output, errors, code = host.finish()
         self.assertEqual(output, "Cannot list the buckets (code 13). Check the keys.\n")
         self.assertEqual(code, 1)
         self.assertIn("SignatureDoesNotMatch", errors)
@@ -113,42 +114,43 @@ class Examples(unittest.TestCase):
                           SSL_CERT_FILE=internet["caFile"])
 
     def consent(self, host):
-        """Goes where the host sends its user, and brings the code back."""
-        self.assertEqual(host.line(), "Open this address and allow access:")
-        address = subprocess.run([*CONSENT, host.line()], check=True, text=True, timeout=60,
+        """Opens the address that the host prints, and gives the host the code."""
+        self.assertEqual(host.read_line(), "Open this address and allow access:")
+        address = subprocess.run([*CONSENT, host.read_line()], check=True, text=True, timeout=60,
                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE).stdout.strip()
-        host.say(parse_qs(urlsplit(address).query)["code"][0])
+        host.write_line(parse_qs(urlsplit(address).query)["code"][0])
 
     def test_a_google_drive_account_is_linked_and_a_folder_made_and_picked(self):
-        # The host in Python asks first where to begin.
-        for language, answers in (("c", []), ("python", ["1"])):
+        # The host in Python lets the user choose the root folder first.
+        for language, choices in (("c", []), ("python", ["1"])):
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 host = self.start_google_drive(language, tokens)
                 self.consent(host)
                 name = sandbox.new_bucket_name()
-                output, errors, code = host.end(*answers, "+" + name, ".")
+                output, errors, code = host.finish(*choices, "+" + name, ".")
                 self.assertEqual((errors, code), ("", 0), output)
                 self.assertRegex(output, rf"Chosen: {name} \(\S+\)\n\Z")
 
                 self.assertEqual(tokens.stat().st_mode & 0o777, 0o600)
                 self.assertEqual(len(tokens.read_text(encoding="ascii").splitlines()), 2)
-                output, errors, code = self.start_google_drive(language, tokens).end(*answers, ".")
+                host = self.start_google_drive(language, tokens)
+                output, errors, code = host.finish(*choices, ".")
                 self.assertEqual((errors, code), ("", 0), output)
                 self.assertIn(f"  {name}\n", output)
 
-    def test_stored_tokens_that_are_damaged_lead_back_to_consent(self):
+    def test_damaged_stored_tokens_require_a_new_consent(self):
         for language in ("c", "python"):
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 tokens.write_text("of no use\n" * 2, encoding="ascii")
                 host = self.start_google_drive(language, tokens)
-                self.assertEqual(host.line(), "Open this address and allow access:")
-                _, errors, code = host.end()
+                self.assertEqual(host.read_line(), "Open this address and allow access:")
+                _, errors, code = host.finish()
                 self.assertIn("Failed to decrypt string.", errors)
                 self.assertEqual(code, 1)
 
-    def test_the_host_in_python_releases_what_it_is_given(self):
+    def test_the_host_in_python_releases_its_texts(self):
         program = """
             import ctypes
             import sys
@@ -156,7 +158,7 @@ class Examples(unittest.TestCase):
             class Use(ctypes.Structure):
                 _fields_ = [(name, ctypes.c_size_t) for name in "abcdefghij"]
             link_account.libc.mallinfo2.restype = Use
-            in_use = lambda: link_account.libc.mallinfo2().h  # bytes given out by malloc
+            in_use = lambda: link_account.libc.mallinfo2().h  # allocated bytes
             link_account.vemlo.libvemlo_global_init()
             release = link_account.text_of if sys.argv[1] == "release" else (lambda pointer: None)
             before = in_use()
@@ -169,12 +171,12 @@ class Examples(unittest.TestCase):
             host = self.start(sys.executable, "-B", "-c", textwrap.dedent(program), what,
                               LIBVEMLO=str(self.prefix.libraries / "libvemlo.so.1"),
                               PYTHONPATH=str(EXAMPLES / "python"))
-            output, errors, code = host.end()
+            output, errors, code = host.finish()
             self.assertEqual((errors, code), ("", 0))
             return int(output)
 
         self.assertLess(growth("release"), 1_000_000)
-        self.assertGreater(growth("keep"), 20_000_000)  # so the measure would show it
+        self.assertGreater(growth("keep"), 20_000_000)  # shows that the measurement finds a leak
 
 
 if __name__ == "__main__":

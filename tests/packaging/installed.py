@@ -1,6 +1,6 @@
-"""An installed tree, and hosts that are built against it as their authors would.
+"""An installed tree, and hosts that are built against it.
 
-VEMLO_BUILD_TREE is the build tree, VEMLO_LIBDIR where in a prefix the libraries go.
+VEMLO_BUILD_TREE is the build tree, VEMLO_LIBDIR the folder of the libraries in a prefix.
 """
 
 import contextlib
@@ -15,7 +15,7 @@ EXAMPLES = ROOT / "examples"
 
 
 def run(*command, **options):
-    """Runs a program that must succeed, and returns what it printed."""
+    """Runs a program that must succeed, and returns its standard output."""
     result = subprocess.run(command, capture_output=True, text=True, check=False, **options)
     if result.returncode != 0:
         raise AssertionError(f"{command[0]} failed: {result.stdout}{result.stderr}")
@@ -23,7 +23,7 @@ def run(*command, **options):
 
 
 class Prefix:
-    """A folder with what `cmake --install` has put there."""
+    """A folder that `cmake --install` has filled."""
 
     def __init__(self, path):
         self.path = pathlib.Path(path)
@@ -36,7 +36,7 @@ class Prefix:
                 "CMAKE_PREFIX_PATH": str(self.path), "LD_LIBRARY_PATH": str(self.libraries)}
 
     def build_with_make(self, folder, more_flags=""):
-        """The examples in C; returns the folder with the programs."""
+        """Builds the examples in C and returns the folder with the programs."""
         programs = shutil.copytree(EXAMPLES / "c", pathlib.Path(folder) / "make")
         flags = f"-std=c99 -O2 -pedantic -Wall -Wextra -Wconversion -Wshadow -Werror {more_flags}"
         run("make", "-C", programs, f"CFLAGS={flags} {self.pkg_config('--cflags', 'libvemlo')}",
@@ -60,5 +60,5 @@ def installed():
     with tempfile.TemporaryDirectory() as folder:
         first, second = (pathlib.Path(folder) / name for name in ("first", "second"))
         run("cmake", "--install", os.environ["VEMLO_BUILD_TREE"], "--prefix", first)
-        first.rename(second)  # it must not matter where it was put first
+        first.rename(second)  # the installed tree must be relocatable
         yield Prefix(second)

@@ -1,4 +1,4 @@
-"""What `cmake --install` leaves behind is found, and hosts can be built against it."""
+"""The files of `cmake --install` are found, and hosts can be built against them."""
 
 import pathlib
 import re
@@ -35,7 +35,7 @@ class Installed(unittest.TestCase):
         cls.version = re.search(r"project\(libvemlo VERSION (\S+)",
                                 (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")).group(1)
 
-    def scratch(self, **files):
+    def temporary_folder(self, **files):
         """A folder with files of the given names (`_` for `.`) and contents."""
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -45,20 +45,20 @@ class Installed(unittest.TestCase):
         return pathlib.Path(folder.name)
 
     def test_examples_build_with_pkg_config(self):
-        programs = self.prefix.build_with_make(self.scratch())
+        programs = self.prefix.build_with_make(self.temporary_folder())
         self.assert_usage(programs / "list_buckets", env=self.prefix.environment)
 
-    def test_examples_build_with_cmake_and_run_without_a_word_about_folders(self):
-        programs = self.prefix.build_with_cmake(ROOT / "examples" / "c", self.scratch())
+    def test_examples_build_with_cmake_and_run_without_library_paths(self):
+        programs = self.prefix.build_with_cmake(ROOT / "examples" / "c", self.temporary_folder())
         self.assert_usage(programs / "list_buckets", env={})
 
     def assert_usage(self, program, env):
-        """It starts, and finds that it has been told too little."""
+        """The program starts, and fails because its arguments are missing."""
         with self.assertRaisesRegex(AssertionError, r"list_buckets failed: \Z"):
             run(program, env=env)
 
-    def test_the_layer_is_found_as_well(self):
-        folder = self.scratch(host_cpp=LAYER_HOST, CMakeLists_txt=LAYER_PROJECT)
+    def test_the_service_client_layer_is_found(self):
+        folder = self.temporary_folder(host_cpp=LAYER_HOST, CMakeLists_txt=LAYER_PROJECT)
         run(self.prefix.build_with_cmake(folder, folder / "build") / "host", env={})
 
         self.assertRegex(self.prefix.pkg_config("--libs", "libvemlo-service-client"),
@@ -69,7 +69,7 @@ class Installed(unittest.TestCase):
         major = int(self.version.split(".")[0])
         for wanted, found in (("", True), (f"{major}.0", True), (f"{major + 1}.0", False)):
             with self.subTest(wanted=wanted):
-                folder = self.scratch(CMakeLists_txt=VERSION_PROJECT % wanted)
+                folder = self.temporary_folder(CMakeLists_txt=VERSION_PROJECT % wanted)
                 output = run("cmake", "-S", folder, "-B", folder / "build",
                              env=self.prefix.environment)
                 expected = f"found: 1 {self.version}" if found else "found: 0"
@@ -78,7 +78,7 @@ class Installed(unittest.TestCase):
     def test_the_tool_finds_its_libraries(self):
         self.assertEqual(run(self.prefix.tool, "--version", env={}), f"vemlo {self.version}\n")
 
-    def test_nothing_names_the_build_tree(self):
+    def test_no_file_contains_the_path_of_the_build_tree(self):
         texts = [*self.prefix.path.rglob("*.pc"), *self.prefix.path.rglob("*.cmake")]
         self.assertGreaterEqual(len(texts), 6)
         for path in texts:

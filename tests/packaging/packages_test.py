@@ -1,4 +1,4 @@
-"""The Debian packages hold what they should, and Debian's own judge has no error to report."""
+"""The Debian packages have the expected content, and lintian reports no error."""
 
 import os
 import pathlib
@@ -37,7 +37,7 @@ class Packages(unittest.TestCase):
     def test_three_packages(self):
         self.assertEqual(set(self.packages), {"libvemlo1", "libvemlo-dev", "vemlo"})
 
-    def test_everything_is_in_its_package_and_in_no_other(self):
+    def test_every_file_is_in_one_package(self):
         places = {
             "libvemlo1": {
                 f"usr/{LIBDIR}/libvemlo.so.1", f"usr/{LIBDIR}/libvemlo_service_client.so.1",
@@ -70,7 +70,7 @@ class Packages(unittest.TestCase):
         for library in ("libcurl4", "libssl3", "libgoogle-glog0v6", "libpococrypto80", "libc6"):
             self.assertIn(library + " ", depends["libvemlo1"])
 
-    def test_what_others_will_depend_on(self):
+    def test_dependency_of_packages_that_use_the_library(self):
         shlibs = run("dpkg-deb", "--info", self.packages["libvemlo1"].path, "shlibs")
         self.assertRegex(shlibs, r"(?m)^libvemlo 1 libvemlo1 \(>= ")
 
@@ -86,7 +86,7 @@ class Packages(unittest.TestCase):
 
     def test_lintian_finds_no_error(self):
         paths = [package.path for package in self.packages.values()]
-        # Whoever runs the tests as root is told that this is not recommended.
+        # As root, lintian would warn without this option.
         result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", "--profile",
                                  "debian", "--tag-display-limit", "0", *paths],
                                 capture_output=True, text=True, check=False)

@@ -26,7 +26,7 @@ using std::filesystem::path;
 
 [[noreturn]] void fail(const std::string& what, const path& file) {
   const std::string reason = std::generic_category().message(errno);
-  throw Failure(ExitCode::LocalTrouble, what + " '" + file.string() + "': " + reason);
+  throw Failure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
 }
 
 class OpenFile {
@@ -50,12 +50,12 @@ class OpenFile {
 };
 
 path configurationFolder() {
-  // The variable counts only if it is absolute: that is how its users have agreed on it.
+  // By convention the variable is ignored unless it holds an absolute path.
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && *configured == '/') return configured;
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return path(home) / ".config";
-  throw Failure(ExitCode::LocalTrouble,
+  throw Failure(ExitCode::LocalFailure,
                 "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
 }
 
@@ -71,7 +71,7 @@ bool isAccount(const Json& account) {
          });
 }
 
-/// The text of a file, empty if there is no such file.
+/// The content of a file; empty if the file does not exist.
 std::string readText(const path& file) {
   const OpenFile open(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
   if (!open.isOpen() && errno == ENOENT) return {};
@@ -87,7 +87,7 @@ std::string readText(const path& file) {
   return text;
 }
 
-/// The accounts by the names of their services.
+/// An object with one member per account, named after the service.
 Json readFile() {
   const path file = accountFile();
   const std::string text = readText(file);
@@ -95,7 +95,7 @@ Json readFile() {
   Json accounts = Json::parse(text, nullptr, false);
   if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
     throw Failure(
-        ExitCode::LocalTrouble,
+        ExitCode::LocalFailure,
         "'" + file.string() + "' is damaged; repair it, or remove it and link the accounts again");
   }
   return accounts;
@@ -110,12 +110,11 @@ bool writeAll(int descriptor, std::string_view text) {
   return ::fsync(descriptor) == 0;
 }
 
-/// Replaces the file as a whole: whoever reads it, and whatever fails, there is the old or the new
-/// one.
+/// Replaces the file atomically: a reader sees the old or the new file, also if writing fails.
 void writeFile(const Json& accounts) {
   const path file = accountFile();
   std::string temporary = file.string() + ".XXXXXX";
-  OpenFile open(::mkostemp(temporary.data(), O_CLOEXEC));  // readable for its owner alone
+  OpenFile open(::mkostemp(temporary.data(), O_CLOEXEC));  // readable by its owner only
   if (!open.isOpen()) fail("cannot write", file);
   if (!writeAll(open.descriptor(), accounts.dump(2) + "\n") || !open.close() ||
       std::rename(temporary.c_str(), file.c_str()) != 0) {
@@ -124,7 +123,7 @@ void writeFile(const Json& accounts) {
     errno = error;
     fail("cannot write", file);
   }
-  // That the name is on the disk as well is worth trying, but nothing is lost without.
+  // Make the rename durable too. If this fails, the file is still the old or the new one.
   const OpenFile folder(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.isOpen()) ::fsync(folder.descriptor());
 }
@@ -132,15 +131,15 @@ void writeFile(const Json& accounts) {
 void makeAccountFolder() {
   const path folder = accountFolder();
   std::error_code error;
-  const mode_t usual = ::umask(S_IRWXG | S_IRWXO);  // for its owner alone
+  const mode_t usual = ::umask(S_IRWXG | S_IRWXO);  // accessible to its owner only
   std::filesystem::create_directories(folder, error);
   ::umask(usual);
   errno = error.value();
   if (error) fail("cannot make the folder", folder);
 }
 
-/// Changes the file while no other process does. The lock is a file of its own, as the one with the
-/// accounts is replaced.
+/// Changes the file under a lock that excludes other processes. The lock is on a separate file
+/// because the file with the accounts is replaced.
 void changeAccounts(const std::function<void(Json& accounts)>& change) {
   makeAccountFolder();
   const path lock = accountFolder() / "accounts.lock";
@@ -164,21 +163,21 @@ std::map<std::string, Account> readAccounts() {
   return accounts;
 }
 
-bool keepAccount(const std::string& service, const Account& account) {
-  bool hadOne = false;
+bool storeAccount(const std::string& service, const Account& account) {
+  bool existed = false;
   changeAccounts([&](Json& accounts) {
-    hadOne = accounts.contains(service);
+    existed = accounts.contains(service);
     accounts[service] = {{"linked", account.linked},
                          {"accessToken", account.accessToken},
                          {"refreshToken", account.refreshToken}};
   });
-  return hadOne;
+  return existed;
 }
 
-bool forgetAccount(const std::string& service) {
-  bool hadOne = false;
-  changeAccounts([&](Json& accounts) { hadOne = accounts.erase(service) > 0; });
-  return hadOne;
+bool removeAccount(const std::string& service) {
+  bool existed = false;
+  changeAccounts([&](Json& accounts) { existed = accounts.erase(service) > 0; });
+  return existed;
 }
 
 }  // namespace vemlo

@@ -5,29 +5,29 @@
 
 namespace vemlo {
 
-/// A linked account, as it is kept. The tokens are enciphered.
+/// A linked account as it is stored. The tokens are encrypted.
 struct Account {
-  /// When it was linked: UTC, as in 2026-11-21T05:10:00Z.
+  /// The time at which it was linked, in UTC, such as 2026-11-21T05:10:00Z.
   std::string linked;
   std::string accessToken;
   std::string refreshToken;
 };
 
 /// The linked accounts by the names of their services, from $XDG_CONFIG_HOME/vemlo/accounts.json or
-/// ~/.config/vemlo/accounts.json; none if there is no such file. Throws Failure if it cannot be
-/// read or is damaged.
+/// ~/.config/vemlo/accounts.json. Empty if the file does not exist. Throws Failure if the file
+/// cannot be read or is damaged.
 std::map<std::string, Account> readAccounts();
 
-/// Keeps an account, instead of the one that the service had before. Whatever else the file holds
-/// stays as it is by then, also if another process changes it at the same time. Throws Failure like
-/// `readAccounts`, and if the file cannot be written; it is then as it was before.
+/// Stores an account in place of the service's previous one. The rest of the file is preserved,
+/// including concurrent changes by other processes. Throws Failure as `readAccounts` does, and if
+/// the file cannot be written; it is then unchanged.
 ///
-/// @return Whether the service had one before.
-bool keepAccount(const std::string& service, const Account& account);
+/// @return Whether the service had an account before.
+bool storeAccount(const std::string& service, const Account& account);
 
-/// Forgets the account of a service, in the same manner.
+/// Removes the account of a service, with the same guarantees and failures as `storeAccount`.
 ///
-/// @return Whether the service had one.
-bool forgetAccount(const std::string& service);
+/// @return Whether the service had an account.
+bool removeAccount(const std::string& service);
 
 }  // namespace vemlo

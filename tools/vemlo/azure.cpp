@@ -9,7 +9,7 @@
 #include "failure.h"
 #include "object_store.h"
 #include "proxy.h"
-#include "results.h"
+#include "result_codes.h"
 #include "secrets.h"
 #include "session_guard.h"
 
@@ -81,12 +81,17 @@ void addAccountOptions(CLI::App& command, AzureOptions& options) {
 void addAzureCommands(CLI::App& app) {
   CLI::App* azure = app.add_subcommand("azure", "Azure storage blobs");
   azure->require_subcommand(1);
-  const auto options = std::make_shared<AzureOptions>();  // kept by the callbacks below
+  const auto options = std::make_shared<AzureOptions>();  // kept alive by the callbacks
   addAccountOptions(*azure, *options);
-  addObjectStoreCommands(*azure,
-                         {"container", "List the folders directly below a folder",
-                          [options] { return openSession(*options); }, azure_ssb_list_bucket,
-                          azure_ssb_list_directory, azure_ssb_create_directory});
+
+  ObjectStore store;
+  store.bucketWord = "container";
+  store.listDescription = "List the folders directly below a folder";
+  store.open = [options] { return openSession(*options); };
+  store.listBuckets = azure_ssb_list_bucket;
+  store.listFolders = azure_ssb_list_directory;
+  store.makeFolder = azure_ssb_create_directory;
+  addObjectStoreCommands(*azure, store);
 
   CLI::App* create = azure->add_subcommand("create-container", "Make a container; prints nothing");
   create->add_option("NAME", options->container, "The container's name")->required()->type_name("");

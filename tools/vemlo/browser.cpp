@@ -19,8 +19,9 @@ bool hasDesktop() {
   return false;
 }
 
-/// Nothing of the browser shall show between the lines of this program, or end with it.
-void setApart(posix_spawn_file_actions_t& files, posix_spawnattr_t& attributes) {
+/// Keeps the browser's output apart from the output of this program, and lets the browser run on
+/// when this program or its terminal session ends.
+void isolateBrowser(posix_spawn_file_actions_t& files, posix_spawnattr_t& attributes) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     posix_spawn_file_actions_addopen(&files, stream, "/dev/null", O_RDWR, 0);
   }
@@ -39,13 +40,13 @@ void openBrowser(const std::string& url) {
   posix_spawn_file_actions_init(&files);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
-  setApart(files, attributes);
+  isolateBrowser(files, attributes);
 
   std::string program = "xdg-open";
   std::string address = url;
   const std::array<char*, 3> arguments{program.data(), address.data(), nullptr};
-  // Not waited for: it may stay as long as the browser. Without it the user opens the page, whose
-  // address is shown anyway.
+  // Do not wait for it: it may run as long as the browser. A failure needs no message because the
+  // address is printed anyway.
   pid_t process = 0;
   posix_spawnp(&process, program.c_str(), &files, &attributes, arguments.data(), environ);
 

@@ -4,8 +4,8 @@
 
 namespace vemlo {
 
-/// Shows a page in the user's browser where there is a desktop to do so; otherwise, and if that
-/// fails, does nothing.
+/// Opens a web page in the user's browser. Does nothing without a desktop session, and ignores
+/// failures.
 void openBrowser(const std::string& url);
 
 }  // namespace vemlo

@@ -6,19 +6,19 @@
 #include <string>
 
 #include "account_file.h"
-#include "authorization_answer.h"
+#include "authorization_response.h"
 #include "browser.h"
+#include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
 #include "failure.h"
-#include "object_store.h"
 #include "output.h"
 #include "proxy.h"
 
 namespace vemlo {
 namespace {
 
-constexpr const char* kLoginExplained =
+constexpr const char* kLoginFooter =
     "Prints the address of the page on which to allow access, and opens it in a browser where "
     "there\n"
     "is a desktop. Then reads a line of standard input: the address that the browser was sent to "
@@ -48,7 +48,7 @@ std::string readPastedLine() {
 
 void login(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  // That the file is damaged should not come out after the user has gone through the consent.
+  // Report a damaged file before the user goes through the consent.
   readAccounts();
   const DriveSession session(drive, resolveProxy(arguments.proxy), false);
 
@@ -59,9 +59,9 @@ void login(const Arguments& arguments) {
   writeMessage(
       "then paste the address of the page that the browser ends at, or the code which that page "
       "shows:");
-  const Account account = session.link(codeOf(readPastedLine()));
+  const Account account = session.link(authorizationCode(readPastedLine()));
 
-  const bool isReplaced = keepAccount(drive.name, account);
+  const bool isReplaced = storeAccount(drive.name, account);
   writeMessage("the " + drive.title + " account is linked" +
                (isReplaced ? ", in place of the one linked before" : "") +
                (drive.lifetime.empty() ? "" : "; " + drive.lifetime));
@@ -69,7 +69,7 @@ void login(const Arguments& arguments) {
 
 void logout(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  if (!forgetAccount(drive.name)) {
+  if (!removeAccount(drive.name)) {
     throw Failure(ExitCode::BadUsage, "no " + drive.title + " account is linked");
   }
   writeMessage("the " + drive.title + " account is forgotten here");
@@ -81,14 +81,14 @@ void logout(const Arguments& arguments) {
 
 void whoAmI(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
-  if (drive.logHolder == nullptr) {
+  if (drive.logAccountHolder == nullptr) {
     throw Failure(ExitCode::BadUsage, "the library cannot ask " + drive.title +
                                           " whose account it is; `vemlo ls " + drive.name +
                                           ":/` shows whether it is still linked");
   }
   const Account account = linkedAccount(drive);
   const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
-  session.logHolder();
+  session.logAccountHolder();
   writeMessage("the " + drive.title +
                " account works; it belongs to whom the library names in its log above (at the "
                "severity of an error, which it is not)");
@@ -99,8 +99,7 @@ void listAccounts(const Arguments& arguments) {
   for (const auto& [service, account] : readAccounts()) {
     accounts.rows.push_back({service, account.linked});
   }
-  writeListing(accounts, arguments.json);
-  if (accounts.rows.empty() && !arguments.json) writeMessage("no accounts");
+  writeListing(accounts, arguments.json, "no accounts");
 }
 
 void addServiceArgument(CLI::App& command, Arguments& arguments) {
@@ -109,18 +108,11 @@ void addServiceArgument(CLI::App& command, Arguments& arguments) {
       ->type_name("");
 }
 
-CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description) {
-  return *app.add_subcommand(name, description)->group(kDriveCommands);
-}
-
-// Each command has arguments of its own, kept by its callback: what an environment variable gives
-// to one command would otherwise replace what the command line gives to another.
-
 void addLogin(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
   CLI::App& command =
-      addCommand(app, "login", "Link an account; prints the address to allow access at");
-  command.footer(kLoginExplained + command.get_footer());
+      addDriveCommand(app, "login", "Link an account; prints the address to allow access at");
+  command.footer(kLoginFooter + command.get_footer());
   addServiceArgument(command, *arguments);
   command.add_flag("--no-browser", arguments->noBrowser, "Only print the address, open no browser");
   addProxyOptions(command, arguments->proxy);
@@ -129,7 +121,7 @@ void addLogin(CLI::App& app) {
 
 void addLogout(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(
+  CLI::App& command = addDriveCommand(
       app, "logout", "Forget an account; prints the address to sign out at, if there is one");
   addServiceArgument(command, *arguments);
   command.callback([arguments] { logout(*arguments); });
@@ -137,9 +129,10 @@ void addLogout(CLI::App& app) {
 
 void addWhoAmI(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(app, "whoami",
-                                 "Check an account and let the library log whose it is, which it "
-                                 "can on Amazon Drive");
+  CLI::App& command =
+      addDriveCommand(app, "whoami",
+                      "Check an account and let the library log whose it is, which it "
+                      "can on Amazon Drive");
   addServiceArgument(command, *arguments);
   addProxyOptions(command, arguments->proxy);
   command.callback([arguments] { whoAmI(*arguments); });
@@ -147,7 +140,7 @@ void addWhoAmI(CLI::App& app) {
 
 void addAccounts(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = addCommand(app, "accounts", "List the linked accounts");
+  CLI::App& command = addDriveCommand(app, "accounts", "List the linked accounts");
   addJsonFlag(command, arguments->json);
   command.callback([arguments] { listAccounts(*arguments); });
 }

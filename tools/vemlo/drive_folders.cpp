@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
 #include "failure.h"
-#include "object_store.h"
 #include "output.h"
 #include "proxy.h"
 
@@ -24,7 +24,8 @@ struct Arguments {
   ProxyOptions proxy;
 };
 
-/// A folder as the user writes it: SERVICE:/NAME/NAME, from the root or another folder on.
+/// A parsed LOCATION argument, SERVICE:/NAME/NAME. The path starts at the root folder, or at the
+/// folder `startId` if that is not empty.
 struct Location {
   const Drive& drive;
   std::string startId;
@@ -44,7 +45,7 @@ Location parseLocation(const Arguments& arguments) {
   return location;
 }
 
-/// What messages call the folder that the first `depth` names lead to.
+/// The name, for messages, of the folder that the first `depth` names lead to.
 std::string describe(const Location& location, std::size_t depth) {
   std::string path = depth == 0 ? "/" : "";
   for (std::size_t i = 0; i < depth; ++i) path += "/" + location.names[i];
@@ -53,15 +54,15 @@ std::string describe(const Location& location, std::size_t depth) {
                                   : described + " from the folder '" + location.startId + "' on";
 }
 
-std::vector<Folder> named(const std::string& name, std::vector<Folder> folders) {
+std::vector<Folder> foldersNamed(const std::string& name, std::vector<Folder> folders) {
   folders.erase(std::remove_if(folders.begin(), folders.end(),
                                [&name](const Folder& folder) { return folder.name != name; }),
                 folders.end());
   return folders;
 }
 
-Folder onlyOne(const std::vector<Folder>& found, const std::string& name,
-               const std::string& parent) {
+Folder requireSingle(const std::vector<Folder>& found, const std::string& name,
+                     const std::string& parent) {
   if (found.empty()) {
     throw Failure(ExitCode::ServiceFailed, "there is no folder '" + name + "' in " + parent);
   }
@@ -75,13 +76,13 @@ Folder onlyOne(const std::vector<Folder>& found, const std::string& name,
   return found.front();
 }
 
-/// The folder that the first `depth` names lead to, looked up level by level.
+/// Looks up the folder that the first `depth` names lead to, with one listing per level.
 Folder resolve(const DriveSession& session, const Location& location, std::size_t depth) {
   Folder folder = location.startId.empty() ? session.root() : Folder{"", location.startId};
   for (std::size_t i = 0; i < depth; ++i) {
     const std::string parent = describe(location, i);
     const std::string& name = location.names[i];
-    folder = onlyOne(named(name, session.foldersIn(folder, parent)), name, parent);
+    folder = requireSingle(foldersNamed(name, session.foldersIn(folder, parent)), name, parent);
   }
   return folder;
 }
@@ -108,8 +109,7 @@ void listFolders(const Arguments& arguments) {
   const std::size_t depth = location.names.size();
   const Folder folder = resolve(session, location, depth);
   const std::vector<Folder> folders = session.foldersIn(folder, describe(location, depth));
-  writeListing(listingOf(folders, arguments.showsIds), arguments.json);
-  if (folders.empty() && !arguments.json) writeMessage("no folders");
+  writeListing(listingOf(folders, arguments.showsIds), arguments.json, "no folders");
 }
 
 void makeFolder(const Arguments& arguments) {
@@ -124,8 +124,9 @@ void makeFolder(const Arguments& arguments) {
   const Folder parent = resolve(session, location, depth);
   const std::string where = describe(location, depth);
 
-  // Not left to the service: two folders of one name could no longer be told apart by path.
-  if (location.drive.canRepeatNames && !named(name, session.foldersIn(parent, where)).empty()) {
+  // The service would accept it, and two folders of one name cannot be distinguished by path.
+  if (location.drive.canRepeatNames &&
+      !foldersNamed(name, session.foldersIn(parent, where)).empty()) {
     throw Failure(ExitCode::ServiceFailed,
                   "there is a folder '" + name + "' in " + where + " already");
   }
@@ -135,12 +136,10 @@ void makeFolder(const Arguments& arguments) {
   }
 }
 
-/// Each command has arguments of its own: what an environment variable gives to one command would
-/// otherwise replace what the command line gives to the other.
 void addCommand(CLI::App& app, const std::string& name, const std::string& description,
                 const std::string& ofLocation, void (*run)(const Arguments&)) {
-  const auto arguments = std::make_shared<Arguments>();  // kept by the callback
-  CLI::App& command = *app.add_subcommand(name, description)->group(kDriveCommands);
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = addDriveCommand(app, name, description);
   command.add_option("LOCATION", arguments->location, ofLocation)->required()->type_name("");
   command
       .add_option("--id", arguments->startId,

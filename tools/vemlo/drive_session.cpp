@@ -7,12 +7,12 @@
 
 #include "failure.h"
 #include "progress.h"
-#include "results.h"
+#include "result_codes.h"
 
 namespace vemlo {
 namespace {
 
-/// Takes over a text that the library has made; null counts as empty.
+/// Copies a text that the library has allocated and releases it. Empty for null.
 std::string take(char* text) {
   const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
   return text == nullptr ? "" : text;
@@ -23,17 +23,17 @@ Folder take(directory* folder) {
   return {folder->name, folder->id};
 }
 
-/// A record as the library's functions read it; points into `folder`.
+/// The folder as the record that the library's functions read; points into `folder`.
 directory record(Folder& folder) { return {folder.name.data(), folder.id.data()}; }
 
 std::string loginCommand(const Drive& drive) { return "vemlo login " + drive.name; }
 
-std::string encipher(const std::string& token) {
-  char* const enciphered = encrypt_string(token.c_str());
-  if (enciphered == nullptr) {
-    throw Failure(ExitCode::LocalTrouble, "the tokens cannot be enciphered");
+std::string encrypted(const std::string& token) {
+  char* const ciphertext = encrypt_string(token.c_str());
+  if (ciphertext == nullptr) {
+    throw Failure(ExitCode::LocalFailure, "the tokens cannot be enciphered");
   }
-  return take(enciphered);
+  return take(ciphertext);
 }
 
 std::string now() {
@@ -89,7 +89,7 @@ Account DriveSession::link(const std::string& code) const {
   });
   const std::string access = take(accessToken);
   const std::string refresh = take(refreshToken);
-  return {now(), encipher(access), encipher(refresh)};
+  return {now(), encrypted(access), encrypted(refresh)};
 }
 
 void DriveSession::use(const Account& account) {
@@ -99,16 +99,16 @@ void DriveSession::use(const Account& account) {
   const std::string access = take(accessToken);
   const std::string refresh = take(refreshToken);
   if (!isComplete) {
-    throw Failure(ExitCode::LocalTrouble, "the stored tokens of the " + drive_.title +
+    throw Failure(ExitCode::LocalFailure, "the stored tokens of the " + drive_.title +
                                               " account are damaged; link it again with `" +
                                               loginCommand(drive_) + "`");
   }
   drive_.setToken(session_.handle(), access.c_str(), refresh.c_str());
-  isLinkedEarlier_ = true;
+  hasStoredTokens_ = true;
 }
 
-void DriveSession::logHolder() const {
-  require("ask whose account it is", [this] { return drive_.logHolder(session_.handle()); });
+void DriveSession::logAccountHolder() const {
+  require("ask whose account it is", [this] { return drive_.logAccountHolder(session_.handle()); });
 }
 
 Folder DriveSession::root() const {
@@ -119,8 +119,8 @@ Folder DriveSession::root() const {
 }
 
 std::vector<Folder> DriveSession::foldersIn(const Folder& parent, const std::string& path) const {
-  Folder asked = parent;
-  const directory parentRecord = record(asked);
+  Folder copy = parent;
+  const directory parentRecord = record(copy);
   directory* children = nullptr;
   int count = 0;
   require("list the folders in " + path,
@@ -139,8 +139,8 @@ std::vector<Folder> DriveSession::foldersIn(const Folder& parent, const std::str
 
 Folder DriveSession::makeFolder(const Folder& parent, const std::string& name,
                                 const std::string& path) const {
-  Folder asked = parent;
-  const directory parentRecord = record(asked);
+  Folder copy = parent;
+  const directory parentRecord = record(copy);
   directory* made = nullptr;
   require("make folder " + path,
           [&] { return drive_.makeFolder(session_.handle(), &parentRecord, name.c_str(), &made); });
@@ -148,9 +148,9 @@ Folder DriveSession::makeFolder(const Folder& parent, const std::string& name,
 }
 
 void DriveSession::require(const std::string& action, const std::function<int()>& call) const {
-  const int code = isQuiet_ ? call() : withProgress(call);
+  const int code = withProgress(isQuiet_, call);
   std::string advice;
-  if (isLinkedEarlier_) {
+  if (hasStoredTokens_) {
     advice =
         "if the log says that the credential could not be refreshed, link the account again "
         "with `" +

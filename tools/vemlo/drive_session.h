@@ -18,38 +18,38 @@ struct Folder {
   std::string id;
 };
 
-/// The account that is linked. Throws Failure if there is none.
+/// The linked account of a drive. Throws Failure if there is none.
 Account linkedAccount(const Drive& drive);
 
-/// A session with a drive. What fails is thrown as Failure.
+/// A session of a drive service. Every failure is thrown as Failure.
 class DriveSession {
  public:
-  /// Not authorized until `link`.
+  /// Not authorized until `link` has succeeded.
   ///
-  /// @param isQuiet  Whether no progress is shown.
+  /// @param isQuiet  Suppresses the progress display.
   DriveSession(const Drive& drive, const Proxy& proxy, bool isQuiet);
 
-  /// Authorized as the account.
+  /// Authorized with the tokens of the account.
   DriveSession(const Drive& drive, const Account& account, const Proxy& proxy, bool isQuiet);
 
-  /// Where the user grants access.
+  /// The address at which the user grants access.
   std::string authorizeUrl() const;
 
-  /// Where the user signs out; empty if the service has no such address.
+  /// The address at which the user signs out; empty if the service has none.
   std::string logoutUrl() const;
 
-  /// Trades an authorization code for tokens. The account is linked as of now.
+  /// Exchanges an authorization code for tokens. The returned account has the current time.
   Account link(const std::string& code) const;
 
-  /// Lets the library log whose account it is; the drive must offer that.
-  void logHolder() const;
+  /// Makes the library log the name of the account's holder. The drive must have this function.
+  void logAccountHolder() const;
 
   Folder root() const;
 
-  /// @param path  What to call the parent in messages.
+  /// @param path  The name of the parent in messages.
   std::vector<Folder> foldersIn(const Folder& parent, const std::string& path) const;
 
-  /// @param path  What to call the new folder in messages.
+  /// @param path  The name of the new folder in messages.
   Folder makeFolder(const Folder& parent, const std::string& name, const std::string& path) const;
 
  private:
@@ -58,7 +58,7 @@ class DriveSession {
 
   const Drive& drive_;
   bool isQuiet_;
-  bool isLinkedEarlier_ = false;
+  bool hasStoredTokens_ = false;
   SessionGuard session_;
 };
 

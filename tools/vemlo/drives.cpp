@@ -5,34 +5,74 @@
 namespace vemlo {
 namespace {
 
-int getDropboxToken(session* handle, const char* code, char** accessToken, char** refreshToken) {
-  *refreshToken = nullptr;
-  return dropbox_get_token(handle, code, accessToken);
+Drive googleDrive() {
+  Drive drive;
+  drive.name = "google-drive";
+  drive.title = "Google Drive";
+  drive.open = libvemlo_google_drive_init;
+  drive.getAuthorizeUrl = google_drive_get_authorize_url;
+  drive.getToken = google_drive_get_token;
+  drive.setToken = google_drive_set_token;
+  drive.getRoot = google_drive_get_root_directory;
+  drive.listFolders = google_drive_list_directory;
+  drive.makeFolder = google_drive_create_directory;
+  drive.canRepeatNames = true;
+  return drive;
 }
 
-int setDropboxToken(session* handle, const char* accessToken, const char* /*refreshToken*/) {
-  return dropbox_set_token(handle, accessToken);
+Drive oneDrive() {
+  Drive drive;
+  drive.name = "onedrive";
+  drive.title = "OneDrive";
+  drive.open = libvemlo_one_drive_init;
+  drive.getAuthorizeUrl = one_drive_get_authorize_url;
+  drive.getToken = one_drive_get_token;
+  drive.setToken = one_drive_set_token;
+  drive.getRoot = one_drive_get_root_directory;
+  drive.listFolders = one_drive_list_directory;
+  drive.makeFolder = one_drive_create_directory;
+  drive.getLogoutUrl = one_drive_get_logout_url;
+  return drive;
+}
+
+Drive dropbox() {
+  Drive drive;
+  drive.name = "dropbox";
+  drive.title = "Dropbox";
+  drive.open = libvemlo_dropbox_init;
+  drive.getAuthorizeUrl = dropbox_get_authorize_url;
+  drive.getToken = [](session* handle, const char* code, char** accessToken, char** refreshToken) {
+    *refreshToken = nullptr;
+    return dropbox_get_token(handle, code, accessToken);
+  };
+  drive.setToken = [](session* handle, const char* accessToken, const char* /*refreshToken*/) {
+    return dropbox_set_token(handle, accessToken);
+  };
+  drive.listFolders = dropbox_list_directory;
+  drive.makeFolder = dropbox_create_directory;
+  drive.lifetime =
+      "a Dropbox link lasts four hours, unless the library was built with "
+      "VEMLO_DROPBOX_DURABLE_TOKEN";
+  return drive;
+}
+
+Drive amazonDrive() {
+  Drive drive;
+  drive.name = "amazon-drive";
+  drive.title = "Amazon Drive";
+  drive.open = libvemlo_amazon_drive_init;
+  drive.getAuthorizeUrl = amazon_drive_get_authorize_url;
+  drive.getToken = amazon_drive_get_token;
+  drive.setToken = amazon_drive_set_token;
+  drive.getRoot = amazon_drive_get_root_directory;
+  drive.listFolders = amazon_drive_list_directory;
+  drive.makeFolder = amazon_drive_create_directory;
+  drive.logAccountHolder = amazon_drive_test_api;
+  return drive;
 }
 
 const std::vector<Drive>& drives() {
-  static const std::vector<Drive> kDrives{
-      {"google-drive", "Google Drive", libvemlo_google_drive_init, google_drive_get_authorize_url,
-       google_drive_get_token, google_drive_set_token, google_drive_get_root_directory,
-       google_drive_list_directory, google_drive_create_directory, true, "", nullptr, nullptr},
-      {"onedrive", "OneDrive", libvemlo_one_drive_init, one_drive_get_authorize_url,
-       one_drive_get_token, one_drive_set_token, one_drive_get_root_directory,
-       one_drive_list_directory, one_drive_create_directory, false, "", one_drive_get_logout_url,
-       nullptr},
-      {"dropbox", "Dropbox", libvemlo_dropbox_init, dropbox_get_authorize_url, getDropboxToken,
-       setDropboxToken, nullptr, dropbox_list_directory, dropbox_create_directory, false,
-       "a Dropbox link lasts four hours, unless the library was built with "
-       "VEMLO_DROPBOX_DURABLE_TOKEN",
-       nullptr, nullptr},
-      {"amazon-drive", "Amazon Drive", libvemlo_amazon_drive_init, amazon_drive_get_authorize_url,
-       amazon_drive_get_token, amazon_drive_set_token, amazon_drive_get_root_directory,
-       amazon_drive_list_directory, amazon_drive_create_directory, false, "", nullptr,
-       amazon_drive_test_api},
-  };
+  static const std::vector<Drive> kDrives{googleDrive(), oneDrive(), dropbox(), amazonDrive()};
   return kDrives;
 }
 

@@ -7,38 +7,37 @@
 
 namespace vemlo {
 
-/// What the library offers in the same form for every drive service.
+/// A drive service: the library's functions for it, which have the same form for every drive, and
+/// what the commands need besides.
 struct Drive {
-  /// What the commands call it.
+  /// The SERVICE argument of the commands.
   std::string name;
-  /// What its users call it.
+  /// The name of the service in messages.
   std::string title;
-  session* (*open)(const proxy_setting*);
-  int (*getAuthorizeUrl)(session*, char**);
-  /// Leaves a null refresh token where the service hands out none.
-  int (*getToken)(session*, const char* code, char** accessToken, char** refreshToken);
-  int (*setToken)(session*, const char* accessToken, const char* refreshToken);
-  /// Null where nobody needs to ask, as the root's id is empty.
-  int (*getRoot)(session*, directory**);
-  int (*listFolders)(session*, const directory* parent, directory**, int*);
-  int (*makeFolder)(session*, const directory* parent, const char* name, directory**);
-  /// Whether a folder can have two folders of the same name.
-  bool canRepeatNames;
-  /// How long a link lasts, if that is worth knowing.
+  session* (*open)(const proxy_setting*) = nullptr;
+  int (*getAuthorizeUrl)(session*, char**) = nullptr;
+  /// Sets the refresh token to null where the service issues none.
+  int (*getToken)(session*, const char* code, char** accessToken, char** refreshToken) = nullptr;
+  int (*setToken)(session*, const char* accessToken, const char* refreshToken) = nullptr;
+  int (*listFolders)(session*, const directory* parent, directory**, int*) = nullptr;
+  int (*makeFolder)(session*, const directory* parent, const char* name, directory**) = nullptr;
+
+  /// Null where the root folder needs no request because its id is empty.
+  int (*getRoot)(session*, directory**) = nullptr;
+  /// Null where the service has no address to sign out at.
+  int (*getLogoutUrl)(session*, char**) = nullptr;
+  /// Logs the name of the account's holder. Null where the library has no such function.
+  int (*logAccountHolder)(session*) = nullptr;
+  /// Whether a folder can contain two folders of the same name.
+  bool canRepeatNames = false;
+  /// A message about how long a linked account stays usable; empty if there is nothing to say.
   std::string lifetime;
-  /// Null where signing out has no address.
-  int (*getLogoutUrl)(session*, char**);
-  /// Logs whose account it is. Null where the library cannot ask.
-  int (*logHolder)(session*);
 };
 
-/// Under which `--help` lists their commands.
-constexpr const char* kDriveCommands = "Google Drive, OneDrive, Dropbox and Amazon Drive";
-
-/// The names of all drives, as in "this, that".
+/// The names of all drives, separated by ", ".
 std::string driveNames();
 
-/// Throws Failure if no drive has this name.
+/// The drive with this name. Throws Failure if there is none.
 const Drive& driveNamed(const std::string& name);
 
 }  // namespace vemlo

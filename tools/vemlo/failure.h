@@ -5,16 +5,16 @@
 
 namespace vemlo {
 
-/// What the process ends with. Scripts rely on the numbers: keep them, and what `--help` says of
-/// them.
+/// The exit codes of the process. Scripts rely on the numbers: do not change them, nor their
+/// description in `--help`.
 enum class ExitCode {
   Done = 0,
   ServiceFailed = 1,
   BadUsage = 2,
-  LocalTrouble = 3,
+  LocalFailure = 3,
 };
 
-/// Ends the command; `main` prints the message, which must fit on one line and hold no secret.
+/// Ends the command. `main` prints the message, which must be one line without secrets.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}

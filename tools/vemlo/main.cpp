@@ -29,20 +29,21 @@ constexpr const char* kFooter =
     "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n";
 
 void prepareProcess() {
-  // A standard stream that the caller has closed must not become the number of a connection, into
-  // which output would then go. Opened the wrong way round, so that using the stream still fails.
+  // A connection must not get the descriptor of a standard stream that the caller has closed, or
+  // output would be written to it. The stream is opened for the opposite direction, so that using
+  // it still fails.
   for (const int stream : {0, 1, 2}) {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
-  // A reader that has gone away shows as a failed write, which is reported like any other.
+  // A closed pipe is then a failed write, which is reported like any other.
   std::signal(SIGPIPE, SIG_IGN);
-  // Tables are UTF-8 whatever the user's locale; their alignment needs to know.
+  // Tables are UTF-8 in every locale; `displayWidth` depends on this setting.
   std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-/// Names the first argument that nobody expected, an option if there is one, and never a value: who
-/// tries to give a secret as an argument should not find it in a log as well.
-std::string describeUnexpected(const CLI::App& app) {
+/// The message for unexpected arguments. It names the first unknown option, if any, and never a
+/// value, which may be a secret that would end up in a log.
+std::string describeExtraArgument(const CLI::App& app) {
   const std::vector<std::string> arguments = app.remaining(true);
   const auto option =
       std::find_if(arguments.begin(), arguments.end(),
@@ -72,7 +73,7 @@ void run(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     writeResult(version.what() + std::string("\n"));
   } catch (const CLI::ExtrasError&) {
-    throw Failure(ExitCode::BadUsage, describeUnexpected(app));
+    throw Failure(ExitCode::BadUsage, describeExtraArgument(app));
   } catch (const CLI::ParseError& error) {
     throw Failure(ExitCode::BadUsage, error.what());
   }
@@ -91,7 +92,7 @@ int main(int argc, char** argv) {
     code = failure.code();
   } catch (const std::exception& error) {
     vemlo::writeMessage(error.what());
-    code = vemlo::ExitCode::LocalTrouble;
+    code = vemlo::ExitCode::LocalFailure;
   }
   return static_cast<int>(code);
 }

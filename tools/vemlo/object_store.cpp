@@ -6,7 +6,7 @@
 #include "failure.h"
 #include "output.h"
 #include "progress.h"
-#include "results.h"
+#include "result_codes.h"
 #include "text.h"
 
 namespace vemlo {
@@ -18,34 +18,23 @@ struct Arguments {
   bool json = false;
 };
 
-/// Folders end with a slash, which people leave out. The top level is the empty one.
+/// Adds the slash that ends a folder. The top level is the empty folder.
 std::string withSlash(const std::string& folder) {
   return folder.empty() || folder.back() == '/' ? folder : folder + '/';
-}
-
-/// Runs a call of the library that lists, to which progress belongs unless the output is for
-/// programs.
-int callListing(const Arguments& arguments, const std::function<int()>& call) {
-  return arguments.json ? call() : withProgress(call);
-}
-
-void writeNames(const Listing& names, bool asJson, const std::string& what) {
-  writeListing(names, asJson);
-  if (names.rows.empty() && !asJson) writeMessage("no " + what);
 }
 
 void listBuckets(const ObjectStore& store, const Arguments& arguments) {
   const SessionGuard session = store.open();
   char** buckets = nullptr;
   int count = 0;
-  const int code =
-      callListing(arguments, [&] { return store.listBuckets(session.handle(), &buckets, &count); });
+  const int code = withProgress(
+      arguments.json, [&] { return store.listBuckets(session.handle(), &buckets, &count); });
   requireSuccess(code, "list the " + store.bucketWord + "s");
 
   Listing names{{"name"}, {}};
   for (int i = 0; i < count; ++i) names.rows.push_back({std::string(buckets[i])});
   free_buckets(buckets, count);
-  writeNames(names, arguments.json, store.bucketWord + "s");
+  writeListing(names, arguments.json, "no " + store.bucketWord + "s");
 }
 
 void listFolders(const ObjectStore& store, const Arguments& arguments) {
@@ -55,7 +44,7 @@ void listFolders(const ObjectStore& store, const Arguments& arguments) {
   const SessionGuard session = store.open();
   directory* folders = nullptr;
   int count = 0;
-  const int code = callListing(arguments, [&] {
+  const int code = withProgress(arguments.json, [&] {
     return store.listFolders(session.handle(), arguments.bucket.c_str(), prefix.c_str(), &folders,
                              &count);
   });
@@ -64,7 +53,7 @@ void listFolders(const ObjectStore& store, const Arguments& arguments) {
   Listing names{{"name"}, {}};
   for (int i = 0; i < count; ++i) names.rows.push_back({std::string(folders[i].name)});
   free_diretories(folders, count);
-  writeNames(names, arguments.json, "folders");
+  writeListing(names, arguments.json, "no folders");
 }
 
 void makeFolder(const ObjectStore& store, const Arguments& arguments) {
@@ -92,7 +81,7 @@ void addBucketArgument(CLI::App& command, const ObjectStore& store, Arguments& a
 }  // namespace
 
 void addObjectStoreCommands(CLI::App& service, const ObjectStore& store) {
-  const auto arguments = std::make_shared<Arguments>();  // kept by the callbacks below
+  const auto arguments = std::make_shared<Arguments>();  // kept alive by the callbacks
 
   CLI::App* buckets = service.add_subcommand(store.bucketWord + "s",
                                              "List the " + store.bucketWord + "s of the account");
@@ -116,10 +105,6 @@ void addObjectStoreCommands(CLI::App& service, const ObjectStore& store) {
       ->required()
       ->type_name("");
   make->callback([store, arguments] { makeFolder(store, *arguments); });
-}
-
-void addJsonFlag(CLI::App& command, bool& json) {
-  command.add_flag("--json", json, "Print a JSON array of objects instead of a table");
 }
 
 void requireBucketName(const std::string& name, const std::string& bucketWord) {

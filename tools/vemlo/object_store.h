@@ -10,26 +10,25 @@
 
 namespace vemlo {
 
-/// What the library offers in the same form for every object store.
+/// An object store: the library's functions for it, which have the same form for every store, and
+/// what the commands need besides.
 struct ObjectStore {
-  /// What the store's users call a bucket.
+  /// The service's term for a bucket.
   std::string bucketWord;
-  /// What `ls` does.
+  /// The description of `ls` in `--help`.
   std::string listDescription;
-  /// Throws Failure if the options of the account do not suffice.
+  /// Throws Failure if the options do not describe an account.
   std::function<SessionGuard()> open;
-  int (*listBuckets)(session*, char***, int*);
-  int (*listFolders)(session*, const char*, const char*, directory**, int*);
-  int (*makeFolder)(session*, const char*, const char*);
+  int (*listBuckets)(session*, char***, int*) = nullptr;
+  int (*listFolders)(session*, const char* bucket, const char* prefix, directory**, int*) = nullptr;
+  int (*makeFolder)(session*, const char* bucket, const char* path) = nullptr;
 };
 
-/// Adds the commands that list the buckets, list folders and make one.
+/// Adds the commands that list buckets, list folders and make a folder.
 void addObjectStoreCommands(CLI::App& service, const ObjectStore& store);
 
-void addJsonFlag(CLI::App& command, bool& json);
-
-/// Throws Failure if a bucket's name is empty, as requests would then go to the account as a whole,
-/// or has a slash, as in a path that begins with the bucket.
+/// Throws Failure if a bucket's name is empty or contains a slash: requests would then address the
+/// whole account, or a path in the bucket.
 void requireBucketName(const std::string& name, const std::string& bucketWord);
 
 }  // namespace vemlo

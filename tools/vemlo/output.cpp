@@ -72,15 +72,24 @@ std::string json(const Listing& listing) {
 
 }  // namespace
 
+void addJsonFlag(CLI::App& command, bool& asJson) {
+  command.add_flag("--json", asJson, "Print a JSON array of objects instead of a table");
+}
+
 void writeListing(const Listing& listing, bool asJson) {
   writeResult(asJson ? json(listing) : table(listing));
 }
 
+void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage) {
+  writeListing(listing, asJson);
+  if (listing.rows.empty() && !asJson) writeMessage(emptyMessage);
+}
+
 void writeResult(std::string_view text) {
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  // Flushed here because a full disk or a reader that has gone away shows only then.
+  // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;
-  throw Failure(ExitCode::LocalTrouble,
+  throw Failure(ExitCode::LocalFailure,
                 "cannot write the output: " + std::generic_category().message(errno));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CLI/App.hpp>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -7,24 +8,30 @@
 
 namespace vemlo {
 
-/// A value of a listing; the empty alternative means that there is none.
+/// A value of a listing. The empty alternative stands for a missing value.
 using Cell = std::variant<std::monostate, int, std::string>;
 
-/// What a command found out. Every row has a cell for each column.
+/// The result of a command. Every row has one cell per column.
 struct Listing {
   /// The names of the values: keys in JSON, headings in a table.
   std::vector<std::string> columns;
   std::vector<std::vector<Cell>> rows;
 };
 
-/// Writes a listing to standard output: as a JSON array with one object a row, or as a table, which
-/// is nothing at all if there are no rows. Throws Failure if it cannot be written.
+/// Adds the flag that selects the output of `writeListing`.
+void addJsonFlag(CLI::App& command, bool& asJson);
+
+/// Writes a listing to standard output: as a JSON array with one object per row, or as a table,
+/// which is empty if there are no rows. Throws Failure if it cannot be written.
 void writeListing(const Listing& listing, bool asJson);
 
-/// Writes to standard output, at once. Throws Failure if it cannot be written.
+/// Likewise. In place of an empty table, writes `emptyMessage` to standard error.
+void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage);
+
+/// Writes to standard output and flushes it. Throws Failure if it cannot be written.
 void writeResult(std::string_view text);
 
-/// Writes one line to standard error, headed by the program's name.
+/// Writes one line to standard error, after the program's name.
 void writeMessage(std::string_view message);
 
 }  // namespace vemlo

@@ -16,11 +16,11 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr milliseconds kPatience{500};
+constexpr milliseconds kDelay{500};
 constexpr milliseconds kFrameTime{125};
 
-/// Leaves the cursor at the beginning of the line: a line of the log, which is longer than a frame,
-/// then replaces it and is not appended.
+/// Returns the cursor to the start of the line, so that a log line, which is longer than a frame,
+/// overwrites the frame.
 void draw(const std::string& frame) { std::fprintf(stderr, "%s\r", frame.c_str()); }
 
 std::string frameAfter(Clock::duration elapsed) {
@@ -30,7 +30,7 @@ std::string frameAfter(Clock::duration elapsed) {
   return kShapes[shape] + (" " + std::to_string(seconds) + " s");
 }
 
-/// Turns for as long as it lives, in a thread of its own, as the calls of the library block.
+/// Shows a spinner during its lifetime, from a separate thread because the library's calls block.
 class Spinner {
  public:
   Spinner() : thread_([this] { spin(); }) {}
@@ -52,8 +52,8 @@ class Spinner {
     const Clock::time_point start = Clock::now();
     std::string frame;
     std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, frame.empty() ? kPatience : kFrameTime,
-                            [this] { return isEnded_; })) {
+    while (
+        !ended_.wait_for(lock, frame.empty() ? kDelay : kFrameTime, [this] { return isEnded_; })) {
       frame = frameAfter(Clock::now() - start);
       draw(frame);
     }
@@ -63,13 +63,13 @@ class Spinner {
   std::mutex mutex_;
   std::condition_variable ended_;
   bool isEnded_ = false;
-  std::thread thread_;  // the last member, as it uses the others
+  std::thread thread_;  // the last member because it uses the others
 };
 
 }  // namespace
 
-int withProgress(const std::function<int()>& call) {
-  if (isatty(STDERR_FILENO) == 0 || ::verbose != 0) return call();
+int withProgress(bool isQuiet, const std::function<int()>& call) {
+  if (isQuiet || isatty(STDERR_FILENO) == 0 || ::verbose != 0) return call();
   const Spinner spinner;
   return call();
 }

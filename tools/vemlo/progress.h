@@ -4,9 +4,9 @@
 
 namespace vemlo {
 
-/// What `call` returns. If it takes its time, a spinner and the seconds so far show on standard
-/// error until it is back, and then nothing is left of them. Only on a terminal, and not on one
-/// that fills with a verbose log.
-int withProgress(const std::function<int()>& call);
+/// Returns what `call` returns. While a slow call runs, a spinner and the elapsed seconds are shown
+/// on standard error; they are erased when the call returns. Nothing is shown if `isQuiet` is set,
+/// if standard error is not a terminal, or if the verbose log is written to it.
+int withProgress(bool isQuiet, const std::function<int()>& call);
 
 }  // namespace vemlo

@@ -9,8 +9,7 @@
 namespace vemlo {
 namespace {
 
-/// The address is not repeated in the message: it may hold a password, which people are used to
-/// write there.
+/// The message does not contain the address, in which users may have put a password.
 [[noreturn]] void rejectAddress() {
   throw Failure(ExitCode::BadUsage,
                 "the proxy must be given as [http://]HOST:PORT; its user goes into --proxy-user, "

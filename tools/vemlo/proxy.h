@@ -8,27 +8,27 @@
 
 namespace vemlo {
 
-/// The proxy as the user gives it.
+/// The proxy as specified by the user.
 struct ProxyOptions {
   std::string address;
   std::string user;
   std::string passwordFile;
 };
 
-/// The proxy as the library takes it; an empty host means none.
+/// The proxy in the form that the library needs. An empty host means no proxy.
 struct Proxy {
   std::string host;
   std::uint16_t port = 0;
   std::string user;
   std::string password;
 
-  /// Points into this object.
+  /// The result points into this object.
   proxy_setting setting() const { return {host.c_str(), port, user.c_str(), password.c_str()}; }
 };
 
 void addProxyOptions(CLI::App& command, ProxyOptions& options);
 
-/// Throws Failure if the address is none, or if the password cannot be read.
+/// Throws Failure if the address is invalid or the password cannot be read.
 Proxy resolveProxy(const ProxyOptions& options);
 
 }  // namespace vemlo

@@ -11,7 +11,7 @@
 #include "object_store.h"
 #include "output.h"
 #include "proxy.h"
-#include "results.h"
+#include "result_codes.h"
 #include "s3_flavours.h"
 #include "secrets.h"
 #include "session_guard.h"
@@ -112,15 +112,19 @@ void addFlavourOption(CLI::App& command, S3Options& options) {
 void addS3Commands(CLI::App& app) {
   CLI::App* s3 = app.add_subcommand("s3", "S3 and compatible stores");
   s3->require_subcommand(1);
-  const auto options = std::make_shared<S3Options>();  // kept by the callbacks below
+  const auto options = std::make_shared<S3Options>();  // kept alive by the callbacks
   addAccountOptions(*s3, *options);
 
-  addObjectStoreCommands(
-      *s3, {"bucket",
-            "List the folders directly below a folder, as far as they are among its first 1000 "
-            "entries, files included",
-            [options] { return openSession(*options); }, s3_list_bucket, s3_list_directory,
-            s3_create_directory});
+  ObjectStore store;
+  store.bucketWord = "bucket";
+  store.listDescription =
+      "List the folders directly below a folder, as far as they are among its first 1000 "
+      "entries, files included";
+  store.open = [options] { return openSession(*options); };
+  store.listBuckets = s3_list_bucket;
+  store.listFolders = s3_list_directory;
+  store.makeFolder = s3_create_directory;
+  addObjectStoreCommands(*s3, store);
 
   CLI::App* create = s3->add_subcommand("create-bucket", "Make a bucket; prints nothing");
   create->add_option("NAME", options->bucket, "The bucket's name")->required()->type_name("");

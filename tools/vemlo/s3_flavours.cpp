@@ -17,20 +17,20 @@ std::string hostOf(const std::string& endpoint) {
   return rest.substr(0, rest.find_first_of(":/?#"));
 }
 
-bool isWithin(const std::string& host, const std::string& domain) {
+bool isInDomain(const std::string& host, const std::string& domain) {
   if (domain.empty() || host.size() < domain.size()) return false;
   const std::size_t start = host.size() - domain.size();
   if (strcasecmp(host.c_str() + start, domain.c_str()) != 0) return false;
   return start == 0 || host[start - 1] == '.';
 }
 
-/// A location as the user may give it.
+/// A location as the user may specify it, for messages.
 std::string describe(const location_contraint_name_mapping& location) {
   const std::string code = std::to_string(location.location_contraint);
   return location.name == nullptr ? code : std::string(location.name) + " (" + code + ")";
 }
 
-bool isCalled(const location_contraint_name_mapping& location, const std::string& text) {
+bool matches(const location_contraint_name_mapping& location, const std::string& text) {
   if (text == std::to_string(location.location_contraint)) return true;
   return location.name != nullptr && strcasecmp(location.name, text.c_str()) == 0;
 }
@@ -52,7 +52,7 @@ const S3Flavour& flavourOfEndpoint(const std::string& endpoint) {
   if (endpoint.empty()) return flavours.front();
   const std::string host = hostOf(endpoint);
   const auto found = std::find_if(flavours.begin(), flavours.end(), [&host](const auto& flavour) {
-    return isWithin(host, flavour.domain);
+    return isInDomain(host, flavour.domain);
   });
   return found == flavours.end() ? flavours.back() : *found;
 }
@@ -78,7 +78,7 @@ int locationCode(const S3Flavour& flavour, const std::string& location) {
 
   std::string known;
   for (const auto& candidate : locations) {
-    if (isCalled(candidate, location)) return candidate.location_contraint;
+    if (matches(candidate, location)) return candidate.location_contraint;
     known += (known.empty() ? "" : ", ") + describe(candidate);
   }
   throw Failure(ExitCode::BadUsage, "the flavour '" + flavour.name + "' has no region '" +

@@ -7,27 +7,28 @@
 
 namespace vemlo {
 
-/// A kind of S3 service, which decides where buckets can be made.
+/// A kind of S3 service. It determines the locations of buckets.
 struct S3Flavour {
   std::string name;
-  /// What the hosts of its endpoints end with; empty for those that have nothing in common.
+  /// The domain of its endpoints; empty if they have no common domain.
   std::string domain;
   location_contraint_name_mapping* (*table)();
 };
 
 const std::vector<S3Flavour>& s3Flavours();
 
-/// The flavour that an endpoint is known to have; the library's default for an empty one.
+/// The flavour to which the endpoint's domain belongs, the last one if there is none. For an empty
+/// endpoint, the flavour of the library's default.
 const S3Flavour& flavourOfEndpoint(const std::string& endpoint);
 
-/// The flavour called `name`, which must be one; if that is empty, the endpoint's.
+/// The flavour with this name, which must exist; for an empty name, the flavour of the endpoint.
 const S3Flavour& chooseFlavour(const std::string& name, const std::string& endpoint);
 
-/// Where the flavour can make buckets, its default first.
+/// The locations in which the flavour can make buckets, the default first.
 std::vector<location_contraint_name_mapping> locationsOf(const S3Flavour& flavour);
 
-/// The code of the location with this name, in letters of either case, or this code; if `location`
-/// is empty, of the default. Throws Failure if the flavour has no such location.
+/// The code of a location that is given by its name, in any case, or by its code; for an empty
+/// `location`, the code of the default. Throws Failure if the flavour has no such location.
 int locationCode(const S3Flavour& flavour, const std::string& location);
 
 }  // namespace vemlo

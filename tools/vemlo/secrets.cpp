@@ -20,9 +20,9 @@ std::string readLine(std::istream& stream, const std::string& source) {
   std::string line;
   std::getline(stream, line);
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  // A zero byte would cut the secret short without a word; it means a file of another encoding.
+  // A NUL would silently truncate the secret. It indicates a file in another encoding.
   if (line.empty() || line.find('\0') != std::string::npos) {
-    throw Failure(ExitCode::LocalTrouble, "no secret in the first line of " + source);
+    throw Failure(ExitCode::LocalFailure, "no secret in the first line of " + source);
   }
   return line;
 }
@@ -31,7 +31,7 @@ std::string readFile(const std::string& file) {
   if (file == "-") return readLine(std::cin, "standard input");
   std::ifstream stream(file);
   if (!stream) {
-    throw Failure(ExitCode::LocalTrouble, "cannot read the secret file '" + file +
+    throw Failure(ExitCode::LocalFailure, "cannot read the secret file '" + file +
                                               "': " + std::generic_category().message(errno));
   }
   return readLine(stream, "'" + file + "'");

@@ -4,12 +4,12 @@
 
 namespace vemlo {
 
-/// A secret of the user. It never comes from the command line, which other users of the machine can
-/// read, but, in this order, from the first line of `file` if that is not empty ("-": the next line
-/// of standard input), from the environment variable `variable`, or from the first line of the file
-/// that the variable `variable`_FILE names.
+/// Reads a secret of the user. The sources, in this order, are the first line of `file` ("-": the
+/// next line of standard input), the environment variable `variable`, and the first line of the
+/// file that the variable `variable`_FILE names. The command line is not a source because other
+/// users of the machine can read it.
 ///
-/// @return Empty if none of them is given. Throws Failure if a file is given that holds no secret.
+/// @return Empty if there is no source. Throws Failure if a given file contains no secret.
 std::string readSecret(const std::string& file, const std::string& variable);
 
 }  // namespace vemlo

@@ -6,7 +6,7 @@
 
 namespace vemlo {
 
-/// The library, ready for use as long as this lives. At most one at a time.
+/// Initializes the library and cleans it up. At most one object may exist at a time.
 class Library {
  public:
   Library() { libvemlo_global_init(); }
@@ -15,10 +15,10 @@ class Library {
   Library& operator=(const Library&) = delete;
 };
 
-/// An open account of whichever service, together with the library it needs. A command opens one.
+/// Owns a session of any service and the initialized library that it needs. A command opens one.
 class SessionGuard {
  public:
-  /// @param open  Called once the library is ready; returns the session.
+  /// @param open  Called after the library is initialized; returns the session.
   template <typename Open>
   explicit SessionGuard(Open open) : handle_(open()) {}
 
@@ -26,7 +26,7 @@ class SessionGuard {
 
  private:
   struct Close {
-    // Closes a session of any service, in spite of its name.
+    // Closes a session of any service, not only of S3.
     void operator()(session* handle) const { libvemlo_s3_cleanup(handle); }
   };
 

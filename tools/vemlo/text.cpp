@@ -10,8 +10,8 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-/// Takes the first character off `rest`, which must not be empty; a byte that begins no well-formed
-/// sequence counts as a U+FFFD of its own.
+/// Removes the first character from `rest`, which must not be empty, and returns it. Returns U+FFFD
+/// for a byte that does not start a well-formed sequence.
 char32_t takeCharacter(std::string_view& rest) {
   const auto lead = static_cast<unsigned char>(rest.front());
   rest.remove_prefix(1);
@@ -36,7 +36,7 @@ char32_t takeCharacter(std::string_view& rest) {
   return character;
 }
 
-/// Control characters, line separators, and the marks that change the direction of writing.
+/// Control characters, line separators, and marks that change the direction of the text.
 bool isUnsafe(char32_t character) {
   const auto within = [character](char32_t first, char32_t last) {
     return character >= first && character <= last;
@@ -51,7 +51,7 @@ void appendEscape(std::string& out, char32_t character) {
   out += escape.data();
 }
 
-/// Appends the next character of `rest`, escaped where it is unsafe, and takes it off.
+/// Moves the next character from `rest` to `out`, escaped if it is unsafe.
 void appendNext(std::string& out, std::string_view& rest) {
   const std::string_view before = rest;
   const char32_t character = takeCharacter(rest);
@@ -85,7 +85,7 @@ std::size_t displayWidth(std::string_view text) {
   std::size_t width = 0;
   while (!text.empty()) {
     const int columns = wcwidth(static_cast<wchar_t>(takeCharacter(text)));
-    // A character that this system does not know most likely takes one column.
+    // An unknown character most likely takes one column.
     width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
   }
   return width;

@@ -6,19 +6,19 @@
 
 namespace vemlo {
 
-/// `text` made safe to show on a terminal: what could steer the terminal or reorder the line is
-/// escaped like in JSON (a name is whatever a service says it is), and bytes that are no UTF-8 are
-/// replaced by U+FFFD.
+/// `text` made safe to show on a terminal, as a service may return any name. Characters that
+/// control the terminal or change the direction of the text are escaped as in JSON. Bytes that are
+/// not valid UTF-8 are replaced by U+FFFD.
 std::string printable(std::string_view text);
 
-/// `text` as a JSON string, quotes included. As safe on a terminal as `printable`.
+/// `text` as a JSON string, including the quotes. Safe on a terminal, like `printable`.
 std::string jsonString(std::string_view text);
 
-/// The columns that `text`, which `printable` returned, takes on a terminal. Needs a UTF-8
-/// LC_CTYPE.
+/// The number of columns that `text`, a result of `printable`, takes on a terminal. Requires an
+/// LC_CTYPE with UTF-8.
 std::size_t displayWidth(std::string_view text);
 
-/// One of this program's own words in capitals.
+/// `word` in upper case. Only ASCII letters change.
 std::string upperCase(std::string word);
 
 }  // namespace vemlo

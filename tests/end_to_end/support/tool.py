@@ -1,4 +1,4 @@
-"""Running the command-line tool where no account on a real server is needed.
+"""Runs the command-line tool in tests that need no account on a real server.
 
 VEMLO_CLI is the path of the tool.
 """
@@ -11,24 +11,24 @@ from . import output
 
 TOOL = os.environ["VEMLO_CLI"]
 
-DONE, SERVICE_FAILED, BAD_USAGE, LOCAL_TROUBLE = 0, 1, 2, 3
+DONE, SERVICE_FAILED, BAD_USAGE, LOCAL_FAILURE = 0, 1, 2, 3
 KEYS = {"VEMLO_S3_ACCESS_KEY": "access", "VEMLO_S3_SECRET_KEY": "confidential"}
 AZURE_KEYS = {"VEMLO_AZURE_ACCOUNT": "account", "VEMLO_AZURE_KEY": "Y29uZmlkZW50aWFs"}
 
 
-def with_own(environment):
-    """The environment without the VEMLO_ variables of whoever runs the tests, and with these."""
+def environment_with(environment):
+    """The environment of the tests with these variables and no other VEMLO_ variables."""
     clean = {k: v for k, v in os.environ.items() if not k.startswith("VEMLO_")}
     return {**clean, **(environment or {})}
 
 
 def run(*arguments, environment=None, **options):
-    """Runs the tool to its end."""
+    """Runs the tool until it ends."""
     options = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, **options}
     if "input" in options:
         del options["stdin"]
     result = subprocess.run(
-        [TOOL, *arguments], env=with_own(environment),
+        [TOOL, *arguments], env=environment_with(environment),
         stderr=subprocess.PIPE, encoding="utf-8", timeout=60, check=False, **options,
     )  # fmt: skip
     output.keep(result.stdout)
@@ -45,5 +45,6 @@ class ToolTest(unittest.TestCase):
         self.assertIn(result.stdout, ("", None))
 
     def assert_prints(self, result, output):
+        """Success, `output` on standard output, and nothing on standard error."""
         self.assertEqual((result.stderr, result.returncode), ("", DONE))
         self.assertEqual(result.stdout, output)

@@ -1,4 +1,4 @@
-#include "results.h"
+#include "result_codes.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,7 +10,7 @@ namespace {
 
 struct Meaning {
   int code;
-  const char* words;
+  const char* text;
 };
 
 constexpr Meaning kMeanings[] = {
@@ -49,8 +49,8 @@ constexpr const char* kExchangeFailed =
     "the code was not accepted, the service was not reached, or it gave no lasting access; codes "
     "are good once and for some minutes";
 
-/// The drives say less by their codes, and more in the log.
-constexpr Meaning kMeaningsOfDrives[] = {
+/// The result codes of the drives are less specific; the log has the details.
+constexpr Meaning kDriveMeanings[] = {
     {-1, "the arguments are not acceptable"},
     {1, "the service call failed, as logged"},
     {100, "the account has no root folder"},
@@ -65,10 +65,10 @@ void require(int code, const std::string& action, const Meaning (&meanings)[Coun
   if (code == 0) return;
   const auto* const meaning = std::find_if(std::begin(meanings), std::end(meanings),
                                            [code](const Meaning& m) { return m.code == code; });
-  const std::string words =
-      meaning == std::end(meanings) ? "the service call failed" : meaning->words;
+  const std::string text =
+      meaning == std::end(meanings) ? "the service call failed" : meaning->text;
   throw Failure(code < 0 ? ExitCode::BadUsage : ExitCode::ServiceFailed,
-                "cannot " + action + ": " + words + " (code " + std::to_string(code) + ")" +
+                "cannot " + action + ": " + text + " (code " + std::to_string(code) + ")" +
                     (advice.empty() ? "" : "; " + advice));
 }
 
@@ -77,7 +77,7 @@ void require(int code, const std::string& action, const Meaning (&meanings)[Coun
 void requireSuccess(int code, const std::string& action) { require(code, action, kMeanings, ""); }
 
 void requireDriveSuccess(int code, const std::string& action, const std::string& advice) {
-  require(code, action, kMeaningsOfDrives, advice);
+  require(code, action, kDriveMeanings, advice);
 }
 
 }  // namespace vemlo

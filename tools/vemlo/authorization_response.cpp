@@ -1,4 +1,4 @@
-#include "authorization_answer.h"
+#include "authorization_response.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,13 +9,13 @@ namespace vemlo {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kBlanks);
+  constexpr std::string_view kWhitespace = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kWhitespace);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(kWhitespace) - first + 1);
 }
 
-/// What is no percent-encoding stays as it is.
+/// Invalid percent-encodings are kept unchanged.
 std::string percentDecoded(std::string_view text) {
   std::string decoded;
   while (!text.empty()) {
@@ -30,7 +30,7 @@ std::string percentDecoded(std::string_view text) {
   return decoded;
 }
 
-/// The decoded value of a parameter in the query of an address, empty if it is not there.
+/// The decoded value of a query parameter of an address; empty if there is no such parameter.
 std::string parameter(std::string_view address, std::string_view name) {
   address = address.substr(0, address.find('#'));
   const std::size_t mark = address.find('?');
@@ -63,15 +63,15 @@ bool isAddress(std::string_view text) {
 
 }  // namespace
 
-std::string codeOf(std::string_view pasted) {
+std::string authorizationCode(std::string_view pasted) {
   pasted = trimmed(pasted);
-  if (pasted.empty()) throw Failure(ExitCode::LocalTrouble, "no code was given");
+  if (pasted.empty()) throw Failure(ExitCode::LocalFailure, "no code was given");
   std::string code(pasted);
   if (isAddress(pasted)) {
     requireNoError(pasted);
     code = parameter(pasted, "code");
   }
-  // A zero byte would cut the code short without a word.
+  // A NUL would silently truncate the code.
   if (code.empty() || code.find('\0') != std::string::npos) {
     throw Failure(ExitCode::BadUsage,
                   "no code stands in that; paste the whole address of the page that the browser "
