@@ -21,7 +21,7 @@ class AnyService : public testing::TestWithParam<const Service*> {
   const Service& service() const { return *GetParam(); }
 
   OpenSession open(std::shared_ptr<CloudStorage::Http::Transport> transport) {
-    auto environment = world.environment();
+    auto environment = fixture.environment();
     environment.transport = std::move(transport);
     return {service().open(environment), service().facts.cleanup};
   }
@@ -47,7 +47,7 @@ class AnyService : public testing::TestWithParam<const Service*> {
                                    failure.message)};
   }
 
-  TestSupport::AttemptWorld world;
+  TestSupport::AttemptWorld fixture;
   std::shared_ptr<Cloud> cloud = std::make_shared<Cloud>(service());
   const TestSupport::LogCapture log;
 };

@@ -47,7 +47,7 @@ TEST_P(Arguments, SessionsOfOtherServicesAreRefused) {
   for (const Service* other : allServices()) {
     if (other == &service()) continue;
     SCOPED_TRACE(other->facts.name);
-    auto environment = world.environment();
+    auto environment = fixture.environment();
     environment.transport = cloud;
     const OpenSession handle(other->open(environment), other->facts.cleanup);
     for (const Operation& operation : service().operations()) {

@@ -19,10 +19,10 @@ class Failures : public AnyService {
     handle = openAuthorized(cloud);
     requestsBefore = cloud->count();
     linesBefore = log.records().size();
-    delaysBefore = world.delays().size();
+    delaysBefore = fixture.delays().size();
   }
   std::size_t sends() const { return cloud->count() - requestsBefore; }
-  std::size_t waits() const { return world.delays().size() - delaysBefore; }
+  std::size_t waits() const { return fixture.delays().size() - delaysBefore; }
   std::vector<TestSupport::LogRecord> newLines() const {
     const auto lines = log.records();
     return {lines.begin() + static_cast<std::ptrdiff_t>(linesBefore), lines.end()};

@@ -74,8 +74,8 @@ std::vector<int> callWithEachNull(Function function, const Arguments& arguments,
   return results;
 }
 
-/// Completes `operation` with calls of `function`. `argumentsFor` returns the arguments for a session
-/// and outs as a tuple.
+/// Completes `operation` with calls of `function`. `argumentsFor` returns the arguments for a
+/// session and outs as a tuple.
 template <typename Function, typename ArgumentsFor>
 Operation operationOf(Operation operation, Function function, ArgumentsFor argumentsFor,
                       const std::set<std::size_t>& mustNotBeNull = {}) {

@@ -38,7 +38,7 @@ enum class Subject {
   BucketCreation
 };
 
-/// Some folders in the order of the service, and the token of the next page; empty if there is none.
+/// Some folders in the order of the service, and the token of the next page, if any.
 struct Page {
   std::vector<Folder> folders;
   std::string next;

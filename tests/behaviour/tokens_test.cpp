@@ -13,13 +13,13 @@ TEST_P(Tokens, ExpiredOneIsRenewedDuringTheCall) {
     SCOPED_TRACE(operation.name);
     const auto handle = openAuthorized();
     const auto requestsBefore = cloud->count(Subject::Tokens);
-    const auto delaysBefore = world.delays().size();
+    const auto delaysBefore = fixture.delays().size();
     cloud->expireToken();
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), 0);
     EXPECT_EQ(outs.state(), Outs::State::Filled);
     EXPECT_EQ(cloud->count(Subject::Tokens) - requestsBefore, 1U);
-    EXPECT_EQ(world.delays().size() - delaysBefore, 1U);
+    EXPECT_EQ(fixture.delays().size() - delaysBefore, 1U);
   }
   EXPECT_THAT(log.records(), IsEmpty());
 }

@@ -218,43 +218,4 @@ TEST_F(AzureCreateDirectory, SendsOneEmptyBlockBlobNamedLikeTheFolder) {
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_F(AzureCreateDirectory, SendsEveryUsablePathUnchangedAndCreatesNoParents) {
-  for (const char* path : UnitTests::kUsableFolderKeys) {
-    SCOPED_TRACE(path);
-    EXPECT_CALL(client(), putBlob(Field(&PutBlobRequest::blob, IsPresentAs(path))))
-        .WillOnce(Return(PutBlobResult{}));
-    EXPECT_EQ(azure_ssb_create_directory(&handle_, "c", path), 0);
-  }
-}
-
-TEST_F(AzureCreateDirectory, RefusesPathsThatNameNoFolder) {
-  for (const char* path : UnitTests::kUnusableFolderKeys) {
-    SCOPED_TRACE(path);
-    EXPECT_EQ(azure_ssb_create_directory(&handle_, "c", path), -1);
-  }
-  EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_F(AzureCreateDirectory, DoesNotCheckTheContainer) {
-  for (const char* container : UnitTests::kBucketNames) {
-    SCOPED_TRACE(container);
-    EXPECT_CALL(client(), putBlob(Field(&PutBlobRequest::container, container)))
-        .WillOnce(Return(PutBlobResult{}));
-    EXPECT_EQ(azure_ssb_create_directory(&handle_, container, "a/"), 0);
-  }
-}
-
-TEST_F(AzureCreateDirectory, ReturnsEveryErrorTypeAndLogsNothing) {
-  for (const std::uint32_t type : UnitTests::kErrorTypes) {
-    SCOPED_TRACE(type);
-    EXPECT_CALL(client(), putBlob(_)).WillOnce(Return(UnitTests::errorOfType(type)));
-    EXPECT_EQ(azure_ssb_create_directory(&handle_, "c", "a/"), static_cast<int>(type));
-  }
-  EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_F(AzureCreateDirectory, ChecksThePathBeforeTheSessionAndTheContainer) {
-  UnitTests::expectKeyCheckFirst(azure_ssb_create_directory, "AzureSSB");
-}
-
 }  // namespace

@@ -11,9 +11,9 @@
 namespace UnitTests {
 
 /// A session with Azure. Its client fails the test on any unexpected request.
-class AzureTest : public testing::Test {
+class AzureFixture {
  protected:
-  AzureTest() {
+  AzureFixture() {
     handle_.azure_ssb_client =
         std::make_shared<testing::StrictMock<TestSupport::MockAzureSSBClient>>();
   }
@@ -25,5 +25,7 @@ class AzureTest : public testing::Test {
   session handle_;
   TestSupport::LogCapture log_;
 };
+
+class AzureTest : public testing::Test, protected AzureFixture {};
 
 }  // namespace UnitTests

@@ -33,7 +33,7 @@ struct Form {
 
 void PrintTo(const Form& form, std::ostream* out) { *out << form.drive.name; }
 
-// The path of an https address. Empty for other addresses, and for those with a query or a fragment.
+// The path of an https address. Empty for others, and for those with a query or a fragment.
 std::string pathOf(const std::string& address) {
   const std::string scheme = "https://";
   if (address.compare(0, scheme.size(), scheme) != 0) return {};

@@ -40,25 +40,4 @@ inline std::vector<std::string> numberedNames(int first, int count, const std::s
 inline constexpr const char* kBucketNames[] = {"", "UPPER", "a/b", "\xC3\xA4", " ", "$root"};
 inline constexpr const char* kPrefixes[] = {"photos", "/", "//a", " a/", "\xC3\xA4/", "a/../b/"};
 
-/// Folder keys that the library refuses, and some that it accepts.
-inline constexpr const char* kUnusableFolderKeys[] = {"",   "a",   "/",        "//",    "/a/",
-                                                      "/a", "a/b", "\xC3\xA4", "a/b/c", "/a/b/c/"};
-inline constexpr const char* kUsableFolderKeys[] = {"a/", "a//", "x/y/",         "a/b/c/",
-                                                    " /", "../", "photos/2020/", "\xC3\xA4/"};
-
-/// Of a function that creates a folder: the key is checked before the session and the bucket.
-inline void expectKeyCheckFirst(int (*create)(session*, const char*, const char*),
-                                const std::string& service) {
-  const TestSupport::LogCapture log;
-  EXPECT_EQ(create(unreadableSession(), nullptr, nullptr), -1);
-  for (const char* key : kUnusableFolderKeys) {
-    SCOPED_TRACE(key);
-    EXPECT_EQ(create(unreadableSession(), "bucket", key), -1);
-    EXPECT_EQ(create(unreadableSession(), nullptr, key), -1);
-  }
-  EXPECT_THAT(log.records(), testing::IsEmpty());
-  expectRefusalOfSessionsOfOthersThan(
-      service, [create](session* other) { return create(other, nullptr, "a/"); });
-}
-
 }  // namespace UnitTests

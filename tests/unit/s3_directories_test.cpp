@@ -12,7 +12,6 @@ namespace {
 
 using testing::_;
 using testing::ElementsAre;
-using testing::Field;
 using testing::IsEmpty;
 using testing::Return;
 using testing::SaveArg;
@@ -180,56 +179,6 @@ TEST_F(S3CreateDirectory, SendsOneEmptyObjectNamedLikeTheFolder) {
   EXPECT_THAT(sent.contentType, IsEmpty());
   EXPECT_THAT(sent.getRequestSpecificHeaders(), IsEmpty());
   EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_F(S3CreateDirectory, CreatesNoParents) {
-  std::vector<std::string> keys;
-  EXPECT_CALL(client(), putObject(_)).WillOnce([&keys](const PutObjectRequest& request) {
-    keys.push_back(request.key.value());
-    return PutObjectResult{};
-  });
-
-  EXPECT_EQ(s3_create_directory(&handle_, "b", "x/y/"), 0);
-  EXPECT_THAT(keys, ElementsAre("x/y/"));
-}
-
-TEST_F(S3CreateDirectory, SendsEveryUsableKeyUnchanged) {
-  for (const char* key : UnitTests::kUsableFolderKeys) {
-    SCOPED_TRACE(key);
-    EXPECT_CALL(client(), putObject(Field(&PutObjectRequest::key, IsPresentAs(key))))
-        .WillOnce(Return(PutObjectResult{}));
-    EXPECT_EQ(s3_create_directory(&handle_, "b", key), 0);
-  }
-}
-
-TEST_F(S3CreateDirectory, RefusesKeysThatNameNoFolder) {
-  for (const char* key : UnitTests::kUnusableFolderKeys) {
-    SCOPED_TRACE(key);
-    EXPECT_EQ(s3_create_directory(&handle_, "b", key), -1);
-  }
-  EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_F(S3CreateDirectory, DoesNotCheckTheBucket) {
-  for (const char* bucket : UnitTests::kBucketNames) {
-    SCOPED_TRACE(bucket);
-    EXPECT_CALL(client(), putObject(Field(&PutObjectRequest::bucket, bucket)))
-        .WillOnce(Return(PutObjectResult{}));
-    EXPECT_EQ(s3_create_directory(&handle_, bucket, "a/"), 0);
-  }
-}
-
-TEST_F(S3CreateDirectory, ReturnsEveryErrorTypeAndLogsNothing) {
-  for (const std::uint32_t type : UnitTests::kErrorTypes) {
-    SCOPED_TRACE(type);
-    EXPECT_CALL(client(), putObject(_)).WillOnce(Return(UnitTests::errorOfType(type)));
-    EXPECT_EQ(s3_create_directory(&handle_, "b", "a/"), static_cast<int>(type));
-  }
-  EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_F(S3CreateDirectory, ChecksTheKeyBeforeTheSessionAndTheBucket) {
-  UnitTests::expectKeyCheckFirst(s3_create_directory, "S3");
 }
 
 }  // namespace

@@ -9,9 +9,9 @@
 namespace UnitTests {
 
 /// A session with S3. Its client fails the test on any unexpected request.
-class S3Test : public testing::Test {
+class S3Fixture {
  protected:
-  S3Test() { handle_.s3_client = new testing::StrictMock<TestSupport::MockS3Client>(); }
+  S3Fixture() { handle_.s3_client = new testing::StrictMock<TestSupport::MockS3Client>(); }
 
   TestSupport::MockS3Client& client() {
     return static_cast<TestSupport::MockS3Client&>(*handle_.s3_client);
@@ -20,5 +20,7 @@ class S3Test : public testing::Test {
   session handle_;
   TestSupport::LogCapture log_;
 };
+
+class S3Test : public testing::Test, protected S3Fixture {};
 
 }  // namespace UnitTests
