@@ -14,24 +14,13 @@ using Base =
 
 Service::Facts ownFacts() {
   Service::Facts facts;
-  facts.name = "AmazonDrive";
-  facts.cleanup = libvemlo_amazon_drive_cleanup;
-  facts.sendsToNobody = 4;
+  facts.attemptsIfUnreachable = 4;
   return facts;
 }
 
 class AmazonDrive : public Base {
  public:
-  AmazonDrive()
-      : Base(
-            ownFacts(),
-            {libvemlo_amazon_drive_init, &session::amazon_drive_client, amazon_drive_list_directory,
-             amazon_drive_create_directory, amazon_drive_get_root_directory},
-            "parent-1") {}
-
-  int authorize(session* handle) const override {
-    return exchangeCode(amazon_drive_get_token, handle);
-  }
+  AmazonDrive() : Base(TestSupport::kAmazonDrive, "parent-1", ownFacts()) {}
 
   Subject subjectOf(const Http::Request& request) const override {
     const Http::URI& uri = request.uri;
@@ -56,16 +45,18 @@ class AmazonDrive : public Base {
     return memberOf(request, "name");
   }
   Folder folderNamed(const std::string& name, std::size_t number) const override {
-    return {name, "node-" + std::to_string(number)};
+    return {"node-" + std::to_string(number), name};
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     const std::string next = page.next.empty() ? "" : R"("nextToken":")" + page.next + R"(",)";
     return "{" + next + R"("data":[)" + joined(page.folders, ",", node) + "]}";
   }
-  Http::Response created(const Folder& folder) const override { return answer(201, node(folder)); }
-  std::string answerAbout(Subject subject) const override {
-    if (subject == Subject::Root) return written({{{"", "root"}}, ""});
+  Http::Response creationResponse(const Folder& folder) const override {
+    return answer(201, node(folder));
+  }
+  std::string bodyAbout(Subject subject) const override {
+    if (subject == Subject::Root) return bodyOf({{{"root", ""}}, ""});
     return R"({"contentUrl":"https://content.example.test/cdproxy/","metadataUrl":")" +
            std::string(TestSupport::kMetadataEndpoint) + R"("})";
   }

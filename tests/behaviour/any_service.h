@@ -15,17 +15,17 @@ namespace Behaviour {
 
 using OpenSession = std::unique_ptr<session, void (*)(session*)>;
 
-/// A test of what services have in common, in a world in which nothing really waits.
+/// A test of what the services have in common. Its clock advances without real delays.
 class AnyService : public testing::TestWithParam<const Service*> {
  protected:
   const Service& service() const { return *GetParam(); }
 
   OpenSession open(std::shared_ptr<CloudStorage::Http::Transport> transport) {
-    auto environment = world.environment();
+    auto environment = fixture.environment();
     environment.transport = std::move(transport);
     return {service().open(environment), service().facts.cleanup};
   }
-  /// A session that may be used, too.
+  /// A session that is authorized, if its service uses tokens.
   OpenSession openAuthorized(std::shared_ptr<CloudStorage::Http::Transport> transport) {
     auto handle = open(std::move(transport));
     EXPECT_EQ(service().authorize(handle.get()), 0);
@@ -33,13 +33,13 @@ class AnyService : public testing::TestWithParam<const Service*> {
   }
   OpenSession openAuthorized() { return openAuthorized(cloud); }
 
-  /// What is logged when `operation` fails at its own request.
+  /// The lines that `operation` logs if its own request fails.
   std::vector<TestSupport::LogRecord> linesOf(const Operation& operation,
                                               const Failure& failure) const {
     if (!operation.failureText) return {};
     return {TestSupport::errorLine(*operation.failureText + service().textOf(failure))};
   }
-  /// What is logged when it fails at the first request of a new session.
+  /// The lines that it logs if the first request of a new session fails.
   std::vector<TestSupport::LogRecord> firstLinesOf(const Operation& operation,
                                                    const Failure& failure) const {
     if (!operation.preparationFailureText) return linesOf(operation, failure);
@@ -47,7 +47,7 @@ class AnyService : public testing::TestWithParam<const Service*> {
                                    failure.message)};
   }
 
-  TestSupport::AttemptWorld world;
+  TestSupport::AttemptWorld fixture;
   std::shared_ptr<Cloud> cloud = std::make_shared<Cloud>(service());
   const TestSupport::LogCapture log;
 };

@@ -40,9 +40,13 @@ class AzureBlobs : public ObjectStore {
     return handle;
   }
 
+  std::weak_ptr<void> clientOf(const session& handle) const override {
+    return handle.azure_ssb_client;
+  }
+
   Operation listing() const override {
     const auto arguments = [](session* handle, Outs& outs) {
-      return std::tuple(handle, kBucket, kPrefix, &outs.folders, &outs.count);
+      return std::tuple(handle, kBucket, kPrefix, &outs.folders.list, &outs.folders.count);
     };
     return operationOf(clearingOperation("ListDirectory"), azure_ssb_list_directory, arguments);
   }
@@ -56,7 +60,7 @@ class AzureBlobs : public ObjectStore {
     Operation create = loggedOperation("CreateBucket");
     create.afterFailure = Outs::State::Untouched;
     const auto listed = [](session* handle, Outs& outs) {
-      return std::tuple(handle, &outs.buckets, &outs.count);
+      return std::tuple(handle, &outs.buckets.list, &outs.buckets.count);
     };
     const auto created = [](session* handle, Outs& /*outs*/) {
       return std::tuple(handle, kNewBucket);
@@ -69,7 +73,7 @@ class AzureBlobs : public ObjectStore {
     return parameterOf(request.uri, "marker");
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     return "<EnumerationResults><Blobs>" +
            joined(page.folders, "",
                   [](const Folder& folder) {
@@ -77,8 +81,8 @@ class AzureBlobs : public ObjectStore {
                   }) +
            "</Blobs><NextMarker>" + page.next + "</NextMarker></EnumerationResults>";
   }
-  Http::Response created(const Folder& /*folder*/) const override { return answer(201); }
-  std::string answerAbout(Subject subject) const override {
+  Http::Response creationResponse(const Folder& /*folder*/) const override { return answer(201); }
+  std::string bodyAbout(Subject subject) const override {
     if (subject != Subject::Buckets) return {};
     return "<EnumerationResults><Containers><Container><Name>box</Name></Container></Containers>"
            "<NextMarker/></EnumerationResults>";
@@ -91,7 +95,7 @@ class AzureBlobs : public ObjectStore {
   }
 
  private:
-  /// Clears its outs before it looks whose session it was given.
+  /// Clears its outs before it checks the service of the session.
   static Operation clearingOperation(const char* name) {
     Operation operation = loggedOperation(name);
     operation.withSessionOfAnotherService = Outs::State::Cleared;

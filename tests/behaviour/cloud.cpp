@@ -13,7 +13,7 @@ using TestSupport::answer;
 
 constexpr char kPageToken[] = "page-";
 
-// 0 if the token is none of ours.
+// 0 if no page has this token.
 std::size_t pageNumberOf(const std::string& token) {
   if (token.empty()) return 1;
   const std::size_t length = sizeof kPageToken - 1;
@@ -23,6 +23,7 @@ std::size_t pageNumberOf(const std::string& token) {
 }  // namespace
 
 Http::Response Cloud::send(const Http::Request& request) {
+  if (onRequest) onRequest();
   const bool isForTokens = request.uri.toString() == kTokenEndpoint;
   std::unique_lock<std::mutex> lock(mutex_);
   const Subject subject = isForTokens ? Subject::Tokens : service_.subjectOf(request);
@@ -32,18 +33,21 @@ Http::Response Cloud::send(const Http::Request& request) {
     changed_.notify_all();
     changed_.wait(lock, [this] { return !holdsPages_; });
   }
-  if (answerToAll) return *answerToAll;
+  if (responseToAll) return *responseToAll;
   if (isForTokens) return newTokens();
-  if (!hasToken(request)) return service_.tokenExpired().answer;
+  if (!hasToken(request)) return service_.tokenExpired().response;
+  if (deniesAccess && subject != Subject::Preparation) return service_.accessDenied().response;
   switch (subject) {
     case Subject::Unknown:
       return answer(404);
     case Subject::Page:
       return page(request);
-    case Subject::Creation:
-      return create(service_.nameIn(request));
+    case Subject::Creation: {
+      const std::string name = service_.nameIn(request);
+      return name == deniedName ? service_.accessDenied().response : create(name);
+    }
     default:
-      return answer(200, service_.answerAbout(subject));
+      return answer(200, service_.bodyAbout(subject));
   }
 }
 
@@ -112,28 +116,28 @@ Http::Response Cloud::page(const Http::Request& request) {
   const std::size_t number = pageNumberOf(service_.tokenIn(request));
   const std::size_t begin = (number - 1) * pageLength;
   if (number == 0 || (number > 1 && begin >= folders_.size())) return answer(400);
-  if (number == refusedPage) return service_.accessDenied().answer;
+  if (number == deniedPage) return service_.accessDenied().response;
   if (number == lastPageOfToken) {
     acceptedToken_.clear();
     lastPageOfToken = 0;
   }
-  Page asked;
+  Page requested;
   const std::size_t end = std::min(begin + pageLength, folders_.size());
-  for (std::size_t i = begin; i < end; ++i) asked.folders.push_back(folders_[i].second);
-  if (end < folders_.size()) asked.next = kPageToken + std::to_string(number + 1);
-  return answer(200, service_.written(asked));
+  for (std::size_t i = begin; i < end; ++i) requested.folders.push_back(folders_[i].second);
+  if (end < folders_.size()) requested.next = kPageToken + std::to_string(number + 1);
+  return answer(200, service_.bodyOf(requested));
 }
 
 Http::Response Cloud::create(const std::string& name) {
   const Folder* const found = find(name);
   if (found != nullptr && service_.facts.twin == Service::Twin::Refused) {
-    return service_.nameTaken().answer;
+    return service_.nameTaken().response;
   }
   if (found != nullptr && service_.facts.twin == Service::Twin::SameFolder) {
-    return service_.created(*found);
+    return service_.creationResponse(*found);
   }
   folders_.emplace_back(name, service_.folderNamed(name, folders_.size() + 1));
-  return service_.created(folders_.back().second);
+  return service_.creationResponse(folders_.back().second);
 }
 
 const Folder* Cloud::find(const std::string& name) const {

@@ -2,10 +2,12 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CloudStorage/Http/Transport.h"
@@ -13,8 +15,8 @@
 
 namespace Behaviour {
 
-/// An account at a service with one folder to keep folders in, which speaks as the service does.
-/// Safe for concurrent calls.
+/// An account at a service with one parent folder. Implements the protocol of the service. Safe for
+/// concurrent calls.
 class Cloud : public CloudStorage::Http::Transport {
  public:
   static constexpr char kTokenEndpoint[] = "https://login.example.test/token";
@@ -23,28 +25,35 @@ class Cloud : public CloudStorage::Http::Transport {
 
   CloudStorage::Http::Response send(const CloudStorage::Http::Request& request) override;
 
-  /// Puts folders into the parent, "folder-1" and so on.
+  /// Creates the folders "folder-1" and so on in the parent.
   void addFolders(int count);
   std::vector<Folder> folders() const;
 
-  /// Requests so far.
+  /// The number of requests so far.
   std::size_t count(Subject subject) const;
   std::size_t count() const;
 
-  /// Ends the access token that it has handed out last.
+  /// Invalidates the access token that it issued last.
   void expireToken();
-  /// From now on requests for pages are not answered.
+  /// From now on requests for pages are held back.
   void holdPages();
-  /// Waits until so many are held.
+  /// Waits until `number` requests are held back.
   void waitForPages(std::size_t number);
   void releasePages();
 
   // To be set while no call runs.
+
+  /// Called with each request.
+  std::function<void()> onRequest;
   std::size_t pageLength = 100;
-  /// Instead of any other answer.
-  std::optional<CloudStorage::Http::Response> answerToAll;
-  /// The number of the page that is refused; the first is 1.
-  std::size_t refusedPage = 0;
+  /// Replaces all other responses.
+  std::optional<CloudStorage::Http::Response> responseToAll;
+  /// Denies access to everything but tokens and preparations.
+  bool deniesAccess = false;
+  /// The name of the folder whose creation is denied.
+  std::string deniedName;
+  /// The number of the page to which access is denied; the first is 1.
+  std::size_t deniedPage = 0;
   /// The number of the page at which the access token expires.
   std::size_t lastPageOfToken = 0;
   bool refusesNewTokens = false;

@@ -16,23 +16,23 @@ using testing::SizeIs;
 
 constexpr std::size_t kThreads = 12;
 
-/// Calls that run at the same time, over real connections.
+/// Concurrent calls over real connections.
 class Concurrency : public AnyService {
  protected:
   OpenSession openOverConnections() {
     return openAuthorized(std::make_shared<Detour>(server.port()));
   }
 
-  /// Lists the parent; false unless that gives `expected`.
+  /// Whether a listing of the parent succeeds and equals `expected`.
   bool lists(session* handle, const std::vector<Folder>& expected) const {
     Outs outs;
-    return service().listing().call(handle, outs) == 0 && outs.listed() == expected;
+    return service().listing().call(handle, outs) == 0 && outs.folders.folders() == expected;
   }
 
   CloudServer server{*cloud};
 };
 
-/// Threads that run `body` with their number, until join() tells how many of them it was true for.
+/// Threads that run `body` with their number. join() returns how many of the results were true.
 class Threads {
  public:
   Threads(std::size_t count, const std::function<bool(std::size_t)>& body) {
@@ -53,7 +53,7 @@ class Threads {
   std::vector<std::thread> threads_;
 };
 
-TEST_P(Concurrency, EachCallHasAConnectionWhichServesOthersLater) {
+TEST_P(Concurrency, EachCallHasAConnectionThatLaterCallsReuse) {
   cloud->addFolders(5);
   const auto expected = cloud->folders();
   const auto handle = openOverConnections();
@@ -71,7 +71,7 @@ TEST_P(Concurrency, EachCallHasAConnectionWhichServesOthersLater) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_P(Concurrency, CallsOneAfterTheOtherShareAConnection) {
+TEST_P(Concurrency, SequentialCallsShareAConnection) {
   const auto handle = openOverConnections();
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
@@ -101,12 +101,12 @@ TEST_P(Concurrency, CallsOfEveryKindDoNotDisturbEachOther) {
   EXPECT_TRUE(lists(handle.get(), cloud->folders()));
 }
 
-TEST_P(Concurrency, FailureOfOneIsNotThatOfAnother) {
+TEST_P(Concurrency, FailureInOneSessionDoesNotAffectAnother) {
   cloud->pageLength = 2;
   cloud->addFolders(5);
   const auto good = openOverConnections();
   Cloud refusing(service());
-  refusing.refusedPage = 1;
+  refusing.deniedPage = 1;
   const CloudServer refusingServer(refusing);
   const auto bad = openAuthorized(std::make_shared<Detour>(refusingServer.port()));
   auto expected = cloud->folders();
@@ -124,11 +124,32 @@ TEST_P(Concurrency, FailureOfOneIsNotThatOfAnother) {
   EXPECT_THAT(log.records(), AllOf(SizeIs(kThreads / 2), Each(line)));
 }
 
+TEST_P(Concurrency, FailureOfOneCallDoesNotAffectOthersOfTheSession) {
+  cloud->addFolders(5);
+  cloud->deniedName = "denied";
+  const auto expected = cloud->folders();
+  const auto handle = openOverConnections();
+  const Operation creation = service().creationOf("denied");
+  const Failure failure = service().accessDenied().failure;
+  Threads threads(kThreads, [&](std::size_t number) {
+    if (number % 2 == 0) return lists(handle.get(), expected);
+    Outs outs;
+    return creation.call(handle.get(), outs) == service().resultOf(failure) &&
+           outs.state() == creation.afterFailure;
+  });
+  EXPECT_EQ(threads.join(), kThreads);
+  const auto lines = linesOf(creation, failure);
+  EXPECT_THAT(log.records(), SizeIs(lines.size() * kThreads / 2));
+  if (!lines.empty()) {
+    EXPECT_THAT(log.records(), Each(lines.front()));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Services, Concurrency, testing::ValuesIn(allServices()), ServiceName());
 
 using ConcurrentRenewal = Concurrency;
 
-TEST_P(ConcurrentRenewal, ServesAllCallsThatRun) {
+TEST_P(ConcurrentRenewal, IsDoneOnceForAllRunningCalls) {
   cloud->addFolders(5);
   const auto expected = cloud->folders();
   const auto handle = openOverConnections();
@@ -143,10 +164,10 @@ INSTANTIATE_TEST_SUITE_P(Services, ConcurrentRenewal,
                          testing::ValuesIn(servicesWith(&Service::Facts::usesTokens)),
                          ServiceName());
 
-// An S3 session is left out: its client ends with it, so it must not be closed while it is in use.
+// Not for S3: its client is destroyed with the session, which must not be closed during a call.
 using CleanupDuringCalls = Concurrency;
 
-TEST_P(CleanupDuringCalls, LetsThemEndWell) {
+TEST_P(CleanupDuringCalls, DoesNotDisturbThem) {
   cloud->pageLength = 2;
   cloud->addFolders(5);
   const auto expected = cloud->folders();
@@ -160,6 +181,23 @@ TEST_P(CleanupDuringCalls, LetsThemEndWell) {
   cloud->releasePages();
   EXPECT_EQ(threads.join(), kThreads);
   EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_P(CleanupDuringCalls, DestroysTheClientAfterTheCall) {
+  for (const Operation& operation : service().operations()) {
+    SCOPED_TRACE(operation.name);
+    auto handle = openAuthorized();
+    const auto client = service().clientOf(*handle);
+    cloud->onRequest = [&] {
+      handle.reset();
+      EXPECT_FALSE(client.expired());
+    };
+    Outs outs;
+    EXPECT_EQ(operation.call(handle.get(), outs), 0);
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_TRUE(client.expired());
+    cloud->onRequest = nullptr;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, CleanupDuringCalls,

@@ -10,25 +10,25 @@ using testing::SizeIs;
 
 class Creation : public AnyService {
  protected:
-  /// Makes a folder and returns what is handed out of it, if anything is.
+  /// Creates a folder and returns its record, if the operation returns one.
   std::vector<Folder> create(const std::string& name) {
     Outs outs;
     EXPECT_EQ(service().creationOf(name).call(handle.get(), outs), 0);
     if (outs.state() == Outs::State::Untouched) return {};
     EXPECT_EQ(outs.state(), Outs::State::Filled);
-    return {outs.single()};
+    return {outs.folder.folder()};
   }
 
   std::vector<Folder> listed() {
     Outs outs;
     EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
-    return outs.listed();
+    return outs.folders.folders();
   }
 
   const OpenSession handle = openAuthorized();
 };
 
-TEST_P(Creation, NewFolderIsListedFromThenOn) {
+TEST_P(Creation, NewFolderIsListed) {
   cloud->addFolders(2);
   const auto created = create("photos");
   const auto folders = cloud->folders();
@@ -39,7 +39,7 @@ TEST_P(Creation, NewFolderIsListedFromThenOn) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_P(Creation, TwinIsWhatTheServiceMakesOfIt) {
+TEST_P(Creation, OfATwinHasTheResultThatTheServiceDetermines) {
   const auto first = create("photos");
   const auto before = listed();
   if (service().facts.twin == Service::Twin::Refused) {
@@ -50,7 +50,7 @@ TEST_P(Creation, TwinIsWhatTheServiceMakesOfIt) {
     EXPECT_EQ(outs.state(), operation.afterFailure);
     EXPECT_EQ(log.records(), linesOf(operation, failure));
     EXPECT_EQ(listed(), before);
-    EXPECT_EQ(cloud->count(Subject::Creation), 2U) << "a refusal is final";
+    EXPECT_EQ(cloud->count(Subject::Creation), 2U) << "a refusal is not retried";
     return;
   }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -9,13 +8,15 @@
 
 #include "CloudStorage/Auth/OAuth2Credential.h"
 #include "cloud.h"
+#include "libvemlo/retry_strategies.h"
 #include "libvemlo/session.h"
 #include "service.h"
+#include "support/services.h"
 
 namespace Behaviour {
 
-/// What the drive services have in common: tokens, parents that are named by an id, and failures
-/// that all look the same but for their text in the log.
+/// What the drives have in common: tokens, parents with an id, and failures that differ only in
+/// their text in the log.
 template <typename Client, typename Strategy, typename Marshaller>
 class Drive : public Service {
  public:
@@ -30,9 +31,19 @@ class Drive : public Service {
     parts.retryStrategy = std::make_shared<Strategy>(credential);
     parts.errorMarshaller = std::make_shared<Marshaller>();
 
-    session* handle = functions_.open(nullptr);
-    handle->*functions_.client = std::make_shared<Client>(spec, parts, environment);
+    session* handle = drive_.open(nullptr);
+    handle->*drive_.member = std::make_shared<Client>(spec, parts, environment);
     return handle;
+  }
+
+  std::weak_ptr<void> clientOf(const session& handle) const override {
+    return handle.*drive_.member;
+  }
+
+  int authorize(session* handle) const override {
+    TestSupport::TextOut accessToken;
+    TestSupport::TextOut refreshToken;
+    return drive_.authorization.getToken(handle, "code", &accessToken.text, &refreshToken.text);
   }
 
   Operation listing() const override {
@@ -40,36 +51,37 @@ class Drive : public Service {
     operation.name = "ListDirectory";
     operation.failureText = "Failed to list directories. ";
     operation.preparationFailureText = listingPreparationFailureText();
-    operation = operationOf(operation, functions_.list, [this](session* handle, Outs& outs) {
-      return std::tuple(handle, parent(), &outs.folders, &outs.count);
+    operation = operationOf(operation, drive_.folders.list, [this](session* handle, Outs& outs) {
+      return std::tuple(handle, parent(), &outs.folders.list, &outs.folders.count);
     });
     return withCall(operation, [this](session* handle, Outs& outs) {
-      return functions_.list(handle, &kParentWithoutId, &outs.folders, &outs.count);
+      return drive_.folders.list(handle, &kParentWithoutId, &outs.folders.list,
+                                 &outs.folders.count);
     });
   }
 
   Operation creationOf(const std::string& name) const override {
+    const auto create = drive_.folders.create;
     Operation operation;
     operation.name = "CreateDirectory";
     operation.failureText = "Failed to create directory. ";
     operation.preparationFailureText = preparationFailureText();
-    operation =
-        operationOf(operation, functions_.create, [this, name](session* handle, Outs& outs) {
-          return std::tuple(handle, parent(), name.c_str(), &outs.folder);
-        });
-    return withCall(operation, [this, name](session* handle, Outs& outs) {
-      return functions_.create(handle, &kParentWithoutId, name.c_str(), &outs.folder);
+    operation = operationOf(operation, create, [this, name](session* handle, Outs& outs) {
+      return std::tuple(handle, parent(), name.c_str(), &outs.folder.record);
+    });
+    return withCall(operation, [create, name](session* handle, Outs& outs) {
+      return create(handle, &kParentWithoutId, name.c_str(), &outs.folder.record);
     });
   }
 
   std::vector<Operation> otherOperations() const override {
-    if (functions_.getRoot == nullptr) return {};
+    if (drive_.folders.getRoot == nullptr) return {};
     Operation operation;
     operation.name = "GetRootDirectory";
     operation.failureText = "Failed to get root directory. ";
     operation.preparationFailureText = preparationFailureText();
-    return {operationOf(operation, functions_.getRoot, [](session* handle, Outs& outs) {
-      return std::tuple(handle, &outs.folder);
+    return {operationOf(operation, drive_.folders.getRoot, [](session* handle, Outs& outs) {
+      return std::tuple(handle, &outs.folder.record);
     })};
   }
 
@@ -77,18 +89,10 @@ class Drive : public Service {
   std::string textOf(const Failure& failure) const override { return failure.message; }
 
  protected:
-  struct Functions {
-    session* (*open)(const proxy_setting* proxy);
-    std::shared_ptr<Client> session::*client;
-    int (*list)(session* handle, const directory* parent, directory** children, int* count);
-    int (*create)(session* handle, const directory* parent, const char* name, directory** created);
-    /// Null for a service that has no such function.
-    int (*getRoot)(session* handle, directory** root);
-  };
-
-  Drive(const Facts& serviceFacts, const Functions& functions, std::string parentId)
-      : Service(serviceFacts),
-        functions_(functions),
+  /// `own` needs neither name nor cleanup function.
+  Drive(const TestSupport::DriveOf<Client>& drive, std::string parentId, const Facts& own = {})
+      : Service(factsOf(drive, own)),
+        drive_(drive),
         parentId_(std::move(parentId)),
         parent_{nullptr, parentId_.data()} {}
 
@@ -103,7 +107,13 @@ class Drive : public Service {
  private:
   static constexpr directory kParentWithoutId{nullptr, nullptr};
 
-  /// One more call of `operation` with a pointer that is null.
+  static Facts factsOf(const TestSupport::Drive& drive, Facts own) {
+    own.name = drive.name;
+    own.cleanup = drive.cleanup;
+    return own;
+  }
+
+  /// Adds a call of `operation` with a null pointer.
   template <typename Call>
   static Operation withCall(Operation operation, Call call) {
     const auto others = std::move(operation.callWithEachNull);
@@ -117,20 +127,9 @@ class Drive : public Service {
 
   const directory* parent() const { return &parent_; }
 
-  const Functions functions_;
+  const TestSupport::DriveOf<Client>& drive_;
   std::string parentId_;
   const directory parent_;
 };
-
-/// For a service whose token exchange hands out both tokens.
-template <typename Exchange>
-int exchangeCode(Exchange exchange, session* handle) {
-  char* accessToken = nullptr;
-  char* refreshToken = nullptr;
-  const int result = exchange(handle, "code", &accessToken, &refreshToken);
-  std::free(accessToken);
-  std::free(refreshToken);
-  return result;
-}
 
 }  // namespace Behaviour

@@ -14,27 +14,9 @@ using Base = Drive<Client::DropboxClient, DropboxRetryStrategy, Client::DropboxE
 
 constexpr char kParent[] = "/parent";
 
-Service::Facts ownFacts() {
-  Service::Facts facts;
-  facts.name = "Dropbox";
-  facts.cleanup = libvemlo_dropbox_cleanup;
-  return facts;
-}
-
 class Dropbox : public Base {
  public:
-  Dropbox()
-      : Base(ownFacts(),
-             {libvemlo_dropbox_init, &session::dropbox_client, dropbox_list_directory,
-              dropbox_create_directory, nullptr},
-             kParent) {}
-
-  int authorize(session* handle) const override {
-    char* accessToken = nullptr;
-    const int result = dropbox_get_token(handle, "code", &accessToken);
-    std::free(accessToken);
-    return result;
-  }
+  Dropbox() : Base(TestSupport::kDropbox, kParent) {}
 
   Subject subjectOf(const Http::Request& request) const override {
     const std::string address = request.uri.toString();
@@ -53,18 +35,18 @@ class Dropbox : public Base {
     return memberOf(request, "path").substr(folderPath("").size());
   }
   Folder folderNamed(const std::string& name, std::size_t /*number*/) const override {
-    return {name, folderPath(name)};
+    return {folderPath(name), name};
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     const std::string next = page.next.empty() ? R"("at the end","has_more":false)"
                                                : '"' + page.next + R"(","has_more":true)";
     return R"({"cursor":)" + next + R"(,"entries":[)" + joined(page.folders, ",", entry) + "]}";
   }
-  Http::Response created(const Folder& folder) const override {
+  Http::Response creationResponse(const Folder& folder) const override {
     return answer(200, R"({"metadata":)" + entry(folder) + "}");
   }
-  std::string answerAbout(Subject /*subject*/) const override { return {}; }
+  std::string bodyAbout(Subject /*subject*/) const override { return {}; }
 
   Refusal accessDenied() const override { return refusal(409, 15, "path/no_write_permission"); }
   Refusal tokenExpired() const override { return refusal(401, 11, "expired_access_token"); }

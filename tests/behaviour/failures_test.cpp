@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
-/// Each operation of a service, on a session of its own.
+/// Each operation of a service, in a new session.
 class Failures : public AnyService {
  protected:
   void openAnew() {
@@ -19,10 +19,10 @@ class Failures : public AnyService {
     handle = openAuthorized(cloud);
     requestsBefore = cloud->count();
     linesBefore = log.records().size();
-    delaysBefore = world.delays().size();
+    delaysBefore = fixture.delays().size();
   }
   std::size_t sends() const { return cloud->count() - requestsBefore; }
-  std::size_t waits() const { return world.delays().size() - delaysBefore; }
+  std::size_t waits() const { return fixture.delays().size() - delaysBefore; }
   std::vector<TestSupport::LogRecord> newLines() const {
     const auto lines = log.records();
     return {lines.begin() + static_cast<std::ptrdiff_t>(linesBefore), lines.end()};
@@ -34,12 +34,36 @@ class Failures : public AnyService {
   std::size_t delaysBefore = 0;
 };
 
-/// What a failed operation logs first: that it or what comes before it has failed.
+/// How the line begins that a failed operation logs in a new session.
 std::string beginningOf(const Operation& operation) {
   return operation.preparationFailureText.value_or(operation.failureText.value_or(""));
 }
 
-TEST_P(Failures, HostThatIsNotReached) {
+TEST_P(Failures, OfTheRequestItselfAreLoggedWithTheErrorOfTheService) {
+  const Failure failure = service().accessDenied().failure;
+  for (const Operation& operation : service().operations()) {
+    SCOPED_TRACE(operation.name);
+    openAnew();
+    cloud->deniesAccess = true;
+    Outs outs;
+    EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
+    EXPECT_EQ(outs.state(), operation.afterFailure);
+    EXPECT_EQ(newLines(), linesOf(operation, failure));
+  }
+}
+
+TEST_P(Failures, LeaveTheOutsAsTheyAreDuringTheRequest) {
+  for (const Operation& operation : service().operations()) {
+    SCOPED_TRACE(operation.name);
+    openAnew();
+    Outs outs;
+    cloud->onRequest = [&] { EXPECT_EQ(outs.state(), operation.afterFailure); };
+    EXPECT_EQ(operation.call(handle.get(), outs), 0);
+    EXPECT_GT(sends(), 0U);
+  }
+}
+
+TEST_P(Failures, HostThatCannotBeReached) {
   Failure failure;
   failure.type = 2;
   failure.name = "CURLE_COULDNT_CONNECT";
@@ -47,13 +71,13 @@ TEST_P(Failures, HostThatIsNotReached) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->answerToAll = TestSupport::noAnswer(TransportFailure::Kind::Unreachable, failure.name,
-                                               failure.message, false);
+    cloud->responseToAll = TestSupport::noAnswer(TransportFailure::Kind::Unreachable, failure.name,
+                                                 failure.message, false);
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
     EXPECT_EQ(outs.state(), operation.afterFailure);
     EXPECT_EQ(newLines(), firstLinesOf(operation, failure));
-    EXPECT_EQ(sends(), service().facts.sendsToNobody);
+    EXPECT_EQ(sends(), service().facts.attemptsIfUnreachable);
     EXPECT_EQ(waits(), sends() - 1);
   }
 }
@@ -76,18 +100,18 @@ TEST_P(Failures, PortThatRefusesConnections) {
   }
 }
 
-TEST_P(Failures, PageOfAGatewayInPlaceOfAnAnswer) {
+TEST_P(Failures, WebPageOfAGatewayInPlaceOfAResponse) {
   Failure failure;
   failure.type = 1;
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->answerToAll = TestSupport::answer(200, "<html><body>Please log in.</body></html>",
-                                             {{"content-type", "text/html"}});
+    cloud->responseToAll = TestSupport::answer(200, "<html><body>Please log in.</body></html>",
+                                               {{"content-type", "text/html"}});
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
     EXPECT_EQ(outs.state(), operation.afterFailure);
-    EXPECT_EQ(sends(), 1U) << "sending it again cannot help";
+    EXPECT_EQ(sends(), 1U) << "a retry cannot succeed";
     if (!operation.failureText) {
       EXPECT_THAT(newLines(), SizeIs(0));
       continue;
@@ -99,14 +123,14 @@ TEST_P(Failures, PageOfAGatewayInPlaceOfAnAnswer) {
   }
 }
 
-TEST_P(Failures, EndWithTheirCause) {
+TEST_P(Failures, DoNotOutlastTheirCause) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->answerToAll = TestSupport::answer(200, "<html/>");
+    cloud->responseToAll = TestSupport::answer(200, "<html/>");
     Outs failed;
     EXPECT_GT(operation.call(handle.get(), failed), 0);
-    cloud->answerToAll.reset();
+    cloud->responseToAll.reset();
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), 0);
   }

@@ -17,25 +17,14 @@ using Base =
 
 Service::Facts ownFacts() {
   Service::Facts facts;
-  facts.name = "GoogleDrive";
-  facts.cleanup = libvemlo_google_drive_cleanup;
-  facts.sendsToNobody = 4;
+  facts.attemptsIfUnreachable = 4;
   facts.twin = Service::Twin::SecondFolder;
   return facts;
 }
 
 class GoogleDrive : public Base {
  public:
-  GoogleDrive()
-      : Base(
-            ownFacts(),
-            {libvemlo_google_drive_init, &session::google_drive_client, google_drive_list_directory,
-             google_drive_create_directory, google_drive_get_root_directory},
-            "parent-1") {}
-
-  int authorize(session* handle) const override {
-    return exchangeCode(google_drive_get_token, handle);
-  }
+  GoogleDrive() : Base(TestSupport::kGoogleDrive, "parent-1", ownFacts()) {}
 
   Subject subjectOf(const Http::Request& request) const override {
     if (request.uri.host() != "www.googleapis.com") return Subject::Unknown;
@@ -56,15 +45,17 @@ class GoogleDrive : public Base {
     return memberOf(request, "name");
   }
   Folder folderNamed(const std::string& name, std::size_t number) const override {
-    return {name, "id-" + std::to_string(number)};
+    return {"id-" + std::to_string(number), name};
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     const std::string next = page.next.empty() ? "" : R"("nextPageToken":")" + page.next + R"(",)";
     return "{" + next + R"("files":[)" + joined(page.folders, ",", file) + "]}";
   }
-  Http::Response created(const Folder& folder) const override { return answer(200, file(folder)); }
-  std::string answerAbout(Subject /*subject*/) const override { return file({"My Drive", "root"}); }
+  Http::Response creationResponse(const Folder& folder) const override {
+    return answer(200, file(folder));
+  }
+  std::string bodyAbout(Subject /*subject*/) const override { return file({"root", "My Drive"}); }
 
   Refusal accessDenied() const override {
     return {answer(403, googleError(403, "insufficientFilePermissions")),

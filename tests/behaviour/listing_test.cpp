@@ -8,7 +8,7 @@ using testing::IsEmpty;
 
 class Listing : public AnyService {
  protected:
-  /// Lists the parent, which must succeed in so many requests for pages.
+  /// Lists the parent, which must succeed with `pages` requests for pages.
   std::vector<Folder> listed(std::size_t pages) {
     const auto handle = openAuthorized();
     const auto requestsBefore = cloud->count(Subject::Page);
@@ -17,7 +17,8 @@ class Listing : public AnyService {
     EXPECT_EQ(cloud->count(Subject::Page) - requestsBefore, pages + service().facts.probes);
     EXPECT_EQ(cloud->count(Subject::Unknown), 0U);
     EXPECT_THAT(log.records(), IsEmpty());
-    return outs.listed();
+    EXPECT_TRUE(outs.folders.isWritten());
+    return outs.folders.folders();
   }
 };
 
@@ -43,9 +44,9 @@ TEST_P(Listing, FullLastPageIsTheLast) {
   EXPECT_EQ(listed(1), cloud->folders());
 }
 
-TEST_P(Listing, RefusalHandsNothingOut) {
+TEST_P(Listing, RefusalReturnsNoFolders) {
   cloud->addFolders(5);
-  cloud->refusedPage = 1;
+  cloud->deniedPage = 1;
   const auto handle = openAuthorized();
   const Operation operation = service().listing();
   const Failure failure = service().accessDenied().failure;
@@ -68,7 +69,7 @@ TEST_P(ListingOfAllPages, FailureOnALaterPageDiscardsTheOthers) {
   const Failure failure = service().accessDenied().failure;
   for (const std::size_t number : {2U, 3U}) {
     SCOPED_TRACE(number);
-    cloud->refusedPage = number;
+    cloud->deniedPage = number;
     const auto linesBefore = log.records().size();
     const auto requestsBefore = cloud->count(Subject::Page);
     Outs outs;
@@ -80,10 +81,20 @@ TEST_P(ListingOfAllPages, FailureOnALaterPageDiscardsTheOthers) {
     EXPECT_EQ(cloud->count(Subject::Page) - requestsBefore, number + service().facts.probes);
   }
 
-  cloud->refusedPage = 0;
+  cloud->deniedPage = 0;
   Outs outs;
-  EXPECT_EQ(operation.call(handle.get(), outs), 0) << "the session is as good as before";
-  EXPECT_EQ(outs.listed(), cloud->folders());
+  EXPECT_EQ(operation.call(handle.get(), outs), 0) << "the session is still usable";
+  EXPECT_EQ(outs.folders.folders(), cloud->folders());
+}
+
+TEST_P(ListingOfAllPages, HasNoLimitOfPages) {
+  cloud->pageLength = 1;
+  cloud->addFolders(301);
+  const auto handle = openAuthorized();
+  Outs outs;
+  EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
+  EXPECT_EQ(outs.folders.folders(), cloud->folders());
+  EXPECT_EQ(cloud->count(Subject::Page), 301 + service().facts.probes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, ListingOfAllPages,

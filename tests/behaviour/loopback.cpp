@@ -9,7 +9,7 @@ namespace {
 namespace Http = CloudStorage::Http;
 using Connection = TestSupport::LoopbackServer::Connection;
 
-// Where a request was meant to go.
+// The header that keeps the original address of a request.
 constexpr char kAddress[] = "x-address";
 
 Http::Method methodNamed(const std::string& name) {

@@ -9,8 +9,8 @@
 
 namespace Behaviour {
 
-/// The real way to the network, except that it ends at a port of this machine, in clear, wherever a
-/// request is meant to go.
+/// Sends every request over a real connection, unencrypted, to a port of this machine in place of
+/// its own address.
 class Detour : public CloudStorage::Http::Transport {
  public:
   explicit Detour(std::uint16_t port) : port_(port), transport_({}) {}
@@ -22,7 +22,7 @@ class Detour : public CloudStorage::Http::Transport {
   CloudStorage::Http::CurlTransport transport_;
 };
 
-/// A server that hands what came by a detour to a cloud.
+/// A server that passes detoured requests on to a cloud.
 class CloudServer {
  public:
   explicit CloudServer(Cloud& cloud);

@@ -8,11 +8,11 @@
 
 namespace Behaviour {
 
-/// What the object stores have in common: folders are prefixes, named in full and without an id,
-/// and failures are told apart by their type.
+/// What the object stores have in common: folders are prefixes with their full name and without an
+/// id, and operations return the type of a failure.
 class ObjectStore : public Service {
  public:
-  /// `host` is where the account is served.
+  /// `host` serves the account.
   ObjectStore(const Facts& serviceFacts, std::string_view host)
       : Service(serviceFacts), host_(host) {}
 
@@ -41,7 +41,7 @@ class ObjectStore : public Service {
     return name.substr(0, name.size() - 1);
   }
   Folder folderNamed(const std::string& name, std::size_t /*number*/) const override {
-    return {keyOf(name), ""};
+    return {"", keyOf(name)};
   }
 
  protected:
@@ -51,8 +51,7 @@ class ObjectStore : public Service {
 
   static std::string keyOf(const std::string& name) { return kPrefix + name + '/'; }
 
-  /// A new folder is the caller's own idea, so nobody logs that it could not be made; and none of
-  /// its outs tells anything.
+  /// Has no outs and does not log its failures.
   static Operation silentOperation() {
     Operation operation;
     operation.name = "CreateDirectory";

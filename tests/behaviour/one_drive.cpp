@@ -16,24 +16,9 @@ constexpr char kDrive[] = "/v1.0/me/drive";
 constexpr char kRoot[] = "/v1.0/me/drive/items/root";
 constexpr char kChildren[] = "/v1.0/me/drive/items/parent-1/children";
 
-Service::Facts ownFacts() {
-  Service::Facts facts;
-  facts.name = "OneDrive";
-  facts.cleanup = libvemlo_one_drive_cleanup;
-  return facts;
-}
-
 class OneDrive : public Base {
  public:
-  OneDrive()
-      : Base(ownFacts(),
-             {libvemlo_one_drive_init, &session::one_drive_client, one_drive_list_directory,
-              one_drive_create_directory, one_drive_get_root_directory},
-             "parent-1") {}
-
-  int authorize(session* handle) const override {
-    return exchangeCode(one_drive_get_token, handle);
-  }
+  OneDrive() : Base(TestSupport::kOneDrive, "parent-1") {}
 
   Subject subjectOf(const Http::Request& request) const override {
     const std::string& path = request.uri.path();
@@ -50,19 +35,21 @@ class OneDrive : public Base {
     return memberOf(request, "name");
   }
   Folder folderNamed(const std::string& name, std::size_t number) const override {
-    return {name, "item-" + std::to_string(number)};
+    return {"item-" + std::to_string(number), name};
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     const std::string next =
         page.next.empty() ? ""
                           : R"("@odata.nextLink":"https://graph.microsoft.com)" +
                                 std::string(kChildren) + "?$skiptoken=" + page.next + R"(",)";
     return "{" + next + R"("value":[)" + joined(page.folders, ",", item) + "]}";
   }
-  Http::Response created(const Folder& folder) const override { return answer(201, item(folder)); }
-  std::string answerAbout(Subject subject) const override {
-    if (subject == Subject::Root) return item({"root", "root-1"});
+  Http::Response creationResponse(const Folder& folder) const override {
+    return answer(201, item(folder));
+  }
+  std::string bodyAbout(Subject subject) const override {
+    if (subject == Subject::Root) return item({"root-1", "root"});
     return R"({"id":"drive-1","driveType":"personal"})";
   }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <functional>
 #include <optional>
 #include <ostream>
@@ -13,77 +12,28 @@
 #include <vector>
 
 #include "libvemlo.h"
+#include "support/outs.h"
 
 namespace Behaviour {
 
-/// What a record of a folder holds. An id that is null counts as empty.
-struct Folder {
-  std::string name;
-  std::string id;
+using TestSupport::Folder;
 
-  bool operator==(const Folder& other) const { return name == other.name && id == other.id; }
-};
-
-inline void PrintTo(const Folder& folder, std::ostream* out) {
-  *out << '"' << folder.name << "\" (" << folder.id << ')';
-}
-
-/// The out-parameters of any operation, which hold what none of them writes until one does. What
-/// they then hold is released with them.
+/// The out-parameters of all operations; each operation uses its own.
 class Outs {
  public:
   enum class State { Untouched, Cleared, Filled };
 
-  Outs() = default;
-  ~Outs() { release(); }
-  Outs(const Outs&) = delete;
-  Outs& operator=(const Outs&) = delete;
-
   State state() const {
-    const bool noPointer =
-        folder == unwrittenFolder() && folders == unwrittenFolder() && buckets == unwrittenBucket();
-    if (noPointer && count == kUnwritten) return State::Untouched;
-    const bool noList = (folders == nullptr || buckets == nullptr) && count == 0;
-    return folder == nullptr || noList ? State::Cleared : State::Filled;
+    if (folder.isUntouched() && folders.isUntouched() && buckets.isUntouched()) {
+      return State::Untouched;
+    }
+    const bool isCleared = folder.isCleared() || folders.isCleared() || buckets.isCleared();
+    return isCleared ? State::Cleared : State::Filled;
   }
 
-  /// Of a listing of folders that succeeded.
-  std::vector<Folder> listed() const {
-    std::vector<Folder> all;
-    for (int i = 0; i < count; ++i) all.push_back(contentOf(folders[i]));
-    return all;
-  }
-  /// Of an operation on a single folder that succeeded.
-  Folder single() const { return contentOf(*folder); }
-
-  directory* folder = unwrittenFolder();
-  directory* folders = unwrittenFolder();
-  char** buckets = unwrittenBucket();
-  int count = kUnwritten;
-
- private:
-  static constexpr int kUnwritten = 4711;
-
-  static directory* unwrittenFolder() {
-    static directory folder{};
-    return &folder;
-  }
-  static char** unwrittenBucket() {
-    static char* bucket = nullptr;
-    return &bucket;
-  }
-
-  static Folder contentOf(const directory& record) {
-    return {record.name, record.id == nullptr ? "" : record.id};
-  }
-
-  void release() {
-    if (folder != unwrittenFolder()) free_directory(folder);
-    if (buckets != unwrittenBucket()) free_buckets(buckets, count);
-    if (folders == unwrittenFolder()) return;
-    if (count == 0) return std::free(folders);  // the release function leaves it alone
-    free_diretories(folders, count);
-  }
+  TestSupport::FolderOut folder;
+  TestSupport::FolderListOut folders;
+  TestSupport::BucketListOut buckets;
 };
 
 inline std::ostream& operator<<(std::ostream& out, Outs::State state) {
@@ -91,18 +41,18 @@ inline std::ostream& operator<<(std::ostream& out, Outs::State state) {
   return out << names[static_cast<int>(state)];
 }
 
-/// One exported function, and what a test of it has to know.
+/// One exported function, and what the tests need to know about it.
 struct Operation {
   std::string name;
   std::function<int(session*, Outs&)> call;
-  /// Calls it once with each of its pointers null that may be.
+  /// Calls it once with each of those pointers null that it checks.
   std::function<std::vector<int>(session*, Outs&)> callWithEachNull;
+  /// Of the outs, also while a request is running.
   Outs::State afterFailure = Outs::State::Cleared;
   Outs::State withSessionOfAnotherService = Outs::State::Untouched;
-  /// What stands before the text of the error in the log; nothing if failures are not logged.
+  /// What precedes the text of the error in the log. Nothing if failures are not logged.
   std::optional<std::string> failureText;
-  /// The same for the request that has to come before that of the operation itself; nothing if
-  /// there is none.
+  /// The same for the request that precedes the operation's own. Nothing if there is none.
   std::optional<std::string> preparationFailureText = std::nullopt;
 };
 
@@ -124,7 +74,8 @@ std::vector<int> callWithEachNull(Function function, const Arguments& arguments,
   return results;
 }
 
-/// Fills in how to call `function` with what `argumentsFor` a session and outs gives as a tuple.
+/// Completes `operation` with calls of `function`. `argumentsFor` returns the arguments for a
+/// session and outs as a tuple.
 template <typename Function, typename ArgumentsFor>
 Operation operationOf(Operation operation, Function function, ArgumentsFor argumentsFor,
                       const std::set<std::size_t>& mustNotBeNull = {}) {

@@ -20,7 +20,7 @@ Service::Facts ownFacts() {
   facts.name = "S3";
   facts.cleanup = libvemlo_s3_cleanup;
   facts.usesTokens = false;
-  facts.listsAllPages = false;  // hosts show no more of a folder
+  facts.listsAllPages = false;
   facts.mayBeClosedDuringCalls = false;
   facts.twin = Service::Twin::SameFolder;
   return facts;
@@ -43,10 +43,12 @@ class S3 : public ObjectStore {
     return handle;
   }
 
+  std::weak_ptr<void> clientOf(const session& /*handle*/) const override { return {}; }
+
   Operation listing() const override {
     Operation operation = loggedOperation("ListDirectory");
     return operationOf(operation, s3_list_directory, [](session* handle, Outs& outs) {
-      return std::tuple(handle, kBucket, kPrefix, &outs.folders, &outs.count);
+      return std::tuple(handle, kBucket, kPrefix, &outs.folders.list, &outs.folders.count);
     });
   }
   Operation creationOf(const std::string& name) const override {
@@ -61,7 +63,7 @@ class S3 : public ObjectStore {
     Operation create = list;
     create.name = "CreateBucket";
     const auto listed = [](session* handle, Outs& outs) {
-      return std::tuple(handle, &outs.buckets, &outs.count);
+      return std::tuple(handle, &outs.buckets.list, &outs.buckets.count);
     };
     const auto created = [](session* handle, Outs& /*outs*/) {
       return std::tuple(handle, kNewBucket, kNoLocation);
@@ -74,7 +76,7 @@ class S3 : public ObjectStore {
     return parameterOf(request.uri, "continuation-token");
   }
 
-  std::string written(const Page& page) const override {
+  std::string bodyOf(const Page& page) const override {
     const std::string next = page.next.empty()
                                  ? ""
                                  : "<IsTruncated>true</IsTruncated><NextContinuationToken>" +
@@ -86,8 +88,8 @@ class S3 : public ObjectStore {
                   }) +
            "</ListBucketResult>";
   }
-  Http::Response created(const Folder& /*folder*/) const override { return answer(200); }
-  std::string answerAbout(Subject subject) const override {
+  Http::Response creationResponse(const Folder& /*folder*/) const override { return answer(200); }
+  std::string bodyAbout(Subject subject) const override {
     if (subject != Subject::Buckets) return {};
     return "<ListAllMyBucketsResult><Buckets><Bucket><Name>box</Name></Bucket></Buckets>"
            "</ListAllMyBucketsResult>";

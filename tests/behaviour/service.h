@@ -1,16 +1,17 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "CloudStorage/Client/WSClient.h"
+#include "libvemlo.h"
 #include "operation.h"
 
 namespace Behaviour {
 
-/// Why a service does not do what it is asked, as the library sees it.
+/// A failure as the library sees it.
 struct Failure {
   int type = 0;
   std::string name;
@@ -19,34 +20,34 @@ struct Failure {
   bool retryable = false;
 };
 
-/// An answer of a service that says so, and what the library should make of it.
+/// An error response of a service, and the failure that the library should derive from it.
 struct Refusal {
-  CloudStorage::Http::Response answer;
+  CloudStorage::Http::Response response;
   Failure failure;
 };
 
-/// What a request is about, in words that all services share.
+/// The purpose of a request, in terms that all services share.
 enum class Subject {
   Unknown,
   Tokens,
-  Preparation,  ///< what has to be known before the request that matters
-  Page,         ///< folders below the parent
-  Creation,     ///< a folder below the parent
+  Preparation,  ///< precedes the request of the operation itself
+  Page,         ///< folders in the parent
+  Creation,     ///< of a folder in the parent
   Root,
   Buckets,
   BucketCreation
 };
 
-/// Some folders in the order of the service, and the token of those that follow; empty if none do.
+/// Some folders in the order of the service, and the token of the next page, if any.
 struct Page {
   std::vector<Folder> folders;
   std::string next;
 };
 
-/// A service: how an account is opened and used through the C interface, and how it speaks.
+/// A service: its operations in the C interface, and its protocol.
 class Service {
  public:
-  /// What becomes of a second folder of the same name.
+  /// The result of creating a second folder of the same name.
   enum class Twin { Refused, SecondFolder, SameFolder };
 
   struct Facts {
@@ -55,10 +56,10 @@ class Service {
     bool usesTokens = true;
     bool listsAllPages = true;
     bool mayBeClosedDuringCalls = true;
-    /// Requests for the first page beside the one that the listing is made of.
+    /// Additional requests for the first page.
     unsigned probes = 0;
-    /// How often a request is sent that nobody takes.
-    unsigned sendsToNobody = 1;
+    /// Attempts to send a request to a host that cannot be reached.
+    unsigned attemptsIfUnreachable = 1;
     Twin twin = Twin::Refused;
   };
 
@@ -71,39 +72,41 @@ class Service {
 
   // The C interface.
 
-  /// Opens a session as a host does, and then puts it into `environment`.
+  /// Opens a session as a host does, and replaces its client by one in `environment`.
   virtual session* open(const CloudStorage::Client::ClientEnvironment& environment) const = 0;
-  /// Trades a code for tokens, if the service has such a thing.
+  /// The client of a session, unless the session is its only owner.
+  virtual std::weak_ptr<void> clientOf(const session& handle) const = 0;
+  /// Exchanges a code for tokens, if the service uses tokens.
   virtual int authorize(session* handle) const = 0;
-  /// Lists the folders below the parent.
+  /// Lists the folders in the parent.
   virtual Operation listing() const = 0;
-  /// Makes a folder below the parent.
+  /// Creates a folder in the parent.
   virtual Operation creationOf(const std::string& name) const = 0;
   virtual std::vector<Operation> otherOperations() const = 0;
 
-  /// What an operation returns after `failure`, and how it words it.
+  /// What an operation returns after `failure`, and the text of the failure in the log.
   virtual int resultOf(const Failure& failure) const = 0;
   virtual std::string textOf(const Failure& failure) const = 0;
 
-  // The wire.
+  // The protocol.
 
   virtual Subject subjectOf(const CloudStorage::Http::Request& request) const = 0;
-  /// Of the page that is asked for; empty for the first.
+  /// Of the requested page; empty for the first.
   virtual std::string tokenIn(const CloudStorage::Http::Request& request) const = 0;
-  /// Of the folder that is to be made.
+  /// Of the folder to create.
   virtual std::string nameIn(const CloudStorage::Http::Request& request) const = 0;
-  /// The `number`th folder that was made, as a record of it reads.
+  /// The record of the `number`th folder that was created.
   virtual Folder folderNamed(const std::string& name, std::size_t number) const = 0;
 
-  virtual std::string written(const Page& page) const = 0;
-  virtual CloudStorage::Http::Response created(const Folder& folder) const = 0;
-  /// The answer to what has neither to do with folders nor with tokens.
-  virtual std::string answerAbout(Subject subject) const = 0;
+  virtual std::string bodyOf(const Page& page) const = 0;
+  virtual CloudStorage::Http::Response creationResponse(const Folder& folder) const = 0;
+  /// The body of the response to a request that concerns neither folders in the parent nor tokens.
+  virtual std::string bodyAbout(Subject subject) const = 0;
 
   virtual Refusal accessDenied() const = 0;
   /// Of services with tokens.
   virtual Refusal tokenExpired() const { return {}; }
-  /// Of services that refuse twins.
+  /// Of services that refuse a second folder of the same name.
   virtual Refusal nameTaken() const { return {}; }
 
   std::vector<Operation> operations() const {

@@ -5,21 +5,21 @@ namespace {
 
 using testing::IsEmpty;
 
-/// Services whose access tokens last for some hours.
+/// Of the services whose access tokens expire.
 using Tokens = AnyService;
 
-TEST_P(Tokens, ExpiredOneIsRenewedAndTheCallGoesOn) {
+TEST_P(Tokens, ExpiredOneIsRenewedDuringTheCall) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     const auto handle = openAuthorized();
     const auto requestsBefore = cloud->count(Subject::Tokens);
-    const auto delaysBefore = world.delays().size();
+    const auto delaysBefore = fixture.delays().size();
     cloud->expireToken();
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), 0);
     EXPECT_EQ(outs.state(), Outs::State::Filled);
     EXPECT_EQ(cloud->count(Subject::Tokens) - requestsBefore, 1U);
-    EXPECT_EQ(world.delays().size() - delaysBefore, 1U);
+    EXPECT_EQ(fixture.delays().size() - delaysBefore, 1U);
   }
   EXPECT_THAT(log.records(), IsEmpty());
 }
@@ -31,7 +31,7 @@ TEST_P(Tokens, OneThatExpiresBetweenPagesLosesNone) {
   cloud->lastPageOfToken = 2;
   Outs outs;
   EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
-  EXPECT_EQ(outs.listed(), cloud->folders());
+  EXPECT_EQ(outs.folders.folders(), cloud->folders());
   EXPECT_EQ(cloud->count(Subject::Tokens), 2U);
   EXPECT_EQ(cloud->count(Subject::Page), 4U) << "three pages, one of them twice";
   EXPECT_THAT(log.records(), IsEmpty());
@@ -51,7 +51,8 @@ TEST_P(Tokens, RenewalThatIsRefusedFailsTheCall) {
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
     EXPECT_EQ(outs.state(), operation.afterFailure);
-    EXPECT_EQ(cloud->count(Subject::Tokens) - requestsBefore, 1U) << "a refusal is remembered";
+    EXPECT_EQ(cloud->count(Subject::Tokens) - requestsBefore, 1U)
+        << "later attempts reuse the refusal";
     lines.insert(lines.end(), 3, refused);
     const auto last = firstLinesOf(operation, failure);
     lines.insert(lines.end(), last.begin(), last.end());
@@ -59,7 +60,7 @@ TEST_P(Tokens, RenewalThatIsRefusedFailsTheCall) {
   }
 }
 
-TEST_P(Tokens, SessionWithoutAnyIsRefused) {
+TEST_P(Tokens, AreRequired) {
   const auto handle = open(cloud);
   const Operation operation = service().listing();
   const Failure failure = service().tokenExpired().failure;

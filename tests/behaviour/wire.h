@@ -7,10 +7,10 @@
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
 
-// How the services' ways of speaking read what is asked.
+// Helpers of the services' protocols.
 namespace Behaviour {
 
-/// The decoded value of a parameter; empty if it is not there.
+/// The decoded value of a parameter; empty if it is absent.
 inline std::string parameterOf(const CloudStorage::Http::URI& uri, std::string_view name) {
   for (const auto& [key, value] : uri.query()) {
     if (CloudStorage::Http::uriDecode(key) == name) return CloudStorage::Http::uriDecode(value);
@@ -18,7 +18,7 @@ inline std::string parameterOf(const CloudStorage::Http::URI& uri, std::string_v
   return {};
 }
 
-/// A text in the body.
+/// A text member of a JSON body.
 inline std::string memberOf(const CloudStorage::Http::Request& request, std::string_view name) {
   return CloudStorage::Util::Json::texts(request.body, {name}).front();
 }
@@ -31,7 +31,7 @@ inline bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-/// `one` of every folder of a page, joined with `separator`.
+/// The texts that `one` returns for the folders, joined with `separator`.
 template <typename Folders, typename Write>
 std::string joined(const Folders& folders, std::string_view separator, Write one) {
   std::string text;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks that a library built for a host's own service-client layer leaves that layer to the host:
-it asks for no library of ours and leaves the layer's symbols undefined. usage: LIBRARY"""
+it needs no library of the bundled layer and leaves the layer's symbols undefined. usage: LIBRARY"""
 import re
 import subprocess
 import sys
@@ -22,7 +22,7 @@ def main():
 
     faults = []
     if not any(name.startswith("libglog") for name in needed):
-        faults.append(f"readelf lists nothing that is known to be needed: {needed}")
+        faults.append(f"readelf does not list libglog among what is needed: {needed}")
     faults += [f"{name} is needed" for name in needed if "service_client" in name]
     for service in SERVICES:
         constructor = f"CloudStorage::Client::{service}::{service}Client::{service}Client("

@@ -8,11 +8,13 @@
 #include "libvemlo.h"
 #include "stand_in_layer.h"
 
-// The library with a service-client layer that the process itself provides.
+// The library with a service-client layer that the process provides.
 namespace {
 
 using StandIn::journal;
 using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 class HostLayer : public testing::Test {
@@ -20,15 +22,36 @@ class HostLayer : public testing::Test {
   HostLayer() { StandIn::reset(); }
 };
 
-TEST_F(HostLayer, ListsBucketsThroughTheHostsClient) {
-  session* handle = libvemlo_s3_init("", "", "", "", nullptr);
+// What a listing returns, with the names in place of its list, which is released.
+struct Listed {
+  int result;
+  std::vector<std::string> names;
+};
+
+template <typename Listing, typename... Arguments>
+Listed bucketsOf(Listing listing, Arguments... arguments) {
   char** buckets = nullptr;
   int count = 0;
-  ASSERT_EQ(s3_list_bucket(handle, &buckets, &count), 0);
-  ASSERT_EQ(count, 2);
-  EXPECT_STREQ(buckets[0], "one");
-  EXPECT_STREQ(buckets[1], "two");
+  const int result = listing(arguments..., &buckets, &count);
+  const std::vector<std::string> names(buckets, buckets + count);
   free_buckets(buckets, count);
+  return {result, names};
+}
+
+template <typename Listing, typename... Arguments>
+Listed foldersOf(Listing listing, Arguments... arguments) {
+  directory* folders = nullptr;
+  int count = 0;
+  const int result = listing(arguments..., &folders, &count);
+  std::vector<std::string> names;
+  for (int i = 0; i < count; ++i) names.emplace_back(folders[i].name);
+  free_diretories(folders, count);
+  return {result, names};
+}
+
+TEST_F(HostLayer, ListsBucketsThroughTheHostsClient) {
+  session* handle = libvemlo_s3_init("", "", "", "", nullptr);
+  EXPECT_THAT(bucketsOf(s3_list_bucket, handle), FieldsAre(0, ElementsAre("one", "two")));
   libvemlo_s3_cleanup(handle);
   EXPECT_THAT(journal().calls, ElementsAre("S3Client", "listBuckets", "~S3Client"));
 }
@@ -47,58 +70,41 @@ TEST_F(HostLayer, ReturnsTheErrorTypeOfTheHostsClient) {
               ElementsAre("S3Client", "listBuckets", "createBucket bucket", "~S3Client"));
 }
 
-// Releases the folders of a listing, and says what they are called.
-std::vector<std::string> takeNames(directory* folders, int count) {
-  std::vector<std::string> names;
-  for (int i = 0; i < count; ++i) names.emplace_back(folders[i].name);
-  free_diretories(folders, count);
-  return names;
-}
-
-TEST_F(HostLayer, ListsAndMakesS3FoldersThroughTheHostsClient) {
+TEST_F(HostLayer, ListsAndCreatesS3FoldersThroughTheHostsClient) {
   session* handle = libvemlo_s3_init("", "", "", "", nullptr);
-  directory* folders = nullptr;
-  int count = 0;
-  EXPECT_EQ(s3_list_directory(handle, "bucket", "", &folders, &count), 0);
-  EXPECT_THAT(takeNames(folders, count), ElementsAre("one/", "two/"));
+  EXPECT_THAT(foldersOf(s3_list_directory, handle, "bucket", ""),
+              FieldsAre(0, ElementsAre("one/", "two/")));
   EXPECT_EQ(s3_create_directory(handle, "bucket", "a/b/"), 0);
   journal().operationsFail = true;
-  EXPECT_EQ(s3_list_directory(handle, "bucket", "", &folders, &count), 15);
+  EXPECT_THAT(foldersOf(s3_list_directory, handle, "bucket", ""), FieldsAre(15, IsEmpty()));
   EXPECT_EQ(s3_create_directory(handle, "bucket", "a/b/"), 15);
   libvemlo_s3_cleanup(handle);
   EXPECT_THAT(journal().calls, ElementsAre("S3Client", "listObjectsV2 bucket", "putObject a/b/",
                                            "listObjectsV2 bucket", "putObject a/b/", "~S3Client"));
 }
 
-TEST_F(HostLayer, ListsAndMakesAzureContainersThroughTheHostsClient) {
+TEST_F(HostLayer, ListsAndCreatesAzureContainersThroughTheHostsClient) {
   session* handle = libvemlo_azure_ssb_init("", "account", "good", nullptr);
   journal().calls.clear();
-  char** containers = nullptr;
-  int count = 0;
-  ASSERT_EQ(azure_ssb_list_bucket(handle, &containers, &count), 0);
-  ASSERT_EQ(count, 2);
-  EXPECT_STREQ(containers[0], "one");
-  EXPECT_STREQ(containers[1], "two");
-  free_buckets(containers, count);
+  EXPECT_THAT(bucketsOf(azure_ssb_list_bucket, handle), FieldsAre(0, ElementsAre("one", "two")));
   EXPECT_EQ(azure_ssb_create_bucket(handle, "container"), 0);
   journal().operationsFail = true;
-  EXPECT_EQ(azure_ssb_list_bucket(handle, &containers, &count), 15);
+  EXPECT_THAT(bucketsOf(azure_ssb_list_bucket, handle), FieldsAre(15, IsEmpty()));
   EXPECT_EQ(azure_ssb_create_bucket(handle, "container"), 15);
   libvemlo_azure_ssb_cleanup(handle);
   EXPECT_THAT(journal().calls, ElementsAre("listContainer", "createContainer container",
                                            "listContainer", "createContainer container"));
 }
 
-TEST_F(HostLayer, ListsAndMakesAzureFoldersThroughTheHostsClient) {
+TEST_F(HostLayer, ListsAndCreatesAzureFoldersThroughTheHostsClient) {
   session* handle = libvemlo_azure_ssb_init("", "account", "good", nullptr);
   journal().calls.clear();
-  directory* folders = nullptr;
-  int count = 0;
-  EXPECT_EQ(azure_ssb_list_directory(handle, "container", "", &folders, &count), 0);
-  EXPECT_THAT(takeNames(folders, count), ElementsAre("one/", "two/"));
+  EXPECT_THAT(foldersOf(azure_ssb_list_directory, handle, "container", ""),
+              FieldsAre(0, ElementsAre("one/", "two/")));
   EXPECT_EQ(azure_ssb_create_directory(handle, "container", "a/b/"), 0);
   journal().operationsFail = true;
-  EXPECT_EQ(azure_ssb_list_directory(handle, "container", "", &folders, &count), 15);
+  EXPECT_THAT(foldersOf(azure_ssb_list_directory, handle, "container", ""),
+              FieldsAre(15, IsEmpty()));
   EXPECT_EQ(azure_ssb_create_directory(handle, "container", "a/b/"), 15);
   libvemlo_azure_ssb_cleanup(handle);
   EXPECT_THAT(journal().calls, ElementsAre("listBlob container", "listBlob container",
@@ -111,7 +117,7 @@ TEST_F(HostLayer, GetsTheTwoLeadingStringsOfAnS3SessionUnchangedAndInOrder) {
   EXPECT_EQ(journal().secondClientString, "SECOND \xC3\xA4");
 }
 
-TEST_F(HostLayer, DecodesTheAzureKeyBeforeAnythingElseIsMade) {
+TEST_F(HostLayer, DecodesTheAzureKeyBeforeItConstructsAnything) {
   EXPECT_EQ(libvemlo_azure_ssb_init("somewhere", "account", "bad", nullptr), nullptr);
   EXPECT_THAT(journal().calls, ElementsAre("decodeAccessKey"));
 }
@@ -133,15 +139,14 @@ TEST_F(HostLayer, OpensDriveSessions) {
                                            "OneDriveClient", "DropboxClient"));
 }
 
-// What one drive service's functions do with the layer.
 struct Drive {
   session* (*open)(const proxy_setting*);
   void (*close)(session*);
   int (*list)(session*, const directory*, directory**, int*);
-  int (*make)(session*, const directory*, const char*, directory**);
+  int (*create)(session*, const directory*, const char*, directory**);
 };
 
-TEST_F(HostLayer, ListsAndMakesDriveFoldersThroughTheHostsClients) {
+TEST_F(HostLayer, ListsAndCreatesDriveFoldersThroughTheHostsClients) {
   for (const auto& drive : {Drive{libvemlo_google_drive_init, libvemlo_google_drive_cleanup,
                                   google_drive_list_directory, google_drive_create_directory},
                             Drive{libvemlo_amazon_drive_init, libvemlo_amazon_drive_cleanup,
@@ -154,17 +159,14 @@ TEST_F(HostLayer, ListsAndMakesDriveFoldersThroughTheHostsClients) {
     session* handle = drive.open(nullptr);
     char parentId[] = "/parent";
     const directory parent{nullptr, parentId};
-    directory* folders = nullptr;
-    int count = 0;
-    EXPECT_EQ(drive.list(handle, &parent, &folders, &count), 0);
-    EXPECT_THAT(takeNames(folders, count), ElementsAre("one", "two"));
-    directory* made = nullptr;
-    ASSERT_EQ(drive.make(handle, &parent, "name", &made), 0);
-    EXPECT_STREQ(made->name, "name");
-    free_directory(made);
+    EXPECT_THAT(foldersOf(drive.list, handle, &parent), FieldsAre(0, ElementsAre("one", "two")));
+    directory* created = nullptr;
+    ASSERT_EQ(drive.create(handle, &parent, "name", &created), 0);
+    EXPECT_STREQ(created->name, "name");
+    free_directory(created);
     journal().operationsFail = true;
-    EXPECT_EQ(drive.list(handle, &parent, &folders, &count), 1);
-    EXPECT_EQ(drive.make(handle, &parent, "name", &made), 1);
+    EXPECT_THAT(foldersOf(drive.list, handle, &parent), FieldsAre(1, IsEmpty()));
+    EXPECT_EQ(drive.create(handle, &parent, "name", &created), 1);
     drive.close(handle);
   }
 }
@@ -186,9 +188,9 @@ TEST_F(HostLayer, LinksAnAccountThroughTheHostsClient) {
   EXPECT_THAT(journal().calls, ElementsAre("GoogleDriveClient", "exchange code"));
 }
 
-// A layer whose constructors throw is the host's own, and so is what becomes of the exception; but
-// what the library had made by then is gone (the leak check looks at the rest).
-TEST_F(HostLayer, WhoseClientsCannotBeMadeLeavesNothingBehind) {
+// The exception of a throwing constructor reaches the host. What the library had allocated until
+// then is released; the leak check covers what the credential does not show.
+TEST_F(HostLayer, WhoseConstructorsThrowLeavesNothingAllocated) {
   journal().clientConstructorsThrow = true;
   EXPECT_THROW(libvemlo_s3_init("", "", "", "", nullptr), std::runtime_error);
   EXPECT_TRUE(journal().credential.expired());

@@ -1,4 +1,7 @@
+#include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
@@ -10,10 +13,11 @@
 #include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
 #include "stand_in_layer.h"
 
-// The drive services' part of the stand-in.
+// The part of the stand-in layer for the drives.
 namespace CloudStorage {
 
 using StandIn::journal;
+using StandIn::perform;
 
 namespace Auth {
 
@@ -34,10 +38,24 @@ void OAuth2Credential::setTokens(std::string accessToken, std::string refreshTok
 namespace Client {
 namespace {
 
-ClientParts partsWith(std::shared_ptr<Auth::AuthorizationCredential> credential) {
-  ClientParts parts;
-  parts.credential = std::move(credential);
-  return parts;
+// What the constructors of all four clients take and ignore.
+using Strategy = std::shared_ptr<RetryStrategy>;
+using Marshaller = std::shared_ptr<WSErrorMarshaller>;
+using Limiter = std::shared_ptr<Util::RateLimiter>;
+
+using AuthorizationParameters = std::vector<Http::URI::QueryParameter>;
+
+template <typename Item>
+Item itemNamed(const char* name) {
+  Item item;
+  item.id = "id";
+  item.name = name;
+  return item;
+}
+
+template <typename Item>
+std::vector<Item> twoItems() {
+  return {itemNamed<Item>("one"), itemNamed<Item>("two")};
 }
 
 }  // namespace
@@ -65,53 +83,36 @@ namespace GoogleDrive {
 struct GoogleDriveClient::Implementation {};
 
 GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential,
-                                     std::shared_ptr<RetryStrategy>,
-                                     std::shared_ptr<WSErrorMarshaller>,
-                                     std::shared_ptr<Util::RateLimiter>,
-                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), partsWith(credential), {}) {
-  StandIn::noteClient("GoogleDriveClient", credential);
-}
+                                     std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
+                                     Marshaller, Limiter, Limiter, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec),
+                   StandIn::notedParts("GoogleDriveClient", std::move(credential)), {}) {}
 
 GoogleDriveClient::~GoogleDriveClient() = default;
 
 Error GoogleDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
-std::vector<Http::URI::QueryParameter> GoogleDriveClient::authorizationParameters(
+AuthorizationParameters GoogleDriveClient::authorizationParameters(
     const Auth::OAuth2RequestOptions&) const {
   return {};
 }
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
     const Model::GetFileResourceRequest& request) const {
-  journal().calls.push_back("getFileResource " + request.fileId.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::FileResource result;
-  result.id = "id";
-  result.name = "name";
-  return result;
+  return perform("getFileResource " + request.fileId.value(),
+                 itemNamed<Model::FileResource>("name"));
 }
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  journal().calls.push_back("listFileResource " + request.query.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListFileResourceResult result;
-  result.files.resize(2);
-  result.files[0].name = "one";
-  result.files[1].name = "two";
-  return result;
+  result.files = twoItems<Model::FileResource>();
+  return perform("listFileResource " + request.query.value(), std::move(result));
 }
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  journal().calls.push_back("uploadFile " + request.name.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::FileResource result;
-  result.id = "id";
-  result.name = "name";
-  return result;
+  return perform("uploadFile " + request.name.value(), itemNamed<Model::FileResource>("name"));
 }
 
 void Model::GetFileResourceRequest::addQueryStringParameters(Http::URI&) const {}
@@ -126,14 +127,10 @@ namespace AmazonDrive {
 struct AmazonDriveClient::Implementation {};
 
 AmazonDriveClient::AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential,
-                                     std::shared_ptr<RetryStrategy>,
-                                     std::shared_ptr<WSErrorMarshaller>,
-                                     std::shared_ptr<Util::RateLimiter>,
-                                     std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), partsWith(credential), {}) {
-  StandIn::noteClient("AmazonDriveClient", credential);
-}
+                                     std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
+                                     Marshaller, Limiter, Limiter, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec),
+                   StandIn::notedParts("AmazonDriveClient", std::move(credential)), {}) {}
 
 AmazonDriveClient::~AmazonDriveClient() = default;
 
@@ -144,42 +141,29 @@ void AmazonDriveClient::setEndpoints(Endpoints endpoints) { endpoints_ = std::mo
 
 Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
     const Model::ComRequest&) const {
-  journal().calls.push_back("getEndpoint");
-  if (journal().operationsFail) return StandIn::failure();
   Model::GetEndpointResult result;
   result.contentUrl = "https://content/";
   result.metadataUrl = "https://metadata/";
-  return result;
+  return perform("getEndpoint", std::move(result));
 }
 
 Util::Outcome<Model::GetProfileResult, Error> AmazonDriveClient::getProfile(
     const Model::ComRequest&) const {
-  journal().calls.push_back("getProfile");
-  if (journal().operationsFail) return StandIn::failure();
   Model::GetProfileResult result;
   result.name = "Ann";
-  return result;
+  return perform("getProfile", std::move(result));
 }
 
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  journal().calls.push_back("listFileResource " + request.filters.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListFileResourceResult result;
-  result.files.resize(2);
-  result.files[0].name = "one";
-  result.files[1].name = "two";
-  return result;
+  result.files = twoItems<Model::FileResource>();
+  return perform("listFileResource " + request.filters.value(), std::move(result));
 }
 
 Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
     const Model::FileRequest& request) const {
-  journal().calls.push_back("folderCreate " + request.name.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::FileResource result;
-  result.id = "id";
-  result.name = "name";
-  return result;
+  return perform("folderCreate " + request.name.value(), itemNamed<Model::FileResource>("name"));
 }
 
 std::string Model::FileResource::toString() const { return "a node"; }
@@ -194,60 +178,40 @@ namespace OneDrive {
 struct OneDriveClient::Implementation {};
 
 OneDriveClient::OneDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                               std::shared_ptr<Auth::OAuth2Credential> credential,
-                               std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
-                               std::shared_ptr<Util::RateLimiter>,
-                               std::shared_ptr<Util::RateLimiter>, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), partsWith(credential), {}) {
-  StandIn::noteClient("OneDriveClient", credential);
-}
+                               std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
+                               Marshaller, Limiter, Limiter, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec),
+                   StandIn::notedParts("OneDriveClient", std::move(credential)), {}) {}
 
 OneDriveClient::~OneDriveClient() = default;
 
 Error OneDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
-std::vector<Http::URI::QueryParameter> OneDriveClient::authorizationParameters(
+AuthorizationParameters OneDriveClient::authorizationParameters(
     const Auth::OAuth2RequestOptions&) const {
   return {};
 }
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
     const Model::GetDriveItemRequest& request) const {
-  journal().calls.push_back("getDriveItem " + request.itemId.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::DriveItem result;
-  result.id = "id";
-  result.name = "name";
-  return result;
+  return perform("getDriveItem " + request.itemId.value(), itemNamed<Model::DriveItem>("name"));
 }
 
 Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
     const Model::GetDriveMetadataRequest&) const {
-  journal().calls.push_back("getDriveMetadata");
-  if (journal().operationsFail) return StandIn::failure();
-  Model::DriveMetadata result;
-  return result;
+  return perform("getDriveMetadata", Model::DriveMetadata{});
 }
 
 Util::Outcome<Model::ListChildrenResult, Error> OneDriveClient::listChildren(
     const Model::ListChildrenRequest& request) const {
-  journal().calls.push_back("listChildren " + request.itemId.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListChildrenResult result;
-  result.items.resize(2);
-  result.items[0].name = "one";
-  result.items[1].name = "two";
-  return result;
+  result.items = twoItems<Model::DriveItem>();
+  return perform("listChildren " + request.itemId.value(), std::move(result));
 }
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  journal().calls.push_back("createFolder " + request.name.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::DriveItem result;
-  result.id = "id";
-  result.name = "name";
-  return result;
+  return perform("createFolder " + request.name.value(), itemNamed<Model::DriveItem>("name"));
 }
 
 std::string Model::DriveItem::toString() const { return "an item"; }
@@ -261,45 +225,35 @@ namespace Dropbox {
 struct DropboxClient::Implementation {};
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
-                             std::shared_ptr<Auth::OAuth2Credential> credential,
-                             std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
-                             std::shared_ptr<Util::RateLimiter>, std::shared_ptr<Util::RateLimiter>,
-                             Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec), partsWith(credential), {}) {
-  StandIn::noteClient("DropboxClient", credential);
-}
+                             std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
+                             Marshaller, Limiter, Limiter, Config::ProxySetting)
+    : OAuth2Client(std::move(clientSpec),
+                   StandIn::notedParts("DropboxClient", std::move(credential)), {}) {}
 
 DropboxClient::~DropboxClient() = default;
 
 Error DropboxErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
-std::vector<Http::URI::QueryParameter> DropboxClient::authorizationParameters(
+AuthorizationParameters DropboxClient::authorizationParameters(
     const Auth::OAuth2RequestOptions&) const {
   return {};
 }
 
 Util::Outcome<Model::ListFolderResult, Error> DropboxClient::listFolder(
     const Model::ListFolderRequest& request) const {
-  journal().calls.push_back("listFolder " + request.path.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListFolderResult result;
-  for (const char* name : {"one", "two"}) {
-    Model::Metadata folder;
+  for (Model::Metadata& folder : twoItems<Model::Metadata>()) {
     folder.tag = "folder";
-    folder.name = name;
     result.entries.push_back(folder);
   }
-  return result;
+  return perform("listFolder " + request.path.value(), std::move(result));
 }
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  journal().calls.push_back("createFolder " + request.path.value());
-  if (journal().operationsFail) return StandIn::failure();
-  Model::Metadata result;
+  auto result = itemNamed<Model::Metadata>("name");
   result.path = "/x/name";
-  result.name = "name";
-  return result;
+  return perform("createFolder " + request.path.value(), std::move(result));
 }
 
 std::string Model::ListFolderRequest::serializePayload() const { return {}; }

@@ -11,11 +11,15 @@
 
 namespace StandIn {
 
-void noteClient(const char* name,
-                std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential) {
-  journal().calls.emplace_back(name);
-  journal().credential = std::move(credential);
+CloudStorage::Client::ClientParts notedParts(
+    const char* clientName,
+    std::shared_ptr<CloudStorage::Auth::AuthorizationCredential> credential) {
+  journal().calls.emplace_back(clientName);
+  journal().credential = credential;
   if (journal().clientConstructorsThrow) throw std::runtime_error("no such client today");
+  CloudStorage::Client::ClientParts parts;
+  parts.credential = std::move(credential);
+  return parts;
 }
 
 CloudStorage::Client::Error failure() {
@@ -34,6 +38,7 @@ void reset() { journal() = {}; }
 namespace CloudStorage {
 
 using StandIn::journal;
+using StandIn::perform;
 
 const char Config::ConnectionGenericSetting::CIPHER[] = "aes-256-cbc";
 const char Config::ConnectionGenericSetting::SALT[] = "the host's own";
@@ -67,48 +72,35 @@ struct S3Client::Implementation {};
 
 S3Client::S3Client(const std::string& endpoint, const std::string& region,
                    std::shared_ptr<Auth::AWSAuthCredential> credential,
-                   std::shared_ptr<RetryStrategy> retryStrategy,
-                   std::shared_ptr<WSErrorMarshaller> errorMarshaller,
-                   std::shared_ptr<Util::RateLimiter> readRateLimiter,
-                   std::shared_ptr<Util::RateLimiter> writeRateLimiter,
-                   std::shared_ptr<Util::Threading::Executor> executor, Config::ProxySetting proxy)
-    : WSClient({std::move(credential), std::move(retryStrategy), std::move(errorMarshaller),
-                std::move(readRateLimiter), std::move(writeRateLimiter), std::move(executor),
-                std::move(proxy)}) {
+                   std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
+                   std::shared_ptr<Util::RateLimiter>, std::shared_ptr<Util::RateLimiter>,
+                   std::shared_ptr<Util::Threading::Executor>, Config::ProxySetting)
+    : WSClient(StandIn::notedParts("S3Client", std::move(credential))) {
   journal().firstClientString = endpoint;
   journal().secondClientString = region;
-  StandIn::noteClient("S3Client", this->credential());
 }
 
 S3Client::~S3Client() { journal().calls.emplace_back("~S3Client"); }
 
 Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
-  journal().calls.emplace_back("listBuckets");
-  if (journal().operationsFail) return StandIn::failure();
-  return Model::ListBucketsResult{{{"one", ""}, {"two", ""}}};
+  return perform("listBuckets", Model::ListBucketsResult{{{"one", ""}, {"two", ""}}});
 }
 
 Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
     const Model::CreateBucketRequest& request) const {
-  journal().calls.emplace_back("createBucket " + request.bucket);
-  if (journal().operationsFail) return StandIn::failure();
-  return Model::CreateBucketResult{};
+  return perform("createBucket " + request.bucket, Model::CreateBucketResult{});
 }
 
 Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
     const Model::ListObjectsV2Request& request) const {
-  journal().calls.emplace_back("listObjectsV2 " + request.bucket.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListObjectsV2Result result;
   result.commonPrefixes = {"one/", "two/"};
-  return result;
+  return perform("listObjectsV2 " + request.bucket.value(), std::move(result));
 }
 
 Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
     const Model::PutObjectRequest& request) const {
-  journal().calls.emplace_back("putObject " + request.key.value());
-  if (journal().operationsFail) return StandIn::failure();
-  return Model::PutObjectResult{};
+  return perform("putObject " + request.key.value(), Model::PutObjectResult{});
 }
 
 void Model::ListObjectsV2Request::addQueryStringParameters(Http::URI&) const {}
@@ -132,9 +124,9 @@ AzureSSBClient::AzureSSBClient(std::string accountName,
                                std::shared_ptr<Util::RateLimiter>,
                                std::shared_ptr<Util::Threading::Executor>, Config::ProxySetting,
                                Region region)
-    : WSClient({}), accountName_(std::move(accountName)), region_(region) {
-  StandIn::noteClient("AzureSSBClient", authentication);
-}
+    : WSClient(StandIn::notedParts("AzureSSBClient", std::move(authentication))),
+      accountName_(std::move(accountName)),
+      region_(region) {}
 
 AzureSSBClient::~AzureSSBClient() = default;
 
@@ -145,34 +137,26 @@ Region AzureSSBClient::getRegionForName(const std::string& regionName) {
 
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest&) const {
-  journal().calls.emplace_back("listContainer");
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListContainerResult result;
   result.containers = {{"one", "", ""}, {"two", "", ""}};
-  return result;
+  return perform("listContainer", std::move(result));
 }
 
 Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
     const Model::CreateContainerRequest& request) const {
-  journal().calls.emplace_back("createContainer " + request.container);
-  if (journal().operationsFail) return StandIn::failure();
-  return Model::CreateContainerResult{};
+  return perform("createContainer " + request.container, Model::CreateContainerResult{});
 }
 
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
-  journal().calls.emplace_back("listBlob " + request.container.value());
-  if (journal().operationsFail) return StandIn::failure();
   Model::ListBlobResult result;
   result.blobPrefixes = {{"one/"}, {"two/"}};
-  return result;
+  return perform("listBlob " + request.container.value(), std::move(result));
 }
 
 Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
     const Model::PutBlobRequest& request) const {
-  journal().calls.emplace_back("putBlob " + request.blob.value());
-  if (journal().operationsFail) return StandIn::failure();
-  return Model::PutBlobResult{};
+  return perform("putBlob " + request.blob.value(), Model::PutBlobResult{});
 }
 
 void Model::ListContainerRequest::addQueryStringParameters(Http::URI&) const {}

@@ -2,17 +2,19 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CloudStorage/Client/S3/S3Client.h"
+#include "CloudStorage/Util/Outcome.h"
 
-/// A host's own service-client layer, just large enough to see what the library does with it.
+/// A minimal service-client layer of a host's own, which shows how the library uses it.
 namespace StandIn {
 
-/// What the library has done with the layer since the last reset, and what the layer answers.
+/// What the library has done with the layer since the last reset, and how the layer behaves.
 struct Journal {
   std::vector<std::string> calls;
-  /// Of the S3 client that was made last.
+  /// Of the S3 client that was constructed last.
   std::string firstClientString;
   std::string secondClientString;
   std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential;
@@ -24,9 +26,20 @@ struct Journal {
 Journal& journal();
 void reset();
 
-// What the parts of the layer do when they are made, and when they are told to fail.
-void noteClient(const char* name,
-                std::weak_ptr<CloudStorage::Auth::AuthorizationCredential> credential);
+/// The parts of a client whose construction is to be noted, and to fail if the journal demands it.
+CloudStorage::Client::ClientParts notedParts(
+    const char* clientName,
+    std::shared_ptr<CloudStorage::Auth::AuthorizationCredential> credential);
+
 CloudStorage::Client::Error failure();
+
+/// Every operation of every client: notes `call`, and fails if the journal demands it.
+template <typename Result>
+CloudStorage::Util::Outcome<Result, CloudStorage::Client::Error> perform(std::string call,
+                                                                         Result result) {
+  journal().calls.push_back(std::move(call));
+  if (journal().operationsFail) return failure();
+  return {std::move(result)};
+}
 
 }  // namespace StandIn

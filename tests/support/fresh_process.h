@@ -6,11 +6,11 @@
 
 namespace TestSupport {
 
-/// Runs `body`, expectations included, in a process in which nothing has happened yet: the logger
-/// and other things of which a process has one are as after its start.
+/// Runs `body`, including its expectations, in a new process: the logger and other things that a
+/// process has one of are in their initial state.
 template <typename Body>
 void inFreshProcess(const Body& body) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";  // starts the program anew, no mere fork
+  testing::FLAGS_gtest_death_test_style = "threadsafe";  // executes the program again
   EXPECT_EXIT(
       {
         body();

@@ -5,11 +5,12 @@
 #include <mutex>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace TestSupport {
 
-/// One record of the log, without the prefix that says when and where.
+/// One record of the log, without the prefix of time and place.
 struct LogRecord {
   google::LogSeverity severity;
   std::string text;
@@ -24,8 +25,9 @@ inline std::ostream& operator<<(std::ostream& out, const LogRecord& record) {
 }
 
 inline LogRecord errorLine(std::string text) { return {google::GLOG_ERROR, std::move(text)}; }
+inline LogRecord verboseLine(std::string text) { return {google::GLOG_INFO, std::move(text)}; }
 
-/// Collects what the process logs during this object's life, from whichever thread.
+/// Collects what all threads of the process log during this object's life.
 class LogCapture : private google::LogSink {
  public:
   LogCapture() { google::AddLogSink(this); }
@@ -54,6 +56,18 @@ class LogCapture : private google::LogSink {
 
   mutable std::mutex mutex_;
   std::vector<LogRecord> records_;
+};
+
+/// Sets the level of the log during this object's life, as the first session of a process does.
+class VerboseLevel {
+ public:
+  explicit VerboseLevel(int level) : before_(FLAGS_v) { FLAGS_v = level; }
+  ~VerboseLevel() { FLAGS_v = before_; }
+  VerboseLevel(const VerboseLevel&) = delete;
+  VerboseLevel& operator=(const VerboseLevel&) = delete;
+
+ private:
+  int before_;
 };
 
 }  // namespace TestSupport

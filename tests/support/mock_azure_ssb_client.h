@@ -5,11 +5,14 @@
 #include <memory>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
+#include "support/outcome_of.h"
 #include "support/scripted_transport.h"
 
 namespace TestSupport {
 
-/// Stands in for the Azure client of a session. What it does not expect never reaches a network.
+namespace AzureSSBModel = CloudStorage::Client::AzureSSB::Model;
+
+/// Substitute for the Azure client of a session.
 class MockAzureSSBClient : public CloudStorage::Client::AzureSSB::AzureSSBClient {
  public:
   MockAzureSSBClient()
@@ -17,29 +20,14 @@ class MockAzureSSBClient : public CloudStorage::Client::AzureSSB::AzureSSBClient
                        {std::make_shared<ScriptedTransport>(), nullptr, nullptr},
                        CloudStorage::Client::AzureSSB::Region::Global) {}
 
-  using ListContainerOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::AzureSSB::Model::ListContainerResult,
-                                  CloudStorage::Client::Error>;
-  using CreateContainerOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::AzureSSB::Model::CreateContainerResult,
-                                  CloudStorage::Client::Error>;
-  using ListBlobOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::AzureSSB::Model::ListBlobResult,
-                                  CloudStorage::Client::Error>;
-  using PutBlobOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::AzureSSB::Model::PutBlobResult,
-                                  CloudStorage::Client::Error>;
-
-  MOCK_METHOD(ListContainerOutcome, listContainer,
-              (const CloudStorage::Client::AzureSSB::Model::ListContainerRequest&),
-              (const, override));
-  MOCK_METHOD(CreateContainerOutcome, createContainer,
-              (const CloudStorage::Client::AzureSSB::Model::CreateContainerRequest&),
-              (const, override));
-  MOCK_METHOD(ListBlobOutcome, listBlob,
-              (const CloudStorage::Client::AzureSSB::Model::ListBlobRequest&), (const, override));
-  MOCK_METHOD(PutBlobOutcome, putBlob,
-              (const CloudStorage::Client::AzureSSB::Model::PutBlobRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<AzureSSBModel::ListContainerResult>, listContainer,
+              (const AzureSSBModel::ListContainerRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<AzureSSBModel::CreateContainerResult>, createContainer,
+              (const AzureSSBModel::CreateContainerRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<AzureSSBModel::ListBlobResult>, listBlob,
+              (const AzureSSBModel::ListBlobRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<AzureSSBModel::PutBlobResult>, putBlob,
+              (const AzureSSBModel::PutBlobRequest&), (const, override));
 };
 
 }  // namespace TestSupport

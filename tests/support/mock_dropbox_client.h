@@ -7,21 +7,15 @@
 
 namespace TestSupport {
 
-/// Stands in for the Dropbox client of a session. What it does not expect never reaches a network.
+namespace DropboxModel = CloudStorage::Client::Dropbox::Model;
+
+/// Substitute for the Dropbox client of a session.
 class MockDropboxClient : public MockOAuth2Client<CloudStorage::Client::Dropbox::DropboxClient> {
  public:
-  using ListFolderOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::Dropbox::Model::ListFolderResult,
-                                  CloudStorage::Client::Error>;
-  using MetadataOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::Dropbox::Model::Metadata,
-                                  CloudStorage::Client::Error>;
-
-  MOCK_METHOD(ListFolderOutcome, listFolder,
-              (const CloudStorage::Client::Dropbox::Model::ListFolderRequest&), (const, override));
-  MOCK_METHOD(MetadataOutcome, createFolder,
-              (const CloudStorage::Client::Dropbox::Model::CreateFolderRequest&),
-              (const, override));
+  MOCK_METHOD(OutcomeOf<DropboxModel::ListFolderResult>, listFolder,
+              (const DropboxModel::ListFolderRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<DropboxModel::Metadata>, createFolder,
+              (const DropboxModel::CreateFolderRequest&), (const, override));
 };
 
 }  // namespace TestSupport

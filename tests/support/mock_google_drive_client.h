@@ -7,27 +7,18 @@
 
 namespace TestSupport {
 
-/// Stands in for the Google Drive client of a session. What it does not expect never reaches a
-/// network.
+namespace GoogleDriveModel = CloudStorage::Client::GoogleDrive::Model;
+
+/// Substitute for the Google Drive client of a session.
 class MockGoogleDriveClient
     : public MockOAuth2Client<CloudStorage::Client::GoogleDrive::GoogleDriveClient> {
  public:
-  using FileResourceOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::GoogleDrive::Model::FileResource,
-                                  CloudStorage::Client::Error>;
-  using ListFileResourceOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::GoogleDrive::Model::ListFileResourceResult,
-                                  CloudStorage::Client::Error>;
-
-  MOCK_METHOD(FileResourceOutcome, getFileResource,
-              (const CloudStorage::Client::GoogleDrive::Model::GetFileResourceRequest&),
-              (const, override));
-  MOCK_METHOD(ListFileResourceOutcome, listFileResource,
-              (const CloudStorage::Client::GoogleDrive::Model::ListFileResourceRequest&),
-              (const, override));
-  MOCK_METHOD(FileResourceOutcome, uploadFile,
-              (const CloudStorage::Client::GoogleDrive::Model::UploadFileRequest&),
-              (const, override));
+  MOCK_METHOD(OutcomeOf<GoogleDriveModel::FileResource>, getFileResource,
+              (const GoogleDriveModel::GetFileResourceRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<GoogleDriveModel::ListFileResourceResult>, listFileResource,
+              (const GoogleDriveModel::ListFileResourceRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<GoogleDriveModel::FileResource>, uploadFile,
+              (const GoogleDriveModel::UploadFileRequest&), (const, override));
 };
 
 }  // namespace TestSupport

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "CloudStorage/Client/OAuth2Client.h"
+#include "support/outcome_of.h"
 #include "support/scripted_transport.h"
 
 namespace TestSupport {
 
-/// The steps of the authorization flow that a drive service's client takes.
+/// The steps of the authorization flow in which a drive's client takes part.
 class MockOAuth2 {
  public:
   MOCK_METHOD(std::string, buildAuthorizeUrl, (const CloudStorage::Auth::OAuth2RequestOptions&),
@@ -21,8 +22,8 @@ class MockOAuth2 {
               (const));
 };
 
-/// Base of the substitutes for the drive clients of a session: unauthorized, without a network, and
-/// told by the test what the authorization flow comes to.
+/// Base of the substitutes for the drive clients of a session. They have no tokens and no network;
+/// the test determines the results of the authorization flow.
 template <typename DriveClient>
 class MockOAuth2Client : public DriveClient {
  public:

@@ -5,37 +5,27 @@
 #include <memory>
 
 #include "CloudStorage/Client/S3/S3Client.h"
+#include "support/outcome_of.h"
 #include "support/scripted_transport.h"
 
 namespace TestSupport {
 
-/// Stands in for the S3 client of a session. What it does not expect never reaches a network.
+namespace S3Model = CloudStorage::Client::S3::Model;
+
+/// Substitute for the S3 client of a session.
 class MockS3Client : public CloudStorage::Client::S3::S3Client {
  public:
   MockS3Client()
       : S3Client("", "", CloudStorage::Client::ClientParts{},
                  {std::make_shared<ScriptedTransport>(), nullptr, nullptr}) {}
 
-  using ListBucketsOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::S3::Model::ListBucketsResult,
-                                  CloudStorage::Client::Error>;
-  using CreateBucketOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::S3::Model::CreateBucketResult,
-                                  CloudStorage::Client::Error>;
-  using ListObjectsV2Outcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::S3::Model::ListObjectsV2Result,
-                                  CloudStorage::Client::Error>;
-  using PutObjectOutcome =
-      CloudStorage::Util::Outcome<CloudStorage::Client::S3::Model::PutObjectResult,
-                                  CloudStorage::Client::Error>;
-
-  MOCK_METHOD(ListBucketsOutcome, listBuckets, (), (const, override));
-  MOCK_METHOD(CreateBucketOutcome, createBucket,
-              (const CloudStorage::Client::S3::Model::CreateBucketRequest&), (const, override));
-  MOCK_METHOD(ListObjectsV2Outcome, listObjectsV2,
-              (const CloudStorage::Client::S3::Model::ListObjectsV2Request&), (const, override));
-  MOCK_METHOD(PutObjectOutcome, putObject,
-              (const CloudStorage::Client::S3::Model::PutObjectRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<S3Model::ListBucketsResult>, listBuckets, (), (const, override));
+  MOCK_METHOD(OutcomeOf<S3Model::CreateBucketResult>, createBucket,
+              (const S3Model::CreateBucketRequest&), (const, override));
+  MOCK_METHOD(OutcomeOf<S3Model::ListObjectsV2Result>, listObjectsV2,
+              (const S3Model::ListObjectsV2Request&), (const, override));
+  MOCK_METHOD(OutcomeOf<S3Model::PutObjectResult>, putObject, (const S3Model::PutObjectRequest&),
+              (const, override));
 };
 
 }  // namespace TestSupport

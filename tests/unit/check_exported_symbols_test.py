@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Shows that check_exported_symbols.py finds what it is there for. usage: C_COMPILER"""
+"""Shows that check_exported_symbols.py finds every kind of fault. usage: C_COMPILER"""
 import subprocess
 import sys
 import tempfile

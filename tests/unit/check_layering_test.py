@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Shows that scripts/check-layering finds what it is there for. usage: SCRIPT"""
+"""Shows that scripts/check-layering finds every kind of fault. usage: SCRIPT"""
 import subprocess
 import sys
 import tempfile
@@ -8,7 +8,7 @@ from pathlib import Path
 
 SCRIPT = None
 
-# A tree in which every include is as it should be.
+# A tree without a fault.
 GOOD = {
     "src/libvemlo_s3.cpp":
         ["<glog/logging.h>", '"CloudStorage/Client/S3/S3Client.h"', '"libvemlo.h"',
@@ -30,7 +30,7 @@ GOOD = {
     "tools/vemlo/main.cpp": ['"libvemlo.h"', "<curl/curlver.h>"],
 }
 
-# One include too many each: where, and what.
+# Pairs of a file and an include that it must not have.
 BAD = [
     ("src/libvemlo_s3.cpp", "<curl/curl.h>"),
     ("src/libvemlo/session.h", "<curl/curl.h>"),

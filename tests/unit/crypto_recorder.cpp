@@ -1,7 +1,7 @@
 #include "crypto_recorder.h"
 
-// The linker directs the program's calls of five functions of the crypto library's C++ interface
-// to __wrap_<name>, and __real_<name> to the functions themselves. The names are those of:
+// The linker redirects the program's calls of five functions of the crypto library's C++ interface
+// to __wrap_<name>, and __real_<name> to the functions. The mangled names stand for:
 //   Poco::Crypto::initializeCrypto(), Poco::Crypto::uninitializeCrypto(),
 //   Poco::Crypto::OpenSSLInitializer::OpenSSLInitializer(), and its destructor,
 //   Poco::Crypto::CipherFactory::createCipher(const CipherKey&).

@@ -6,9 +6,8 @@
 
 namespace UnitTests {
 
-/// Tells what the program does with the crypto library's set-up during this object's life. Works in
-/// programs linked with the --wrap options for which crypto_recorder.cpp has replacements. One at a
-/// time.
+/// Counts how the program sets up the crypto library during this object's life. Works in programs
+/// linked with the --wrap options for which crypto_recorder.cpp has replacements. One at a time.
 class CryptoRecorder {
  public:
   CryptoRecorder();
@@ -20,9 +19,9 @@ class CryptoRecorder {
   int globalReleases = 0;
   int initializersMade = 0;
   int initializersDestroyed = 0;
-  /// Called when an initializer object is about to be destroyed.
+  /// Called before an initializer object is destroyed.
   std::function<void()> onInitializerDestroyed = [] {};
-  /// Makes ciphers in the crypto library's stead; empty: it does so itself.
+  /// Constructs the ciphers; if empty, the crypto library does.
   std::function<Poco::Crypto::Cipher*()> cipherFactory;
 };
 

@@ -6,7 +6,7 @@
 
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "libvemlo/constants.h"
-#include "services.h"
+#include "support/services.h"
 
 namespace {
 
@@ -14,16 +14,15 @@ using CloudStorage::Auth::OAuth2Credential;
 using CloudStorage::Auth::TokenRefresher;
 using CloudStorage::Client::OAuth2Client;
 using testing::EndsWith;
+using testing::FieldsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
-using UnitTests::OwnedSession;
-using UnitTests::Service;
 
-/// How an application is known to a service: what does not depend on who ships this build.
+/// The properties of an application's identity that do not depend on who builds the library.
 struct Form {
-  const char* service;
+  TestSupport::Drive drive;
   const char* clientId;  // regular expressions
   const char* clientSecret;
   std::size_t clientIdLength;
@@ -32,16 +31,9 @@ struct Form {
   const char* tokenPath;
 };
 
-void PrintTo(const Form& form, std::ostream* out) { *out << form.service; }
+void PrintTo(const Form& form, std::ostream* out) { *out << form.drive.name; }
 
-const Service& serviceOf(const Form& form) {
-  for (const auto& service : UnitTests::allServices()) {
-    if (std::string(service.name) == form.service) return service;
-  }
-  throw std::logic_error("there is no such service");
-}
-
-// The path of an https address; empty if it is none, or has a query or a fragment.
+// The path of an https address. Empty for others, and for those with a query or a fragment.
 std::string pathOf(const std::string& address) {
   const std::string scheme = "https://";
   if (address.compare(0, scheme.size(), scheme) != 0) return {};
@@ -53,16 +45,16 @@ std::string pathOf(const std::string& address) {
 
 class DriveSession : public testing::TestWithParam<Form> {
  protected:
-  DriveSession() : handle_(serviceOf(GetParam()).open(nullptr)) {}
+  DriveSession() : handle_(GetParam().drive.open(nullptr)) {}
 
   const OAuth2Client& client() const {
-    return dynamic_cast<const OAuth2Client&>(*serviceOf(GetParam()).client(*handle_));
+    return dynamic_cast<const OAuth2Client&>(*GetParam().drive.client(*handle_));
   }
   OAuth2Credential& credential() const {
     return dynamic_cast<OAuth2Credential&>(*client().credential());
   }
 
-  OwnedSession handle_;
+  TestSupport::OwnedSession handle_;
 };
 
 TEST_P(DriveSession, IdentifiesItselfAsAnApplicationOfTheService) {
@@ -73,18 +65,21 @@ TEST_P(DriveSession, IdentifiesItselfAsAnApplicationOfTheService) {
   EXPECT_EQ(spec.clientSecret.size(), GetParam().clientSecretLength);
 }
 
-TEST_P(DriveSession, KnowsTheServicesOAuth2Endpoints) {
+TEST_P(DriveSession, HasTheServicesOAuth2Endpoints) {
   EXPECT_EQ(pathOf(client().clientSpec().authorizationEndpoint), GetParam().authorizationPath);
   EXPECT_EQ(pathOf(client().clientSpec().tokenEndpoint), GetParam().tokenPath);
 }
 
-TEST_P(DriveSession, SendsUsersBackToTheOneRedirectPage) {
+TEST_P(DriveSession, UsesTheOneRedirectPage) {
   EXPECT_EQ(client().clientSpec().redirectUri, libvemlo::kRedirectUri);
   EXPECT_EQ(pathOf(client().clientSpec().redirectUri), "/redirect.php");
 }
 
-TEST_P(DriveSession, LeavesTheRevocationEndpointEmpty) {
-  EXPECT_THAT(client().clientSpec().revocationEndpoint, IsEmpty());
+TEST_P(DriveSession, UsesTheConfiguredConstantsAndNoRevocationEndpoint) {
+  const auto& application = GetParam().drive.application;
+  EXPECT_THAT(client().clientSpec(),
+              FieldsAre(application.clientId, application.clientSecret, libvemlo::kRedirectUri,
+                        application.authorizationEndpoint, application.tokenEndpoint, ""));
 }
 
 TEST_P(DriveSession, IsNotAuthorizedYet) {
@@ -93,7 +88,7 @@ TEST_P(DriveSession, IsNotAuthorizedYet) {
   EXPECT_THAT(credential().refreshToken(), IsEmpty());
 }
 
-// Answers in the service's stead.
+// Replaces the token endpoint.
 class OneRefresh : public TokenRefresher {
  public:
   CloudStorage::Util::Status refresh(Tokens& tokens) override {
@@ -128,15 +123,17 @@ TEST_P(DriveSession, ItsClientIsOwnedByASharedPointer) {
 
 INSTANTIATE_TEST_SUITE_P(
     Drives, DriveSession,
-    testing::Values(
-        Form{"GoogleDrive", "[0-9]+-[a-z0-9]+[.]apps[.]googleusercontent[.]com", "[A-Za-z0-9-]+",
-             72, 24, "/o/oauth2/auth", "/o/oauth2/token"},
-        Form{"AmazonDrive", "amzn1[.]application-oa2-client[.][0-9a-f]+", "[0-9a-f]+", 61, 64,
-             "/ap/oa", "/auth/o2/token"},
-        Form{"OneDrive", "[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+", "[A-Za-z0-9]+", 36,
-             23, "/common/oauth2/v2.0/authorize", "/common/oauth2/v2.0/token"},
-        Form{"Dropbox", "[a-z0-9]+", "[a-z0-9]+", 15, 15, "/oauth2/authorize", "/oauth2/token"}),
-    [](const auto& instance) { return std::string(instance.param.service); });
+    testing::Values(Form{TestSupport::kGoogleDrive,
+                         "[0-9]+-[a-z0-9]+[.]apps[.]googleusercontent[.]com", "[A-Za-z0-9-]+", 72,
+                         24, "/o/oauth2/auth", "/o/oauth2/token"},
+                    Form{TestSupport::kAmazonDrive, "amzn1[.]application-oa2-client[.][0-9a-f]+",
+                         "[0-9a-f]+", 61, 64, "/ap/oa", "/auth/o2/token"},
+                    Form{TestSupport::kOneDrive,
+                         "[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+", "[A-Za-z0-9]+", 36,
+                         23, "/common/oauth2/v2.0/authorize", "/common/oauth2/v2.0/token"},
+                    Form{TestSupport::kDropbox, "[a-z0-9]+", "[a-z0-9]+", 15, 15,
+                         "/oauth2/authorize", "/oauth2/token"}),
+    [](const auto& instance) { return std::string(instance.param.drive.name); });
 
 TEST(GoogleDriveClientId, IsANumberAHyphenAndAName) {
   const std::string id = libvemlo::kGoogleDriveClientId;
@@ -147,30 +144,6 @@ TEST(GoogleDriveClientId, IsANumberAHyphenAndAName) {
 TEST(OneDriveClientId, IsAGuid) {
   const std::string id = libvemlo::kOneDriveClientId;
   for (const std::size_t hyphen : {8U, 13U, 18U, 23U}) EXPECT_EQ(id[hyphen], '-');
-}
-
-TEST(DriveClientSpecs, AreMadeOfTheConfiguredConstants) {
-  const OwnedSession google(libvemlo_google_drive_init(nullptr));
-  const OwnedSession amazon(libvemlo_amazon_drive_init(nullptr));
-  const OwnedSession one(libvemlo_one_drive_init(nullptr));
-  const OwnedSession dropbox(libvemlo_dropbox_init(nullptr));
-  const auto fields = [](const CloudStorage::Auth::OAuth2ClientSpec& spec) {
-    return std::vector<std::string>{spec.clientId, spec.clientSecret, spec.redirectUri,
-                                    spec.authorizationEndpoint, spec.tokenEndpoint};
-  };
-  using namespace libvemlo;  // NOLINT(google-build-using-namespace): the constants only
-  EXPECT_THAT(fields(google->google_drive_client->clientSpec()),
-              testing::ElementsAre(kGoogleDriveClientId, kGoogleDriveClientSecret, kRedirectUri,
-                                   kGoogleDriveAuthorizationEndpoint, kGoogleDriveTokenEndpoint));
-  EXPECT_THAT(fields(amazon->amazon_drive_client->clientSpec()),
-              testing::ElementsAre(kAmazonDriveClientId, kAmazonDriveClientSecret, kRedirectUri,
-                                   kAmazonDriveAuthorizationEndpoint, kAmazonDriveTokenEndpoint));
-  EXPECT_THAT(fields(one->one_drive_client->clientSpec()),
-              testing::ElementsAre(kOneDriveClientId, kOneDriveClientSecret, kRedirectUri,
-                                   kOneDriveAuthorizationEndpoint, kOneDriveTokenEndpoint));
-  EXPECT_THAT(fields(dropbox->dropbox_client->clientSpec()),
-              testing::ElementsAre(kDropboxClientId, kDropboxClientSecret, kRedirectUri,
-                                   kDropboxAuthorizationEndpoint, kDropboxTokenEndpoint));
 }
 
 TEST(Constants, NameTheServices) {

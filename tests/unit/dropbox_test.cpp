@@ -2,30 +2,45 @@
 #include <malloc.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "drive_operations.h"
-#include "libvemlo.h"
+#include "dropbox_fixture.h"
 
-// What sets the Dropbox operations apart; drive_operations_test.cpp has what all drives share.
+// What is specific to the Dropbox operations.
 namespace {
 
-using CloudStorage::Client::Dropbox::Model::CreateFolderRequest;
-using CloudStorage::Client::Dropbox::Model::ListFolderRequest;
 using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
 using TestSupport::errorLine;
-using UnitTests::Dropbox;
+using TestSupport::DropboxModel::CreateFolderRequest;
+using TestSupport::DropboxModel::ListFolderRequest;
 using UnitTests::failure;
 using UnitTests::Folder;
-using UnitTests::FolderPage;
 using UnitTests::IsAbsent;
 using UnitTests::IsPresentAs;
 using UnitTests::itemOf;
+using UnitTests::numberedFolders;
 using UnitTests::pageOf;
 
-class DropboxListDirectory : public UnitTests::DriveListingTest<Dropbox> {};
+class DropboxListDirectory : public testing::Test, protected UnitTests::DropboxFixture {
+ protected:
+  /// One page of numbered folders with these tags.
+  void willReturnTags(const std::vector<std::string>& tags) {
+    willReturnPages({pageOf(numberedFolders(0, static_cast<int>(tags.size())))});
+    editPage = [tags](Page& page) {
+      decltype(page.entries) tagged;
+      auto tag = tags.begin();
+      for (Item item : page.entries) {
+        item.tag = *tag++;
+        tagged.push_back(item);
+      }
+      page.entries = std::move(tagged);
+    };
+  }
+};
 
 template <typename Cursor>
 auto requestFor(const std::string& path, Cursor cursor) {
@@ -40,138 +55,116 @@ auto requestFor(const std::string& path, Cursor cursor) {
 }
 
 TEST_F(DropboxListDirectory, SendsThePathAndFourOptionsAsFalse) {
-  willAnswer({pageOf<Dropbox>({{"/x/One", "One"}, {"/x/two", "two"}})});
+  willReturnPages({pageOf({{"/x/One", "One"}, {"/x/two", "two"}})});
 
   ASSERT_EQ(list("/x"), 0);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("/x", IsAbsent())));
-  EXPECT_THAT(folders(), ElementsAre(Folder{"/x/One", "One"}, Folder{"/x/two", "two"}));
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("/x", IsAbsent())));
+  EXPECT_THAT(folders.folders(), ElementsAre(Folder{"/x/One", "One"}, Folder{"/x/two", "two"}));
 }
 
 TEST_F(DropboxListDirectory, SendsTheEmptyPathForTheRoot) {
-  willAnswer({pageOf<Dropbox>({})});
+  willReturnPages({pageOf({})});
   EXPECT_EQ(list("/"), 0);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("", IsAbsent())));
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("", IsAbsent())));
 }
 
-TEST_F(DropboxListDirectory, SendsEveryOtherIdAsItIs) {
+TEST_F(DropboxListDirectory, SendsEveryOtherIdUnchanged) {
   for (const char* id : {"", "//", "/x/", " /", "/\xC3\xA4", "id:abc", "x"}) {
     SCOPED_TRACE(id);
-    sent_.clear();
-    operation_.outs.reset();
-    willAnswer({pageOf<Dropbox>({})});
+    folders.reset();
+    willReturnPages({pageOf({})});
     EXPECT_EQ(list(id), 0);
-    EXPECT_THAT(sent_, ElementsAre(requestFor(id, IsAbsent())));
+    EXPECT_THAT(pages.requests, ElementsAre(requestFor(id, IsAbsent())));
   }
 }
 
-TEST_F(DropboxListDirectory, SkipsWhateverIsNotTaggedExactlyAsAFolder) {
-  willAnswer({[] {
-    FolderPage<Dropbox> page({{"/1", "1"},
-                              {"/2", "2"},
-                              {"/3", "3"},
-                              {"/4", "4"},
-                              {"/5", "5"},
-                              {"/6", "6"},
-                              {"/7", "7"}});
-    const char* tags[] = {"folder", "file", "deleted", "Folder", "", "folder ", "folder"};
-    for (std::size_t i = 0; i < page.items().size(); ++i) page.items()[i].tag = tags[i];
-    return page.followedBy("");
-  }});
+TEST_F(DropboxListDirectory, SkipsEntriesWhoseTagIsNotExactlyFolder) {
+  willReturnTags({"folder", "file", "deleted", "Folder", "", "folder ", "folder"});
 
   ASSERT_EQ(list("/"), 0);
-  EXPECT_THAT(folders(), ElementsAre(Folder{"/1", "1"}, Folder{"/7", "7"}));
+  EXPECT_THAT(folders.folders(), ElementsAre(Folder{"id 0", "name 0"}, Folder{"id 6", "name 6"}));
 }
 
 TEST_F(DropboxListDirectory, ArrayHasRoomForTheFoldersOnly) {
   constexpr int kFiles = 10000;
-  willAnswer({[] {
-    FolderPage<Dropbox> page(UnitTests::numberedFolders(0, kFiles + 1));
-    for (auto& item : page.items()) item.tag = "file";
-    page.items().back().tag = "folder";
-    return page.followedBy("");
-  }});
+  std::vector<std::string> tags(kFiles, "file");
+  tags.emplace_back("folder");
+  willReturnTags(tags);
 
   ASSERT_EQ(list("/"), 0);
-  ASSERT_EQ(folders().size(), 1U);
-  EXPECT_LT(malloc_usable_size(operation_.outs.list), kFiles * sizeof(directory));
+  ASSERT_EQ(folders.count, 1);
+  EXPECT_LT(malloc_usable_size(folders.list), kFiles * sizeof(directory));
 }
 
 TEST_F(DropboxListDirectory, EndsAfterAFirstPageThatIsTheLastWhateverItsCursor) {
-  willAnswer({[] {
-    auto page = pageOf<Dropbox>({{"/a", "a"}})().getResult();
-    page.cursor = "where a continuation would begin";
-    return page;
-  }});
+  editPage = [](Page& page) { page.cursor = "where a continuation would begin"; };
+  willReturnPages({pageOf({{"/a", "a"}})});
 
   ASSERT_EQ(list("/"), 0);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("", IsAbsent())));
-  EXPECT_THAT(folders(), ElementsAre(Folder{"/a", "a"}));
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("", IsAbsent())));
+  EXPECT_THAT(folders.folders(), ElementsAre(Folder{"/a", "a"}));
 }
 
 TEST_F(DropboxListDirectory, EndsAfterAPageWithoutACursorEvenIfMoreEntriesFollow) {
-  willAnswer({[] {
-    auto page = pageOf<Dropbox>({{"/a", "a"}})().getResult();
-    page.hasMore = true;
-    return page;
-  }});
+  editPage = [](Page& page) { page.hasMore = true; };
+  willReturnPages({pageOf({{"/a", "a"}})});
 
   ASSERT_EQ(list("/"), 0);
-  EXPECT_THAT(folders(), ElementsAre(Folder{"/a", "a"}));
+  EXPECT_THAT(folders.folders(), ElementsAre(Folder{"/a", "a"}));
 }
 
 TEST_F(DropboxListDirectory, ContinuesWithTheCursorAndStillSendsThePath) {
-  willAnswer({pageOf<Dropbox>({{"/x/a", "a"}}, "first cursor"),
-              pageOf<Dropbox>({{"/x/b", "b"}}, "second cursor"), failure});
+  willReturnPages({pageOf({{"/x/a", "a"}}, "first cursor"),
+                   pageOf({{"/x/b", "b"}}, "second cursor"), failure()});
 
   EXPECT_EQ(list("/x"), 1);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("/x", IsAbsent()),
-                                 requestFor("/x", IsPresentAs("first cursor")),
-                                 requestFor("/x", IsPresentAs("second cursor"))));
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("/x", IsAbsent()),
+                                          requestFor("/x", IsPresentAs("first cursor")),
+                                          requestFor("/x", IsPresentAs("second cursor"))));
 }
 
 TEST_F(DropboxListDirectory, RepeatsTheLastContinuationUntilARequestFails) {
-  const auto lastPage = [] {
-    auto page = pageOf<Dropbox>({{"/x/b", "b"}})().getResult();
-    page.cursor = "cursor of the last page";  // not taken, as nothing follows
-    return page;
+  editPage = [](Page& page) {
+    if (!page.hasMore) page.cursor = "cursor of the last page";  // ignored, as nothing follows
   };
-  willAnswer({pageOf<Dropbox>({{"/x/a", "a"}}, "cursor"), lastPage, lastPage, lastPage, lastPage,
-              failure});
+  const auto last = pageOf({{"/x/b", "b"}});
+  willReturnPages({pageOf({{"/x/a", "a"}}, "cursor"), last, last, last, last, failure()});
 
   EXPECT_EQ(list("/x"), 1);
-  EXPECT_TRUE(operation_.outs.areCleared());
-  ASSERT_EQ(sent_.size(), 6U);
-  EXPECT_THAT(sent_.front(), requestFor("/x", IsAbsent()));
-  sent_.erase(sent_.begin());
-  EXPECT_THAT(sent_, Each(requestFor("/x", IsPresentAs("cursor"))));
-  EXPECT_THAT(log_.records(), ElementsAre(errorLine("Failed to list directories. It went wrong.")));
+  EXPECT_TRUE(folders.isCleared());
+  ASSERT_EQ(pages.requests.size(), 6U);
+  EXPECT_THAT(pages.requests.front(), requestFor("/x", IsAbsent()));
+  pages.requests.erase(pages.requests.begin());
+  EXPECT_THAT(pages.requests, Each(requestFor("/x", IsPresentAs("cursor"))));
+  EXPECT_THAT(log.records(), ElementsAre(errorLine("Failed to list directories. It went wrong.")));
 }
 
-class DropboxCreateDirectory : public UnitTests::DriveCreationTest<Dropbox> {
+class DropboxCreateDirectory : public testing::Test, protected UnitTests::DropboxFixture {
  protected:
-  void expectPath(const std::string& path) {
-    EXPECT_CALL(client(),
-                createFolder(AllOf(Field(&CreateFolderRequest::path, IsPresentAs(path)),
-                                   Field(&CreateFolderRequest::autorename, IsPresentAs(false)),
-                                   Field(&CreateFolderRequest::contentType, "application/json"))))
-        .WillOnce(itemOf<Dropbox>({"/path/of the service", "its name"}));
+  DropboxCreateDirectory() { willCreate(itemOf({"/path/of the service", "its name"})); }
+
+  void expectPath(const std::string& path) const {
+    EXPECT_THAT(creations,
+                ElementsAre(AllOf(Field(&CreateFolderRequest::path, IsPresentAs(path)),
+                                  Field(&CreateFolderRequest::autorename, IsPresentAs(false)),
+                                  Field(&CreateFolderRequest::contentType, "application/json"))));
   }
 };
 
-TEST_F(DropboxCreateDirectory, SendsParentSlashNameAndHandsOutWhatTheServiceMade) {
-  expectPath("/x/A");
+TEST_F(DropboxCreateDirectory, SendsParentSlashNameAndReturnsWhatTheServiceCreated) {
   ASSERT_EQ(create("/x", "A"), 0);
-  EXPECT_EQ(operation_.outs.folder(), (Folder{"/path/of the service", "its name"}));
+  expectPath("/x/A");
+  EXPECT_EQ(folder.folder(), (Folder{"/path/of the service", "its name"}));
 }
 
 TEST_F(DropboxCreateDirectory, SendsTwoSlashesUnderTheRootRecord) {
-  expectPath("//A");
   EXPECT_EQ(create("/", "A"), 0);
+  expectPath("//A");
 }
 
 TEST_F(DropboxCreateDirectory, SendsOneSlashUnderARecordWithAnEmptyId) {
-  expectPath("/A");
   EXPECT_EQ(create("", "A"), 0);
+  expectPath("/A");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@ thread_local UnitTests::FreeRecorder* active = nullptr;
 
 }  // namespace
 
-// The linker directs every call of free() in the program here, and __real_free to free().
+// The linker redirects every call of free() to __wrap_free, and __real_free to free().
 extern "C" {
 void __real_free(void* block);  // NOLINT(bugprone-reserved-identifier): the linker's name
 void __wrap_free(void* block);  // NOLINT(bugprone-reserved-identifier): the linker's name

@@ -4,8 +4,8 @@
 
 namespace UnitTests {
 
-/// Notes, in order, the blocks that the calling thread hands to free() during this object's life.
-/// They are released all the same. Works in programs linked with --wrap=free and
+/// Records, in order, the blocks that the calling thread passes to free() during this object's
+/// life. They are still released. Works in programs linked with --wrap=free and
 /// free_recorder.cpp, for code that is part of the program itself. One at a time per thread.
 class FreeRecorder {
  public:

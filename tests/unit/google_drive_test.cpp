@@ -2,46 +2,43 @@
 
 #include <string>
 
-#include "drive_operations.h"
-#include "libvemlo.h"
-#include "verbose_level.h"
+#include "google_drive_fixture.h"
 
-// What sets the Google Drive operations apart; drive_operations_test.cpp has what all drives share.
+// What is specific to the Google Drive operations.
 namespace {
 
-using CloudStorage::Client::GoogleDrive::Model::GetFileResourceRequest;
-using CloudStorage::Client::GoogleDrive::Model::ListFileResourceRequest;
-using CloudStorage::Client::GoogleDrive::Model::UploadFileRequest;
-using testing::_;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::Field;
 using TestSupport::errorLine;
+using TestSupport::VerboseLevel;
+using TestSupport::verboseLine;
+using TestSupport::GoogleDriveModel::GetFileResourceRequest;
+using TestSupport::GoogleDriveModel::ListFileResourceRequest;
+using TestSupport::GoogleDriveModel::UploadFileRequest;
 using UnitTests::failure;
 using UnitTests::Folder;
-using UnitTests::GoogleDrive;
 using UnitTests::IsAbsent;
 using UnitTests::IsPresentAs;
 using UnitTests::itemOf;
 using UnitTests::numberedFolders;
 using UnitTests::pageOf;
-using UnitTests::VerboseLevel;
-using UnitTests::verboseLine;
 
-class GoogleDriveGetRootDirectory
-    : public UnitTests::DriveOperationTest<UnitTests::GetRootDirectory<GoogleDrive>> {};
+class GoogleDriveTest : public testing::Test, protected UnitTests::GoogleDriveFixture {};
 
-TEST_F(GoogleDriveGetRootDirectory, AsksForTheAliasRootAndHandsOutTheRealId) {
-  EXPECT_CALL(client(), getFileResource(
-                            AllOf(Field(&GetFileResourceRequest::fileId, IsPresentAs("root")),
-                                  Field(&GetFileResourceRequest::contentType, "application/json"))))
-      .WillOnce(itemOf<GoogleDrive>({"0AB", "My Drive"}));
+using GoogleDriveGetRootDirectory = GoogleDriveTest;
 
-  ASSERT_EQ(call(), 0);
-  EXPECT_EQ(operation_.outs.folder(), (Folder{"0AB", "My Drive"}));
+TEST_F(GoogleDriveGetRootDirectory, RequestsTheAliasRootAndReturnsTheRealId) {
+  willReturnRoot(itemOf({"0AB", "My Drive"}));
+
+  ASSERT_EQ(getRoot(), 0);
+  EXPECT_THAT(roots,
+              ElementsAre(AllOf(Field(&GetFileResourceRequest::fileId, IsPresentAs("root")),
+                                Field(&GetFileResourceRequest::contentType, "application/json"))));
+  EXPECT_EQ(folder.folder(), (Folder{"0AB", "My Drive"}));
 }
 
-class GoogleDriveListDirectory : public UnitTests::DriveListingTest<GoogleDrive> {};
+using GoogleDriveListDirectory = GoogleDriveTest;
 
 std::string queryFor(const std::string& id) {
   return "'" + id +
@@ -57,74 +54,71 @@ auto requestFor(const std::string& id, Token token) {
                Field("contentType", &ListFileResourceRequest::contentType, "application/json"));
 }
 
-TEST_F(GoogleDriveListDirectory, AsksForUntrashedFoldersOfTheParentFiveHundredAPage) {
-  willAnswer({pageOf<GoogleDrive>({{"1", "one"}, {"2", "two"}})});
+TEST_F(GoogleDriveListDirectory, RequestsUntrashedFoldersOfTheParentFiveHundredAPage) {
+  willReturnPages({pageOf({{"1", "one"}, {"2", "two"}})});
 
   ASSERT_EQ(list("0AB"), 0);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("0AB", IsAbsent())));
-  EXPECT_THAT(folders(), ElementsAre(Folder{"1", "one"}, Folder{"2", "two"}));
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("0AB", IsAbsent())));
+  EXPECT_THAT(folders.folders(), ElementsAre(Folder{"1", "one"}, Folder{"2", "two"}));
 }
 
-TEST_F(GoogleDriveListDirectory, FollowsThePageTokensAndHandsOutAllPagesInOrder) {
-  willAnswer({pageOf<GoogleDrive>(numberedFolders(0, 500), "second"),
-              pageOf<GoogleDrive>(numberedFolders(500, 500), "~!third=&"),
-              pageOf<GoogleDrive>(numberedFolders(1000, 1))});
+TEST_F(GoogleDriveListDirectory, SendsThePageTokensAndReturnsAllPagesInOrder) {
+  willReturnPages({pageOf(numberedFolders(0, 500), "second"),
+                   pageOf(numberedFolders(500, 500), "~!third=&"),
+                   pageOf(numberedFolders(1000, 1))});
 
   ASSERT_EQ(list("p"), 0);
-  EXPECT_THAT(sent_,
+  EXPECT_THAT(pages.requests,
               ElementsAre(requestFor("p", IsAbsent()), requestFor("p", IsPresentAs("second")),
                           requestFor("p", IsPresentAs("~!third=&"))));
-  EXPECT_EQ(folders(), numberedFolders(0, 1001));
+  EXPECT_EQ(folders.folders(), numberedFolders(0, 1001));
 }
 
-TEST_F(GoogleDriveListDirectory, PutsTheParentsIdIntoTheQueryAsItIs) {
+TEST_F(GoogleDriveListDirectory, PutsTheParentsIdIntoTheQueryUnchanged) {
   for (const char* id : {"it's", "", "root", "\\", "\xC3\xA4 \""}) {
     SCOPED_TRACE(id);
-    sent_.clear();
-    operation_.outs.reset();
-    willAnswer({pageOf<GoogleDrive>({})});
+    folders.reset();
+    willReturnPages({pageOf({})});
     EXPECT_EQ(list(id), 0);
-    EXPECT_THAT(sent_, ElementsAre(requestFor(id, IsAbsent())));
+    EXPECT_THAT(pages.requests, ElementsAre(requestFor(id, IsAbsent())));
   }
 }
 
 TEST_F(GoogleDriveListDirectory, UsesTheRealIdOfTheRootFolder) {
-  EXPECT_CALL(client(), getFileResource(_)).WillOnce(itemOf<GoogleDrive>({"0AB", "My Drive"}));
-  willAnswer({pageOf<GoogleDrive>({})});
+  willReturnRoot(itemOf({"0AB", "My Drive"}));
+  willReturnPages({pageOf({})});
 
-  UnitTests::FolderOut root;
-  ASSERT_EQ(google_drive_get_root_directory(handle_.get(), &root.record), 0);
-  EXPECT_EQ(operation_.call(handle_.get(), *root.record), 0);
-  EXPECT_THAT(sent_, ElementsAre(requestFor("0AB", IsAbsent())));
+  ASSERT_EQ(getRoot(), 0);
+  EXPECT_EQ(google_drive_list_directory(handle.get(), folder.record, &folders.list, &folders.count),
+            0);
+  EXPECT_THAT(pages.requests, ElementsAre(requestFor("0AB", IsAbsent())));
 }
 
-TEST_F(GoogleDriveListDirectory, TellsItsQueryAndTheResultAtLevelNine) {
+TEST_F(GoogleDriveListDirectory, LogsItsQueryAndTheResultAtLevelNine) {
   const VerboseLevel level(9);
-  willAnswer({pageOf<GoogleDrive>({{"1", "one"}}, "next"), pageOf<GoogleDrive>({})});
+  willReturnPages({pageOf({{"1", "one"}}, "next"), pageOf({})});
 
   ASSERT_EQ(list("0AB"), 0);
-  EXPECT_THAT(log_.records(),
+  EXPECT_THAT(log.records(),
               ElementsAre(verboseLine("Start to fetch children. parentId = 0AB, filter = " +
                                       queryFor("0AB")),
                           verboseLine("Got 1 directories. ")));
 }
 
-TEST_F(GoogleDriveListDirectory, TellsItsQueryAtLevelNineBeforeItFails) {
+TEST_F(GoogleDriveListDirectory, LogsItsQueryAtLevelNineBeforeItFails) {
   const VerboseLevel level(9);
-  willAnswer({failure});
+  willReturnPages({failure()});
 
   EXPECT_EQ(list("0AB"), 1);
-  EXPECT_THAT(log_.records(),
+  EXPECT_THAT(log.records(),
               ElementsAre(verboseLine("Start to fetch children. parentId = 0AB, filter = " +
                                       queryFor("0AB")),
                           errorLine("Failed to list directories. It went wrong.")));
 }
 
-class GoogleDriveCreateDirectory : public UnitTests::DriveCreationTest<GoogleDrive> {
- protected:
-};
+using GoogleDriveCreateDirectory = GoogleDriveTest;
 
-// The upload type is sent, but it is the request itself that says which: none.
+// The upload type is present with the default of the request.
 auto creationOf(const std::string& name, const std::string& parentId) {
   return AllOf(Field("uploadType", &UploadFileRequest::uploadType,
                      IsPresentAs(UploadFileRequest().uploadType.value())),
@@ -138,23 +132,21 @@ auto creationOf(const std::string& name, const std::string& parentId) {
 }
 
 TEST_F(GoogleDriveCreateDirectory, SendsMetadataOfAFolderAndNoContent) {
-  EXPECT_CALL(client(), uploadFile(creationOf("new", "0AB")))
-      .WillOnce(itemOf<GoogleDrive>({"1C", "new"}));
+  willCreate(itemOf({"1C", "new"}));
 
   ASSERT_EQ(create("0AB", "new"), 0);
-  EXPECT_EQ(operation_.outs.folder(), (Folder{"1C", "new"}));
+  EXPECT_THAT(creations, ElementsAre(creationOf("new", "0AB")));
+  EXPECT_EQ(folder.folder(), (Folder{"1C", "new"}));
 }
 
-TEST_F(GoogleDriveCreateDirectory, MakesASecondFolderOfTheSameName) {
-  EXPECT_CALL(client(), uploadFile(creationOf("same", "p")))
-      .WillOnce(itemOf<GoogleDrive>({"first", "same"}))
-      .WillOnce(itemOf<GoogleDrive>({"second", "same"}));
-
-  ASSERT_EQ(create("p", "same"), 0);
-  EXPECT_EQ(operation_.outs.folder(), (Folder{"first", "same"}));
-  operation_.outs.reset();
-  ASSERT_EQ(create("p", "same"), 0);
-  EXPECT_EQ(operation_.outs.folder(), (Folder{"second", "same"}));
+TEST_F(GoogleDriveCreateDirectory, CreatesASecondFolderOfTheSameName) {
+  for (const char* id : {"first", "second"}) {
+    folder.reset();
+    willCreate(itemOf({id, "same"}));
+    ASSERT_EQ(create("p", "same"), 0);
+    EXPECT_EQ(folder.folder(), (Folder{id, "same"}));
+  }
+  EXPECT_THAT(creations, ElementsAre(creationOf("same", "p"), creationOf("same", "p")));
 }
 
 }  // namespace

@@ -5,17 +5,17 @@
 #include <string>
 
 #include "libvemlo.h"
-#include "services.h"
 #include "support/fresh_process.h"
 #include "support/log_capture.h"
+#include "support/services.h"
 
-// A process has one logger, and it cannot be reset: each of these is about a process of its own.
+// A process has one logger, which cannot be reset. Each of these tests has a process of its own.
 namespace {
 
+using TestSupport::allServices;
 using TestSupport::inFreshProcess;
-using UnitTests::allServices;
-using UnitTests::OwnedSession;
-using UnitTests::Service;
+using TestSupport::OwnedSession;
+using TestSupport::Service;
 
 void expectLoggerSetUp(int level) {
   EXPECT_TRUE(google::IsGoogleLoggingInitialized());
@@ -41,7 +41,7 @@ TEST_P(Logger, IsSetUpByTheFirstSession) {
   });
 }
 
-TEST_P(Logger, TakesItsLevelFromVerbose) {
+TEST_P(Logger, HasTheLevelOfVerbose) {
   inFreshProcess([] {
     verbose = 9;
     const OwnedSession handle(GetParam().open(nullptr));
@@ -54,7 +54,7 @@ TEST_P(Logger, IsNotSetUpAgainByASecondSession) {
     verbose = 7;
     const OwnedSession first(allServices()[0].open(nullptr));
     verbose = 9;
-    FLAGS_logtostderr = false;  // what the host changes in between stays
+    FLAGS_logtostderr = false;  // a change by the host
     FLAGS_colorlogtostderr = false;
     const OwnedSession second(GetParam().open(nullptr));
     EXPECT_EQ(FLAGS_v, 7);
@@ -63,7 +63,7 @@ TEST_P(Logger, IsNotSetUpAgainByASecondSession) {
   });
 }
 
-TEST_P(Logger, SurvivesTheSessionThatSetItUp) {
+TEST_P(Logger, StaysSetUpAfterItsSessionIsClosed) {
   inFreshProcess([] {
     verbose = 3;
     GetParam().cleanup(GetParam().open(nullptr));
@@ -73,7 +73,7 @@ TEST_P(Logger, SurvivesTheSessionThatSetItUp) {
   });
 }
 
-TEST_P(Logger, OfAHostThatHasInitialisedItIsConfiguredAndNotStartedAgain) {
+TEST_P(Logger, OfAHostThatHasInitialisedItIsConfiguredAndNotInitialisedAgain) {
   inFreshProcess([] {
     google::InitGoogleLogging("host");
     verbose = 5;
@@ -84,7 +84,7 @@ TEST_P(Logger, OfAHostThatHasInitialisedItIsConfiguredAndNotStartedAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, Logger, testing::ValuesIn(allServices()),
-                         UnitTests::ServiceName());
+                         TestSupport::ServiceName());
 
 TEST(LoggerSetUp, IsNotDoneByGlobalInit) {
   inFreshProcess([] {
@@ -106,7 +106,7 @@ TEST(LoggerSetUp, IsNotDoneForAnAzureSessionWithANullString) {
   });
 }
 
-TEST(LoggerSetUp, IsDoneBeforeABadAzureKeyIsReported) {
+TEST(LoggerSetUp, IsDoneBeforeAnInvalidAzureKeyIsLogged) {
   inFreshProcess([] {
     verbose = 2;
     const TestSupport::LogCapture log;
@@ -119,10 +119,10 @@ TEST(LoggerSetUp, IsDoneBeforeABadAzureKeyIsReported) {
 TEST(LoggerSetUp, IsNotUndoneByGlobalCleanup) {
   inFreshProcess([] {
     libvemlo_global_init();
-    libvemlo_s3_cleanup(UnitTests::openS3(nullptr));
+    libvemlo_s3_cleanup(TestSupport::openS3(nullptr));
     libvemlo_global_cleanup();
     verbose = 9;
-    libvemlo_s3_cleanup(UnitTests::openS3(nullptr));
+    libvemlo_s3_cleanup(TestSupport::openS3(nullptr));
     expectLoggerSetUp(0);
   });
 }

@@ -2,13 +2,10 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
-#include "authorization_flows.h"
-#include "libvemlo.h"
-#include "operation_world.h"
-#include "support/log_capture.h"
+#include "authorization_flow_fixture.h"
 
+// The exchange of a code for tokens, and tokens that a host has stored.
 namespace {
 
 using CloudStorage::Auth::OAuth2Credential;
@@ -20,46 +17,17 @@ using testing::IsEmpty;
 using testing::Ref;
 using testing::Return;
 using TestSupport::errorLine;
-using UnitTests::Flow;
-using UnitTests::FlowName;
+using TestSupport::ServiceName;
+using TestSupport::TextOut;
+using UnitTests::expectRefusalOfSessionsOfOthersThan;
+using UnitTests::FlowTest;
 using UnitTests::kAmazonDriveFlow;
 using UnitTests::kDropboxFlow;
 using UnitTests::kGoogleDriveFlow;
 using UnitTests::kOneDriveFlow;
-using UnitTests::TextOut;
+using UnitTests::unreadableSession;
 
-class TokenFlow : public testing::TestWithParam<Flow> {
- protected:
-  int getToken(const char* code = "the code") {
-    return GetParam().getToken(session_.handle.get(), code, &access_.text, &refresh_.text);
-  }
-  int setToken(const char* access, const char* refresh) {
-    return GetParam().setToken(session_.handle.get(), access, refresh);
-  }
-
-  // What comes of the exchange: tokens for the credential, and a status.
-  void exchangeGives(std::string access, std::string refresh, Status status = {}) {
-    EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _))
-        .WillOnce(
-            [access = std::move(access), refresh = std::move(refresh), status = std::move(status)](
-                const auto&, const auto&, OAuth2Credential& credential) {
-              credential.setTokens(access, refresh);
-              return status;
-            });
-  }
-
-  void expectCredential(const std::string& access, const std::string& refresh) const {
-    EXPECT_EQ(session_.credential->accessToken(), access);
-    EXPECT_EQ(session_.credential->refreshToken(), refresh);
-  }
-
-  UnitTests::FlowSession session_ = GetParam().open();
-  TextOut access_;
-  TextOut refresh_;
-  TestSupport::LogCapture log_;
-};
-
-class GetToken : public TokenFlow {};
+using GetToken = FlowTest;
 
 TEST_P(GetToken, ExchangesTheCodeWithTheScopeAloneForTokensOfTheClientsCredential) {
   EXPECT_CALL(*session_.oauth2,
@@ -73,40 +41,38 @@ TEST_P(GetToken, ExchangesTheCodeWithTheScopeAloneForTokensOfTheClientsCredentia
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_P(GetToken, TakesTheCodeAsGiven) {
+TEST_P(GetToken, SendsTheCodeUnchanged) {
   for (const char* code : {"", " ", "4/0Ab%2F&code=x", "\xC3\xA4\n"}) {
     SCOPED_TRACE(code);
-    access_.reset();
-    refresh_.reset();
+    resetTokens();
     EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(code, _, _))
         .WillOnce(Return(Status(1, "")));
     EXPECT_EQ(getToken(code), GetParam().exchangeFailure);
   }
 }
 
-TEST_P(GetToken, HandsOutTheAccessTokenAndLeavesTheSessionAuthorized) {
-  exchangeGives("new access", "new refresh");
+TEST_P(GetToken, ReturnsTheAccessTokenAndAuthorizesTheSession) {
+  exchangeWillReturn("new access", "new refresh");
 
   ASSERT_EQ(getToken(), 0);
   EXPECT_STREQ(access_.text, "new access");
   expectCredential("new access", "new refresh");
 }
 
-TEST_P(GetToken, FailsWithTheServicesCodeWhateverTheStatusIs) {
+TEST_P(GetToken, ReturnsTheServicesCodeWhateverTheStatusOfTheFailureIs) {
   for (const int status : {1, -1, 340, 401, 2147483647}) {
     SCOPED_TRACE(status);
-    access_.reset();
-    refresh_.reset();
+    resetTokens();
     log_.clear();
-    exchangeGives("access", "refresh", Status(status, "reason"));
+    exchangeWillReturn("access", "refresh", Status(status, "reason"));
     EXPECT_EQ(getToken(), GetParam().exchangeFailure);
     EXPECT_EQ(access_.text, nullptr);
     EXPECT_EQ(log_.records().size(), 1U);
   }
 }
 
-TEST_P(GetToken, ThatFailsLeavesTheCredentialAsTheExchangeDoes) {
-  exchangeGives("half", "done", Status(1, "reason"));
+TEST_P(GetToken, ThatFailsKeepsTheCredentialOfTheExchange) {
+  exchangeWillReturn("half", "done", Status(1, "reason"));
 
   EXPECT_EQ(getToken(), GetParam().exchangeFailure);
   expectCredential("half", "done");
@@ -120,8 +86,8 @@ TEST_P(GetToken, ClearsItsOutsBeforeTheExchange) {
   EXPECT_EQ(getToken(), GetParam().exchangeFailure);
 }
 
-TEST_P(GetToken, KeepsTheClientWhileTheSessionIsClosedAndNoLonger) {
-  session_.credential.reset();  // the test must not be the one who keeps it
+TEST_P(GetToken, DestroysTheClientOfAClosedSessionAfterTheCall) {
+  session_.credential.reset();  // or the test itself would keep it
   EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _))
       .WillOnce([this](const auto&, const auto&, OAuth2Credential& credential) {
         session_.handle.reset();
@@ -135,50 +101,45 @@ TEST_P(GetToken, KeepsTheClientWhileTheSessionIsClosedAndNoLonger) {
   EXPECT_TRUE(session_.client.expired());
 }
 
-TEST_P(GetToken, RefusesEachNullArgumentAndLeavesTheOutsAlone) {
-  const auto call = GetParam().getToken;
+TEST_P(GetToken, RefusesEachNullArgumentAndLeavesTheOutsUnchanged) {
+  const auto call = GetParam().authorization.getToken;
   session* handle = session_.handle.get();
   EXPECT_EQ(call(nullptr, "code", &access_.text, &refresh_.text), -1);
   EXPECT_EQ(call(handle, nullptr, &access_.text, &refresh_.text), -1);
   EXPECT_EQ(call(handle, "code", nullptr, &refresh_.text), -1);
   EXPECT_EQ(call(nullptr, nullptr, nullptr, nullptr), -1);
-  EXPECT_EQ(access_.text, TextOut::untouched());
-  EXPECT_EQ(refresh_.text, TextOut::untouched());
+  EXPECT_TRUE(access_.isUntouched());
+  EXPECT_TRUE(refresh_.isUntouched());
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_P(GetToken, ChecksAllArgumentsBeforeItLooksIntoTheSession) {
-  session* handle = UnitTests::unreadableSession();
-  EXPECT_EQ(GetParam().getToken(handle, nullptr, &access_.text, &refresh_.text), -1);
-  EXPECT_EQ(GetParam().getToken(handle, "code", nullptr, &refresh_.text), -1);
+TEST_P(GetToken, ChecksAllArgumentsBeforeTheSession) {
+  session* handle = unreadableSession();
+  EXPECT_EQ(GetParam().authorization.getToken(handle, nullptr, &access_.text, &refresh_.text), -1);
+  EXPECT_EQ(GetParam().authorization.getToken(handle, "code", nullptr, &refresh_.text), -1);
 }
 
-TEST_P(GetToken, RefusesASessionOfAnotherServiceAndLeavesTheOutsAlone) {
-  UnitTests::withSessionsOfOthersThan(GetParam().service, [this](session* other) {
-    log_.clear();
-    access_.reset();
-    EXPECT_EQ(GetParam().getToken(other, "code", &access_.text, &refresh_.text), -1);
-    EXPECT_EQ(access_.text, TextOut::untouched());
-    EXPECT_THAT(log_.records(), IsEmpty());
+TEST_P(GetToken, RefusesASessionOfAnotherServiceAndLeavesTheOutsUnchanged) {
+  expectRefusalOfSessionsOfOthersThan(GetParam().name, [this](session* other) {
+    return GetParam().authorization.getToken(other, "code", &access_.text, &refresh_.text);
   });
+  EXPECT_TRUE(access_.isUntouched());
+  EXPECT_TRUE(refresh_.isUntouched());
 }
 
-INSTANTIATE_TEST_SUITE_P(Drives, GetToken,
-                         testing::Values(kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow,
-                                         kDropboxFlow),
-                         FlowName());
+INSTANTIATE_TEST_SUITE_P(Drives, GetToken, UnitTests::kAllFlows, ServiceName());
 
-// All but Dropbox hand out refresh tokens, too.
-class GetRefreshToken : public TokenFlow {};
+// Not for Dropbox.
+using GetRefreshToken = FlowTest;
 
-TEST_P(GetRefreshToken, HandsItOutOnSuccess) {
-  exchangeGives("new access", "new refresh");
+TEST_P(GetRefreshToken, IsReturnedOnSuccess) {
+  exchangeWillReturn("new access", "new refresh");
 
   ASSERT_EQ(getToken(), 0);
   EXPECT_STREQ(refresh_.text, "new refresh");
 }
 
-TEST_P(GetRefreshToken, ClearsItBeforeTheExchangeAndLeavesItSoOnFailure) {
+TEST_P(GetRefreshToken, IsClearedBeforeTheExchangeAndStaysSoOnFailure) {
   EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _)).WillOnce([this] {
     EXPECT_EQ(refresh_.text, nullptr);
     session_.credential->setTokens("access", "refresh");
@@ -188,31 +149,24 @@ TEST_P(GetRefreshToken, ClearsItBeforeTheExchangeAndLeavesItSoOnFailure) {
   EXPECT_EQ(refresh_.text, nullptr);
 }
 
-TEST_P(GetRefreshToken, RefusesANullOutBeforeAnyTraffic) {
-  EXPECT_EQ(GetParam().getToken(session_.handle.get(), "code", &access_.text, nullptr), -1);
-  EXPECT_EQ(GetParam().getToken(UnitTests::unreadableSession(), "code", &access_.text, nullptr),
+TEST_P(GetRefreshToken, IsRefusedIfNullBeforeAnyRequest) {
+  EXPECT_EQ(
+      GetParam().authorization.getToken(session_.handle.get(), "code", &access_.text, nullptr), -1);
+  EXPECT_EQ(GetParam().authorization.getToken(unreadableSession(), "code", &access_.text, nullptr),
             -1);
-  EXPECT_EQ(access_.text, TextOut::untouched());
+  EXPECT_TRUE(access_.isUntouched());
   EXPECT_THAT(log_.records(), IsEmpty());
-}
-
-TEST_P(GetRefreshToken, IsLeftAloneForASessionOfAnotherService) {
-  UnitTests::withSessionsOfOthersThan(GetParam().service, [this](session* other) {
-    refresh_.reset();
-    EXPECT_EQ(GetParam().getToken(other, "code", &access_.text, &refresh_.text), -1);
-    EXPECT_EQ(refresh_.text, TextOut::untouched());
-  });
 }
 
 INSTANTIATE_TEST_SUITE_P(Drives, GetRefreshToken,
                          testing::Values(kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow),
-                         FlowName());
+                         ServiceName());
 
-// Amazon Drive and Google Drive insist on both tokens.
-class GetBothTokens : public TokenFlow {};
+// Amazon Drive and Google Drive require both tokens.
+using GetBothTokens = FlowTest;
 
-TEST_P(GetBothTokens, AnExchangeWithoutARefreshTokenFailsAndShowsItEmpty) {
-  exchangeGives("access", "");
+TEST_P(GetBothTokens, AnExchangeWithoutARefreshTokenFailsAndLogsItAsEmpty) {
+  exchangeWillReturn("access", "");
 
   EXPECT_EQ(getToken(), GetParam().exchangeFailure);
   EXPECT_EQ(access_.text, nullptr);
@@ -225,7 +179,7 @@ TEST_P(GetBothTokens, AnExchangeWithoutARefreshTokenFailsAndShowsItEmpty) {
 }
 
 TEST_P(GetBothTokens, AnExchangeWithoutAnAccessTokenFails) {
-  exchangeGives("", "refresh");
+  exchangeWillReturn("", "refresh");
 
   EXPECT_EQ(getToken(), GetParam().exchangeFailure);
   EXPECT_EQ(access_.text, nullptr);
@@ -237,11 +191,11 @@ TEST_P(GetBothTokens, AnExchangeWithoutAnAccessTokenFails) {
 }
 
 TEST_P(GetBothTokens, AnExchangeWithoutAnyTokenFails) {
-  exchangeGives("", "");
+  exchangeWillReturn("", "");
   EXPECT_EQ(getToken(), GetParam().exchangeFailure);
 }
 
-TEST_P(GetBothTokens, ARefreshTokenThatTheSessionHadBeforeWillDo) {
+TEST_P(GetBothTokens, ARefreshTokenThatTheSessionAlreadyHasSuffices) {
   session_.credential->setTokens("old access", "old refresh");
   EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _))
       .WillOnce([](const auto&, const auto&, OAuth2Credential& credential) {
@@ -254,8 +208,8 @@ TEST_P(GetBothTokens, ARefreshTokenThatTheSessionHadBeforeWillDo) {
   EXPECT_STREQ(refresh_.text, "old refresh");
 }
 
-TEST_P(GetBothTokens, AFailureIsReportedWithCodeStatusAndTokensInClear) {
-  exchangeGives("left access", "left refresh", Status(400, "invalid_grant: expired"));
+TEST_P(GetBothTokens, AFailureIsLoggedWithCodeStatusAndTokensInClear) {
+  exchangeWillReturn("left access", "left refresh", Status(400, "invalid_grant: expired"));
 
   EXPECT_EQ(getToken("4/code"), GetParam().exchangeFailure);
   EXPECT_THAT(log_.records(),
@@ -264,7 +218,7 @@ TEST_P(GetBothTokens, AFailureIsReportedWithCodeStatusAndTokensInClear) {
                                     "accessToken = left access, refreshToken = left refresh")));
 }
 
-TEST_P(GetBothTokens, AFailureIsReportedWithTheTokensOfBeforeIfTheyAreStillThere) {
+TEST_P(GetBothTokens, AFailureIsLoggedWithEarlierTokensThatAreStillPresent) {
   session_.credential->setTokens("old access", "old refresh");
   EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _))
       .WillOnce(Return(Status(2, "no connection")));
@@ -278,13 +232,13 @@ TEST_P(GetBothTokens, AFailureIsReportedWithTheTokensOfBeforeIfTheyAreStillThere
 }
 
 INSTANTIATE_TEST_SUITE_P(Drives, GetBothTokens, testing::Values(kAmazonDriveFlow, kGoogleDriveFlow),
-                         FlowName());
+                         ServiceName());
 
-// OneDrive and Dropbox believe the status.
-class GetTokenByStatus : public TokenFlow {};
+// For OneDrive and Dropbox the status alone decides.
+using GetTokenByStatus = FlowTest;
 
 TEST_P(GetTokenByStatus, AnExchangeWithoutARefreshTokenSucceeds) {
-  exchangeGives("access", "");
+  exchangeWillReturn("access", "");
 
   ASSERT_EQ(getToken(), 0);
   EXPECT_STREQ(access_.text, "access");
@@ -292,14 +246,14 @@ TEST_P(GetTokenByStatus, AnExchangeWithoutARefreshTokenSucceeds) {
 }
 
 TEST_P(GetTokenByStatus, AnExchangeWithoutAnAccessTokenSucceedsWithAnEmptyOne) {
-  exchangeGives("", "refresh");
+  exchangeWillReturn("", "refresh");
 
   ASSERT_EQ(getToken(), 0);
   EXPECT_STREQ(access_.text, "");
 }
 
-TEST_P(GetTokenByStatus, AFailureIsReportedWithCodeAndStatusAndWithoutTokens) {
-  exchangeGives("left access", "left refresh", Status(400, "invalid_grant: expired"));
+TEST_P(GetTokenByStatus, AFailureIsLoggedWithCodeAndStatusAndWithoutTokens) {
+  exchangeWillReturn("left access", "left refresh", Status(400, "invalid_grant: expired"));
 
   EXPECT_EQ(getToken("M.code"), 343);
   EXPECT_EQ(access_.text, nullptr);
@@ -309,20 +263,21 @@ TEST_P(GetTokenByStatus, AFailureIsReportedWithCodeAndStatusAndWithoutTokens) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Drives, GetTokenByStatus, testing::Values(kOneDriveFlow, kDropboxFlow),
-                         FlowName());
+                         ServiceName());
 
-TEST(OneDriveGetToken, AnExchangeWithoutARefreshTokenHandsOutAnEmptyOneAndNotNull) {
-  const auto session = UnitTests::openFlowSession<UnitTests::OneDrive>();
-  EXPECT_CALL(*session.oauth2, exchangeAuthorizationCode(_, _, _)).WillOnce(Return(Status()));
-  TextOut access;
-  TextOut refresh;
-  ASSERT_EQ(one_drive_get_token(session.handle.get(), "code", &access.text, &refresh.text), 0);
-  EXPECT_STREQ(refresh.text, "");
+using OneDriveGetToken = FlowTest;
+
+TEST_P(OneDriveGetToken, WithoutARefreshTokenReturnsAnEmptyOneAndNotNull) {
+  EXPECT_CALL(*session_.oauth2, exchangeAuthorizationCode(_, _, _)).WillOnce(Return(Status()));
+  ASSERT_EQ(getToken(), 0);
+  EXPECT_STREQ(refresh_.text, "");
 }
 
-class SetToken : public TokenFlow {};
+INSTANTIATE_TEST_SUITE_P(Drives, OneDriveGetToken, testing::Values(kOneDriveFlow), ServiceName());
 
-TEST_P(SetToken, AuthorizesTheSessionWithoutAskingTheService) {
+using SetToken = FlowTest;
+
+TEST_P(SetToken, AuthorizesTheSessionWithoutARequest) {
   EXPECT_EQ(setToken("stored access", "stored refresh"), 0);
   EXPECT_EQ(session_.credential->accessToken(), "stored access");
   EXPECT_THAT(log_.records(), IsEmpty());
@@ -344,33 +299,28 @@ TEST_P(SetToken, ChecksNoToken) {
 }
 
 TEST_P(SetToken, RefusesANullSession) {
-  EXPECT_EQ(GetParam().setToken(nullptr, "access", "refresh"), -1);
-  EXPECT_EQ(GetParam().setToken(nullptr, nullptr, nullptr), -1);
+  EXPECT_EQ(GetParam().authorization.setToken(nullptr, "access", "refresh"), -1);
+  EXPECT_EQ(GetParam().authorization.setToken(nullptr, nullptr, nullptr), -1);
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_P(SetToken, RefusesANullAccessTokenAndKeepsWhatItHas) {
+TEST_P(SetToken, RefusesANullAccessTokenAndKeepsTheCredential) {
   session_.credential->setTokens("old access", "old refresh");
   EXPECT_EQ(setToken(nullptr, "refresh"), -1);
-  EXPECT_EQ(GetParam().setToken(UnitTests::unreadableSession(), nullptr, "refresh"), -1);
+  EXPECT_EQ(GetParam().authorization.setToken(unreadableSession(), nullptr, "refresh"), -1);
   expectCredential("old access", "old refresh");
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
 TEST_P(SetToken, RefusesASessionOfAnotherService) {
-  UnitTests::withSessionsOfOthersThan(GetParam().service, [this](session* other) {
-    log_.clear();
-    EXPECT_EQ(GetParam().setToken(other, "access", "refresh"), -1);
-    EXPECT_THAT(log_.records(), IsEmpty());
+  expectRefusalOfSessionsOfOthersThan(GetParam().name, [](session* other) {
+    return GetParam().authorization.setToken(other, "access", "refresh");
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(Drives, SetToken,
-                         testing::Values(kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow,
-                                         kDropboxFlow),
-                         FlowName());
+INSTANTIATE_TEST_SUITE_P(Drives, SetToken, UnitTests::kAllFlows, ServiceName());
 
-class SetRefreshToken : public TokenFlow {};
+using SetRefreshToken = FlowTest;
 
 TEST_P(SetRefreshToken, ReplacesAnEarlierOne) {
   session_.credential->setTokens("old access", "old refresh");
@@ -384,66 +334,62 @@ TEST_P(SetRefreshToken, ReplacesItEvenByAnEmptyOne) {
   expectCredential("stored access", "");
 }
 
-TEST_P(SetRefreshToken, RefusesANullOneAndKeepsWhatTheSessionHas) {
+TEST_P(SetRefreshToken, RefusesANullOneAndKeepsTheCredential) {
   session_.credential->setTokens("old access", "old refresh");
   EXPECT_EQ(setToken("access", nullptr), -1);
-  EXPECT_EQ(GetParam().setToken(UnitTests::unreadableSession(), "access", nullptr), -1);
+  EXPECT_EQ(GetParam().authorization.setToken(unreadableSession(), "access", nullptr), -1);
   expectCredential("old access", "old refresh");
 }
 
 INSTANTIATE_TEST_SUITE_P(Drives, SetRefreshToken,
                          testing::Values(kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow),
-                         FlowName());
+                         ServiceName());
 
-TEST(DropboxSetToken, LeavesAnEarlierRefreshTokenInPlace) {
-  const auto session = UnitTests::openFlowSession<UnitTests::Dropbox>();
-  session.credential->setTokens("old access", "old refresh");
-  EXPECT_EQ(dropbox_set_token(session.handle.get(), "stored access"), 0);
-  EXPECT_EQ(session.credential->accessToken(), "stored access");
-  EXPECT_EQ(session.credential->refreshToken(), "old refresh");
+using DropboxSetToken = FlowTest;
+
+TEST_P(DropboxSetToken, KeepsAnEarlierRefreshToken) {
+  session_.credential->setTokens("old access", "old refresh");
+  EXPECT_EQ(setToken("stored access", nullptr), 0);
+  expectCredential("stored access", "old refresh");
 }
 
-// A layer of the host's own may have clients whose credential is of another kind, or none.
-class WithoutCredential : public testing::Test {
+INSTANTIATE_TEST_SUITE_P(Drives, DropboxSetToken, testing::Values(kDropboxFlow), ServiceName());
+
+// In a layer of a host's own the credential of a client may be of another class, or null.
+class WithoutCredential : public testing::TestWithParam<UnitTests::Flow> {
  protected:
   template <typename Client>
-  static std::shared_ptr<Client> makeClient() {
-    return std::make_shared<Client>(CloudStorage::Auth::OAuth2ClientSpec{},
-                                    CloudStorage::Client::ClientParts{},
-                                    CloudStorage::Client::ClientEnvironment{});
+  void addClient(const TestSupport::DriveOf<Client>& drive) {
+    handle_.*drive.member = std::make_shared<Client>(CloudStorage::Auth::OAuth2ClientSpec{},
+                                                     CloudStorage::Client::ClientParts{},
+                                                     CloudStorage::Client::ClientEnvironment{});
   }
 
   WithoutCredential() {
-    handle_.amazon_drive_client =
-        makeClient<CloudStorage::Client::AmazonDrive::AmazonDriveClient>();
-    handle_.google_drive_client =
-        makeClient<CloudStorage::Client::GoogleDrive::GoogleDriveClient>();
-    handle_.one_drive_client = makeClient<CloudStorage::Client::OneDrive::OneDriveClient>();
-    handle_.dropbox_client = makeClient<CloudStorage::Client::Dropbox::DropboxClient>();
+    addClient(TestSupport::kGoogleDrive);
+    addClient(TestSupport::kAmazonDrive);
+    addClient(TestSupport::kOneDrive);
+    addClient(TestSupport::kDropbox);
   }
 
   session handle_;
   TestSupport::LogCapture log_;
 };
 
-TEST_F(WithoutCredential, NoTokensCanBeSet) {
-  for (const Flow& flow : {kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow, kDropboxFlow}) {
-    SCOPED_TRACE(flow.service);
-    EXPECT_EQ(flow.setToken(&handle_, "access", "refresh"), -1);
-  }
+TEST_P(WithoutCredential, NoTokensCanBeSet) {
+  EXPECT_EQ(GetParam().authorization.setToken(&handle_, "access", "refresh"), -1);
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_F(WithoutCredential, AnExchangeFailsWithTheServicesCode) {
-  for (const Flow& flow : {kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow, kDropboxFlow}) {
-    SCOPED_TRACE(flow.service);
-    log_.clear();
-    TextOut access;
-    TextOut refresh;
-    EXPECT_EQ(flow.getToken(&handle_, "code", &access.text, &refresh.text), flow.exchangeFailure);
-    EXPECT_EQ(access.text, nullptr);
-    EXPECT_EQ(log_.records().size(), 1U);
-  }
+TEST_P(WithoutCredential, AnExchangeFailsWithTheServicesCode) {
+  TextOut access;
+  TextOut refresh;
+  EXPECT_EQ(GetParam().authorization.getToken(&handle_, "code", &access.text, &refresh.text),
+            GetParam().exchangeFailure);
+  EXPECT_EQ(access.text, nullptr);
+  EXPECT_EQ(log_.records().size(), 1U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Drives, WithoutCredential, UnitTests::kAllFlows, ServiceName());
 
 }  // namespace

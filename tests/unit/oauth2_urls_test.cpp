@@ -1,14 +1,12 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 
-#include "authorization_flows.h"
-#include "libvemlo.h"
-#include "libvemlo/constants.h"
-#include "operation_world.h"
-#include "support/log_capture.h"
+#include "authorization_flow_fixture.h"
 
+// The addresses of the services' web pages.
 namespace {
 
 using CloudStorage::Auth::OAuth2RequestOptions;
@@ -19,40 +17,29 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Return;
 using testing::StartsWith;
-using TestSupport::MockOneDriveClient;
+using TestSupport::ServiceName;
+using UnitTests::expectRefusalOfSessionsOfOthersThan;
 using UnitTests::Flow;
-using UnitTests::FlowName;
-using UnitTests::kAmazonDriveFlow;
-using UnitTests::kDropboxFlow;
-using UnitTests::kGoogleDriveFlow;
-using UnitTests::kOneDriveFlow;
-using UnitTests::TextOut;
+using UnitTests::unreadableSession;
 
-class GetAuthorizeUrl : public testing::TestWithParam<Flow> {
- protected:
-  int getUrl() { return GetParam().getAuthorizeUrl(session_.handle.get(), &url_.text); }
+using GetAuthorizeUrl = UnitTests::FlowTest;
 
-  UnitTests::FlowSession session_ = GetParam().open();
-  TextOut url_;
-  TestSupport::LogCapture log_;
-};
-
-TEST_P(GetAuthorizeUrl, HandsOutTheClientsAddressAsItIs) {
+TEST_P(GetAuthorizeUrl, ReturnsTheClientsAddressUnchanged) {
   for (const char* address : {"https://host.example/authorize?a=%20b", "", "\xC3\xA4 \n"}) {
     SCOPED_TRACE(address);
     url_.reset();
     EXPECT_CALL(*session_.oauth2, buildAuthorizeUrl(_)).WillOnce(Return(address));
-    ASSERT_EQ(getUrl(), 0);
+    ASSERT_EQ(getAuthorizeUrl(), 0);
     EXPECT_STREQ(url_.text, address);
   }
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_P(GetAuthorizeUrl, AsksForTheServicesScopeAndSetsNoState) {
+TEST_P(GetAuthorizeUrl, RequestsTheServicesScopeAndSetsNoState) {
   OAuth2RequestOptions options;
   EXPECT_CALL(*session_.oauth2, buildAuthorizeUrl(_))
       .WillOnce(testing::DoAll(testing::SaveArg<0>(&options), Return("")));
-  ASSERT_EQ(getUrl(), 0);
+  ASSERT_EQ(getAuthorizeUrl(), 0);
   EXPECT_EQ(options.state, "");
   EXPECT_EQ(options.scope, GetParam().scope);
   EXPECT_EQ(options.maxAge, 0);
@@ -63,107 +50,102 @@ TEST_P(GetAuthorizeUrl, ClearsTheOutFirst) {
     EXPECT_EQ(url_.text, nullptr);
     return "";
   });
-  EXPECT_EQ(getUrl(), 0);
+  EXPECT_EQ(getAuthorizeUrl(), 0);
 }
 
-TEST_P(GetAuthorizeUrl, LeavesTheTokensAlone) {
+TEST_P(GetAuthorizeUrl, LeavesTheTokensUnchanged) {
   session_.credential->setTokens("access", "refresh");
   EXPECT_CALL(*session_.oauth2, buildAuthorizeUrl(_)).WillOnce(Return(""));
-  EXPECT_EQ(getUrl(), 0);
-  EXPECT_EQ(session_.credential->accessToken(), "access");
-  EXPECT_EQ(session_.credential->refreshToken(), "refresh");
+  EXPECT_EQ(getAuthorizeUrl(), 0);
+  expectCredential("access", "refresh");
 }
 
-TEST_P(GetAuthorizeUrl, KeepsTheClientWhileTheSessionIsClosedAndNoLonger) {
+TEST_P(GetAuthorizeUrl, DestroysTheClientOfAClosedSessionAfterTheCall) {
   EXPECT_CALL(*session_.oauth2, buildAuthorizeUrl(_)).WillOnce([this] {
     session_.handle.reset();
     EXPECT_FALSE(session_.client.expired());
     return "address";
   });
-  ASSERT_EQ(getUrl(), 0);
+  ASSERT_EQ(getAuthorizeUrl(), 0);
   EXPECT_STREQ(url_.text, "address");
   EXPECT_TRUE(session_.client.expired());
 }
 
-TEST_P(GetAuthorizeUrl, RefusesEachNullArgumentAndLeavesTheOutAlone) {
-  EXPECT_EQ(GetParam().getAuthorizeUrl(nullptr, &url_.text), -1);
-  EXPECT_EQ(GetParam().getAuthorizeUrl(session_.handle.get(), nullptr), -1);
-  EXPECT_EQ(GetParam().getAuthorizeUrl(UnitTests::unreadableSession(), nullptr), -1);
-  EXPECT_EQ(GetParam().getAuthorizeUrl(nullptr, nullptr), -1);
-  EXPECT_EQ(url_.text, TextOut::untouched());
+TEST_P(GetAuthorizeUrl, RefusesEachNullArgumentAndLeavesTheOutUnchanged) {
+  EXPECT_EQ(GetParam().authorization.getAuthorizeUrl(nullptr, &url_.text), -1);
+  EXPECT_EQ(GetParam().authorization.getAuthorizeUrl(session_.handle.get(), nullptr), -1);
+  EXPECT_EQ(GetParam().authorization.getAuthorizeUrl(unreadableSession(), nullptr), -1);
+  EXPECT_EQ(GetParam().authorization.getAuthorizeUrl(nullptr, nullptr), -1);
+  EXPECT_TRUE(url_.isUntouched());
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_P(GetAuthorizeUrl, RefusesASessionOfAnotherServiceAndLeavesTheOutAlone) {
-  UnitTests::withSessionsOfOthersThan(GetParam().service, [this](session* other) {
-    log_.clear();
-    url_.reset();
-    EXPECT_EQ(GetParam().getAuthorizeUrl(other, &url_.text), -1);
-    EXPECT_EQ(url_.text, TextOut::untouched());
-    EXPECT_THAT(log_.records(), IsEmpty());
+TEST_P(GetAuthorizeUrl, RefusesASessionOfAnotherServiceAndLeavesTheOutUnchanged) {
+  expectRefusalOfSessionsOfOthersThan(GetParam().name, [this](session* other) {
+    return GetParam().authorization.getAuthorizeUrl(other, &url_.text);
   });
+  EXPECT_TRUE(url_.isUntouched());
 }
 
-INSTANTIATE_TEST_SUITE_P(Drives, GetAuthorizeUrl,
-                         testing::Values(kAmazonDriveFlow, kGoogleDriveFlow, kOneDriveFlow,
-                                         kDropboxFlow),
-                         FlowName());
+// With the client of the bundled layer, as in a host.
+TEST_P(GetAuthorizeUrl, LeadsToTheServicesConsentPage) {
+  session_.handle.reset(GetParam().open(nullptr));
+  ASSERT_EQ(getAuthorizeUrl(), 0);
+  const auto& application = GetParam().application;
+  EXPECT_THAT(url_.text, StartsWith(application.authorizationEndpoint + std::string("?")));
+  EXPECT_THAT(url_.text, HasSubstr(std::string("client_id=") + application.clientId));
+}
 
-// All six options of the one request for an address.
-void expectOptions(const Flow& flow, const std::string& scope, const std::string& accessType,
-                   const std::string& approvalPrompt, const std::string& force) {
-  const auto session = flow.open();
-  EXPECT_CALL(*session.oauth2,
-              buildAuthorizeUrl(FieldsAre("", scope, 0, accessType, approvalPrompt, force)))
+INSTANTIATE_TEST_SUITE_P(Drives, GetAuthorizeUrl, UnitTests::kAllFlows, ServiceName());
+
+/// The options that not all drives set.
+struct OwnOptions {
+  Flow flow;
+  std::string accessType;
+  std::string approvalPrompt;
+  std::string forceReapprove;
+};
+
+void PrintTo(const OwnOptions& options, std::ostream* out) { *out << options.flow; }
+
+class GetAuthorizeUrlOptions : public testing::TestWithParam<OwnOptions> {};
+
+TEST_P(GetAuthorizeUrlOptions, AreScopeAndThoseOfTheServiceOnly) {
+  const auto& [flow, accessType, approvalPrompt, forceReapprove] = GetParam();
+  const auto session = flow.openSession();
+  EXPECT_CALL(*session.oauth2, buildAuthorizeUrl(FieldsAre("", flow.scope, 0, accessType,
+                                                           approvalPrompt, forceReapprove)))
       .WillOnce(Return(""));
-  TextOut url;
-  EXPECT_EQ(flow.getAuthorizeUrl(session.handle.get(), &url.text), 0);
+  TestSupport::TextOut url;
+  EXPECT_EQ(flow.authorization.getAuthorizeUrl(session.handle.get(), &url.text), 0);
 }
 
-TEST(AmazonDriveGetAuthorizeUrl, AsksForNothingButTheScope) {
-  expectOptions(kAmazonDriveFlow, kAmazonDriveFlow.scope, "", "", "");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Drives, GetAuthorizeUrlOptions,
+    testing::Values(OwnOptions{UnitTests::kAmazonDriveFlow, "", "", ""},
+                    OwnOptions{UnitTests::kGoogleDriveFlow, "offline", "force", ""},
+                    OwnOptions{UnitTests::kOneDriveFlow, "", "", ""},
+                    OwnOptions{UnitTests::kDropboxFlow, "", "", "true"}),
+    [](const auto& instance) { return std::string(instance.param.flow.name); });
 
-TEST(GoogleDriveGetAuthorizeUrl, AsksForOfflineAccessWithAForcedApprovalPrompt) {
-  expectOptions(kGoogleDriveFlow, kGoogleDriveFlow.scope, "offline", "force", "");
-}
+using MockOneDriveClient =
+    TestSupport::MockOAuth2Client<CloudStorage::Client::OneDrive::OneDriveClient>;
 
-TEST(OneDriveGetAuthorizeUrl, AsksForNothingButTheScope) {
-  expectOptions(kOneDriveFlow, kOneDriveFlow.scope, "", "", "");
-}
-
-TEST(DropboxGetAuthorizeUrl, PassesAnEmptyScopeAndTheForceFlag) {
-  expectOptions(kDropboxFlow, "", "", "", "true");
-}
-
-// With the layer's own clients, as a host gets them.
-void expectAddress(session* opened, int (*getUrl)(session*, char**), const std::string& page,
-                   const std::string& clientId) {
-  const UnitTests::OwnedSession handle(opened);
-  TextOut url;
-  ASSERT_EQ(getUrl(handle.get(), &url.text), 0);
-  EXPECT_THAT(url.text, StartsWith(page + "?"));
-  EXPECT_THAT(url.text, HasSubstr("client_id=" + clientId));
-}
-
-TEST(AuthorizeUrls, LeadToTheServicesConsentPages) {
-  expectAddress(libvemlo_amazon_drive_init(nullptr), amazon_drive_get_authorize_url,
-                libvemlo::kAmazonDriveAuthorizationEndpoint, libvemlo::kAmazonDriveClientId);
-  expectAddress(libvemlo_google_drive_init(nullptr), google_drive_get_authorize_url,
-                libvemlo::kGoogleDriveAuthorizationEndpoint, libvemlo::kGoogleDriveClientId);
-  expectAddress(libvemlo_one_drive_init(nullptr), one_drive_get_authorize_url,
-                libvemlo::kOneDriveAuthorizationEndpoint, libvemlo::kOneDriveClientId);
-  expectAddress(libvemlo_dropbox_init(nullptr), dropbox_get_authorize_url,
-                libvemlo::kDropboxAuthorizationEndpoint, libvemlo::kDropboxClientId);
-}
-
-class OneDriveGetLogoutUrl : public UnitTests::DriveTest<UnitTests::OneDrive> {
+class OneDriveGetLogoutUrl : public testing::Test {
  protected:
-  TextOut url_;
+  void useRedirectUri(const std::string& uri) {
+    handle_.one_drive_client = std::make_shared<testing::StrictMock<MockOneDriveClient>>(uri);
+  }
+  int getLogoutUrl() { return one_drive_get_logout_url(&handle_, &url_.text); }
+
+  session handle_;
+  TestSupport::TextOut url_;
+  TestSupport::LogCapture log_;
 };
 
 TEST_F(OneDriveGetLogoutUrl, HasOneParameterTheEncodedRedirectPageOfTheClient) {
-  ASSERT_EQ(one_drive_get_logout_url(handle_.get(), &url_.text), 0);
+  useRedirectUri("https://redirect.example/redirect.php");
+  ASSERT_EQ(getLogoutUrl(), 0);
   EXPECT_EQ(url_.text, libvemlo::kOneDriveLogoutEndpoint +
                            std::string("?post_logout_redirect_uri="
                                        "https%3A%2F%2Fredirect.example%2Fredirect.php"));
@@ -175,30 +157,25 @@ TEST_F(OneDriveGetLogoutUrl, LeadsToTheServicesSignOutPage) {
   EXPECT_THAT(libvemlo::kOneDriveLogoutEndpoint, EndsWith("/common/oauth2/v2.0/logout"));
 }
 
-TEST_F(OneDriveGetLogoutUrl, EncodesWhatWouldBeginAnotherParameter) {
-  handle_->one_drive_client = std::make_shared<testing::StrictMock<MockOneDriveClient>>(
-      "https://redirect.example/?a=b&c=d+e#f g");
-  ASSERT_EQ(one_drive_get_logout_url(handle_.get(), &url_.text), 0);
+TEST_F(OneDriveGetLogoutUrl, EncodesTheSeparatorsOfParameters) {
+  useRedirectUri("https://redirect.example/?a=b&c=d+e#f g");
+  ASSERT_EQ(getLogoutUrl(), 0);
   EXPECT_THAT(url_.text, EndsWith("?post_logout_redirect_uri="
                                   "https%3A%2F%2Fredirect.example%2F%3Fa%3Db%26c%3Dd%2Be%23f%20g"));
 }
 
-TEST_F(OneDriveGetLogoutUrl, RefusesEachNullArgumentAndLeavesTheOutAlone) {
+TEST_F(OneDriveGetLogoutUrl, RefusesEachNullArgumentAndLeavesTheOutUnchanged) {
   EXPECT_EQ(one_drive_get_logout_url(nullptr, &url_.text), -1);
-  EXPECT_EQ(one_drive_get_logout_url(handle_.get(), nullptr), -1);
-  EXPECT_EQ(one_drive_get_logout_url(UnitTests::unreadableSession(), nullptr), -1);
-  EXPECT_EQ(url_.text, TextOut::untouched());
+  EXPECT_EQ(one_drive_get_logout_url(&handle_, nullptr), -1);
+  EXPECT_EQ(one_drive_get_logout_url(unreadableSession(), nullptr), -1);
+  EXPECT_TRUE(url_.isUntouched());
   EXPECT_THAT(log_.records(), IsEmpty());
 }
 
-TEST_F(OneDriveGetLogoutUrl, RefusesASessionOfAnotherServiceAndLeavesTheOutAlone) {
-  UnitTests::withSessionsOfOthersThan("OneDrive", [this](session* other) {
-    log_.clear();
-    url_.reset();
-    EXPECT_EQ(one_drive_get_logout_url(other, &url_.text), -1);
-    EXPECT_EQ(url_.text, TextOut::untouched());
-    EXPECT_THAT(log_.records(), IsEmpty());
-  });
+TEST_F(OneDriveGetLogoutUrl, RefusesASessionOfAnotherServiceAndLeavesTheOutUnchanged) {
+  expectRefusalOfSessionsOfOthersThan(
+      "OneDrive", [this](session* other) { return one_drive_get_logout_url(other, &url_.text); });
+  EXPECT_TRUE(url_.isUntouched());
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ TEST(WSError, IsWrittenWithoutItsHeaders) {
             "{ Error type: 10, Exception: E, Message: M, HttpResponseCode: 307, Retryable: 0 }");
 }
 
-TEST(WSError, HasItsFieldsInTheAgreedOrder) {
+TEST(WSError, HasItsFieldsInTheDocumentedOrder) {
   static_assert(std::is_same_v<std::underlying_type_t<CoreErrors>, std::uint32_t>);
   static_assert(std::is_same_v<decltype(Error::retryable), bool>);
   static_assert(std::is_same_v<decltype(Error::httpResponseCode), int>);
@@ -83,7 +83,7 @@ TEST(Outcome, OfAnErrorIsAFailure) {
   EXPECT_EQ(outcome.getError().httpResponseCode, 404);
 }
 
-TEST(Outcome, HandsItsResultOverWhenItIsGivenUp) {
+TEST(Outcome, MovesItsResultIfItIsAnRvalue) {
   Outcome<std::unique_ptr<int>, Error> outcome(std::make_unique<int>(7));
   const std::unique_ptr<int> result = std::move(outcome).getResult();
   EXPECT_EQ(*result, 7);

@@ -28,7 +28,7 @@ directory* makeDirectories(int count) {
   return entries;
 }
 
-TEST(Records, AreLaidOutAsHostsKnowThem) {
+TEST(Records, HaveTheDocumentedLayout) {
   static_assert(std::is_same_v<decltype(directory::name), char*>);
   static_assert(std::is_same_v<decltype(directory::id), char*>);
   static_assert(offsetof(directory, name) < offsetof(directory, id));

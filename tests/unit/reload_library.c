@@ -1,8 +1,8 @@
 /*
- * A host that unloads the library and loads it again. Its argument is the library's file.
+ * A host that unloads the library and loads it again. The argument is the file of the library.
  *
  * The library keeps itself in memory, since the logger underneath cannot be started twice in one
- * process; this shows that a host may behave as if it did not.
+ * process; this shows that a host may unload and load it nevertheless.
  */
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -46,7 +46,7 @@ static int look_up_all(void *library, struct functions *f) {
          LOOK_UP(library, "s3_get_location_contraint_name_mappings", f->locations);
 }
 
-/* Takes a port at which nobody listens, for as long as the returned socket is open. */
+/* Binds a port without a listener, for as long as the returned socket is open. */
 static int take_silent_port(char *endpoint, size_t size) {
   struct sockaddr_in address;
   socklen_t length = sizeof(address);

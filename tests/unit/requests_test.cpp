@@ -42,7 +42,7 @@ class PlainRequest : public WSRequest {
   HeaderValueCollection getHeaders() const override { return {}; }
 };
 
-/// A request with the text and the specific headers that a test gives it.
+/// A request with given specific headers.
 template <typename Base>
 class With : public Base {
  public:
@@ -77,7 +77,7 @@ std::string readAll(std::iostream& stream) {
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-// Where a virtual function stands in the table: the form of a member pointer is the platform's.
+// The slot of a virtual function in the table, read from the platform's form of a member pointer.
 template <typename Member>
 std::ptrdiff_t slotOf(Member member) {
   std::array<std::ptrdiff_t, 2> words{};
@@ -86,7 +86,7 @@ std::ptrdiff_t slotOf(Member member) {
   return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
 
-TEST(WSRequest, HasItsVirtualFunctionsInTheAgreedOrder) {
+TEST(WSRequest, HasItsVirtualFunctionsInTheDocumentedOrder) {
   static_assert(std::has_virtual_destructor_v<WSRequest>);
   EXPECT_EQ(slotOf(&WSRequest::getBody), 2);  // the destructor has two entries
   EXPECT_EQ(slotOf(&WSRequest::getHeaders), 3);
@@ -97,13 +97,13 @@ TEST(WSRequest, HasItsVirtualFunctionsInTheAgreedOrder) {
   EXPECT_EQ(slotOf(&SerializableWSRequest::serializePayload), 8);
 }
 
-TEST(RetryStrategyInterface, HasItsVirtualFunctionsInTheAgreedOrder) {
+TEST(RetryStrategyInterface, HasItsVirtualFunctionsInTheDocumentedOrder) {
   static_assert(std::has_virtual_destructor_v<Client::RetryStrategy>);
   EXPECT_EQ(slotOf(&Client::RetryStrategy::shouldRetry), 2);
   EXPECT_EQ(slotOf(&Client::RetryStrategy::getDelayBeforeNextRetry), 3);
 }
 
-TEST(WSRequest, LeavesBodyAndHeadersToItsSubclasses) {
+TEST(WSRequest, RequiresBodyAndHeadersOfItsSubclasses) {
   static_assert(std::is_abstract_v<WSRequest>);
   static_assert(std::is_abstract_v<SerializableWSRequest>);
   static_assert(std::is_base_of_v<WSRequest, SerializableWSRequest>);
@@ -136,7 +136,7 @@ TEST(SerializableWSRequest, HasItsWholePayloadAsItsBody) {
   EXPECT_EQ(readAll(*body), payload);
 }
 
-TEST(SerializableWSRequest, MakesANewBodyEachTime) {
+TEST(SerializableWSRequest, ConstructsANewBodyEachTime) {
   const Serializable request("payload");
   const auto first = request.getBody();
   EXPECT_EQ(readAll(*first), "payload");
@@ -228,14 +228,14 @@ TEST(AmazonDriveRequests, WithoutABodyAreSentWithoutOne) {
   EXPECT_EQ(ListFileResourceRequest().getBody(), nullptr);
 }
 
-// Where each member lies, for hosts whose own layer reads them.
+// The layout matters to hosts whose own layer reads the members.
 template <typename... Members>
 void expectInThisOrder(const Members&... members) {
   const std::array<const void*, sizeof...(members)> addresses{&members...};
   EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end(), std::less<>()));
 }
 
-TEST(Field, IsAbsentUntilItIsGivenAValueOrMarked) {
+TEST(Field, IsAbsentUntilItIsAssignedOrMarked) {
   CloudStorage::Util::Field<std::string> field;
   EXPECT_FALSE(field.isPresent());
   field = "";

@@ -31,17 +31,17 @@ class MockCredential : public OAuth2Credential {
   MOCK_METHOD(Status, refreshAccessToken, (), (override));
 };
 
-enum class Answer { Never, Always, IfLocated, IfCalledRetryable };
+enum class Condition { Never, Always, IfLocated, IfCalledRetryable };
 
-/// One service's policy, a column a question.
+/// The policy of one service. The conditions are those of a retry.
 struct Policy {
   const char* name;
   std::unique_ptr<RetryStrategy> (*make)(std::shared_ptr<OAuth2Credential>);
   bool refreshesOn401;
   bool givesUpOnType1;
-  Answer type259;
-  Answer code500AndAbove;
-  Answer code300To308;
+  Condition type259;
+  Condition code500AndAbove;
+  Condition code300To308;
 };
 
 void PrintTo(const Policy& policy, std::ostream* out) { *out << policy.name; }
@@ -51,16 +51,16 @@ std::unique_ptr<RetryStrategy> make(std::shared_ptr<OAuth2Credential> credential
   return std::make_unique<Strategy>(std::move(credential));
 }
 
-constexpr auto kNever = Answer::Never;
+constexpr auto kNever = Condition::Never;
 
 const Policy kPolicies[] = {
-    {"S3", make<S3RetryStrategy>, false, false, kNever, Answer::Always, Answer::IfLocated},
-    {"AzureSSB", make<AzureSSBRetryStrategy>, false, true, kNever, Answer::Always,
-     Answer::IfLocated},
-    {"GoogleDrive", make<GoogleDriveRetryStrategy>, true, false, Answer::IfCalledRetryable, kNever,
-     kNever},
-    {"AmazonDrive", make<AmazonDriveRetryStrategy>, true, false, Answer::IfCalledRetryable, kNever,
-     kNever},
+    {"S3", make<S3RetryStrategy>, false, false, kNever, Condition::Always, Condition::IfLocated},
+    {"AzureSSB", make<AzureSSBRetryStrategy>, false, true, kNever, Condition::Always,
+     Condition::IfLocated},
+    {"GoogleDrive", make<GoogleDriveRetryStrategy>, true, false, Condition::IfCalledRetryable,
+     kNever, kNever},
+    {"AmazonDrive", make<AmazonDriveRetryStrategy>, true, false, Condition::IfCalledRetryable,
+     kNever, kNever},
     {"OneDrive", make<OneDriveRetryStrategy>, true, false, kNever, kNever, kNever},
     {"Dropbox", make<DropboxRetryStrategy>, true, false, kNever, kNever, kNever},
 };
@@ -88,15 +88,15 @@ struct Expectation {
   bool refreshes = false;
 };
 
-bool holds(Answer answer, const Situation& situation) {
-  switch (answer) {
-    case Answer::Never:
+bool holds(Condition condition, const Situation& situation) {
+  switch (condition) {
+    case Condition::Never:
       return false;
-    case Answer::Always:
+    case Condition::Always:
       return true;
-    case Answer::IfLocated:
+    case Condition::IfLocated:
       return situation.locationHeader == "location";
-    case Answer::IfCalledRetryable:
+    case Condition::IfCalledRetryable:
       return situation.retryable;
   }
   return false;
@@ -213,7 +213,7 @@ TEST_P(AnyRetryStrategy, NeverRetriesAFourthTime) {
   }
 }
 
-TEST_P(AnyRetryStrategy, OnlyLetsGoOfTheCredentialWhenItEnds) {
+TEST_P(AnyRetryStrategy, KeepsTheCredentialUntilItIsDestroyed) {
   const auto credential = std::make_shared<testing::StrictMock<MockCredential>>();
   auto strategy = GetParam().make(credential);
   EXPECT_EQ(credential.use_count(), 2);
@@ -221,7 +221,7 @@ TEST_P(AnyRetryStrategy, OnlyLetsGoOfTheCredentialWhenItEnds) {
   EXPECT_EQ(credential.use_count(), 1);
 }
 
-TEST_P(AnyRetryStrategy, IsSafeToAskFromSeveralThreads) {
+TEST_P(AnyRetryStrategy, IsSafeToCallOnSeveralThreads) {
   std::atomic<int> refreshes{0};
   const auto credential = std::make_shared<MockCredential>();
   EXPECT_CALL(*credential, refreshAccessToken()).WillRepeatedly([&refreshes] {
@@ -243,7 +243,7 @@ TEST_P(AnyRetryStrategy, IsSafeToAskFromSeveralThreads) {
     });
   }
   for (auto& thread : threads) thread.join();
-  // Every 401 asks; it is for the credential to make one request of many.
+  // Every 401 refreshes; the credential combines concurrent requests.
   const int all = GetParam().refreshesOn401 ? kThreads * kCalls : 0;
   EXPECT_EQ(refreshes, all);
   EXPECT_EQ(granted, all);
@@ -257,20 +257,20 @@ bool retries(const RetryStrategy& strategy, int code, const std::string& header,
   return strategy.shouldRetry(errorOf({code, header, type, retryable, 0, Credential::None}), 0);
 }
 
-TEST(S3RetryStrategy, FollowsARedirectThatSaysWhereTo) {
+TEST(S3RetryStrategy, RetriesARedirectWithALocation) {
   const S3RetryStrategy strategy(nullptr);
   EXPECT_TRUE(retries(strategy, 301, "location", 10, false));
   EXPECT_FALSE(retries(strategy, 301, "", 10, false));
   EXPECT_FALSE(retries(strategy, 309, "location", 10, false));
 }
 
-TEST(S3RetryStrategy, RetriesWhatTheServiceIsToBlameForWhateverTheErrorSaysOfItself) {
+TEST(S3RetryStrategy, RetriesServerErrorsWhateverTheirRetryableFlag) {
   const S3RetryStrategy strategy(nullptr);
   EXPECT_TRUE(retries(strategy, 500, "", 1, false));
   EXPECT_FALSE(retries(strategy, 404, "", 18, true));
 }
 
-TEST(AzureSSBRetryStrategy, GivesUpOnAFailureOfItsOwnSideEvenWithA503) {
+TEST(AzureSSBRetryStrategy, DoesNotRetryALocalFailureEvenWithA503) {
   const AzureSSBRetryStrategy strategy(nullptr);
   EXPECT_FALSE(retries(strategy, 503, "", 1, true));
   EXPECT_TRUE(retries(strategy, 503, "", 2, false));

@@ -19,7 +19,7 @@ struct Row {
 struct Flavour {
   const char* name;
   Getter getter;
-  std::vector<Row> rows;  // without the one that ends the table
+  std::vector<Row> rows;  // without the end mark
 };
 
 void PrintTo(const Flavour& flavour, std::ostream* out) { *out << flavour.name; }
@@ -42,7 +42,7 @@ TEST_P(S3Locations, AreThoseOfTheFlavourInOrder) {
 
 TEST_P(S3Locations, AreAlwaysTheSameTable) { EXPECT_EQ(GetParam().getter(), GetParam().getter()); }
 
-TEST_P(S3Locations, StandInWritableMemory) {
+TEST_P(S3Locations, AreInWritableMemory) {
   auto& record = *GetParam().getter();
   const auto original = record;
   record = {4711, "somewhere"};
@@ -109,7 +109,7 @@ TEST(S3LocationTables, TheGlobalOneHasFourteenNamedRegionsAndNoneOfChina) {
 TEST(S3LocationTables, TheCustomizedOneHasOneRecordWithoutANameBeforeItsEnd) {
   const auto* table = customized_get_location_contraint_name_mappings();
   EXPECT_EQ(table[0].location_contraint, 16);
-  EXPECT_EQ(table[0].name, nullptr);  // so a walk that ends at a null name finds nothing
+  EXPECT_EQ(table[0].name, nullptr);  // a search that ends at a null name finds nothing
   EXPECT_EQ(table[1].location_contraint, kEndOfTable);
 }
 

@@ -1,60 +1,63 @@
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "crypto_recorder.h"
-#include "services.h"
 #include "support/log_capture.h"
 #include "support/mock_s3_client.h"
+#include "support/services.h"
 
 namespace {
 
 namespace Client = CloudStorage::Client;
 using testing::ElementsAre;
-using UnitTests::allServices;
+using TestSupport::allServices;
+using TestSupport::Service;
 using UnitTests::CryptoRecorder;
-using UnitTests::Service;
 
 using Events = std::vector<std::string>;
 
-/// A client whose end is noted.
+/// A client that reports its destruction.
 template <typename Base>
-class Mortal : public Base {
+class Observed : public Base {
  public:
   template <typename... Arguments>
-  explicit Mortal(std::function<void()> onEnd, Arguments&&... arguments)
-      : Base(std::forward<Arguments>(arguments)...), onEnd_(std::move(onEnd)) {}
-  ~Mortal() override { onEnd_(); }
+  explicit Observed(std::function<void()> onDestruction, Arguments&&... arguments)
+      : Base(std::forward<Arguments>(arguments)...), onDestruction_(std::move(onDestruction)) {}
+  ~Observed() override { onDestruction_(); }
 
  private:
-  std::function<void()> onEnd_;
+  std::function<void()> onDestruction_;
 };
 
 template <typename DriveClient>
-std::shared_ptr<DriveClient> makeDriveClient(const std::function<void()>& onEnd) {
-  return std::make_shared<Mortal<DriveClient>>(onEnd, CloudStorage::Auth::OAuth2ClientSpec{},
-                                               Client::ClientParts{}, Client::ClientEnvironment{});
+std::shared_ptr<DriveClient> makeDriveClient(const std::function<void()>& onDestruction) {
+  return std::make_shared<Observed<DriveClient>>(
+      onDestruction, CloudStorage::Auth::OAuth2ClientSpec{}, Client::ClientParts{},
+      Client::ClientEnvironment{});
 }
 
 std::shared_ptr<Client::AzureSSB::AzureSSBClient> makeAzureClient(
-    const std::function<void()>& onEnd) {
-  return std::make_shared<Mortal<Client::AzureSSB::AzureSSBClient>>(
-      onEnd, "account", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    const std::function<void()>& onDestruction) {
+  return std::make_shared<Observed<Client::AzureSSB::AzureSSBClient>>(
+      onDestruction, "account", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
       CloudStorage::Config::ProxySetting{}, Client::AzureSSB::Region::Global);
 }
 
-// A record in which every member is set, which no service does, so that the order shows.
+// A record in which every member is set, as in no real session, to show the order.
 session* makeFullSession(Events& events) {
   const auto note = [&events](const char* what) {
     return [&events, what] { events.emplace_back(what); };
   };
   auto* handle = new session;
-  handle->s3_client = new Mortal<TestSupport::MockS3Client>(note("s3"));
+  handle->s3_client = new Observed<TestSupport::MockS3Client>(note("s3"));
   handle->google_drive_client =
       makeDriveClient<Client::GoogleDrive::GoogleDriveClient>(note("google_drive"));
   handle->amazon_drive_client =
@@ -75,7 +78,7 @@ TEST_P(Cleanup, DoesNothingWithANullSession) {
   EXPECT_TRUE(log.records().empty());
 }
 
-TEST_P(Cleanup, EndsTheS3ClientThenTheInitializerThenTheOthersInReverse) {
+TEST_P(Cleanup, DestroysTheS3ClientThenTheInitializerThenTheOthersInReverse) {
   Events events;
   CryptoRecorder crypto;
   crypto.onInitializerDestroyed = [&events] { events.emplace_back("openssl_initializer"); };
@@ -84,7 +87,7 @@ TEST_P(Cleanup, EndsTheS3ClientThenTheInitializerThenTheOthersInReverse) {
                                   "amazon_drive", "google_drive"));
 }
 
-TEST_P(Cleanup, LeavesSharedClientsThatSomebodyStillUses) {
+TEST_P(Cleanup, KeepsSharedClientsThatAreStillInUse) {
   Events events;
   auto* handle = makeFullSession(events);
   auto google = handle->google_drive_client;
@@ -95,7 +98,7 @@ TEST_P(Cleanup, LeavesSharedClientsThatSomebodyStillUses) {
 
   GetParam().cleanup(handle);
   EXPECT_THAT(events, ElementsAre("s3"));
-  EXPECT_EQ(google->clientSpec().clientId, "");  // still alive: reading it is no error
+  EXPECT_EQ(google->clientSpec().clientId, "");  // not destroyed: the read is valid
   EXPECT_EQ(azure->accountName(), "account");
 
   google.reset();
@@ -108,10 +111,10 @@ TEST_P(Cleanup, LeavesSharedClientsThatSomebodyStillUses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Functions, Cleanup, testing::ValuesIn(allServices()),
-                         UnitTests::ServiceName());
+                         TestSupport::ServiceName());
 
-// Every kind of session through every cleanup function. That nothing is left over is what the
-// leak check at the end of the process says; here it is asked of what can be asked.
+// Every session through every cleanup function. The leak check of the process covers what the
+// expectations here do not.
 class AnyCleanup : public testing::TestWithParam<std::tuple<Service, Service>> {};
 
 TEST_P(AnyCleanup, ReleasesTheSessionCompletely) {
@@ -124,7 +127,7 @@ TEST_P(AnyCleanup, ReleasesTheSessionCompletely) {
   const std::weak_ptr<Client::RetryStrategy> strategy = parts.retryStrategy;
 
   closer.cleanup(handle);
-  EXPECT_TRUE(credential.expired());  // so the client is gone, too
+  EXPECT_TRUE(credential.expired());  // and so is the client
   EXPECT_TRUE(strategy.expired());
   EXPECT_EQ(crypto.initializersDestroyed, 1);
 }
@@ -140,13 +143,32 @@ INSTANTIATE_TEST_SUITE_P(Pairs, AnyCleanup,
 TEST(Sessions, AreIndependentOfEachOther) {
   std::vector<session*> handles;
   for (const auto& service : allServices()) handles.push_back(service.open(nullptr));
-  // The first half goes; the rest is as it was.
+  // Closing the first half does not change the others.
   for (std::size_t i = 0; i < 3; ++i) allServices()[i].cleanup(handles[i]);
   for (std::size_t i = 3; i < handles.size(); ++i) {
     EXPECT_NE(allServices()[i].client(*handles[i]), nullptr);
     EXPECT_NE(allServices()[i].client(*handles[i])->parts().credential, nullptr);
     allServices()[i].cleanup(handles[i]);
   }
+}
+
+TEST(Sessions, CanBeOpenedAndClosedOnSeveralThreadsAfterTheFirst) {
+  constexpr int kThreads = 8;
+  constexpr int kCalls = 40;
+  libvemlo_s3_cleanup(libvemlo_s3_init("", "", "", "", nullptr));
+  std::atomic<int> opened{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&opened] {
+      for (int call = 0; call < kCalls; ++call) {
+        session* handle = libvemlo_google_drive_init(nullptr);
+        if (handle != nullptr) ++opened;
+        libvemlo_google_drive_cleanup(handle);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(opened, kThreads * kCalls);
 }
 
 TEST(GlobalInit, InitialisesTheCryptoLibraryOnceACall) {
@@ -175,7 +197,7 @@ TEST(S3Client, IsDestroyedThroughItsBase) {
   Events events;
   auto* handle = new session;
   handle->s3_client =
-      new Mortal<TestSupport::MockS3Client>([&events] { events.emplace_back("derived"); });
+      new Observed<TestSupport::MockS3Client>([&events] { events.emplace_back("derived"); });
   libvemlo_s3_cleanup(handle);
   EXPECT_THAT(events, ElementsAre("derived"));
 }

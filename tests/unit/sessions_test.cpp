@@ -14,8 +14,8 @@
 #include "CloudStorage/Util/Threading/DefaultExecutor.h"
 #include "crypto_recorder.h"
 #include "libvemlo/retry_strategies.h"
-#include "services.h"
 #include "support/log_capture.h"
+#include "support/services.h"
 
 namespace {
 
@@ -25,48 +25,50 @@ using CloudStorage::Auth::AzureSSBAuthentication;
 using CloudStorage::Auth::OAuth2Credential;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using TestSupport::allServices;
 using TestSupport::errorLine;
+using TestSupport::kAzureAccessKey;
 using TestSupport::LogCapture;
-using UnitTests::allServices;
-using UnitTests::kAzureAccessKey;
-using UnitTests::OwnedSession;
-using UnitTests::Service;
+using TestSupport::OwnedSession;
+using TestSupport::Service;
 
-/// What every session of a service is opened with.
+/// The classes of a service's client and its parts.
 struct Equipment {
   const std::type_info* client;
   const std::type_info* credential;
   const std::type_info* retryStrategy;
   const std::type_info* errorMarshaller;
-  const std::type_info* executor;  // null: none
+  bool hasExecutor;
 };
 
+template <typename ServiceClient, typename Credential, typename Strategy, typename Marshaller>
+Equipment equipment(bool hasExecutor) {
+  return {&typeid(ServiceClient), &typeid(Credential), &typeid(Strategy), &typeid(Marshaller),
+          hasExecutor};
+}
+
+template <typename DriveClient, typename Strategy, typename Marshaller>
+Equipment driveEquipment() {
+  return equipment<DriveClient, OAuth2Credential, Strategy, Marshaller>(false);
+}
+
 const Equipment& equipmentOf(const Service& service) {
-  using CloudStorage::Util::Threading::DefaultExecutor;
   static const std::map<std::string, Equipment> all = {
-      {"S3",
-       {&typeid(Client::S3::S3Client), &typeid(AWSAuthCredential), &typeid(S3RetryStrategy),
-        &typeid(Client::S3::S3ErrorMarshaller), &typeid(DefaultExecutor)}},
+      {"S3", equipment<Client::S3::S3Client, AWSAuthCredential, S3RetryStrategy,
+                       Client::S3::S3ErrorMarshaller>(true)},
       {"AzureSSB",
-       {&typeid(Client::AzureSSB::AzureSSBClient), &typeid(AzureSSBAuthentication),
-        &typeid(AzureSSBRetryStrategy), &typeid(Client::AzureSSB::AzureSSBErrorMarshaller),
-        &typeid(DefaultExecutor)}},
+       equipment<Client::AzureSSB::AzureSSBClient, AzureSSBAuthentication, AzureSSBRetryStrategy,
+                 Client::AzureSSB::AzureSSBErrorMarshaller>(true)},
       {"GoogleDrive",
-       {&typeid(Client::GoogleDrive::GoogleDriveClient), &typeid(OAuth2Credential),
-        &typeid(GoogleDriveRetryStrategy), &typeid(Client::GoogleDrive::GoogleDriveErrorMarshaller),
-        nullptr}},
+       driveEquipment<Client::GoogleDrive::GoogleDriveClient, GoogleDriveRetryStrategy,
+                      Client::GoogleDrive::GoogleDriveErrorMarshaller>()},
       {"AmazonDrive",
-       {&typeid(Client::AmazonDrive::AmazonDriveClient), &typeid(OAuth2Credential),
-        &typeid(AmazonDriveRetryStrategy), &typeid(Client::AmazonDrive::AmazonDriveErrorMarshaller),
-        nullptr}},
-      {"OneDrive",
-       {&typeid(Client::OneDrive::OneDriveClient), &typeid(OAuth2Credential),
-        &typeid(OneDriveRetryStrategy), &typeid(Client::OneDrive::OneDriveErrorMarshaller),
-        nullptr}},
-      {"Dropbox",
-       {&typeid(Client::Dropbox::DropboxClient), &typeid(OAuth2Credential),
-        &typeid(DropboxRetryStrategy), &typeid(Client::Dropbox::DropboxErrorMarshaller), nullptr}},
-  };
+       driveEquipment<Client::AmazonDrive::AmazonDriveClient, AmazonDriveRetryStrategy,
+                      Client::AmazonDrive::AmazonDriveErrorMarshaller>()},
+      {"OneDrive", driveEquipment<Client::OneDrive::OneDriveClient, OneDriveRetryStrategy,
+                                  Client::OneDrive::OneDriveErrorMarshaller>()},
+      {"Dropbox", driveEquipment<Client::Dropbox::DropboxClient, DropboxRetryStrategy,
+                                 Client::Dropbox::DropboxErrorMarshaller>()}};
   return all.at(service.name);
 }
 
@@ -105,11 +107,9 @@ TEST_P(OpenSession, EquipsItsClientForTheService) {
   EXPECT_EQ(typeOf(*parts().credential), *expected.credential);
   EXPECT_EQ(typeOf(*parts().retryStrategy), *expected.retryStrategy);
   EXPECT_EQ(typeOf(*parts().errorMarshaller), *expected.errorMarshaller);
-  if (expected.executor == nullptr) {
-    EXPECT_EQ(parts().executor, nullptr);
-  } else {
-    ASSERT_NE(parts().executor, nullptr);
-    EXPECT_EQ(typeOf(*parts().executor), *expected.executor);
+  ASSERT_EQ(parts().executor != nullptr, expected.hasExecutor);
+  if (expected.hasExecutor) {
+    EXPECT_EQ(typeOf(*parts().executor), typeid(CloudStorage::Util::Threading::DefaultExecutor));
   }
 }
 
@@ -127,7 +127,7 @@ TEST_P(OpenSession, WithoutAProxyRecordHasAnEmptyProxy) {
   EXPECT_EQ(parts().proxy.password, "");
 }
 
-TEST_P(OpenSession, TakesAllOfTheProxyRecord) {
+TEST_P(OpenSession, UsesAllOfTheProxyRecord) {
   const proxy_setting proxy{"proxy.example", 65535, "user", "pass"};
   open(&proxy);
   EXPECT_EQ(parts().proxy.host, "proxy.example");
@@ -136,7 +136,7 @@ TEST_P(OpenSession, TakesAllOfTheProxyRecord) {
   EXPECT_EQ(parts().proxy.password, "pass");
 }
 
-TEST_P(OpenSession, TakesNullStringsOfTheProxyRecordForEmptyOnes) {
+TEST_P(OpenSession, TreatsNullStringsOfTheProxyRecordAsEmpty) {
   const proxy_setting proxy{nullptr, 8080, nullptr, nullptr};
   open(&proxy);
   EXPECT_EQ(parts().proxy.host, "");
@@ -145,7 +145,7 @@ TEST_P(OpenSession, TakesNullStringsOfTheProxyRecordForEmptyOnes) {
   EXPECT_EQ(parts().proxy.password, "");
 }
 
-TEST_P(OpenSession, KeepsNothingOfTheProxyRecord) {
+TEST_P(OpenSession, CopiesTheProxyRecord) {
   std::string host = "proxy.example";
   std::string user = "user";
   std::string password = "pass";
@@ -161,7 +161,7 @@ TEST_P(OpenSession, KeepsNothingOfTheProxyRecord) {
   EXPECT_EQ(parts().proxy.password, "pass");
 }
 
-TEST_P(OpenSession, OwnsWhatItsClientIsMadeOfThroughTheClientAlone) {
+TEST_P(OpenSession, OwnsTheClientsPartsThroughTheClientAlone) {
   open(nullptr);
   const std::weak_ptr<Client::WSErrorMarshaller> marshaller = parts().errorMarshaller;
   const std::weak_ptr<Client::RetryStrategy> strategy = parts().retryStrategy;
@@ -182,7 +182,7 @@ TEST_P(OpenSession, SharesNothingWithAnotherSessionOfTheService) {
   EXPECT_NE(parts().errorMarshaller, otherParts.errorMarshaller);
 }
 
-TEST_P(OpenSession, KeepsTheCryptoLibraryInitialisedForAsLongAsItLives) {
+TEST_P(OpenSession, KeepsTheCryptoLibraryInitialisedUntilItIsClosed) {
   const UnitTests::CryptoRecorder crypto;
   open(nullptr);
   EXPECT_EQ(crypto.initializersMade, 1);
@@ -193,9 +193,9 @@ TEST_P(OpenSession, KeepsTheCryptoLibraryInitialisedForAsLongAsItLives) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, OpenSession, testing::ValuesIn(allServices()),
-                         UnitTests::ServiceName());
+                         TestSupport::ServiceName());
 
-TEST(SessionRecord, HasItsMembersInTheOrderInWhichTheyEnd) {
+TEST(SessionRecord, HasItsMembersInTheReverseOrderOfTheirDestruction) {
   const session handle;
   const auto address = [](const auto& member) { return reinterpret_cast<const char*>(&member); };
   EXPECT_EQ(address(handle.s3_client), reinterpret_cast<const char*>(&handle));
@@ -216,7 +216,7 @@ TEST(S3Session, SignsWithTheKeyPairForTheGlobalRegion) {
   EXPECT_EQ(credential.region(), AWSAuthCredential::DEFAULT_GLOBAL_REGION);
 }
 
-TEST(S3Session, TakesEmptyStrings) {
+TEST(S3Session, AcceptsEmptyStrings) {
   const OwnedSession handle(libvemlo_s3_init("", "", "", "", nullptr));
   ASSERT_NE(handle->s3_client, nullptr);
   EXPECT_TRUE(handle->s3_client->credential()->isEmpty());
@@ -224,7 +224,7 @@ TEST(S3Session, TakesEmptyStrings) {
 
 TEST(S3Session, HasNoOAuth2CredentialToRefresh) {
   const LogCapture log;
-  const OwnedSession handle(UnitTests::openS3(nullptr));
+  const OwnedSession handle(TestSupport::openS3(nullptr));
   Client::Error unauthorized;
   unauthorized.httpResponseCode = 401;
   EXPECT_FALSE(handle->s3_client->parts().retryStrategy->shouldRetry(unauthorized, 0));
@@ -261,13 +261,13 @@ TEST(AzureSSBSession, IsNotOpenedWithANullStringAndNothingIsLogged) {
   EXPECT_EQ(libvemlo_azure_ssb_init("", nullptr, kAzureAccessKey, nullptr), nullptr);
   EXPECT_EQ(libvemlo_azure_ssb_init("", "account", nullptr, nullptr), nullptr);
   EXPECT_EQ(libvemlo_azure_ssb_init(nullptr, nullptr, nullptr, nullptr), nullptr);
-  // Even a key that would not decode goes unmentioned then.
+  // Nor is an invalid key logged then.
   EXPECT_EQ(libvemlo_azure_ssb_init(nullptr, "account", "%", nullptr), nullptr);
   EXPECT_THAT(log.records(), IsEmpty());
   EXPECT_EQ(crypto.initializersMade, 0);
 }
 
-TEST(AzureSSBSession, IsNotOpenedWithAKeyThatIsNoBase64AndOneLineSaysSo) {
+TEST(AzureSSBSession, IsNotOpenedWithAKeyThatIsNotBase64AndLogsOneLine) {
   for (const char* key : {"not base64!", "c2VjcmV", "c2VjcmV0=", "", "c2Vj cmV0"}) {
     SCOPED_TRACE(key);
     const LogCapture log;

@@ -36,17 +36,17 @@ std::string megabyte() {
 
 class StringEncryption : public testing::TestWithParam<std::string> {};
 
-TEST_P(StringEncryption, GivesBackWhatWentIn) {
+TEST_P(StringEncryption, IsReversible) {
   const LogCapture log;
   const Text secret = encrypt(GetParam());
   ASSERT_NE(secret, nullptr);
   const Text text = decrypt(secret.get());
   ASSERT_NE(text, nullptr);
-  EXPECT_TRUE(text.get() == GetParam());  // not EXPECT_EQ: one of them is too long to be printed
+  EXPECT_TRUE(text.get() == GetParam());  // not EXPECT_EQ: the longest is too long to print
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_P(StringEncryption, GivesTheSameForTheSameTextAndShowsNothingOfIt) {
+TEST_P(StringEncryption, IsDeterministicAndHidesTheText) {
   const Text first = encrypt(GetParam());
   const Text second = encrypt(GetParam());
   ASSERT_NE(first, nullptr);
@@ -60,9 +60,9 @@ INSTANTIATE_TEST_SUITE_P(Texts, StringEncryption,
                                          "K\xC3\xB6nigsstra\xC3\x9F\x65 \xE2\x82\xAC", "\xFF\xFE",
                                          "sixteen letters.", "a==", megabyte()));
 
-// What OpenSSL's command makes of these texts with aes-256-cbc, and with key and initialisation
-// vector derived by the rule of its EVP_BytesToKey(): MD5 two thousand times, no salt.
-TEST(EncryptString, GivesWhatOthersWithTheSamePassPhraseGive) {
+// Encrypted with OpenSSL's command: aes-256-cbc, with key and initialisation vector derived as
+// EVP_BytesToKey() does with MD5, two thousand rounds and no salt.
+TEST(EncryptString, ReturnsTheCiphertextOfOtherToolsWithTheSamePassPhrase) {
   EXPECT_STREQ(encrypt("").get(), "L0ka1fprB/VAqRk+hh8zPw==");
   EXPECT_STREQ(encrypt("secret").get(), "KApy8RapopOCxBfTyQlKlg==");
   EXPECT_STREQ(encrypt("ya29.a0 \xC3\xA4\n").get(), "owQcVV6AfEK8sRB9UcPy6g==");
@@ -76,13 +76,13 @@ TEST(EncryptString, BreaksItsLinesAfterSeventyTwoLetters) {
                "LNVj6QTV7/sgaKGlYHnl06hWjeNfSBYl+eJZeBbakKDy0EY9ljacR47z");
 }
 
-TEST(EncryptString, GivesNullForNullAndLogsNothing) {
+TEST(EncryptString, ReturnsNullForNullAndLogsNothing) {
   const LogCapture log;
   EXPECT_EQ(encrypt_string(nullptr), nullptr);
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST(EncryptString, ReportsAFailureOfTheCryptoLibrary) {
+TEST(EncryptString, LogsAFailureOfTheCryptoLibrary) {
   const LogCapture log;
   CryptoRecorder crypto;
   crypto.cipherFactory = []() -> Poco::Crypto::Cipher* { throw Poco::IOException("no luck"); };
@@ -91,7 +91,7 @@ TEST(EncryptString, ReportsAFailureOfTheCryptoLibrary) {
               ElementsAre(errorLine("Failed to encrypt string. I/O error: no luck")));
 }
 
-TEST(EncryptString, ReportsThatThereIsNoCipher) {
+TEST(EncryptString, LogsThatThereIsNoCipher) {
   const LogCapture log;
   CryptoRecorder crypto;
   crypto.cipherFactory = [] { return nullptr; };
@@ -99,11 +99,11 @@ TEST(EncryptString, ReportsThatThereIsNoCipher) {
   EXPECT_THAT(log.records(), ElementsAre(errorLine("Failed to encrypt string. Null pointer")));
 }
 
-TEST(DecryptString, ReadsWhatOthersWithTheSamePassPhraseMade) {
+TEST(DecryptString, ReadsTheCiphertextOfOtherToolsWithTheSamePassPhrase) {
   EXPECT_STREQ(decrypt("KApy8RapopOCxBfTyQlKlg==").get(), "secret");
 }
 
-TEST(DecryptString, DoesWithoutTheLineBreaks) {
+TEST(DecryptString, DoesNotRequireTheLineBreaks) {
   const std::string text(300, 'x');
   std::string enciphered = encrypt(text).get();
   for (const char c : {'\r', '\n'}) {
@@ -112,13 +112,13 @@ TEST(DecryptString, DoesWithoutTheLineBreaks) {
   }
 }
 
-TEST(DecryptString, GivesNullForNullAndLogsNothing) {
+TEST(DecryptString, ReturnsNullForNullAndLogsNothing) {
   const LogCapture log;
   EXPECT_EQ(decrypt_string(nullptr), nullptr);
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST(DecryptString, GivesNullForThreeLettersAndLogsOneErrorLine) {
+TEST(DecryptString, ReturnsNullForThreeLettersAndLogsOneErrorLine) {
   const LogCapture log;
   EXPECT_EQ(decrypt("abc"), nullptr);
   ASSERT_EQ(log.records().size(), 1U);
@@ -127,8 +127,8 @@ TEST(DecryptString, GivesNullForThreeLettersAndLogsOneErrorLine) {
               testing::MatchesRegex("Failed to decrypt string\\. I/O error: .*wrong final.*"));
 }
 
-TEST(DecryptString, GivesNullForWhateverIsNotTheWorkOfEncryptString) {
-  // Empty, no base64, too short, bad padding, cut off, and with a letter changed.
+TEST(DecryptString, ReturnsNullForInvalidCiphertext) {
+  // Empty, not base64, too short, bad padding, truncated, and with a changed letter.
   for (const char* text : {"", "%%%%", "KApy8RapopOCxBfT", "AAAAAAAAAAAAAAAAAAAAAA==",
                            "KApy8RapopOCxBfTyQlKl", "KApy8RapopOCxBfTyQlKmg=="}) {
     SCOPED_TRACE(text);
@@ -140,7 +140,7 @@ TEST(DecryptString, GivesNullForWhateverIsNotTheWorkOfEncryptString) {
   }
 }
 
-TEST(DecryptString, ReportsAFailureOfTheCryptoLibrary) {
+TEST(DecryptString, LogsAFailureOfTheCryptoLibrary) {
   const LogCapture log;
   CryptoRecorder crypto;
   crypto.cipherFactory = []() -> Poco::Crypto::Cipher* { throw Poco::IOException("no luck"); };
@@ -149,7 +149,7 @@ TEST(DecryptString, ReportsAFailureOfTheCryptoLibrary) {
               ElementsAre(errorLine("Failed to decrypt string. I/O error: no luck")));
 }
 
-TEST(DecryptString, ReportsThatThereIsNoCipher) {
+TEST(DecryptString, LogsThatThereIsNoCipher) {
   const LogCapture log;
   CryptoRecorder crypto;
   crypto.cipherFactory = [] { return nullptr; };

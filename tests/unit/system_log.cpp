@@ -19,7 +19,7 @@ constexpr char kAddress[] = "/dev/log";
 
 void write(const char* file, const std::string& text) { std::ofstream(file) << text; }
 
-// Without privileges a process may have mounts of its own as long as it has users of its own.
+// Without privileges a process can have its own mounts only in its own user namespace.
 bool haveOwnMounts() {
   const std::string user = std::to_string(geteuid());
   const std::string group = std::to_string(getegid());
@@ -52,7 +52,7 @@ int listenAt(const char* path) {
 }  // namespace
 
 SystemLog::SystemLog() {
-  haveOwnDevices();  // if not, binding fails where somebody else listens
+  haveOwnDevices();  // on failure, the bind fails if another process listens
   socket_ = listenAt(kAddress);
 }
 

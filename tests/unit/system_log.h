@@ -5,10 +5,10 @@
 
 namespace UnitTests {
 
-/// Listens at /dev/log in the system log's stead, for the calling process alone: that process gets
-/// a /dev of its own, so that a real system log is neither needed nor disturbed. Where the process
-/// may not have one, the address itself is taken if nobody listens there, and given back. Throws
-/// if neither is possible. Meant for a process that does nothing else.
+/// Listens at /dev/log for the calling process alone. The process gets a /dev of its own, so that a
+/// real system log is neither required nor disturbed. Without the permission for that, it binds the
+/// address itself if it is free, and releases it at the end. Throws if neither is possible. Meant
+/// for a process that does nothing else.
 class SystemLog {
  public:
   SystemLog();
@@ -16,7 +16,7 @@ class SystemLog {
   SystemLog(const SystemLog&) = delete;
   SystemLog& operator=(const SystemLog&) = delete;
 
-  /// What this process has sent since the last call, one datagram each.
+  /// The messages that this process has sent since the last call, one per datagram.
   std::vector<std::string> takeMessages();
 
  private:

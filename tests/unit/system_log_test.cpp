@@ -5,21 +5,20 @@
 
 #include <memory>
 #include <string>
-#include <type_traits>
 
-#include "authorization_flows.h"
+#include "authorization_flow_fixture.h"
 #include "crypto_recorder.h"
 #include "drive_operations.h"
 #include "libvemlo.h"
 #include "libvemlo/retry_strategies.h"
 #include "libvemlo/session.h"
+#include "object_store_fixture.h"
 #include "support/fresh_process.h"
 #include "support/log_capture.h"
 #include "support/mock_s3_client.h"
 
 namespace {
 
-using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using testing::_;
 using testing::AllOf;
@@ -30,95 +29,75 @@ using testing::Return;
 using testing::SizeIs;
 using testing::StartsWith;
 using TestSupport::LogCapture;
+using UnitTests::failure;
+using UnitTests::SystemLog;
 
-// <11>: from a user's program, an error.
+// <11>: the priority of an error in a user process.
 auto errorFromLibrary(const std::string& text) {
   return AllOf(StartsWith("<11>"),
                EndsWith(" libvemlo[" + std::to_string(getpid()) + "]: " + text));
 }
 
-class FailingClient : public TestSupport::MockS3Client {
- public:
-  FailingClient() {
-    const Error error{CoreErrors::AccessDenied, "AccessDenied", "Access Denied", {}, false, 403};
-    ON_CALL(*this, listBuckets()).WillByDefault(Return(error));
-    ON_CALL(*this, createBucket(_)).WillByDefault(Return(error));
-  }
-};
-
-void operationsReportToTheSystemLog(UnitTests::SystemLog& systemLog) {
-  const std::string line =
-      "{ Error type: 15, Exception: AccessDenied, Message: Access Denied, HttpResponseCode: 403, "
-      "Retryable: 0 }";
+void failedBucketOperationsReportToTheSystemLog(SystemLog& systemLog) {
+  auto* client = new testing::StrictMock<TestSupport::MockS3Client>;
   session handle;
-  handle.s3_client = new testing::NiceMock<FailingClient>();
-  char** buckets = nullptr;
-  int count = 0;
-  EXPECT_EQ(s3_list_bucket(&handle, &buckets, &count), 15);
-  EXPECT_THAT(systemLog.takeMessages(), ElementsAre(errorFromLibrary(line)));
+  handle.s3_client = client;
+  EXPECT_CALL(*client, listBuckets()).WillOnce(Return(UnitTests::accessDenied()));
+  EXPECT_CALL(*client, createBucket(_)).WillOnce(Return(UnitTests::accessDenied()));
+  TestSupport::BucketListOut buckets;
+  EXPECT_EQ(s3_list_bucket(&handle, &buckets.list, &buckets.count), 15);
+  EXPECT_THAT(systemLog.takeMessages(),
+              ElementsAre(errorFromLibrary(UnitTests::kAccessDeniedLine)));
   EXPECT_EQ(s3_create_bucket(&handle, "bucket", 0), 15);
-  EXPECT_THAT(systemLog.takeMessages(), ElementsAre(errorFromLibrary(line)));
+  EXPECT_THAT(systemLog.takeMessages(),
+              ElementsAre(errorFromLibrary(UnitTests::kAccessDeniedLine)));
 }
 
-void aBadAzureKeyIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
+void anInvalidAzureKeyReportsToTheSystemLog(SystemLog& systemLog) {
   EXPECT_EQ(libvemlo_azure_ssb_init("", "account", "%", nullptr), nullptr);
   EXPECT_THAT(systemLog.takeMessages(),
               ElementsAre(errorFromLibrary("Failed to decode AzureSSB access key.")));
 }
 
-template <typename Operation>
-void aFailedDriveOperationReportsToTheSystemLog(UnitTests::SystemLog& systemLog) {
-  using Client = typename Operation::Drive::Client;
-  const auto client = std::make_shared<testing::StrictMock<Client>>();
-  Operation::Drive::prepare(*client);
-  Operation::expectRequest(*client).WillOnce(UnitTests::failure);
-  session handle;
-  handle.*Operation::Drive::kClient = client;
-  EXPECT_EQ(Operation().call(&handle), 1);
-  EXPECT_THAT(
-      systemLog.takeMessages(),
-      ElementsAre(errorFromLibrary(Operation::kFailureText + std::string("It went wrong."))));
-}
-
-template <typename Drive>
-void failedDriveOperationsReportToTheSystemLog(UnitTests::SystemLog& systemLog) {
-  aFailedDriveOperationReportsToTheSystemLog<UnitTests::ListDirectory<Drive>>(systemLog);
-  aFailedDriveOperationReportsToTheSystemLog<UnitTests::CreateDirectory<Drive>>(systemLog);
-  if constexpr (!std::is_same_v<Drive, UnitTests::Dropbox>) {
-    aFailedDriveOperationReportsToTheSystemLog<UnitTests::GetRootDirectory<Drive>>(systemLog);
+void failedDriveOperationsReportToTheSystemLog(SystemLog& systemLog) {
+  for (const auto& [drive, operation] : UnitTests::allDriveOperations()) {
+    const auto opened = drive.open();
+    opened->prepare();
+    operation.willReturn(*opened, failure());
+    EXPECT_EQ(operation.call(*opened), 1);
+    EXPECT_THAT(systemLog.takeMessages(),
+                ElementsAre(errorFromLibrary(operation.failureText + "It went wrong.")));
   }
 }
 
-void aFailedTokenExchangeIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog,
-                                                  const UnitTests::Flow& flow) {
-  const auto opened = flow.open();
-  EXPECT_CALL(*opened.oauth2, exchangeAuthorizationCode(_, _, _))
-      .WillOnce(Return(CloudStorage::Util::Status(1, "reason")));
-  UnitTests::TextOut access;
-  UnitTests::TextOut refresh;
-  EXPECT_EQ(flow.getToken(opened.handle.get(), "code", &access.text, &refresh.text),
-            flow.exchangeFailure);
-  EXPECT_THAT(systemLog.takeMessages(),
-              ElementsAre(testing::HasSubstr("Failed to perform exchange authorization code. ")));
+void failedTokenExchangesReportToTheSystemLog(SystemLog& systemLog) {
+  for (const auto& flow : {UnitTests::kAmazonDriveFlow, UnitTests::kGoogleDriveFlow,
+                           UnitTests::kOneDriveFlow, UnitTests::kDropboxFlow}) {
+    const auto opened = flow.openSession();
+    EXPECT_CALL(*opened.oauth2, exchangeAuthorizationCode(_, _, _))
+        .WillOnce(Return(CloudStorage::Util::Status(1, "reason")));
+    TestSupport::TextOut access;
+    TestSupport::TextOut refresh;
+    EXPECT_EQ(flow.authorization.getToken(opened.handle.get(), "code", &access.text, &refresh.text),
+              flow.exchangeFailure);
+    EXPECT_THAT(systemLog.takeMessages(),
+                ElementsAre(testing::HasSubstr("Failed to perform exchange authorization code. ")));
+  }
 }
 
-void amazonDrivesOwnLinesGoToTheSystemLog(UnitTests::SystemLog& systemLog) {
-  const auto client = std::make_shared<testing::StrictMock<UnitTests::AmazonDrive::Client>>();
-  session handle;
-  handle.amazon_drive_client = client;
-  EXPECT_CALL(*client, getEndpoint(_)).WillRepeatedly(UnitTests::failure);
-  EXPECT_EQ(amazon_drive_get_endpoint(&handle), 1);
-  EXPECT_EQ(amazon_drive_test_api(&handle), 1);
-  UnitTests::AmazonDrive::prepare(*client);
-  EXPECT_CALL(*client, getProfile(_))
-      .WillOnce(UnitTests::failure)
-      .WillOnce(Return(CloudStorage::Client::AmazonDrive::Model::GetProfileResult{"N", "E"}));
-  EXPECT_EQ(amazon_drive_test_api(&handle), 1);
-  EXPECT_EQ(amazon_drive_test_api(&handle), 0);
-  UnitTests::AmazonDrive::expectRoot(*client).WillOnce(
-      UnitTests::pageOf<UnitTests::AmazonDrive>(UnitTests::numberedFolders(0, 2)));
-  UnitTests::FolderOut root;
-  EXPECT_EQ(amazon_drive_get_root_directory(&handle, &root.record), 0);
+void linesOfAmazonDriveAloneGoToTheSystemLog(SystemLog& systemLog) {
+  UnitTests::AmazonDriveFixture drive;
+  EXPECT_CALL(drive.client(), getEndpoint(_)).WillRepeatedly(failure);
+  EXPECT_EQ(amazon_drive_get_endpoint(drive.handle.get()), 1);
+  EXPECT_EQ(amazon_drive_test_api(drive.handle.get()), 1);
+  drive.prepare();
+  EXPECT_CALL(drive.client(), getProfile(_))
+      .WillOnce(failure)
+      .WillOnce(Return(TestSupport::AmazonDriveModel::GetProfileResult{"N", "E"}));
+  EXPECT_EQ(amazon_drive_test_api(drive.handle.get()), 1);
+  EXPECT_EQ(amazon_drive_test_api(drive.handle.get()), 0);
+  drive.willReturnRoot(UnitTests::pageOf(UnitTests::numberedFolders(0, 2)));
+  EXPECT_EQ(drive.getRoot(), 0);
   EXPECT_THAT(
       systemLog.takeMessages(),
       ElementsAre(errorFromLibrary("Failed to get Endpoint. It went wrong."),
@@ -129,18 +108,16 @@ void amazonDrivesOwnLinesGoToTheSystemLog(UnitTests::SystemLog& systemLog) {
                   errorFromLibrary("Find duplicate root node metadata. ")));
 }
 
-void aFailureOfOneDrivesMetadataIsReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
-  const auto client = std::make_shared<testing::StrictMock<UnitTests::OneDrive::Client>>();
-  session handle;
-  handle.one_drive_client = client;
-  EXPECT_CALL(*client, getDriveMetadata(_)).WillOnce(UnitTests::failure);
-  EXPECT_EQ(UnitTests::ListDirectory<UnitTests::OneDrive>().call(&handle), 1);
+void aFailureOfOneDrivesMetadataReportsToTheSystemLog(SystemLog& systemLog) {
+  UnitTests::OneDriveFixture drive;
+  EXPECT_CALL(drive.client(), getDriveMetadata(_)).WillOnce(failure);
+  EXPECT_EQ(drive.list(), 1);
   EXPECT_THAT(systemLog.takeMessages(),
               ElementsAre(errorFromLibrary(
                   "Failed to get Drive Metadata. error: exceptionName It went wrong.")));
 }
 
-void failedEncryptionsAreReportedToTheSystemLog(UnitTests::SystemLog& systemLog) {
+void failedEncryptionsReportToTheSystemLog(SystemLog& systemLog) {
   UnitTests::CryptoRecorder crypto;
   crypto.cipherFactory = [] { return nullptr; };
   EXPECT_EQ(encrypt_string("secret"), nullptr);
@@ -152,7 +129,7 @@ void failedEncryptionsAreReportedToTheSystemLog(UnitTests::SystemLog& systemLog)
 
 // An unauthorized credential cannot be refreshed.
 template <typename Strategy>
-void aFailedRefreshStaysOutOfTheSystemLog(UnitTests::SystemLog& systemLog) {
+void aFailedRefreshStaysOutOfTheSystemLog(SystemLog& systemLog) {
   const LogCapture log;
   Error unauthorized;
   unauthorized.httpResponseCode = 401;
@@ -162,26 +139,20 @@ void aFailedRefreshStaysOutOfTheSystemLog(UnitTests::SystemLog& systemLog) {
   EXPECT_THAT(systemLog.takeMessages(), IsEmpty());
 }
 
-// One test, since there is but one address for system logs to listen at.
+// One test, because a system log has only one address.
 TEST(SystemLog, GetsTheErrorLinesOfExportedFunctionsButNotThoseOfFailedRefreshes) {
   TestSupport::inFreshProcess([] {
-    UnitTests::SystemLog systemLog;
+    SystemLog systemLog;
     libvemlo_s3_cleanup(libvemlo_s3_init("", "", "", "", nullptr));
     EXPECT_THAT(systemLog.takeMessages(), IsEmpty());
 
-    operationsReportToTheSystemLog(systemLog);
-    aBadAzureKeyIsReportedToTheSystemLog(systemLog);
-    failedDriveOperationsReportToTheSystemLog<UnitTests::GoogleDrive>(systemLog);
-    failedDriveOperationsReportToTheSystemLog<UnitTests::AmazonDrive>(systemLog);
-    failedDriveOperationsReportToTheSystemLog<UnitTests::OneDrive>(systemLog);
-    failedDriveOperationsReportToTheSystemLog<UnitTests::Dropbox>(systemLog);
-    for (const auto& flow : {UnitTests::kAmazonDriveFlow, UnitTests::kGoogleDriveFlow,
-                             UnitTests::kOneDriveFlow, UnitTests::kDropboxFlow}) {
-      aFailedTokenExchangeIsReportedToTheSystemLog(systemLog, flow);
-    }
-    amazonDrivesOwnLinesGoToTheSystemLog(systemLog);
-    aFailureOfOneDrivesMetadataIsReportedToTheSystemLog(systemLog);
-    failedEncryptionsAreReportedToTheSystemLog(systemLog);
+    failedBucketOperationsReportToTheSystemLog(systemLog);
+    anInvalidAzureKeyReportsToTheSystemLog(systemLog);
+    failedDriveOperationsReportToTheSystemLog(systemLog);
+    failedTokenExchangesReportToTheSystemLog(systemLog);
+    linesOfAmazonDriveAloneGoToTheSystemLog(systemLog);
+    aFailureOfOneDrivesMetadataReportsToTheSystemLog(systemLog);
+    failedEncryptionsReportToTheSystemLog(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<GoogleDriveRetryStrategy>(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<AmazonDriveRetryStrategy>(systemLog);
     aFailedRefreshStaysOutOfTheSystemLog<OneDriveRetryStrategy>(systemLog);

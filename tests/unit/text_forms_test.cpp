@@ -21,7 +21,7 @@ std::string writtenByPoco(const IsoTime& time) {
       Poco::DateTimeFormat::ISO8601_FRAC_FORMAT);
 }
 
-// What a service wrote, as Poco understands it.
+// Times of a service, parsed and formatted by Poco.
 TEST(TextForms, TimesOfAmazonDriveNodesAreWrittenAsPocoWritesThem) {
   for (const char* text :
        {"2015-03-02T10:00:00.000Z", "2015-03-02T10:00:00.123Z", "2015-03-02T10:00:00Z",
