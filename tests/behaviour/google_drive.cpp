@@ -1,4 +1,4 @@
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "drive.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/google_drive_world.h"

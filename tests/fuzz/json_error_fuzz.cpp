@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <string_view>
 
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
+#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "error_checks.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

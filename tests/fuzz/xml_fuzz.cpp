@@ -4,8 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "Util/Xml.h"
 #include "error_checks.h"
 

@@ -4,13 +4,9 @@
 #include <vector>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
 #include "stand_in_layer.h"
 
 // The part of the stand-in layer for the drives.

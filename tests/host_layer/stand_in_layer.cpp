@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
-#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Config/ConnectionGenericSetting.h"
 #include "CloudStorage/Util/Threading/DefaultExecutor.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "CloudStorage/Client/Dropbox/Model/EntryList.h"
+#include "CloudStorage/Client/Dropbox/Model.h"
 
 namespace {
 
 using CloudStorage::Client::Dropbox::Model::EntryList;
-using CloudStorage::Client::Dropbox::Model::FileFacts;
+using CloudStorage::Client::Dropbox::Model::FileMetadata;
 using CloudStorage::Client::Dropbox::Model::Metadata;
 using CloudStorage::Util::IsoTime;
 
@@ -62,7 +62,7 @@ TEST(DropboxEntryList, KeepsWhatEntriesSay) {
   Metadata file = entryOf("file", "b", "/x/b", "/x/b");
   file.id = "id:2";
   file.file =
-      FileFacts{IsoTime("2020-06-01T12:00:00Z"), IsoTime("2021-06-01T12:00:00Z"), 4096, "5e0f"};
+      FileMetadata{IsoTime("2020-06-01T12:00:00Z"), IsoTime("2021-06-01T12:00:00Z"), 4096, "5e0f"};
   expectKeeps({folder, file, entryOf("deleted", "old", "/X/Old", "/x/old"), folder, Metadata()});
 }
 
@@ -105,7 +105,7 @@ TEST(DropboxEntryList, TakesTextsOfAnyLength) {
     entries.back().id = text;
     entries.push_back(entryOf("folder", text, "/", text));
     entries.push_back(entryOf("file", "n", "/n", "/n"));
-    entries.back().file = FileFacts{IsoTime(text), IsoTime("s"), 1, text};
+    entries.back().file = FileMetadata{IsoTime(text), IsoTime("s"), 1, text};
   }
   expectKeeps(entries);
 }

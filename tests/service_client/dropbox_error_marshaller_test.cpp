@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "Client/ErrorMarshalling.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
-#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
+#include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
+#include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
+#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
+#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
+#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "CloudStorage/Client/OneDrive/Model/DriveItem.h"
+#include "CloudStorage/Client/OneDrive/DriveItem.h"
 
 namespace {
 

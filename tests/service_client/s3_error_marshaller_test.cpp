@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "support/error_answers.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Client/ServiceCall.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_world.h"

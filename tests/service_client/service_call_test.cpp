@@ -14,7 +14,7 @@
 
 #include "Client/ErrorMarshalling.h"
 #include "Client/ServiceCall.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
+#include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Client/StreamingWSRequest.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_world.h"

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
 #include "support/drive_world.h"
 
 namespace TestSupport {

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
-#include "CloudStorage/Client/AzureSSB/AzureSSBErrorMarshaller.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_world.h"
 #include "support/noting_strategy.h"

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
 #include "support/drive_world.h"
 
 namespace TestSupport {

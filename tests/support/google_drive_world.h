@@ -3,7 +3,6 @@
 #include <string>
 
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
 #include "support/drive_world.h"
 
 namespace TestSupport {

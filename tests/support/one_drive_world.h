@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_world.h"
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "CloudStorage/Client/S3/S3ErrorMarshaller.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_world.h"
 #include "support/noting_strategy.h"

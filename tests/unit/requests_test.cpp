@@ -10,17 +10,14 @@
 #include <string>
 #include <type_traits>
 
-#include "CloudStorage/Client/AmazonDrive/Model/ComRequest.h"
-#include "CloudStorage/Client/AmazonDrive/Model/ListFileResourceRequest.h"
+#include "CloudStorage/Client/AmazonDrive/Model.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
-#include "CloudStorage/Client/AzureSSB/AzureSSBRequest.h"
-#include "CloudStorage/Client/Dropbox/DropboxRequest.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveRequest.h"
-#include "CloudStorage/Client/OneDrive/OneDriveRequest.h"
+#include "CloudStorage/Client/AzureSSB/Model.h"
+#include "CloudStorage/Client/Dropbox/Model.h"
+#include "CloudStorage/Client/GoogleDrive/Model.h"
+#include "CloudStorage/Client/OneDrive/Model.h"
 #include "CloudStorage/Client/RetryStrategy.h"
-#include "CloudStorage/Client/S3/Model/ListObjectsV2Request.h"
-#include "CloudStorage/Client/S3/Model/PutObjectRequest.h"
-#include "CloudStorage/Client/S3/S3Request.h"
+#include "CloudStorage/Client/S3/Model.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "CloudStorage/Client/StreamingWSRequest.h"
 

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-#include "CloudStorage/Client/AmazonDrive/Model/FileResource.h"
+#include "CloudStorage/Client/AmazonDrive/Model.h"
 
 namespace {
 
