@@ -195,7 +195,10 @@ Error S3ErrorMarshaller::marshall(const Http::Response& response, Http::Method m
 
 namespace {
 
-class ListBucketsRequest : public S3Request {};
+class ListBucketsRequest : public S3Request {
+ public:
+  std::string serializePayload() const override { return {}; }
+};
 
 // Of a listing, so that memory for its buckets is allocated once.
 constexpr std::size_t kUsualBucketLength = 64;

@@ -15,9 +15,6 @@ namespace CloudStorage::Client::AmazonDrive {
 
 /// Base of the requests.
 class CLOUDSTORAGE_API AmazonDriveRequest : public SerializableWSRequest {
- public:
-  std::string serializePayload() const override { return {}; }
-
  protected:
   AmazonDriveRequest() : SerializableWSRequest("application/x-www-form-urlencoded") {}
 };
@@ -25,7 +22,10 @@ class CLOUDSTORAGE_API AmazonDriveRequest : public SerializableWSRequest {
 namespace Model {
 
 /// A request without parameters and without a body.
-class CLOUDSTORAGE_API ComRequest : public AmazonDriveRequest {};
+class CLOUDSTORAGE_API ComRequest : public AmazonDriveRequest {
+ public:
+  std::string serializePayload() const override { return {}; }
+};
 
 /// One page of the nodes that match `filters`. An empty start token selects the first page.
 class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
@@ -37,6 +37,7 @@ class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
   Util::Field<std::string> sort;
   Util::Field<int> limit{200};  // the most that the service takes
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 

@@ -15,9 +15,6 @@ namespace CloudStorage::Client::AzureSSB {
 
 /// Base of the requests.
 class CLOUDSTORAGE_API AzureSSBRequest : public SerializableWSRequest {
- public:
-  std::string serializePayload() const override { return {}; }
-
  protected:
   AzureSSBRequest() : SerializableWSRequest("application/xml") {}
 };
@@ -33,6 +30,7 @@ class CLOUDSTORAGE_API ListContainerRequest : public AzureSSBRequest {
   Util::Field<std::string> marker;
   Util::Field<std::int64_t> maxResults;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
@@ -41,6 +39,7 @@ class CLOUDSTORAGE_API CreateContainerRequest : public AzureSSBRequest {
  public:
   std::string container;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
@@ -54,6 +53,7 @@ class CLOUDSTORAGE_API ListBlobRequest : public AzureSSBRequest {
   Util::Field<std::int64_t> maxResults;
   Util::Field<std::string> delimiter;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
@@ -69,6 +69,7 @@ class CLOUDSTORAGE_API PutBlobRequest : public AzureSSBRequest {
   /// Shared with the caller, not copied; null for an empty blob.
   std::shared_ptr<std::iostream> body;
 
+  std::string serializePayload() const override { return {}; }
   std::shared_ptr<std::iostream> getBody() const override { return body; }
   Http::HeaderValueCollection getRequestSpecificHeaders() const override;
 };

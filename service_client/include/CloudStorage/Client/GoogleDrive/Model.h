@@ -15,9 +15,6 @@ namespace CloudStorage::Client::GoogleDrive {
 
 /// Base of the requests, whose bodies are JSON.
 class CLOUDSTORAGE_API GoogleDriveRequest : public SerializableWSRequest {
- public:
-  std::string serializePayload() const override { return {}; }
-
  protected:
   GoogleDriveRequest() : SerializableWSRequest("application/json") {}
 };
@@ -30,6 +27,7 @@ class CLOUDSTORAGE_API GetFileResourceRequest : public GoogleDriveRequest {
   /// An id, or the alias "root".
   Util::Field<std::string> fileId;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
@@ -42,6 +40,7 @@ class CLOUDSTORAGE_API ListFileResourceRequest : public GoogleDriveRequest {
   Util::Field<std::string> pageToken;
   Util::Field<std::string> query;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 

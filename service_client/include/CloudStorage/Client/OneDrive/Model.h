@@ -13,9 +13,6 @@ namespace CloudStorage::Client::OneDrive {
 
 /// Base of the requests, whose bodies are JSON.
 class CLOUDSTORAGE_API OneDriveRequest : public SerializableWSRequest {
- public:
-  std::string serializePayload() const override { return {}; }
-
  protected:
   OneDriveRequest() : SerializableWSRequest("application/json") {}
 };
@@ -27,6 +24,8 @@ class CLOUDSTORAGE_API GetDriveMetadataRequest : public OneDriveRequest {
  public:
   /// Absent: the user's own drive.
   Util::Field<std::string> driveId;
+
+  std::string serializePayload() const override { return {}; }
 };
 
 /// The metadata of one item.
@@ -36,6 +35,8 @@ class CLOUDSTORAGE_API GetDriveItemRequest : public OneDriveRequest {
   Util::Field<std::string> itemId;
   /// Absent: the user's own drive.
   Util::Field<std::string> driveId;
+
+  std::string serializePayload() const override { return {}; }
 };
 
 /// One page of a folder's items. Only present parameters are sent; an empty page token selects the
@@ -57,6 +58,7 @@ class CLOUDSTORAGE_API ListChildrenRequest : public OneDriveRequest {
 
   /// Whether `pageToken` is the page's whole address, which is then requested as it stands.
   bool namesItsPage() const;
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 

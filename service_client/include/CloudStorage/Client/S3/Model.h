@@ -14,10 +14,7 @@
 namespace CloudStorage::Client::S3 {
 
 /// Base of the requests whose body is a text.
-class CLOUDSTORAGE_API S3Request : public SerializableWSRequest {
- public:
-  std::string serializePayload() const override { return {}; }
-};
+class CLOUDSTORAGE_API S3Request : public SerializableWSRequest {};
 
 namespace Model {
 
@@ -72,6 +69,7 @@ class CLOUDSTORAGE_API ListObjectsV2Request : public S3Request {
   Util::Field<std::int64_t> maxKeys;
   Util::Field<std::string> startAfter;
 
+  std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
