@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/amazon_drive_world.h"
+#include "support/amazon_drive_fixture.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::kMetadataEndpoint;
+using TestSupport::response;
 
 constexpr char kQuery[] = "GET https://cdws.example.test/drive/v1/nodes?";
 constexpr char kNode[] =
@@ -41,18 +41,18 @@ std::vector<std::string> idsOf(const Model::ListFileResourceResult& result) {
   return ids;
 }
 
-class AmazonDriveListing : public ::testing::Test {
+class AmazonDriveListing : public ::testing::Test, protected TestSupport::AmazonDriveFixture {
  protected:
   // Where a request is sent.
   std::string lineOf(const Model::ListFileResourceRequest& request) {
-    world.transport->enqueue(answer(200, R"({"count":0,"data":[]})"));
-    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, R"({"count":0,"data":[]})"));
+    EXPECT_TRUE(makeClient()->listFileResource(request).isSuccess());
+    return lines().back();
   }
 
   Outcome<Model::ListFileResourceResult, Error> read(const std::string& body) {
-    world.transport->enqueue(answer(200, body));
-    return world.client()->listFileResource(query());
+    enqueue(response(200, body));
+    return makeClient()->listFileResource(query());
   }
 
   // The only node of a page.
@@ -64,7 +64,6 @@ class AmazonDriveListing : public ::testing::Test {
     return kept.back().files.empty() ? Model::FileResource() : kept.back().files.front();
   }
 
-  TestSupport::AmazonDriveWorld world;
   std::vector<Model::ListFileResourceResult> kept;
 };
 
@@ -77,10 +76,9 @@ TEST_F(AmazonDriveListing, RequestIsExactlyThis) {
             std::string(kQuery) +
                 "filters=kind%3AFOLDER%20AND%20status%3AAVAILABLE%20AND%20parents%3A%22ID%22"
                 "&sort=%5Bkind%2Cname%5D&limit=100");
-  EXPECT_THAT(world.bodies(), ElementsAre(""));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1")));
+  EXPECT_THAT(bodies(), ElementsAre(""));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1")));
 }
 
 TEST_F(AmazonDriveListing, OnlyTheLimitIsSentUnlessSet) {
@@ -184,7 +182,7 @@ TEST_F(AmazonDriveListing, PageKeepsTheOrderAndNamesTheNextToken) {
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(idsOf(outcome.getResult()), ElementsAre("b", "a", "c"));
   EXPECT_EQ(outcome.getResult().nextToken, "nt-0001");
-  EXPECT_THAT(world.lines(), SizeIs(1));
+  EXPECT_THAT(lines(), SizeIs(1));
 }
 
 TEST_F(AmazonDriveListing, OddPagesAreRead) {
@@ -222,7 +220,7 @@ TEST_F(AmazonDriveListing, AnswerThatIsNoJsonObjectIsALocalFailure) {
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body.substr(0, 200);
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body.substr(0, 200);
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "asking again does not help";
 }
 
 TEST_F(AmazonDriveListing, TextsLastAsLongAsTheResult) {
@@ -238,16 +236,16 @@ TEST_F(AmazonDriveListing, TextsLastAsLongAsTheResult) {
 }
 
 TEST_F(AmazonDriveListing, ExpiredTokenIsRefreshed) {
-  world.transport->enqueue(answer(401));
-  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
+  enqueue(response(401));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
   EXPECT_TRUE(read("{}").isSuccess());
-  EXPECT_EQ(world.transport->requests().at(2).headers.at("authorization"), "Bearer token-2");
+  EXPECT_EQ(requests().at(2).headers.at("authorization"), "Bearer token-2");
 }
 
 TEST_F(AmazonDriveListing, IsSentAgainAfterTemporaryFailures) {
-  for (const int status : {429, 500, 503}) world.transport->enqueue(answer(status));
+  for (const int status : {429, 500, 503}) enqueue(response(status));
   EXPECT_TRUE(read("{}").isSuccess());
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000));
 }
 
 TEST_F(AmazonDriveListing, NodeIsWrittenOnOneLine) {

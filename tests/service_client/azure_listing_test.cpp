@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/azure_world.h"
+#include "support/azure_fixture.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::response;
 
 constexpr char kEmptyPage[] = "<EnumerationResults><NextMarker/></EnumerationResults>";
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
@@ -44,30 +44,28 @@ Model::ListBlobRequest pageOfBlobs(const std::string& prefix = {}, const std::st
   return request;
 }
 
-class AzureListingTest : public ::testing::Test {
+class AzureListingTest : public ::testing::Test, protected TestSupport::AzureFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   // Where a request is sent.
   std::string addressOf(const Model::ListContainerRequest& request) {
-    enqueue(answer(200, kEmptyPage));
-    EXPECT_TRUE(world.client()->listContainer(request).isSuccess());
-    return world.addresses().back();
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(makeClient()->listContainer(request).isSuccess());
+    return addresses().back();
   }
   std::string addressOf(const Model::ListBlobRequest& request) {
-    enqueue(answer(200, kEmptyPage));
-    EXPECT_TRUE(world.client()->listBlob(request).isSuccess());
-    return world.addresses().back();
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(makeClient()->listBlob(request).isSuccess());
+    return addresses().back();
   }
 
   Outcome<Model::ListContainerResult, Error> readContainers(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/xml"}}));
-    return world.client()->listContainer(pageOfContainers());
+    enqueue(response(200, body, {{"content-type", "application/xml"}}));
+    return makeClient()->listContainer(pageOfContainers());
   }
 
   Outcome<Model::ListBlobResult, Error> readBlobs(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/xml"}}));
-    return world.client()->listBlob(pageOfBlobs());
+    enqueue(response(200, body, {{"content-type", "application/xml"}}));
+    return makeClient()->listBlob(pageOfBlobs());
   }
 
   // The only prefix on a page that holds `name` as its name element.
@@ -94,8 +92,6 @@ class AzureListingTest : public ::testing::Test {
     EXPECT_EQ(containers.getResult().nextMarker, blobs.getResult().nextMarker);
     return blobs.getResult().nextMarker;
   }
-
-  TestSupport::AzureWorld world;
 };
 
 auto isContainer(const std::string& name, const std::string& lastModified = {},
@@ -122,7 +118,7 @@ using AzureContainers = AzureListingTest;
 TEST_F(AzureContainers, RequestIsExactlyThis) {
   EXPECT_EQ(addressOf(pageOfContainers()),
             "https://vemloacct.blob.core.windows.net/?comp=list&maxresults=100");
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(
@@ -198,7 +194,7 @@ TEST_F(AzureBlobs, RequestIsExactlyThis) {
             "&prefix=photos%2F%C3%89t%C3%A9%20%26%20co%2F&delimiter=%2F"
             "&marker=2%2192%21MDAwMDE2IXBob3Rvcy8yMDE5ITAwMDAyOCE5OTk5LTEyLTMxVDIzOjU5OjU5Ljk5OTk5"
             "OTlaIQ--&maxresults=100");
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(
@@ -233,12 +229,12 @@ TEST_F(AzureBlobs, ContainerIsOneSegment) {
 }
 
 TEST_F(AzureBlobs, EverySingleRequestGoesToTheService) {
-  enqueue(answer(200, kEmptyPage));
-  enqueue(answer(200, kEmptyPage));
-  const auto client = world.client();
+  enqueue(response(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
+  const auto client = makeClient();
   EXPECT_TRUE(client->listBlob(pageOfBlobs()).isSuccess());
   EXPECT_TRUE(client->listBlob(pageOfBlobs()).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 TEST_F(AzureBlobs, BlobsAndPrefixesAreToldApartWhereverTheyStand) {
@@ -381,7 +377,7 @@ TEST_F(AzurePages, AnswerThatIsNoListIsALocalFailure) {
     }
     EXPECT_FALSE(containers.isSuccess() || blobs.isSuccess()) << body;
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "asking again does not help";
 }
 
 }  // namespace

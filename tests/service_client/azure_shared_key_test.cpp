@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Auth/AzureSharedKeySigner.h"
-#include "support/azure_world.h"
+#include "support/azure_fixture.h"
 
 namespace {
 

@@ -20,8 +20,8 @@ namespace Json = CloudStorage::Util::Json;
 namespace Xml = CloudStorage::Util::Xml;
 using CloudStorage::Util::giveBackBodyBuffer;
 using CloudStorage::Util::takeBodyBuffer;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 
 constexpr std::size_t kUsual = 100'000;
@@ -157,7 +157,7 @@ TEST(BodyBuffer, XmlIsHandedOnWhenNobodyReadsItAnyMore) {
 
 TEST(BodyBuffer, TakesWhatIsReceived) {
   const auto body = std::string(kUsual, 'x');
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", body)));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", body)));
   inNewThread([&server, &body] {
     Http::CurlTransport transport({});
     auto response = transport.send(server.request(Http::Method::Get, "/"));

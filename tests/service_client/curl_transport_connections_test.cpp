@@ -22,8 +22,8 @@ namespace {
 using CloudStorage::Http::CurlTransport;
 using CloudStorage::Http::Method;
 using CloudStorage::Http::Request;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 
 /// This process's socket that is connected to `port` of this machine; -1 if there is none.
@@ -68,7 +68,7 @@ void inThreads(int count, const Calls& calls) {
 }
 
 TEST(CurlTransportConnections, SequentialCallsShareOneConnection) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "ok")));
   CurlTransport transport({});
   for (int i = 0; i < 200; ++i) {
     ASSERT_EQ(transport.send(server.request(i % 2 == 0 ? Method::Get : Method::Put, "/")).status,
@@ -79,7 +79,7 @@ TEST(CurlTransportConnections, SequentialCallsShareOneConnection) {
 }
 
 TEST(CurlTransportConnections, ConnectionsAreNotHandedOnToOtherPrograms) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   transport.send(server.request(Method::Get, "/"));
   const int connection = socketTo(server.port());
@@ -92,7 +92,7 @@ TEST(CurlTransportConnections, SixteenThreadsUseAtMostSixteenConnections) {
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       if (request->find("/held") != std::string::npos) held.pass();
-      if (!connection.send(httpAnswer("200 OK", "ok"))) return;
+      if (!connection.send(httpResponse("200 OK", "ok"))) return;
     }
   });
   CurlTransport transport({});
@@ -148,7 +148,7 @@ class CurlTransportOfThreeThreads : public testing::Test {
     const std::string name = "connection " + std::to_string(++connections_);
     while (const auto request = connection.readRequest()) {
       Gate& gate = request->find("/held") == std::string::npos ? bothAsked_ : held_;
-      if (!gate.pass() || !connection.send(httpAnswer("200 OK", name))) return;
+      if (!gate.pass() || !connection.send(httpResponse("200 OK", name))) return;
     }
   }};
   CurlTransport transport_{CurlTransport::Options()};
@@ -177,7 +177,7 @@ TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithTheConnectionUsedLastWhenNoneR
 TEST(CurlTransportConnections, EightConnectionsStayOpenAfterABurst) {
   Gate burst(16);
   Gate later(8);
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string answer = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       Gate& gate = request->find("/burst") == std::string::npos ? later : burst;
@@ -196,7 +196,7 @@ TEST(CurlTransportConnections, NoConnectionIsGivenUpWhileACallIsRunning) {
   Gate held(2);
   Gate firstBurst(12);
   Gate secondBurst(12);
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string answer = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       const auto isFor = [&](const char* path) { return request->find(path) != std::string::npos; };
@@ -216,7 +216,7 @@ TEST(CurlTransportConnections, NoConnectionIsGivenUpWhileACallIsRunning) {
 }
 
 TEST(CurlTransportConnections, ConnectionThatTheServerClosedIsReplaced) {
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string answer = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     if (connection.readRequest()) connection.send(answer);
   });

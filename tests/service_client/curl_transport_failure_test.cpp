@@ -17,8 +17,8 @@ using CloudStorage::Http::CurlTransport;
 using CloudStorage::Http::Method;
 using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 using Kind = TransportFailure::Kind;
 
@@ -101,8 +101,8 @@ TEST(CurlTransport, BrokenChunkLengthIsAFailure) {
 }
 
 TEST(CurlTransport, BrokenCompressionIsAFailure) {
-  const LoopbackServer server(
-      answerAndClose(httpAnswer("200 OK", "this is not compressed", "Content-Encoding: gzip\r\n")));
+  const LoopbackServer server(answerAndClose(
+      httpResponse("200 OK", "this is not compressed", "Content-Encoding: gzip\r\n")));
   expectFailure(get(server, {}, true), Kind::Interrupted, "CURLE_BAD_CONTENT_ENCODING", true);
 }
 
@@ -128,7 +128,7 @@ TEST(CurlTransport, FailedCallDoesNotSpoilTheNext) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       if (request->find("/bad") != std::string::npos) return;
-      connection.send(httpAnswer("200 OK", "fine"));
+      connection.send(httpResponse("200 OK", "fine"));
     }
   });
   CurlTransport transport({});
@@ -213,9 +213,9 @@ TEST(CurlTransport, EndlessBodyIsRefused) {
 TEST(CurlTransport, BodyOfExactlyTheLimitArrives) {
   CurlTransport::Limits limits;
   limits.maxBody = 1000;
-  const LoopbackServer fits(alwaysAnswer(httpAnswer("200 OK", std::string(1000, 'x'))));
+  const LoopbackServer fits(alwaysSend(httpResponse("200 OK", std::string(1000, 'x'))));
   EXPECT_EQ(get(fits, limits).body.size(), 1000U);
-  const LoopbackServer exceeds(alwaysAnswer(httpAnswer("200 OK", std::string(1001, 'x'))));
+  const LoopbackServer exceeds(alwaysSend(httpResponse("200 OK", std::string(1001, 'x'))));
   expectFailure(get(exceeds, limits), Kind::ResponseTooLarge, "ResponseTooLarge", true);
 }
 
@@ -228,7 +228,7 @@ TEST(CurlTransport, LimitCountsDecompressedBytes) {
                                      0x7e, 0x46, 0x10, 0x27, 0x00, 0x00};
   const std::string body(std::begin(kBomb), std::end(kBomb));
   const LoopbackServer server(
-      alwaysAnswer(httpAnswer("200 OK", body, "Content-Encoding: gzip\r\n")));
+      alwaysSend(httpResponse("200 OK", body, "Content-Encoding: gzip\r\n")));
   CurlTransport::Limits limits;
   limits.maxBody = 10000;
   EXPECT_EQ(get(server, limits, true).body, std::string(10000, 'a'));
@@ -252,8 +252,8 @@ TEST(CurlTransport, ConnectionOfACutAnswerIsNotUsedAgain) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       const bool large = request->find("/large") != std::string::npos;
-      connection.send(large ? httpAnswer("400 Bad", std::string(2000, 'x'))
-                            : httpAnswer("200 OK", "small"));
+      connection.send(large ? httpResponse("400 Bad", std::string(2000, 'x'))
+                            : httpResponse("200 OK", "small"));
     }
   });
   CurlTransport::Options options;

@@ -17,8 +17,8 @@ using CloudStorage::Http::Method;
 using CloudStorage::Http::Request;
 using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 
 using testing::HasSubstr;
@@ -51,7 +51,7 @@ std::string withoutUserAgent(std::string request) {
 /// Sends `request` to a server and returns what the server got, the user agent excepted.
 std::string onTheWire(Method method, const std::string& target, Request request = {},
                       const CurlTransport::Options& options = {}) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   request.method = method;
   request.uri = server.request(method, target).uri;
   EXPECT_EQ(CurlTransport(options).send(request).status, 200);
@@ -65,7 +65,7 @@ std::string onTheWire(Method method, const std::string& target, Request request 
 }
 
 Response answerTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
-  LoopbackServer server(alwaysAnswer(bytes));
+  LoopbackServer server(alwaysSend(bytes));
   return CurlTransport(options).send(server.request(Method::Get, "/"));
 }
 
@@ -107,7 +107,7 @@ TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
 }
 
 TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
-  LoopbackServer server(alwaysAnswer("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
+  LoopbackServer server(alwaysSend("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
   const Response response = CurlTransport({}).send(server.request(Method::Head, "/x"));
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "");
@@ -147,7 +147,7 @@ TEST(CurlTransport, HeadersThatCouldInjectOthersAreRefused) {
       {"x-a;", "1"},
       {"", "1"},
   };
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   for (const auto& header : headers) {
     Request request = server.request(Method::Get, "/");
@@ -194,7 +194,7 @@ TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
   const Response response = answerTo(
       "HTTP/1.1 100 Continue\r\nX-Interim: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nLocation: /no\r\n"
       "\r\n" +
-      httpAnswer("200 OK", "body", "X-Final: 1\r\n"));
+      httpResponse("200 OK", "body", "X-Final: 1\r\n"));
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "body");
   EXPECT_THAT(response.headers,
@@ -202,7 +202,7 @@ TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
 }
 
 TEST(CurlTransport, RedirectsAreNotFollowed) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("307 Temporary", "moved", "Location: /b\r\n")));
+  LoopbackServer server(alwaysSend(httpResponse("307 Temporary", "moved", "Location: /b\r\n")));
   const Response response = CurlTransport({}).send(server.request(Method::Get, "/a"));
   EXPECT_EQ(response.status, 307);
   EXPECT_EQ(response.body, "moved");
@@ -212,7 +212,7 @@ TEST(CurlTransport, RedirectsAreNotFollowed) {
 
 TEST(CurlTransport, ErrorStatusIsAnAnswerAndNoFailure) {
   const Response response =
-      answerTo(httpAnswer("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
+      answerTo(httpResponse("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
   EXPECT_FALSE(response.failure);
   EXPECT_FALSE(response.isSuccessStatus());
   EXPECT_EQ(response.status, 503);
@@ -221,7 +221,7 @@ TEST(CurlTransport, ErrorStatusIsAnAnswerAndNoFailure) {
 
 TEST(CurlTransport, PageInsteadOfDataIsJustABody) {
   const Response response =
-      answerTo(httpAnswer("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
+      answerTo(httpResponse("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
   EXPECT_TRUE(response.isSuccessStatus());
   EXPECT_EQ(response.body, "<html>log in</html>");
 }
@@ -234,7 +234,7 @@ TEST(CurlTransport, ChunkedBodyIsPutTogether) {
 }
 
 TEST(CurlTransport, CompressedAnswersAreOfferedAndUnpackedOnlyIfAskedFor) {
-  const std::string answer = httpAnswer("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
+  const std::string answer = httpResponse("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
   EXPECT_EQ(answerTo(answer, compressing()).body, R"({"name":"value"})");
   EXPECT_EQ(answerTo(answer).body, compressedBody());
   EXPECT_THAT(onTheWire(Method::Get, "/", {}, compressing()),
@@ -243,7 +243,7 @@ TEST(CurlTransport, CompressedAnswersAreOfferedAndUnpackedOnlyIfAskedFor) {
 }
 
 TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport(compressing()).send(server.request(Method::Get, "/"));
   CurlTransport({}).send(server.request(Method::Get, "/"));
   const auto requests = server.requests();
@@ -253,7 +253,7 @@ TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
 }
 
 TEST(CurlTransport, NothingOfACallReachesTheNext) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   Request first = server.request(Method::Put, "/first");
   first.headers = {{"authorization", "secret"}};
@@ -269,8 +269,8 @@ TEST(CurlTransport, NothingOfACallReachesTheNext) {
 }
 
 TEST(CurlTransport, ProxyOfTheEnvironmentIsIgnored) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "direct")));
-  LoopbackServer proxy(alwaysAnswer(httpAnswer("200 OK", "through the proxy")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "direct")));
+  LoopbackServer proxy(alwaysSend(httpResponse("200 OK", "through the proxy")));
   const std::string address = "http://127.0.0.1:" + std::to_string(proxy.port());
   const std::vector<const char*> names = {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"};
   for (const char* name : names) ::setenv(name, address.c_str(), 1);

@@ -25,8 +25,8 @@ using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
 using CloudStorage::Http::TrustAnchors;
 using testing::HasSubstr;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 using TestSupport::TestAuthority;
 
@@ -62,31 +62,31 @@ class CurlTransportTls : public testing::Test {
   }
 
   TestAuthority authority_;
-  const std::string answer_ = httpAnswer("200 OK", "secret");
+  const std::string answer_ = httpResponse("200 OK", "secret");
 };
 
 TEST_F(CurlTransportTls, ServerOfATrustedAuthorityIsTrusted) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
   EXPECT_EQ(getFrom(server).body, "secret");
 }
 
 TEST_F(CurlTransportTls, ServerOfAnotherAuthorityIsNot) {
   const TestAuthority stranger;
-  const LoopbackServer server(alwaysAnswer(answer_), stranger.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), stranger.serverContext(kOwnName));
   expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
   EXPECT_TRUE(server.requests().empty());
 }
 
 TEST_F(CurlTransportTls, SystemsAnchorsDoNotCountBesideGivenOnes) {
   // An empty folder, unlike no folder, means that nobody is trusted.
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
   const auto none = std::make_shared<TrustAnchors>(TrustAnchors::Sources{"", "/proc/self/task"});
   expectUntrusted(CurlTransport(trusting(none)).send(server.request(Method::Get, "/")),
                   "CURLE_PEER_FAILED_VERIFICATION");
 }
 
 TEST_F(CurlTransportTls, CertificateOfAnotherNameIsRefused) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext("DNS:other.invalid"));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext("DNS:other.invalid"));
   expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
   EXPECT_TRUE(server.requests().empty());
 }
@@ -103,7 +103,7 @@ TEST_F(CurlTransportTls, ServerWithoutTlsIsRefused) {
 }
 
 TEST_F(CurlTransportTls, ConnectionIsSharedBySequentialCalls) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
   CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
   for (int i = 0; i < 50; ++i) {
     ASSERT_EQ(transport.send(server.request(Method::Get, "/")).status, 200);
@@ -128,7 +128,7 @@ TEST_F(CurlTransportTls, ConnectionThatTheServerResetIsReplacedWithoutASignal) {
 }
 
 TEST_F(CurlTransportTls, AnchorsAreLoadedOnceForAllTransportsAndThreads) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
   const auto anchors = anchorsIn(authority_.certificateFile());
   CurlTransport first(trusting(anchors));
   CurlTransport second(trusting(anchors));
@@ -149,14 +149,14 @@ TEST_F(CurlTransportTls, AnchorsAreLoadedOnceForAllTransportsAndThreads) {
 }
 
 TEST_F(CurlTransportTls, AnchorsAreNotLoadedForPlainConnections) {
-  const LoopbackServer server(alwaysAnswer(answer_));
+  const LoopbackServer server(alwaysSend(answer_));
   const auto anchors = anchorsIn(authority_.certificateFile());
   EXPECT_EQ(CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/")).status, 200);
   EXPECT_EQ(anchors->loadCount(), 0);
 }
 
 TEST_F(CurlTransportTls, UnreadableFileIsNamed) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
   const auto anchors = anchorsIn("/nonexistent/anchors.pem");
   const Response response = CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/"));
   expectUntrusted(response, "CURLE_SSL_CACERT_BADFILE");
@@ -201,7 +201,7 @@ class OutdatedTlsDeathTest : public CurlTransportTls {
   [[noreturn]] void endWithRefusalOf(int version) {
     const auto context = authority_.serverContext(kOwnName);
     SSL_CTX_set_max_proto_version(context.get(), version);
-    const LoopbackServer server(alwaysAnswer(answer_), context);
+    const LoopbackServer server(alwaysSend(answer_), context);
     const Response response = getFrom(server);
     const bool refused = response.failure && response.failure->name == "CURLE_SSL_CONNECT_ERROR" &&
                          response.failure->kind == TransportFailure::Kind::Unreachable;
@@ -228,7 +228,7 @@ class ProcessTrustAnchorsDeathTest : public CurlTransportTls {
 
   /// Ends the process with 0 if `file`, as the environment names it, makes the server trusted.
   [[noreturn]] void endWithTrustIn(const std::string& file) {
-    const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+    const LoopbackServer server(alwaysSend(answer_), authority_.serverContext(kOwnName));
     ::unsetenv("SSL_CERT_DIR");
     ::setenv("SSL_CERT_FILE", file.c_str(), 1);
     CurlTransport transport({});

@@ -1,4 +1,3 @@
-#include <glog/logging.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -18,17 +17,9 @@
 
 #include "Client/BearerConduct.h"
 #include "Client/ServiceCall.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
-#include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveErrorMarshaller.h"
-#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "CloudStorage/Client/OneDrive/OneDriveErrorMarshaller.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
-#include "libvemlo/retry_strategies.h"
-#include "support/attempt_world.h"
+#include "support/drives.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -36,16 +27,17 @@ namespace Client = CloudStorage::Client;
 namespace Http = CloudStorage::Http;
 using Client::BearerConduct;
 using Client::Error;
-using CloudStorage::Auth::OAuth2ClientSpec;
-using CloudStorage::Auth::OAuth2Credential;
 using CloudStorage::Util::Outcome;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::errorLine;
+using TestSupport::LogRecord;
+using TestSupport::response;
 
 /// A drive service and its token endpoint. Accepts one access token; what the endpoint hands out is
 /// "new-1", "new-2" and so on. Safe for concurrent calls.
@@ -63,7 +55,7 @@ class DriveService : public Http::Transport {
     hosts_.push_back(request.uri.host());
     waitForTheOthers(lock);
     if (apiAnswer) return *apiAnswer;
-    return bearer == "Bearer " + acceptedToken ? answer(200, acceptedBody) : answer(401);
+    return bearer == "Bearer " + acceptedToken ? response(200, acceptedBody) : response(401);
   }
 
   std::vector<std::string> bearers() const {
@@ -90,8 +82,8 @@ class DriveService : public Http::Transport {
  private:
   Http::Response newTokens() const {
     const std::string token = "new-" + std::to_string(tokenRequests_.size());
-    return answer(200, R"({"access_token":")" + token + R"(","refresh_token":")" +
-                           nextRefreshToken + R"(","token_type":"bearer"})");
+    return response(200, R"({"access_token":")" + token + R"(","refresh_token":")" +
+                             nextRefreshToken + R"(","token_type":"bearer"})");
   }
 
   void waitForTheOthers(std::unique_lock<std::mutex>& lock) {
@@ -106,29 +98,6 @@ class DriveService : public Http::Transport {
   std::vector<Http::Request> tokenRequests_;
 };
 
-/// Keeps the errors that are logged while it exists.
-class ErrorLog : public google::LogSink {
- public:
-  ErrorLog() { google::AddLogSink(this); }
-  ~ErrorLog() override { google::RemoveLogSink(this); }
-  ErrorLog(const ErrorLog&) = delete;
-  ErrorLog& operator=(const ErrorLog&) = delete;
-
-  void send(google::LogSeverity severity, const char*, const char*, int,
-            const google::LogMessageTime&, const char* message, std::size_t size) override {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (severity == google::GLOG_ERROR) lines_.emplace_back(message, size);
-  }
-  std::vector<std::string> lines() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return lines_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
-
 class Question : public Client::SerializableWSRequest {
  public:
   std::string serializePayload() const override { return {}; }
@@ -138,67 +107,31 @@ struct Nothing {};
 
 std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullopt; }
 
-struct Google {
-  using DriveClient = Client::GoogleDrive::GoogleDriveClient;
-  using Strategy = GoogleDriveRetryStrategy;
-  using Marshaller = Client::GoogleDrive::GoogleDriveErrorMarshaller;
-  static constexpr bool kRepeatsTemporaryFailures = true;
-};
-struct Amazon {
-  using DriveClient = Client::AmazonDrive::AmazonDriveClient;
-  using Strategy = AmazonDriveRetryStrategy;
-  using Marshaller = Client::AmazonDrive::AmazonDriveErrorMarshaller;
-  static constexpr bool kRepeatsTemporaryFailures = true;
-};
-struct OneDrive {
-  using DriveClient = Client::OneDrive::OneDriveClient;
-  using Strategy = OneDriveRetryStrategy;
-  using Marshaller = Client::OneDrive::OneDriveErrorMarshaller;
-  static constexpr bool kRepeatsTemporaryFailures = false;
-};
-struct Dropbox {
-  using DriveClient = Client::Dropbox::DropboxClient;
-  using Strategy = DropboxRetryStrategy;
-  using Marshaller = Client::Dropbox::DropboxErrorMarshaller;
-  static constexpr bool kRepeatsTemporaryFailures = false;
-};
-
 /// A session's client with one operation of the test's own.
 template <typename Drive>
-class DriveRefresh : public ::testing::Test {
+class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture<Drive> {
  protected:
   DriveRefresh() {
-    credential->setTokens("old", "refresh token");
-    parts.credential = credential;
-    parts.retryStrategy = std::make_shared<typename Drive::Strategy>(credential);
-    parts.errorMarshaller = std::make_shared<typename Drive::Marshaller>();
-    environment = world.environment();
+    this->credential->setTokens("old", "refresh token");
     environment.transport = service;
-    OAuth2ClientSpec spec;
-    spec.clientId = "id";
-    spec.clientSecret = "client secret";
-    spec.tokenEndpoint = "https://login.example.test/token";
-    client = std::make_shared<typename Drive::DriveClient>(spec, parts, environment);
+    client =
+        std::make_shared<typename Drive::Client>(this->makeSpec(), this->makeParts(), environment);
   }
 
   // One call; safe for concurrent calls.
   Outcome<Nothing, Error> ask() const {
-    BearerConduct conduct(credential);
-    return Client::ServiceCall(parts, environment)
+    BearerConduct conduct(this->credential);
+    return Client::ServiceCall(this->makeParts(), environment)
         .send<Nothing>(Http::Method::Get, Http::URI::parse("https://drive.example.test/x").value(),
                        Question(), conduct, readNothing);
   }
 
-  TestSupport::AttemptWorld world;
   std::shared_ptr<DriveService> service = std::make_shared<DriveService>();
-  std::shared_ptr<OAuth2Credential> credential = std::make_shared<OAuth2Credential>();
-  Client::ClientParts parts;
-  Client::ClientEnvironment environment;
-  std::shared_ptr<typename Drive::DriveClient> client;
+  Client::ClientEnvironment environment = TestSupport::DriveFixture<Drive>::environment();
+  std::shared_ptr<typename Drive::Client> client;
 };
 
-using Drives = ::testing::Types<Google, Amazon, OneDrive, Dropbox>;
-TYPED_TEST_SUITE(DriveRefresh, Drives);
+TYPED_TEST_SUITE(DriveRefresh, TestSupport::Drives, TestSupport::DriveName);
 
 TYPED_TEST(DriveRefresh, GoodTokenIsSentAndNotRefreshed) {
   this->service->acceptedToken = "old";
@@ -211,7 +144,7 @@ TYPED_TEST(DriveRefresh, AttemptAfterARefreshCarriesTheNewToken) {
   EXPECT_TRUE(this->ask().isSuccess());
   EXPECT_THAT(this->service->bearers(), ElementsAre("Bearer old", "Bearer new-1"));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
-  EXPECT_THAT(this->world.delays(), ElementsAre(1000));
+  EXPECT_THAT(this->delays(), ElementsAre(1000));
   EXPECT_EQ(this->credential->accessToken(), "new-1");
 
   EXPECT_TRUE(this->ask().isSuccess());
@@ -259,14 +192,14 @@ class DriveRefreshInThreads : public DriveRefresh<Drive> {
     EXPECT_EQ(std::count(bearers.begin(), bearers.end(), "Bearer new-1"), kThreads);
   }
 };
-TYPED_TEST_SUITE(DriveRefreshInThreads, Drives);
+TYPED_TEST_SUITE(DriveRefreshInThreads, TestSupport::Drives, TestSupport::DriveName);
 
 TYPED_TEST(DriveRefreshInThreads, AllShareOneRefresh) {
   EXPECT_EQ(this->successesOf([this] { return this->ask().isSuccess(); }), this->kThreads);
   this->expectOneRefresh();
 }
 
-using GoogleDriveRefreshInThreads = DriveRefreshInThreads<Google>;
+using GoogleDriveRefreshInThreads = DriveRefreshInThreads<TestSupport::GoogleDrive>;
 
 TEST_F(GoogleDriveRefreshInThreads, CallsOfOneClientShareOneRefresh) {
   service->acceptedBody = R"({"id":"7"})";
@@ -282,53 +215,55 @@ TEST_F(GoogleDriveRefreshInThreads, CallsOfOneClientShareOneRefresh) {
 
 TYPED_TEST(DriveRefreshInThreads, AllShareOneRefusal) {
   this->environment.sleep = [](auto) {};  // or else the waiting of all adds up to minutes
-  this->service->tokenAnswer = answer(400, R"({"error":"invalid_grant"})");
-  const ErrorLog log;
+  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
+  const TestSupport::LogCapture log;
   EXPECT_EQ(this->successesOf([this] { return this->ask().isSuccess(); }), 0U);
   EXPECT_THAT(this->service->bearers(), SizeIs(4 * this->kThreads));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
-  EXPECT_THAT(log.lines(), SizeIs(3 * this->kThreads));
+  EXPECT_THAT(log.records(), SizeIs(3 * this->kThreads));
 }
 
 TYPED_TEST(DriveRefresh, RefusedRefreshIsLoggedEachTimeButAskedForOnce) {
   this->service->tokenAnswer =
-      answer(400, R"({"error":"invalid_grant","error_description":"revoked"})");
-  const ErrorLog log;
+      response(400, R"({"error":"invalid_grant","error_description":"revoked"})");
+  const TestSupport::LogCapture log;
   const auto outcome = this->ask();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 401);
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->bearers(), Each("Bearer old"));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
-  EXPECT_THAT(this->world.delays(), ElementsAre(1000, 2000, 3000));
-  EXPECT_THAT(log.lines(), SizeIs(3));
-  EXPECT_THAT(log.lines(), Each("Failed to refresh OAuth2 credential. invalid_grant: revoked"));
+  EXPECT_THAT(this->delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(log.records(), SizeIs(3));
+  EXPECT_THAT(log.records(),
+              Each(errorLine("Failed to refresh OAuth2 credential. invalid_grant: revoked")));
   EXPECT_EQ(this->credential->refreshToken(), "refresh token");
 }
 
 TYPED_TEST(DriveRefresh, TokenEndpointThatAnswersUnauthorizedIsNotAskedForItsOwnSake) {
-  this->service->tokenAnswer = answer(401, R"({"error":"invalid_client"})");
-  const ErrorLog log;
+  this->service->tokenAnswer = response(401, R"({"error":"invalid_client"})");
+  const TestSupport::LogCapture log;
   EXPECT_FALSE(this->ask().isSuccess());
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
-  EXPECT_THAT(log.lines(), Each("Failed to refresh OAuth2 credential. invalid_client"));
+  EXPECT_THAT(log.records(),
+              Each(errorLine("Failed to refresh OAuth2 credential. invalid_client")));
 }
 
 TYPED_TEST(DriveRefresh, PageOfAGatewayIsAFailedRefresh) {
   this->service->tokenAnswer =
-      answer(502, "<html>\r\nBad gateway</html>", {{"content-type", "text/html"}});
-  const ErrorLog log;
+      response(502, "<html>\r\nBad gateway</html>", {{"content-type", "text/html"}});
+  const TestSupport::LogCapture log;
   EXPECT_FALSE(this->ask().isSuccess());
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(3));
-  EXPECT_THAT(log.lines(), SizeIs(3));
-  EXPECT_THAT(log.lines(), Each("Failed to refresh OAuth2 credential. HTTP 502"));
+  EXPECT_THAT(log.records(), SizeIs(3));
+  EXPECT_THAT(log.records(), Each(errorLine("Failed to refresh OAuth2 credential. HTTP 502")));
 }
 
 TYPED_TEST(DriveRefresh, NewGrantEndsTheMemoryOfARefusal) {
-  this->service->tokenAnswer = answer(400, R"({"error":"invalid_grant"})");
+  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
   {
-    const ErrorLog log;
+    const TestSupport::LogCapture log;
     EXPECT_FALSE(this->ask().isSuccess());
   }
   this->service->tokenAnswer.reset();
@@ -339,8 +274,8 @@ TYPED_TEST(DriveRefresh, NewGrantEndsTheMemoryOfARefusal) {
 }
 
 TYPED_TEST(DriveRefresh, RefusalIsForgottenInTimeByTheClientsClock) {
-  this->service->tokenAnswer = answer(400, R"({"error":"invalid_grant"})");
-  const ErrorLog log;
+  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
+  const TestSupport::LogCapture log;
   EXPECT_FALSE(this->ask().isSuccess());  // waits for 6 seconds in all
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
   EXPECT_FALSE(this->ask().isSuccess());
@@ -378,12 +313,13 @@ TYPED_TEST(DriveRefresh, SessionWithARefreshTokenAloneGetsAnAccessToken) {
 
 TYPED_TEST(DriveRefresh, SessionWithoutARefreshTokenAsksNobody) {
   this->credential->setTokens("old", "");
-  const ErrorLog log;
+  const TestSupport::LogCapture log;
   EXPECT_FALSE(this->ask().isSuccess());
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
-  EXPECT_THAT(log.lines(), SizeIs(3));
-  EXPECT_THAT(log.lines(), Each("Failed to refresh OAuth2 credential. There is no refresh token."));
+  EXPECT_THAT(log.records(), SizeIs(3));
+  EXPECT_THAT(log.records(),
+              Each(errorLine("Failed to refresh OAuth2 credential. There is no refresh token.")));
 }
 
 TYPED_TEST(DriveRefresh, TokenThatCannotBeSentFailsTheCallAtOnce) {
@@ -398,35 +334,35 @@ TYPED_TEST(DriveRefresh, TokenThatCannotBeSentFailsTheCallAtOnce) {
   }
   EXPECT_THAT(this->service->bearers(), IsEmpty());
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
-  EXPECT_THAT(this->world.delays(), IsEmpty());
+  EXPECT_THAT(this->delays(), IsEmpty());
 }
 
 TYPED_TEST(DriveRefresh, NoSecretIsLogged) {
   this->service->tokenAnswer =
-      answer(400, R"({"error":"invalid_grant","error_description":"bad token refresh token"})");
-  const ErrorLog log;
+      response(400, R"({"error":"invalid_grant","error_description":"bad token refresh token"})");
+  const TestSupport::LogCapture log;
   EXPECT_FALSE(this->ask().isSuccess());
-  EXPECT_THAT(log.lines(), SizeIs(3));
-  EXPECT_THAT(log.lines(), Each(Not(HasSubstr("refresh token"))));
-  EXPECT_THAT(log.lines(), Each(Not(HasSubstr("client secret"))));
+  EXPECT_THAT(log.records(), SizeIs(3));
+  EXPECT_THAT(log.records(), Each(Field(&LogRecord::text, Not(HasSubstr("refresh token")))));
+  EXPECT_THAT(log.records(), Each(Field(&LogRecord::text, Not(HasSubstr("client secret")))));
 }
 
 TYPED_TEST(DriveRefresh, UnavailableServiceIsAskedAgainOnlyByGoogleAndAmazon) {
-  this->service->apiAnswer = answer(503);
+  this->service->apiAnswer = response(503);
   EXPECT_EQ(this->ask().getError().httpResponseCode, 503);
-  EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRepeatsTemporaryFailures ? 4 : 1));
+  EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRetriesTemporaryFailures ? 4 : 1));
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
 }
 
 TYPED_TEST(DriveRefresh, UnreachableServiceIsAskedAgainOnlyByGoogleAndAmazon) {
-  this->service->apiAnswer = TestSupport::noAnswer(Http::TransportFailure::Kind::Unreachable,
-                                                   "CURLE_COULDNT_CONNECT", "refused", false);
+  this->service->apiAnswer = TestSupport::failedResponse(Http::TransportFailure::Kind::Unreachable,
+                                                         "CURLE_COULDNT_CONNECT", "refused", false);
   EXPECT_EQ(this->ask().getError().exceptionName, "CURLE_COULDNT_CONNECT");
-  EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRepeatsTemporaryFailures ? 4 : 1));
+  EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRetriesTemporaryFailures ? 4 : 1));
 }
 
 TYPED_TEST(DriveRefresh, TokenFollowsNoRedirect) {
-  this->service->apiAnswer = answer(307, "", {{"location", "https://drive.example.test/y"}});
+  this->service->apiAnswer = response(307, "", {{"location", "https://drive.example.test/y"}});
   EXPECT_EQ(this->ask().getError().httpResponseCode, 307);
   EXPECT_THAT(this->service->hosts(), ElementsAre("drive.example.test"));
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/dropbox_world.h"
+#include "support/dropbox_fixture.h"
 
 namespace {
 
@@ -20,8 +20,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::dropboxError;
+using TestSupport::response;
 
 constexpr char kListFolder[] = "POST https://api.dropboxapi.com/2/files/list_folder";
 constexpr char kContinue[] = "POST https://api.dropboxapi.com/2/files/list_folder/continue";
@@ -63,16 +63,16 @@ std::vector<std::string> namesOf(const Model::ListFolderResult& result) {
   return names;
 }
 
-class DropboxListing : public ::testing::Test {
+class DropboxListing : public ::testing::Test, protected TestSupport::DropboxFixture {
  protected:
-  void enqueue(const std::string& page) { world.transport->enqueue(answer(200, page)); }
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
+  using TestSupport::DropboxFixture::enqueue;
+  void enqueue(const std::string& page) { enqueue(response(200, page)); }
   void enqueuePage(const std::string& name, const std::string& cursor, bool hasMore) {
     enqueue(pageOf(folderEntry(name), cursor, hasMore));
   }
 
   Outcome<Model::ListFolderResult, Error> list() {
-    return world.client()->listFolder(folder("/photos"));
+    return makeClient()->listFolder(folder("/photos"));
   }
 
   Outcome<Model::ListFolderResult, Error> read(const std::string& page) {
@@ -90,18 +90,16 @@ class DropboxListing : public ::testing::Test {
     return entries.empty() ? Model::Metadata() : *entries.begin();
   }
 
-  TestSupport::DropboxWorld world;
   std::vector<Model::ListFolderResult> kept;
 };
 
 TEST_F(DropboxListing, RequestIsExactlyThis) {
   ASSERT_TRUE(read(pageOf("", "c1", false)).isSuccess());
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder));
-  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
-                  Pair("content-type", "application/json")));
+  EXPECT_THAT(lines(), ElementsAre(kListFolder));
+  EXPECT_THAT(bodies(), ElementsAre(kFirstBody));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1"),
+                                                    Pair("content-type", "application/json")));
 }
 
 TEST_F(DropboxListing, ReadsTheWholeFolder) {
@@ -113,8 +111,8 @@ TEST_F(DropboxListing, ReadsTheWholeFolder) {
   EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b", "c"));
   EXPECT_EQ(outcome.getResult().cursor, "c3");
   EXPECT_FALSE(outcome.getResult().hasMore);
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kContinue));
-  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})"));
+  EXPECT_THAT(lines(), ElementsAre(kListFolder, kContinue, kContinue));
+  EXPECT_THAT(bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})"));
 }
 
 TEST_F(DropboxListing, LastPageEndsItWhateverItsCursor) {
@@ -122,28 +120,28 @@ TEST_F(DropboxListing, LastPageEndsItWhateverItsCursor) {
   const auto outcome = list();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_EQ(outcome.getResult().cursor, "c1");
-  EXPECT_THAT(world.lines(), SizeIs(1));
+  EXPECT_THAT(lines(), SizeIs(1));
 }
 
 TEST_F(DropboxListing, CursorAsksForOneContinuation) {
   for (const bool hasMore : {true, false}) {
     enqueuePage("b", R"(c \"2\")", hasMore);
-    const auto outcome = world.client()->listFolder(continuation("c \"1\""));
+    const auto outcome = makeClient()->listFolder(continuation("c \"1\""));
     ASSERT_TRUE(outcome.isSuccess());
     EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("b"));
     EXPECT_EQ(outcome.getResult().cursor, "c \"2\"");
     EXPECT_EQ(outcome.getResult().hasMore, hasMore);
-    EXPECT_EQ(world.lines().back(), kContinue);
-    EXPECT_EQ(world.bodies().back(), R"({"cursor":"c \"1\""})");
+    EXPECT_EQ(lines().back(), kContinue);
+    EXPECT_EQ(bodies().back(), R"({"cursor":"c \"1\""})");
   }
-  EXPECT_THAT(world.lines(), SizeIs(2));
+  EXPECT_THAT(lines(), SizeIs(2));
 }
 
 TEST_F(DropboxListing, EmptyCursorIsNone) {
   enqueue(pageOf("", "c1", false));
-  ASSERT_TRUE(world.client()->listFolder(continuation("")).isSuccess());
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder));
-  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody));
+  ASSERT_TRUE(makeClient()->listFolder(continuation("")).isSuccess());
+  EXPECT_THAT(lines(), ElementsAre(kListFolder));
+  EXPECT_THAT(bodies(), ElementsAre(kFirstBody));
 }
 
 TEST_F(DropboxListing, GoesOnAfterEmptyPages) {
@@ -154,8 +152,8 @@ TEST_F(DropboxListing, GoesOnAfterEmptyPages) {
   const auto outcome = list();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b"));
-  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
-                                          R"({"cursor":"c2"})"));
+  EXPECT_THAT(bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
+                                    R"({"cursor":"c2"})"));
 }
 
 TEST_F(DropboxListing, ListingThatGetsNoFurtherIsALocalFailure) {
@@ -166,7 +164,7 @@ TEST_F(DropboxListing, ListingThatGetsNoFurtherIsALocalFailure) {
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
   EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
   EXPECT_EQ(outcome.getError().httpResponseCode, 200);
-  EXPECT_THAT(world.lines(), SizeIs(2));
+  EXPECT_THAT(lines(), SizeIs(2));
 }
 
 TEST_F(DropboxListing, MoreEntriesTakeACursor) {
@@ -178,59 +176,59 @@ TEST_F(DropboxListing, MoreEntriesTakeACursor) {
     EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << page;
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << page;
   }
-  EXPECT_THAT(world.lines(), SizeIs(3));
+  EXPECT_THAT(lines(), SizeIs(3));
 }
 
 TEST_F(DropboxListing, FailureOnTheSecondPageIsTheOutcome) {
   enqueuePage("a", "c1", true);
-  enqueue(answer(409, dropboxError("path/not_found")));
+  enqueue(response(409, dropboxError("path/not_found")));
   const auto outcome = list();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "path/not_found");
   EXPECT_EQ(outcome.getError().httpResponseCode, 409);
-  EXPECT_THAT(world.lines(), SizeIs(2));
+  EXPECT_THAT(lines(), SizeIs(2));
 }
 
 TEST_F(DropboxListing, StartsOverOnceWhenACursorIsForgotten) {
   enqueuePage("a", "c1", true);
   enqueuePage("b", "c2", true);
-  enqueue(answer(409, dropboxError("reset")));
+  enqueue(response(409, dropboxError("reset")));
   enqueuePage("a", "d1", true);
   enqueuePage("c", "d2", false);
   const auto outcome = list();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "c"));
   EXPECT_EQ(outcome.getResult().cursor, "d2");
-  EXPECT_THAT(world.bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
-                                          kFirstBody, R"({"cursor":"d1"})"));
+  EXPECT_THAT(bodies(), ElementsAre(kFirstBody, R"({"cursor":"c1"})", R"({"cursor":"c2"})",
+                                    kFirstBody, R"({"cursor":"d1"})"));
 }
 
 TEST_F(DropboxListing, StartsOverNoSecondTime) {
   enqueuePage("a", "c1", true);
-  enqueue(answer(409, dropboxError("reset/other")));
+  enqueue(response(409, dropboxError("reset/other")));
   enqueuePage("a", "d1", true);
-  enqueue(answer(409, dropboxError("reset")));
+  enqueue(response(409, dropboxError("reset")));
   const auto outcome = list();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "reset");
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
+  EXPECT_THAT(lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
 }
 
 TEST_F(DropboxListing, StartsOverOnlyInItsOwnContinuations) {
-  enqueue(answer(409, dropboxError("reset")));
+  enqueue(response(409, dropboxError("reset")));
   EXPECT_EQ(list().getError().exceptionName, "reset");
-  enqueue(answer(409, dropboxError("reset")));
-  EXPECT_EQ(world.client()->listFolder(continuation("c1")).getError().exceptionName, "reset");
+  enqueue(response(409, dropboxError("reset")));
+  EXPECT_EQ(makeClient()->listFolder(continuation("c1")).getError().exceptionName, "reset");
   enqueuePage("a", "c1", true);
-  enqueue(answer(409, dropboxError("resetting")));
+  enqueue(response(409, dropboxError("resetting")));
   EXPECT_EQ(list().getError().exceptionName, "resetting");
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
+  EXPECT_THAT(lines(), ElementsAre(kListFolder, kContinue, kListFolder, kContinue));
 }
 
 TEST_F(DropboxListing, EachPageIsARequestOfItsOwnForTheRetries) {
   for (const char* page : {"a", "b"}) {
     for (int i = 0; i < 3; ++i) {
-      enqueue(answer(401, dropboxError("expired_access_token")));
+      enqueue(response(401, dropboxError("expired_access_token")));
       enqueue(R"({"access_token":"token-2"})");
     }
     enqueuePage(page, "c1", page == std::string("a"));
@@ -238,19 +236,19 @@ TEST_F(DropboxListing, EachPageIsARequestOfItsOwnForTheRetries) {
   const auto outcome = list();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(namesOf(outcome.getResult()), ElementsAre("a", "b"));
-  EXPECT_THAT(world.lines(), ElementsAre(kListFolder, kToken, kListFolder, kToken, kListFolder,
-                                         kToken, kListFolder, kContinue, kToken, kContinue, kToken,
-                                         kContinue, kToken, kContinue));
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000, 1000, 2000, 3000));
+  EXPECT_THAT(lines(), ElementsAre(kListFolder, kToken, kListFolder, kToken, kListFolder, kToken,
+                                   kListFolder, kContinue, kToken, kContinue, kToken, kContinue,
+                                   kToken, kContinue));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000, 1000, 2000, 3000));
 }
 
 TEST_F(DropboxListing, NothingButAnExpiredTokenIsTriedAgain) {
   for (const int status : {302, 400, 403, 409, 422, 429, 500, 503}) {
-    enqueue(answer(status, "", {{"retry-after", "1"}, {"location", "https://example.test/"}}));
+    enqueue(response(status, "", {{"retry-after", "1"}, {"location", "https://example.test/"}}));
     EXPECT_EQ(list().getError().httpResponseCode, status);
   }
-  EXPECT_THAT(world.lines(), SizeIs(8));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(lines(), SizeIs(8));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(DropboxListing, ReadsFolders) {
@@ -371,7 +369,7 @@ TEST_F(DropboxListing, AnswerThatIsNoJsonObjectIsALocalFailure) {
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body.substr(0, 200);
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body.substr(0, 200);
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "asking again does not help";
 }
 
 TEST_F(DropboxListing, TextsLastAsLongAsTheResult) {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/google_drive_world.h"
+#include "support/google_drive_fixture.h"
 
 namespace {
 
@@ -22,9 +22,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::failedResponse;
 using TestSupport::googleError;
-using TestSupport::noAnswer;
+using TestSupport::response;
 
 constexpr char kFolderType[] = "application/vnd.google-apps.folder";
 constexpr char kFile[] = R"({"id":"7"})";
@@ -47,41 +47,39 @@ Model::UploadFileRequest newFolder(const std::string& name) {
   return request;
 }
 
-class GoogleDriveClientTest : public ::testing::Test {
+class GoogleDriveClientTest : public ::testing::Test, protected TestSupport::GoogleDriveFixture {
  protected:
   using FileOutcome = Outcome<Model::FileResource, Error>;
 
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
-  FileOutcome getRoot() { return world.client()->getFileResource(fileOf("root")); }
-  FileOutcome createFolder() { return world.client()->uploadFile(newFolder("New")); }
+  FileOutcome getRoot() { return makeClient()->getFileResource(fileOf("root")); }
+  FileOutcome createFolder() { return makeClient()->uploadFile(newFolder("New")); }
 
   FileOutcome fileFrom(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
+    enqueue(response(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
     return getRoot();
   }
 
   // The address that the file with this id has.
   std::string lineOf(const std::string& id) {
-    enqueue(answer(200, kFile));
-    EXPECT_TRUE(world.client()->getFileResource(fileOf(id)).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, kFile));
+    EXPECT_TRUE(makeClient()->getFileResource(fileOf(id)).isSuccess());
+    return lines().back();
   }
 
   std::string creationOf(const Model::UploadFileRequest& request) {
-    enqueue(answer(200, kFile));
-    EXPECT_TRUE(world.client()->uploadFile(request).isSuccess());
-    return world.bodies().back();
+    enqueue(response(200, kFile));
+    EXPECT_TRUE(makeClient()->uploadFile(request).isSuccess());
+    return bodies().back();
   }
 
   // How often a call is sent that is answered with `response` time and again.
   template <typename Call>
   std::size_t sendsOf(const Http::Response& response, Call call) {
-    const std::size_t before = world.transport->requests().size();
+    const std::size_t before = requests().size();
     for (int i = 0; i < 4; ++i) enqueue(response);
     EXPECT_FALSE(call().isSuccess());
-    const std::size_t sends = world.transport->requests().size() - before;
-    while (world.transport->unusedAnswers() != 0) world.transport->send({});
+    const std::size_t sends = requests().size() - before;
+    while (transport->unusedResponses() != 0) transport->send({});
     return sends;
   }
   std::size_t readsSent(const Http::Response& response) {
@@ -105,8 +103,6 @@ class GoogleDriveClientTest : public ::testing::Test {
     EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest");
     EXPECT_FALSE(outcome.getError().retryable);
   }
-
-  TestSupport::GoogleDriveWorld world;
 };
 
 using GoogleDriveGetFile = GoogleDriveClientTest;
@@ -114,7 +110,7 @@ using GoogleDriveGetFile = GoogleDriveClientTest;
 TEST_F(GoogleDriveGetFile, AsksForEachFieldOfAFile) {
   EXPECT_EQ(lineOf("root"),
             "GET https://www.googleapis.com/drive/v3/files/root" + std::string(kMask));
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_THAT(request.body, IsEmpty());
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
                                            Pair("authorization", "Bearer token-1")));
@@ -129,10 +125,10 @@ TEST_F(GoogleDriveGetFile, IdIsOneSegmentOfThePath) {
 TEST_F(GoogleDriveGetFile, IdThatAddressesSomethingElseIsRefused) {
   for (const auto* id : {"", ".", ".."}) {
     SCOPED_TRACE(id);
-    expectInvalid(world.client()->getFileResource(fileOf(id)));
+    expectInvalid(makeClient()->getFileResource(fileOf(id)));
   }
-  expectInvalid(world.client()->getFileResource({}));
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  expectInvalid(makeClient()->getFileResource({}));
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(GoogleDriveGetFile, ReadsAllFields) {
@@ -209,18 +205,18 @@ TEST_F(GoogleDriveGetFile, AnswerThatIsNoObjectIsAFailure) {
 }
 
 TEST_F(GoogleDriveGetFile, PageOfACaptivePortalIsAFailure) {
-  enqueue(answer(200, "<!DOCTYPE html><html>Log in</html>", {{"content-type", "text/html"}}));
+  enqueue(response(200, "<!DOCTYPE html><html>Log in</html>", {{"content-type", "text/html"}}));
   expectMalformed(getRoot());
-  EXPECT_THAT(world.transport->requests(), SizeIs(1));
+  EXPECT_THAT(requests(), SizeIs(1));
 }
 
 TEST_F(GoogleDriveGetFile, JsonThatIsSentAsAPageIsAFailure) {
-  enqueue(answer(200, R"({"id":"7"})", {{"content-type", "text/html; charset=utf-8"}}));
+  enqueue(response(200, R"({"id":"7"})", {{"content-type", "text/html; charset=utf-8"}}));
   expectMalformed(getRoot());
 }
 
 TEST_F(GoogleDriveGetFile, AnswerNeedNotSayWhatItIs) {
-  enqueue(answer(200, R"({"id":"7"})"));
+  enqueue(response(200, R"({"id":"7"})"));
   EXPECT_EQ(getRoot().getResult().id, "7");
 }
 
@@ -239,10 +235,10 @@ TEST_F(GoogleDriveGetFile, UnknownMembersMayBeNestedDeeply) {
 TEST_F(GoogleDriveGetFile, TextsOutliveTheCallAndItsClient) {
   std::vector<Model::FileResource> files;
   {
-    TestSupport::GoogleDriveWorld other;
+    TestSupport::GoogleDriveFixture other;
     for (const auto* id : {"first", "second"}) {
-      other.transport->enqueue(answer(200, std::string(R"({"id":")") + id + R"("})"));
-      files.push_back(other.client()->getFileResource(fileOf("root")).getResult());
+      other.enqueue(response(200, std::string(R"({"id":")") + id + R"("})"));
+      files.push_back(other.makeClient()->getFileResource(fileOf("root")).getResult());
     }
   }
   EXPECT_EQ(files.at(0).id, "first");
@@ -255,12 +251,11 @@ TEST_F(GoogleDriveUpload, FolderIsMadeWithMetadataAlone) {
   EXPECT_EQ(creationOf(newFolder("New folder")),
             R"({"name":"New folder","mimeType":"application/vnd.google-apps.folder",)"
             R"("parents":["parent-1"]})");
-  EXPECT_THAT(world.lines(),
+  EXPECT_THAT(lines(),
               ElementsAre("POST https://www.googleapis.com/drive/v3/files" + std::string(kMask)));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
-                  Pair("content-type", "application/json")));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1"),
+                                                    Pair("content-type", "application/json")));
 }
 
 TEST_F(GoogleDriveUpload, EachParameterHasItsPlace) {
@@ -296,16 +291,16 @@ TEST_F(GoogleDriveUpload, NameIsEscapedAndOtherwiseSentAsItIs) {
 TEST_F(GoogleDriveUpload, InvalidUtf8IsRefused) {
   for (const auto* text : {"\xFF", "a\xC3", "\xED\xA0\x80", "\xC0\xAF"}) {
     auto request = newFolder(text);
-    expectInvalid(world.client()->uploadFile(request));
+    expectInvalid(makeClient()->uploadFile(request));
     request = newFolder("good");
     request.parents = text;
-    expectInvalid(world.client()->uploadFile(request));
+    expectInvalid(makeClient()->uploadFile(request));
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(GoogleDriveUpload, ReadsWhatWasMade) {
-  enqueue(answer(200, R"({"kind":"drive#file","id":"1New","name":"New 2"})"));
+  enqueue(response(200, R"({"kind":"drive#file","id":"1New","name":"New 2"})"));
   const auto outcome = createFolder();
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
   EXPECT_EQ(outcome.getResult().id, "1New");
@@ -313,17 +308,17 @@ TEST_F(GoogleDriveUpload, ReadsWhatWasMade) {
 }
 
 TEST_F(GoogleDriveUpload, AnswerWithoutAnIdIsAFailureAndNotRepeated) {
-  enqueue(answer(200, R"({"name":"New"})"));
+  enqueue(response(200, R"({"name":"New"})"));
   expectMalformed(createFolder());
-  enqueue(answer(200, "<html></html>"));
+  enqueue(response(200, "<html></html>"));
   expectMalformed(createFolder());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 using GoogleDriveErrors = GoogleDriveClientTest;
 
 TEST_F(GoogleDriveErrors, AreNamedByTheService) {
-  enqueue(answer(404, googleError(404, "notFound"), {{"x-header", "value"}}));
+  enqueue(response(404, googleError(404, "notFound"), {{"x-header", "value"}}));
   const auto outcome = getRoot();
   ASSERT_FALSE(outcome.isSuccess());
   const Error& error = outcome.getError();
@@ -333,22 +328,23 @@ TEST_F(GoogleDriveErrors, AreNamedByTheService) {
   EXPECT_EQ(error.httpResponseCode, 404);
   EXPECT_FALSE(error.retryable);
   EXPECT_THAT(error.responseHeaders, ElementsAre(Pair("x-header", "value")));
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(404, 0)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(404, 0)));
 }
 
 TEST_F(GoogleDriveErrors, RefusalsAreFinal) {
   for (const int status : {302, 400, 403, 404, 409, 411, 412}) {
     SCOPED_TRACE(status);
-    const auto response = answer(status, googleError(status, "domainPolicy"));
+    const auto response = TestSupport::response(status, googleError(status, "domainPolicy"));
     EXPECT_EQ(readsSent(response), 1U);
     EXPECT_EQ(creationsSent(response), 1U);
   }
 }
 
 TEST_F(GoogleDriveErrors, LimitsAreWaitedForByReadsAndCreations) {
-  for (const auto& response : {answer(403, googleError(403, "rateLimitExceeded")),
-                               answer(403, googleError(403, "userRateLimitExceeded")),
-                               answer(429, googleError(429, "rateLimitExceeded")), answer(503)}) {
+  for (const auto& response :
+       {response(403, googleError(403, "rateLimitExceeded")),
+        response(403, googleError(403, "userRateLimitExceeded")),
+        response(429, googleError(429, "rateLimitExceeded")), response(503)}) {
     SCOPED_TRACE(response.status);
     EXPECT_EQ(readsSent(response), 4U);
     EXPECT_EQ(creationsSent(response), 4U);
@@ -358,40 +354,42 @@ TEST_F(GoogleDriveErrors, LimitsAreWaitedForByReadsAndCreations) {
 TEST_F(GoogleDriveErrors, FailuresOfTheServiceAreSentAgainOnlyIfNothingCouldBeDoubled) {
   for (const int status : {500, 502, 504}) {
     SCOPED_TRACE(status);
-    const auto response = answer(status, googleError(status, "backendError"));
+    const auto response = TestSupport::response(status, googleError(status, "backendError"));
     EXPECT_EQ(readsSent(response), 4U);
     EXPECT_EQ(creationsSent(response), 1U);
   }
 }
 
 TEST_F(GoogleDriveErrors, LostAnswerToACreationIsFinal) {
-  const auto lost = noAnswer(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true);
+  const auto lost = failedResponse(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true);
   EXPECT_EQ(readsSent(lost), 4U);
   EXPECT_EQ(creationsSent(lost), 1U);
 
-  const auto unreachable = noAnswer(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false);
+  const auto unreachable =
+      failedResponse(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false);
   EXPECT_EQ(readsSent(unreachable), 4U);
   EXPECT_EQ(creationsSent(unreachable), 4U);
 
-  const auto untrusted = noAnswer(Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION", "", false);
+  const auto untrusted =
+      failedResponse(Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION", "", false);
   EXPECT_EQ(readsSent(untrusted), 1U);
 }
 
 TEST_F(GoogleDriveErrors, CallSucceedsWhenTheTroubleIsOver) {
-  enqueue(answer(503));
-  enqueue(answer(429));
+  enqueue(response(503));
+  enqueue(response(429));
   EXPECT_TRUE(fileFrom(kFile).isSuccess());
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
-  EXPECT_THAT(world.lines(), SizeIs(3));
-  EXPECT_EQ(world.lines().at(0), world.lines().at(2));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(lines(), SizeIs(3));
+  EXPECT_EQ(lines().at(0), lines().at(2));
 }
 
 TEST_F(GoogleDriveErrors, ExpiredTokenIsRefreshedAndTheCreationSentAgain) {
-  enqueue(answer(401, googleError(401, "authError")));
-  enqueue(answer(200, R"({"access_token":"token-2"})"));
-  enqueue(answer(200, kFile));
+  enqueue(response(401, googleError(401, "authError")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
+  enqueue(response(200, kFile));
   EXPECT_TRUE(createFolder().isSuccess());
-  const auto requests = world.transport->requests();
+  const auto requests = transport->requests();
   ASSERT_THAT(requests, SizeIs(3));
   EXPECT_EQ(requests[0].headers.at("authorization"), "Bearer token-1");
   EXPECT_EQ(requests[1].uri.toString(), "https://login.example.test/token");
@@ -400,9 +398,9 @@ TEST_F(GoogleDriveErrors, ExpiredTokenIsRefreshedAndTheCreationSentAgain) {
 }
 
 TEST_F(GoogleDriveErrors, WithoutAnAccessTokenNoneIsSent) {
-  world.credential->setTokens("", "");
+  credential->setTokens("", "");
   EXPECT_TRUE(fileFrom(kFile).isSuccess());
-  EXPECT_EQ(world.transport->requests().at(0).headers.count("authorization"), 0U);
+  EXPECT_EQ(requests().at(0).headers.count("authorization"), 0U);
 }
 
 }  // namespace

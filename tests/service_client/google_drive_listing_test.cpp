@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/google_drive_world.h"
+#include "support/google_drive_fixture.h"
 
 namespace {
 
@@ -21,8 +21,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::googleError;
+using TestSupport::response;
 
 constexpr char kAddress[] = "GET https://www.googleapis.com/drive/v3/files?";
 constexpr char kEnd[] =
@@ -40,20 +40,19 @@ Model::ListFileResourceRequest foldersOf(const std::string& parent) {
   return request;
 }
 
-class GoogleDriveListing : public ::testing::Test {
+class GoogleDriveListing : public ::testing::Test, protected TestSupport::GoogleDriveFixture {
  protected:
   using PageOutcome = Outcome<Model::ListFileResourceResult, Error>;
 
   std::string lineOf(const Model::ListFileResourceRequest& request) {
-    world.transport->enqueue(answer(200, "{}"));
-    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, "{}"));
+    EXPECT_TRUE(makeClient()->listFileResource(request).isSuccess());
+    return lines().back();
   }
 
   PageOutcome read(const std::string& body) {
-    world.transport->enqueue(
-        answer(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
-    return world.client()->listFileResource(foldersOf("X"));
+    enqueue(response(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
+    return makeClient()->listFileResource(foldersOf("X"));
   }
 
   // "id=name" of each file on a page with these files.
@@ -66,8 +65,6 @@ class GoogleDriveListing : public ::testing::Test {
     }
     return texts;
   }
-
-  TestSupport::GoogleDriveWorld world;
 };
 
 TEST_F(GoogleDriveListing, AsksForIdsAndNamesOnSharedDrivesToo) {
@@ -77,7 +74,7 @@ TEST_F(GoogleDriveListing, AsksForIdsAndNamesOnSharedDrivesToo) {
                             "&q=%27X%27%20in%20parents%20and%20trashed%20%3D%20false%20and%20"
                             "mimeType%20%3D%20%27application%2Fvnd.google-apps.folder%27&") +
                 kEnd);
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_THAT(request.body, IsEmpty());
   EXPECT_EQ(request.headers.at("accept"), "application/json");
   EXPECT_EQ(request.headers.at("authorization"), "Bearer token-1");
@@ -219,29 +216,29 @@ TEST_F(GoogleDriveListing, TextsLastAsLongAsThePageThatKeepsThem) {
 }
 
 TEST_F(GoogleDriveListing, AnswerOfAFailedAttemptLeavesNothing) {
-  world.transport->enqueue(answer(503, R"({"files":[{"id":"stale"}],"nextPageToken":"stale"})"));
+  enqueue(response(503, R"({"files":[{"id":"stale"}],"nextPageToken":"stale"})"));
   const auto outcome = read(R"({"files":[{"id":"1","name":"one"}]})");
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
   EXPECT_THAT(outcome.getResult().files, SizeIs(1));
   EXPECT_THAT(outcome.getResult().nextPageToken, IsEmpty());
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
 TEST_F(GoogleDriveListing, BadPageTokenIsAFailureOfTheService) {
-  world.transport->enqueue(answer(400, googleError(400, "invalid")));
-  const auto outcome = world.client()->listFileResource(foldersOf("X"));
+  enqueue(response(400, googleError(400, "invalid")));
+  const auto outcome = makeClient()->listFileResource(foldersOf("X"));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "invalid");
   EXPECT_EQ(outcome.getError().httpResponseCode, 400);
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(400, 0)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
 TEST_F(GoogleDriveListing, ExpiredTokenIsRefreshedBetweenPages) {
   EXPECT_TRUE(read(R"({"nextPageToken":"t"})").isSuccess());
-  world.transport->enqueue(answer(401, googleError(401, "authError")));
-  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
+  enqueue(response(401, googleError(401, "authError")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
   EXPECT_TRUE(read("{}").isSuccess());
-  const auto requests = world.transport->requests();
+  const auto requests = transport->requests();
   ASSERT_THAT(requests, SizeIs(4));
   EXPECT_EQ(requests[3].headers.at("authorization"), "Bearer token-2");
   EXPECT_EQ(requests[3].uri.toString(), requests[1].uri.toString());
@@ -250,14 +247,14 @@ TEST_F(GoogleDriveListing, ExpiredTokenIsRefreshedBetweenPages) {
 TEST_F(GoogleDriveListing, ThreadsShareAClient) {
   constexpr std::size_t kThreads = 16;
   constexpr int kCalls = 10;
-  const auto client = world.client();
+  const auto client = makeClient();
   for (std::size_t i = 0; i < kThreads * kCalls; ++i) {
     // Each answer says which parent was asked for.
-    world.transport->enqueue([](const Http::Request& request) {
+    enqueue([](const Http::Request& request) {
       const std::string query = request.uri.queryText();
       const auto begin = query.find("%27") + 3;
-      return answer(200, R"({"files":[{"id":"x","name":")" +
-                             query.substr(begin, query.find("%27", begin) - begin) + "\"}]}");
+      return response(200, R"({"files":[{"id":"x","name":")" +
+                               query.substr(begin, query.find("%27", begin) - begin) + "\"}]}");
     });
   }
   std::atomic<int> right{0};

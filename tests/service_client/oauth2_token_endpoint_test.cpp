@@ -35,13 +35,13 @@ OAuth2ClientSpec clientSpec() {
 }
 
 Response jsonAnswer(int status, std::string body) {
-  return TestSupport::answer(status, std::move(body),
-                             {{"content-type", "application/json;charset=UTF-8"}});
+  return TestSupport::response(status, std::move(body),
+                               {{"content-type", "application/json;charset=UTF-8"}});
 }
 
 Response unreachable(bool requestMayHaveRun) {
-  return TestSupport::noAnswer(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "no route",
-                               requestMayHaveRun);
+  return TestSupport::failedResponse(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "no route",
+                                     requestMayHaveRun);
 }
 
 class OAuth2TokenEndpointTest : public ::testing::Test {
@@ -134,12 +134,12 @@ TEST_F(OAuth2TokenEndpointTest, AnswerWithoutAUsableAccessTokenIsAFailure) {
 
 TEST_F(OAuth2TokenEndpointTest, ContentTypeMustNotContradict) {
   const std::string body = R"({"access_token":"a"})";
-  expectMalformed(TestSupport::answer(200, body, {{"content-type", "text/html"}}),
+  expectMalformed(TestSupport::response(200, body, {{"content-type", "text/html"}}),
                   "MalformedResponse: the answer is not JSON");
   EXPECT_TRUE(
-      refreshAnsweredWith(TestSupport::answer(200, body, {{"content-type", "Application/JSON"}}))
+      refreshAnsweredWith(TestSupport::response(200, body, {{"content-type", "Application/JSON"}}))
           .isSuccess());
-  EXPECT_TRUE(refreshAnsweredWith(TestSupport::answer(200, body)).isSuccess());
+  EXPECT_TRUE(refreshAnsweredWith(TestSupport::response(200, body)).isSuccess());
 }
 
 TEST_F(OAuth2TokenEndpointTest, TokensThatWouldBreakAHeaderAreRefused) {
@@ -193,7 +193,7 @@ TEST_F(OAuth2TokenEndpointTest, RefusalWithoutReadableBodyIsItsStatus) {
 
 TEST_F(OAuth2TokenEndpointTest, OtherSuccessesAndRedirectsAreFailures) {
   for (const int code : {204, 302, 307}) {
-    const auto status = refreshAnsweredWith(TestSupport::answer(
+    const auto status = refreshAnsweredWith(TestSupport::response(
         code, R"({"access_token":"a"})", {{"location", "https://elsewhere.example.test/"}}));
     EXPECT_EQ(status.getCode(), code);
     EXPECT_EQ(status.toString(), "HTTP " + std::to_string(code));
@@ -221,7 +221,7 @@ TEST_F(OAuth2TokenEndpointTest, ShortSecretsDoNotMangleTexts) {
 
 TEST_F(OAuth2TokenEndpointTest, TransportFailureIsReported) {
   const auto status = refreshAnsweredWith(
-      TestSupport::noAnswer(Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", "too slow\n", true));
+      TestSupport::failedResponse(Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", "too slow\n", true));
   EXPECT_EQ(status.getCode(), -1);
   EXPECT_EQ(status.toString(), "CURLE_OPERATION_TIMEDOUT: too slow");
 }
@@ -240,17 +240,17 @@ TEST_F(OAuth2TokenEndpointTest, SecondFailedConnectionIsFinal) {
   const auto status = refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})"));
   EXPECT_EQ(status.getCode(), -1);
   EXPECT_EQ(status.toString(), "CURLE_COULDNT_CONNECT: no route");
-  EXPECT_EQ(transport->unusedAnswers(), 1U);
+  EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
 TEST_F(OAuth2TokenEndpointTest, NothingElseIsRepeated) {
   const Response failures[] = {
       unreachable(true),
-      TestSupport::noAnswer(Kind::Timeout, "TIMEOUT", "", false),
-      TestSupport::noAnswer(Kind::Interrupted, "BROKEN", "", true),
-      TestSupport::noAnswer(Kind::Untrusted, "UNTRUSTED", "", false),
-      TestSupport::answer(429),
-      TestSupport::answer(503),
+      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false),
+      TestSupport::failedResponse(Kind::Interrupted, "BROKEN", "", true),
+      TestSupport::failedResponse(Kind::Untrusted, "UNTRUSTED", "", false),
+      TestSupport::response(429),
+      TestSupport::response(503),
   };
   std::size_t sent = 0;
   for (const auto& response : failures) {

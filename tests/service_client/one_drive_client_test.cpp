@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/one_drive_world.h"
+#include "support/one_drive_fixture.h"
 
 namespace {
 
@@ -22,8 +22,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::graphError;
+using TestSupport::response;
 
 constexpr char kRoot[] = "https://graph.microsoft.com/v1.0/me/drive/items/root";
 
@@ -58,13 +58,11 @@ Model::CreateFolderRequest newFolder(const std::string& parent, const std::strin
   return request;
 }
 
-class OneDriveClientTest : public ::testing::Test {
+class OneDriveClientTest : public ::testing::Test, protected TestSupport::OneDriveFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   Outcome<Model::DriveItem, Error> readItem(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/json"}}));
-    return world.client()->getDriveItem(itemCalled("root"));
+    enqueue(response(200, body, {{"content-type", "application/json"}}));
+    return makeClient()->getDriveItem(itemCalled("root"));
   }
 
   // The item in an answer that has `members` beside its id.
@@ -76,12 +74,10 @@ class OneDriveClientTest : public ::testing::Test {
 
   // The body with which a folder of this name is created.
   std::string bodyFor(const std::string& name) {
-    enqueue(answer(201, R"({"id":"2"})"));
-    EXPECT_TRUE(world.client()->createFolder(newFolder("root", name)).isSuccess());
-    return world.transport->requests().back().body;
+    enqueue(response(201, R"({"id":"2"})"));
+    EXPECT_TRUE(makeClient()->createFolder(newFolder("root", name)).isSuccess());
+    return requests().back().body;
   }
-
-  TestSupport::OneDriveWorld world;
 };
 
 template <typename Result>
@@ -96,27 +92,27 @@ using OneDriveItem = OneDriveClientTest;
 
 TEST_F(OneDriveItem, RequestIsExactlyThis) {
   EXPECT_TRUE(readItem(kWholeItem).isSuccess());
-  ASSERT_THAT(world.transport->requests(), SizeIs(1));
-  const auto request = world.transport->requests()[0];
+  ASSERT_THAT(requests(), SizeIs(1));
+  const auto request = requests()[0];
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.uri.toString(), kRoot);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
-                                           Pair("authorization", "Bearer access-1")));
+                                           Pair("authorization", "Bearer token-1")));
 }
 
 TEST_F(OneDriveItem, IdsAreSingleSegments) {
-  const auto client = world.client();
+  const auto client = makeClient();
   for (const char* id : {"9F3C6E5D1A2B4C3D!105", "a/../b?c#d%41 +", "..."}) {
-    enqueue(answer(200, R"({"id":"1"})"));
+    enqueue(response(200, R"({"id":"1"})"));
     EXPECT_TRUE(client->getDriveItem(itemCalled(id)).isSuccess());
   }
   auto request = itemCalled("root");
   request.driveId = "b!x/y";
-  enqueue(answer(200, R"({"id":"1"})"));
+  enqueue(response(200, R"({"id":"1"})"));
   EXPECT_TRUE(client->getDriveItem(request).isSuccess());
   EXPECT_THAT(
-      world.addresses(),
+      addresses(),
       ElementsAre("https://graph.microsoft.com/v1.0/me/drive/items/9F3C6E5D1A2B4C3D%21105",
                   "https://graph.microsoft.com/v1.0/me/drive/items/a%2F..%2Fb%3Fc%23d%2541%20%2B",
                   "https://graph.microsoft.com/v1.0/me/drive/items/...",
@@ -287,7 +283,7 @@ TEST_F(OneDriveItem, AnswerThatIsNoItemIsALocalFailure) {
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "asking again does not help";
 }
 
 TEST_F(OneDriveItem, DeepNestingIsHarmless) {
@@ -297,7 +293,7 @@ TEST_F(OneDriveItem, DeepNestingIsHarmless) {
 }
 
 TEST_F(OneDriveItem, NothingIsSentForAnIdThatIsNoSegment) {
-  const auto client = world.client();
+  const auto client = makeClient();
   for (const char* id : {"", ".", ".."}) {
     expectRefusedHere(client->getDriveItem(itemCalled(id)));
     expectRefusedHere(client->createFolder(newFolder(id, "x")));
@@ -309,29 +305,29 @@ TEST_F(OneDriveItem, NothingIsSentForAnIdThatIsNoSegment) {
     expectRefusedHere(client->getDriveMetadata(drive));
   }
   expectRefusedHere(client->getDriveItem({}));
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 using OneDriveMetadata = OneDriveClientTest;
 
 TEST_F(OneDriveMetadata, RequestIsExactlyThis) {
-  enqueue(answer(200, "{}"));
-  enqueue(answer(200, "{}"));
-  EXPECT_TRUE(world.client()->getDriveMetadata({}).isSuccess());
+  enqueue(response(200, "{}"));
+  enqueue(response(200, "{}"));
+  EXPECT_TRUE(makeClient()->getDriveMetadata({}).isSuccess());
   Model::GetDriveMetadataRequest request;
   request.driveId = "9f3c!1";
-  EXPECT_TRUE(world.client()->getDriveMetadata(request).isSuccess());
-  EXPECT_THAT(world.addresses(), ElementsAre("https://graph.microsoft.com/v1.0/me/drive",
-                                             "https://graph.microsoft.com/v1.0/drives/9f3c%211"));
-  EXPECT_EQ(world.transport->requests()[0].method, Http::Method::Get);
-  EXPECT_EQ(world.transport->requests()[0].body, "");
+  EXPECT_TRUE(makeClient()->getDriveMetadata(request).isSuccess());
+  EXPECT_THAT(addresses(), ElementsAre("https://graph.microsoft.com/v1.0/me/drive",
+                                       "https://graph.microsoft.com/v1.0/drives/9f3c%211"));
+  EXPECT_EQ(requests()[0].method, Http::Method::Get);
+  EXPECT_EQ(requests()[0].body, "");
 }
 
 TEST_F(OneDriveMetadata, IsRead) {
-  enqueue(answer(200,
-                 R"({"id":"b!Vm9s","driveType":"business","name":"OneDrive","description":"",)"
-                 R"("owner":{"user":{"id":"no","name":"no"}},"quota":{"total":1099511627776}})"));
-  const auto outcome = world.client()->getDriveMetadata({});
+  enqueue(response(200,
+                   R"({"id":"b!Vm9s","driveType":"business","name":"OneDrive","description":"",)"
+                   R"("owner":{"user":{"id":"no","name":"no"}},"quota":{"total":1099511627776}})"));
+  const auto outcome = makeClient()->getDriveMetadata({});
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError().message;
   EXPECT_EQ(outcome.getResult().id, "b!Vm9s");
   EXPECT_EQ(outcome.getResult().driveType, "business");
@@ -344,8 +340,8 @@ TEST_F(OneDriveMetadata, TypeIsPassedOnAsItIsWritten) {
         std::pair(R"({"driveType":"documentLibrary"})", "documentLibrary"),
         std::pair(R"({"driveType":"business "})", "business "), std::pair("{}", ""),
         std::pair(R"({"driveType":null})", ""), std::pair(R"({"driveType":1})", "")}) {
-    enqueue(answer(200, body));
-    const auto outcome = world.client()->getDriveMetadata({});
+    enqueue(response(200, body));
+    const auto outcome = makeClient()->getDriveMetadata({});
     ASSERT_TRUE(outcome.isSuccess()) << body;
     EXPECT_EQ(outcome.getResult().driveType, type) << body;
   }
@@ -354,8 +350,8 @@ TEST_F(OneDriveMetadata, TypeIsPassedOnAsItIsWritten) {
 TEST_F(OneDriveMetadata, AnswerThatIsNoDriveIsALocalFailure) {
   for (const char* body : {"", "<html></html>", "[]", R"({"driveType":"business")",
                            R"({"driveType":"busi\u0000ness"})", "{}x"}) {
-    enqueue(answer(200, body));
-    const auto outcome = world.client()->getDriveMetadata({});
+    enqueue(response(200, body));
+    const auto outcome = makeClient()->getDriveMetadata({});
     ASSERT_FALSE(outcome.isSuccess()) << body;
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
   }
@@ -364,26 +360,26 @@ TEST_F(OneDriveMetadata, AnswerThatIsNoDriveIsALocalFailure) {
 using OneDriveCreateFolder = OneDriveClientTest;
 
 TEST_F(OneDriveCreateFolder, RequestIsExactlyThis) {
-  enqueue(answer(201, kWholeItem));
-  EXPECT_TRUE(world.client()->createFolder(newFolder("9F3C!105", "New folder")).isSuccess());
-  ASSERT_THAT(world.transport->requests(), SizeIs(1));
-  const auto request = world.transport->requests()[0];
+  enqueue(response(201, kWholeItem));
+  EXPECT_TRUE(makeClient()->createFolder(newFolder("9F3C!105", "New folder")).isSuccess());
+  ASSERT_THAT(requests(), SizeIs(1));
+  const auto request = requests()[0];
   EXPECT_EQ(request.method, Http::Method::Post);
   EXPECT_EQ(request.uri.toString(),
             "https://graph.microsoft.com/v1.0/me/drive/items/9F3C%21105/children");
   EXPECT_EQ(request.body, R"({"name":"New folder","folder":{},)"
                           R"("@microsoft.graph.conflictBehavior":"fail"})");
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
-                                           Pair("authorization", "Bearer access-1"),
+                                           Pair("authorization", "Bearer token-1"),
                                            Pair("content-type", "application/json")));
 }
 
 TEST_F(OneDriveCreateFolder, MayBeInAnotherDrive) {
   auto request = newFolder("root", "x");
   request.driveId = "9f3c";
-  enqueue(answer(201, R"({"id":"1"})"));
-  EXPECT_TRUE(world.client()->createFolder(request).isSuccess());
-  EXPECT_THAT(world.addresses(),
+  enqueue(response(201, R"({"id":"1"})"));
+  EXPECT_TRUE(makeClient()->createFolder(request).isSuccess());
+  EXPECT_THAT(addresses(),
               ElementsAre("https://graph.microsoft.com/v1.0/drives/9f3c/items/root/children"));
 }
 
@@ -396,15 +392,15 @@ TEST_F(OneDriveCreateFolder, NameIsQuoted) {
 
 TEST_F(OneDriveCreateFolder, NameThatIsNoUtf8IsRefusedHere) {
   for (const char* name : {"\xFF", "a\xC3", "\xED\xA0\x80"}) {
-    expectRefusedHere(world.client()->createFolder(newFolder("root", name)));
+    expectRefusedHere(makeClient()->createFolder(newFolder("root", name)));
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(OneDriveCreateFolder, AnySuccessHasTheFolder) {
   for (const int status : {200, 201, 202}) {
-    enqueue(answer(status, R"({"id":"9F3C!200","name":"As the service has it","folder":{}})"));
-    const auto outcome = world.client()->createFolder(newFolder("root", "x"));
+    enqueue(response(status, R"({"id":"9F3C!200","name":"As the service has it","folder":{}})"));
+    const auto outcome = makeClient()->createFolder(newFolder("root", "x"));
     ASSERT_TRUE(outcome.isSuccess()) << status;
     EXPECT_EQ(outcome.getResult().id, "9F3C!200");
     EXPECT_EQ(outcome.getResult().name, "As the service has it");
@@ -414,8 +410,8 @@ TEST_F(OneDriveCreateFolder, AnySuccessHasTheFolder) {
 
 TEST_F(OneDriveCreateFolder, AnswerWithoutAnIdIsALocalFailure) {
   for (const char* body : {"", "{}", R"({"name":"x"})", "<html></html>"}) {
-    enqueue(answer(201, body));
-    const auto outcome = world.client()->createFolder(newFolder("root", "x"));
+    enqueue(response(201, body));
+    const auto outcome = makeClient()->createFolder(newFolder("root", "x"));
     ASSERT_FALSE(outcome.isSuccess()) << body;
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
   }
@@ -423,46 +419,46 @@ TEST_F(OneDriveCreateFolder, AnswerWithoutAnIdIsALocalFailure) {
 
 TEST_F(OneDriveCreateFolder, IsSentOnceIfTheServiceIsNotWell) {
   for (const int status : {409, 429, 500, 503, 507}) {
-    enqueue(answer(status, graphError("code")));
-    const auto outcome = world.client()->createFolder(newFolder("root", "x"));
+    enqueue(response(status, graphError("code")));
+    const auto outcome = makeClient()->createFolder(newFolder("root", "x"));
     ASSERT_FALSE(outcome.isSuccess()) << status;
     EXPECT_EQ(outcome.getError().httpResponseCode, status);
     EXPECT_EQ(outcome.getError().exceptionName, "code");
     EXPECT_EQ(outcome.getError().message, "about code");
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(5));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(requests(), SizeIs(5));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 using OneDriveTokens = OneDriveClientTest;
 
 TEST_F(OneDriveTokens, RefusedTokenIsRefreshed) {
-  enqueue(answer(401, graphError("InvalidAuthenticationToken")));
-  enqueue(answer(200, R"({"access_token":"access-2","refresh_token":"refresh-2"})"));
-  enqueue(answer(201, R"({"id":"1"})"));
-  EXPECT_TRUE(world.client()->createFolder(newFolder("root", "x")).isSuccess());
-  const auto requests = world.transport->requests();
+  enqueue(response(401, graphError("InvalidAuthenticationToken")));
+  enqueue(response(200, R"({"access_token":"token-2","refresh_token":"refresh-2"})"));
+  enqueue(response(201, R"({"id":"1"})"));
+  EXPECT_TRUE(makeClient()->createFolder(newFolder("root", "x")).isSuccess());
+  const auto requests = transport->requests();
   ASSERT_THAT(requests, SizeIs(3));
-  EXPECT_EQ(requests[0].headers.at("authorization"), "Bearer access-1");
+  EXPECT_EQ(requests[0].headers.at("authorization"), "Bearer token-1");
   EXPECT_EQ(requests[1].uri.toString(), "https://login.example.test/token");
-  EXPECT_EQ(requests[2].headers.at("authorization"), "Bearer access-2");
+  EXPECT_EQ(requests[2].headers.at("authorization"), "Bearer token-2");
   EXPECT_EQ(requests[2].body, requests[0].body);
   EXPECT_EQ(requests[2].uri.toString(), requests[0].uri.toString());
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
 TEST_F(OneDriveTokens, ErrorsDoNotTellTheToken) {
-  world.credential->setTokens("a-long-access-token", "");
-  enqueue(answer(403, graphError("a-long-access-token")));
-  const auto outcome = world.client()->getDriveItem(itemCalled("root"));
+  credential->setTokens("a-long-access-token", "");
+  enqueue(response(403, graphError("a-long-access-token")));
+  const auto outcome = makeClient()->getDriveItem(itemCalled("root"));
   EXPECT_EQ(outcome.getError().exceptionName, "***");
   EXPECT_EQ(outcome.getError().message, "about ***");
 }
 
 TEST_F(OneDriveTokens, RedirectIsNotFollowed) {
-  enqueue(answer(302, "", {{"location", kRoot}}));
-  EXPECT_EQ(world.client()->getDriveItem(itemCalled("root")).getError().httpResponseCode, 302);
-  EXPECT_THAT(world.transport->requests(), SizeIs(1));
+  enqueue(response(302, "", {{"location", kRoot}}));
+  EXPECT_EQ(makeClient()->getDriveItem(itemCalled("root")).getError().httpResponseCode, 302);
+  EXPECT_THAT(requests(), SizeIs(1));
 }
 
 TEST_F(OneDriveTokens, ManyThreadsShareOneClient) {
@@ -470,12 +466,12 @@ TEST_F(OneDriveTokens, ManyThreadsShareOneClient) {
   constexpr std::size_t kCalls = 25;
   for (std::size_t call = 0; call < kThreads * kCalls; ++call) {
     // Each call gets its own answer: the name of what was asked for.
-    world.transport->enqueue([](const Http::Request& request) {
+    enqueue([](const Http::Request& request) {
       const std::string path = request.uri.path();
-      return answer(200, R"({"id":")" + path.substr(path.rfind('/') + 1) + R"("})");
+      return response(200, R"({"id":")" + path.substr(path.rfind('/') + 1) + R"("})");
     });
   }
-  const auto client = world.client();
+  const auto client = makeClient();
   std::vector<std::size_t> successes(kThreads, 0);
   std::vector<std::thread> threads;
   for (std::size_t number = 0; number < kThreads; ++number) {

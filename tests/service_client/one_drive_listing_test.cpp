@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/one_drive_world.h"
+#include "support/one_drive_fixture.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::graphError;
+using TestSupport::response;
 
 constexpr char kChildren[] = "https://graph.microsoft.com/v1.0/me/drive/items/9F3C%21105/children";
 constexpr char kSelect[] = "%24select=id%2Cname%2Croot%2Cfolder%2CremoteItem";
@@ -54,24 +54,22 @@ std::vector<std::string> namesOf(const Outcome<Model::ListChildrenResult, Error>
   return names;
 }
 
-class OneDriveListingTest : public ::testing::Test {
+class OneDriveListingTest : public ::testing::Test, protected TestSupport::OneDriveFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   Outcome<Model::ListChildrenResult, Error> list(const Model::ListChildrenRequest& request) {
-    return world.client()->listChildren(request);
+    return makeClient()->listChildren(request);
   }
 
   // Where a request is sent.
   std::string addressOf(const Model::ListChildrenRequest& request) {
-    enqueue(answer(200, "{}"));
+    enqueue(response(200, "{}"));
     EXPECT_TRUE(list(request).isSuccess());
-    return world.addresses().back();
+    return addresses().back();
   }
 
   Outcome<Model::ListChildrenResult, Error> read(const std::string& body,
                                                  const std::string& filter = {}) {
-    enqueue(answer(200, body, {{"content-type", "application/json"}}));
+    enqueue(response(200, body, {{"content-type", "application/json"}}));
     return list(pageOf("root", filter));
   }
 
@@ -87,10 +85,8 @@ class OneDriveListingTest : public ::testing::Test {
     ASSERT_FALSE(outcome.isSuccess()) << pageToken;
     EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << pageToken;
     EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest") << pageToken;
-    EXPECT_THAT(world.transport->requests(), IsEmpty()) << pageToken;
+    EXPECT_THAT(requests(), IsEmpty()) << pageToken;
   }
-
-  TestSupport::OneDriveWorld world;
 };
 
 using OneDriveChildren = OneDriveListingTest;
@@ -99,11 +95,11 @@ TEST_F(OneDriveChildren, RequestIsExactlyThis) {
   EXPECT_EQ(addressOf(pageOf("9F3C!105", kFoldersAndRemoteItems)),
             kChildren + "?%24top=500&%24filter=folder%20ne%20null%20or%20remoteItem%20ne%20null&"s +
                 kSelect);
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
-                                           Pair("authorization", "Bearer access-1")));
+                                           Pair("authorization", "Bearer token-1")));
 }
 
 TEST_F(OneDriveChildren, ParametersAreSentIfTheyAreThere) {
@@ -136,9 +132,9 @@ TEST_F(OneDriveChildren, ValuesThatAreNotPresentDoNotCount) {
   request.pageToken = Text(kNextPage);
   request.filter = Text(kFolders);
   request.driveId = Text("9f3c");
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(request)), SizeIs(6));
-  EXPECT_THAT(world.addresses(), ElementsAre(kChildren + "?"s + kSelect));
+  EXPECT_THAT(addresses(), ElementsAre(kChildren + "?"s + kSelect));
 }
 
 TEST_F(OneDriveChildren, NothingIsSentForAnIdThatIsNoSegment) {
@@ -151,7 +147,7 @@ TEST_F(OneDriveChildren, NothingIsSentForAnIdThatIsNoSegment) {
       EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest") << id;
     }
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(OneDriveChildren, AreReadInTheServicesOrder) {
@@ -226,19 +222,19 @@ TEST_F(OneDriveChildren, AnswerThatIsNoListIsALocalFailure) {
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "asking again does not help";
 }
 
 TEST_F(OneDriveChildren, FailuresAreFinal) {
   for (const int status : {403, 404, 429, 500, 503}) {
-    enqueue(answer(status, graphError("code"), {{"retry-after", "2.128"}}));
+    enqueue(response(status, graphError("code"), {{"retry-after", "2.128"}}));
     const auto outcome = list(pageOf("root"));
     ASSERT_FALSE(outcome.isSuccess()) << status;
     EXPECT_EQ(outcome.getError().httpResponseCode, status);
     EXPECT_EQ(outcome.getError().message, "about code");
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(5));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(requests(), SizeIs(5));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 using OneDrivePages = OneDriveListingTest;
@@ -257,7 +253,7 @@ TEST_F(OneDrivePages, LinkIsAskedForByteForByte) {
         "https://graph.microsoft.com/v1.0/x?count&$top=5&&$filter=a+ne+'b'&z=%2f%2F~()*!&=&",
         "https://graph.microsoft.com/v1.0/x"}) {
     EXPECT_EQ(addressOf(pageOf("9F3C!105", kFolders, link)), link);
-    EXPECT_EQ(world.transport->requests().back().headers.at("authorization"), "Bearer access-1");
+    EXPECT_EQ(requests().back().headers.at("authorization"), "Bearer token-1");
   }
 }
 
@@ -288,10 +284,10 @@ TEST_F(OneDrivePages, TokenGoesNowhereElse) {
 }
 
 TEST_F(OneDrivePages, FollowOneAnother) {
-  enqueue(answer(
+  enqueue(response(
       200, R"({"value":[{"name":"a","folder":{}}],"@odata.nextLink":")"s + kNextPage + R"("})"));
-  enqueue(answer(200, R"({"value":[{"name":"b","folder":{}}]})"));
-  const auto client = world.client();
+  enqueue(response(200, R"({"value":[{"name":"b","folder":{}}]})"));
+  const auto client = makeClient();
   auto request = pageOf("9F3C!105");
   const auto first = client->listChildren(request);
   ASSERT_TRUE(first.isSuccess());
@@ -301,18 +297,17 @@ TEST_F(OneDrivePages, FollowOneAnother) {
   EXPECT_THAT(namesOf(second), ElementsAre("b"));
   EXPECT_EQ(second.getResult().nextToken, "");
   EXPECT_THAT(
-      world.addresses(),
+      addresses(),
       ElementsAre(kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect, kNextPage));
 }
 
 TEST_F(OneDrivePages, LinkIsAskedForAgainWithANewToken) {
-  enqueue(answer(401, graphError("InvalidAuthenticationToken")));
-  enqueue(answer(200, R"({"access_token":"access-2"})"));
-  enqueue(answer(200, R"({"value":[]})"));
+  enqueue(response(401, graphError("InvalidAuthenticationToken")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
+  enqueue(response(200, R"({"value":[]})"));
   EXPECT_TRUE(list(pageOf("root", kFolders, kNextPage)).isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre(kNextPage, "https://login.example.test/token", kNextPage));
-  EXPECT_EQ(world.transport->requests()[2].headers.at("authorization"), "Bearer access-2");
+  EXPECT_THAT(addresses(), ElementsAre(kNextPage, "https://login.example.test/token", kNextPage));
+  EXPECT_EQ(requests()[2].headers.at("authorization"), "Bearer token-2");
 }
 
 using OneDriveFilter = OneDriveListingTest;
@@ -324,9 +319,9 @@ TEST_F(OneDriveFilter, ServiceThatDoesNotHeedItIsCorrected) {
 }
 
 TEST_F(OneDriveFilter, LaterPagesAreCorrected) {
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("root", kFolders, kNextPage))), ElementsAre("folder", "both"));
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("root", kFoldersAndRemoteItems, kNextPage))),
               ElementsAre("folder", "shared", "both"));
 }
@@ -342,48 +337,47 @@ TEST_F(OneDriveFilter, IsLeftOutIfItIsRefused) {
        {std::pair(400, "notSupported"), std::pair(400, "invalidRequest"),
         std::pair(400, "BadRequest"), std::pair(501, "notSupported"),
         std::pair(501, "invalidRequest"), std::pair(501, "BadRequest")}) {
-    const auto before = world.addresses().size();
-    enqueue(answer(status, graphError(code)));
-    enqueue(answer(200, kMixedPage));
+    const auto before = addresses().size();
+    enqueue(response(status, graphError(code)));
+    enqueue(response(200, kMixedPage));
     EXPECT_THAT(namesOf(list(pageOf("9F3C!105"))), ElementsAre("folder", "both")) << code;
-    const auto addresses = world.addresses();
+    const auto addresses = AttemptFixture::addresses();
     ASSERT_THAT(addresses, SizeIs(before + 2)) << status << code;
     EXPECT_EQ(addresses[before],
               kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect);
     EXPECT_EQ(addresses[before + 1], kChildren + "?%24top=500&"s + kSelect);
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "it is no attempt of its own";
+  EXPECT_THAT(delays(), IsEmpty()) << "it is no attempt of its own";
 }
 
 TEST_F(OneDriveFilter, IsLeftOutBesideAForeignToken) {
-  enqueue(answer(400, graphError("notSupported")));
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(400, graphError("notSupported")));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("9F3C!105", kFoldersAndRemoteItems, "token"))),
               ElementsAre("folder", "shared", "both"));
-  EXPECT_EQ(world.addresses().back(),
-            kChildren + "?%24top=500&"s + kSelect + "&%24skiptoken=token");
+  EXPECT_EQ(addresses().back(), kChildren + "?%24top=500&"s + kSelect + "&%24skiptoken=token");
 }
 
 TEST_F(OneDriveFilter, IsLeftOutOnce) {
-  for (int time = 0; time < 2; ++time) enqueue(answer(400, graphError("invalidRequest")));
-  enqueue(answer(200, kMixedPage));
+  for (int time = 0; time < 2; ++time) enqueue(response(400, graphError("invalidRequest")));
+  enqueue(response(200, kMixedPage));
   const auto outcome = list(pageOf("root"));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "invalidRequest");
-  EXPECT_EQ(world.transport->unusedAnswers(), 1U);
+  EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
 TEST_F(OneDriveFilter, StaysLeftOutWhenTheTokenIsRefreshed) {
-  enqueue(answer(400, graphError("notSupported")));
-  enqueue(answer(401, graphError("InvalidAuthenticationToken")));
-  enqueue(answer(200, R"({"access_token":"access-2"})"));
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(400, graphError("notSupported")));
+  enqueue(response(401, graphError("InvalidAuthenticationToken")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("9F3C!105"))), ElementsAre("folder", "both"));
   const std::string unfiltered = kChildren + "?%24top=500&"s + kSelect;
-  EXPECT_THAT(world.addresses(),
+  EXPECT_THAT(addresses(),
               ElementsAre(kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect,
                           unfiltered, "https://login.example.test/token", unfiltered));
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
 TEST_F(OneDriveFilter, OtherFailuresAreNotItsFault) {
@@ -391,38 +385,38 @@ TEST_F(OneDriveFilter, OtherFailuresAreNotItsFault) {
        {std::pair(400, "invalidRange"), std::pair(400, "notsupported"), std::pair(400, ""),
         std::pair(403, "notSupported"), std::pair(404, "invalidRequest"),
         std::pair(500, "BadRequest"), std::pair(503, "notSupported")}) {
-    enqueue(answer(status, graphError(code)));
+    enqueue(response(status, graphError(code)));
     EXPECT_FALSE(list(pageOf("root")).isSuccess()) << status << code;
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(7));
+  EXPECT_THAT(requests(), SizeIs(7));
 }
 
 TEST_F(OneDriveFilter, RefusedLinkIsNotTakenApart) {
-  enqueue(answer(400, graphError("notSupported")));
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(pageOf("root", kFolders, kNextPage)).isSuccess());
-  EXPECT_THAT(world.addresses(), ElementsAre(kNextPage));
+  EXPECT_THAT(addresses(), ElementsAre(kNextPage));
 }
 
 TEST_F(OneDriveFilter, RefusalOfOthersIsFinal) {
   for (const char* filter : {"", "name eq 'x'"}) {
-    enqueue(answer(400, graphError("notSupported")));
+    enqueue(response(400, graphError("notSupported")));
     EXPECT_FALSE(list(pageOf("root", filter)).isSuccess()) << filter;
   }
   auto absent = pageOf("root");
   absent.filter = CloudStorage::Util::Field<std::string>(kFolders);
-  enqueue(answer(400, graphError("notSupported")));
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(absent).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(3));
+  EXPECT_THAT(requests(), SizeIs(3));
 }
 
 TEST_F(OneDriveFilter, CanBeLeftToTheServiceAlone) {
   auto request = pageOf("root");
   request.filtersAnswers = false;
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(request)), SizeIs(6));
-  enqueue(answer(400, graphError("notSupported")));
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(request).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 }  // namespace

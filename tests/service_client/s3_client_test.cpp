@@ -10,7 +10,7 @@
 
 #include "Auth/AWSV4Signer.h"
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "support/s3_world.h"
+#include "support/s3_fixture.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::s3Error;
 
 constexpr char kEmptyList[] = "<ListAllMyBucketsResult><Buckets/></ListAllMyBucketsResult>";
@@ -35,19 +35,17 @@ auto isBucket(const std::string& name, const std::string& creationDate = {}) {
   return AllOf(Field(&Bucket::name, name), Field(&Bucket::creationDate, creationDate));
 }
 
-class S3ClientTest : public ::testing::Test {
+class S3ClientTest : public ::testing::Test, protected TestSupport::S3Fixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   Outcome<ListBucketsResult, Error> list(const std::string& endpoint = {},
                                          const std::string& region = {}) {
-    return world.client(endpoint, region)->listBuckets();
+    return makeClient(endpoint, region)->listBuckets();
   }
 
   // The listing that `body` stands for.
   Outcome<ListBucketsResult, Error> read(const std::string& body,
                                          Http::HeaderValueCollection headers = {}) {
-    enqueue(answer(200, body, std::move(headers)));
+    enqueue(response(200, body, std::move(headers)));
     return list();
   }
 
@@ -58,16 +56,14 @@ class S3ClientTest : public ::testing::Test {
     if (!outcome.isSuccess()) return "failed: " + outcome.getError().message;
     return std::string(outcome.getResult().buckets.at(0).name);
   }
-
-  TestSupport::S3World world;
 };
 
 using S3ListBuckets = S3ClientTest;
 
 TEST_F(S3ListBuckets, RequestIsExactlyThis) {
   EXPECT_TRUE(read(kEmptyList).isSuccess());
-  ASSERT_THAT(world.transport->requests(), SizeIs(1));
-  const auto request = world.transport->requests()[0];
+  ASSERT_THAT(requests(), SizeIs(1));
+  const auto request = requests()[0];
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.uri.toString(), "https://s3.amazonaws.com/");
   EXPECT_EQ(request.body, "");
@@ -86,10 +82,10 @@ TEST_F(S3ListBuckets, RequestIsExactlyThis) {
 }
 
 TEST_F(S3ListBuckets, GoesToTheBasePathAndPortOfTheEndpoint) {
-  enqueue(answer(200, kEmptyList));
+  enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list("http://store.example.test:9000/base/").isSuccess());
-  EXPECT_THAT(world.addresses(), ElementsAre("http://store.example.test:9000/base"));
-  EXPECT_EQ(world.transport->requests()[0].headers.at("host"), "store.example.test:9000");
+  EXPECT_THAT(addresses(), ElementsAre("http://store.example.test:9000/base"));
+  EXPECT_EQ(requests()[0].headers.at("host"), "store.example.test:9000");
 }
 
 TEST_F(S3ListBuckets, GivesNamesAndDatesInTheServicesOrder) {
@@ -161,7 +157,7 @@ TEST_F(S3ListBuckets, AnswerThatIsNoListIsALocalFailure) {
     EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
     EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
   }
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(S3ListBuckets, ErrorUnderAStatusOfSuccessIsAFailure) {
@@ -173,7 +169,7 @@ TEST_F(S3ListBuckets, ErrorUnderAStatusOfSuccessIsAFailure) {
 }
 
 TEST_F(S3ListBuckets, FailureIsNamedByTheService) {
-  enqueue(answer(403, s3Error("AccessDenied"), {{"x-amz-request-id", "7"}}));
+  enqueue(response(403, s3Error("AccessDenied"), {{"x-amz-request-id", "7"}}));
   const auto outcome = list();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::AccessDenied);
@@ -183,11 +179,11 @@ TEST_F(S3ListBuckets, FailureIsNamedByTheService) {
 }
 
 TEST_F(S3ListBuckets, EachAttemptIsSignedWithTheTimeOfItsSending) {
-  for (int i = 0; i < 4; ++i) enqueue(answer(503, s3Error("SlowDown")));
+  for (int i = 0; i < 4; ++i) enqueue(response(503, s3Error("SlowDown")));
   EXPECT_EQ(list().getError().errorType, CoreErrors::Throttled);
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
-  EXPECT_THAT(world.times(), ElementsAre("20240229T083015Z", "20240229T083016Z", "20240229T083018Z",
-                                         "20240229T083021Z"));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T083016Z", "20240229T083018Z",
+                                   "20240229T083021Z"));
 }
 
 using S3Endpoints = S3ClientTest;
@@ -202,18 +198,18 @@ TEST_F(S3Endpoints, UnusableOneFailsTheFirstRequestAndSendsNothing) {
     EXPECT_EQ(outcome.getError().httpResponseCode, 0);
     EXPECT_EQ(outcome.getError().message.find("secret"), std::string::npos);
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
-  EXPECT_THAT(world.strategy->asked, IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_F(S3Endpoints, RegionIsTheGivenOneElseTheHostsElseTheCredentials) {
-  for (int i = 0; i < 5; ++i) enqueue(answer(200, kEmptyList));
+  for (int i = 0; i < 5; ++i) enqueue(response(200, kEmptyList));
   list("s3.eu-west-1.amazonaws.com", "given-1");
   list("s3.eu-west-1.amazonaws.com");
   list("s3.nl-1.wasabisys.com");
   list("store.example.test");
   list();
-  EXPECT_THAT(world.regions(),
+  EXPECT_THAT(regions(),
               ElementsAre("given-1", "eu-west-1", "eu-central-1", "us-east-1", "us-east-1"));
 }
 
@@ -230,167 +226,165 @@ std::string wrongRegion(const std::string& expected) {
 using S3RegionCorrection = S3ClientTest;
 
 TEST_F(S3RegionCorrection, SignsAgainAtOnceAndRemembers) {
-  enqueue(answer(400, wrongRegion("eu-central-1")));
-  enqueue(answer(200, kEmptyList));
-  enqueue(answer(200, kEmptyList));
-  const auto client = world.client("https://store.example.test");
+  enqueue(response(400, wrongRegion("eu-central-1")));
+  enqueue(response(200, kEmptyList));
+  enqueue(response(200, kEmptyList));
+  const auto client = makeClient("https://store.example.test");
   EXPECT_TRUE(client->listBuckets().isSuccess());
   EXPECT_TRUE(client->listBuckets().isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
-  EXPECT_THAT(world.addresses(), ::testing::Each("https://store.example.test/"));
-  EXPECT_THAT(world.delays(), IsEmpty());
-  EXPECT_THAT(world.strategy->asked, IsEmpty());
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
+  EXPECT_THAT(addresses(), ::testing::Each("https://store.example.test/"));
+  EXPECT_THAT(delays(), IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_F(S3RegionCorrection, HappensOnceACall) {
-  enqueue(answer(400, wrongRegion("eu-central-1")));
-  enqueue(answer(400, wrongRegion("eu-west-1")));
+  enqueue(response(400, wrongRegion("eu-central-1")));
+  enqueue(response(400, wrongRegion("eu-west-1")));
   const auto outcome = list();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::WrongRegion);
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1"));
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(400, 0)));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1"));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
 TEST_F(S3RegionCorrection, HappensOnceACallOverAllAttempts) {
-  enqueue(answer(400, wrongRegion("eu-central-1")));
-  enqueue(answer(503));
-  enqueue(answer(400, wrongRegion("us-east-1")));
+  enqueue(response(400, wrongRegion("eu-central-1")));
+  enqueue(response(503));
+  enqueue(response(400, wrongRegion("us-east-1")));
   EXPECT_FALSE(list().isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
 }
 
 TEST_F(S3RegionCorrection, RemembersWhatALaterCallIsTold) {
-  enqueue(answer(400, wrongRegion("eu-central-1")));
-  enqueue(answer(200, kEmptyList));
-  enqueue(answer(400, wrongRegion("eu-west-1")));
-  enqueue(answer(200, kEmptyList));
-  const auto client = world.client("");
+  enqueue(response(400, wrongRegion("eu-central-1")));
+  enqueue(response(200, kEmptyList));
+  enqueue(response(400, wrongRegion("eu-west-1")));
+  enqueue(response(200, kEmptyList));
+  const auto client = makeClient("");
   EXPECT_TRUE(client->listBuckets().isSuccess());
   EXPECT_TRUE(client->listBuckets().isSuccess());
-  EXPECT_THAT(world.regions(),
-              ElementsAre("us-east-1", "eu-central-1", "eu-central-1", "eu-west-1"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1", "eu-west-1"));
 }
 
 TEST_F(S3RegionCorrection, RefusesWhatIsNoOtherRegion) {
   for (const char* region :
        {"", "us-east-1", "EU", "eu_west", "a/b", "evil.test", "eu\nwest", " eu-west-1"}) {
-    enqueue(answer(400, wrongRegion(region)));
+    enqueue(response(400, wrongRegion(region)));
     EXPECT_FALSE(list().isSuccess()) << region;
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(8));
-  EXPECT_THAT(world.regions(), ::testing::Each("us-east-1"));
+  EXPECT_THAT(requests(), SizeIs(8));
+  EXPECT_THAT(regions(), ::testing::Each("us-east-1"));
 }
 
 TEST_F(S3RegionCorrection, NeedsThatVeryAnswer) {
   const Http::HeaderValueCollection region = {{"x-amz-bucket-region", "eu-west-1"}};
-  enqueue(answer(301, s3Error("PermanentRedirect", "<Region>eu-west-1</Region>"), region));
-  enqueue(answer(400, s3Error("InvalidRequest", "<Region>eu-west-1</Region>"), region));
-  enqueue(answer(403, wrongRegion("eu-west-1"), region));
-  enqueue(answer(400, s3Error("AuthorizationHeaderMalformed"), region));
+  enqueue(response(301, s3Error("PermanentRedirect", "<Region>eu-west-1</Region>"), region));
+  enqueue(response(400, s3Error("InvalidRequest", "<Region>eu-west-1</Region>"), region));
+  enqueue(response(403, wrongRegion("eu-west-1"), region));
+  enqueue(response(400, s3Error("AuthorizationHeaderMalformed"), region));
   for (int i = 0; i < 4; ++i) EXPECT_FALSE(list().isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "us-east-1", "us-east-1", "us-east-1"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "us-east-1", "us-east-1", "us-east-1"));
 }
 
 using S3ClockCorrection = S3ClientTest;
 
 TEST_F(S3ClockCorrection, TakesTheServicesTimeAndRemembersTheDifference) {
-  enqueue(answer(
+  enqueue(response(
       403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-03-01T00:00:15.500Z</ServerTime>")));
-  enqueue(answer(503));
-  enqueue(answer(200, kEmptyList));
-  enqueue(answer(200, kEmptyList));
-  const auto client = world.client("");
+  enqueue(response(503));
+  enqueue(response(200, kEmptyList));
+  enqueue(response(200, kEmptyList));
+  const auto client = makeClient("");
   EXPECT_TRUE(client->listBuckets().isSuccess());
   EXPECT_TRUE(client->listBuckets().isSuccess());
-  EXPECT_THAT(world.times(), ElementsAre("20240229T083015Z", "20240301T000015Z", "20240301T000016Z",
-                                         "20240301T000016Z"));
-  EXPECT_THAT(world.delays(), ElementsAre(1000)) << "for the 503 alone";
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240301T000015Z", "20240301T000016Z",
+                                   "20240301T000016Z"));
+  EXPECT_THAT(delays(), ElementsAre(1000)) << "for the 503 alone";
 }
 
 TEST_F(S3ClockCorrection, TakesTheDateHeaderIfTheErrorNamesNoTime) {
   const Http::HeaderValueCollection date = {{"date", "Thu, 29 Feb 2024 07:00:00 GMT"}};
-  enqueue(answer(403, s3Error("RequestTimeTooSkewed"), date));
-  enqueue(answer(200, kEmptyList));
-  enqueue(answer(403, s3Error("RequestTimeTooSkewed", "<ServerTime>noon</ServerTime>"), date));
-  enqueue(answer(200, kEmptyList));
+  enqueue(response(403, s3Error("RequestTimeTooSkewed"), date));
+  enqueue(response(200, kEmptyList));
+  enqueue(response(403, s3Error("RequestTimeTooSkewed", "<ServerTime>noon</ServerTime>"), date));
+  enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list().isSuccess());
   EXPECT_TRUE(list().isSuccess());
-  EXPECT_THAT(world.times(), ElementsAre("20240229T083015Z", "20240229T070000Z", "20240229T083015Z",
-                                         "20240229T070000Z"));
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T070000Z", "20240229T083015Z",
+                                   "20240229T070000Z"));
 }
 
 TEST_F(S3ClockCorrection, HappensOnceACall) {
   for (const char* time : {"2024-02-29T09:00:00Z", "2024-02-29T10:00:00Z"}) {
-    enqueue(answer(403, s3Error("RequestTimeTooSkewed",
-                                "<ServerTime>" + std::string(time) + "</ServerTime>")));
+    enqueue(response(403, s3Error("RequestTimeTooSkewed",
+                                  "<ServerTime>" + std::string(time) + "</ServerTime>")));
   }
   EXPECT_EQ(list().getError().errorType, CoreErrors::ClockSkew);
-  EXPECT_THAT(world.times(), ElementsAre("20240229T083015Z", "20240229T090000Z"));
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T090000Z"));
 }
 
 TEST_F(S3ClockCorrection, NeedsATimeThatAClockCanShow) {
-  enqueue(answer(403, s3Error("RequestTimeTooSkewed")));
-  enqueue(answer(403,
-                 s3Error("RequestTimeTooSkewed", "<ServerTime>9999-12-31T23:59:59Z</ServerTime>")));
+  enqueue(response(403, s3Error("RequestTimeTooSkewed")));
+  enqueue(response(
+      403, s3Error("RequestTimeTooSkewed", "<ServerTime>9999-12-31T23:59:59Z</ServerTime>")));
   EXPECT_EQ(list().getError().errorType, CoreErrors::ClockSkew);
   EXPECT_EQ(list().getError().errorType, CoreErrors::ClockSkew);
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 TEST_F(S3ClockCorrection, GoesTogetherWithTheRegionsInOneAttempt) {
-  enqueue(answer(403,
-                 s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
-  enqueue(answer(400, wrongRegion("eu-west-1")));
-  enqueue(answer(200, kEmptyList));
+  enqueue(response(
+      403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
+  enqueue(response(400, wrongRegion("eu-west-1")));
+  enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list().isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "us-east-1", "eu-west-1"));
-  EXPECT_THAT(world.times(),
-              ElementsAre("20240229T083015Z", "20240229T090000Z", "20240229T090000Z"));
-  EXPECT_THAT(world.strategy->asked, IsEmpty());
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "us-east-1", "eu-west-1"));
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T090000Z", "20240229T090000Z"));
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 using S3RedirectedCall = S3ClientTest;
 
 TEST_F(S3RedirectedCall, IsSignedForTheNewHostAndQuery) {
-  enqueue(answer(307, s3Error("TemporaryRedirect"),
-                 {{"location", "http://s3.eu-west-1.amazonaws.com/?rk=a%2fb&acl"}}));
-  enqueue(answer(200, kEmptyList));
+  enqueue(response(307, s3Error("TemporaryRedirect"),
+                   {{"location", "http://s3.eu-west-1.amazonaws.com/?rk=a%2fb&acl"}}));
+  enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list().isSuccess());
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 
   Http::Request expected;
   expected.uri = Http::URI::parse("https://s3.eu-west-1.amazonaws.com/?rk=a%2fb&acl").value();
   CloudStorage::Auth::AWSV4Signer signer(std::make_shared<CloudStorage::Auth::AWSAuthCredential>(
       "AKIDVEMLOTEST0000001", "vemloTestSecretKey/0123456789+abcdefABCD", "s3", "us-east-1"));
-  signer.sign(expected, "us-east-1", world.now());
-  ASSERT_THAT(world.transport->requests(), SizeIs(2));
-  EXPECT_EQ(world.transport->requests()[1].uri.toString(), expected.uri.toString());
-  EXPECT_EQ(world.transport->requests()[1].headers, expected.headers);
+  signer.sign(expected, "us-east-1", now());
+  ASSERT_THAT(requests(), SizeIs(2));
+  EXPECT_EQ(requests()[1].uri.toString(), expected.uri.toString());
+  EXPECT_EQ(requests()[1].headers, expected.headers);
 }
 
 TEST_F(S3RedirectedCall, SendsNothingToAForeignHost) {
   for (const char* location :
        {"https://evil.test/", "https://s3.amazonaws.com.evil.test/",
         "https://s3.cn-north-1.amazonaws.com.cn/", "ftp://s3.amazonaws.com/"}) {
-    enqueue(answer(307, s3Error("TemporaryRedirect"), {{"location", location}}));
+    enqueue(response(307, s3Error("TemporaryRedirect"), {{"location", location}}));
     const auto outcome = list();
     ASSERT_FALSE(outcome.isSuccess());
     EXPECT_EQ(outcome.getError().errorType, CoreErrors::Redirected);
   }
-  EXPECT_THAT(world.addresses(), ::testing::Each("https://s3.amazonaws.com/"));
-  EXPECT_THAT(world.addresses(), SizeIs(4));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(addresses(), ::testing::Each("https://s3.amazonaws.com/"));
+  EXPECT_THAT(addresses(), SizeIs(4));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(S3RedirectedCall, NextCallBeginsAtTheEndpointAgain) {
-  enqueue(answer(307, "", {{"location", "https://s3.eu-west-1.amazonaws.com/"}}));
-  enqueue(answer(200, kEmptyList));
-  enqueue(answer(200, kEmptyList));
-  const auto client = world.client("");
+  enqueue(response(307, "", {{"location", "https://s3.eu-west-1.amazonaws.com/"}}));
+  enqueue(response(200, kEmptyList));
+  enqueue(response(200, kEmptyList));
+  const auto client = makeClient("");
   EXPECT_TRUE(client->listBuckets().isSuccess());
   EXPECT_TRUE(client->listBuckets().isSuccess());
-  EXPECT_THAT(world.addresses(),
+  EXPECT_THAT(addresses(),
               ElementsAre("https://s3.amazonaws.com/", "https://s3.eu-west-1.amazonaws.com/",
                           "https://s3.amazonaws.com/"));
 }

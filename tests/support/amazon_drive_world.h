@@ -1,17 +1,3 @@
 #pragma once
 
-#include <string>
-
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveErrorMarshaller.h"
-#include "support/drive_world.h"
-
-namespace TestSupport {
-
-using AmazonDriveWorld =
-    DriveWorld<CloudStorage::Client::AmazonDrive::AmazonDriveClient, AmazonDriveRetryStrategy,
-               CloudStorage::Client::AmazonDrive::AmazonDriveErrorMarshaller>;
-
-inline constexpr char kMetadataEndpoint[] = "https://cdws.example.test/drive/v1/";
-
-}  // namespace TestSupport
+#include "support/amazon_drive_fixture.h"  // the former name of the file

@@ -1,19 +1,3 @@
 #pragma once
 
-#include <string>
-
-#include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxErrorMarshaller.h"
-#include "support/drive_world.h"
-
-namespace TestSupport {
-
-using DropboxWorld = DriveWorld<CloudStorage::Client::Dropbox::DropboxClient, DropboxRetryStrategy,
-                                CloudStorage::Client::Dropbox::DropboxErrorMarshaller>;
-
-/// What the service says about a failure, with the dots that it adds.
-inline std::string dropboxError(const std::string& code) {
-  return R"({"error_summary":")" + code + R"(/...","error":{".tag":"other"}})";
-}
-
-}  // namespace TestSupport
+#include "support/dropbox_fixture.h"  // the former name of the file

@@ -208,13 +208,13 @@ RefusingPort::RefusingPort() { std::tie(socket_, number_) = boundSocket(); }
 
 RefusingPort::~RefusingPort() { ::close(socket_); }
 
-std::string httpAnswer(const std::string& status, const std::string& body,
+std::string httpResponse(const std::string& status, const std::string& body,
                        const std::string& headers) {
   return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" +
          headers + "\r\n" + body;
 }
 
-LoopbackServer::Script alwaysAnswer(std::string bytes) {
+LoopbackServer::Script alwaysSend(std::string bytes) {
   return [bytes = std::move(bytes)](LoopbackServer::Connection& connection) {
     while (connection.readRequest() && connection.send(bytes)) {
     }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "CloudStorage/Http/Transport.h"
+#include "support/former_names.h"
 
 namespace TestSupport {
 
@@ -105,11 +106,11 @@ class RefusingPort {
 };
 
 /// An HTTP/1.1 answer with a content-length; `headers` are whole lines.
-std::string httpAnswer(const std::string& status, const std::string& body,
-                       const std::string& headers = {});
+std::string httpResponse(const std::string& status, const std::string& body,
+                         const std::string& headers = {});
 
 /// A script that gives every request of a connection the same answer.
-LoopbackServer::Script alwaysAnswer(std::string bytes);
+LoopbackServer::Script alwaysSend(std::string bytes);
 
 /// A request for an absolute URL.
 CloudStorage::Http::Request requestTo(CloudStorage::Http::Method method, const std::string& url);
