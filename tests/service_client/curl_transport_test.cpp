@@ -1,4 +1,4 @@
-// What goes over the wire, and what is made of the answer.
+// Requests on the wire, and responses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,14 +41,14 @@ CurlTransport::Options compressing() {
   return options;
 }
 
-/// `request` without the line that holds the version.
+/// `request` without the line with the version.
 std::string withoutUserAgent(std::string request) {
   const auto begin = request.find("User-Agent: libvemlo/");
   if (begin == std::string::npos) return "no user agent in: " + request;
   return request.erase(begin, request.find("\r\n", begin) + 2 - begin);
 }
 
-/// Sends `request` to a server and returns what the server got, the user agent excepted.
+/// Sends `request` to a server and returns what the server received, without the user agent.
 std::string onTheWire(Method method, const std::string& target, Request request = {},
                       const CurlTransport::Options& options = {}) {
   LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
@@ -64,26 +64,26 @@ std::string onTheWire(Method method, const std::string& target, Request request 
   return position == std::string::npos ? text : text.erase(position, port.size());
 }
 
-Response answerTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
+Response responseTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
   LoopbackServer server(alwaysSend(bytes));
   return CurlTransport(options).send(server.request(Method::Get, "/"));
 }
 
-TEST(CurlTransport, GetSendsNothingUnasked) {
+TEST(CurlTransport, GetSendsOnlyTheHost) {
   EXPECT_EQ(onTheWire(Method::Get, "/a?b=c"), "GET /a?b=c HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
 }
 
-TEST(CurlTransport, PutWithoutBodySaysLengthZero) {
+TEST(CurlTransport, PutWithoutBodyHasLengthZero) {
   EXPECT_EQ(onTheWire(Method::Put, "/bucket"),
             "PUT /bucket HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(CurlTransport, PostWithoutBodySaysLengthZeroAndNoType) {
+TEST(CurlTransport, PostWithoutBodyHasLengthZeroAndNoType) {
   EXPECT_EQ(onTheWire(Method::Post, "/list"),
             "POST /list HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(CurlTransport, BodyMayHoldAnyBytes) {
+TEST(CurlTransport, BodyMayContainAnyBytes) {
   Request request;
   request.headers = {{"content-type", "text/plain"}};
   request.body = std::string("a\0\r\n\r\nb", 7);
@@ -93,7 +93,7 @@ TEST(CurlTransport, BodyMayHoldAnyBytes) {
                 request.body);
 }
 
-TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
+TEST(CurlTransport, LargeBodyIsSentAtOnceAndCompletely) {
   for (const Method method : {Method::Put, Method::Post}) {
     Request request;
     request.body.assign(std::size_t{3} << 20U, 'x');
@@ -106,7 +106,7 @@ TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
   }
 }
 
-TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
+TEST(CurlTransport, HeadHasNoBodyWhateverItsContentLength) {
   LoopbackServer server(alwaysSend("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
   const Response response = CurlTransport({}).send(server.request(Method::Head, "/x"));
   EXPECT_EQ(response.status, 200);
@@ -116,7 +116,7 @@ TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
   EXPECT_THAT(server.requests().front(), StartsWith("HEAD /x HTTP/1.1\r\n"));
 }
 
-TEST(CurlTransport, PathGoesOutAsItIs) {
+TEST(CurlTransport, PathIsSentUnchanged) {
   const std::vector<std::string> targets = {"/b/a/../c/./d", "//a//b/", "/%2e%2e/a%20b?c=%2F&d=..",
                                             "/.."};
   for (const std::string& target : targets) {
@@ -124,12 +124,12 @@ TEST(CurlTransport, PathGoesOutAsItIs) {
   }
 }
 
-TEST(CurlTransport, HeadersReplaceOwnOnesAndEmptyOnesStayAway) {
+TEST(CurlTransport, HeadersReplaceDefaultsAndEmptyOnesAreOmitted) {
   Request request;
   request.headers = {{"accept", "application/json"},
                      {"content-type", ""},
                      {"host", "signed.host"},
-                     {"x-blank", "  "},
+                     {"x-space", "  "},
                      {"x-semicolon", "a; b"}};
   EXPECT_EQ(onTheWire(Method::Post, "/", request),
             "POST / HTTP/1.1\r\nHost: signed.host\r\naccept: application/json\r\n"
@@ -170,7 +170,7 @@ TEST(CurlTransport, AddressWithoutHostIsRefused) {
   EXPECT_FALSE(response.failure->requestMayHaveRun);
 }
 
-TEST(CurlTransport, OnlyHttpAndHttpsAreSpoken) {
+TEST(CurlTransport, OnlyHttpAndHttpsAreSupported) {
   Request request = TestSupport::requestTo(Method::Get, "http://127.0.0.1/etc/passwd");
   request.uri.setScheme("file");
   const Response response = CurlTransport({}).send(request);
@@ -180,7 +180,7 @@ TEST(CurlTransport, OnlyHttpAndHttpsAreSpoken) {
 }
 
 TEST(CurlTransport, HeaderNamesAreFoldedAndRepeatedOnesJoined) {
-  const Response response = answerTo(
+  const Response response = responseTo(
       "HTTP/1.1 302 Found\r\nLOCATION: /first\r\nlocation: /second\r\nX-Twice: 1\r\n"
       "x-tWICE: \t 2 \r\nX-Empty:\r\nX-Colons: a:b: c\r\nContent-Length: 0\r\n\r\n");
   EXPECT_EQ(response.status, 302);
@@ -190,8 +190,8 @@ TEST(CurlTransport, HeaderNamesAreFoldedAndRepeatedOnesJoined) {
                                    Pair("content-length", "0")));
 }
 
-TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
-  const Response response = answerTo(
+TEST(CurlTransport, HeadersOfInterimResponsesAreDiscarded) {
+  const Response response = responseTo(
       "HTTP/1.1 100 Continue\r\nX-Interim: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nLocation: /no\r\n"
       "\r\n" +
       httpResponse("200 OK", "body", "X-Final: 1\r\n"));
@@ -210,39 +210,39 @@ TEST(CurlTransport, RedirectsAreNotFollowed) {
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
-TEST(CurlTransport, ErrorStatusIsAnAnswerAndNoFailure) {
+TEST(CurlTransport, ErrorStatusIsAResponseAndNoFailure) {
   const Response response =
-      answerTo(httpResponse("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
+      responseTo(httpResponse("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
   EXPECT_FALSE(response.failure);
   EXPECT_FALSE(response.isSuccessStatus());
   EXPECT_EQ(response.status, 503);
   EXPECT_EQ(response.body, "<html>wait</html>");
 }
 
-TEST(CurlTransport, PageInsteadOfDataIsJustABody) {
+TEST(CurlTransport, HtmlPageIsABodyLikeAnyOther) {
   const Response response =
-      answerTo(httpResponse("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
+      responseTo(httpResponse("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
   EXPECT_TRUE(response.isSuccessStatus());
   EXPECT_EQ(response.body, "<html>log in</html>");
 }
 
-TEST(CurlTransport, ChunkedBodyIsPutTogether) {
-  const Response response = answerTo(
+TEST(CurlTransport, ChunkedBodyIsAssembled) {
+  const Response response = responseTo(
       "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n");
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "one two");
 }
 
-TEST(CurlTransport, CompressedAnswersAreOfferedAndUnpackedOnlyIfAskedFor) {
-  const std::string answer = httpResponse("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
-  EXPECT_EQ(answerTo(answer, compressing()).body, R"({"name":"value"})");
-  EXPECT_EQ(answerTo(answer).body, compressedBody());
+TEST(CurlTransport, CompressionIsOfferedAndDecodedOnlyIfEnabled) {
+  const std::string bytes = httpResponse("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
+  EXPECT_EQ(responseTo(bytes, compressing()).body, R"({"name":"value"})");
+  EXPECT_EQ(responseTo(bytes).body, compressedBody());
   EXPECT_THAT(onTheWire(Method::Get, "/", {}, compressing()),
               HasSubstr("Accept-Encoding: gzip, deflate\r\n"));
   EXPECT_THAT(onTheWire(Method::Get, "/"), Not(HasSubstr("Accept-Encoding")));
 }
 
-TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
+TEST(CurlTransport, AgentNamesCompressionOnlyIfEnabled) {
   LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport(compressing()).send(server.request(Method::Get, "/"));
   CurlTransport({}).send(server.request(Method::Get, "/"));
@@ -252,7 +252,7 @@ TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
   EXPECT_THAT(requests[1], testing::ContainsRegex("User-Agent: libvemlo/[0-9.]+\r\n"));
 }
 
-TEST(CurlTransport, NothingOfACallReachesTheNext) {
+TEST(CurlTransport, NothingOfACallIsSentWithTheNext) {
   LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   Request first = server.request(Method::Put, "/first");

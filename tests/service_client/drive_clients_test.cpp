@@ -80,7 +80,7 @@ class DriveClient : public ::testing::Test {
 };
 TYPED_TEST_SUITE(DriveClient, TestSupport::Drives, TestSupport::DriveName);
 
-TYPED_TEST(DriveClient, KeepsWhatItIsMadeOf) {
+TYPED_TEST(DriveClient, KeepsItsParts) {
   const auto retryStrategy = std::make_shared<NoRetries>();
   const auto marshaller = std::make_shared<EmptyMarshaller>();
   const auto readLimiter = std::make_shared<Unlimited>();
@@ -122,7 +122,7 @@ TYPED_TEST(DriveClient, ItsCredentialIsRefreshedAtItsTokenEndpoint) {
   EXPECT_EQ(this->transport->requests()[0].uri.toString(), kTokenEndpoint);
 }
 
-TYPED_TEST(DriveClient, ItsCredentialCanBeRefreshedAfterItsEnd) {
+TYPED_TEST(DriveClient, ItsCredentialCanBeRefreshedAfterItsDestruction) {
   this->makeScripted();
   this->transport->enqueue(TestSupport::response(200, R"({"access_token":"new"})"));
   EXPECT_TRUE(this->credential->refreshAccessToken().isSuccess());

@@ -12,7 +12,6 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "Client/BearerConduct.h"
@@ -39,7 +38,7 @@ using TestSupport::errorLine;
 using TestSupport::LogRecord;
 using TestSupport::response;
 
-/// A drive service and its token endpoint. Accepts one access token; what the endpoint hands out is
+/// A drive service and its token endpoint. Accepts one access token; the endpoint issues the tokens
 /// "new-1", "new-2" and so on. Safe for concurrent calls.
 class DriveService : public Http::Transport {
  public:
@@ -47,14 +46,14 @@ class DriveService : public Http::Transport {
     std::unique_lock<std::mutex> lock(mutex_);
     if (request.uri.host() == "login.example.test") {
       tokenRequests_.push_back(request);
-      return tokenAnswer ? *tokenAnswer : newTokens();
+      return tokenResponse ? *tokenResponse : newTokens();
     }
     const auto header = request.headers.find("authorization");
     const std::string bearer = header == request.headers.end() ? "" : header->second;
     bearers_.push_back(bearer);
     hosts_.push_back(request.uri.host());
-    waitForTheOthers(lock);
-    if (apiAnswer) return *apiAnswer;
+    waitForAll(lock);
+    if (apiResponse) return *apiResponse;
     return bearer == "Bearer " + acceptedToken ? response(200, acceptedBody) : response(401);
   }
 
@@ -75,9 +74,9 @@ class DriveService : public Http::Transport {
   std::string acceptedToken = "new-1";
   std::string acceptedBody;
   std::string nextRefreshToken;
-  std::optional<Http::Response> tokenAnswer;
-  std::optional<Http::Response> apiAnswer;
-  std::size_t gate = 0;  ///< this many requests are answered only when all of them are there
+  std::optional<Http::Response> tokenResponse;
+  std::optional<Http::Response> apiResponse;
+  std::size_t gate = 0;  ///< so many requests get no response until all of them have arrived
 
  private:
   Http::Response newTokens() const {
@@ -86,19 +85,19 @@ class DriveService : public Http::Transport {
                              nextRefreshToken + R"(","token_type":"bearer"})");
   }
 
-  void waitForTheOthers(std::unique_lock<std::mutex>& lock) {
-    if (bearers_.size() == gate) allThere_.notify_all();
-    allThere_.wait(lock, [this] { return bearers_.size() >= gate; });
+  void waitForAll(std::unique_lock<std::mutex>& lock) {
+    if (bearers_.size() == gate) allArrived_.notify_all();
+    allArrived_.wait(lock, [this] { return bearers_.size() >= gate; });
   }
 
   mutable std::mutex mutex_;
-  std::condition_variable allThere_;
+  std::condition_variable allArrived_;
   std::vector<std::string> bearers_;
   std::vector<std::string> hosts_;
   std::vector<Http::Request> tokenRequests_;
 };
 
-class Question : public Client::SerializableWSRequest {
+class EmptyRequest : public Client::SerializableWSRequest {
  public:
   std::string serializePayload() const override { return {}; }
 };
@@ -107,7 +106,7 @@ struct Nothing {};
 
 std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullopt; }
 
-/// A session's client with one operation of the test's own.
+/// A session's client and one operation of the test.
 template <typename Drive>
 class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture<Drive> {
  protected:
@@ -119,11 +118,11 @@ class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture
   }
 
   // One call; safe for concurrent calls.
-  Outcome<Nothing, Error> ask() const {
+  Outcome<Nothing, Error> call() const {
     BearerConduct conduct(this->credential);
     return Client::ServiceCall(this->makeParts(), environment)
         .send<Nothing>(Http::Method::Get, Http::URI::parse("https://drive.example.test/x").value(),
-                       Question(), conduct, readNothing);
+                       EmptyRequest(), conduct, readNothing);
   }
 
   std::shared_ptr<DriveService> service = std::make_shared<DriveService>();
@@ -135,31 +134,31 @@ TYPED_TEST_SUITE(DriveRefresh, TestSupport::Drives, TestSupport::DriveName);
 
 TYPED_TEST(DriveRefresh, GoodTokenIsSentAndNotRefreshed) {
   this->service->acceptedToken = "old";
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(), ElementsAre("Bearer old"));
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
 }
 
 TYPED_TEST(DriveRefresh, AttemptAfterARefreshCarriesTheNewToken) {
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(), ElementsAre("Bearer old", "Bearer new-1"));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
   EXPECT_THAT(this->delays(), ElementsAre(1000));
   EXPECT_EQ(this->credential->accessToken(), "new-1");
 
-  EXPECT_TRUE(this->ask().isSuccess());
-  EXPECT_THAT(this->service->tokenRequests(), SizeIs(1)) << "the next call needs none";
+  EXPECT_TRUE(this->call().isSuccess());
+  EXPECT_THAT(this->service->tokenRequests(), SizeIs(1)) << "the next call refreshes nothing";
 }
 
-TYPED_TEST(DriveRefresh, TokenEndpointIsAskedWithTheRefreshTokenAndWithoutABearer) {
-  EXPECT_TRUE(this->ask().isSuccess());
+TYPED_TEST(DriveRefresh, RefreshSendsTheRefreshTokenAndNoBearer) {
+  EXPECT_TRUE(this->call().isSuccess());
   ASSERT_THAT(this->service->tokenRequests(), SizeIs(1));
   const auto request = this->service->tokenRequests()[0];
   EXPECT_EQ(request.headers.count("authorization"), 0U);
   EXPECT_THAT(request.body, HasSubstr("refresh_token=refresh%20token"));
 }
 
-/// Sixteen threads at once, none of which is answered before all have sent.
+/// Sixteen threads at once; none gets a response before all have sent.
 template <typename Drive>
 class DriveRefreshInThreads : public DriveRefresh<Drive> {
  protected:
@@ -167,13 +166,13 @@ class DriveRefreshInThreads : public DriveRefresh<Drive> {
 
   DriveRefreshInThreads() {
     this->service->gate = kThreads;
-    // The default's own name. Without it the C library forgets the time zone for each line that is
-    // logged, under a lock that ThreadSanitizer does not see.
+    // The name of the default. Without it the C library reads the time zone anew for each line that
+    // is logged, under a lock that ThreadSanitizer does not see.
     ::setenv("TZ", ":/etc/localtime", 0);
     ::tzset();
   }
 
-  // How many of them succeed.
+  // The number of threads whose call succeeds.
   static std::size_t successesOf(const std::function<bool()>& call) {
     std::atomic<std::size_t> successes{0};
     std::vector<std::thread> threads;
@@ -195,7 +194,7 @@ class DriveRefreshInThreads : public DriveRefresh<Drive> {
 TYPED_TEST_SUITE(DriveRefreshInThreads, TestSupport::Drives, TestSupport::DriveName);
 
 TYPED_TEST(DriveRefreshInThreads, AllShareOneRefresh) {
-  EXPECT_EQ(this->successesOf([this] { return this->ask().isSuccess(); }), this->kThreads);
+  EXPECT_EQ(this->successesOf([this] { return this->call().isSuccess(); }), this->kThreads);
   this->expectOneRefresh();
 }
 
@@ -214,20 +213,20 @@ TEST_F(GoogleDriveRefreshInThreads, CallsOfOneClientShareOneRefresh) {
 }
 
 TYPED_TEST(DriveRefreshInThreads, AllShareOneRefusal) {
-  this->environment.sleep = [](auto) {};  // or else the waiting of all adds up to minutes
-  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
+  this->environment.sleep = [](auto) {};  // all delays together would be minutes
+  this->service->tokenResponse = response(400, R"({"error":"invalid_grant"})");
   const TestSupport::LogCapture log;
-  EXPECT_EQ(this->successesOf([this] { return this->ask().isSuccess(); }), 0U);
+  EXPECT_EQ(this->successesOf([this] { return this->call().isSuccess(); }), 0U);
   EXPECT_THAT(this->service->bearers(), SizeIs(4 * this->kThreads));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
   EXPECT_THAT(log.records(), SizeIs(3 * this->kThreads));
 }
 
-TYPED_TEST(DriveRefresh, RefusedRefreshIsLoggedEachTimeButAskedForOnce) {
-  this->service->tokenAnswer =
+TYPED_TEST(DriveRefresh, RefusedRefreshIsLoggedEachTimeButSentOnce) {
+  this->service->tokenResponse =
       response(400, R"({"error":"invalid_grant","error_description":"revoked"})");
   const TestSupport::LogCapture log;
-  const auto outcome = this->ask();
+  const auto outcome = this->call();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 401);
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
@@ -240,58 +239,58 @@ TYPED_TEST(DriveRefresh, RefusedRefreshIsLoggedEachTimeButAskedForOnce) {
   EXPECT_EQ(this->credential->refreshToken(), "refresh token");
 }
 
-TYPED_TEST(DriveRefresh, TokenEndpointThatAnswersUnauthorizedIsNotAskedForItsOwnSake) {
-  this->service->tokenAnswer = response(401, R"({"error":"invalid_client"})");
+TYPED_TEST(DriveRefresh, UnauthorizedFromTheTokenEndpointCausesNoRefresh) {
+  this->service->tokenResponse = response(401, R"({"error":"invalid_client"})");
   const TestSupport::LogCapture log;
-  EXPECT_FALSE(this->ask().isSuccess());
+  EXPECT_FALSE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
   EXPECT_THAT(log.records(),
               Each(errorLine("Failed to refresh OAuth2 credential. invalid_client")));
 }
 
-TYPED_TEST(DriveRefresh, PageOfAGatewayIsAFailedRefresh) {
-  this->service->tokenAnswer =
+TYPED_TEST(DriveRefresh, HtmlPageOfAProxyIsAFailedRefresh) {
+  this->service->tokenResponse =
       response(502, "<html>\r\nBad gateway</html>", {{"content-type", "text/html"}});
   const TestSupport::LogCapture log;
-  EXPECT_FALSE(this->ask().isSuccess());
+  EXPECT_FALSE(this->call().isSuccess());
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(3));
   EXPECT_THAT(log.records(), SizeIs(3));
   EXPECT_THAT(log.records(), Each(errorLine("Failed to refresh OAuth2 credential. HTTP 502")));
 }
 
-TYPED_TEST(DriveRefresh, NewGrantEndsTheMemoryOfARefusal) {
-  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
+TYPED_TEST(DriveRefresh, NewTokensDiscardARememberedRefusal) {
+  this->service->tokenResponse = response(400, R"({"error":"invalid_grant"})");
   {
     const TestSupport::LogCapture log;
-    EXPECT_FALSE(this->ask().isSuccess());
+    EXPECT_FALSE(this->call().isSuccess());
   }
-  this->service->tokenAnswer.reset();
+  this->service->tokenResponse.reset();
   this->service->acceptedToken = "new-2";
   this->credential->setTokens("old", "another refresh token");
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(2));
 }
 
-TYPED_TEST(DriveRefresh, RefusalIsForgottenInTimeByTheClientsClock) {
-  this->service->tokenAnswer = response(400, R"({"error":"invalid_grant"})");
+TYPED_TEST(DriveRefresh, RefusalExpiresByTheClientsClock) {
+  this->service->tokenResponse = response(400, R"({"error":"invalid_grant"})");
   const TestSupport::LogCapture log;
-  EXPECT_FALSE(this->ask().isSuccess());  // waits for 6 seconds in all
+  EXPECT_FALSE(this->call().isSuccess());  // waits for 6 seconds in all
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
-  EXPECT_FALSE(this->ask().isSuccess());
+  EXPECT_FALSE(this->call().isSuccess());
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(2));
 }
 
 TYPED_TEST(DriveRefresh, EachRefusedTokenIsRefreshed) {
   this->service->acceptedToken = "new-3";
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(),
               ElementsAre("Bearer old", "Bearer new-1", "Bearer new-2", "Bearer new-3"));
 }
 
 TYPED_TEST(DriveRefresh, TokensThatAreNeverAcceptedEndTheCallAfterFourSends) {
   this->service->acceptedToken = "none of them";
-  EXPECT_EQ(this->ask().getError().httpResponseCode, 401);
+  EXPECT_EQ(this->call().getError().httpResponseCode, 401);
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->tokenRequests(), SizeIs(3));
 }
@@ -299,7 +298,7 @@ TYPED_TEST(DriveRefresh, TokensThatAreNeverAcceptedEndTheCallAfterFourSends) {
 TYPED_TEST(DriveRefresh, NewRefreshTokenReplacesTheOldOne) {
   this->service->acceptedToken = "new-2";
   this->service->nextRefreshToken = "rotated";
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   ASSERT_THAT(this->service->tokenRequests(), SizeIs(2));
   EXPECT_THAT(this->service->tokenRequests()[0].body, HasSubstr("refresh_token=refresh%20token"));
   EXPECT_THAT(this->service->tokenRequests()[1].body, HasSubstr("refresh_token=rotated"));
@@ -307,14 +306,14 @@ TYPED_TEST(DriveRefresh, NewRefreshTokenReplacesTheOldOne) {
 
 TYPED_TEST(DriveRefresh, SessionWithARefreshTokenAloneGetsAnAccessToken) {
   this->credential->setTokens("", "refresh token");
-  EXPECT_TRUE(this->ask().isSuccess());
+  EXPECT_TRUE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(), ElementsAre("", "Bearer new-1"));
 }
 
-TYPED_TEST(DriveRefresh, SessionWithoutARefreshTokenAsksNobody) {
+TYPED_TEST(DriveRefresh, SessionWithoutARefreshTokenSendsNoRefresh) {
   this->credential->setTokens("old", "");
   const TestSupport::LogCapture log;
-  EXPECT_FALSE(this->ask().isSuccess());
+  EXPECT_FALSE(this->call().isSuccess());
   EXPECT_THAT(this->service->bearers(), SizeIs(4));
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
   EXPECT_THAT(log.records(), SizeIs(3));
@@ -325,7 +324,7 @@ TYPED_TEST(DriveRefresh, SessionWithoutARefreshTokenAsksNobody) {
 TYPED_TEST(DriveRefresh, TokenThatCannotBeSentFailsTheCallAtOnce) {
   for (const char forbidden : {'\r', '\n', '\0'}) {
     this->credential->setTokens(std::string("secret") + forbidden + "x: y", "refresh token");
-    const auto outcome = this->ask();
+    const auto outcome = this->call();
     ASSERT_FALSE(outcome.isSuccess());
     EXPECT_EQ(outcome.getError().errorType, Client::CoreErrors::LocalFailure);
     EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest");
@@ -338,32 +337,32 @@ TYPED_TEST(DriveRefresh, TokenThatCannotBeSentFailsTheCallAtOnce) {
 }
 
 TYPED_TEST(DriveRefresh, NoSecretIsLogged) {
-  this->service->tokenAnswer =
+  this->service->tokenResponse =
       response(400, R"({"error":"invalid_grant","error_description":"bad token refresh token"})");
   const TestSupport::LogCapture log;
-  EXPECT_FALSE(this->ask().isSuccess());
+  EXPECT_FALSE(this->call().isSuccess());
   EXPECT_THAT(log.records(), SizeIs(3));
   EXPECT_THAT(log.records(), Each(Field(&LogRecord::text, Not(HasSubstr("refresh token")))));
   EXPECT_THAT(log.records(), Each(Field(&LogRecord::text, Not(HasSubstr("client secret")))));
 }
 
-TYPED_TEST(DriveRefresh, UnavailableServiceIsAskedAgainOnlyByGoogleAndAmazon) {
-  this->service->apiAnswer = response(503);
-  EXPECT_EQ(this->ask().getError().httpResponseCode, 503);
+TYPED_TEST(DriveRefresh, UnavailableServiceIsRetriedOnlyByGoogleAndAmazon) {
+  this->service->apiResponse = response(503);
+  EXPECT_EQ(this->call().getError().httpResponseCode, 503);
   EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRetriesTemporaryFailures ? 4 : 1));
   EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
 }
 
-TYPED_TEST(DriveRefresh, UnreachableServiceIsAskedAgainOnlyByGoogleAndAmazon) {
-  this->service->apiAnswer = TestSupport::failedResponse(Http::TransportFailure::Kind::Unreachable,
-                                                         "CURLE_COULDNT_CONNECT", "refused", false);
-  EXPECT_EQ(this->ask().getError().exceptionName, "CURLE_COULDNT_CONNECT");
+TYPED_TEST(DriveRefresh, UnreachableServiceIsRetriedOnlyByGoogleAndAmazon) {
+  this->service->apiResponse = TestSupport::failedResponse(
+      Http::TransportFailure::Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false);
+  EXPECT_EQ(this->call().getError().exceptionName, "CURLE_COULDNT_CONNECT");
   EXPECT_THAT(this->service->bearers(), SizeIs(TypeParam::kRetriesTemporaryFailures ? 4 : 1));
 }
 
-TYPED_TEST(DriveRefresh, TokenFollowsNoRedirect) {
-  this->service->apiAnswer = response(307, "", {{"location", "https://drive.example.test/y"}});
-  EXPECT_EQ(this->ask().getError().httpResponseCode, 307);
+TYPED_TEST(DriveRefresh, RedirectIsNotFollowed) {
+  this->service->apiResponse = response(307, "", {{"location", "https://drive.example.test/y"}});
+  EXPECT_EQ(this->call().getError().httpResponseCode, 307);
   EXPECT_THAT(this->service->hosts(), ElementsAre("drive.example.test"));
 
   Http::Request request;

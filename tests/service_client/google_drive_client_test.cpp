@@ -2,11 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "support/expectations.h"
 #include "support/google_drive_fixture.h"
 
 namespace {
@@ -17,11 +16,12 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using Kind = Http::TransportFailure::Kind;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
+using TestSupport::expectInvalidRequest;
+using TestSupport::expectMalformedResponse;
 using TestSupport::failedResponse;
 using TestSupport::googleError;
 using TestSupport::response;
@@ -59,7 +59,7 @@ class GoogleDriveClientTest : public ::testing::Test, protected TestSupport::Goo
     return getRoot();
   }
 
-  // The address that the file with this id has.
+  // Method and address of the request for the file `id`.
   std::string lineOf(const std::string& id) {
     enqueue(response(200, kFile));
     EXPECT_TRUE(makeClient()->getFileResource(fileOf(id)).isSuccess());
@@ -72,7 +72,7 @@ class GoogleDriveClientTest : public ::testing::Test, protected TestSupport::Goo
     return bodies().back();
   }
 
-  // How often a call is sent that is answered with `response` time and again.
+  // How often a call is sent if `response` is the response to each attempt.
   template <typename Call>
   std::size_t sendsOf(const Http::Response& response, Call call) {
     const std::size_t before = requests().size();
@@ -88,26 +88,11 @@ class GoogleDriveClientTest : public ::testing::Test, protected TestSupport::Goo
   std::size_t creationsSent(const Http::Response& response) {
     return sendsOf(response, [this] { return createFolder(); });
   }
-
-  static void expectMalformed(const FileOutcome& outcome) {
-    ASSERT_FALSE(outcome.isSuccess());
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200);
-    EXPECT_FALSE(outcome.getError().retryable);
-  }
-
-  static void expectInvalid(const FileOutcome& outcome) {
-    ASSERT_FALSE(outcome.isSuccess());
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest");
-    EXPECT_FALSE(outcome.getError().retryable);
-  }
 };
 
 using GoogleDriveGetFile = GoogleDriveClientTest;
 
-TEST_F(GoogleDriveGetFile, AsksForEachFieldOfAFile) {
+TEST_F(GoogleDriveGetFile, RequestsEachFieldOfAFile) {
   EXPECT_EQ(lineOf("root"),
             "GET https://www.googleapis.com/drive/v3/files/root" + std::string(kMask));
   const auto request = requests().at(0);
@@ -125,9 +110,9 @@ TEST_F(GoogleDriveGetFile, IdIsOneSegmentOfThePath) {
 TEST_F(GoogleDriveGetFile, IdThatAddressesSomethingElseIsRefused) {
   for (const auto* id : {"", ".", ".."}) {
     SCOPED_TRACE(id);
-    expectInvalid(makeClient()->getFileResource(fileOf(id)));
+    expectInvalidRequest(makeClient()->getFileResource(fileOf(id)));
   }
-  expectInvalid(makeClient()->getFileResource({}));
+  expectInvalidRequest(makeClient()->getFileResource({}));
   EXPECT_THAT(requests(), IsEmpty());
 }
 
@@ -151,7 +136,7 @@ TEST_F(GoogleDriveGetFile, ReadsAllFields) {
   EXPECT_THAT(file.parents, ElementsAre("p1", "p2"));
 }
 
-TEST_F(GoogleDriveGetFile, AllButTheIdMayBeMissingNullOrOfAnotherKind) {
+TEST_F(GoogleDriveGetFile, AllButTheIdMayBeMissingNullOrOfAnotherType) {
   for (const auto* body :
        {R"({"id":"7"})",
         R"({"kind":null,"id":"7","name":null,"mimeType":null,"trashed":null,"createdTime":null,
@@ -179,50 +164,44 @@ TEST_F(GoogleDriveGetFile, LastOfSeveralMembersCounts) {
   EXPECT_EQ(fileFrom(R"({"id":"1","id":"2"})").getResult().id, "2");
 }
 
-TEST_F(GoogleDriveGetFile, TimeThatIsNoneIsNoFault) {
+TEST_F(GoogleDriveGetFile, InvalidTimeIsAccepted) {
   const auto outcome = fileFrom(R"({"id":"7","createdTime":"yesterday"})");
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_EQ(outcome.getResult().createdTime.value(), std::chrono::system_clock::time_point());
 }
 
-TEST_F(GoogleDriveGetFile, AnswerWithoutAnIdIsAFailure) {
+TEST_F(GoogleDriveGetFile, ResponseWithoutAnIdIsAFailure) {
   for (const auto* body : {"{}", R"({"id":""})", R"({"id":null})", R"({"id":7})",
                            R"({"file":{"id":"7"}})", R"({"name":"My Drive"})"}) {
     SCOPED_TRACE(body);
-    expectMalformed(fileFrom(body));
+    expectMalformedResponse(fileFrom(body));
   }
 }
 
-TEST_F(GoogleDriveGetFile, AnswerThatIsNoObjectIsAFailure) {
+TEST_F(GoogleDriveGetFile, ResponseThatIsNoObjectIsAFailure) {
   for (const auto* body :
        {"", " ", "null", "7", "[]", R"([{"id":"7"}])", R"("id")", "<html><body>{}</body></html>",
         R"({"id":"7")", R"({"id":"7)", R"({"id":"7"} x)", R"({"id":"7"}{})", R"({"id":"7",})",
         "{\"id\":\"\xFF\"}", R"({"id":"7\q"})", R"({"id":"\ud800"})", R"({"id":"a\u0000b"})",
         R"({"id":"7","name":"a\u0000b"})", "{\"id\":\"7\",\"name\":\"a\nb\"}"}) {
     SCOPED_TRACE(body);
-    expectMalformed(fileFrom(body));
+    expectMalformedResponse(fileFrom(body));
   }
 }
 
-TEST_F(GoogleDriveGetFile, PageOfACaptivePortalIsAFailure) {
-  enqueue(response(200, "<!DOCTYPE html><html>Log in</html>", {{"content-type", "text/html"}}));
-  expectMalformed(getRoot());
-  EXPECT_THAT(requests(), SizeIs(1));
-}
-
-TEST_F(GoogleDriveGetFile, JsonThatIsSentAsAPageIsAFailure) {
+TEST_F(GoogleDriveGetFile, JsonWithTheContentTypeOfHtmlIsAFailure) {
   enqueue(response(200, R"({"id":"7"})", {{"content-type", "text/html; charset=utf-8"}}));
-  expectMalformed(getRoot());
+  expectMalformedResponse(getRoot());
 }
 
-TEST_F(GoogleDriveGetFile, AnswerNeedNotSayWhatItIs) {
+TEST_F(GoogleDriveGetFile, ContentTypeMayBeMissing) {
   enqueue(response(200, R"({"id":"7"})"));
   EXPECT_EQ(getRoot().getResult().id, "7");
 }
 
 TEST_F(GoogleDriveGetFile, NeedsACredential) {
   const CloudStorage::Client::GoogleDrive::GoogleDriveClient client({}, {}, {});
-  expectInvalid(client.getFileResource(fileOf("root")));
+  expectInvalidRequest(client.getFileResource(fileOf("root")));
 }
 
 TEST_F(GoogleDriveGetFile, UnknownMembersMayBeNestedDeeply) {
@@ -247,7 +226,7 @@ TEST_F(GoogleDriveGetFile, TextsOutliveTheCallAndItsClient) {
 
 using GoogleDriveUpload = GoogleDriveClientTest;
 
-TEST_F(GoogleDriveUpload, FolderIsMadeWithMetadataAlone) {
+TEST_F(GoogleDriveUpload, FolderIsCreatedWithMetadataOnly) {
   EXPECT_EQ(creationOf(newFolder("New folder")),
             R"({"name":"New folder","mimeType":"application/vnd.google-apps.folder",)"
             R"("parents":["parent-1"]})");
@@ -258,7 +237,7 @@ TEST_F(GoogleDriveUpload, FolderIsMadeWithMetadataAlone) {
                                                     Pair("content-type", "application/json")));
 }
 
-TEST_F(GoogleDriveUpload, EachParameterHasItsPlace) {
+TEST_F(GoogleDriveUpload, ParametersAreSentInAFixedOrder) {
   const auto time = std::chrono::system_clock::from_time_t(1709195415);
   auto request = newFolder("x");
   request.createdTime = time;
@@ -291,15 +270,15 @@ TEST_F(GoogleDriveUpload, NameIsEscapedAndOtherwiseSentAsItIs) {
 TEST_F(GoogleDriveUpload, InvalidUtf8IsRefused) {
   for (const auto* text : {"\xFF", "a\xC3", "\xED\xA0\x80", "\xC0\xAF"}) {
     auto request = newFolder(text);
-    expectInvalid(makeClient()->uploadFile(request));
+    expectInvalidRequest(makeClient()->uploadFile(request));
     request = newFolder("good");
     request.parents = text;
-    expectInvalid(makeClient()->uploadFile(request));
+    expectInvalidRequest(makeClient()->uploadFile(request));
   }
   EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(GoogleDriveUpload, ReadsWhatWasMade) {
+TEST_F(GoogleDriveUpload, ReadsTheCreatedFile) {
   enqueue(response(200, R"({"kind":"drive#file","id":"1New","name":"New 2"})"));
   const auto outcome = createFolder();
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
@@ -307,11 +286,11 @@ TEST_F(GoogleDriveUpload, ReadsWhatWasMade) {
   EXPECT_EQ(outcome.getResult().name, "New 2");
 }
 
-TEST_F(GoogleDriveUpload, AnswerWithoutAnIdIsAFailureAndNotRepeated) {
+TEST_F(GoogleDriveUpload, ResponseWithoutAnIdIsAFailureAndNotRetried) {
   enqueue(response(200, R"({"name":"New"})"));
-  expectMalformed(createFolder());
+  expectMalformedResponse(createFolder());
   enqueue(response(200, "<html></html>"));
-  expectMalformed(createFolder());
+  expectMalformedResponse(createFolder());
   EXPECT_THAT(requests(), SizeIs(2));
 }
 
@@ -340,7 +319,7 @@ TEST_F(GoogleDriveErrors, RefusalsAreFinal) {
   }
 }
 
-TEST_F(GoogleDriveErrors, LimitsAreWaitedForByReadsAndCreations) {
+TEST_F(GoogleDriveErrors, RateLimitsAreRetriedInReadsAndCreations) {
   for (const auto& response :
        {response(403, googleError(403, "rateLimitExceeded")),
         response(403, googleError(403, "userRateLimitExceeded")),
@@ -351,7 +330,7 @@ TEST_F(GoogleDriveErrors, LimitsAreWaitedForByReadsAndCreations) {
   }
 }
 
-TEST_F(GoogleDriveErrors, FailuresOfTheServiceAreSentAgainOnlyIfNothingCouldBeDoubled) {
+TEST_F(GoogleDriveErrors, ServiceFailuresAreRetriedInReadsOnly) {
   for (const int status : {500, 502, 504}) {
     SCOPED_TRACE(status);
     const auto response = TestSupport::response(status, googleError(status, "backendError"));
@@ -360,7 +339,7 @@ TEST_F(GoogleDriveErrors, FailuresOfTheServiceAreSentAgainOnlyIfNothingCouldBeDo
   }
 }
 
-TEST_F(GoogleDriveErrors, LostAnswerToACreationIsFinal) {
+TEST_F(GoogleDriveErrors, CreationWithALostResponseIsNotRetried) {
   const auto lost = failedResponse(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true);
   EXPECT_EQ(readsSent(lost), 4U);
   EXPECT_EQ(creationsSent(lost), 1U);
@@ -375,26 +354,13 @@ TEST_F(GoogleDriveErrors, LostAnswerToACreationIsFinal) {
   EXPECT_EQ(readsSent(untrusted), 1U);
 }
 
-TEST_F(GoogleDriveErrors, CallSucceedsWhenTheTroubleIsOver) {
+TEST_F(GoogleDriveErrors, CallSucceedsAfterTemporaryFailures) {
   enqueue(response(503));
   enqueue(response(429));
   EXPECT_TRUE(fileFrom(kFile).isSuccess());
   EXPECT_THAT(delays(), ElementsAre(1000, 2000));
   EXPECT_THAT(lines(), SizeIs(3));
   EXPECT_EQ(lines().at(0), lines().at(2));
-}
-
-TEST_F(GoogleDriveErrors, ExpiredTokenIsRefreshedAndTheCreationSentAgain) {
-  enqueue(response(401, googleError(401, "authError")));
-  enqueue(response(200, R"({"access_token":"token-2"})"));
-  enqueue(response(200, kFile));
-  EXPECT_TRUE(createFolder().isSuccess());
-  const auto requests = transport->requests();
-  ASSERT_THAT(requests, SizeIs(3));
-  EXPECT_EQ(requests[0].headers.at("authorization"), "Bearer token-1");
-  EXPECT_EQ(requests[1].uri.toString(), "https://login.example.test/token");
-  EXPECT_EQ(requests[2].headers.at("authorization"), "Bearer token-2");
-  EXPECT_EQ(requests[2].body, requests[0].body);
 }
 
 TEST_F(GoogleDriveErrors, WithoutAnAccessTokenNoneIsSent) {

@@ -26,7 +26,7 @@ using TestSupport::response;
 struct Service {
   const char* name;
   std::function<std::unique_ptr<WSErrorMarshaller>()> make;
-  /// What a failure without a usable code is named, before the status.
+  /// The start of the name of a failure without a usable code; the status follows.
   std::string prefix;
 };
 

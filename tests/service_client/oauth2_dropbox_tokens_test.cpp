@@ -43,7 +43,7 @@ class DropboxTokens : public ::testing::TestWithParam<bool>, protected TestSuppo
     return client->listFolder(request).isSuccess();
   }
 
-  // The accepted call after a 401 and a refresh that is answered with `tokens`.
+  // A call that succeeds after a 401 and a refresh with the response `tokens`.
   void listWithRefresh(const std::string& tokens) {
     enqueue(response(401, R"({"error_summary":"expired_access_token/.."})"));
     enqueue(response(200, tokens));
@@ -56,7 +56,7 @@ class DropboxTokens : public ::testing::TestWithParam<bool>, protected TestSuppo
     return client->exchangeAuthorizationCode("code", {}, *credential).isSuccess();
   }
 
-  // Of each request, as far as it has one.
+  // The authorization of each request, or "none".
   std::vector<std::string> bearers() const {
     std::vector<std::string> texts;
     for (const auto& request : requests()) {
@@ -87,14 +87,14 @@ TEST_P(DropboxTokens, PlainTokenIsRefreshedWithTheRefreshTokenOfItsSession) {
   EXPECT_EQ(credential->refreshToken(), "session's");
 }
 
-TEST_P(DropboxTokens, RequestsCarryWhatIsBeforeTheBar) {
+TEST_P(DropboxTokens, RequestsCarryTheTextBeforeTheBar) {
   credential->setTokens("sl.B-access|refresh", "");
   enqueue(response(200, kEmptyFolder));
   EXPECT_TRUE(list());
   EXPECT_THAT(bearers(), ElementsAre("Bearer sl.B-access"));
 }
 
-TEST_P(DropboxTokens, RefreshUsesWhatIsBehindTheBarAndKeepsIt) {
+TEST_P(DropboxTokens, RefreshUsesTheTextAfterTheBarAndKeepsIt) {
   credential->setTokens("old|joined", "");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("Bearer old", "none", "Bearer new"));
@@ -103,14 +103,14 @@ TEST_P(DropboxTokens, RefreshUsesWhatIsBehindTheBarAndKeepsIt) {
   EXPECT_THAT(credential->refreshToken(), IsEmpty());
 }
 
-TEST_P(DropboxTokens, RotatedRefreshTokenTakesThePlaceBehindTheBar) {
+TEST_P(DropboxTokens, RotatedRefreshTokenReplacesTheTextAfterTheBar) {
   credential->setTokens("old|joined", "");
   listWithRefresh(R"({"access_token":"new","refresh_token":"rotated"})");
   EXPECT_EQ(credential->accessToken(), "new|rotated");
 }
 
-// A host that sets the text of one account leaves the refresh token of another in place.
-TEST_P(DropboxTokens, RefreshTokenBehindTheBarGoesBeforeTheSessions) {
+// A host that sets the text of one account does not remove the refresh token of another.
+TEST_P(DropboxTokens, RefreshTokenAfterTheBarHasPrecedenceOverTheSessions) {
   credential->setTokens("old|joined", "of another account");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bodies().at(1), HasSubstr("refresh_token=joined&"));
@@ -118,7 +118,7 @@ TEST_P(DropboxTokens, RefreshTokenBehindTheBarGoesBeforeTheSessions) {
   EXPECT_EQ(credential->refreshToken(), "of another account");
 }
 
-TEST_P(DropboxTokens, NothingBehindTheBarIsNoRefreshToken) {
+TEST_P(DropboxTokens, EmptyTextAfterTheBarIsNoRefreshToken) {
   credential->setTokens("old|", "session's");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("Bearer old", "none", "Bearer new"));
@@ -126,14 +126,14 @@ TEST_P(DropboxTokens, NothingBehindTheBarIsNoRefreshToken) {
   EXPECT_EQ(credential->accessToken(), "new");
 }
 
-TEST_P(DropboxTokens, NothingBeforeTheBarIsNoAccessToken) {
+TEST_P(DropboxTokens, EmptyTextBeforeTheBarIsNoAccessToken) {
   credential->setTokens("|joined", "");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("none", "none", "Bearer new"));
   EXPECT_EQ(credential->accessToken(), "new|joined");
 }
 
-TEST_P(DropboxTokens, RefusedRefreshLeavesTheTextAlone) {
+TEST_P(DropboxTokens, RefusedRefreshChangesNothing) {
   credential->setTokens("old|joined-token", "");
   enqueue(
       response(400, R"({"error":"invalid_grant","error_description":"joined-token is revoked"})"));
@@ -143,7 +143,7 @@ TEST_P(DropboxTokens, RefusedRefreshLeavesTheTextAlone) {
   EXPECT_EQ(credential->accessToken(), "old|joined-token");
 }
 
-TEST_P(DropboxTokens, ServiceThatRepeatsTheTokenDoesNotGiveItAway) {
+TEST_P(DropboxTokens, EchoedTokenIsRedacted) {
   credential->setTokens("sl.B-access-token|refresh", "");
   enqueue(response(400, "no such token: sl.B-access-token"));
   Model::ListFolderRequest request;
@@ -151,7 +151,7 @@ TEST_P(DropboxTokens, ServiceThatRepeatsTheTokenDoesNotGiveItAway) {
   EXPECT_THAT(client->listFolder(request).getError().message, HasSubstr("no such token: ***"));
 }
 
-TEST_P(DropboxTokens, ExchangePutsBothIntoTheTextIfTheBuildSaysSo) {
+TEST_P(DropboxTokens, ExchangeJoinsBothIfTheBuildJoinsTokens) {
   EXPECT_TRUE(exchange(R"({"access_token":"access","refresh_token":"refresh"})"));
   EXPECT_EQ(credential->accessToken(), GetParam() ? "access|refresh" : "access");
   EXPECT_EQ(credential->refreshToken(), "refresh");
@@ -175,8 +175,8 @@ TEST_P(DropboxTokens, FailedExchangeChangesNothing) {
   EXPECT_EQ(credential->refreshToken(), "session's");
 }
 
-// The option of the build is off unless somebody wants it.
-TEST(DropboxTokensOfThisBuild, AreJoinedIfTheOptionSaysSo) {
+// The option of the build is off by default.
+TEST(DropboxTokensOfThisBuild, AreJoinedIfTheOptionIsSet) {
   TestSupport::DropboxFixture fixture;
   fixture.enqueue(response(200, R"({"access_token":"access","refresh_token":"refresh"})"));
   EXPECT_TRUE(
@@ -185,7 +185,7 @@ TEST(DropboxTokensOfThisBuild, AreJoinedIfTheOptionSaysSo) {
             VEMLO_DROPBOX_DURABLE_TOKEN ? "access|refresh" : "access");
 }
 
-// Amazon's tokens have bars of their own.
+// Amazon's tokens contain bars, too.
 TEST(AmazonTokens, AreSentWhole) {
   TestSupport::AttemptFixture fixture;
   const auto credential = std::make_shared<CloudStorage::Auth::OAuth2Credential>();

@@ -29,7 +29,7 @@ using TestSupport::response;
 
 constexpr char kCode[] = "4/0Ab c+~=|";
 
-// With tokens apart, as the grant prescribes, whatever the build says.
+// With separate tokens, independently of the build.
 template <typename DriveClient>
 std::shared_ptr<DriveClient> makeClient(const OAuth2ClientSpec& spec,
                                         const Client::ClientParts& parts,
@@ -41,7 +41,7 @@ std::shared_ptr<DriveClient> makeClient(const OAuth2ClientSpec& spec,
   }
 }
 
-/// A session's client whose user comes back with a code.
+/// A session's client at the exchange of an authorization code.
 template <typename Drive>
 class OAuth2Exchange : public ::testing::Test, protected TestSupport::AttemptFixture {
  protected:
@@ -64,14 +64,14 @@ class OAuth2Exchange : public ::testing::Test, protected TestSupport::AttemptFix
     return client->exchangeAuthorizationCode(kCode, options, *credential);
   }
 
-  Status exchangeAnsweredWith(Response response) {
+  Status exchangeWithResponse(Response response) {
     enqueue(std::move(response));
     return exchange();
   }
 
-  // Of an answer after which the credential must be as before.
+  // The status after `response`, which must not change the credential.
   Status failureOf(Response response) {
-    auto status = exchangeAnsweredWith(std::move(response));
+    auto status = exchangeWithResponse(std::move(response));
     EXPECT_FALSE(status.isSuccess());
     EXPECT_EQ(credential->accessToken(), "old");
     EXPECT_EQ(credential->refreshToken(), "old refresh");
@@ -101,12 +101,12 @@ TYPED_TEST(OAuth2Exchange, PostsAForm) {
 }
 
 TYPED_TEST(OAuth2Exchange, EmptyScopeIsNotSent) {
-  EXPECT_TRUE(this->exchangeAnsweredWith(response(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_TRUE(this->exchangeWithResponse(response(200, R"({"access_token":"a"})")).isSuccess());
   EXPECT_THAT(this->requests().at(0).body, Not(HasSubstr("scope")));
 }
 
 TYPED_TEST(OAuth2Exchange, BothTokensReplaceThoseOfTheCredential) {
-  const auto status = this->exchangeAnsweredWith(
+  const auto status = this->exchangeWithResponse(
       response(200, R"({"access_token":"a","refresh_token":"r","expires_in":3599,"scope":"b a",
                       "id_token":"x","token_type":"Bearer"})",
                {{"content-type", "application/json; charset=utf-8"}}));
@@ -115,17 +115,17 @@ TYPED_TEST(OAuth2Exchange, BothTokensReplaceThoseOfTheCredential) {
   EXPECT_EQ(this->credential->refreshToken(), "r");
 }
 
-TYPED_TEST(OAuth2Exchange, RefreshTokenOfAnotherGrantDoesNotStay) {
+TYPED_TEST(OAuth2Exchange, RefreshTokenOfAnotherGrantIsRemoved) {
   for (const auto* body : {R"({"access_token":"a"})", R"({"access_token":"a","refresh_token":""})",
                            R"({"access_token":"a","refresh_token":null})"}) {
     this->credential->setTokens("old", "old refresh");
-    EXPECT_TRUE(this->exchangeAnsweredWith(response(200, body)).isSuccess());
+    EXPECT_TRUE(this->exchangeWithResponse(response(200, body)).isSuccess());
     EXPECT_EQ(this->credential->accessToken(), "a");
     EXPECT_THAT(this->credential->refreshToken(), IsEmpty());
   }
 }
 
-TYPED_TEST(OAuth2Exchange, TokensGoIntoTheCredentialThatIsNamed) {
+TYPED_TEST(OAuth2Exchange, TokensAreStoredInTheGivenCredential) {
   OAuth2Credential other;
   this->enqueue(response(200, R"({"access_token":"a"})"));
   EXPECT_TRUE(this->client->exchangeAuthorizationCode(kCode, {}, other).isSuccess());
@@ -141,7 +141,7 @@ TYPED_TEST(OAuth2Exchange, RefusalIsReportedOnOneLineAndChangesNothing) {
   EXPECT_EQ(this->failureOf(response(401, R"({"error":"invalid_client"})")).getCode(), 401);
 }
 
-TYPED_TEST(OAuth2Exchange, AnswersThatAreNoTokensChangeNothing) {
+TYPED_TEST(OAuth2Exchange, ResponsesWithoutTokensChangeNothing) {
   EXPECT_EQ(
       this->failureOf(response(200, "<html></html>", {{"content-type", "text/html"}})).getCode(),
       200);
@@ -168,9 +168,9 @@ TYPED_TEST(OAuth2Exchange, CodeIsSentOnce) {
   EXPECT_THAT(this->delays(), IsEmpty());
 }
 
-TYPED_TEST(OAuth2Exchange, ConnectionThatFailedIsTriedOnceMore) {
+TYPED_TEST(OAuth2Exchange, FailedConnectionIsRetriedOnce) {
   this->enqueue(failedResponse(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false));
-  EXPECT_TRUE(this->exchangeAnsweredWith(response(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_TRUE(this->exchangeWithResponse(response(200, R"({"access_token":"a"})")).isSuccess());
   EXPECT_THAT(this->requests(), SizeIs(2));
 }
 
@@ -183,7 +183,7 @@ TYPED_TEST(OAuth2Exchange, NeitherCodeNorSecretIsInTheStatus) {
 
 TYPED_TEST(OAuth2Exchange, NewGrantIsRefreshedWithItsOwnToken) {
   EXPECT_TRUE(
-      this->exchangeAnsweredWith(response(200, R"({"access_token":"a","refresh_token":"r2"})"))
+      this->exchangeWithResponse(response(200, R"({"access_token":"a","refresh_token":"r2"})"))
           .isSuccess());
   this->enqueue(response(200, R"({"access_token":"b"})"));
   EXPECT_TRUE(this->credential->refreshAccessToken().isSuccess());

@@ -111,7 +111,7 @@ std::optional<Error> parseLines(Http::Response& response, Lines& lines) {
   return std::nullopt;
 }
 
-class ServiceCallTest : public ::testing::Test {
+class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFixture {
  protected:
   Outcome<Lines, Error> send(Http::Method method = Http::Method::Get) {
     ClientParts parts;
@@ -119,13 +119,10 @@ class ServiceCallTest : public ::testing::Test {
     parts.errorMarshaller = marshaller;
     parts.readRateLimiter = readLimiter;
     parts.writeRateLimiter = writeLimiter;
-    const ServiceCall call(parts, fixture.environment());
+    const ServiceCall call(parts, environment());
     return call.send<Lines>(method, Http::URI::parse("https://host/path").value(), model, conduct,
                             parseLines);
   }
-
-  void enqueue(Http::Response response) { fixture.transport->enqueue(std::move(response)); }
-  std::vector<Http::Request> requests() const { return fixture.transport->requests(); }
 
   std::vector<std::string> headersSent(const std::string& name) const {
     std::vector<std::string> values;
@@ -136,7 +133,6 @@ class ServiceCallTest : public ::testing::Test {
     return values;
   }
 
-  TestSupport::AttemptFixture fixture;
   std::shared_ptr<RecordingStrategy> strategy =
       std::make_shared<RecordingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
   std::shared_ptr<WSErrorMarshaller> marshaller =
@@ -155,7 +151,7 @@ TEST_F(ServiceCallLoop, GivesUpAfterFourSendsAndGrowingDelays) {
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 504) << "the last failure counts";
   EXPECT_THAT(requests(), SizeIs(4));
-  EXPECT_THAT(fixture.delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000));
   EXPECT_THAT(strategy->calls(),
               ElementsAre(Pair(500, 0), Pair(502, 1), Pair(503, 2), Pair(504, 3)));
 }
@@ -167,7 +163,7 @@ TEST_F(ServiceCallLoop, SucceedsOnTheThirdSend) {
   const auto outcome = send();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(outcome.getResult(), ElementsAre("one", "two"));
-  EXPECT_THAT(fixture.delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(503, 1)));
 }
 
@@ -189,7 +185,7 @@ TEST_F(ServiceCallLoop, RefusalIsNotRepeated) {
   }
   EXPECT_THAT(requests(), SizeIs(9));
   EXPECT_THAT(strategy->calls(), SizeIs(9));
-  EXPECT_THAT(fixture.delays(), IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallLoop, TransportFailureIsNotRepeatedForAnObjectStore) {
@@ -204,7 +200,7 @@ TEST_F(ServiceCallLoop, TransportFailureIsNotRepeatedForAnObjectStore) {
   }
   EXPECT_THAT(requests(), SizeIs(6));
   EXPECT_THAT(strategy->calls(), SizeIs(6));
-  EXPECT_THAT(fixture.delays(), IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallLoop, FailureOverridesAStatusOfSuccess) {
@@ -327,7 +323,7 @@ TEST_F(ServiceCallRedirect, IsFollowedWithTheSameMethodBodyAndHeaders) {
                                      Field(&Http::Request::method, Http::Method::Put))));
   EXPECT_THAT(headersSent("content-type"), Each("text/plain"));
   EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
-  EXPECT_THAT(fixture.delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
 }
 
 TEST_F(ServiceCallRedirect, IsTheFailureIfItMustNotBeFollowed) {
@@ -337,7 +333,7 @@ TEST_F(ServiceCallRedirect, IsTheFailureIfItMustNotBeFollowed) {
   EXPECT_EQ(outcome.getError().httpResponseCode, 307);
   EXPECT_THAT(conduct.locations, ElementsAre("no address"));
   EXPECT_THAT(requests(), SizeIs(1));
-  EXPECT_THAT(fixture.delays(), IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
@@ -369,7 +365,7 @@ TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
   enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0)));
-  EXPECT_THAT(fixture.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
   EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
   EXPECT_EQ(requests()[0].uri.host(), "host");
   EXPECT_EQ(requests()[1].uri.host(), "mended");
@@ -410,7 +406,7 @@ TEST_F(ServiceCallTest, LimitersAreAskedBeforeSendingAndAfterReceiving) {
   readLimiter = std::make_shared<NotingLimiter>(notes, "read");
   writeLimiter = std::make_shared<NotingLimiter>(notes, "write");
   model.setBody("12345");
-  fixture.transport->enqueue([&notes](const Http::Request&) {
+  enqueue([&notes](const Http::Request&) {
     notes.push_back("send");
     return response(503, "busy");
   });
@@ -438,14 +434,13 @@ void expectInternalFailure(const Outcome<Lines, Error>& outcome, const std::stri
 }
 
 TEST_F(ServiceCallException, OfTheTransportBecomesAnError) {
-  fixture.transport->enqueue(
-      [](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
+  enqueue([](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
   expectInternalFailure(send(), "the transport");
   EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_F(ServiceCallException, OfNoKnownTypeBecomesAnError) {
-  fixture.transport->enqueue([](const auto&) -> Http::Response { throw 42; });
+  enqueue([](const auto&) -> Http::Response { throw 42; });
   expectInternalFailure(send(), "unknown exception");
 }
 

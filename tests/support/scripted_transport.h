@@ -26,8 +26,8 @@ class ScriptedTransport : public CloudStorage::Http::Transport {
     enqueue([response = std::move(response)](const auto&) { return response; });
   }
 
-  /// Queues one response that `responder` makes when its turn comes. It runs in the sending thread
-  /// and without a lock held: it may inspect the request, block, or call the code under test.
+  /// Queues one response that `responder` makes for its request. It runs in the sending thread and
+  /// without a lock held: it may inspect the request, block, or call the code under test.
   void enqueue(Responder responder) {
     const std::lock_guard<std::mutex> lock(mutex_);
     responders_.push_back(std::move(responder));
