@@ -1,5 +1,5 @@
 #include "drive.h"
-#include "support/amazon_drive_world.h"
+#include "support/amazon_drive_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -7,7 +7,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::AmazonDrive;
-using TestSupport::answer;
+using TestSupport::response;
 
 using Base =
     Drive<Client::AmazonDriveClient, AmazonDriveRetryStrategy, Client::AmazonDriveErrorMarshaller>;
@@ -53,7 +53,7 @@ class AmazonDrive : public Base {
     return "{" + next + R"("data":[)" + joined(page.folders, ",", node) + "]}";
   }
   Http::Response creationResponse(const Folder& folder) const override {
-    return answer(201, node(folder));
+    return response(201, node(folder));
   }
   std::string bodyAbout(Subject subject) const override {
     if (subject == Subject::Root) return bodyOf({{{"root", ""}}, ""});
@@ -76,7 +76,7 @@ class AmazonDrive : public Base {
 
  private:
   static Refusal refusal(int status, const std::string& code, const std::string& message) {
-    return {answer(status, R"({"code":")" + code + R"(","message":")" + message + R"("})"),
+    return {response(status, R"({"code":")" + code + R"(","message":")" + message + R"("})"),
             {259, code, message, status, false}};
   }
   static std::string node(const Folder& folder) {

@@ -8,7 +8,7 @@
 
 #include "cloud.h"
 #include "service.h"
-#include "support/attempt_world.h"
+#include "support/attempt_fixture.h"
 #include "support/log_capture.h"
 
 namespace Behaviour {
@@ -47,7 +47,7 @@ class AnyService : public testing::TestWithParam<const Service*> {
                                    failure.message)};
   }
 
-  TestSupport::AttemptWorld fixture;
+  TestSupport::AttemptFixture fixture;
   std::shared_ptr<Cloud> cloud = std::make_shared<Cloud>(service());
   const TestSupport::LogCapture log;
 };

@@ -1,6 +1,6 @@
 #include "libvemlo/session.h"
 #include "object_store.h"
-#include "support/azure_world.h"
+#include "support/azure_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -8,7 +8,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::AzureSSB;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::azureError;
 
 constexpr char kAccount[] = "vemloacct";
@@ -81,7 +81,7 @@ class AzureBlobs : public ObjectStore {
                   }) +
            "</Blobs><NextMarker>" + page.next + "</NextMarker></EnumerationResults>";
   }
-  Http::Response creationResponse(const Folder& /*folder*/) const override { return answer(201); }
+  Http::Response creationResponse(const Folder& /*folder*/) const override { return response(201); }
   std::string bodyAbout(Subject subject) const override {
     if (subject != Subject::Buckets) return {};
     return "<EnumerationResults><Containers><Container><Name>box</Name></Container></Containers>"
@@ -90,7 +90,7 @@ class AzureBlobs : public ObjectStore {
 
   Refusal accessDenied() const override {
     return {
-        answer(403, azureError("InsufficientAccountPermissions")),
+        response(403, azureError("InsufficientAccountPermissions")),
         {15, "InsufficientAccountPermissions", "about InsufficientAccountPermissions", 403, false}};
   }
 

@@ -9,7 +9,7 @@ namespace Behaviour {
 namespace {
 
 namespace Http = CloudStorage::Http;
-using TestSupport::answer;
+using TestSupport::response;
 
 constexpr char kPageToken[] = "page-";
 
@@ -39,7 +39,7 @@ Http::Response Cloud::send(const Http::Request& request) {
   if (deniesAccess && subject != Subject::Preparation) return service_.accessDenied().response;
   switch (subject) {
     case Subject::Unknown:
-      return answer(404);
+      return response(404);
     case Subject::Page:
       return page(request);
     case Subject::Creation: {
@@ -47,7 +47,7 @@ Http::Response Cloud::send(const Http::Request& request) {
       return name == deniedName ? service_.accessDenied().response : create(name);
     }
     default:
-      return answer(200, service_.bodyAbout(subject));
+      return response(200, service_.bodyAbout(subject));
   }
 }
 
@@ -105,17 +105,17 @@ bool Cloud::hasToken(const Http::Request& request) const {
 }
 
 Http::Response Cloud::newTokens() {
-  if (refusesNewTokens) return answer(400, R"({"error":"invalid_grant"})");
+  if (refusesNewTokens) return response(400, R"({"error":"invalid_grant"})");
   const std::string number = std::to_string(++tokens_);
   acceptedToken_ = "access-" + number;
-  return answer(200, R"({"access_token":")" + acceptedToken_ + R"(","refresh_token":"refresh-)" +
+  return response(200, R"({"access_token":")" + acceptedToken_ + R"(","refresh_token":"refresh-)" +
                          number + R"(","token_type":"bearer"})");
 }
 
 Http::Response Cloud::page(const Http::Request& request) {
   const std::size_t number = pageNumberOf(service_.tokenIn(request));
   const std::size_t begin = (number - 1) * pageLength;
-  if (number == 0 || (number > 1 && begin >= folders_.size())) return answer(400);
+  if (number == 0 || (number > 1 && begin >= folders_.size())) return response(400);
   if (number == deniedPage) return service_.accessDenied().response;
   if (number == lastPageOfToken) {
     acceptedToken_.clear();
@@ -125,7 +125,7 @@ Http::Response Cloud::page(const Http::Request& request) {
   const std::size_t end = std::min(begin + pageLength, folders_.size());
   for (std::size_t i = begin; i < end; ++i) requested.folders.push_back(folders_[i].second);
   if (end < folders_.size()) requested.next = kPageToken + std::to_string(number + 1);
-  return answer(200, service_.bodyOf(requested));
+  return response(200, service_.bodyOf(requested));
 }
 
 Http::Response Cloud::create(const std::string& name) {

@@ -1,5 +1,5 @@
 #include "drive.h"
-#include "support/dropbox_world.h"
+#include "support/dropbox_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -7,7 +7,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::Dropbox;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::dropboxError;
 
 using Base = Drive<Client::DropboxClient, DropboxRetryStrategy, Client::DropboxErrorMarshaller>;
@@ -44,7 +44,7 @@ class Dropbox : public Base {
     return R"({"cursor":)" + next + R"(,"entries":[)" + joined(page.folders, ",", entry) + "]}";
   }
   Http::Response creationResponse(const Folder& folder) const override {
-    return answer(200, R"({"metadata":)" + entry(folder) + "}");
+    return response(200, R"({"metadata":)" + entry(folder) + "}");
   }
   std::string bodyAbout(Subject /*subject*/) const override { return {}; }
 
@@ -54,7 +54,7 @@ class Dropbox : public Base {
 
  private:
   static Refusal refusal(int status, int type, const std::string& code) {
-    return {answer(status, dropboxError(code)), {type, code, code + "/...", status, false}};
+    return {response(status, dropboxError(code)), {type, code, code + "/...", status, false}};
   }
   static std::string folderPath(const std::string& name) { return kParent + ('/' + name); }
   static std::string entry(const Folder& folder) {

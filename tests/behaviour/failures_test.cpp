@@ -71,7 +71,7 @@ TEST_P(Failures, HostThatCannotBeReached) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->responseToAll = TestSupport::noAnswer(TransportFailure::Kind::Unreachable, failure.name,
+    cloud->responseToAll = TestSupport::failedResponse(TransportFailure::Kind::Unreachable, failure.name,
                                                  failure.message, false);
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
@@ -106,7 +106,7 @@ TEST_P(Failures, WebPageOfAGatewayInPlaceOfAResponse) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->responseToAll = TestSupport::answer(200, "<html><body>Please log in.</body></html>",
+    cloud->responseToAll = TestSupport::response(200, "<html><body>Please log in.</body></html>",
                                                {{"content-type", "text/html"}});
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
@@ -127,7 +127,7 @@ TEST_P(Failures, DoNotOutlastTheirCause) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->responseToAll = TestSupport::answer(200, "<html/>");
+    cloud->responseToAll = TestSupport::response(200, "<html/>");
     Outs failed;
     EXPECT_GT(operation.call(handle.get(), failed), 0);
     cloud->responseToAll.reset();

@@ -1,7 +1,7 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "drive.h"
 #include "libvemlo/retry_strategies.h"
-#include "support/google_drive_world.h"
+#include "support/google_drive_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -9,7 +9,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::GoogleDrive;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::googleError;
 
 using Base =
@@ -53,16 +53,16 @@ class GoogleDrive : public Base {
     return "{" + next + R"("files":[)" + joined(page.folders, ",", file) + "]}";
   }
   Http::Response creationResponse(const Folder& folder) const override {
-    return answer(200, file(folder));
+    return response(200, file(folder));
   }
   std::string bodyAbout(Subject /*subject*/) const override { return file({"root", "My Drive"}); }
 
   Refusal accessDenied() const override {
-    return {answer(403, googleError(403, "insufficientFilePermissions")),
+    return {response(403, googleError(403, "insufficientFilePermissions")),
             {259, "insufficientFilePermissions", "about insufficientFilePermissions", 403, false}};
   }
   Refusal tokenExpired() const override {
-    return {answer(401, googleError(401, "authError")),
+    return {response(401, googleError(401, "authError")),
             {259, "authError", "about authError", 401, false}};
   }
 

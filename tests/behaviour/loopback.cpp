@@ -37,7 +37,7 @@ Http::Request parsed(const std::string& text) {
 }
 
 std::string written(const Http::Response& response) {
-  return TestSupport::httpAnswer(std::to_string(response.status) + " Text", response.body);
+  return TestSupport::httpResponse(std::to_string(response.status) + " Text", response.body);
 }
 
 }  // namespace

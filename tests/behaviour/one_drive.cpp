@@ -1,5 +1,5 @@
 #include "drive.h"
-#include "support/one_drive_world.h"
+#include "support/one_drive_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -7,7 +7,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::OneDrive;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::graphError;
 
 using Base = Drive<Client::OneDriveClient, OneDriveRetryStrategy, Client::OneDriveErrorMarshaller>;
@@ -46,7 +46,7 @@ class OneDrive : public Base {
     return "{" + next + R"("value":[)" + joined(page.folders, ",", item) + "]}";
   }
   Http::Response creationResponse(const Folder& folder) const override {
-    return answer(201, item(folder));
+    return response(201, item(folder));
   }
   std::string bodyAbout(Subject subject) const override {
     if (subject == Subject::Root) return item({"root-1", "root"});
@@ -64,7 +64,7 @@ class OneDrive : public Base {
 
  private:
   static Refusal refusal(int status, int type, const std::string& code) {
-    return {answer(status, graphError(code)), {type, code, "about " + code, status, false}};
+    return {response(status, graphError(code)), {type, code, "about " + code, status, false}};
   }
   static std::string item(const Folder& folder) {
     return R"({"id":")" + folder.id + R"(","name":")" + folder.name + R"(","folder":{}})";

@@ -1,6 +1,6 @@
 #include "libvemlo/session.h"
 #include "object_store.h"
-#include "support/s3_world.h"
+#include "support/s3_fixture.h"
 #include "wire.h"
 
 namespace Behaviour {
@@ -8,7 +8,7 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::S3;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::s3Error;
 
 constexpr char kHost[] = "store.example.test";
@@ -88,7 +88,7 @@ class S3 : public ObjectStore {
                   }) +
            "</ListBucketResult>";
   }
-  Http::Response creationResponse(const Folder& /*folder*/) const override { return answer(200); }
+  Http::Response creationResponse(const Folder& /*folder*/) const override { return response(200); }
   std::string bodyAbout(Subject subject) const override {
     if (subject != Subject::Buckets) return {};
     return "<ListAllMyBucketsResult><Buckets><Bucket><Name>box</Name></Bucket></Buckets>"
@@ -96,7 +96,7 @@ class S3 : public ObjectStore {
   }
 
   Refusal accessDenied() const override {
-    return {answer(403, s3Error("AccessDenied")),
+    return {response(403, s3Error("AccessDenied")),
             {15, "AccessDenied", "about AccessDenied", 403, false}};
   }
 };

@@ -8,7 +8,7 @@
 #include "CloudStorage/Client/WSErrorMarshaller.h"
 #include "Util/Text.h"
 
-/// What must hold of an error whatever the service answered.
+/// Invariants of an error, whatever the response.
 namespace ErrorChecks {
 
 inline void require(bool holds) {
@@ -21,7 +21,7 @@ inline void checkLine(const std::string& line) {
   require(line == CloudStorage::Util::oneLine(line));
 }
 
-/// Marshals `body` as the answer of `status` and checks what comes out.
+/// Marshals a response with `status` and `body` and checks the error.
 inline void checkMarshaller(const CloudStorage::Client::WSErrorMarshaller& marshaller, int status,
                             std::string_view body) {
   CloudStorage::Http::Response response;

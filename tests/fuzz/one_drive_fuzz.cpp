@@ -17,7 +17,7 @@ using ErrorChecks::require;
 template <typename Result>
 using Parser = std::optional<Error> (*)(Response&, Result&);
 
-// False if the answer is refused, which must be with a reason.
+// False if the response is refused; the error must have a message.
 template <typename Result>
 bool parse(std::string_view body, Parser<Result> parser, Result& result) {
   Response response;
@@ -31,7 +31,7 @@ bool parse(std::string_view body, Parser<Result> parser, Result& result) {
   return false;
 }
 
-// Texts become C strings, and must be within what keeps them: toString() reads them all.
+// Texts become C strings and must lie within the storage of the result: toString() reads all.
 void checkItem(const OneDrive::Model::DriveItem& item) {
   require(item.toString().find('\0') == std::string::npos);
 }

@@ -1,4 +1,4 @@
-// Runs a fuzz target over seed files where there is no fuzzing engine to do it.
+// Runs a fuzz target over seed files in builds without a fuzzing engine.
 
 #include <cstddef>
 #include <cstdint>
@@ -39,5 +39,5 @@ int main(int argc, char** argv) {
     ++count;
   }
   std::printf("%d seeds\n", count);
-  return count > 0 ? 0 : 1;  // without seeds the run shows nothing
+  return count > 0 ? 0 : 1;  // a run without seeds tests nothing
 }

@@ -31,7 +31,7 @@ void checkDocument(std::string body) {
   }
 }
 
-// Texts are joined and replaced within the page, so they must not leave it.
+// Texts are joined and replaced in place, so they must stay within the storage.
 void checkPage(std::string body) {
   Xml::Page page(std::move(body));
   const auto storage = page.storage();

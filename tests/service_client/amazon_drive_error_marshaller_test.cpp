@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,14 +12,15 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::AmazonDrive::AmazonDriveErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRowOfCreation;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response, Method method = Method::Get) {
   return AmazonDriveErrorMarshaller().marshall(response, method);
 }
 
-const Expectation kExpectations[] = {
+const ErrorExpectation kExpectations[] = {
     {302, "", CoreErrors::TemporaryFailure, false}, {400, "", CoreErrors::TemporaryFailure, false},
     {401, "", CoreErrors::TemporaryFailure, false}, {403, "", CoreErrors::TemporaryFailure, false},
     {404, "", CoreErrors::TemporaryFailure, false}, {405, "", CoreErrors::TemporaryFailure, false},
@@ -30,12 +32,12 @@ const Expectation kExpectations[] = {
     {504, "", CoreErrors::TemporaryFailure, true},
 };
 
-class AmazonDriveError : public testing::TestWithParam<Expectation> {};
+using AmazonDriveError = TestSupport::ErrorTable;
 
 TEST_P(AmazonDriveError, OfAReadHasTheFlagOfItsRow) {
-  const Expectation& row = GetParam();
+  const ErrorExpectation& row = GetParam();
   const Error error = marshall(
-      answer(row.status, R"({"logref":"1","message":"What went wrong","code":"SOME_CODE"})"));
+      response(row.status, R"({"logref":"1","message":"What went wrong","code":"SOME_CODE"})"));
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
   EXPECT_EQ(error.httpResponseCode, row.status);
@@ -43,49 +45,46 @@ TEST_P(AmazonDriveError, OfAReadHasTheFlagOfItsRow) {
 }
 
 TEST_P(AmazonDriveError, OfACreationIsRetryableOnlyIfRefusedBeforeAnyWork) {
-  const Expectation& row = GetParam();
-  const bool mayHaveWorked = row.status == 500 || row.status == 502 || row.status == 504;
-  const Error error = marshall(answer(row.status), Method::Post);
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable && !mayHaveWorked);
+  const ErrorExpectation& row = GetParam();
+  expectRowOfCreation(marshall(response(row.status), Method::Post), row);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AmazonDriveError, testing::ValuesIn(kExpectations),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+                         TestSupport::RowName());
 
-TEST(AmazonDriveErrorMarshaller, TypeHasTheNumberThatTheRetryStrategyKnows) {
-  EXPECT_EQ(static_cast<unsigned>(marshall(answer(503)).errorType), 259U);
+TEST(AmazonDriveErrorMarshaller, TypeHasTheNumberThatTheRetryStrategyExpects) {
+  EXPECT_EQ(static_cast<unsigned>(marshall(response(503)).errorType), 259U);
 }
 
 TEST(AmazonDriveErrorMarshaller, CodeAndMessageComeFromTheBody) {
   const Error error = marshall(
-      answer(409, R"({"logref":"1","message":"Name is taken","code":"NAME_ALREADY_EXISTS"})"));
+      response(409, R"({"logref":"1","message":"Name is taken","code":"NAME_ALREADY_EXISTS"})"));
   EXPECT_EQ(error.exceptionName, "NAME_ALREADY_EXISTS");
   EXPECT_EQ(error.message, "Name is taken");
 }
 
-TEST(AmazonDriveErrorMarshaller, EmptyCodeIsAsGoodAsNone) {
-  const Error error = marshall(answer(400, R"({"logref":"1","message":"Bad","code":""})"));
+TEST(AmazonDriveErrorMarshaller, EmptyCodeCountsAsMissing) {
+  const Error error = marshall(response(400, R"({"logref":"1","message":"Bad","code":""})"));
   EXPECT_EQ(error.exceptionName, "HTTP400");
   EXPECT_EQ(error.message, "Bad");
 }
 
 TEST(AmazonDriveErrorMarshaller, MessageOfAGatewayIsKept) {
-  const Error error = marshall(answer(403, R"({"message":"Forbidden by the gateway"})"));
+  const Error error = marshall(response(403, R"({"message":"Forbidden by the gateway"})"));
   EXPECT_EQ(error.exceptionName, "HTTP403");
   EXPECT_EQ(error.message, "Forbidden by the gateway");
 }
 
-TEST(AmazonDriveErrorMarshaller, OAuth2FormIsUnderstood) {
+TEST(AmazonDriveErrorMarshaller, OAuth2FormIsRead) {
   const Error error = marshall(
-      answer(400, R"({"error":"invalid_token","error_description":"The token is invalid"})"));
+      response(400, R"({"error":"invalid_token","error_description":"The token is invalid"})"));
   EXPECT_EQ(error.exceptionName, "invalid_token");
   EXPECT_EQ(error.message, "The token is invalid");
 }
 
-TEST(AmazonDriveErrorMarshaller, OwnFormGoesBeforeTheOAuth2Form) {
+TEST(AmazonDriveErrorMarshaller, OwnFormHasPrecedenceOverTheOAuth2Form) {
   const Error error =
-      marshall(answer(400, R"({"error":"e","error_description":"d","code":"c","message":"m"})"));
+      marshall(response(400, R"({"error":"e","error_description":"d","code":"c","message":"m"})"));
   EXPECT_EQ(error.exceptionName, "c");
   EXPECT_EQ(error.message, "m");
 }

@@ -1,26 +1,25 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "support/amazon_drive_world.h"
+#include "support/amazon_drive_fixture.h"
+#include "support/expectations.h"
 
 namespace {
 
-namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::AmazonDrive::Model;
-using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::expectMalformedResponse;
 using TestSupport::kMetadataEndpoint;
+using TestSupport::response;
 
 constexpr char kQuery[] = "GET https://cdws.example.test/drive/v1/nodes?";
 constexpr char kNode[] =
@@ -41,18 +40,18 @@ std::vector<std::string> idsOf(const Model::ListFileResourceResult& result) {
   return ids;
 }
 
-class AmazonDriveListing : public ::testing::Test {
+class AmazonDriveListing : public ::testing::Test, protected TestSupport::AmazonDriveFixture {
  protected:
-  // Where a request is sent.
+  // Method and address of `request` as it is sent.
   std::string lineOf(const Model::ListFileResourceRequest& request) {
-    world.transport->enqueue(answer(200, R"({"count":0,"data":[]})"));
-    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, R"({"count":0,"data":[]})"));
+    EXPECT_TRUE(makeClient()->listFileResource(request).isSuccess());
+    return lines().back();
   }
 
   Outcome<Model::ListFileResourceResult, Error> read(const std::string& body) {
-    world.transport->enqueue(answer(200, body));
-    return world.client()->listFileResource(query());
+    enqueue(response(200, body));
+    return makeClient()->listFileResource(query());
   }
 
   // The only node of a page.
@@ -64,7 +63,6 @@ class AmazonDriveListing : public ::testing::Test {
     return kept.back().files.empty() ? Model::FileResource() : kept.back().files.front();
   }
 
-  TestSupport::AmazonDriveWorld world;
   std::vector<Model::ListFileResourceResult> kept;
 };
 
@@ -77,10 +75,9 @@ TEST_F(AmazonDriveListing, RequestIsExactlyThis) {
             std::string(kQuery) +
                 "filters=kind%3AFOLDER%20AND%20status%3AAVAILABLE%20AND%20parents%3A%22ID%22"
                 "&sort=%5Bkind%2Cname%5D&limit=100");
-  EXPECT_THAT(world.bodies(), ElementsAre(""));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1")));
+  EXPECT_THAT(bodies(), ElementsAre(""));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1")));
 }
 
 TEST_F(AmazonDriveListing, OnlyTheLimitIsSentUnlessSet) {
@@ -103,14 +100,14 @@ TEST_F(AmazonDriveListing, FirstPageHasNoToken) {
             std::string(kQuery) + "limit=200&startToken=nt%2F0001%2Ba%3D%3D%26limit%3D1");
 }
 
-TEST_F(AmazonDriveListing, IdsGoIntoTheFilterAsTheyAre) {
+TEST_F(AmazonDriveListing, FilterIsOnlyPercentEncoded) {
   auto request = query();
   request.filters = "parents:\"a\"b'c\\d &\xC3\xA9\"";
   EXPECT_EQ(lineOf(request),
             std::string(kQuery) + "filters=parents%3A%22a%22b%27c%5Cd%20%26%C3%A9%22&limit=200");
 }
 
-TEST_F(AmazonDriveListing, OneSlashStandsBeforeNodes) {
+TEST_F(AmazonDriveListing, OneSlashPrecedesNodes) {
   for (const char* endpoint :
        {"https://cdws.example.test/drive/v1/", "https://cdws.example.test/drive/v1"}) {
     auto request = query();
@@ -147,7 +144,7 @@ TEST_F(AmazonDriveListing, ReadsFiles) {
   EXPECT_TRUE(file.trashed);
 }
 
-TEST_F(AmazonDriveListing, OnlyWhatIsInTheTrashIsTrashed) {
+TEST_F(AmazonDriveListing, OnlyTheStatusTrashIsTrashed) {
   for (const char* status : {R"("AVAILABLE")", R"("PURGED")", R"("trash")", R"("")", "null", "1"}) {
     EXPECT_FALSE(nodeFrom(R"({"id":"n","status":)" + std::string(status) + "}").trashed) << status;
   }
@@ -178,16 +175,16 @@ TEST_F(AmazonDriveListing, MembersOfAnotherTypeCountAsAbsent) {
   EXPECT_THAT(file.parents, ElementsAre("p"));
 }
 
-TEST_F(AmazonDriveListing, PageKeepsTheOrderAndNamesTheNextToken) {
+TEST_F(AmazonDriveListing, PageHasTheServicesOrderAndTheNextToken) {
   const auto outcome =
       read(R"({"count":250,"nextToken":"nt-0001","data":[{"id":"b"},{"id":"a"},{"id":"c"}]})");
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(idsOf(outcome.getResult()), ElementsAre("b", "a", "c"));
   EXPECT_EQ(outcome.getResult().nextToken, "nt-0001");
-  EXPECT_THAT(world.lines(), SizeIs(1));
+  EXPECT_THAT(lines(), SizeIs(1));
 }
 
-TEST_F(AmazonDriveListing, OddPagesAreRead) {
+TEST_F(AmazonDriveListing, UnusualPagesAreRead) {
   const std::pair<std::string, std::vector<std::string>> pages[] = {
       {"{}", {}},
       {R"({"count":"x","data":null,"nextToken":null})", {}},
@@ -204,50 +201,14 @@ TEST_F(AmazonDriveListing, OddPagesAreRead) {
   }
 }
 
-TEST_F(AmazonDriveListing, AnswerThatIsNoJsonObjectIsALocalFailure) {
-  const std::string page = R"({"data":[{"id":"a"}]})";
-  for (const std::string& body :
-       {std::string(), std::string("null"), std::string("[]"), std::string(R"([{"id":"a"}])"),
-        std::string("<html><body>Welcome to our network</body></html>"), page + page, page + "x",
-        std::string(R"({"data":{}})"), std::string(R"({"data":"none"})"),
-        std::string(R"({"data":[null]})"), std::string(R"({"data":[["a"]]})"),
-        page.substr(0, page.size() - 1), page.substr(0, page.size() - 2), page.substr(0, 12),
-        std::string(R"({"data":[{"id":"a\u0000b"}]})"),
-        std::string("{\"data\":[{\"id\":\"\xFF\"}]}"),
-        std::string(R"({"data":[{"id":"a","parents":["a\u0000b"]}]})"),
-        R"({"data":)" + std::string(100000, '[')}) {
-    const auto outcome = read(body);
-    EXPECT_FALSE(outcome.isSuccess()) << body.substr(0, 200);
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body.substr(0, 200);
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body.substr(0, 200);
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body.substr(0, 200);
-  }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+TEST_F(AmazonDriveListing, ParentWithNulIsALocalFailure) {
+  expectMalformedResponse(read(R"({"data":[{"id":"a","parents":["a\u0000b"]}]})"));
 }
 
-TEST_F(AmazonDriveListing, TextsLastAsLongAsTheResult) {
-  Model::ListFileResourceResult result;
-  {
-    auto outcome = read(R"({"data":[{"id":"an id that is longer than a short string",)"
-                        R"("parents":["a parent that is longer than a short string"]}]})");
-    result = std::move(outcome).getResult();
-  }
-  ASSERT_THAT(result.files, SizeIs(1));
-  EXPECT_EQ(result.files[0].id, "an id that is longer than a short string");
-  EXPECT_THAT(result.files[0].parents, ElementsAre("a parent that is longer than a short string"));
-}
-
-TEST_F(AmazonDriveListing, ExpiredTokenIsRefreshed) {
-  world.transport->enqueue(answer(401));
-  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
+TEST_F(AmazonDriveListing, IsRetriedAfterTemporaryFailures) {
+  for (const int status : {429, 500, 503}) enqueue(response(status));
   EXPECT_TRUE(read("{}").isSuccess());
-  EXPECT_EQ(world.transport->requests().at(2).headers.at("authorization"), "Bearer token-2");
-}
-
-TEST_F(AmazonDriveListing, IsSentAgainAfterTemporaryFailures) {
-  for (const int status : {429, 500, 503}) world.transport->enqueue(answer(status));
-  EXPECT_TRUE(read("{}").isSuccess());
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000));
 }
 
 TEST_F(AmazonDriveListing, NodeIsWrittenOnOneLine) {

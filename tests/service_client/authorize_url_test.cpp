@@ -33,7 +33,7 @@ OAuth2RequestOptions withScope(const std::string& scope) {
   return options;
 }
 
-/// Every option there is.
+/// All options.
 OAuth2RequestOptions allOptions() {
   OAuth2RequestOptions options;
   options.state = "st&te";
@@ -105,14 +105,14 @@ constexpr char kCommon[] =
     "https://x.test/?client_id=client%3Aid&response_type=code"
     "&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php";
 
-TEST(AuthorizeUrl, EmptyOptionsAreLeftOut) {
+TEST(AuthorizeUrl, EmptyOptionsAreOmitted) {
   EXPECT_EQ(amazonUrl("https://x.test/", {}), kCommon);
   EXPECT_EQ(googleUrl("https://x.test/", {}), kCommon);
   EXPECT_EQ(microsoftUrl("https://x.test/", {}), kCommon + std::string("&response_mode=query"));
   EXPECT_EQ(dropboxUrl("https://x.test/", {}), kCommon + std::string("&token_access_type=offline"));
 }
 
-TEST(AuthorizeUrl, EachServiceGetsTheOptionsThatItKnows) {
+TEST(AuthorizeUrl, EachServiceGetsTheOptionsThatItSupports) {
   const std::string common = kCommon + std::string("&scope=a%20b&state=st%26te");
   EXPECT_EQ(amazonUrl("https://x.test/", allOptions()), common);
   EXPECT_EQ(googleUrl("https://x.test/", allOptions()),

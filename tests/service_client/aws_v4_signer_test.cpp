@@ -40,8 +40,7 @@ std::shared_ptr<AWSAuthCredential> credential() {
   return std::make_shared<AWSAuthCredential>(kAccessKey, kSecretKey, "s3", "us-east-1");
 }
 
-/// A request with everything that comes of it, computed by signers that have nothing in common with
-/// this one.
+/// A request with every intermediate stage and its signature, computed by independent signers.
 struct Vector {
   const char* name;
   Method method;
@@ -49,7 +48,7 @@ struct Vector {
   const char* contentType;
   const char* body;
   const char* region;
-  /// Path, query, and all that follows in the canonical request up to the payload's hash.
+  /// The canonical request from the method to the headers.
   const char* canonicalHead;
   const char* signedHeaders;
   const char* payloadHash;
@@ -197,7 +196,7 @@ TEST_P(SignerVector, SignedRequestCarriesTheHeaders) {
 INSTANTIATE_TEST_SUITE_P(AWSV4Signer, SignerVector, ::testing::ValuesIn(kVectors),
                          [](const auto& vector) { return std::string(vector.param.name); });
 
-TEST(AWSV4Signer, PayloadNeedNotBeHashed) {
+TEST(AWSV4Signer, PayloadMayBeUnsigned) {
   constexpr char kUnsigned[] = "UNSIGNED-PAYLOAD";
   Request request = requestOf(kVectors[1]);
   request.headers["host"] = request.uri.authority();
@@ -226,7 +225,7 @@ TEST(AWSV4Signer, PathIsNeitherNormalisedNorEncodedAgain) {
   EXPECT_EQ(canonicalOf(request), "GET\n/a/../b/./c//d%2Fe%20f/\n\n\n\nhash");
 }
 
-TEST(AWSV4Signer, PathOfNothingIsTheRoot) {
+TEST(AWSV4Signer, EmptyPathIsTheRoot) {
   Request request;
   request.uri = URI::parse("https://host").value();
   EXPECT_EQ(canonicalOf(request), "GET\n/\n\n\n\nhash");
@@ -239,7 +238,7 @@ TEST(AWSV4Signer, QueryIsSortedInTheSignatureButNotOnTheWire) {
   EXPECT_EQ(request.uri.queryText(), "rk=%2f&acl=&b=2&a=&b=1");
 }
 
-TEST(AWSV4Signer, SignsOnlyHeadersThatNobodyOnTheWayChanges) {
+TEST(AWSV4Signer, SignsOnlyHeadersThatProxiesDoNotChange) {
   Request request;
   request.uri = URI::parse("https://host/").value();
   request.headers = {{"accept", "*/*"},
@@ -259,7 +258,7 @@ TEST(AWSV4Signer, SignsOnlyHeadersThatNobodyOnTheWayChanges) {
             "content-md5;host;x-amz-acl\nhash");
 }
 
-TEST(AWSV4Signer, BlanksInHeaderValuesAreTrimmedAndCollapsed) {
+TEST(AWSV4Signer, SpacesInHeaderValuesAreTrimmedAndCollapsed) {
   Request request;
   request.uri = URI::parse("https://host/").value();
   request.headers = {{"x-amz-meta", "  one   two \t three  "}};

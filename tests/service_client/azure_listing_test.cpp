@@ -2,16 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "support/azure_world.h"
+#include "support/azure_fixture.h"
+#include "support/expectations.h"
 
 namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::AzureSSB::Model;
-using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using ::testing::AllOf;
@@ -20,7 +19,8 @@ using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::expectMalformedResponse;
+using TestSupport::response;
 
 constexpr char kEmptyPage[] = "<EnumerationResults><NextMarker/></EnumerationResults>";
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
@@ -44,33 +44,31 @@ Model::ListBlobRequest pageOfBlobs(const std::string& prefix = {}, const std::st
   return request;
 }
 
-class AzureListingTest : public ::testing::Test {
+class AzureListingTest : public ::testing::Test, protected TestSupport::AzureFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
-  // Where a request is sent.
+  // The address of `request` as it is sent.
   std::string addressOf(const Model::ListContainerRequest& request) {
-    enqueue(answer(200, kEmptyPage));
-    EXPECT_TRUE(world.client()->listContainer(request).isSuccess());
-    return world.addresses().back();
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(makeClient()->listContainer(request).isSuccess());
+    return addresses().back();
   }
   std::string addressOf(const Model::ListBlobRequest& request) {
-    enqueue(answer(200, kEmptyPage));
-    EXPECT_TRUE(world.client()->listBlob(request).isSuccess());
-    return world.addresses().back();
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(makeClient()->listBlob(request).isSuccess());
+    return addresses().back();
   }
 
   Outcome<Model::ListContainerResult, Error> readContainers(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/xml"}}));
-    return world.client()->listContainer(pageOfContainers());
+    enqueue(response(200, body, {{"content-type", "application/xml"}}));
+    return makeClient()->listContainer(pageOfContainers());
   }
 
   Outcome<Model::ListBlobResult, Error> readBlobs(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/xml"}}));
-    return world.client()->listBlob(pageOfBlobs());
+    enqueue(response(200, body, {{"content-type", "application/xml"}}));
+    return makeClient()->listBlob(pageOfBlobs());
   }
 
-  // The only prefix on a page that holds `name` as its name element.
+  // The only prefix of a page whose name element is `name`.
   std::string prefixFrom(const std::string& name) {
     const auto outcome = readBlobs("<EnumerationResults><Blobs><BlobPrefix>" + name +
                                    "</BlobPrefix></Blobs></EnumerationResults>");
@@ -78,7 +76,7 @@ class AzureListingTest : public ::testing::Test {
     return std::string(outcome.getResult().blobPrefixes.at(0).name);
   }
 
-  // The same of a container.
+  // The same for a container.
   std::string containerFrom(const std::string& name) {
     const auto outcome = readContainers("<EnumerationResults><Containers><Container>" + name +
                                         "</Container></Containers></EnumerationResults>");
@@ -94,8 +92,6 @@ class AzureListingTest : public ::testing::Test {
     EXPECT_EQ(containers.getResult().nextMarker, blobs.getResult().nextMarker);
     return blobs.getResult().nextMarker;
   }
-
-  TestSupport::AzureWorld world;
 };
 
 auto isContainer(const std::string& name, const std::string& lastModified = {},
@@ -122,7 +118,7 @@ using AzureContainers = AzureListingTest;
 TEST_F(AzureContainers, RequestIsExactlyThis) {
   EXPECT_EQ(addressOf(pageOfContainers()),
             "https://vemloacct.blob.core.windows.net/?comp=list&maxresults=100");
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(
@@ -133,13 +129,13 @@ TEST_F(AzureContainers, RequestIsExactlyThis) {
           Pair("x-ms-date", "Thu, 29 Feb 2024 08:30:15 GMT"), Pair("x-ms-version", "2021-12-02")));
 }
 
-TEST_F(AzureContainers, ParametersAreSentIfTheyAreThere) {
+TEST_F(AzureContainers, OnlyPresentParametersAreSent) {
   const std::string list = "https://vemloacct.blob.core.windows.net/?comp=list";
   Model::ListContainerRequest request;
   EXPECT_EQ(addressOf(request), list);
   request.marker = "";
   request.prefix = "";
-  EXPECT_EQ(addressOf(request), list) << "an empty text is none";
+  EXPECT_EQ(addressOf(request), list) << "an empty text counts as absent";
   request.maxResults = 5000;
   EXPECT_EQ(addressOf(request), list + "&maxresults=5000");
   request.marker = "/vemloacct/a b+c%41";
@@ -171,7 +167,7 @@ TEST_F(AzureContainers, AreReadInTheServicesOrder) {
   EXPECT_EQ(outcome.getResult().nextMarker, "/vemloacct/videos");
 }
 
-TEST_F(AzureContainers, EmptyPageMayHaveASuccessor) {
+TEST_F(AzureContainers, EmptyPageMayHaveANextPage) {
   for (const char* body :
        {"<EnumerationResults><Containers/><NextMarker>m</NextMarker></EnumerationResults>",
         "<EnumerationResults><Containers></Containers><NextMarker>m</NextMarker>"
@@ -198,7 +194,7 @@ TEST_F(AzureBlobs, RequestIsExactlyThis) {
             "&prefix=photos%2F%C3%89t%C3%A9%20%26%20co%2F&delimiter=%2F"
             "&marker=2%2192%21MDAwMDE2IXBob3Rvcy8yMDE5ITAwMDAyOCE5OTk5LTEyLTMxVDIzOjU5OjU5Ljk5OTk5"
             "OTlaIQ--&maxresults=100");
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(
@@ -209,7 +205,7 @@ TEST_F(AzureBlobs, RequestIsExactlyThis) {
           Pair("x-ms-date", "Thu, 29 Feb 2024 08:30:15 GMT"), Pair("x-ms-version", "2021-12-02")));
 }
 
-TEST_F(AzureBlobs, ParametersAreSentIfTheyAreThere) {
+TEST_F(AzureBlobs, OnlyPresentParametersAreSent) {
   const std::string list =
       "https://vemloacct.blob.core.windows.net/pictures?restype=container&comp=list";
   Model::ListBlobRequest request;
@@ -218,7 +214,7 @@ TEST_F(AzureBlobs, ParametersAreSentIfTheyAreThere) {
   request.prefix = "";
   request.marker = "";
   request.delimiter = "";
-  EXPECT_EQ(addressOf(request), list) << "an empty text is none";
+  EXPECT_EQ(addressOf(request), list) << "an empty text counts as absent";
   request.delimiter = "/";
   request.maxResults = 1;
   EXPECT_EQ(addressOf(request), list + "&delimiter=%2F&maxresults=1");
@@ -232,16 +228,16 @@ TEST_F(AzureBlobs, ContainerIsOneSegment) {
             "&delimiter=%2F&maxresults=100");
 }
 
-TEST_F(AzureBlobs, EverySingleRequestGoesToTheService) {
-  enqueue(answer(200, kEmptyPage));
-  enqueue(answer(200, kEmptyPage));
-  const auto client = world.client();
+TEST_F(AzureBlobs, EachRequestIsSent) {
+  enqueue(response(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
+  const auto client = makeClient();
   EXPECT_TRUE(client->listBlob(pageOfBlobs()).isSuccess());
   EXPECT_TRUE(client->listBlob(pageOfBlobs()).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
-TEST_F(AzureBlobs, BlobsAndPrefixesAreToldApartWhereverTheyStand) {
+TEST_F(AzureBlobs, BlobsAndPrefixesAreDistinguishedInAnyOrder) {
   const auto outcome = readBlobs(std::string(kByteOrderMark) + R"(<?xml version="1.0"?>
 <EnumerationResults ServiceEndpoint="https://vemloacct.test/" ContainerName="pictures">
   <Prefix>photos/</Prefix><MaxResults>100</MaxResults><Delimiter>/</Delimiter>
@@ -263,7 +259,7 @@ TEST_F(AzureBlobs, BlobsAndPrefixesAreToldApartWhereverTheyStand) {
   EXPECT_EQ(outcome.getResult().nextMarker, "");
 }
 
-TEST_F(AzureBlobs, EmptyPageMayHaveASuccessor) {
+TEST_F(AzureBlobs, EmptyPageMayHaveANextPage) {
   const auto outcome =
       readBlobs("<EnumerationResults><Blobs /><NextMarker>m</NextMarker></EnumerationResults>");
   ASSERT_TRUE(outcome.isSuccess());
@@ -288,7 +284,7 @@ TEST_F(AzureBlobs, NamespacesAndPrefixesDoNotMatter) {
 }
 
 TEST_F(AzureBlobs, NamesAreReadByteForByte) {
-  EXPECT_EQ(prefixFrom("<Name>  two  blanks  /</Name>"), "  two  blanks  /");
+  EXPECT_EQ(prefixFrom("<Name>  two  spaces  /</Name>"), "  two  spaces  /");
   EXPECT_EQ(prefixFrom("<Name> </Name>"), " ");
   EXPECT_EQ(prefixFrom("<Name>a </Name>"), "a ");
   EXPECT_EQ(prefixFrom("<Name>&amp;&lt;&gt;&quot;&apos;+/</Name>"), "&<>\"'+/");
@@ -301,12 +297,12 @@ TEST_F(AzureBlobs, NamesAreReadByteForByte) {
   EXPECT_EQ(prefixFrom("<Name>\xEF\xBF\xBE&#xFFFF;/</Name>"), "\xEF\xBF\xBE\xEF\xBF\xBF/");
 }
 
-TEST_F(AzureBlobs, ComposedAndDecomposedLettersStayWhatTheyAre) {
+TEST_F(AzureBlobs, UnicodeIsNotNormalised) {
   EXPECT_EQ(prefixFrom("<Name>\xC3\xA9/</Name>"), "\xC3\xA9/");
   EXPECT_EQ(prefixFrom("<Name>e\xCC\x81/</Name>"), "e\xCC\x81/");
 }
 
-TEST_F(AzureBlobs, NameIsDecodedIfItSaysThatItIsEncoded) {
+TEST_F(AzureBlobs, NameWithTheAttributeEncodedIsDecoded) {
   EXPECT_EQ(prefixFrom(R"(<Name Encoded="true">photos/a%EF%BF%BE/</Name>)"),
             "photos/a\xEF\xBF\xBE/");
   EXPECT_EQ(prefixFrom(R"(<Name Encoded="true">%41%2b+%2B%20%26amp;/</Name>)"), "A+++ &amp;/");
@@ -321,7 +317,7 @@ TEST_F(AzureBlobs, AnyOtherNameIsNotDecoded) {
   EXPECT_EQ(prefixFrom(R"(<Name Other="true">%41/</Name>)"), "%41/");
 }
 
-TEST_F(AzureBlobs, EncodedAndPlainNamesMayStandOnOnePage) {
+TEST_F(AzureBlobs, EncodedAndPlainNamesMayOccurOnOnePage) {
   const auto outcome = readBlobs(
       R"(<EnumerationResults><Prefix Encoded="true">%41</Prefix><Blobs><Blob>)"
       R"(<Name Encoded="true">%41%42</Name></Blob><Blob><Name>%41%42</Name></Blob><BlobPrefix>)"
@@ -343,7 +339,7 @@ TEST_F(AzurePages, MarkerIsOpaque) {
   EXPECT_EQ(markerFrom("<NextMarker> a%41+&amp;&#xe9;/ </NextMarker>"), " a%41+&\xC3\xA9/ ");
 }
 
-TEST_F(AzurePages, MarkerGoesBackAsItCame) {
+TEST_F(AzurePages, MarkerIsSentAsReceived) {
   const std::string marker = markerFrom("<NextMarker> a%41+&amp;\xC3\xA9/</NextMarker>");
   EXPECT_EQ(addressOf(pageOfContainers(marker)),
             "https://vemloacct.blob.core.windows.net/?comp=list"
@@ -361,7 +357,7 @@ TEST_F(AzurePages, NamesLastAsLongAsTheirPage) {
   EXPECT_THAT(namesOf(kept.blobPrefixes), ElementsAre("longer than a short string is/"));
 }
 
-TEST_F(AzurePages, AnswerThatIsNoListIsALocalFailure) {
+TEST_F(AzurePages, ResponseThatIsNoListIsALocalFailure) {
   for (const char* body :
        {"", " \n", "no markup", kByteOrderMark, "<html><body>Welcome to our network</body></html>",
         "<!DOCTYPE html><html><body></body></html>",
@@ -373,15 +369,14 @@ TEST_F(AzurePages, AnswerThatIsNoListIsALocalFailure) {
         R"({"containers":[]})"}) {
     const auto containers = readContainers(body);
     const auto blobs = readBlobs(body);
+    SCOPED_TRACE(body);
+    expectMalformedResponse(containers);
+    expectMalformedResponse(blobs);
     for (const auto& error : {containers.getError(), blobs.getError()}) {
-      EXPECT_EQ(error.errorType, CoreErrors::LocalFailure) << body;
-      EXPECT_EQ(error.exceptionName, "MalformedResponse") << body;
-      EXPECT_EQ(error.httpResponseCode, 200) << body;
       EXPECT_THAT(error.responseHeaders, ElementsAre(Pair("content-type", "application/xml")));
     }
-    EXPECT_FALSE(containers.isSuccess() || blobs.isSuccess()) << body;
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
+  EXPECT_THAT(delays(), IsEmpty()) << "a retry cannot help";
 }
 
 }  // namespace

@@ -70,14 +70,14 @@ TEST(AzureRegion, EveryNameGivesItsCloud) {
   }
 }
 
-TEST(AzureRegion, CaseBlanksHyphensAndUnderscoresDoNotCount) {
+TEST(AzureRegion, CaseSpacesHyphensAndUnderscoresAreIgnored) {
   for (const auto* name : {"GERMANYCENTRAL", "germany central", "germany-central",
                            "germany_central", " -_Ger many--Central_ "}) {
     EXPECT_EQ(AzureSSBClient::getRegionForName(name), Region::Germany) << '"' << name << '"';
   }
 }
 
-TEST(AzureRegion, ClientKeepsWhatItIsMadeOf) {
+TEST(AzureRegion, ClientKeepsItsParts) {
   const auto authentication = std::make_shared<AzureSSBAuthentication>("account", "a2V5");
   const auto executor = std::make_shared<DefaultExecutor>();
   const AzureSSBClient client("account", authentication, nullptr, nullptr, nullptr, nullptr,
@@ -91,7 +91,7 @@ TEST(AzureRegion, ClientKeepsWhatItIsMadeOf) {
   EXPECT_EQ(client.parts().proxy.port, 3128);
 }
 
-TEST(AzureRegion, UnusableAccountNameDoesNotKeepAClientFromBeingMade) {
+TEST(AzureRegion, ClientCanBeMadeWithAnInvalidAccountName) {
   const AzureSSBClient client("../@evil#", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {},
                               Region::Global);
   EXPECT_EQ(client.accountName(), "../@evil#");

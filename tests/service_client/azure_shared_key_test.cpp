@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Auth/AzureSharedKeySigner.h"
-#include "support/azure_world.h"
+#include "support/azure_fixture.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ Http::Request requestTo(const std::string& address, Http::Method method = Http::
   return request;
 }
 
-/// A request, and what is signed of it. The signatures are what independent signers make of it.
+/// A request and its signed text. The signatures were computed by independent signers.
 struct Vector {
   const char* name;
   Http::Method method;
@@ -113,13 +113,13 @@ TEST_P(AzureSharedKeyVector, HasThisSignature) {
 INSTANTIATE_TEST_SUITE_P(Requests, AzureSharedKeyVector, ::testing::ValuesIn(kVectors),
                          [](const auto& test) { return std::string(test.param.name); });
 
-// What is signed of the address: account, path and query.
+// The part of the signed text that depends on the address: account, path and query.
 std::string resourceOf(const std::string& address, const std::string& account = "account") {
   const auto text = AzureSharedKey::stringToSign(requestTo(address), account);
   return text.substr(text.find('/'));
 }
 
-TEST(AzureSharedKeyResource, AddressWithoutAPathIsTheRoot) {
+TEST(AzureSharedKeyResource, AddressWithoutAPathHasTheRoot) {
   EXPECT_EQ(resourceOf("https://account.test"), "/account/");
   EXPECT_EQ(resourceOf("https://account.test/"), "/account/");
   EXPECT_EQ(resourceOf("https://account.test?comp=list"), "/account/\ncomp:list");
@@ -130,11 +130,11 @@ TEST(AzureSharedKeyResource, PathIsTakenAsItIsEncoded) {
             "/account/a%20b%2Bc%2f/.././/d/");
 }
 
-TEST(AzureSharedKeyResource, AccountInThePathStandsThereTwice) {
+TEST(AzureSharedKeyResource, AccountInThePathOccursTwice) {
   EXPECT_EQ(resourceOf("http://127.0.0.1:10000/account/pictures"), "/account/account/pictures");
 }
 
-TEST(AzureSharedKeyResource, HostAndPortAreLeftOut) {
+TEST(AzureSharedKeyResource, HostAndPortAreOmitted) {
   EXPECT_EQ(resourceOf("http://elsewhere.test:8080/c", "other"), "/other/c");
 }
 
@@ -148,7 +148,7 @@ TEST(AzureSharedKeyResource, NamesAreInLowerCaseAndInOrder) {
             "/account/\nalpha:A\nbeta:b\ncompl:1\nzeta:Z");
 }
 
-TEST(AzureSharedKeyResource, NameThatBeginsAnotherGoesFirst) {
+TEST(AzureSharedKeyResource, NameThatIsAPrefixOfAnotherIsFirst) {
   EXPECT_EQ(resourceOf("https://a.test/?ab=1&a-b=2&a=3"), "/account/\na:3\na-b:2\nab:1");
 }
 
@@ -164,7 +164,7 @@ TEST(AzureSharedKeyResource, EmptyValueKeepsItsLine) {
   EXPECT_EQ(resourceOf("https://a.test/?x=&x=1"), "/account/\nx:,1");
 }
 
-TEST(AzureSharedKeyText, HoldsTheStandardHeadersInTheirOrder) {
+TEST(AzureSharedKeyText, HasTheStandardHeadersInTheirOrder) {
   const auto request = requestTo("https://a.test/", Http::Method::Put,
                                  {{"content-encoding", "encoding"},
                                   {"content-language", "language"},
@@ -190,7 +190,7 @@ TEST(AzureSharedKeyText, LengthIsThatOfTheBodyAndEmptyWithoutOne) {
             "PUT\n\n\n12\n\n\n\n\n\n\n\n\n/account/");
 }
 
-TEST(AzureSharedKeyText, HoldsOfOtherHeadersOnlyTheServicesOwn) {
+TEST(AzureSharedKeyText, HasOfOtherHeadersOnlyTheServicesOwn) {
   const auto request = requestTo("https://a.test/", Http::Method::Get,
                                  {{"accept", "1"},
                                   {"authorization", "2"},

@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,8 +12,9 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::AzureSSB::AzureSSBErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRow;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response) {
   return AzureSSBErrorMarshaller().marshall(response, Method::Put);
@@ -23,7 +25,7 @@ std::string body(const std::string& code, const std::string& message) {
          "</Code><Message>" + message + "</Message></Error>";
 }
 
-const Expectation kCodes[] = {
+const ErrorExpectation kCodes[] = {
     {400, "InvalidResourceName", CoreErrors::InvalidBucketName, false},
     {400, "OutOfRangeInput", CoreErrors::InvalidBucketName, false},
     {404, "ContainerNotFound", CoreErrors::BucketNotFound, false},
@@ -57,73 +59,63 @@ const Expectation kCodes[] = {
     {500, "InternalError", CoreErrors::ServiceFailure, true},
 };
 
-const Expectation kOtherwise[] = {
+const ErrorExpectation kOtherwise[] = {
     {409, "SomethingNew", CoreErrors::Conflict, false},
     {503, "SomethingNew", CoreErrors::ServiceFailure, true},
 };
 
-class AzureSSBError : public testing::TestWithParam<Expectation> {};
+using AzureSSBError = TestSupport::ErrorTable;
 
 TEST_P(AzureSSBError, HasTheTypeAndFlagOfItsRow) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, body(row.code, "")));
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable);
-  EXPECT_EQ(error.httpResponseCode, row.status);
-  EXPECT_EQ(error.exceptionName, row.code);
+  const ErrorExpectation& row = GetParam();
+  expectRow(marshall(response(row.status, body(row.code, ""))), row);
 }
 
 TEST_P(AzureSSBError, IsTheSameFromTheHeaderAlone) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, "", {{"x-ms-error-code", row.code}}));
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable);
-  EXPECT_EQ(error.httpResponseCode, row.status);
-  EXPECT_EQ(error.exceptionName, row.code);
+  const ErrorExpectation& row = GetParam();
+  expectRow(marshall(response(row.status, "", {{"x-ms-error-code", row.code}})), row);
 }
 
-INSTANTIATE_TEST_SUITE_P(Code, AzureSSBError, testing::ValuesIn(kCodes),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(Code, AzureSSBError, testing::ValuesIn(kCodes), TestSupport::RowName());
 
 INSTANTIATE_TEST_SUITE_P(Otherwise, AzureSSBError, testing::ValuesIn(kOtherwise),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+                         TestSupport::RowName());
 
-class AzureSSBErrorCode : public testing::TestWithParam<Expectation> {};
+using AzureSSBErrorCode = TestSupport::ErrorTable;
 
-TEST_P(AzureSSBErrorCode, GoesBeforeTheStatus) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(299, body(row.code, "")));
+TEST_P(AzureSSBErrorCode, HasPrecedenceOverTheStatus) {
+  const ErrorExpectation& row = GetParam();
+  const Error error = marshall(response(299, body(row.code, "")));
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, AzureSSBErrorCode, testing::ValuesIn(kCodes),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(All, AzureSSBErrorCode, testing::ValuesIn(kCodes), TestSupport::RowName());
 
-TEST(AzureSSBErrorMarshaller, HeaderGoesBeforeTheBody) {
-  const Error error = marshall(answer(409, body("SomethingElse", "It exists already"),
-                                      {{"x-ms-error-code", "ContainerAlreadyExists"}}));
+TEST(AzureSSBErrorMarshaller, HeaderHasPrecedenceOverTheBody) {
+  const Error error = marshall(response(409, body("SomethingElse", "It exists already"),
+                                        {{"x-ms-error-code", "ContainerAlreadyExists"}}));
   EXPECT_EQ(error.errorType, CoreErrors::BucketAlreadyOwned);
   EXPECT_EQ(error.exceptionName, "ContainerAlreadyExists");
   EXPECT_EQ(error.message, "It exists already");
 }
 
-TEST(AzureSSBErrorMarshaller, EmptyHeaderIsAsGoodAsNone) {
-  const Error error = marshall(answer(503, body("ServerBusy", ""), {{"x-ms-error-code", ""}}));
+TEST(AzureSSBErrorMarshaller, EmptyHeaderCountsAsMissing) {
+  const Error error = marshall(response(503, body("ServerBusy", ""), {{"x-ms-error-code", ""}}));
   EXPECT_EQ(error.exceptionName, "ServerBusy");
 }
 
 TEST(AzureSSBErrorMarshaller, MessageEndsAtItsFirstLineBreak) {
   for (const std::string lineBreak : {"\n", "\r\n", "&#10;"}) {
-    const Error error = marshall(answer(
+    const Error error = marshall(response(
         409, body("ContainerAlreadyExists", "It exists already." + lineBreak + "RequestId:5f8c" +
                                                 lineBreak + "Time:2024-02-29T08:30:15Z")));
     EXPECT_EQ(error.message, "It exists already.");
   }
 }
 
-TEST(AzureSSBErrorMarshaller, PageOfTheFrontEndIsNamedByTheStatus) {
-  const Error error = marshall(answer(
+TEST(AzureSSBErrorMarshaller, HtmlPageOfTheFrontEndIsNamedByTheStatus) {
+  const Error error = marshall(response(
       400,
       "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\"><HTML><BODY>Invalid</BODY></HTML>"));
   EXPECT_EQ(error.errorType, CoreErrors::InvalidRequest);
@@ -133,10 +125,10 @@ TEST(AzureSSBErrorMarshaller, PageOfTheFrontEndIsNamedByTheStatus) {
 
 TEST(AzureSSBErrorMarshaller, AuthenticationDetailIsLeftOut) {
   const Error error =
-      marshall(answer(403,
-                      "<Error><Code>AuthenticationFailed</Code><Message>Authentication failed."
-                      "\nTime:x</Message><AuthenticationErrorDetail>The MAC signature found is "
-                      "s3cr3t</AuthenticationErrorDetail></Error>"));
+      marshall(response(403,
+                        "<Error><Code>AuthenticationFailed</Code><Message>Authentication failed."
+                        "\nTime:x</Message><AuthenticationErrorDetail>The MAC signature found is "
+                        "s3cr3t</AuthenticationErrorDetail></Error>"));
   EXPECT_EQ(error.exceptionName, "AuthenticationFailed");
   EXPECT_EQ(error.message, "Authentication failed.");
 }

@@ -1,4 +1,4 @@
-// How connections are used.
+// The use of connections.
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -22,8 +22,8 @@ namespace {
 using CloudStorage::Http::CurlTransport;
 using CloudStorage::Http::Method;
 using CloudStorage::Http::Request;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 
 /// This process's socket that is connected to `port` of this machine; -1 if there is none.
@@ -40,8 +40,8 @@ int socketTo(std::uint16_t port) {
   return -1;
 }
 
-/// Holds everybody back until `expected` have arrived. Gives up after two seconds, so that a
-/// failure shows as one.
+/// Blocks each thread until `expected` have arrived. Returns false after two seconds, so that
+/// a failure does not block the test.
 class Gate {
  public:
   explicit Gate(int expected) : missing_(expected) {}
@@ -68,7 +68,7 @@ void inThreads(int count, const Calls& calls) {
 }
 
 TEST(CurlTransportConnections, SequentialCallsShareOneConnection) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "ok")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "ok")));
   CurlTransport transport({});
   for (int i = 0; i < 200; ++i) {
     ASSERT_EQ(transport.send(server.request(i % 2 == 0 ? Method::Get : Method::Put, "/")).status,
@@ -78,8 +78,8 @@ TEST(CurlTransportConnections, SequentialCallsShareOneConnection) {
   EXPECT_EQ(server.connectionCount(), 1U);
 }
 
-TEST(CurlTransportConnections, ConnectionsAreNotHandedOnToOtherPrograms) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+TEST(CurlTransportConnections, ConnectionsAreClosedOnExec) {
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   transport.send(server.request(Method::Get, "/"));
   const int connection = socketTo(server.port());
@@ -92,11 +92,11 @@ TEST(CurlTransportConnections, SixteenThreadsUseAtMostSixteenConnections) {
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       if (request->find("/held") != std::string::npos) held.pass();
-      if (!connection.send(httpAnswer("200 OK", "ok"))) return;
+      if (!connection.send(httpResponse("200 OK", "ok"))) return;
     }
   });
   CurlTransport transport({});
-  // Were there a moment without any call, the ninth and further connections would be given up.
+  // In a moment without any call the ninth and further connections would be closed.
   std::thread running([&] { transport.send(server.request(Method::Get, "/held")); });
   while (server.requests().empty()) std::this_thread::yield();
   Gate start(15);
@@ -113,19 +113,19 @@ TEST(CurlTransportConnections, SixteenThreadsUseAtMostSixteenConnections) {
   EXPECT_LE(server.connectionCount(), 16U);
 }
 
-/// While one thread's call is running, two others have made calls on connections of their own; this
-/// thread's was not the last.
+/// While the call of one thread is running, this thread and another one have made calls, each on a
+/// connection of its own; the last one was the other thread's.
 class CurlTransportOfThreeThreads : public testing::Test {
  protected:
   CurlTransportOfThreeThreads() {
     while (server_.requests().empty()) std::this_thread::yield();
     Gate otherIsLast(2);
     std::thread other([&] {
-      others_ = usedConnection();
+      otherConnection_ = usedConnection();
       otherIsLast.pass();
-      EXPECT_EQ(usedConnection(), others_);
+      EXPECT_EQ(usedConnection(), otherConnection_);
     });
-    own_ = usedConnection();
+    ownConnection_ = usedConnection();
     otherIsLast.pass();
     other.join();
     EXPECT_EQ(server_.connectionCount(), 3U);
@@ -143,45 +143,45 @@ class CurlTransportOfThreeThreads : public testing::Test {
 
   std::atomic<int> connections_{0};
   Gate held_{2};
-  Gate bothAsked_{2};
+  Gate bothSent_{2};
   LoopbackServer server_{[this](LoopbackServer::Connection& connection) {
     const std::string name = "connection " + std::to_string(++connections_);
     while (const auto request = connection.readRequest()) {
-      Gate& gate = request->find("/held") == std::string::npos ? bothAsked_ : held_;
-      if (!gate.pass() || !connection.send(httpAnswer("200 OK", name))) return;
+      Gate& gate = request->find("/held") == std::string::npos ? bothSent_ : held_;
+      if (!gate.pass() || !connection.send(httpResponse("200 OK", name))) return;
     }
   }};
   CurlTransport transport_{CurlTransport::Options()};
-  std::string own_;
-  std::string others_;
-  std::string runnings_;
-  std::thread running_{[this] { runnings_ = usedConnection("/held"); }};
+  std::string ownConnection_;
+  std::string otherConnection_;
+  std::string runningConnection_;
+  std::thread running_{[this] { runningConnection_ = usedConnection("/held"); }};
 };
 
-// Memory that another thread has used is slower to use.
-TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithItsThreadsConnectionWhileOthersRun) {
-  EXPECT_NE(own_, others_);
-  EXPECT_EQ(usedConnection(), own_);
+// Memory last used by another thread is slower to access.
+TEST_F(CurlTransportOfThreeThreads, CallUsesItsThreadsConnectionWhileOthersRun) {
+  EXPECT_NE(ownConnection_, otherConnection_);
+  EXPECT_EQ(usedConnection(), ownConnection_);
   EXPECT_EQ(server_.connectionCount(), 3U);
 }
 
-// The others may have been closed meanwhile.
-TEST_F(CurlTransportOfThreeThreads, CallGoesOnWithTheConnectionUsedLastWhenNoneRuns) {
+// The server may have closed the others.
+TEST_F(CurlTransportOfThreeThreads, CallUsesTheMostRecentConnectionWhenNoneRuns) {
   endRunning();
-  EXPECT_NE(own_, runnings_);
-  EXPECT_EQ(usedConnection(), runnings_);
-  EXPECT_EQ(usedConnection(), runnings_);
+  EXPECT_NE(ownConnection_, runningConnection_);
+  EXPECT_EQ(usedConnection(), runningConnection_);
+  EXPECT_EQ(usedConnection(), runningConnection_);
   EXPECT_EQ(server_.connectionCount(), 3U);
 }
 
 TEST(CurlTransportConnections, EightConnectionsStayOpenAfterABurst) {
   Gate burst(16);
   Gate later(8);
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string bytes = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       Gate& gate = request->find("/burst") == std::string::npos ? later : burst;
-      if (!gate.pass() || !connection.send(answer)) return;
+      if (!gate.pass() || !connection.send(bytes)) return;
     }
   });
   CurlTransport transport({});
@@ -192,16 +192,16 @@ TEST(CurlTransportConnections, EightConnectionsStayOpenAfterABurst) {
   EXPECT_EQ(server.connectionCount(), 16U);
 }
 
-TEST(CurlTransportConnections, NoConnectionIsGivenUpWhileACallIsRunning) {
+TEST(CurlTransportConnections, NoConnectionIsClosedWhileACallIsRunning) {
   Gate held(2);
   Gate firstBurst(12);
   Gate secondBurst(12);
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string bytes = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       const auto isFor = [&](const char* path) { return request->find(path) != std::string::npos; };
       Gate& gate = isFor("/held") ? held : isFor("/first") ? firstBurst : secondBurst;
-      if (!gate.pass() || !connection.send(answer)) return;
+      if (!gate.pass() || !connection.send(bytes)) return;
     }
   });
   CurlTransport transport({});
@@ -216,9 +216,9 @@ TEST(CurlTransportConnections, NoConnectionIsGivenUpWhileACallIsRunning) {
 }
 
 TEST(CurlTransportConnections, ConnectionThatTheServerClosedIsReplaced) {
-  const std::string answer = httpAnswer("200 OK", "ok");
+  const std::string bytes = httpResponse("200 OK", "ok");
   LoopbackServer server([&](LoopbackServer::Connection& connection) {
-    if (connection.readRequest()) connection.send(answer);
+    if (connection.readRequest()) connection.send(bytes);
   });
   CurlTransport transport({});
   for (int i = 0; i < 40; ++i) {

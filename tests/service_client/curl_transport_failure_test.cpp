@@ -1,6 +1,5 @@
-// What happens when no complete answer arrives.
+// Calls without a complete response.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -17,8 +16,8 @@ using CloudStorage::Http::CurlTransport;
 using CloudStorage::Http::Method;
 using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 using Kind = TransportFailure::Kind;
 
@@ -33,14 +32,14 @@ Response get(const LoopbackServer& server, const CurlTransport::Limits& limits =
 }
 
 /// A script that sends `bytes` once and then closes the connection.
-LoopbackServer::Script answerAndClose(std::string bytes) {
+LoopbackServer::Script sendAndClose(std::string bytes) {
   return [bytes = std::move(bytes)](LoopbackServer::Connection& connection) {
     if (connection.readRequest()) connection.send(bytes);
   };
 }
 
-/// A script that sends `head` and then `block` until `count` bytes are out or nobody listens.
-LoopbackServer::Script answerAtLength(std::string head, std::string block, std::size_t count) {
+/// A script that sends `head` and then `block` until `count` bytes are sent or the connection ends.
+LoopbackServer::Script sendAtLength(std::string head, std::string block, std::size_t count) {
   return [=](LoopbackServer::Connection& connection) {
     if (!connection.readRequest() || !connection.send(head)) return;
     for (std::size_t sent = 0; sent < count && connection.send(block); sent += block.size()) {
@@ -69,54 +68,53 @@ TEST(CurlTransport, RefusedConnectionIsUnreachable) {
 }
 
 TEST(CurlTransport, UnknownHostIsUnreachable) {
-  // A label of more than 63 characters has no form in DNS, so no name server is ever asked.
+  // A label of more than 63 characters has no form in DNS, so no name server is queried.
   const std::string host = std::string(64, 'a') + ".invalid";
   const auto request = TestSupport::requestTo(Method::Get, "https://" + host + "/");
   expectFailure(CurlTransport({}).send(request), Kind::Unreachable, "CURLE_COULDNT_RESOLVE_HOST",
                 false);
 }
 
-TEST(CurlTransport, BodyShorterThanPromisedIsAFailure) {
+TEST(CurlTransport, BodyShorterThanItsLengthIsAFailure) {
   const LoopbackServer server(
-      answerAndClose("HTTP/1.1 200 OK\r\nX-A: 1\r\nContent-Length: 100\r\n\r\nhalf"));
+      sendAndClose("HTTP/1.1 200 OK\r\nX-A: 1\r\nContent-Length: 100\r\n\r\nhalf"));
   expectFailure(get(server), Kind::Interrupted, "CURLE_PARTIAL_FILE", true);
 }
 
-TEST(CurlTransport, ErrorBodyShorterThanPromisedIsAFailure) {
-  const LoopbackServer server(
-      answerAndClose("HTTP/1.1 500 Oops\r\nContent-Length: 100\r\n\r\nhalf"));
+TEST(CurlTransport, ErrorBodyShorterThanItsLengthIsAFailure) {
+  const LoopbackServer server(sendAndClose("HTTP/1.1 500 Oops\r\nContent-Length: 100\r\n\r\nhalf"));
   expectFailure(get(server), Kind::Interrupted, "CURLE_PARTIAL_FILE", true);
 }
 
-TEST(CurlTransport, CutChunkedBodyIsAFailure) {
+TEST(CurlTransport, TruncatedChunkedBodyIsAFailure) {
   const LoopbackServer server(
-      answerAndClose("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n4\r\nth"));
+      sendAndClose("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n4\r\nth"));
   expectFailure(get(server), Kind::Interrupted, "CURLE_PARTIAL_FILE", true);
 }
 
 TEST(CurlTransport, BrokenChunkLengthIsAFailure) {
   const LoopbackServer server(
-      answerAndClose("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nhalf"));
+      sendAndClose("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nhalf"));
   expectFailure(get(server), Kind::Interrupted, "CURLE_RECV_ERROR", true);
 }
 
 TEST(CurlTransport, BrokenCompressionIsAFailure) {
   const LoopbackServer server(
-      answerAndClose(httpAnswer("200 OK", "this is not compressed", "Content-Encoding: gzip\r\n")));
+      sendAndClose(httpResponse("200 OK", "this is not compressed", "Content-Encoding: gzip\r\n")));
   expectFailure(get(server, {}, true), Kind::Interrupted, "CURLE_BAD_CONTENT_ENCODING", true);
 }
 
-TEST(CurlTransport, CloseInsteadOfAnAnswerIsAFailure) {
-  const LoopbackServer server(answerAndClose(""));
+TEST(CurlTransport, CloseInsteadOfAResponseIsAFailure) {
+  const LoopbackServer server(sendAndClose(""));
   expectFailure(get(server), Kind::Interrupted, "CURLE_GOT_NOTHING", true);
 }
 
-TEST(CurlTransport, AnswerThatIsNoHttpIsAFailure) {
-  const LoopbackServer server(answerAndClose("220 mail ready\r\n"));
+TEST(CurlTransport, ResponseThatIsNoHttpIsAFailure) {
+  const LoopbackServer server(sendAndClose("220 mail ready\r\n"));
   expectFailure(get(server), Kind::Interrupted, "CURLE_UNSUPPORTED_PROTOCOL", true);
 }
 
-TEST(CurlTransport, ResetInsteadOfAnAnswerIsAFailure) {
+TEST(CurlTransport, ResetInsteadOfAResponseIsAFailure) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     connection.readRequest();
     connection.reset();
@@ -124,11 +122,11 @@ TEST(CurlTransport, ResetInsteadOfAnAnswerIsAFailure) {
   expectFailure(get(server), Kind::Interrupted, "CURLE_RECV_ERROR", true);
 }
 
-TEST(CurlTransport, FailedCallDoesNotSpoilTheNext) {
+TEST(CurlTransport, FailedCallDoesNotAffectTheNext) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       if (request->find("/bad") != std::string::npos) return;
-      connection.send(httpAnswer("200 OK", "fine"));
+      connection.send(httpResponse("200 OK", "fine"));
     }
   });
   CurlTransport transport({});
@@ -136,7 +134,7 @@ TEST(CurlTransport, FailedCallDoesNotSpoilTheNext) {
   EXPECT_EQ(transport.send(server.request(Method::Get, "/good")).body, "fine");
 }
 
-TEST(CurlTransport, SilentServerRunsIntoTheTotalLimit) {
+TEST(CurlTransport, SilentServerReachesTheTotalLimit) {
   const LoopbackServer server(
       [](LoopbackServer::Connection& connection) { connection.waitUntilClosed(); });
   CurlTransport::Limits limits;
@@ -144,7 +142,7 @@ TEST(CurlTransport, SilentServerRunsIntoTheTotalLimit) {
   expectFailure(get(server, limits), Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", true);
 }
 
-TEST(CurlTransport, SilenceInTheMiddleOfAnAnswerIsATimeout) {
+TEST(CurlTransport, SilenceInTheMiddleOfAResponseIsATimeout) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     connection.readRequest();
     connection.waitUntilClosed();
@@ -156,23 +154,23 @@ TEST(CurlTransport, SilenceInTheMiddleOfAnAnswerIsATimeout) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, 900ms);
 }
 
-TEST(CurlTransport, TimeoutBeforeTheConnectionStandsCannotHaveRun) {
+TEST(CurlTransport, TimeoutBeforeTheConnectionIsOpenCannotHaveRun) {
   LoopbackServer server(
       [](LoopbackServer::Connection& connection) { connection.waitUntilClosed(); });
   auto request = server.request(Method::Post, "/");
-  request.uri.setScheme("https");  // the handshake gets no answer
+  request.uri.setScheme("https");  // the handshake gets no response
   CurlTransport::Options options;
   options.limits.connect = 200ms;
   expectFailure(CurlTransport(options).send(request), Kind::Timeout, "CURLE_OPERATION_TIMEDOUT",
                 false);
 }
 
-TEST(CurlTransport, SlowAnswerWithinTheLimitsArrives) {
+TEST(CurlTransport, SlowResponseWithinTheLimitsArrives) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     connection.readRequest();
     connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n");
     for (int i = 0; i < 10; ++i) {
-      std::this_thread::sleep_for(10ms);  // the slowness is what the test is about
+      std::this_thread::sleep_for(10ms);  // the test is about slowness
       connection.send("x");
     }
     connection.waitUntilClosed();
@@ -180,7 +178,7 @@ TEST(CurlTransport, SlowAnswerWithinTheLimitsArrives) {
   EXPECT_EQ(get(server).body, "xxxxxxxxxx");
 }
 
-TEST(CurlTransport, EndlessDripRunsIntoTheTotalLimit) {
+TEST(CurlTransport, EndlessSlowResponseReachesTheTotalLimit) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     connection.readRequest();
     connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
@@ -194,16 +192,16 @@ TEST(CurlTransport, EndlessDripRunsIntoTheTotalLimit) {
 TEST(CurlTransport, BodyOverTheLimitIsRefusedWithoutReadingItAll) {
   const std::size_t length = 40 * kMebibyte;
   const LoopbackServer server(
-      answerAtLength("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n",
-                     std::string(65536, 'x'), length));
+      sendAtLength("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n",
+                   std::string(65536, 'x'), length));
   expectFailure(get(server), Kind::ResponseTooLarge, "ResponseTooLarge", true);
-  EXPECT_LT(server.bytesSent(), length) << "the rest was never read";
+  EXPECT_LT(server.bytesSent(), length) << "the rest is not read";
 }
 
 TEST(CurlTransport, EndlessBodyIsRefused) {
-  const LoopbackServer server(
-      answerAtLength("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
-                     "4000\r\n" + std::string(0x4000, 'x') + "\r\n", 1000 * kMebibyte));
+  const LoopbackServer server(sendAtLength("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+                                           "4000\r\n" + std::string(0x4000, 'x') + "\r\n",
+                                           1000 * kMebibyte));
   CurlTransport::Limits limits;
   limits.maxBody = kMebibyte;
   expectFailure(get(server, limits), Kind::ResponseTooLarge, "ResponseTooLarge", true);
@@ -213,9 +211,9 @@ TEST(CurlTransport, EndlessBodyIsRefused) {
 TEST(CurlTransport, BodyOfExactlyTheLimitArrives) {
   CurlTransport::Limits limits;
   limits.maxBody = 1000;
-  const LoopbackServer fits(alwaysAnswer(httpAnswer("200 OK", std::string(1000, 'x'))));
+  const LoopbackServer fits(alwaysSend(httpResponse("200 OK", std::string(1000, 'x'))));
   EXPECT_EQ(get(fits, limits).body.size(), 1000U);
-  const LoopbackServer exceeds(alwaysAnswer(httpAnswer("200 OK", std::string(1001, 'x'))));
+  const LoopbackServer exceeds(alwaysSend(httpResponse("200 OK", std::string(1001, 'x'))));
   expectFailure(get(exceeds, limits), Kind::ResponseTooLarge, "ResponseTooLarge", true);
 }
 
@@ -228,7 +226,7 @@ TEST(CurlTransport, LimitCountsDecompressedBytes) {
                                      0x7e, 0x46, 0x10, 0x27, 0x00, 0x00};
   const std::string body(std::begin(kBomb), std::end(kBomb));
   const LoopbackServer server(
-      alwaysAnswer(httpAnswer("200 OK", body, "Content-Encoding: gzip\r\n")));
+      alwaysSend(httpResponse("200 OK", body, "Content-Encoding: gzip\r\n")));
   CurlTransport::Limits limits;
   limits.maxBody = 10000;
   EXPECT_EQ(get(server, limits, true).body, std::string(10000, 'a'));
@@ -236,9 +234,9 @@ TEST(CurlTransport, LimitCountsDecompressedBytes) {
   expectFailure(get(server, limits, true), Kind::ResponseTooLarge, "ResponseTooLarge", true);
 }
 
-TEST(CurlTransport, LongErrorBodyIsCut) {
+TEST(CurlTransport, LongErrorBodyIsTruncated) {
   const std::size_t length = 5 * kMebibyte;
-  const LoopbackServer server(answerAtLength(
+  const LoopbackServer server(sendAtLength(
       "HTTP/1.1 500 Oops\r\nX-Id: 7\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n",
       std::string(65536, 'x'), length));
   const Response response = get(server);
@@ -248,12 +246,12 @@ TEST(CurlTransport, LongErrorBodyIsCut) {
   EXPECT_EQ(response.headers.at("x-id"), "7");
 }
 
-TEST(CurlTransport, ConnectionOfACutAnswerIsNotUsedAgain) {
+TEST(CurlTransport, ConnectionOfATruncatedResponseIsNotReused) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     while (const auto request = connection.readRequest()) {
       const bool large = request->find("/large") != std::string::npos;
-      connection.send(large ? httpAnswer("400 Bad", std::string(2000, 'x'))
-                            : httpAnswer("200 OK", "small"));
+      connection.send(large ? httpResponse("400 Bad", std::string(2000, 'x'))
+                            : httpResponse("200 OK", "small"));
     }
   });
   CurlTransport::Options options;

@@ -1,4 +1,4 @@
-// What goes over the wire, and what is made of the answer.
+// Requests on the wire, and responses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,8 +17,8 @@ using CloudStorage::Http::Method;
 using CloudStorage::Http::Request;
 using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 
 using testing::HasSubstr;
@@ -41,17 +41,17 @@ CurlTransport::Options compressing() {
   return options;
 }
 
-/// `request` without the line that holds the version.
+/// `request` without the line with the version.
 std::string withoutUserAgent(std::string request) {
   const auto begin = request.find("User-Agent: libvemlo/");
   if (begin == std::string::npos) return "no user agent in: " + request;
   return request.erase(begin, request.find("\r\n", begin) + 2 - begin);
 }
 
-/// Sends `request` to a server and returns what the server got, the user agent excepted.
+/// Sends `request` to a server and returns what the server received, without the user agent.
 std::string onTheWire(Method method, const std::string& target, Request request = {},
                       const CurlTransport::Options& options = {}) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   request.method = method;
   request.uri = server.request(method, target).uri;
   EXPECT_EQ(CurlTransport(options).send(request).status, 200);
@@ -64,26 +64,26 @@ std::string onTheWire(Method method, const std::string& target, Request request 
   return position == std::string::npos ? text : text.erase(position, port.size());
 }
 
-Response answerTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
-  LoopbackServer server(alwaysAnswer(bytes));
+Response responseTo(const std::string& bytes, const CurlTransport::Options& options = {}) {
+  LoopbackServer server(alwaysSend(bytes));
   return CurlTransport(options).send(server.request(Method::Get, "/"));
 }
 
-TEST(CurlTransport, GetSendsNothingUnasked) {
+TEST(CurlTransport, GetSendsOnlyTheHost) {
   EXPECT_EQ(onTheWire(Method::Get, "/a?b=c"), "GET /a?b=c HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
 }
 
-TEST(CurlTransport, PutWithoutBodySaysLengthZero) {
+TEST(CurlTransport, PutWithoutBodyHasLengthZero) {
   EXPECT_EQ(onTheWire(Method::Put, "/bucket"),
             "PUT /bucket HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(CurlTransport, PostWithoutBodySaysLengthZeroAndNoType) {
+TEST(CurlTransport, PostWithoutBodyHasLengthZeroAndNoType) {
   EXPECT_EQ(onTheWire(Method::Post, "/list"),
             "POST /list HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(CurlTransport, BodyMayHoldAnyBytes) {
+TEST(CurlTransport, BodyMayContainAnyBytes) {
   Request request;
   request.headers = {{"content-type", "text/plain"}};
   request.body = std::string("a\0\r\n\r\nb", 7);
@@ -93,7 +93,7 @@ TEST(CurlTransport, BodyMayHoldAnyBytes) {
                 request.body);
 }
 
-TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
+TEST(CurlTransport, LargeBodyIsSentAtOnceAndCompletely) {
   for (const Method method : {Method::Put, Method::Post}) {
     Request request;
     request.body.assign(std::size_t{3} << 20U, 'x');
@@ -106,8 +106,8 @@ TEST(CurlTransport, LargeBodyGoesOutAtOnceAndWhole) {
   }
 }
 
-TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
-  LoopbackServer server(alwaysAnswer("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
+TEST(CurlTransport, HeadHasNoBodyWhateverItsContentLength) {
+  LoopbackServer server(alwaysSend("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"));
   const Response response = CurlTransport({}).send(server.request(Method::Head, "/x"));
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "");
@@ -116,7 +116,7 @@ TEST(CurlTransport, HeadHasNoBodyWhateverItsLengthSays) {
   EXPECT_THAT(server.requests().front(), StartsWith("HEAD /x HTTP/1.1\r\n"));
 }
 
-TEST(CurlTransport, PathGoesOutAsItIs) {
+TEST(CurlTransport, PathIsSentUnchanged) {
   const std::vector<std::string> targets = {"/b/a/../c/./d", "//a//b/", "/%2e%2e/a%20b?c=%2F&d=..",
                                             "/.."};
   for (const std::string& target : targets) {
@@ -124,12 +124,12 @@ TEST(CurlTransport, PathGoesOutAsItIs) {
   }
 }
 
-TEST(CurlTransport, HeadersReplaceOwnOnesAndEmptyOnesStayAway) {
+TEST(CurlTransport, HeadersReplaceDefaultsAndEmptyOnesAreOmitted) {
   Request request;
   request.headers = {{"accept", "application/json"},
                      {"content-type", ""},
                      {"host", "signed.host"},
-                     {"x-blank", "  "},
+                     {"x-space", "  "},
                      {"x-semicolon", "a; b"}};
   EXPECT_EQ(onTheWire(Method::Post, "/", request),
             "POST / HTTP/1.1\r\nHost: signed.host\r\naccept: application/json\r\n"
@@ -147,7 +147,7 @@ TEST(CurlTransport, HeadersThatCouldInjectOthersAreRefused) {
       {"x-a;", "1"},
       {"", "1"},
   };
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   for (const auto& header : headers) {
     Request request = server.request(Method::Get, "/");
@@ -170,7 +170,7 @@ TEST(CurlTransport, AddressWithoutHostIsRefused) {
   EXPECT_FALSE(response.failure->requestMayHaveRun);
 }
 
-TEST(CurlTransport, OnlyHttpAndHttpsAreSpoken) {
+TEST(CurlTransport, OnlyHttpAndHttpsAreSupported) {
   Request request = TestSupport::requestTo(Method::Get, "http://127.0.0.1/etc/passwd");
   request.uri.setScheme("file");
   const Response response = CurlTransport({}).send(request);
@@ -180,7 +180,7 @@ TEST(CurlTransport, OnlyHttpAndHttpsAreSpoken) {
 }
 
 TEST(CurlTransport, HeaderNamesAreFoldedAndRepeatedOnesJoined) {
-  const Response response = answerTo(
+  const Response response = responseTo(
       "HTTP/1.1 302 Found\r\nLOCATION: /first\r\nlocation: /second\r\nX-Twice: 1\r\n"
       "x-tWICE: \t 2 \r\nX-Empty:\r\nX-Colons: a:b: c\r\nContent-Length: 0\r\n\r\n");
   EXPECT_EQ(response.status, 302);
@@ -190,11 +190,11 @@ TEST(CurlTransport, HeaderNamesAreFoldedAndRepeatedOnesJoined) {
                                    Pair("content-length", "0")));
 }
 
-TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
-  const Response response = answerTo(
+TEST(CurlTransport, HeadersOfInterimResponsesAreDiscarded) {
+  const Response response = responseTo(
       "HTTP/1.1 100 Continue\r\nX-Interim: 1\r\n\r\nHTTP/1.1 103 Early Hints\r\nLocation: /no\r\n"
       "\r\n" +
-      httpAnswer("200 OK", "body", "X-Final: 1\r\n"));
+      httpResponse("200 OK", "body", "X-Final: 1\r\n"));
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "body");
   EXPECT_THAT(response.headers,
@@ -202,7 +202,7 @@ TEST(CurlTransport, HeadersOfInterimAnswersAreForgotten) {
 }
 
 TEST(CurlTransport, RedirectsAreNotFollowed) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("307 Temporary", "moved", "Location: /b\r\n")));
+  LoopbackServer server(alwaysSend(httpResponse("307 Temporary", "moved", "Location: /b\r\n")));
   const Response response = CurlTransport({}).send(server.request(Method::Get, "/a"));
   EXPECT_EQ(response.status, 307);
   EXPECT_EQ(response.body, "moved");
@@ -210,40 +210,40 @@ TEST(CurlTransport, RedirectsAreNotFollowed) {
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
-TEST(CurlTransport, ErrorStatusIsAnAnswerAndNoFailure) {
+TEST(CurlTransport, ErrorStatusIsAResponseAndNoFailure) {
   const Response response =
-      answerTo(httpAnswer("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
+      responseTo(httpResponse("503 Slow Down", "<html>wait</html>", "Content-Type: text/html\r\n"));
   EXPECT_FALSE(response.failure);
   EXPECT_FALSE(response.isSuccessStatus());
   EXPECT_EQ(response.status, 503);
   EXPECT_EQ(response.body, "<html>wait</html>");
 }
 
-TEST(CurlTransport, PageInsteadOfDataIsJustABody) {
+TEST(CurlTransport, HtmlPageIsABodyLikeAnyOther) {
   const Response response =
-      answerTo(httpAnswer("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
+      responseTo(httpResponse("200 OK", "<html>log in</html>", "Content-Type: text/html\r\n"));
   EXPECT_TRUE(response.isSuccessStatus());
   EXPECT_EQ(response.body, "<html>log in</html>");
 }
 
-TEST(CurlTransport, ChunkedBodyIsPutTogether) {
-  const Response response = answerTo(
+TEST(CurlTransport, ChunkedBodyIsAssembled) {
+  const Response response = responseTo(
       "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n");
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "one two");
 }
 
-TEST(CurlTransport, CompressedAnswersAreOfferedAndUnpackedOnlyIfAskedFor) {
-  const std::string answer = httpAnswer("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
-  EXPECT_EQ(answerTo(answer, compressing()).body, R"({"name":"value"})");
-  EXPECT_EQ(answerTo(answer).body, compressedBody());
+TEST(CurlTransport, CompressionIsOfferedAndDecodedOnlyIfEnabled) {
+  const std::string bytes = httpResponse("200 OK", compressedBody(), "Content-Encoding: gzip\r\n");
+  EXPECT_EQ(responseTo(bytes, compressing()).body, R"({"name":"value"})");
+  EXPECT_EQ(responseTo(bytes).body, compressedBody());
   EXPECT_THAT(onTheWire(Method::Get, "/", {}, compressing()),
               HasSubstr("Accept-Encoding: gzip, deflate\r\n"));
   EXPECT_THAT(onTheWire(Method::Get, "/"), Not(HasSubstr("Accept-Encoding")));
 }
 
-TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+TEST(CurlTransport, AgentNamesCompressionOnlyIfEnabled) {
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport(compressing()).send(server.request(Method::Get, "/"));
   CurlTransport({}).send(server.request(Method::Get, "/"));
   const auto requests = server.requests();
@@ -252,8 +252,8 @@ TEST(CurlTransport, AgentNamesCompressionOnlyIfAskedFor) {
   EXPECT_THAT(requests[1], testing::ContainsRegex("User-Agent: libvemlo/[0-9.]+\r\n"));
 }
 
-TEST(CurlTransport, NothingOfACallReachesTheNext) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "")));
+TEST(CurlTransport, NothingOfACallIsSentWithTheNext) {
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "")));
   CurlTransport transport({});
   Request first = server.request(Method::Put, "/first");
   first.headers = {{"authorization", "secret"}};
@@ -269,8 +269,8 @@ TEST(CurlTransport, NothingOfACallReachesTheNext) {
 }
 
 TEST(CurlTransport, ProxyOfTheEnvironmentIsIgnored) {
-  LoopbackServer server(alwaysAnswer(httpAnswer("200 OK", "direct")));
-  LoopbackServer proxy(alwaysAnswer(httpAnswer("200 OK", "through the proxy")));
+  LoopbackServer server(alwaysSend(httpResponse("200 OK", "direct")));
+  LoopbackServer proxy(alwaysSend(httpResponse("200 OK", "through the proxy")));
   const std::string address = "http://127.0.0.1:" + std::to_string(proxy.port());
   const std::vector<const char*> names = {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"};
   for (const char* name : names) ::setenv(name, address.c_str(), 1);

@@ -1,4 +1,4 @@
-// TLS and the trust anchors behind it.
+// TLS and its trust anchors.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,8 +25,8 @@ using CloudStorage::Http::Response;
 using CloudStorage::Http::TransportFailure;
 using CloudStorage::Http::TrustAnchors;
 using testing::HasSubstr;
-using TestSupport::alwaysAnswer;
-using TestSupport::httpAnswer;
+using TestSupport::alwaysSend;
+using TestSupport::httpResponse;
 using TestSupport::LoopbackServer;
 using TestSupport::TestAuthority;
 
@@ -62,31 +62,31 @@ class CurlTransportTls : public testing::Test {
   }
 
   TestAuthority authority_;
-  const std::string answer_ = httpAnswer("200 OK", "secret");
+  const std::string response_ = httpResponse("200 OK", "secret");
 };
 
 TEST_F(CurlTransportTls, ServerOfATrustedAuthorityIsTrusted) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
   EXPECT_EQ(getFrom(server).body, "secret");
 }
 
 TEST_F(CurlTransportTls, ServerOfAnotherAuthorityIsNot) {
   const TestAuthority stranger;
-  const LoopbackServer server(alwaysAnswer(answer_), stranger.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(response_), stranger.serverContext(kOwnName));
   expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
   EXPECT_TRUE(server.requests().empty());
 }
 
-TEST_F(CurlTransportTls, SystemsAnchorsDoNotCountBesideGivenOnes) {
-  // An empty folder, unlike no folder, means that nobody is trusted.
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+TEST_F(CurlTransportTls, SystemsAnchorsAreIgnoredBesideGivenOnes) {
+  // With an empty folder, unlike without a folder, no authority is trusted.
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
   const auto none = std::make_shared<TrustAnchors>(TrustAnchors::Sources{"", "/proc/self/task"});
   expectUntrusted(CurlTransport(trusting(none)).send(server.request(Method::Get, "/")),
                   "CURLE_PEER_FAILED_VERIFICATION");
 }
 
 TEST_F(CurlTransportTls, CertificateOfAnotherNameIsRefused) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext("DNS:other.invalid"));
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext("DNS:other.invalid"));
   expectUntrusted(getFrom(server), "CURLE_PEER_FAILED_VERIFICATION");
   EXPECT_TRUE(server.requests().empty());
 }
@@ -103,7 +103,7 @@ TEST_F(CurlTransportTls, ServerWithoutTlsIsRefused) {
 }
 
 TEST_F(CurlTransportTls, ConnectionIsSharedBySequentialCalls) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
   CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
   for (int i = 0; i < 50; ++i) {
     ASSERT_EQ(transport.send(server.request(Method::Get, "/")).status, 200);
@@ -114,7 +114,7 @@ TEST_F(CurlTransportTls, ConnectionIsSharedBySequentialCalls) {
 TEST_F(CurlTransportTls, ConnectionThatTheServerResetIsReplacedWithoutASignal) {
   const LoopbackServer server(
       [this](LoopbackServer::Connection& connection) {
-        if (connection.readRequest()) connection.send(answer_);
+        if (connection.readRequest()) connection.send(response_);
         connection.reset();
       },
       authority_.serverContext(kOwnName));
@@ -122,13 +122,13 @@ TEST_F(CurlTransportTls, ConnectionThatTheServerResetIsReplacedWithoutASignal) {
   for (int i = 0; i < 20; ++i) {
     auto request = server.request(Method::Post, "/");
     request.body.assign(1000, 'x');
-    transport.send(request);  // a reset may overtake the answer, so any outcome will do but death
+    transport.send(request);  // any outcome, as the reset may arrive first; no signal
   }
   EXPECT_GE(server.connectionCount(), 20U);
 }
 
 TEST_F(CurlTransportTls, AnchorsAreLoadedOnceForAllTransportsAndThreads) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
   const auto anchors = anchorsIn(authority_.certificateFile());
   CurlTransport first(trusting(anchors));
   CurlTransport second(trusting(anchors));
@@ -149,14 +149,14 @@ TEST_F(CurlTransportTls, AnchorsAreLoadedOnceForAllTransportsAndThreads) {
 }
 
 TEST_F(CurlTransportTls, AnchorsAreNotLoadedForPlainConnections) {
-  const LoopbackServer server(alwaysAnswer(answer_));
+  const LoopbackServer server(alwaysSend(response_));
   const auto anchors = anchorsIn(authority_.certificateFile());
   EXPECT_EQ(CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/")).status, 200);
   EXPECT_EQ(anchors->loadCount(), 0);
 }
 
-TEST_F(CurlTransportTls, UnreadableFileIsNamed) {
-  const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+TEST_F(CurlTransportTls, ErrorOfAnUnreadableFileNamesIt) {
+  const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
   const auto anchors = anchorsIn("/nonexistent/anchors.pem");
   const Response response = CurlTransport(trusting(anchors)).send(server.request(Method::Get, "/"));
   expectUntrusted(response, "CURLE_SSL_CACERT_BADFILE");
@@ -178,7 +178,7 @@ TEST(TrustAnchors, SourcesComeFromTheEnvironment) {
   EXPECT_EQ(unset.directory, "");
 }
 
-TEST(TrustAnchors, DefaultPlacesCanBeLoaded) {
+TEST(TrustAnchors, DefaultSourcesCanBeLoaded) {
   TrustAnchors anchors({});
   const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
   std::string error;
@@ -197,11 +197,11 @@ class OutdatedTlsDeathTest : public CurlTransportTls {
   }
   ~OutdatedTlsDeathTest() override { ::unsetenv("OPENSSL_CONF"); }
 
-  /// Ends the process with 0 if a server that speaks no more than `version` is refused.
+  /// Ends the process with 0 if a server that supports at most `version` is refused.
   [[noreturn]] void endWithRefusalOf(int version) {
     const auto context = authority_.serverContext(kOwnName);
     SSL_CTX_set_max_proto_version(context.get(), version);
-    const LoopbackServer server(alwaysAnswer(answer_), context);
+    const LoopbackServer server(alwaysSend(response_), context);
     const Response response = getFrom(server);
     const bool refused = response.failure && response.failure->name == "CURLE_SSL_CONNECT_ERROR" &&
                          response.failure->kind == TransportFailure::Kind::Unreachable;
@@ -226,9 +226,9 @@ class ProcessTrustAnchorsDeathTest : public CurlTransportTls {
  protected:
   ProcessTrustAnchorsDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-  /// Ends the process with 0 if `file`, as the environment names it, makes the server trusted.
+  /// Ends the process with 0 if the server is trusted with `file` in the environment.
   [[noreturn]] void endWithTrustIn(const std::string& file) {
-    const LoopbackServer server(alwaysAnswer(answer_), authority_.serverContext(kOwnName));
+    const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
     ::unsetenv("SSL_CERT_DIR");
     ::setenv("SSL_CERT_FILE", file.c_str(), 1);
     CurlTransport transport({});

@@ -31,7 +31,7 @@ TEST(DefaultExecutor, RefusesAnEmptyTask) {
   EXPECT_FALSE(executor.submit(nullptr));
 }
 
-TEST(DefaultExecutor, LetsAnExceptionThrough) {
+TEST(DefaultExecutor, PropagatesExceptions) {
   DefaultExecutor executor;
   EXPECT_THROW(executor.submit([] { throw std::runtime_error("task"); }), std::runtime_error);
 }

@@ -103,7 +103,7 @@ TEST(Digest, Base64AgreesWithThePublishedExamples) {
   }
 }
 
-TEST(Digest, Base64BringsEveryByteBack) {
+TEST(Digest, Base64DecodesWhatItEncodes) {
   std::string bytes;
   for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
   for (std::size_t start = 0; start < 3; ++start) {
@@ -138,7 +138,7 @@ TEST(Digest, DecodingRefusesWhatIsNotExactlyBase64) {
       "\n\n\n\n",
       "Zm9vZm9v\n\n\n\n",
       "Zh==",
-      "Zm9=",  // bits that the padding says are not there
+      "Zm9=",  // bits beyond the last byte
       "Zm-_",
       "Zm9*",
       "\xC3\xA9xy",  // other alphabets
@@ -148,13 +148,13 @@ TEST(Digest, DecodingRefusesWhatIsNotExactlyBase64) {
   for (const auto& text : texts) EXPECT_EQ(base64Decode(text), std::nullopt) << '"' << text << '"';
 }
 
-// Whatever comes out goes back in unchanged, for all texts over an alphabet of troublesome bytes.
+// Encoding the decoded bytes gives the same text, for all texts over an alphabet of special bytes.
 TEST(Digest, DecodingAcceptsOneTextForEachSequenceOfBytes) {
-  constexpr std::string_view kTroublesome("A=B/ \n-\0", 8);
+  constexpr std::string_view kAlphabet("A=B/ \n-\0", 8);
   int accepted = 0;
   for (unsigned number = 0; number < 8U * 8 * 8 * 8; ++number) {
     std::string text;
-    for (unsigned digit = 0; digit < 4; ++digit) text += kTroublesome[(number >> (3 * digit)) & 7U];
+    for (unsigned digit = 0; digit < 4; ++digit) text += kAlphabet[(number >> (3 * digit)) & 7U];
     const auto bytes = base64Decode(text);
     if (!bytes) continue;
     ++accepted;

@@ -1,9 +1,5 @@
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
@@ -11,11 +7,8 @@
 #include <utility>
 
 #include "CloudStorage/Auth/AWSAuthCredential.h"
-#include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "support/scripted_transport.h"
+#include "support/drives.h"
+#include "support/loopback_server.h"
 
 namespace {
 
@@ -51,30 +44,6 @@ class Unlimited : public RateLimiter {
   void acquire(std::uint64_t) override {}
 };
 
-/// A port of this machine that is taken but does not listen, so that connecting to it is refused.
-class ClosedPort {
- public:
-  ClosedPort() : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(socket_, generic, size) == 0 && ::getsockname(socket_, generic, &size) == 0) {
-      number_ = ::ntohs(address.sin_port);
-    }
-  }
-  ~ClosedPort() { ::close(socket_); }
-  ClosedPort(const ClosedPort&) = delete;
-  ClosedPort& operator=(const ClosedPort&) = delete;
-
-  std::uint16_t number() const { return number_; }
-
- private:
-  int socket_;
-  std::uint16_t number_ = 0;
-};
-
 OAuth2ClientSpec clientSpec(std::string tokenEndpoint) {
   OAuth2ClientSpec spec;
   spec.clientId = "id";
@@ -85,9 +54,11 @@ OAuth2ClientSpec clientSpec(std::string tokenEndpoint) {
 
 constexpr char kTokenEndpoint[] = "https://login.example.test/token";
 
-template <typename Client>
+template <typename Drive>
 class DriveClient : public ::testing::Test {
  protected:
+  using Client = typename Drive::Client;
+
   DriveClient() { credential->setTokens("old", "refresh"); }
 
   std::shared_ptr<Client> makeScripted() {
@@ -107,19 +78,14 @@ class DriveClient : public ::testing::Test {
   std::shared_ptr<TestSupport::ScriptedTransport> transport =
       std::make_shared<TestSupport::ScriptedTransport>();
 };
+TYPED_TEST_SUITE(DriveClient, TestSupport::Drives, TestSupport::DriveName);
 
-using Clients = ::testing::Types<CloudStorage::Client::AmazonDrive::AmazonDriveClient,
-                                 CloudStorage::Client::Dropbox::DropboxClient,
-                                 CloudStorage::Client::GoogleDrive::GoogleDriveClient,
-                                 CloudStorage::Client::OneDrive::OneDriveClient>;
-TYPED_TEST_SUITE(DriveClient, Clients);
-
-TYPED_TEST(DriveClient, KeepsWhatItIsMadeOf) {
+TYPED_TEST(DriveClient, KeepsItsParts) {
   const auto retryStrategy = std::make_shared<NoRetries>();
   const auto marshaller = std::make_shared<EmptyMarshaller>();
   const auto readLimiter = std::make_shared<Unlimited>();
   const auto writeLimiter = std::make_shared<Unlimited>();
-  const auto client = std::make_shared<TypeParam>(
+  const auto client = std::make_shared<typename TypeParam::Client>(
       clientSpec(kTokenEndpoint), this->credential, retryStrategy, marshaller, readLimiter,
       writeLimiter, ProxySetting{"proxy.example.test", 3128, "user", "password"});
 
@@ -149,22 +115,22 @@ TYPED_TEST(DriveClient, ConstructionSendsNothing) {
 
 TYPED_TEST(DriveClient, ItsCredentialIsRefreshedAtItsTokenEndpoint) {
   const auto client = this->makeScripted();
-  this->transport->enqueue(TestSupport::answer(200, R"({"access_token":"new"})"));
+  this->transport->enqueue(TestSupport::response(200, R"({"access_token":"new"})"));
   EXPECT_TRUE(this->credential->refreshAccessToken().isSuccess());
   EXPECT_EQ(this->credential->accessToken(), "new");
   ASSERT_THAT(this->transport->requests(), SizeIs(1));
   EXPECT_EQ(this->transport->requests()[0].uri.toString(), kTokenEndpoint);
 }
 
-TYPED_TEST(DriveClient, ItsCredentialCanBeRefreshedAfterItsEnd) {
+TYPED_TEST(DriveClient, ItsCredentialCanBeRefreshedAfterItsDestruction) {
   this->makeScripted();
-  this->transport->enqueue(TestSupport::answer(200, R"({"access_token":"new"})"));
+  this->transport->enqueue(TestSupport::response(200, R"({"access_token":"new"})"));
   EXPECT_TRUE(this->credential->refreshAccessToken().isSuccess());
 }
 
 TYPED_TEST(DriveClient, NothingOutlivesItsLastReference) {
   auto client = this->makeScripted();
-  const std::weak_ptr<TypeParam> weakClient = client;
+  const std::weak_ptr<typename TypeParam::Client> weakClient = client;
   const std::weak_ptr<OAuth2Credential> weakCredential = this->credential;
   const std::weak_ptr<TestSupport::ScriptedTransport> weakTransport = this->transport;
 
@@ -178,18 +144,19 @@ TYPED_TEST(DriveClient, NothingOutlivesItsLastReference) {
 
 TYPED_TEST(DriveClient, AcceptsPartsWithoutAnOAuth2Credential) {
   ClientParts parts;
-  EXPECT_EQ(std::make_shared<TypeParam>(clientSpec(kTokenEndpoint), parts, ClientEnvironment{})
+  EXPECT_EQ(std::make_shared<typename TypeParam::Client>(clientSpec(kTokenEndpoint), parts,
+                                                         ClientEnvironment{})
                 ->credential(),
             nullptr);
   parts.credential = std::make_shared<AWSAuthCredential>("key", "secret", "s3", "region");
-  EXPECT_EQ(std::make_shared<TypeParam>(clientSpec(kTokenEndpoint), parts, ClientEnvironment{})
+  EXPECT_EQ(std::make_shared<typename TypeParam::Client>(clientSpec(kTokenEndpoint), parts,
+                                                         ClientEnvironment{})
                 ->credential(),
             parts.credential);
 }
 
 TYPED_TEST(DriveClient, RefreshesOverTheNetworkWithoutASubstitute) {
-  const ClosedPort port;
-  ASSERT_NE(port.number(), 0);
+  const TestSupport::RefusingPort port;
   const auto client =
       this->makeReal("http://127.0.0.1:" + std::to_string(port.number()) + "/token", {});
   const auto status = this->credential->refreshAccessToken();
@@ -199,8 +166,7 @@ TYPED_TEST(DriveClient, RefreshesOverTheNetworkWithoutASubstitute) {
 }
 
 TYPED_TEST(DriveClient, RefreshesThroughItsProxy) {
-  const ClosedPort port;
-  ASSERT_NE(port.number(), 0);
+  const TestSupport::RefusingPort port;
   // Without the proxy the name would have to be resolved, which fails with another code.
   const auto client =
       this->makeReal("http://login.invalid/token", {"127.0.0.1", port.number(), "", ""});

@@ -1,26 +1,25 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
-#include "support/dropbox_world.h"
+#include "support/dropbox_fixture.h"
+#include "support/expectations.h"
 
 namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::Dropbox::Model;
-using CloudStorage::Client::CoreErrors;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::dropboxError;
+using TestSupport::expectInvalidRequest;
+using TestSupport::expectMalformedResponse;
+using TestSupport::response;
 using Kind = Http::TransportFailure::Kind;
 
 constexpr char kCreateFolder[] = "POST https://api.dropboxapi.com/2/files/create_folder_v2";
@@ -35,41 +34,36 @@ Model::CreateFolderRequest newFolder(const std::string& path) {
   return request;
 }
 
-class DropboxClientTest : public ::testing::Test {
+class DropboxClientTest : public ::testing::Test, protected TestSupport::DropboxFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
-  auto create(const std::string& path) { return world.client()->createFolder(newFolder(path)); }
+  auto create(const std::string& path) { return makeClient()->createFolder(newFolder(path)); }
 
   auto createdBy(const std::string& body) {
-    enqueue(answer(200, body));
+    enqueue(response(200, body));
     return create("/photos/New");
   }
 
-  // The body with which a folder is listed.
+  // The body of `request` as it is sent.
   std::string listingOf(const Model::ListFolderRequest& request) {
-    enqueue(answer(200, kEmptyFolder));
-    EXPECT_TRUE(world.client()->listFolder(request).isSuccess());
-    return world.bodies().back();
+    enqueue(response(200, kEmptyFolder));
+    EXPECT_TRUE(makeClient()->listFolder(request).isSuccess());
+    return bodies().back();
   }
 
-  // The body with which a folder is made.
+  // The body of `request` as it is sent.
   std::string creationOf(const Model::CreateFolderRequest& request) {
-    enqueue(answer(200, kCreated));
-    EXPECT_TRUE(world.client()->createFolder(request).isSuccess());
-    return world.bodies().back();
+    enqueue(response(200, kCreated));
+    EXPECT_TRUE(makeClient()->createFolder(request).isSuccess());
+    return bodies().back();
   }
-
-  TestSupport::DropboxWorld world;
 };
 
 TEST_F(DropboxClientTest, CreatingSendsExactlyThis) {
   EXPECT_EQ(creationOf(newFolder("/photos/New")), R"({"path":"/photos/New","autorename":false})");
-  EXPECT_THAT(world.lines(), ElementsAre(kCreateFolder));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
-                  Pair("content-type", "application/json")));
+  EXPECT_THAT(lines(), ElementsAre(kCreateFolder));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1"),
+                                                    Pair("content-type", "application/json")));
 }
 
 TEST_F(DropboxClientTest, OnlyPresentParametersAreSent) {
@@ -93,7 +87,7 @@ TEST_F(DropboxClientTest, OnlyPresentParametersAreSent) {
   EXPECT_EQ(listingOf(listing), R"({"include_has_explicit_shared_members":true})");
 }
 
-TEST_F(DropboxClientTest, PathsLoseTheirEmptySegments) {
+TEST_F(DropboxClientTest, EmptySegmentsOfPathsAreRemoved) {
   const std::pair<std::string, std::string> paths[] = {{"", ""},
                                                        {"/", ""},
                                                        {"//", ""},
@@ -129,18 +123,14 @@ TEST_F(DropboxClientTest, PathsAreWrittenAsJson) {
   }
 }
 
-TEST_F(DropboxClientTest, PathThatIsNoTextIsNotSent) {
+TEST_F(DropboxClientTest, PathThatIsNoUtf8IsNotSent) {
   Model::ListFolderRequest listing;
   listing.path = "/\xC3(";
-  const auto list = world.client()->listFolder(listing);
+  const auto list = makeClient()->listFolder(listing);
   const auto folder = create("/\xFF");
-  for (const auto& error : {list.getError(), folder.getError()}) {
-    EXPECT_EQ(error.errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(error.exceptionName, "InvalidRequest");
-    EXPECT_EQ(error.httpResponseCode, 0);
-  }
-  EXPECT_FALSE(list.isSuccess() || folder.isSuccess());
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  expectInvalidRequest(list);
+  expectInvalidRequest(folder);
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(DropboxClientTest, CreatedFolderIsReadFromItsWrapper) {
@@ -186,71 +176,36 @@ TEST_F(DropboxClientTest, CreationThatNamesNoFolderIsALocalFailure) {
                            R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"}} more)",
                            R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"})"}) {
     const auto outcome = createdBy(body);
-    EXPECT_FALSE(outcome.isSuccess()) << body;
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body;
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
+    SCOPED_TRACE(body);
+    expectMalformedResponse(outcome);
   }
 }
 
 TEST_F(DropboxClientTest, ErrorsAreNamedByTheService) {
-  enqueue(answer(409, dropboxError("path/conflict/folder")));
+  enqueue(response(409, dropboxError("path/conflict/folder")));
   const auto error = create("/photos/New").getError();
   EXPECT_EQ(error.exceptionName, "path/conflict/folder");
   EXPECT_EQ(error.httpResponseCode, 409);
-  EXPECT_THAT(world.lines(), SizeIs(1));
+  EXPECT_THAT(lines(), SizeIs(1));
 }
 
-TEST_F(DropboxClientTest, ExpiredTokenIsRefreshed) {
-  enqueue(answer(401, dropboxError("expired_access_token")));
-  enqueue(answer(200, R"({"access_token":"token-2"})"));
-  enqueue(answer(200, kCreated));
-  EXPECT_TRUE(create("/photos/New").isSuccess());
-  EXPECT_THAT(world.lines(),
-              ElementsAre(kCreateFolder, "POST https://login.example.test/token", kCreateFolder));
-  EXPECT_EQ(world.transport->requests().at(2).headers.at("authorization"), "Bearer token-2");
-  EXPECT_EQ(world.bodies().at(2), world.bodies().at(0));
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
-}
-
-TEST_F(DropboxClientTest, NothingElseIsSentAgain) {
+TEST_F(DropboxClientTest, NothingElseIsRetried) {
   for (const int status : {302, 400, 403, 409, 422, 429, 500, 503}) {
-    enqueue(answer(status, "", {{"location", "https://elsewhere.example.test/"}}));
+    enqueue(response(status, "", {{"location", "https://elsewhere.example.test/"}}));
     EXPECT_EQ(create("/photos/New").getError().httpResponseCode, status);
   }
-  enqueue(TestSupport::noAnswer(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true));
+  enqueue(TestSupport::failedResponse(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true));
   EXPECT_EQ(create("/photos/New").getError().exceptionName, "CURLE_RECV_ERROR");
-  EXPECT_THAT(world.lines(), SizeIs(9));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(lines(), SizeIs(9));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
-TEST_F(DropboxClientTest, TokenThatComesBackIsBlackedOut) {
-  world.credential->setAccessToken("a-long-secret-token");
-  enqueue(answer(400, "Malformed token: a-long-secret-token"));
+TEST_F(DropboxClientTest, TokenIsRedactedInErrors) {
+  credential->setAccessToken("a-long-secret-token");
+  enqueue(response(400, "Malformed token: a-long-secret-token"));
   const auto error = create("/photos/New").getError();
   EXPECT_EQ(error.exceptionName, "bad_input");
   EXPECT_THAT(error.message, ::testing::Not(HasSubstr("a-long-secret-token")));
-}
-
-TEST_F(DropboxClientTest, TakesCallsOfSeveralThreads) {
-  const auto client = world.client();
-  constexpr int kThreads = 8;
-  for (int i = 0; i < kThreads; ++i) {
-    world.transport->enqueue([](const Http::Request& request) {
-      // {"path":"/N",...} is answered with the folder /N.
-      const std::string path = request.body.substr(9, request.body.find('"', 9) - 9);
-      return answer(200, R"({"metadata":{"id":"id","path_display":")" + path + R"("}})");
-    });
-  }
-  std::vector<std::string> paths(kThreads);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&client, &path = paths[static_cast<std::size_t>(i)], i] {
-      path = client->createFolder(newFolder("/" + std::to_string(i))).getResult().path;
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_THAT(paths, ElementsAre("/0", "/1", "/2", "/3", "/4", "/5", "/6", "/7"));
 }
 
 }  // namespace

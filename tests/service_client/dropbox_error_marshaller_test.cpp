@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,8 +12,9 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::Dropbox::DropboxErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRow;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response) {
   return DropboxErrorMarshaller().marshall(response, Method::Post);
@@ -22,7 +24,7 @@ std::string body(const std::string& summary) {
   return R"({"error_summary":")" + summary + R"(","error":{".tag":"other"}})";
 }
 
-const Expectation kExpectations[] = {
+const ErrorExpectation kExpectations[] = {
     {400, "", CoreErrors::InvalidRequest, false},
     {401, "expired_access_token", CoreErrors::NotAuthenticated, false},
     {401, "invalid_access_token", CoreErrors::NotAuthenticated, false},
@@ -49,47 +51,43 @@ const Expectation kExpectations[] = {
     {504, "", CoreErrors::ServiceFailure, true},
 };
 
-class DropboxError : public testing::TestWithParam<Expectation> {};
+using DropboxError = TestSupport::ErrorTable;
 
 TEST_P(DropboxError, HasTheTypeAndFlagOfItsRow) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, row.code.empty() ? "" : body(row.code + "/...")));
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable);
-  EXPECT_EQ(error.httpResponseCode, row.status);
-  EXPECT_EQ(error.exceptionName, row.code.empty() ? "HTTP" + std::to_string(row.status) : row.code);
+  const ErrorExpectation& row = GetParam();
+  expectRow(marshall(response(row.status, row.code.empty() ? "" : body(row.code + "/..."))), row);
 }
 
-TEST_P(DropboxError, MayGrowFurtherSegments) {
-  const Expectation& row = GetParam();
+TEST_P(DropboxError, MayHaveFurtherSegments) {
+  const ErrorExpectation& row = GetParam();
   if (row.code.empty()) {
-    EXPECT_EQ(marshall(answer(row.status, body("new/.."))).errorType, row.type);
+    EXPECT_EQ(marshall(response(row.status, body("new/.."))).errorType, row.type);
   } else {
-    EXPECT_EQ(marshall(answer(row.status, body(row.code + "/new/.."))).errorType, row.type);
+    EXPECT_EQ(marshall(response(row.status, body(row.code + "/new/.."))).errorType, row.type);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DropboxError, testing::ValuesIn(kExpectations),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+                         TestSupport::RowName());
 
 TEST(DropboxErrorMarshaller, TrailingSlashesAndDotsAreNoPartOfTheName) {
-  EXPECT_EQ(marshall(answer(409, body("path/conflict/folder/..."))).exceptionName,
+  EXPECT_EQ(marshall(response(409, body("path/conflict/folder/..."))).exceptionName,
             "path/conflict/folder");
-  EXPECT_EQ(marshall(answer(401, body("missing_scope/."))).exceptionName, "missing_scope");
-  EXPECT_EQ(marshall(answer(401, body("missing_scope/"))).exceptionName, "missing_scope");
-  EXPECT_EQ(marshall(answer(401, body("missing_scope"))).exceptionName, "missing_scope");
+  EXPECT_EQ(marshall(response(401, body("missing_scope/."))).exceptionName, "missing_scope");
+  EXPECT_EQ(marshall(response(401, body("missing_scope/"))).exceptionName, "missing_scope");
+  EXPECT_EQ(marshall(response(401, body("missing_scope"))).exceptionName, "missing_scope");
 }
 
 TEST(DropboxErrorMarshaller, SummaryOfDotsIsNoName) {
-  EXPECT_EQ(marshall(answer(409, body("..."))).exceptionName, "HTTP409");
+  EXPECT_EQ(marshall(response(409, body("..."))).exceptionName, "HTTP409");
 }
 
 TEST(DropboxErrorMarshaller, SummaryIsTheMessage) {
-  EXPECT_EQ(marshall(answer(409, body("path/not_found/.."))).message, "path/not_found/..");
+  EXPECT_EQ(marshall(response(409, body("path/not_found/.."))).message, "path/not_found/..");
 }
 
 TEST(DropboxErrorMarshaller, MessageMadeForTheUserIsPreferred) {
-  const Error error = marshall(answer(
+  const Error error = marshall(response(
       409,
       R"({"error_summary":"path/conflict/..","user_message":{"locale":"en","text":"Taken"}})"));
   EXPECT_EQ(error.exceptionName, "path/conflict");
@@ -98,32 +96,32 @@ TEST(DropboxErrorMarshaller, MessageMadeForTheUserIsPreferred) {
 
 TEST(DropboxErrorMarshaller, UserMessageOfAnotherTypeIsIgnored) {
   const Error error =
-      marshall(answer(409, R"({"error_summary":"path/conflict/..","user_message":"Taken"})"));
+      marshall(response(409, R"({"error_summary":"path/conflict/..","user_message":"Taken"})"));
   EXPECT_EQ(error.message, "path/conflict/..");
 }
 
 TEST(DropboxErrorMarshaller, PlainTextIsBadInput) {
-  const Error error = marshall(answer(400, "Error in call to API function: bad\nfield\n"));
+  const Error error = marshall(response(400, "Error in call to API function: bad\nfield\n"));
   EXPECT_EQ(error.errorType, CoreErrors::InvalidRequest);
   EXPECT_EQ(error.exceptionName, "bad_input");
   EXPECT_EQ(error.message, "Error in call to API function: bad field");
 }
 
 TEST(DropboxErrorMarshaller, LongPlainTextIsCut) {
-  EXPECT_EQ(marshall(answer(400, std::string(1000, 'x'))).message, std::string(256, 'x'));
+  EXPECT_EQ(marshall(response(400, std::string(1000, 'x'))).message, std::string(256, 'x'));
 }
 
 TEST(DropboxErrorMarshaller, PlainTextOfAnotherStatusIsTheMessageOnly) {
-  const Error error = marshall(answer(429, "Slow down"));
+  const Error error = marshall(response(429, "Slow down"));
   EXPECT_EQ(error.errorType, CoreErrors::Throttled);
   EXPECT_EQ(error.exceptionName, "HTTP429");
   EXPECT_EQ(error.message, "Slow down");
 }
 
-TEST(DropboxErrorMarshaller, PageIsNotEchoed) {
+TEST(DropboxErrorMarshaller, HtmlPageIsNotEchoed) {
   for (const auto page :
        {"<html><body>Bad request</body></html>", "\xEF\xBB\xBF\n <!DOCTYPE html>"}) {
-    const Error error = marshall(answer(400, page));
+    const Error error = marshall(response(400, page));
     EXPECT_EQ(error.exceptionName, "HTTP400");
     EXPECT_EQ(error.message, "Bad Request");
   }

@@ -11,14 +11,15 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
 using namespace CloudStorage::Client;  // NOLINT: everything under test
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::noAnswer;
+using CloudStorage::Http::Response;
+using TestSupport::response;
 using Kind = CloudStorage::Http::TransportFailure::Kind;
 
 constexpr ErrorRow kRows[] = {
@@ -29,132 +30,136 @@ constexpr ErrorRow kRows[] = {
 };
 
 CoreErrors typeOf(int status, const std::string& code) {
-  return answerError(answer(status), Method::Get, {code, ""}, kRows).errorType;
+  return answerError(response(status), Method::Get, {code, ""}, kRows).errorType;
 }
 
 bool isRetryable(int status, Method method) {
-  return answerError(answer(status), method, {}, kRows).retryable;
+  return answerError(response(status), method, {}, kRows).retryable;
 }
 
-TEST(AnswerError, FirstRowThatAppliesCounts) {
+TEST(ErrorOfResponse, FirstRowThatAppliesCounts) {
   EXPECT_EQ(typeOf(500, "Never reached"), CoreErrors::ServiceFailure);
 }
 
-TEST(AnswerError, RowAppliesToItsStatusOnly) {
+TEST(ErrorOfResponse, RowAppliesToItsStatusOnly) {
   EXPECT_EQ(typeOf(409, "path/full"), CoreErrors::QuotaExceeded);
   EXPECT_EQ(typeOf(403, "path/full"), CoreErrors::AccessDenied);
 }
 
-TEST(AnswerError, RowForAnyStatusGoesByItsCode) {
+TEST(ErrorOfResponse, RowForAnyStatusAppliesToItsCode) {
   EXPECT_EQ(typeOf(200, "Odd"), CoreErrors::Throttled);
   EXPECT_EQ(typeOf(404, "Odd"), CoreErrors::Throttled);
 }
 
-TEST(AnswerError, RowAppliesToWhatLiesBelowItsCode) {
+TEST(ErrorOfResponse, RowAppliesToSubcodesOfItsCode) {
   EXPECT_EQ(typeOf(409, "path/full/team"), CoreErrors::QuotaExceeded);
   EXPECT_EQ(typeOf(409, "path/fuller"), CoreErrors::Conflict);
   EXPECT_EQ(typeOf(409, "path"), CoreErrors::Conflict);
   EXPECT_EQ(typeOf(409, ""), CoreErrors::Conflict);
 }
 
-TEST(AnswerError, CodesAreCaseSensitive) { EXPECT_EQ(typeOf(404, "odd"), CoreErrors::NotFound); }
+TEST(ErrorOfResponse, CodesAreCaseSensitive) {
+  EXPECT_EQ(typeOf(404, "odd"), CoreErrors::NotFound);
+}
 
-TEST(AnswerError, OnlyReadsMayBeSentAgainWhereTheRowSaysSo) {
+TEST(ErrorOfResponse, OnlyReadsAreRetryableInARowForReads) {
   EXPECT_TRUE(isRetryable(500, Method::Get));
   EXPECT_TRUE(isRetryable(500, Method::Head));
   EXPECT_FALSE(isRetryable(500, Method::Post));
   EXPECT_FALSE(isRetryable(500, Method::Put));
 }
 
-TEST(AnswerError, TextsAreOneLineEach) {
-  const Error error = answerError(answer(400), Method::Get, {" A\r\nB ", "one\n\ttwo\x01"}, kRows);
+TEST(ErrorOfResponse, TextsAreOneLineEach) {
+  const Error error =
+      answerError(response(400), Method::Get, {" A\r\nB ", "one\n\ttwo\x01"}, kRows);
   EXPECT_EQ(error.exceptionName, "A B");
   EXPECT_EQ(error.message, "one two?");
 }
 
-TEST(AnswerError, StatusSpeaksForAServiceThatSaysNothing) {
-  const Error error = answerError(answer(503), Method::Get, {}, kRows);
+TEST(ErrorOfResponse, StatusReplacesMissingTexts) {
+  const Error error = answerError(response(503), Method::Get, {}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP503");
   EXPECT_EQ(error.message, "Service Unavailable");
 }
 
-TEST(AnswerError, TextOfBlanksIsAsGoodAsNone) {
-  const Error error = answerError(answer(404), Method::Get, {" \n", "\t"}, kRows);
+TEST(ErrorOfResponse, TextOfWhiteSpaceCountsAsMissing) {
+  const Error error = answerError(response(404), Method::Get, {" \n", "\t"}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP404");
   EXPECT_EQ(error.message, "Not Found");
 }
 
-TEST(AnswerError, MessageWithoutCodeIsKept) {
-  const Error error = answerError(answer(404), Method::Get, {"", "Gone fishing"}, kRows);
+TEST(ErrorOfResponse, MessageWithoutCodeIsKept) {
+  const Error error = answerError(response(404), Method::Get, {"", "Gone fishing"}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP404");
   EXPECT_EQ(error.message, "Gone fishing");
 }
 
-TEST(AnswerError, UnknownStatusIsRejected) {
+TEST(ErrorOfResponse, UnknownStatusIsRejected) {
   for (const int status : {100, 204, 299, 418, 499, 600, 999}) {
-    const Error error = answerError(answer(status), Method::Get, {}, kRows);
+    const Error error = answerError(response(status), Method::Get, {}, kRows);
     EXPECT_EQ(error.errorType, CoreErrors::Rejected) << status;
     EXPECT_FALSE(error.retryable) << status;
     EXPECT_NE(error.message, "") << status;
   }
 }
 
-TEST(AnswerError, HeadersAndStatusAreHandedOn) {
+TEST(ErrorOfResponse, HeadersAndStatusAreKept) {
   const CloudStorage::Http::HeaderValueCollection headers = {
       {"location", "https://h/p"}, {"x-amz-bucket-region", "eu-central-1"}};
-  const Error error = answerError(answer(307, "", headers), Method::Get, {}, kRows);
+  const Error error = answerError(response(307, "", headers), Method::Get, {}, kRows);
   EXPECT_EQ(error.responseHeaders, headers);
   EXPECT_EQ(error.httpResponseCode, 307);
 }
 
-class AnswerErrorByStatus : public testing::TestWithParam<ErrorAnswers::Expectation> {};
+const TestSupport::ErrorExpectation kMeanings[] = {
+    {300, "", CoreErrors::Redirected, false},
+    {301, "", CoreErrors::Redirected, false},
+    {308, "", CoreErrors::Redirected, false},
+    {400, "", CoreErrors::InvalidRequest, false},
+    {401, "", CoreErrors::NotAuthenticated, false},
+    {403, "", CoreErrors::AccessDenied, false},
+    {404, "", CoreErrors::NotFound, false},
+    {405, "", CoreErrors::InvalidRequest, false},
+    {406, "", CoreErrors::InvalidRequest, false},
+    {407, "", CoreErrors::Rejected, false},
+    {408, "", CoreErrors::Timeout, false},
+    {409, "", CoreErrors::Conflict, false},
+    {411, "", CoreErrors::InvalidRequest, false},
+    {412, "", CoreErrors::PreconditionFailed, false},
+    {413, "", CoreErrors::InvalidRequest, false},
+    {414, "", CoreErrors::InvalidRequest, false},
+    {415, "", CoreErrors::InvalidRequest, false},
+    {422, "", CoreErrors::InvalidRequest, false},
+    {423, "", CoreErrors::Conflict, false},
+    {429, "", CoreErrors::Throttled, true},
+    {501, "", CoreErrors::NotImplemented, true},
+    {502, "", CoreErrors::ServiceFailure, true},
+    {503, "", CoreErrors::ServiceFailure, true},
+    {599, "", CoreErrors::ServiceFailure, true},
+};
 
-TEST_P(AnswerErrorByStatus, IsJudgedByWhatTheStatusMeans) {
+using ErrorByStatus = TestSupport::ErrorTable;
+
+TEST_P(ErrorByStatus, HasTheTypeAndFlagOfItsStatus) {
   const auto& row = GetParam();
-  const Error error = answerError(answer(row.status), Method::Put, {"unheard-of", ""}, kRows);
+  const Error error = answerError(response(row.status), Method::Put, {"unheard-of", ""}, kRows);
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, AnswerErrorByStatus,
-    testing::Values(ErrorAnswers::Expectation{300, "", CoreErrors::Redirected, false},
-                    ErrorAnswers::Expectation{301, "", CoreErrors::Redirected, false},
-                    ErrorAnswers::Expectation{308, "", CoreErrors::Redirected, false},
-                    ErrorAnswers::Expectation{400, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{401, "", CoreErrors::NotAuthenticated, false},
-                    ErrorAnswers::Expectation{403, "", CoreErrors::AccessDenied, false},
-                    ErrorAnswers::Expectation{404, "", CoreErrors::NotFound, false},
-                    ErrorAnswers::Expectation{405, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{406, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{407, "", CoreErrors::Rejected, false},
-                    ErrorAnswers::Expectation{408, "", CoreErrors::Timeout, false},
-                    ErrorAnswers::Expectation{409, "", CoreErrors::Conflict, false},
-                    ErrorAnswers::Expectation{411, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{412, "", CoreErrors::PreconditionFailed, false},
-                    ErrorAnswers::Expectation{413, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{414, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{415, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{422, "", CoreErrors::InvalidRequest, false},
-                    ErrorAnswers::Expectation{423, "", CoreErrors::Conflict, false},
-                    ErrorAnswers::Expectation{429, "", CoreErrors::Throttled, true},
-                    ErrorAnswers::Expectation{501, "", CoreErrors::NotImplemented, true},
-                    ErrorAnswers::Expectation{502, "", CoreErrors::ServiceFailure, true},
-                    ErrorAnswers::Expectation{503, "", CoreErrors::ServiceFailure, true},
-                    ErrorAnswers::Expectation{599, "", CoreErrors::ServiceFailure, true}),
-    [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(All, ErrorByStatus, testing::ValuesIn(kMeanings), TestSupport::RowName());
 
 TEST(ReadXmlError, TakesCodeAndMessageOfTheRootError) {
-  const ServiceMessage said = readXmlError(
+  const ServiceMessage message = readXmlError(
       "<e:Error xmlns:e='urn:e'><e:Code>A</e:Code><Other>x</Other><Message>B</Message></e:Error>");
-  EXPECT_EQ(said.code, "A");
-  EXPECT_EQ(said.message, "B");
+  EXPECT_EQ(message.code, "A");
+  EXPECT_EQ(message.message, "B");
 }
 
-TEST(ReadXmlError, AnyOtherRootSaysNothing) {
-  const ServiceMessage said = readXmlError("<html><Code>A</Code><Message>B</Message></html>");
-  EXPECT_EQ(said.code, "");
-  EXPECT_EQ(said.message, "");
+TEST(ReadXmlError, AnyOtherRootHasNeither) {
+  const ServiceMessage message = readXmlError("<html><Code>A</Code><Message>B</Message></html>");
+  EXPECT_EQ(message.code, "");
+  EXPECT_EQ(message.message, "");
 }
 
 TEST(LocalError, HasTypeOneAndNoStatus) {
@@ -181,17 +186,22 @@ constexpr FailedTransport kFailedTransports[] = {
     {"Refused", Kind::Refused, CoreErrors::LocalFailure},
 };
 
+Response failed(Kind kind, bool requestMayHaveRun) {
+  return TestSupport::failedResponse(kind, "CURLE_SOME_FAILURE", "what the transport\nsaid",
+                                     requestMayHaveRun);
+}
+
 class TransportFailureOf : public testing::TestWithParam<FailedTransport> {};
 
 TEST_P(TransportFailureOf, IsNamedByTheTransport) {
-  const Error error = transportError(*noAnswer(GetParam().kind).failure);
+  const Error error = transportError(*failed(GetParam().kind, true).failure);
   EXPECT_EQ(error.exceptionName, "CURLE_SOME_FAILURE");
   EXPECT_EQ(error.message, "what the transport said");
   EXPECT_EQ(error.httpResponseCode, 0);
   EXPECT_TRUE(error.responseHeaders.empty());
 }
 
-TEST_P(TransportFailureOf, HasATypeOfItsOwnAndIsNotRetryableWhereTheStrategyDoesNotRepeatIt) {
+TEST_P(TransportFailureOf, HasATypeOfItsOwnAndIsNotRetryableWhereTheStrategyIgnoresTheFlag) {
   std::vector<std::unique_ptr<WSErrorMarshaller>> marshallers;
   marshallers.push_back(std::make_unique<S3::S3ErrorMarshaller>());
   marshallers.push_back(std::make_unique<AzureSSB::AzureSSBErrorMarshaller>());
@@ -199,7 +209,7 @@ TEST_P(TransportFailureOf, HasATypeOfItsOwnAndIsNotRetryableWhereTheStrategyDoes
   marshallers.push_back(std::make_unique<Dropbox::DropboxErrorMarshaller>());
   for (const auto& marshaller : marshallers) {
     for (const bool mayHaveRun : {false, true}) {
-      const Error error = marshaller->marshall(noAnswer(GetParam().kind, mayHaveRun), Method::Get);
+      const Error error = marshaller->marshall(failed(GetParam().kind, mayHaveRun), Method::Get);
       EXPECT_EQ(error.errorType, GetParam().type);
       EXPECT_EQ(error.exceptionName, "CURLE_SOME_FAILURE");
       EXPECT_FALSE(error.retryable);
@@ -216,7 +226,7 @@ TEST_P(TransportFailureOf, IsTemporaryForGoogleDriveAndAmazonDrive) {
   const bool canHelp = !isLocal && GetParam().kind != Kind::Untrusted;
   for (const auto& marshaller : marshallers) {
     const auto marshall = [&](bool mayHaveRun, Method method) {
-      return marshaller->marshall(noAnswer(GetParam().kind, mayHaveRun), method);
+      return marshaller->marshall(failed(GetParam().kind, mayHaveRun), method);
     };
     EXPECT_EQ(static_cast<unsigned>(marshall(true, Method::Get).errorType), isLocal ? 1U : 259U);
     EXPECT_EQ(marshall(false, Method::Get).retryable, canHelp);

@@ -2,12 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "support/google_drive_world.h"
+#include "support/expectations.h"
+#include "support/google_drive_fixture.h"
 
 namespace {
 
@@ -17,14 +16,15 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using Kind = Http::TransportFailure::Kind;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::expectInvalidRequest;
+using TestSupport::expectMalformedResponse;
+using TestSupport::failedResponse;
 using TestSupport::googleError;
-using TestSupport::noAnswer;
+using TestSupport::response;
 
 constexpr char kFolderType[] = "application/vnd.google-apps.folder";
 constexpr char kFile[] = R"({"id":"7"})";
@@ -47,41 +47,39 @@ Model::UploadFileRequest newFolder(const std::string& name) {
   return request;
 }
 
-class GoogleDriveClientTest : public ::testing::Test {
+class GoogleDriveClientTest : public ::testing::Test, protected TestSupport::GoogleDriveFixture {
  protected:
   using FileOutcome = Outcome<Model::FileResource, Error>;
 
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
-  FileOutcome getRoot() { return world.client()->getFileResource(fileOf("root")); }
-  FileOutcome createFolder() { return world.client()->uploadFile(newFolder("New")); }
+  FileOutcome getRoot() { return makeClient()->getFileResource(fileOf("root")); }
+  FileOutcome createFolder() { return makeClient()->uploadFile(newFolder("New")); }
 
   FileOutcome fileFrom(const std::string& body) {
-    enqueue(answer(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
+    enqueue(response(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
     return getRoot();
   }
 
-  // The address that the file with this id has.
+  // Method and address of the request for the file `id`.
   std::string lineOf(const std::string& id) {
-    enqueue(answer(200, kFile));
-    EXPECT_TRUE(world.client()->getFileResource(fileOf(id)).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, kFile));
+    EXPECT_TRUE(makeClient()->getFileResource(fileOf(id)).isSuccess());
+    return lines().back();
   }
 
   std::string creationOf(const Model::UploadFileRequest& request) {
-    enqueue(answer(200, kFile));
-    EXPECT_TRUE(world.client()->uploadFile(request).isSuccess());
-    return world.bodies().back();
+    enqueue(response(200, kFile));
+    EXPECT_TRUE(makeClient()->uploadFile(request).isSuccess());
+    return bodies().back();
   }
 
-  // How often a call is sent that is answered with `response` time and again.
+  // How often a call is sent if `response` is the response to each attempt.
   template <typename Call>
   std::size_t sendsOf(const Http::Response& response, Call call) {
-    const std::size_t before = world.transport->requests().size();
+    const std::size_t before = requests().size();
     for (int i = 0; i < 4; ++i) enqueue(response);
     EXPECT_FALSE(call().isSuccess());
-    const std::size_t sends = world.transport->requests().size() - before;
-    while (world.transport->unusedAnswers() != 0) world.transport->send({});
+    const std::size_t sends = requests().size() - before;
+    while (transport->unusedResponses() != 0) transport->send({});
     return sends;
   }
   std::size_t readsSent(const Http::Response& response) {
@@ -90,31 +88,14 @@ class GoogleDriveClientTest : public ::testing::Test {
   std::size_t creationsSent(const Http::Response& response) {
     return sendsOf(response, [this] { return createFolder(); });
   }
-
-  static void expectMalformed(const FileOutcome& outcome) {
-    ASSERT_FALSE(outcome.isSuccess());
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200);
-    EXPECT_FALSE(outcome.getError().retryable);
-  }
-
-  static void expectInvalid(const FileOutcome& outcome) {
-    ASSERT_FALSE(outcome.isSuccess());
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest");
-    EXPECT_FALSE(outcome.getError().retryable);
-  }
-
-  TestSupport::GoogleDriveWorld world;
 };
 
 using GoogleDriveGetFile = GoogleDriveClientTest;
 
-TEST_F(GoogleDriveGetFile, AsksForEachFieldOfAFile) {
+TEST_F(GoogleDriveGetFile, RequestsEachFieldOfAFile) {
   EXPECT_EQ(lineOf("root"),
             "GET https://www.googleapis.com/drive/v3/files/root" + std::string(kMask));
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_THAT(request.body, IsEmpty());
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
                                            Pair("authorization", "Bearer token-1")));
@@ -129,10 +110,10 @@ TEST_F(GoogleDriveGetFile, IdIsOneSegmentOfThePath) {
 TEST_F(GoogleDriveGetFile, IdThatAddressesSomethingElseIsRefused) {
   for (const auto* id : {"", ".", ".."}) {
     SCOPED_TRACE(id);
-    expectInvalid(world.client()->getFileResource(fileOf(id)));
+    expectInvalidRequest(makeClient()->getFileResource(fileOf(id)));
   }
-  expectInvalid(world.client()->getFileResource({}));
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  expectInvalidRequest(makeClient()->getFileResource({}));
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(GoogleDriveGetFile, ReadsAllFields) {
@@ -155,7 +136,7 @@ TEST_F(GoogleDriveGetFile, ReadsAllFields) {
   EXPECT_THAT(file.parents, ElementsAre("p1", "p2"));
 }
 
-TEST_F(GoogleDriveGetFile, AllButTheIdMayBeMissingNullOrOfAnotherKind) {
+TEST_F(GoogleDriveGetFile, AllButTheIdMayBeMissingNullOrOfAnotherType) {
   for (const auto* body :
        {R"({"id":"7"})",
         R"({"kind":null,"id":"7","name":null,"mimeType":null,"trashed":null,"createdTime":null,
@@ -183,50 +164,44 @@ TEST_F(GoogleDriveGetFile, LastOfSeveralMembersCounts) {
   EXPECT_EQ(fileFrom(R"({"id":"1","id":"2"})").getResult().id, "2");
 }
 
-TEST_F(GoogleDriveGetFile, TimeThatIsNoneIsNoFault) {
+TEST_F(GoogleDriveGetFile, InvalidTimeIsAccepted) {
   const auto outcome = fileFrom(R"({"id":"7","createdTime":"yesterday"})");
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_EQ(outcome.getResult().createdTime.value(), std::chrono::system_clock::time_point());
 }
 
-TEST_F(GoogleDriveGetFile, AnswerWithoutAnIdIsAFailure) {
+TEST_F(GoogleDriveGetFile, ResponseWithoutAnIdIsAFailure) {
   for (const auto* body : {"{}", R"({"id":""})", R"({"id":null})", R"({"id":7})",
                            R"({"file":{"id":"7"}})", R"({"name":"My Drive"})"}) {
     SCOPED_TRACE(body);
-    expectMalformed(fileFrom(body));
+    expectMalformedResponse(fileFrom(body));
   }
 }
 
-TEST_F(GoogleDriveGetFile, AnswerThatIsNoObjectIsAFailure) {
+TEST_F(GoogleDriveGetFile, ResponseThatIsNoObjectIsAFailure) {
   for (const auto* body :
        {"", " ", "null", "7", "[]", R"([{"id":"7"}])", R"("id")", "<html><body>{}</body></html>",
         R"({"id":"7")", R"({"id":"7)", R"({"id":"7"} x)", R"({"id":"7"}{})", R"({"id":"7",})",
         "{\"id\":\"\xFF\"}", R"({"id":"7\q"})", R"({"id":"\ud800"})", R"({"id":"a\u0000b"})",
         R"({"id":"7","name":"a\u0000b"})", "{\"id\":\"7\",\"name\":\"a\nb\"}"}) {
     SCOPED_TRACE(body);
-    expectMalformed(fileFrom(body));
+    expectMalformedResponse(fileFrom(body));
   }
 }
 
-TEST_F(GoogleDriveGetFile, PageOfACaptivePortalIsAFailure) {
-  enqueue(answer(200, "<!DOCTYPE html><html>Log in</html>", {{"content-type", "text/html"}}));
-  expectMalformed(getRoot());
-  EXPECT_THAT(world.transport->requests(), SizeIs(1));
+TEST_F(GoogleDriveGetFile, JsonWithTheContentTypeOfHtmlIsAFailure) {
+  enqueue(response(200, R"({"id":"7"})", {{"content-type", "text/html; charset=utf-8"}}));
+  expectMalformedResponse(getRoot());
 }
 
-TEST_F(GoogleDriveGetFile, JsonThatIsSentAsAPageIsAFailure) {
-  enqueue(answer(200, R"({"id":"7"})", {{"content-type", "text/html; charset=utf-8"}}));
-  expectMalformed(getRoot());
-}
-
-TEST_F(GoogleDriveGetFile, AnswerNeedNotSayWhatItIs) {
-  enqueue(answer(200, R"({"id":"7"})"));
+TEST_F(GoogleDriveGetFile, ContentTypeMayBeMissing) {
+  enqueue(response(200, R"({"id":"7"})"));
   EXPECT_EQ(getRoot().getResult().id, "7");
 }
 
 TEST_F(GoogleDriveGetFile, NeedsACredential) {
   const CloudStorage::Client::GoogleDrive::GoogleDriveClient client({}, {}, {});
-  expectInvalid(client.getFileResource(fileOf("root")));
+  expectInvalidRequest(client.getFileResource(fileOf("root")));
 }
 
 TEST_F(GoogleDriveGetFile, UnknownMembersMayBeNestedDeeply) {
@@ -239,10 +214,10 @@ TEST_F(GoogleDriveGetFile, UnknownMembersMayBeNestedDeeply) {
 TEST_F(GoogleDriveGetFile, TextsOutliveTheCallAndItsClient) {
   std::vector<Model::FileResource> files;
   {
-    TestSupport::GoogleDriveWorld other;
+    TestSupport::GoogleDriveFixture other;
     for (const auto* id : {"first", "second"}) {
-      other.transport->enqueue(answer(200, std::string(R"({"id":")") + id + R"("})"));
-      files.push_back(other.client()->getFileResource(fileOf("root")).getResult());
+      other.enqueue(response(200, std::string(R"({"id":")") + id + R"("})"));
+      files.push_back(other.makeClient()->getFileResource(fileOf("root")).getResult());
     }
   }
   EXPECT_EQ(files.at(0).id, "first");
@@ -251,19 +226,18 @@ TEST_F(GoogleDriveGetFile, TextsOutliveTheCallAndItsClient) {
 
 using GoogleDriveUpload = GoogleDriveClientTest;
 
-TEST_F(GoogleDriveUpload, FolderIsMadeWithMetadataAlone) {
+TEST_F(GoogleDriveUpload, FolderIsCreatedWithMetadataOnly) {
   EXPECT_EQ(creationOf(newFolder("New folder")),
             R"({"name":"New folder","mimeType":"application/vnd.google-apps.folder",)"
             R"("parents":["parent-1"]})");
-  EXPECT_THAT(world.lines(),
+  EXPECT_THAT(lines(),
               ElementsAre("POST https://www.googleapis.com/drive/v3/files" + std::string(kMask)));
-  EXPECT_THAT(
-      world.transport->requests().at(0).headers,
-      ElementsAre(Pair("accept", "application/json"), Pair("authorization", "Bearer token-1"),
-                  Pair("content-type", "application/json")));
+  EXPECT_THAT(requests().at(0).headers, ElementsAre(Pair("accept", "application/json"),
+                                                    Pair("authorization", "Bearer token-1"),
+                                                    Pair("content-type", "application/json")));
 }
 
-TEST_F(GoogleDriveUpload, EachParameterHasItsPlace) {
+TEST_F(GoogleDriveUpload, ParametersAreSentInAFixedOrder) {
   const auto time = std::chrono::system_clock::from_time_t(1709195415);
   auto request = newFolder("x");
   request.createdTime = time;
@@ -296,34 +270,34 @@ TEST_F(GoogleDriveUpload, NameIsEscapedAndOtherwiseSentAsItIs) {
 TEST_F(GoogleDriveUpload, InvalidUtf8IsRefused) {
   for (const auto* text : {"\xFF", "a\xC3", "\xED\xA0\x80", "\xC0\xAF"}) {
     auto request = newFolder(text);
-    expectInvalid(world.client()->uploadFile(request));
+    expectInvalidRequest(makeClient()->uploadFile(request));
     request = newFolder("good");
     request.parents = text;
-    expectInvalid(world.client()->uploadFile(request));
+    expectInvalidRequest(makeClient()->uploadFile(request));
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(GoogleDriveUpload, ReadsWhatWasMade) {
-  enqueue(answer(200, R"({"kind":"drive#file","id":"1New","name":"New 2"})"));
+TEST_F(GoogleDriveUpload, ReadsTheCreatedFile) {
+  enqueue(response(200, R"({"kind":"drive#file","id":"1New","name":"New 2"})"));
   const auto outcome = createFolder();
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
   EXPECT_EQ(outcome.getResult().id, "1New");
   EXPECT_EQ(outcome.getResult().name, "New 2");
 }
 
-TEST_F(GoogleDriveUpload, AnswerWithoutAnIdIsAFailureAndNotRepeated) {
-  enqueue(answer(200, R"({"name":"New"})"));
-  expectMalformed(createFolder());
-  enqueue(answer(200, "<html></html>"));
-  expectMalformed(createFolder());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+TEST_F(GoogleDriveUpload, ResponseWithoutAnIdIsAFailureAndNotRetried) {
+  enqueue(response(200, R"({"name":"New"})"));
+  expectMalformedResponse(createFolder());
+  enqueue(response(200, "<html></html>"));
+  expectMalformedResponse(createFolder());
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 using GoogleDriveErrors = GoogleDriveClientTest;
 
 TEST_F(GoogleDriveErrors, AreNamedByTheService) {
-  enqueue(answer(404, googleError(404, "notFound"), {{"x-header", "value"}}));
+  enqueue(response(404, googleError(404, "notFound"), {{"x-header", "value"}}));
   const auto outcome = getRoot();
   ASSERT_FALSE(outcome.isSuccess());
   const Error& error = outcome.getError();
@@ -333,76 +307,66 @@ TEST_F(GoogleDriveErrors, AreNamedByTheService) {
   EXPECT_EQ(error.httpResponseCode, 404);
   EXPECT_FALSE(error.retryable);
   EXPECT_THAT(error.responseHeaders, ElementsAre(Pair("x-header", "value")));
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(404, 0)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(404, 0)));
 }
 
 TEST_F(GoogleDriveErrors, RefusalsAreFinal) {
   for (const int status : {302, 400, 403, 404, 409, 411, 412}) {
     SCOPED_TRACE(status);
-    const auto response = answer(status, googleError(status, "domainPolicy"));
+    const auto response = TestSupport::response(status, googleError(status, "domainPolicy"));
     EXPECT_EQ(readsSent(response), 1U);
     EXPECT_EQ(creationsSent(response), 1U);
   }
 }
 
-TEST_F(GoogleDriveErrors, LimitsAreWaitedForByReadsAndCreations) {
-  for (const auto& response : {answer(403, googleError(403, "rateLimitExceeded")),
-                               answer(403, googleError(403, "userRateLimitExceeded")),
-                               answer(429, googleError(429, "rateLimitExceeded")), answer(503)}) {
+TEST_F(GoogleDriveErrors, RateLimitsAreRetriedInReadsAndCreations) {
+  for (const auto& response :
+       {response(403, googleError(403, "rateLimitExceeded")),
+        response(403, googleError(403, "userRateLimitExceeded")),
+        response(429, googleError(429, "rateLimitExceeded")), response(503)}) {
     SCOPED_TRACE(response.status);
     EXPECT_EQ(readsSent(response), 4U);
     EXPECT_EQ(creationsSent(response), 4U);
   }
 }
 
-TEST_F(GoogleDriveErrors, FailuresOfTheServiceAreSentAgainOnlyIfNothingCouldBeDoubled) {
+TEST_F(GoogleDriveErrors, ServiceFailuresAreRetriedInReadsOnly) {
   for (const int status : {500, 502, 504}) {
     SCOPED_TRACE(status);
-    const auto response = answer(status, googleError(status, "backendError"));
+    const auto response = TestSupport::response(status, googleError(status, "backendError"));
     EXPECT_EQ(readsSent(response), 4U);
     EXPECT_EQ(creationsSent(response), 1U);
   }
 }
 
-TEST_F(GoogleDriveErrors, LostAnswerToACreationIsFinal) {
-  const auto lost = noAnswer(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true);
+TEST_F(GoogleDriveErrors, CreationWithALostResponseIsNotRetried) {
+  const auto lost = failedResponse(Kind::Interrupted, "CURLE_RECV_ERROR", "reset", true);
   EXPECT_EQ(readsSent(lost), 4U);
   EXPECT_EQ(creationsSent(lost), 1U);
 
-  const auto unreachable = noAnswer(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false);
+  const auto unreachable =
+      failedResponse(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "refused", false);
   EXPECT_EQ(readsSent(unreachable), 4U);
   EXPECT_EQ(creationsSent(unreachable), 4U);
 
-  const auto untrusted = noAnswer(Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION", "", false);
+  const auto untrusted =
+      failedResponse(Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION", "", false);
   EXPECT_EQ(readsSent(untrusted), 1U);
 }
 
-TEST_F(GoogleDriveErrors, CallSucceedsWhenTheTroubleIsOver) {
-  enqueue(answer(503));
-  enqueue(answer(429));
+TEST_F(GoogleDriveErrors, CallSucceedsAfterTemporaryFailures) {
+  enqueue(response(503));
+  enqueue(response(429));
   EXPECT_TRUE(fileFrom(kFile).isSuccess());
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
-  EXPECT_THAT(world.lines(), SizeIs(3));
-  EXPECT_EQ(world.lines().at(0), world.lines().at(2));
-}
-
-TEST_F(GoogleDriveErrors, ExpiredTokenIsRefreshedAndTheCreationSentAgain) {
-  enqueue(answer(401, googleError(401, "authError")));
-  enqueue(answer(200, R"({"access_token":"token-2"})"));
-  enqueue(answer(200, kFile));
-  EXPECT_TRUE(createFolder().isSuccess());
-  const auto requests = world.transport->requests();
-  ASSERT_THAT(requests, SizeIs(3));
-  EXPECT_EQ(requests[0].headers.at("authorization"), "Bearer token-1");
-  EXPECT_EQ(requests[1].uri.toString(), "https://login.example.test/token");
-  EXPECT_EQ(requests[2].headers.at("authorization"), "Bearer token-2");
-  EXPECT_EQ(requests[2].body, requests[0].body);
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(lines(), SizeIs(3));
+  EXPECT_EQ(lines().at(0), lines().at(2));
 }
 
 TEST_F(GoogleDriveErrors, WithoutAnAccessTokenNoneIsSent) {
-  world.credential->setTokens("", "");
+  credential->setTokens("", "");
   EXPECT_TRUE(fileFrom(kFile).isSuccess());
-  EXPECT_EQ(world.transport->requests().at(0).headers.count("authorization"), 0U);
+  EXPECT_EQ(requests().at(0).headers.count("authorization"), 0U);
 }
 
 }  // namespace

@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,8 +12,9 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::GoogleDrive::GoogleDriveErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRowOfCreation;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response, Method method = Method::Get) {
   return GoogleDriveErrorMarshaller().marshall(response, method);
@@ -23,7 +25,7 @@ std::string body(const std::string& reason) {
          reason + R"(","message":"inner"}],"status":"SOME_STATUS"}})";
 }
 
-const Expectation kExpectations[] = {
+const ErrorExpectation kExpectations[] = {
     {400, "invalid", CoreErrors::TemporaryFailure, false},
     {400, "badRequest", CoreErrors::TemporaryFailure, false},
     {400, "invalidParameter", CoreErrors::TemporaryFailure, false},
@@ -62,11 +64,11 @@ const Expectation kExpectations[] = {
     {504, "", CoreErrors::TemporaryFailure, true},
 };
 
-class GoogleDriveError : public testing::TestWithParam<Expectation> {};
+using GoogleDriveError = TestSupport::ErrorTable;
 
 TEST_P(GoogleDriveError, OfAReadHasTheFlagOfItsRow) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, row.code.empty() ? "" : body(row.code)));
+  const ErrorExpectation& row = GetParam();
+  const Error error = marshall(response(row.status, row.code.empty() ? "" : body(row.code)));
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
   EXPECT_EQ(error.httpResponseCode, row.status);
@@ -74,23 +76,20 @@ TEST_P(GoogleDriveError, OfAReadHasTheFlagOfItsRow) {
 }
 
 TEST_P(GoogleDriveError, OfACreationIsRetryableOnlyIfRefusedBeforeAnyWork) {
-  const Expectation& row = GetParam();
-  const bool mayHaveWorked = row.status == 500 || row.status == 502 || row.status == 504;
-  const Error error =
-      marshall(answer(row.status, row.code.empty() ? "" : body(row.code)), Method::Post);
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable && !mayHaveWorked);
+  const ErrorExpectation& row = GetParam();
+  expectRowOfCreation(
+      marshall(response(row.status, row.code.empty() ? "" : body(row.code)), Method::Post), row);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, GoogleDriveError, testing::ValuesIn(kExpectations),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+                         TestSupport::RowName());
 
-TEST(GoogleDriveErrorMarshaller, TypeHasTheNumberThatTheRetryStrategyKnows) {
-  EXPECT_EQ(static_cast<unsigned>(marshall(answer(503)).errorType), 259U);
+TEST(GoogleDriveErrorMarshaller, TypeHasTheNumberThatTheRetryStrategyExpects) {
+  EXPECT_EQ(static_cast<unsigned>(marshall(response(503)).errorType), 259U);
 }
 
 TEST(GoogleDriveErrorMarshaller, ReasonOfTheFirstErrorIsTheName) {
-  const Error error = marshall(answer(
+  const Error error = marshall(response(
       403, R"({"error":{"code":403,"message":"Limit","errors":[{"reason":"first"},{"reason":"x"}],)"
            R"("status":"PERMISSION_DENIED"}})"));
   EXPECT_EQ(error.exceptionName, "first");
@@ -102,20 +101,20 @@ TEST(GoogleDriveErrorMarshaller, StatusNamesAnErrorWithoutReason) {
        {R"({"error":{"code":404,"message":"No","status":"NOT_FOUND"}})",
         R"({"error":{"code":404,"message":"No","errors":[],"status":"NOT_FOUND"}})",
         R"({"error":{"code":404,"message":"No","errors":[{}],"status":"NOT_FOUND"}})"}) {
-    const Error error = marshall(answer(404, other));
+    const Error error = marshall(response(404, other));
     EXPECT_EQ(error.exceptionName, "NOT_FOUND") << other;
     EXPECT_EQ(error.message, "No") << other;
   }
 }
 
 TEST(GoogleDriveErrorMarshaller, NumberNamesAnErrorWithoutReasonAndStatus) {
-  const Error error = marshall(answer(404, R"({"error":{"code":404,"message":"No"}})"));
+  const Error error = marshall(response(404, R"({"error":{"code":404,"message":"No"}})"));
   EXPECT_EQ(error.exceptionName, "404");
   EXPECT_EQ(error.message, "No");
 }
 
 TEST(GoogleDriveErrorMarshaller, LimitThatIsNoRateLimitIsNotRetryable) {
-  EXPECT_FALSE(marshall(answer(403, body("rateLimitExceededForever"))).retryable);
+  EXPECT_FALSE(marshall(response(403, body("rateLimitExceededForever"))).retryable);
 }
 
 }  // namespace

@@ -1,35 +1,29 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <memory>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
 
-#include "support/google_drive_world.h"
+#include "support/google_drive_fixture.h"
 
 namespace {
 
-namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::GoogleDrive::Model;
-using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
 using TestSupport::googleError;
+using TestSupport::response;
 
 constexpr char kAddress[] = "GET https://www.googleapis.com/drive/v3/files?";
 constexpr char kEnd[] =
     "fields=nextPageToken%2Cfiles%28id%2Cname%29&supportsAllDrives=true"
     "&includeItemsFromAllDrives=true";
 
-/// What the library asks for.
+/// The request that the library makes.
 Model::ListFileResourceRequest foldersOf(const std::string& parent) {
   Model::ListFileResourceRequest request;
   request.orderBy = "folder,name";
@@ -40,20 +34,19 @@ Model::ListFileResourceRequest foldersOf(const std::string& parent) {
   return request;
 }
 
-class GoogleDriveListing : public ::testing::Test {
+class GoogleDriveListing : public ::testing::Test, protected TestSupport::GoogleDriveFixture {
  protected:
   using PageOutcome = Outcome<Model::ListFileResourceResult, Error>;
 
   std::string lineOf(const Model::ListFileResourceRequest& request) {
-    world.transport->enqueue(answer(200, "{}"));
-    EXPECT_TRUE(world.client()->listFileResource(request).isSuccess());
-    return world.lines().back();
+    enqueue(response(200, "{}"));
+    EXPECT_TRUE(makeClient()->listFileResource(request).isSuccess());
+    return lines().back();
   }
 
   PageOutcome read(const std::string& body) {
-    world.transport->enqueue(
-        answer(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
-    return world.client()->listFileResource(foldersOf("X"));
+    enqueue(response(200, body, {{"content-type", "application/json; charset=UTF-8"}}));
+    return makeClient()->listFileResource(foldersOf("X"));
   }
 
   // "id=name" of each file on a page with these files.
@@ -66,18 +59,16 @@ class GoogleDriveListing : public ::testing::Test {
     }
     return texts;
   }
-
-  TestSupport::GoogleDriveWorld world;
 };
 
-TEST_F(GoogleDriveListing, AsksForIdsAndNamesOnSharedDrivesToo) {
+TEST_F(GoogleDriveListing, RequestsIdsAndNamesOnSharedDrivesToo) {
   EXPECT_EQ(lineOf(foldersOf("X")),
             kAddress +
                 std::string("orderBy=folder%2Cname&pageSize=500"
                             "&q=%27X%27%20in%20parents%20and%20trashed%20%3D%20false%20and%20"
                             "mimeType%20%3D%20%27application%2Fvnd.google-apps.folder%27&") +
                 kEnd);
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_THAT(request.body, IsEmpty());
   EXPECT_EQ(request.headers.at("accept"), "application/json");
   EXPECT_EQ(request.headers.at("authorization"), "Bearer token-1");
@@ -99,13 +90,13 @@ TEST_F(GoogleDriveListing, OnlyPresentParametersAreSent) {
   EXPECT_EQ(lineOf(request), kAddress + std::string("q=trashed%20%3D%20false&") + kEnd);
 }
 
-TEST_F(GoogleDriveListing, EmptyPageTokenIsTheFirstPage) {
+TEST_F(GoogleDriveListing, EmptyPageTokenCountsAsAbsent) {
   Model::ListFileResourceRequest request;
   request.pageToken.markPresent();
   EXPECT_EQ(lineOf(request), std::string(kAddress) + kEnd);
 }
 
-TEST_F(GoogleDriveListing, QuoteInAnIdIsLeftToTheService) {
+TEST_F(GoogleDriveListing, QuoteInAnIdIsNotEscaped) {
   EXPECT_THAT(lineOf(foldersOf("it's")), ::testing::HasSubstr("&q=%27it%27s%27%20in%20parents"));
 }
 
@@ -147,7 +138,7 @@ TEST_F(GoogleDriveListing, LastPageHasNoToken) {
   }
 }
 
-TEST_F(GoogleDriveListing, EmptyPageMayHaveASuccessor) {
+TEST_F(GoogleDriveListing, EmptyPageMayHaveANextPage) {
   for (const auto* body : {R"({"nextPageToken":"t","files":[]})", R"({"nextPageToken":"t"})",
                            R"({"files":null,"nextPageToken":"t"})"}) {
     SCOPED_TRACE(body);
@@ -168,31 +159,7 @@ TEST_F(GoogleDriveListing, NamesAreUnescaped) {
               ElementsAre("1=\xC3\xA4\xF0\x9F\x93\x81\t/\\", "2=/"));
 }
 
-TEST_F(GoogleDriveListing, AnswerThatIsNoListIsAFailure) {
-  for (const auto* body :
-       {"", "[]", "null", "<html>Log in</html>", R"({"files":{}})", R"({"files":"x"})",
-        R"({"files":7})", R"({"files":[7]})", R"({"files":["x"]})", R"({"files":[[]]})",
-        R"({"files":[null]})", R"({"files":[{"id":"1"})", R"({"files":[{"id":"1"}])",
-        R"({"files":[{"id":"1"},]})", R"({"files":[]} trailing)", R"({"files":[{"id":"1)",
-        "{\"files\":[{\"id\":\"1\",\"name\":\"\xFF\"}]}",
-        R"({"files":[{"id":"1","name":"a\u0000b"}]})", R"({"files":[{"id":"1","name":"\q"}]})"}) {
-    SCOPED_TRACE(body);
-    const auto outcome = read(body);
-    ASSERT_FALSE(outcome.isSuccess());
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200);
-    EXPECT_FALSE(outcome.getError().retryable);
-  }
-}
-
-TEST_F(GoogleDriveListing, ByteOrderMarkIsNoPartOfTheAnswer) {
-  const auto outcome = read("\xEF\xBB\xBF{\"nextPageToken\":\"t\"}");
-  ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
-  EXPECT_EQ(outcome.getResult().nextPageToken, "t");
-}
-
-TEST_F(GoogleDriveListing, PageOfManyFoldersIsReadToItsEnd) {
+TEST_F(GoogleDriveListing, PageOfManyFoldersIsReadCompletely) {
   constexpr int kFiles = 1000;
   std::string body = R"({"nextPageToken":"t","files":[)";
   for (int i = 0; i < kFiles; ++i) {
@@ -210,68 +177,22 @@ TEST_F(GoogleDriveListing, PageOfManyFoldersIsReadToItsEnd) {
   }
 }
 
-TEST_F(GoogleDriveListing, TextsLastAsLongAsThePageThatKeepsThem) {
-  auto first = read(R"({"files":[{"id":"1","name":"one"}]})");
-  auto kept = std::make_unique<Model::ListFileResourceResult>(first.getResult());
-  first = read(R"({"files":[{"id":"2","name":"two"}]})");
-  EXPECT_EQ(kept->files.at(0).name, "one");
-  EXPECT_EQ(first.getResult().files.at(0).name, "two");
-}
-
-TEST_F(GoogleDriveListing, AnswerOfAFailedAttemptLeavesNothing) {
-  world.transport->enqueue(answer(503, R"({"files":[{"id":"stale"}],"nextPageToken":"stale"})"));
+TEST_F(GoogleDriveListing, ResponseOfAFailedAttemptIsDiscarded) {
+  enqueue(response(503, R"({"files":[{"id":"stale"}],"nextPageToken":"stale"})"));
   const auto outcome = read(R"({"files":[{"id":"1","name":"one"}]})");
   ASSERT_TRUE(outcome.isSuccess()) << outcome.getError();
   EXPECT_THAT(outcome.getResult().files, SizeIs(1));
   EXPECT_THAT(outcome.getResult().nextPageToken, IsEmpty());
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
 TEST_F(GoogleDriveListing, BadPageTokenIsAFailureOfTheService) {
-  world.transport->enqueue(answer(400, googleError(400, "invalid")));
-  const auto outcome = world.client()->listFileResource(foldersOf("X"));
+  enqueue(response(400, googleError(400, "invalid")));
+  const auto outcome = makeClient()->listFileResource(foldersOf("X"));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "invalid");
   EXPECT_EQ(outcome.getError().httpResponseCode, 400);
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(400, 0)));
-}
-
-TEST_F(GoogleDriveListing, ExpiredTokenIsRefreshedBetweenPages) {
-  EXPECT_TRUE(read(R"({"nextPageToken":"t"})").isSuccess());
-  world.transport->enqueue(answer(401, googleError(401, "authError")));
-  world.transport->enqueue(answer(200, R"({"access_token":"token-2"})"));
-  EXPECT_TRUE(read("{}").isSuccess());
-  const auto requests = world.transport->requests();
-  ASSERT_THAT(requests, SizeIs(4));
-  EXPECT_EQ(requests[3].headers.at("authorization"), "Bearer token-2");
-  EXPECT_EQ(requests[3].uri.toString(), requests[1].uri.toString());
-}
-
-TEST_F(GoogleDriveListing, ThreadsShareAClient) {
-  constexpr std::size_t kThreads = 16;
-  constexpr int kCalls = 10;
-  const auto client = world.client();
-  for (std::size_t i = 0; i < kThreads * kCalls; ++i) {
-    // Each answer says which parent was asked for.
-    world.transport->enqueue([](const Http::Request& request) {
-      const std::string query = request.uri.queryText();
-      const auto begin = query.find("%27") + 3;
-      return answer(200, R"({"files":[{"id":"x","name":")" +
-                             query.substr(begin, query.find("%27", begin) - begin) + "\"}]}");
-    });
-  }
-  std::atomic<int> right{0};
-  std::vector<std::thread> threads;
-  for (std::size_t number = 0; number < kThreads; ++number) {
-    threads.emplace_back([&client, &right, parent = "parent-" + std::to_string(number)] {
-      for (int call = 0; call < kCalls; ++call) {
-        const auto outcome = client->listFileResource(foldersOf(parent));
-        if (outcome.isSuccess() && outcome.getResult().files.at(0).name == parent) ++right;
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(right, kThreads * kCalls);
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
 }  // namespace

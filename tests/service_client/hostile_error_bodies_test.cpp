@@ -14,19 +14,19 @@
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "Util/Text.h"
-#include "support/error_answers.h"
+#include "support/responses.h"
 
 namespace {
 
 using namespace std::string_literals;
 using namespace CloudStorage::Client;  // NOLINT: everything under test
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
+using TestSupport::response;
 
 struct Service {
   const char* name;
   std::function<std::unique_ptr<WSErrorMarshaller>()> make;
-  /// What a failure without a usable code is named, before the status.
+  /// The start of the name of a failure without a usable code; the status follows.
   std::string prefix;
 };
 
@@ -52,7 +52,7 @@ std::string repeated(const std::string& piece, int times) {
 /// None of these holds a code or a message in a form that any of the services uses.
 const Body kBodies[] = {
     {"Empty", ""},
-    {"Blanks", " \r\n\t "},
+    {"WhiteSpace", " \r\n\t "},
     {"ByteOrderMarkAlone", "\xEF\xBB\xBF"},
     {"HtmlPage", "<!DOCTYPE html><html><body><h1>Bad Gateway</h1></body></html>"},
     {"HtmlWithoutDoctype", "<html><head><title>502</title></head><body><hr></body></html>"},
@@ -77,9 +77,9 @@ const Body kBodies[] = {
                        R"("user_message":[]})"},
     {"NullsForTexts", R"({"error":null,"code":null,"message":null,"error_summary":null})"},
     {"ArrayRoot", R"([{"code":"x","message":"y"}])"},
-    {"ZeroByteInXml", "<Error><Code>Ab\0c</Code></Error>"s},
-    {"ZeroByteInJson", "{\"code\":\"a\0b\",\"error_summary\":\"a\0b\"}"s},
-    {"ZeroReference", "<Error><Code>NoSuch&#0;Bucket</Code></Error>"},
+    {"NulInXml", "<Error><Code>Ab\0c</Code></Error>"s},
+    {"NulInJson", "{\"code\":\"a\0b\",\"error_summary\":\"a\0b\"}"s},
+    {"ReferenceToNul", "<Error><Code>NoSuch&#0;Bucket</Code></Error>"},
     {"MegabyteOfOpenBraces", std::string(1 << 20, '{')},
     {"MegabyteOfOpenBrackets", std::string(1 << 20, '<')},
 };
@@ -88,11 +88,11 @@ class HostileErrorBody : public testing::TestWithParam<std::tuple<Service, Body>
  protected:
   static const Service& service() { return std::get<0>(GetParam()); }
   static Error marshall(int status, const std::string& body) {
-    return service().make()->marshall(answer(status, body), Method::Get);
+    return service().make()->marshall(response(status, body), Method::Get);
   }
 };
 
-TEST_P(HostileErrorBody, LeavesTheStatusToSpeak) {
+TEST_P(HostileErrorBody, IsReplacedByTheStatus) {
   const Error error = marshall(502, std::get<1>(GetParam()).text);
   EXPECT_EQ(error.exceptionName, service().prefix + "502");
   EXPECT_EQ(error.message, "Bad Gateway");
@@ -119,11 +119,11 @@ INSTANTIATE_TEST_SUITE_P(All, HostileErrorBody,
 class ErrorOf : public testing::TestWithParam<Service> {
  protected:
   static Error marshall(int status, const std::string& body) {
-    return GetParam().make()->marshall(answer(status, body), Method::Get);
+    return GetParam().make()->marshall(response(status, body), Method::Get);
   }
 };
 
-TEST_P(ErrorOf, AnswerIsNeverSuccessNorAFailureOfThisSide) {
+TEST_P(ErrorOf, ResponseIsNeverASuccessNorALocalFailure) {
   for (int status = 100; status < 600; ++status) {
     const auto type = static_cast<unsigned>(marshall(status, "").errorType);
     EXPECT_NE(type, 0U) << status;
@@ -164,7 +164,7 @@ TEST_P(ErrorOf, LongHostileTextsAreCutToOneLineEach) {
 }
 
 TEST_P(ErrorOf, HeaderValuesAreNotEchoed) {
-  auto response = answer(403, "");
+  auto response = TestSupport::response(403, "");
   response.headers = {{"www-authenticate", "Bearer s3cr3t"}, {"x-odd", "s3cr3t"}};
   const Error error = GetParam().make()->marshall(response, Method::Get);
   EXPECT_EQ((error.exceptionName + error.message).find("s3cr3t"), std::string::npos);

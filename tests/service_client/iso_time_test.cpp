@@ -25,7 +25,7 @@ TEST(IsoTime, IsReadWithItsFraction) {
   EXPECT_EQ(microsecondsOf("2024-02-29T08:30:15.999999999Z"), 1709195415999999);
 }
 
-TEST(IsoTime, WhatIsNoneIsTheBeginningOf1970) {
+TEST(IsoTime, InvalidTextIsTheBeginningOf1970) {
   EXPECT_EQ(IsoTime().value(), std::chrono::system_clock::time_point());
   for (const char* text : {"", "yesterday", "2024-02-29", "2023-02-29T00:00:00Z",
                            "1969-12-31T23:59:59Z", "2024-02-29T08:30:15.5"}) {
@@ -34,7 +34,7 @@ TEST(IsoTime, WhatIsNoneIsTheBeginningOf1970) {
   }
 }
 
-TEST(IsoTime, KeepsWhatTheServiceWrote) {
+TEST(IsoTime, KeepsTheTextOfTheService) {
   EXPECT_EQ(IsoTime().text(), "");
   EXPECT_EQ(IsoTime("2015-03-02T10:00:00.1Z").text(), "2015-03-02T10:00:00.1Z");
   EXPECT_EQ(IsoTime("yesterday").text(), "yesterday");

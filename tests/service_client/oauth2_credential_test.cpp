@@ -23,34 +23,34 @@ using CloudStorage::Util::Status;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Hands out "new-1", "new-2" and so on, or what `conduct` decides.
+/// Returns "new-1", "new-2" and so on, or calls `onRefresh`.
 class FakeRefresher : public TokenRefresher {
  public:
   Status refresh(Tokens& tokens) override {
     std::size_t number = 0;
     {
       const std::lock_guard<std::mutex> lock(mutex_);
-      asked_.push_back(tokens.refreshToken);
-      number = asked_.size();
+      refreshTokens_.push_back(tokens.refreshToken);
+      number = refreshTokens_.size();
     }
-    if (conduct) return conduct(tokens);
+    if (onRefresh) return onRefresh(tokens);
     tokens.accessToken = "new-" + std::to_string(number);
     return {};
   }
 
-  std::vector<std::string> asked() const {
+  std::vector<std::string> refreshTokens() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return asked_;
+    return refreshTokens_;
   }
 
-  std::function<Status(Tokens&)> conduct;
+  std::function<Status(Tokens&)> onRefresh;
 
  private:
   mutable std::mutex mutex_;
-  std::vector<std::string> asked_;
+  std::vector<std::string> refreshTokens_;
 };
 
-/// Lets threads go on when all of them have arrived.
+/// Blocks threads until all of them have arrived.
 class Barrier {
  public:
   explicit Barrier(int expected) : missing_(expected) {}
@@ -87,12 +87,12 @@ class OAuth2RefusedRefresh : public OAuth2CredentialTest {
   }
 
   void refuseWith(int code) {
-    refresher->conduct = [code](TokenRefresher::Tokens&) {
+    refresher->onRefresh = [code](TokenRefresher::Tokens&) {
       return Status(code, "refused with " + std::to_string(code));
     };
   }
 
-  // As a call does it whose token is not accepted.
+  // The steps of a call whose token is refused.
   Status attemptAndRefresh() {
     credential.accessTokenForAttempt();
     return credential.refreshAccessToken();
@@ -134,7 +134,7 @@ TEST(OAuth2Credential, IsEmptyUntilEitherTokenIsSet) {
   EXPECT_FALSE(withRefreshToken.isEmpty());
 }
 
-TEST(OAuth2Credential, GivesBackWhatWasSet) {
+TEST(OAuth2Credential, ReturnsWhatWasSet) {
   OAuth2Credential credential;
   credential.setTokens("access", "refresh");
   EXPECT_EQ(credential.accessToken(), "access");
@@ -159,13 +159,13 @@ TEST(OAuth2Credential, WithoutARefresherRefreshFails) {
 TEST_F(OAuth2CredentialTest, RefreshReplacesTheAccessTokenAndKeepsTheRefreshToken) {
   EXPECT_EQ(credential.accessTokenForAttempt(), "old");
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-  EXPECT_THAT(refresher->asked(), ElementsAre("refresh"));
+  EXPECT_THAT(refresher->refreshTokens(), ElementsAre("refresh"));
   EXPECT_EQ(credential.accessTokenForAttempt(), "new-1");
   EXPECT_EQ(credential.refreshToken(), "refresh");
 }
 
-TEST_F(OAuth2CredentialTest, RefreshTakesOverARotatedRefreshToken) {
-  refresher->conduct = [](TokenRefresher::Tokens& tokens) {
+TEST_F(OAuth2CredentialTest, RefreshStoresARotatedRefreshToken) {
+  refresher->onRefresh = [](TokenRefresher::Tokens& tokens) {
     tokens = {"new", "rotated"};
     return Status();
   };
@@ -182,7 +182,7 @@ TEST_F(OAuth2CredentialTest, WorksWithARefreshTokenAlone) {
 }
 
 TEST_F(OAuth2CredentialTest, FailedRefreshIsReportedAndKeepsBothTokens) {
-  refresher->conduct = [](TokenRefresher::Tokens& tokens) {
+  refresher->onRefresh = [](TokenRefresher::Tokens& tokens) {
     tokens = {"must not", "be used"};
     return Status(400, "invalid_grant: revoked");
   };
@@ -194,18 +194,18 @@ TEST_F(OAuth2CredentialTest, FailedRefreshIsReportedAndKeepsBothTokens) {
   EXPECT_EQ(credential.refreshToken(), "refresh");
 }
 
-TEST_F(OAuth2CredentialTest, EachFailedAttemptAsksAgainAfterAFailure) {
-  refresher->conduct = [](TokenRefresher::Tokens&) { return Status(503, "HTTP 503"); };
+TEST_F(OAuth2CredentialTest, EachFailedAttemptRefreshesAgainAfterAFailure) {
+  refresher->onRefresh = [](TokenRefresher::Tokens&) { return Status(503, "HTTP 503"); };
   credential.accessTokenForAttempt();
   EXPECT_FALSE(credential.refreshAccessToken().isSuccess());
 
-  refresher->conduct = nullptr;
+  refresher->onRefresh = nullptr;
   credential.accessTokenForAttempt();
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
   EXPECT_EQ(credential.accessToken(), "new-2");
 }
 
-TEST_F(OAuth2RefusedRefresh, IsNotAskedForAgainForFiveSeconds) {
+TEST_F(OAuth2RefusedRefresh, IsNotRepeatedForFiveSeconds) {
   for (const int seconds : {0, 1, 3}) {  // 4 in all
     now += std::chrono::seconds(seconds);
     const auto status = attemptAndRefresh();
@@ -214,34 +214,34 @@ TEST_F(OAuth2RefusedRefresh, IsNotAskedForAgainForFiveSeconds) {
   }
   now += std::chrono::milliseconds(999);
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
 
   now += std::chrono::milliseconds(1);
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->asked().size(), 2U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 2U);
   now += std::chrono::seconds(4);
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->asked().size(), 2U) << "the second refusal counts from its own time";
+  EXPECT_EQ(refresher->refreshTokens().size(), 2U) << "the second refusal has a time of its own";
 }
 
 TEST_F(OAuth2RefusedRefresh, IsRememberedForOtherThreads) {
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
   runInOtherThread([this] { EXPECT_EQ(attemptAndRefresh().getCode(), 400); });
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
 }
 
 TEST_F(OAuth2RefusedRefresh, OnlyRefusalsAreRemembered) {
-  std::size_t asked = 0;
+  std::size_t refreshes = 0;
   for (const int code : {-1, 403, 404, 429, 500, 502, 503, 200}) {
     SCOPED_TRACE(code);
     refuseWith(code);
     EXPECT_EQ(attemptAndRefresh().getCode(), code);
-    EXPECT_EQ(refresher->asked().size(), ++asked);
+    EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
   }
   refuseWith(401);
   EXPECT_EQ(attemptAndRefresh().getCode(), 401);
   EXPECT_EQ(attemptAndRefresh().getCode(), 401);
-  EXPECT_EQ(refresher->asked().size(), ++asked);
+  EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
 }
 
 TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTokensAreSet) {
@@ -251,22 +251,22 @@ TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTokensAreSet) {
       [this] { credential.setTokens("third", "third refresh"); },
   };
   EXPECT_FALSE(attemptAndRefresh().isSuccess());
-  std::size_t asked = 1;
+  std::size_t refreshes = 1;
   for (const auto& change : changes) {
     change();
     EXPECT_FALSE(attemptAndRefresh().isSuccess());
-    EXPECT_EQ(refresher->asked().size(), ++asked);
+    EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
   }
 }
 
-TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTheClockIsPutBack) {
+TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTheClockIsSetBack) {
   EXPECT_FALSE(attemptAndRefresh().isSuccess());
   now -= std::chrono::hours(1);
-  refresher->conduct = nullptr;
+  refresher->onRefresh = nullptr;
   EXPECT_TRUE(attemptAndRefresh().isSuccess());
 }
 
-TEST_F(OAuth2RefusedRefresh, DoesNotOutliveALaterFailure) {
+TEST_F(OAuth2RefusedRefresh, IsReplacedByALaterFailure) {
   const auto begin = now;
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
   now += std::chrono::seconds(5);
@@ -274,16 +274,16 @@ TEST_F(OAuth2RefusedRefresh, DoesNotOutliveALaterFailure) {
   EXPECT_EQ(attemptAndRefresh().getCode(), 503);
   now = begin;
   EXPECT_EQ(attemptAndRefresh().getCode(), 503);
-  EXPECT_EQ(refresher->asked().size(), 3U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 3U);
 }
 
 TEST_F(OAuth2RefusedRefresh, RealClockIsTheDefault) {
   credential.setTokenRefresher(refresher);
   EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
 }
 
-TEST(OAuth2Credential, RequestsCarryWhatTheServicesTokensHoldForThem) {
+TEST(OAuth2Credential, RequestsCarryTheServicesPartOfTheToken) {
   class Halves : public FakeRefresher {
    public:
     std::string bearerOf(const std::string& accessToken) const override {
@@ -298,24 +298,24 @@ TEST(OAuth2Credential, RequestsCarryWhatTheServicesTokensHoldForThem) {
   EXPECT_EQ(credential.accessToken(), "abcd");
 }
 
-TEST_F(OAuth2CredentialTest, ThreadWithoutAnAttemptAlwaysAsks) {
+TEST_F(OAuth2CredentialTest, ThreadWithoutAnAttemptAlwaysRefreshes) {
   runInOtherThread([this] {
     EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
     EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
   });
-  EXPECT_EQ(refresher->asked().size(), 2U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 2U);
   EXPECT_EQ(credential.accessToken(), "new-2");
 }
 
-TEST_F(OAuth2CredentialTest, AttemptWithAnOlderTokenTakesOverTheNewOne) {
+TEST_F(OAuth2CredentialTest, AttemptWithAnOlderTokenUsesTheNewOne) {
   credential.accessTokenForAttempt();
   runInOtherThread([this] { EXPECT_TRUE(credential.refreshAccessToken().isSuccess()); });
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
   EXPECT_EQ(credential.accessToken(), "new-1");
 }
 
-TEST_F(OAuth2CredentialTest, AttemptWithTheNewTokenAsksAgain) {
+TEST_F(OAuth2CredentialTest, AttemptWithTheNewTokenRefreshesAgain) {
   credential.accessTokenForAttempt();
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
   EXPECT_EQ(credential.accessTokenForAttempt(), "new-1");
@@ -323,27 +323,27 @@ TEST_F(OAuth2CredentialTest, AttemptWithTheNewTokenAsksAgain) {
   EXPECT_EQ(credential.accessToken(), "new-2");
 }
 
-TEST_F(OAuth2CredentialTest, TokenSetByTheHostSinceTheAttemptIsTriedFirst) {
+TEST_F(OAuth2CredentialTest, TokenSetSinceTheAttemptIsUsedFirst) {
   credential.accessTokenForAttempt();
   credential.setTokens("set", "with it");
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-  EXPECT_THAT(refresher->asked(), IsEmpty());
+  EXPECT_THAT(refresher->refreshTokens(), IsEmpty());
   EXPECT_EQ(credential.accessToken(), "set");
 }
 
-TEST_F(OAuth2CredentialTest, NewTokenCountsForMoreThanALaterFailure) {
+TEST_F(OAuth2CredentialTest, NewTokenHasPrecedenceOverALaterFailure) {
   credential.accessTokenForAttempt();
   runInOtherThread([this] {
     EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-    refresher->conduct = [](TokenRefresher::Tokens&) { return Status(503, "HTTP 503"); };
+    refresher->onRefresh = [](TokenRefresher::Tokens&) { return Status(503, "HTTP 503"); };
     EXPECT_FALSE(credential.refreshAccessToken().isSuccess());
   });
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-  EXPECT_EQ(refresher->asked().size(), 2U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 2U);
 }
 
-TEST_F(OAuth2CredentialTest, TokensSetDuringARefreshWin) {
-  refresher->conduct = [this](TokenRefresher::Tokens& tokens) {
+TEST_F(OAuth2CredentialTest, TokensSetDuringARefreshAreKept) {
+  refresher->onRefresh = [this](TokenRefresher::Tokens& tokens) {
     credential.setTokens("set", "set, too");
     tokens = {"late", "late, too"};
     return Status();
@@ -353,8 +353,8 @@ TEST_F(OAuth2CredentialTest, TokensSetDuringARefreshWin) {
   EXPECT_EQ(credential.refreshToken(), "set, too");
 }
 
-TEST_F(OAuth2CredentialTest, FailureIsNoneIfTokensWereSetDuringTheRefresh) {
-  refresher->conduct = [this](TokenRefresher::Tokens&) {
+TEST_F(OAuth2CredentialTest, FailureIsIgnoredIfTokensWereSetDuringTheRefresh) {
+  refresher->onRefresh = [this](TokenRefresher::Tokens&) {
     credential.setTokens("set", "set, too");
     return Status(400, "invalid_grant");
   };
@@ -364,7 +364,7 @@ TEST_F(OAuth2CredentialTest, FailureIsNoneIfTokensWereSetDuringTheRefresh) {
 
 TEST_F(OAuth2CredentialTest, TokensAreReadableDuringARefresh) {
   std::string seen;
-  refresher->conduct = [this, &seen](TokenRefresher::Tokens& tokens) {
+  refresher->onRefresh = [this, &seen](TokenRefresher::Tokens& tokens) {
     runInOtherThread([this, &seen] { seen = credential.accessTokenForAttempt(); });
     tokens.accessToken = "new";
     return Status();
@@ -389,16 +389,16 @@ TEST_F(OAuth2CredentialTest, OneThreadUsesTwoCredentialsInTurn) {
   EXPECT_EQ(other.accessToken(), "new-3");
 }
 
-TEST_F(OAuth2CredentialTest, AttemptWithAnotherCredentialDoesNotPassForOneWithThis) {
+TEST_F(OAuth2CredentialTest, AttemptWithAnotherCredentialDoesNotCount) {
   OAuth2Credential other;
   credential.accessTokenForAttempt();
   credential.setAccessToken("expired as well");
   other.accessTokenForAttempt();
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
-  EXPECT_THAT(refresher->asked(), ElementsAre("refresh"));
+  EXPECT_THAT(refresher->refreshTokens(), ElementsAre("refresh"));
 }
 
-TEST(OAuth2Credential, AttemptWithADeadCredentialDoesNotPassForOneWithItsSuccessor) {
+TEST(OAuth2Credential, AttemptWithADestroyedCredentialDoesNotCount) {
   const auto refresher = std::make_shared<FakeRefresher>();
   std::optional<OAuth2Credential> credential(std::in_place);  // always at the same address
   credential->setTokens("first", "refresh");
@@ -409,29 +409,29 @@ TEST(OAuth2Credential, AttemptWithADeadCredentialDoesNotPassForOneWithItsSuccess
   credential->setTokens("second", "refresh");
   credential->setTokens("third", "refresh");
   EXPECT_TRUE(credential->refreshAccessToken().isSuccess());
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
   EXPECT_EQ(credential->accessToken(), "new-1");
 }
 
 TEST_F(OAuth2CredentialConcurrency, ThreadsWithTheSameTokenShareOneRequest) {
   for (const auto& status : refreshAtOnce(credential, 16)) EXPECT_TRUE(status.isSuccess());
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
   EXPECT_EQ(credential.accessToken(), "new-1");
 }
 
 TEST_F(OAuth2CredentialConcurrency, ThreadsWithTheSameTokenShareOneFailure) {
-  refresher->conduct = [](TokenRefresher::Tokens&) { return Status(400, "invalid_grant"); };
+  refresher->onRefresh = [](TokenRefresher::Tokens&) { return Status(400, "invalid_grant"); };
   for (const auto& status : refreshAtOnce(credential, 16)) {
     EXPECT_EQ(status.getCode(), 400);
     EXPECT_EQ(status.toString(), "invalid_grant");
   }
-  EXPECT_EQ(refresher->asked().size(), 1U);
+  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
 }
 
 TEST_F(OAuth2CredentialConcurrency, NoReaderSeesATornToken) {
   credential.setTokens("0", "0");
   std::atomic<bool> stop{false};
-  refresher->conduct = [](TokenRefresher::Tokens& tokens) {
+  refresher->onRefresh = [](TokenRefresher::Tokens& tokens) {
     tokens = {"refreshed", "refreshed"};
     return Status();
   };

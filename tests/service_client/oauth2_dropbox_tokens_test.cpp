@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
-#include "support/dropbox_world.h"
+#include "support/dropbox_fixture.h"
 
 namespace {
 
@@ -17,24 +17,24 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::response;
 
 constexpr char kEmptyFolder[] = R"({"entries":[],"cursor":"c","has_more":false})";
 
 /// A client of either build.
-class DropboxTokens : public ::testing::TestWithParam<bool> {
+class DropboxTokens : public ::testing::TestWithParam<bool>, protected TestSupport::DropboxFixture {
  protected:
   DropboxTokens() {
     Client::ClientParts parts;
-    parts.credential = world.credential;
-    parts.retryStrategy = world.strategy;
+    parts.credential = credential;
+    parts.retryStrategy = strategy;
     parts.errorMarshaller = std::make_shared<Client::Dropbox::DropboxErrorMarshaller>();
     OAuth2ClientSpec spec;
     spec.clientId = "id";
     spec.clientSecret = "client secret";
     spec.tokenEndpoint = "https://login.example.test/token";
-    client = std::make_shared<Client::Dropbox::DropboxClient>(spec, parts, world.environment(),
-                                                              GetParam());
+    client =
+        std::make_shared<Client::Dropbox::DropboxClient>(spec, parts, environment(), GetParam());
   }
 
   bool list() {
@@ -43,156 +43,156 @@ class DropboxTokens : public ::testing::TestWithParam<bool> {
     return client->listFolder(request).isSuccess();
   }
 
-  // The accepted call after a 401 and a refresh that is answered with `tokens`.
+  // A call that succeeds after a 401 and a refresh with the response `tokens`.
   void listWithRefresh(const std::string& tokens) {
-    world.transport->enqueue(answer(401, R"({"error_summary":"expired_access_token/.."})"));
-    world.transport->enqueue(answer(200, tokens));
-    world.transport->enqueue(answer(200, kEmptyFolder));
+    enqueue(response(401, R"({"error_summary":"expired_access_token/.."})"));
+    enqueue(response(200, tokens));
+    enqueue(response(200, kEmptyFolder));
     EXPECT_TRUE(list());
   }
 
   bool exchange(const std::string& tokens) {
-    world.transport->enqueue(answer(200, tokens));
-    return client->exchangeAuthorizationCode("code", {}, *world.credential).isSuccess();
+    enqueue(response(200, tokens));
+    return client->exchangeAuthorizationCode("code", {}, *credential).isSuccess();
   }
 
-  // Of each request, as far as it has one.
+  // The authorization of each request, or "none".
   std::vector<std::string> bearers() const {
     std::vector<std::string> texts;
-    for (const auto& request : world.transport->requests()) {
+    for (const auto& request : requests()) {
       const auto header = request.headers.find("authorization");
       texts.push_back(header == request.headers.end() ? "none" : header->second);
     }
     return texts;
   }
 
-  TestSupport::DropboxWorld world;
   std::shared_ptr<Client::Dropbox::DropboxClient> client;
 };
 INSTANTIATE_TEST_SUITE_P(Builds, DropboxTokens, ::testing::Bool(),
                          [](const auto& build) { return build.param ? "JoiningTokens" : "Plain"; });
 
 TEST_P(DropboxTokens, TextWithoutABarIsAnAccessToken) {
-  world.credential->setTokens("sl.B-plain", "");
-  world.transport->enqueue(answer(200, kEmptyFolder));
+  credential->setTokens("sl.B-plain", "");
+  enqueue(response(200, kEmptyFolder));
   EXPECT_TRUE(list());
   EXPECT_THAT(bearers(), ElementsAre("Bearer sl.B-plain"));
 }
 
 TEST_P(DropboxTokens, PlainTokenIsRefreshedWithTheRefreshTokenOfItsSession) {
-  world.credential->setTokens("old", "session's");
+  credential->setTokens("old", "session's");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("Bearer old", "none", "Bearer new"));
-  EXPECT_THAT(world.bodies().at(1), HasSubstr("refresh_token=session%27s&"));
-  EXPECT_EQ(world.credential->accessToken(), "new");
-  EXPECT_EQ(world.credential->refreshToken(), "session's");
+  EXPECT_THAT(bodies().at(1), HasSubstr("refresh_token=session%27s&"));
+  EXPECT_EQ(credential->accessToken(), "new");
+  EXPECT_EQ(credential->refreshToken(), "session's");
 }
 
-TEST_P(DropboxTokens, RequestsCarryWhatIsBeforeTheBar) {
-  world.credential->setTokens("sl.B-access|refresh", "");
-  world.transport->enqueue(answer(200, kEmptyFolder));
+TEST_P(DropboxTokens, RequestsCarryTheTextBeforeTheBar) {
+  credential->setTokens("sl.B-access|refresh", "");
+  enqueue(response(200, kEmptyFolder));
   EXPECT_TRUE(list());
   EXPECT_THAT(bearers(), ElementsAre("Bearer sl.B-access"));
 }
 
-TEST_P(DropboxTokens, RefreshUsesWhatIsBehindTheBarAndKeepsIt) {
-  world.credential->setTokens("old|joined", "");
+TEST_P(DropboxTokens, RefreshUsesTheTextAfterTheBarAndKeepsIt) {
+  credential->setTokens("old|joined", "");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("Bearer old", "none", "Bearer new"));
-  EXPECT_THAT(world.bodies().at(1), HasSubstr("refresh_token=joined&"));
-  EXPECT_EQ(world.credential->accessToken(), "new|joined");
-  EXPECT_THAT(world.credential->refreshToken(), IsEmpty());
+  EXPECT_THAT(bodies().at(1), HasSubstr("refresh_token=joined&"));
+  EXPECT_EQ(credential->accessToken(), "new|joined");
+  EXPECT_THAT(credential->refreshToken(), IsEmpty());
 }
 
-TEST_P(DropboxTokens, RotatedRefreshTokenTakesThePlaceBehindTheBar) {
-  world.credential->setTokens("old|joined", "");
+TEST_P(DropboxTokens, RotatedRefreshTokenReplacesTheTextAfterTheBar) {
+  credential->setTokens("old|joined", "");
   listWithRefresh(R"({"access_token":"new","refresh_token":"rotated"})");
-  EXPECT_EQ(world.credential->accessToken(), "new|rotated");
+  EXPECT_EQ(credential->accessToken(), "new|rotated");
 }
 
-// A host that sets the text of one account leaves the refresh token of another in place.
-TEST_P(DropboxTokens, RefreshTokenBehindTheBarGoesBeforeTheSessions) {
-  world.credential->setTokens("old|joined", "of another account");
+// A host that sets the text of one account does not remove the refresh token of another.
+TEST_P(DropboxTokens, RefreshTokenAfterTheBarHasPrecedenceOverTheSessions) {
+  credential->setTokens("old|joined", "of another account");
   listWithRefresh(R"({"access_token":"new"})");
-  EXPECT_THAT(world.bodies().at(1), HasSubstr("refresh_token=joined&"));
-  EXPECT_EQ(world.credential->accessToken(), "new|joined");
-  EXPECT_EQ(world.credential->refreshToken(), "of another account");
+  EXPECT_THAT(bodies().at(1), HasSubstr("refresh_token=joined&"));
+  EXPECT_EQ(credential->accessToken(), "new|joined");
+  EXPECT_EQ(credential->refreshToken(), "of another account");
 }
 
-TEST_P(DropboxTokens, NothingBehindTheBarIsNoRefreshToken) {
-  world.credential->setTokens("old|", "session's");
+TEST_P(DropboxTokens, EmptyTextAfterTheBarIsNoRefreshToken) {
+  credential->setTokens("old|", "session's");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("Bearer old", "none", "Bearer new"));
-  EXPECT_THAT(world.bodies().at(1), HasSubstr("refresh_token=session%27s&"));
-  EXPECT_EQ(world.credential->accessToken(), "new");
+  EXPECT_THAT(bodies().at(1), HasSubstr("refresh_token=session%27s&"));
+  EXPECT_EQ(credential->accessToken(), "new");
 }
 
-TEST_P(DropboxTokens, NothingBeforeTheBarIsNoAccessToken) {
-  world.credential->setTokens("|joined", "");
+TEST_P(DropboxTokens, EmptyTextBeforeTheBarIsNoAccessToken) {
+  credential->setTokens("|joined", "");
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("none", "none", "Bearer new"));
-  EXPECT_EQ(world.credential->accessToken(), "new|joined");
+  EXPECT_EQ(credential->accessToken(), "new|joined");
 }
 
-TEST_P(DropboxTokens, RefusedRefreshLeavesTheTextAlone) {
-  world.credential->setTokens("old|joined-token", "");
-  world.transport->enqueue(
-      answer(400, R"({"error":"invalid_grant","error_description":"joined-token is revoked"})"));
-  const auto status = world.credential->refreshAccessToken();
+TEST_P(DropboxTokens, RefusedRefreshChangesNothing) {
+  credential->setTokens("old|joined-token", "");
+  enqueue(
+      response(400, R"({"error":"invalid_grant","error_description":"joined-token is revoked"})"));
+  const auto status = credential->refreshAccessToken();
   EXPECT_EQ(status.getCode(), 400);
   EXPECT_EQ(status.toString(), "invalid_grant: *** is revoked");
-  EXPECT_EQ(world.credential->accessToken(), "old|joined-token");
+  EXPECT_EQ(credential->accessToken(), "old|joined-token");
 }
 
-TEST_P(DropboxTokens, ServiceThatRepeatsTheTokenDoesNotGiveItAway) {
-  world.credential->setTokens("sl.B-access-token|refresh", "");
-  world.transport->enqueue(answer(400, "no such token: sl.B-access-token"));
+TEST_P(DropboxTokens, EchoedTokenIsRedacted) {
+  credential->setTokens("sl.B-access-token|refresh", "");
+  enqueue(response(400, "no such token: sl.B-access-token"));
   Model::ListFolderRequest request;
   request.path = "";
   EXPECT_THAT(client->listFolder(request).getError().message, HasSubstr("no such token: ***"));
 }
 
-TEST_P(DropboxTokens, ExchangePutsBothIntoTheTextIfTheBuildSaysSo) {
+TEST_P(DropboxTokens, ExchangeJoinsBothIfTheBuildJoinsTokens) {
   EXPECT_TRUE(exchange(R"({"access_token":"access","refresh_token":"refresh"})"));
-  EXPECT_EQ(world.credential->accessToken(), GetParam() ? "access|refresh" : "access");
-  EXPECT_EQ(world.credential->refreshToken(), "refresh");
+  EXPECT_EQ(credential->accessToken(), GetParam() ? "access|refresh" : "access");
+  EXPECT_EQ(credential->refreshToken(), "refresh");
 
   listWithRefresh(R"({"access_token":"new"})");
   EXPECT_THAT(bearers(), ElementsAre("none", "Bearer access", "none", "Bearer new"));
-  EXPECT_THAT(world.bodies().at(2), HasSubstr("refresh_token=refresh&"));
-  EXPECT_EQ(world.credential->accessToken(), GetParam() ? "new|refresh" : "new");
+  EXPECT_THAT(bodies().at(2), HasSubstr("refresh_token=refresh&"));
+  EXPECT_EQ(credential->accessToken(), GetParam() ? "new|refresh" : "new");
 }
 
 TEST_P(DropboxTokens, ExchangeWithoutARefreshTokenGivesAPlainText) {
   EXPECT_TRUE(exchange(R"({"access_token":"access"})"));
-  EXPECT_EQ(world.credential->accessToken(), "access");
-  EXPECT_THAT(world.credential->refreshToken(), IsEmpty());
+  EXPECT_EQ(credential->accessToken(), "access");
+  EXPECT_THAT(credential->refreshToken(), IsEmpty());
 }
 
 TEST_P(DropboxTokens, FailedExchangeChangesNothing) {
-  world.credential->setTokens("old|joined", "session's");
+  credential->setTokens("old|joined", "session's");
   EXPECT_FALSE(exchange(R"({"refresh_token":"refresh"})"));
-  EXPECT_EQ(world.credential->accessToken(), "old|joined");
-  EXPECT_EQ(world.credential->refreshToken(), "session's");
+  EXPECT_EQ(credential->accessToken(), "old|joined");
+  EXPECT_EQ(credential->refreshToken(), "session's");
 }
 
-// The option of the build is off unless somebody wants it.
-TEST(DropboxTokensOfThisBuild, AreJoinedIfTheOptionSaysSo) {
-  TestSupport::DropboxWorld world;
-  world.transport->enqueue(answer(200, R"({"access_token":"access","refresh_token":"refresh"})"));
-  EXPECT_TRUE(world.client()->exchangeAuthorizationCode("code", {}, *world.credential).isSuccess());
-  EXPECT_EQ(world.credential->accessToken(),
+// The option of the build is off by default.
+TEST(DropboxTokensOfThisBuild, AreJoinedIfTheOptionIsSet) {
+  TestSupport::DropboxFixture fixture;
+  fixture.enqueue(response(200, R"({"access_token":"access","refresh_token":"refresh"})"));
+  EXPECT_TRUE(
+      fixture.makeClient()->exchangeAuthorizationCode("code", {}, *fixture.credential).isSuccess());
+  EXPECT_EQ(fixture.credential->accessToken(),
             VEMLO_DROPBOX_DURABLE_TOKEN ? "access|refresh" : "access");
 }
 
-// Amazon's tokens have bars of their own.
+// Amazon's tokens contain bars, too.
 TEST(AmazonTokens, AreSentWhole) {
-  TestSupport::AttemptWorld world;
+  TestSupport::AttemptFixture fixture;
   const auto credential = std::make_shared<CloudStorage::Auth::OAuth2Credential>();
   Client::ClientParts parts;
   parts.credential = credential;
   const auto client = std::make_shared<Client::AmazonDrive::AmazonDriveClient>(
-      OAuth2ClientSpec{}, parts, world.environment());
+      OAuth2ClientSpec{}, parts, fixture.environment());
   credential->setTokens("Atza|access", "Atzr|refresh");
   EXPECT_EQ(credential->accessTokenForAttempt(), "Atza|access");
 }

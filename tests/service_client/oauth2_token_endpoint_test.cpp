@@ -34,14 +34,14 @@ OAuth2ClientSpec clientSpec() {
   return spec;
 }
 
-Response jsonAnswer(int status, std::string body) {
-  return TestSupport::answer(status, std::move(body),
-                             {{"content-type", "application/json;charset=UTF-8"}});
+Response jsonResponse(int status, std::string body) {
+  return TestSupport::response(status, std::move(body),
+                               {{"content-type", "application/json;charset=UTF-8"}});
 }
 
 Response unreachable(bool requestMayHaveRun) {
-  return TestSupport::noAnswer(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "no route",
-                               requestMayHaveRun);
+  return TestSupport::failedResponse(Kind::Unreachable, "CURLE_COULDNT_CONNECT", "no route",
+                                     requestMayHaveRun);
 }
 
 class OAuth2TokenEndpointTest : public ::testing::Test {
@@ -51,14 +51,14 @@ class OAuth2TokenEndpointTest : public ::testing::Test {
     return endpoint.refresh(tokens);
   }
 
-  Status refreshAnsweredWith(Response response) {
+  Status refreshWithResponse(Response response) {
     transport->enqueue(std::move(response));
     return refresh();
   }
 
   void expectMalformed(Response response, const std::string& text) {
     const int httpStatus = response.status;
-    const auto status = refreshAnsweredWith(std::move(response));
+    const auto status = refreshWithResponse(std::move(response));
     EXPECT_FALSE(status.isSuccess());
     EXPECT_EQ(status.getCode(), httpStatus);
     EXPECT_EQ(status.toString(), text);
@@ -77,7 +77,7 @@ class OAuth2TokenEndpointTest : public ::testing::Test {
 };
 
 TEST_F(OAuth2TokenEndpointTest, RefreshPostsAForm) {
-  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_TRUE(refreshWithResponse(jsonResponse(200, R"({"access_token":"a"})")).isSuccess());
 
   const auto requests = transport->requests();
   ASSERT_EQ(requests.size(), 1U);
@@ -92,7 +92,7 @@ TEST_F(OAuth2TokenEndpointTest, RefreshPostsAForm) {
 }
 
 TEST_F(OAuth2TokenEndpointTest, ReadsBothTokens) {
-  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({
+  EXPECT_TRUE(refreshWithResponse(jsonResponse(200, R"({
       "access_token": "ya29.a0Af", "expires_in": "3599", "refresh_token": "1\/\/0g",
       "scope": "a b", "token_type": "Bearer", "unknown": {"access_token": [1, null]}})"))
                   .isSuccess());
@@ -100,11 +100,11 @@ TEST_F(OAuth2TokenEndpointTest, ReadsBothTokens) {
   EXPECT_EQ(tokens.refreshToken, "1//0g");
 }
 
-TEST_F(OAuth2TokenEndpointTest, RefreshTokenStaysIfNoOtherComes) {
+TEST_F(OAuth2TokenEndpointTest, RefreshTokenIsKeptIfTheResponseHasNone) {
   for (const auto* member : {"", R"(,"refresh_token":"")", R"(,"refresh_token":null)"}) {
     SCOPED_TRACE(member);
     EXPECT_TRUE(
-        refreshAnsweredWith(jsonAnswer(200, std::string(R"({"access_token":"a")") + member + "}"))
+        refreshWithResponse(jsonResponse(200, std::string(R"({"access_token":"a")") + member + "}"))
             .isSuccess());
     EXPECT_EQ(tokens.accessToken, "a");
     EXPECT_EQ(tokens.refreshToken, kRefreshToken);
@@ -114,69 +114,69 @@ TEST_F(OAuth2TokenEndpointTest, RefreshTokenStaysIfNoOtherComes) {
 TEST_F(OAuth2TokenEndpointTest, TokenTypeIsComparedWithoutCase) {
   for (const auto* type : {"bearer", "Bearer", "BEARER"}) {
     SCOPED_TRACE(type);
-    EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, std::string(R"({"access_token":"a",)") +
-                                                        R"("token_type":")" + type + R"("})"))
+    EXPECT_TRUE(refreshWithResponse(jsonResponse(200, std::string(R"({"access_token":"a",)") +
+                                                          R"("token_type":")" + type + R"("})"))
                     .isSuccess());
   }
-  expectMalformed(jsonAnswer(200, R"({"access_token":"a","token_type":"mac"})"),
+  expectMalformed(jsonResponse(200, R"({"access_token":"a","token_type":"mac"})"),
                   "MalformedResponse: the access token is no bearer token");
 }
 
-TEST_F(OAuth2TokenEndpointTest, AnswerWithoutAUsableAccessTokenIsAFailure) {
+TEST_F(OAuth2TokenEndpointTest, ResponseWithoutAUsableAccessTokenIsAFailure) {
   for (const auto* body :
        {"", "{}", "[]", R"(["access_token"])", R"({"access_token":""})", R"({"access_token":null})",
         R"({"access_token":5})", R"({"access_token":"a")", R"({"access_token":"a"} trailing)",
         R"({"inner":{"access_token":"a"}})"}) {
     SCOPED_TRACE(body);
-    expectMalformed(jsonAnswer(200, body), "MalformedResponse: the answer holds no access token");
+    expectMalformed(jsonResponse(200, body), "MalformedResponse: the answer holds no access token");
   }
 }
 
-TEST_F(OAuth2TokenEndpointTest, ContentTypeMustNotContradict) {
+TEST_F(OAuth2TokenEndpointTest, OtherContentTypeIsAFailure) {
   const std::string body = R"({"access_token":"a"})";
-  expectMalformed(TestSupport::answer(200, body, {{"content-type", "text/html"}}),
+  expectMalformed(TestSupport::response(200, body, {{"content-type", "text/html"}}),
                   "MalformedResponse: the answer is not JSON");
   EXPECT_TRUE(
-      refreshAnsweredWith(TestSupport::answer(200, body, {{"content-type", "Application/JSON"}}))
+      refreshWithResponse(TestSupport::response(200, body, {{"content-type", "Application/JSON"}}))
           .isSuccess());
-  EXPECT_TRUE(refreshAnsweredWith(TestSupport::answer(200, body)).isSuccess());
+  EXPECT_TRUE(refreshWithResponse(TestSupport::response(200, body)).isSuccess());
 }
 
-TEST_F(OAuth2TokenEndpointTest, TokensThatWouldBreakAHeaderAreRefused) {
+TEST_F(OAuth2TokenEndpointTest, TokensWithControlCharactersAreRefused) {
   for (const auto* body :
        {R"({"access_token":"a\r\nx: y"})", R"({"access_token":"a\n"})", R"({"access_token":"\r"})",
         R"({"access_token":"a\u0000b"})", R"({"access_token":"a","refresh_token":"r\n"})"}) {
     SCOPED_TRACE(body);
-    expectMalformed(jsonAnswer(200, body),
+    expectMalformed(jsonResponse(200, body),
                     "MalformedResponse: a token contains control characters");
   }
 }
 
-TEST_F(OAuth2TokenEndpointTest, RefusalIsReportedWithTheServicesWords) {
-  const auto status = refreshAnsweredWith(
-      jsonAnswer(400, R"({"error":"invalid_grant","error_description":"Token has expired."})"));
+TEST_F(OAuth2TokenEndpointTest, RefusalHasTheTextOfTheService) {
+  const auto status = refreshWithResponse(
+      jsonResponse(400, R"({"error":"invalid_grant","error_description":"Token has expired."})"));
   EXPECT_EQ(status.getCode(), 400);
   EXPECT_EQ(status.toString(), "invalid_grant: Token has expired.");
   EXPECT_EQ(transport->requests().size(), 1U);
 }
 
 TEST_F(OAuth2TokenEndpointTest, RefusalWithoutADescriptionIsItsName) {
-  const auto status = refreshAnsweredWith(jsonAnswer(401, R"({"error":"invalid_client"})"));
+  const auto status = refreshWithResponse(jsonResponse(401, R"({"error":"invalid_client"})"));
   EXPECT_EQ(status.getCode(), 401);
   EXPECT_EQ(status.toString(), "invalid_client");
 }
 
 TEST_F(OAuth2TokenEndpointTest, RefusalIsOneLine) {
-  const auto status = refreshAnsweredWith(jsonAnswer(
+  const auto status = refreshWithResponse(jsonResponse(
       400, R"({"error":"invalid_grant","error_description":"Expired.\r\nTrace ID: 1\r\n"})"));
   EXPECT_EQ(status.toString(), "invalid_grant: Expired. Trace ID: 1");
 }
 
-TEST_F(OAuth2TokenEndpointTest, RefusalIsCutBetweenCharacters) {
+TEST_F(OAuth2TokenEndpointTest, RefusalIsTruncatedBetweenCharacters) {
   std::string description;
   for (int i = 0; i < 1000; ++i) description += "\u00e4";
-  const auto status = refreshAnsweredWith(
-      jsonAnswer(400, R"({"error":"e","error_description":")" + description + R"("})"));
+  const auto status = refreshWithResponse(
+      jsonResponse(400, R"({"error":"e","error_description":")" + description + R"("})"));
   // "e: " leaves an odd number of bytes for characters of two.
   EXPECT_EQ(status.toString(), "e: " + description.substr(0, 1020));
 }
@@ -185,7 +185,7 @@ TEST_F(OAuth2TokenEndpointTest, RefusalWithoutReadableBodyIsItsStatus) {
   for (const auto* body : {"", "<html>Bad gateway</html>", "{", R"({"error":{"code":1}})",
                            R"({"error_description":"x"})"}) {
     SCOPED_TRACE(body);
-    const auto status = refreshAnsweredWith(jsonAnswer(502, body));
+    const auto status = refreshWithResponse(jsonResponse(502, body));
     EXPECT_EQ(status.getCode(), 502);
     EXPECT_EQ(status.toString(), "HTTP 502");
   }
@@ -193,7 +193,7 @@ TEST_F(OAuth2TokenEndpointTest, RefusalWithoutReadableBodyIsItsStatus) {
 
 TEST_F(OAuth2TokenEndpointTest, OtherSuccessesAndRedirectsAreFailures) {
   for (const int code : {204, 302, 307}) {
-    const auto status = refreshAnsweredWith(TestSupport::answer(
+    const auto status = refreshWithResponse(TestSupport::response(
         code, R"({"access_token":"a"})", {{"location", "https://elsewhere.example.test/"}}));
     EXPECT_EQ(status.getCode(), code);
     EXPECT_EQ(status.toString(), "HTTP " + std::to_string(code));
@@ -202,33 +202,33 @@ TEST_F(OAuth2TokenEndpointTest, OtherSuccessesAndRedirectsAreFailures) {
   expectOldTokens();
 }
 
-TEST_F(OAuth2TokenEndpointTest, SecretsThatTheServiceRepeatsAreBlackedOut) {
+TEST_F(OAuth2TokenEndpointTest, EchoedSecretsAreRedacted) {
   const std::string echo = std::string("bad token ") + kRefreshToken + " (" + kRefreshToken +
                            ") in refresh_token=Atzr%7Ca%2Bb%2Fc%3D~%20d&client_id=client:id" +
                            "&client_secret=" + kClientSecret;
-  const auto status = refreshAnsweredWith(
-      jsonAnswer(400, R"({"error":"invalid_request","error_description":")" + echo + R"("})"));
+  const auto status = refreshWithResponse(
+      jsonResponse(400, R"({"error":"invalid_request","error_description":")" + echo + R"("})"));
   EXPECT_EQ(status.toString(),
             "invalid_request: bad token *** (***) in refresh_token=***&client_id=client:id"
             "&client_secret=***");
 }
 
-TEST_F(OAuth2TokenEndpointTest, ShortSecretsDoNotMangleTexts) {
-  transport->enqueue(jsonAnswer(400, R"({"error":"expired","error_description":"the end"})"));
+TEST_F(OAuth2TokenEndpointTest, ShortSecretsAreNotRedacted) {
+  transport->enqueue(jsonResponse(400, R"({"error":"expired","error_description":"the end"})"));
   tokens.refreshToken = "e";
   EXPECT_EQ(endpoint.refresh(tokens).toString(), "expired: the end");
 }
 
 TEST_F(OAuth2TokenEndpointTest, TransportFailureIsReported) {
-  const auto status = refreshAnsweredWith(
-      TestSupport::noAnswer(Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", "too slow\n", true));
+  const auto status = refreshWithResponse(
+      TestSupport::failedResponse(Kind::Timeout, "CURLE_OPERATION_TIMEDOUT", "too slow\n", true));
   EXPECT_EQ(status.getCode(), -1);
   EXPECT_EQ(status.toString(), "CURLE_OPERATION_TIMEDOUT: too slow");
 }
 
-TEST_F(OAuth2TokenEndpointTest, FailedConnectionIsRepeatedOnce) {
+TEST_F(OAuth2TokenEndpointTest, FailedConnectionIsRetriedOnce) {
   transport->enqueue(unreachable(false));
-  EXPECT_TRUE(refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_TRUE(refreshWithResponse(jsonResponse(200, R"({"access_token":"a"})")).isSuccess());
   const auto requests = transport->requests();
   ASSERT_EQ(requests.size(), 2U);
   EXPECT_EQ(requests[0].body, requests[1].body);
@@ -237,24 +237,24 @@ TEST_F(OAuth2TokenEndpointTest, FailedConnectionIsRepeatedOnce) {
 TEST_F(OAuth2TokenEndpointTest, SecondFailedConnectionIsFinal) {
   transport->enqueue(unreachable(false));
   transport->enqueue(unreachable(false));
-  const auto status = refreshAnsweredWith(jsonAnswer(200, R"({"access_token":"a"})"));
+  const auto status = refreshWithResponse(jsonResponse(200, R"({"access_token":"a"})"));
   EXPECT_EQ(status.getCode(), -1);
   EXPECT_EQ(status.toString(), "CURLE_COULDNT_CONNECT: no route");
-  EXPECT_EQ(transport->unusedAnswers(), 1U);
+  EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
-TEST_F(OAuth2TokenEndpointTest, NothingElseIsRepeated) {
+TEST_F(OAuth2TokenEndpointTest, NothingElseIsRetried) {
   const Response failures[] = {
       unreachable(true),
-      TestSupport::noAnswer(Kind::Timeout, "TIMEOUT", "", false),
-      TestSupport::noAnswer(Kind::Interrupted, "BROKEN", "", true),
-      TestSupport::noAnswer(Kind::Untrusted, "UNTRUSTED", "", false),
-      TestSupport::answer(429),
-      TestSupport::answer(503),
+      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false),
+      TestSupport::failedResponse(Kind::Interrupted, "BROKEN", "", true),
+      TestSupport::failedResponse(Kind::Untrusted, "UNTRUSTED", "", false),
+      TestSupport::response(429),
+      TestSupport::response(503),
   };
   std::size_t sent = 0;
   for (const auto& response : failures) {
-    EXPECT_FALSE(refreshAnsweredWith(response).isSuccess());
+    EXPECT_FALSE(refreshWithResponse(response).isSuccess());
     EXPECT_EQ(transport->requests().size(), ++sent);
   }
 }

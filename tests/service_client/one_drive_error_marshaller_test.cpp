@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,8 +12,9 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::OneDrive::OneDriveErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRow;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response) {
   return OneDriveErrorMarshaller().marshall(response, Method::Post);
@@ -23,7 +25,7 @@ std::string body(const std::string& code) {
          R"(","message":"What went wrong","innerError":{"code":"finer","message":"inner"}}})";
 }
 
-const Expectation kExpectations[] = {
+const ErrorExpectation kExpectations[] = {
     {400, "invalidRequest", CoreErrors::InvalidRequest, false},
     {400, "BadRequest", CoreErrors::InvalidRequest, false},
     {400, "invalidRange", CoreErrors::InvalidRequest, false},
@@ -58,39 +60,35 @@ const Expectation kExpectations[] = {
     {509, "", CoreErrors::Throttled, true},
 };
 
-class OneDriveError : public testing::TestWithParam<Expectation> {};
+using OneDriveError = TestSupport::ErrorTable;
 
 TEST_P(OneDriveError, HasTheTypeAndFlagOfItsRow) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, row.code.empty() ? "" : body(row.code)));
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable);
-  EXPECT_EQ(error.httpResponseCode, row.status);
-  EXPECT_EQ(error.exceptionName, row.code.empty() ? "HTTP" + std::to_string(row.status) : row.code);
+  const ErrorExpectation& row = GetParam();
+  expectRow(marshall(response(row.status, row.code.empty() ? "" : body(row.code))), row);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OneDriveError, testing::ValuesIn(kExpectations),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+                         TestSupport::RowName());
 
 TEST(OneDriveErrorMarshaller, CodeAndMessageComeFromTheOuterError) {
-  const Error error = marshall(answer(404, body("itemNotFound")));
+  const Error error = marshall(response(404, body("itemNotFound")));
   EXPECT_EQ(error.exceptionName, "itemNotFound");
   EXPECT_EQ(error.message, "What went wrong");
 }
 
 TEST(OneDriveErrorMarshaller, ByteOrderMarkIsSkipped) {
-  EXPECT_EQ(marshall(answer(404, "\xEF\xBB\xBF" + body("itemNotFound"))).exceptionName,
+  EXPECT_EQ(marshall(response(404, "\xEF\xBB\xBF" + body("itemNotFound"))).exceptionName,
             "itemNotFound");
 }
 
-TEST(OneDriveErrorMarshaller, LineBreaksInTheMessageBecomeBlanks) {
-  const Error error = marshall(answer(
+TEST(OneDriveErrorMarshaller, LineBreaksInTheMessageBecomeSpaces) {
+  const Error error = marshall(response(
       401, R"({"error":{"code":"InvalidAuthenticationToken","message":"Expired.\r\nTrace: 1"}})"));
   EXPECT_EQ(error.message, "Expired. Trace: 1");
 }
 
 TEST(OneDriveErrorMarshaller, ErrorThatIsATextIsLeftOut) {
-  const Error error = marshall(answer(401, R"({"error":"invalid_token"})"));
+  const Error error = marshall(response(401, R"({"error":"invalid_token"})"));
   EXPECT_EQ(error.exceptionName, "HTTP401");
   EXPECT_EQ(error.message, "Unauthorized");
 }

@@ -5,22 +5,23 @@
 #include <utility>
 #include <vector>
 
-#include "support/one_drive_world.h"
+#include "support/expectations.h"
+#include "support/one_drive_fixture.h"
 
 namespace {
 
 using namespace std::string_literals;
 namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::OneDrive::Model;
-using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Util::Outcome;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::expectInvalidRequest;
 using TestSupport::graphError;
+using TestSupport::response;
 
 constexpr char kChildren[] = "https://graph.microsoft.com/v1.0/me/drive/items/9F3C%21105/children";
 constexpr char kSelect[] = "%24select=id%2Cname%2Croot%2Cfolder%2CremoteItem";
@@ -36,7 +37,7 @@ constexpr char kMixedPage[] =
     R"({"id":"5","name":"neither","folder":null,"remoteItem":null},)"
     R"({"id":"6","name":"odd","folder":true,"remoteItem":[]}],"@odata.nextLink":"https://x/"})";
 
-// What the library asks for.
+// The request that the library makes.
 Model::ListChildrenRequest pageOf(const std::string& id, const std::string& filter = kFolders,
                                   const std::string& pageToken = {}) {
   Model::ListChildrenRequest request;
@@ -54,24 +55,22 @@ std::vector<std::string> namesOf(const Outcome<Model::ListChildrenResult, Error>
   return names;
 }
 
-class OneDriveListingTest : public ::testing::Test {
+class OneDriveListingTest : public ::testing::Test, protected TestSupport::OneDriveFixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   Outcome<Model::ListChildrenResult, Error> list(const Model::ListChildrenRequest& request) {
-    return world.client()->listChildren(request);
+    return makeClient()->listChildren(request);
   }
 
-  // Where a request is sent.
+  // The address of `request` as it is sent.
   std::string addressOf(const Model::ListChildrenRequest& request) {
-    enqueue(answer(200, "{}"));
+    enqueue(response(200, "{}"));
     EXPECT_TRUE(list(request).isSuccess());
-    return world.addresses().back();
+    return addresses().back();
   }
 
   Outcome<Model::ListChildrenResult, Error> read(const std::string& body,
                                                  const std::string& filter = {}) {
-    enqueue(answer(200, body, {{"content-type", "application/json"}}));
+    enqueue(response(200, body, {{"content-type", "application/json"}}));
     return list(pageOf("root", filter));
   }
 
@@ -80,17 +79,6 @@ class OneDriveListingTest : public ::testing::Test {
     EXPECT_TRUE(outcome.isSuccess()) << link;
     return outcome.getResult().nextToken;
   }
-
-  // Nothing must be sent for this page token.
-  void expectRefusedHere(const std::string& pageToken) {
-    const auto outcome = list(pageOf("root", kFolders, pageToken));
-    ASSERT_FALSE(outcome.isSuccess()) << pageToken;
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << pageToken;
-    EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest") << pageToken;
-    EXPECT_THAT(world.transport->requests(), IsEmpty()) << pageToken;
-  }
-
-  TestSupport::OneDriveWorld world;
 };
 
 using OneDriveChildren = OneDriveListingTest;
@@ -99,14 +87,14 @@ TEST_F(OneDriveChildren, RequestIsExactlyThis) {
   EXPECT_EQ(addressOf(pageOf("9F3C!105", kFoldersAndRemoteItems)),
             kChildren + "?%24top=500&%24filter=folder%20ne%20null%20or%20remoteItem%20ne%20null&"s +
                 kSelect);
-  const auto request = world.transport->requests().at(0);
+  const auto request = requests().at(0);
   EXPECT_EQ(request.method, Http::Method::Get);
   EXPECT_EQ(request.body, "");
   EXPECT_THAT(request.headers, ElementsAre(Pair("accept", "application/json"),
-                                           Pair("authorization", "Bearer access-1")));
+                                           Pair("authorization", "Bearer token-1")));
 }
 
-TEST_F(OneDriveChildren, ParametersAreSentIfTheyAreThere) {
+TEST_F(OneDriveChildren, OnlyPresentParametersAreSent) {
   const std::string list = kChildren + "?"s;
   Model::ListChildrenRequest request;
   request.itemId = "9F3C!105";
@@ -114,7 +102,7 @@ TEST_F(OneDriveChildren, ParametersAreSentIfTheyAreThere) {
   EXPECT_EQ(addressOf(request), list + kSelect);
   request.filter = "";
   request.pageToken = "";
-  EXPECT_EQ(addressOf(request), list + kSelect) << "an empty text is none";
+  EXPECT_EQ(addressOf(request), list + kSelect) << "an empty text counts as absent";
   request.pageSize.markPresent();
   EXPECT_EQ(addressOf(request), list + "%24top=1000&" + kSelect);
   request.filter = "name eq 'a&b'";
@@ -129,16 +117,16 @@ TEST_F(OneDriveChildren, ParametersAreSentIfTheyAreThere) {
                 kSelect + "&%24skiptoken=UGFn%2BZQ%3D%3D%2F%26");
 }
 
-TEST_F(OneDriveChildren, ValuesThatAreNotPresentDoNotCount) {
+TEST_F(OneDriveChildren, ValuesThatAreNotPresentAreIgnored) {
   using Text = CloudStorage::Util::Field<std::string>;
   Model::ListChildrenRequest request;
   request.itemId = "9F3C!105";
   request.pageToken = Text(kNextPage);
   request.filter = Text(kFolders);
   request.driveId = Text("9f3c");
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(request)), SizeIs(6));
-  EXPECT_THAT(world.addresses(), ElementsAre(kChildren + "?"s + kSelect));
+  EXPECT_THAT(addresses(), ElementsAre(kChildren + "?"s + kSelect));
 }
 
 TEST_F(OneDriveChildren, NothingIsSentForAnIdThatIsNoSegment) {
@@ -147,11 +135,11 @@ TEST_F(OneDriveChildren, NothingIsSentForAnIdThatIsNoSegment) {
     inDrive.driveId = id;
     for (const auto& request : {pageOf(id), inDrive}) {
       const auto outcome = list(request);
-      ASSERT_FALSE(outcome.isSuccess()) << id;
-      EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest") << id;
+      SCOPED_TRACE(id);
+      expectInvalidRequest(outcome);
     }
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST_F(OneDriveChildren, AreReadInTheServicesOrder) {
@@ -188,7 +176,7 @@ TEST_F(OneDriveChildren, NamesAreReadByteForByte) {
       ElementsAre(" a&amp;b%41+ ", "\"\\/\n\x01\U0001F600", "e\u0301", "", "", "", ""));
 }
 
-TEST_F(OneDriveChildren, EmptyPageMayHaveASuccessor) {
+TEST_F(OneDriveChildren, EmptyPageMayHaveANextPage) {
   for (const char* body : {R"({"value":[],"@odata.nextLink":"https://x/"})",
                            R"({"@odata.nextLink":"https://x/","value":[]})",
                            R"({"@odata.nextLink":"https://x/","value":null})",
@@ -200,45 +188,16 @@ TEST_F(OneDriveChildren, EmptyPageMayHaveASuccessor) {
   }
 }
 
-TEST_F(OneDriveChildren, TextsLastAsLongAsTheirPage) {
-  Model::ListChildrenResult kept;
-  {
-    const auto outcome =
-        read(R"({"value":[{"id":"longer than a short string would be","name":"x"}]})");
-    kept = outcome.getResult();
-  }
-  ASSERT_THAT(kept.items, SizeIs(1));
-  EXPECT_EQ(kept.items[0].id, "longer than a short string would be");
-  EXPECT_EQ(kept.items[0].page, nullptr) << "one page for all";
-}
-
-TEST_F(OneDriveChildren, AnswerThatIsNoListIsALocalFailure) {
-  for (const std::string& body :
-       {""s, " \n"s, "\xEF\xBB\xBF"s, "<html><body>Welcome</body></html>"s, "no JSON"s, "[]"s,
-        R"([{"id":"1"}])"s, "null"s, R"({"value":[)"s, R"({"value":[{"id":"1"})"s,
-        R"({"value":[{"id":"1"}])"s, R"({"value":[{"id":"1"},]})"s, R"({"value":[]}{})"s,
-        R"({"value":{"id":"1"}})"s, R"({"value":"x"})"s, R"({"value":[7]})"s,
-        R"({"value":[null]})"s, R"({"value":[{"name":"a\u0000b"}]})"s,
-        "{\"value\":[{\"name\":\"\xFF\"}]}"s}) {
-    const auto outcome = read(body);
-    ASSERT_FALSE(outcome.isSuccess()) << body;
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure) << body;
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse") << body;
-    EXPECT_EQ(outcome.getError().httpResponseCode, 200) << body;
-  }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "asking again does not help";
-}
-
 TEST_F(OneDriveChildren, FailuresAreFinal) {
   for (const int status : {403, 404, 429, 500, 503}) {
-    enqueue(answer(status, graphError("code"), {{"retry-after", "2.128"}}));
+    enqueue(response(status, graphError("code"), {{"retry-after", "2.128"}}));
     const auto outcome = list(pageOf("root"));
     ASSERT_FALSE(outcome.isSuccess()) << status;
     EXPECT_EQ(outcome.getError().httpResponseCode, status);
     EXPECT_EQ(outcome.getError().message, "about code");
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(5));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(requests(), SizeIs(5));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 using OneDrivePages = OneDriveListingTest;
@@ -250,18 +209,18 @@ TEST_F(OneDrivePages, LinkIsTheToken) {
   EXPECT_EQ(nextTokenFrom("null"), "");
 }
 
-TEST_F(OneDrivePages, LinkIsAskedForByteForByte) {
+TEST_F(OneDrivePages, LinkIsRequestedByteForByte) {
   for (const std::string link :
        {kNextPage, "https://graph.microsoft.com/v1.0/drives('b!x')/items/1/children?$skip=500",
         "https://graph.microsoft.com/v1.0/a%2fb//c/../d?flag",
         "https://graph.microsoft.com/v1.0/x?count&$top=5&&$filter=a+ne+'b'&z=%2f%2F~()*!&=&",
         "https://graph.microsoft.com/v1.0/x"}) {
     EXPECT_EQ(addressOf(pageOf("9F3C!105", kFolders, link)), link);
-    EXPECT_EQ(world.transport->requests().back().headers.at("authorization"), "Bearer access-1");
+    EXPECT_EQ(requests().back().headers.at("authorization"), "Bearer token-1");
   }
 }
 
-TEST_F(OneDrivePages, LinkNeedsNoItem) {
+TEST_F(OneDrivePages, LinkNeedsNoItemId) {
   Model::ListChildrenRequest request;
   request.pageToken = kNextPage;
   EXPECT_EQ(addressOf(request), kNextPage);
@@ -272,7 +231,7 @@ TEST_F(OneDrivePages, HostIsComparedWithoutCaseAndWithItsPort) {
             "https://graph.microsoft.com/v1.0/x?$skiptoken=A");
 }
 
-TEST_F(OneDrivePages, TokenGoesNowhereElse) {
+TEST_F(OneDrivePages, LinksToOtherAddressesAreRefused) {
   for (const char* link :
        {"http://graph.microsoft.com/v1.0/x", "https://graph.microsoft.com.example.test/v1.0/x",
         "https://example.test/v1.0/x", "https://example.test/?https://graph.microsoft.com/v1.0/x",
@@ -283,15 +242,17 @@ TEST_F(OneDrivePages, TokenGoesNowhereElse) {
         "https://graph.microsoft.com/v1.0/a b", "https://graph.microsoft.com/v1.0/x\r\nHost: y",
         "https://graph.microsoft.com/v1.0/x#y", "ftp://graph.microsoft.com/v1.0/x",
         "://graph.microsoft.com/v1.0/x", "https://127.0.0.1/v1.0/x"}) {
-    expectRefusedHere(link);
+    SCOPED_TRACE(link);
+    expectInvalidRequest(list(pageOf("root", kFolders, link)));
   }
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(OneDrivePages, FollowOneAnother) {
-  enqueue(answer(
+TEST_F(OneDrivePages, LinkLeadsToTheNextPage) {
+  enqueue(response(
       200, R"({"value":[{"name":"a","folder":{}}],"@odata.nextLink":")"s + kNextPage + R"("})"));
-  enqueue(answer(200, R"({"value":[{"name":"b","folder":{}}]})"));
-  const auto client = world.client();
+  enqueue(response(200, R"({"value":[{"name":"b","folder":{}}]})"));
+  const auto client = makeClient();
   auto request = pageOf("9F3C!105");
   const auto first = client->listChildren(request);
   ASSERT_TRUE(first.isSuccess());
@@ -301,128 +262,126 @@ TEST_F(OneDrivePages, FollowOneAnother) {
   EXPECT_THAT(namesOf(second), ElementsAre("b"));
   EXPECT_EQ(second.getResult().nextToken, "");
   EXPECT_THAT(
-      world.addresses(),
+      addresses(),
       ElementsAre(kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect, kNextPage));
 }
 
-TEST_F(OneDrivePages, LinkIsAskedForAgainWithANewToken) {
-  enqueue(answer(401, graphError("InvalidAuthenticationToken")));
-  enqueue(answer(200, R"({"access_token":"access-2"})"));
-  enqueue(answer(200, R"({"value":[]})"));
+TEST_F(OneDrivePages, LinkIsRetriedWithANewToken) {
+  enqueue(response(401, graphError("InvalidAuthenticationToken")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
+  enqueue(response(200, R"({"value":[]})"));
   EXPECT_TRUE(list(pageOf("root", kFolders, kNextPage)).isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre(kNextPage, "https://login.example.test/token", kNextPage));
-  EXPECT_EQ(world.transport->requests()[2].headers.at("authorization"), "Bearer access-2");
+  EXPECT_THAT(addresses(), ElementsAre(kNextPage, "https://login.example.test/token", kNextPage));
+  EXPECT_EQ(requests()[2].headers.at("authorization"), "Bearer token-2");
 }
 
 using OneDriveFilter = OneDriveListingTest;
 
-TEST_F(OneDriveFilter, ServiceThatDoesNotHeedItIsCorrected) {
+TEST_F(OneDriveFilter, ResponseIsFilteredIfTheServiceDoesNotFilter) {
   EXPECT_THAT(namesOf(read(kMixedPage, kFolders)), ElementsAre("folder", "both"));
   EXPECT_THAT(namesOf(read(kMixedPage, kFoldersAndRemoteItems)),
               ElementsAre("folder", "shared", "both"));
 }
 
-TEST_F(OneDriveFilter, LaterPagesAreCorrected) {
-  enqueue(answer(200, kMixedPage));
+TEST_F(OneDriveFilter, LaterPagesAreFiltered) {
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("root", kFolders, kNextPage))), ElementsAre("folder", "both"));
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("root", kFoldersAndRemoteItems, kNextPage))),
               ElementsAre("folder", "shared", "both"));
 }
 
-TEST_F(OneDriveFilter, OtherFiltersAreTheServicesBusiness) {
+TEST_F(OneDriveFilter, OtherFiltersAreNotApplied) {
   for (const char* filter : {"", "Folder ne null", "folder ne null ", "name eq 'x'"}) {
     EXPECT_THAT(namesOf(read(kMixedPage, filter)), SizeIs(6)) << filter;
   }
 }
 
-TEST_F(OneDriveFilter, IsLeftOutIfItIsRefused) {
+TEST_F(OneDriveFilter, IsOmittedIfRefused) {
   for (const auto& [status, code] :
        {std::pair(400, "notSupported"), std::pair(400, "invalidRequest"),
         std::pair(400, "BadRequest"), std::pair(501, "notSupported"),
         std::pair(501, "invalidRequest"), std::pair(501, "BadRequest")}) {
-    const auto before = world.addresses().size();
-    enqueue(answer(status, graphError(code)));
-    enqueue(answer(200, kMixedPage));
+    const auto before = addresses().size();
+    enqueue(response(status, graphError(code)));
+    enqueue(response(200, kMixedPage));
     EXPECT_THAT(namesOf(list(pageOf("9F3C!105"))), ElementsAre("folder", "both")) << code;
-    const auto addresses = world.addresses();
+    const auto addresses = AttemptFixture::addresses();
     ASSERT_THAT(addresses, SizeIs(before + 2)) << status << code;
     EXPECT_EQ(addresses[before],
               kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect);
     EXPECT_EQ(addresses[before + 1], kChildren + "?%24top=500&"s + kSelect);
   }
-  EXPECT_THAT(world.delays(), IsEmpty()) << "it is no attempt of its own";
+  EXPECT_THAT(delays(), IsEmpty()) << "it does not count as an attempt";
 }
 
-TEST_F(OneDriveFilter, IsLeftOutBesideAForeignToken) {
-  enqueue(answer(400, graphError("notSupported")));
-  enqueue(answer(200, kMixedPage));
+TEST_F(OneDriveFilter, IsOmittedBesideAForeignToken) {
+  enqueue(response(400, graphError("notSupported")));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("9F3C!105", kFoldersAndRemoteItems, "token"))),
               ElementsAre("folder", "shared", "both"));
-  EXPECT_EQ(world.addresses().back(),
-            kChildren + "?%24top=500&"s + kSelect + "&%24skiptoken=token");
+  EXPECT_EQ(addresses().back(), kChildren + "?%24top=500&"s + kSelect + "&%24skiptoken=token");
 }
 
-TEST_F(OneDriveFilter, IsLeftOutOnce) {
-  for (int time = 0; time < 2; ++time) enqueue(answer(400, graphError("invalidRequest")));
-  enqueue(answer(200, kMixedPage));
+TEST_F(OneDriveFilter, IsOmittedOnce) {
+  for (int time = 0; time < 2; ++time) enqueue(response(400, graphError("invalidRequest")));
+  enqueue(response(200, kMixedPage));
   const auto outcome = list(pageOf("root"));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "invalidRequest");
-  EXPECT_EQ(world.transport->unusedAnswers(), 1U);
+  EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
-TEST_F(OneDriveFilter, StaysLeftOutWhenTheTokenIsRefreshed) {
-  enqueue(answer(400, graphError("notSupported")));
-  enqueue(answer(401, graphError("InvalidAuthenticationToken")));
-  enqueue(answer(200, R"({"access_token":"access-2"})"));
-  enqueue(answer(200, kMixedPage));
+TEST_F(OneDriveFilter, StaysOmittedWhenTheTokenIsRefreshed) {
+  enqueue(response(400, graphError("notSupported")));
+  enqueue(response(401, graphError("InvalidAuthenticationToken")));
+  enqueue(response(200, R"({"access_token":"token-2"})"));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(pageOf("9F3C!105"))), ElementsAre("folder", "both"));
   const std::string unfiltered = kChildren + "?%24top=500&"s + kSelect;
-  EXPECT_THAT(world.addresses(),
+  EXPECT_THAT(addresses(),
               ElementsAre(kChildren + "?%24top=500&%24filter=folder%20ne%20null&"s + kSelect,
                           unfiltered, "https://login.example.test/token", unfiltered));
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
-TEST_F(OneDriveFilter, OtherFailuresAreNotItsFault) {
+TEST_F(OneDriveFilter, IsNotOmittedAfterOtherFailures) {
   for (const auto& [status, code] :
        {std::pair(400, "invalidRange"), std::pair(400, "notsupported"), std::pair(400, ""),
         std::pair(403, "notSupported"), std::pair(404, "invalidRequest"),
         std::pair(500, "BadRequest"), std::pair(503, "notSupported")}) {
-    enqueue(answer(status, graphError(code)));
+    enqueue(response(status, graphError(code)));
     EXPECT_FALSE(list(pageOf("root")).isSuccess()) << status << code;
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(7));
+  EXPECT_THAT(requests(), SizeIs(7));
 }
 
-TEST_F(OneDriveFilter, RefusedLinkIsNotTakenApart) {
-  enqueue(answer(400, graphError("notSupported")));
+TEST_F(OneDriveFilter, IsNotRemovedFromALink) {
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(pageOf("root", kFolders, kNextPage)).isSuccess());
-  EXPECT_THAT(world.addresses(), ElementsAre(kNextPage));
+  EXPECT_THAT(addresses(), ElementsAre(kNextPage));
 }
 
-TEST_F(OneDriveFilter, RefusalOfOthersIsFinal) {
+TEST_F(OneDriveFilter, OtherFiltersAreNotOmitted) {
   for (const char* filter : {"", "name eq 'x'"}) {
-    enqueue(answer(400, graphError("notSupported")));
+    enqueue(response(400, graphError("notSupported")));
     EXPECT_FALSE(list(pageOf("root", filter)).isSuccess()) << filter;
   }
   auto absent = pageOf("root");
   absent.filter = CloudStorage::Util::Field<std::string>(kFolders);
-  enqueue(answer(400, graphError("notSupported")));
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(absent).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(3));
+  EXPECT_THAT(requests(), SizeIs(3));
 }
 
-TEST_F(OneDriveFilter, CanBeLeftToTheServiceAlone) {
+TEST_F(OneDriveFilter, FilteringOfTheResponseCanBeSwitchedOff) {
   auto request = pageOf("root");
   request.filtersAnswers = false;
-  enqueue(answer(200, kMixedPage));
+  enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(request)), SizeIs(6));
-  enqueue(answer(400, graphError("notSupported")));
+  enqueue(response(400, graphError("notSupported")));
   EXPECT_FALSE(list(request).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
 }  // namespace

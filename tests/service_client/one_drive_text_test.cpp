@@ -19,7 +19,7 @@ constexpr char kNoFile[] =
     "{ mimeType: , hashes: { crc32Hash: , sha1Hash: , quickXorHash:  }, processingMetadata: 0 }";
 constexpr char kNowhere[] = "{ driveId: , Id: , path: , name: , shareId:  }";
 
-/// Numbers with a dot after every digit, as a host's own locale may have them.
+/// Formats numbers with a dot after every digit, as the locale of a host may do.
 class Grouping : public std::numpunct<char> {
   char do_thousands_sep() const override { return '.'; }
   std::string do_grouping() const override { return "\1"; }

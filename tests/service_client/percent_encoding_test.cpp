@@ -41,13 +41,13 @@ TEST(PercentEncoding, KeepingSlashesChangesNothingElse) {
   }
 }
 
-TEST(PercentEncoding, WhatOtherEncodersLeaveOrAlterIsEscaped) {
+TEST(PercentEncoding, SpecialCharactersAreEscaped) {
   EXPECT_EQ(uriEncode("a b+c", false), "a%20b%2Bc");
   EXPECT_EQ(uriEncode("!'()*$&,:;=@", false), "%21%27%28%29%2A%24%26%2C%3A%3B%3D%40");
   EXPECT_EQ(uriEncode("100%", false), "100%25");
 }
 
-TEST(PercentEncoding, EncodesTheBytesOfUtf8AsTheyStand) {
+TEST(PercentEncoding, EncodesEachByteOfUtf8) {
   EXPECT_EQ(uriEncode("\xC3\x89t\xC3\xA9", false), "%C3%89t%C3%A9");
   EXPECT_EQ(uriEncode("\xF0\x9F\x98\x80", false), "%F0%9F%98%80");
   EXPECT_EQ(uriEncode("e\xCC\x81", false), "e%CC%81") << "no normalisation";

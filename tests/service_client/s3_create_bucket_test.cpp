@@ -4,25 +4,25 @@
 #include <ostream>
 #include <string>
 #include <tuple>
-#include <utility>
 
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "support/s3_world.h"
+#include "support/expectations.h"
+#include "support/s3_fixture.h"
 
 namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Model = CloudStorage::Client::S3::Model;
 using CloudStorage::Client::CoreErrors;
-using CloudStorage::Client::Error;
-using CloudStorage::Util::Outcome;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::expectInvalidRequest;
+using TestSupport::expectMalformedResponse;
+using TestSupport::response;
 using TestSupport::s3Error;
 
 constexpr int kCustomized = 16;
@@ -43,22 +43,18 @@ Model::CreateBucketRequest bucketAt(int location, const std::string& bucket = "v
   return request;
 }
 
-class S3CreateBucket : public ::testing::Test {
+class S3CreateBucket : public ::testing::Test, protected TestSupport::S3Fixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   // The address that a bucket of this name is put to.
   std::string addressOf(const std::string& bucket, const std::string& endpoint) {
-    enqueue(answer(200));
-    EXPECT_TRUE(world.client(endpoint)->createBucket(bucketAt(kCustomized, bucket)).isSuccess());
-    return world.addresses().back();
+    enqueue(response(200));
+    EXPECT_TRUE(makeClient(endpoint)->createBucket(bucketAt(kCustomized, bucket)).isSuccess());
+    return addresses().back();
   }
-
-  TestSupport::S3World world;
 };
 
-/// A location, what the document says of it, and the hosts that are asked for it instead of the
-/// session's own; none where the session's is asked.
+/// A location, its name in the document, and the hosts that replace the session's endpoint; empty
+/// where the session's endpoint is used.
 struct Place {
   int location;
   const char* stated;
@@ -115,9 +111,10 @@ class EveryStoreAndPlace : public ::testing::TestWithParam<std::tuple<Store, Pla
 
 TEST_P(EveryStoreAndPlace, HostRegionAndDocumentAgree) {
   const auto& [store, place] = GetParam();
-  TestSupport::S3World world;
-  world.transport->enqueue(answer(200));
-  EXPECT_TRUE(world.client(store.endpoint)->createBucket(bucketAt(place.location)).isSuccess());
+  TestSupport::S3Fixture fixture;
+  fixture.enqueue(response(200));
+  EXPECT_TRUE(
+      fixture.makeClient(store.endpoint)->createBucket(bucketAt(place.location)).isSuccess());
 
   std::string host;
   if (store.owner == Owner::Aws) host = place.awsHost;
@@ -125,12 +122,12 @@ TEST_P(EveryStoreAndPlace, HostRegionAndDocumentAgree) {
   std::string region = store.region;
   if (!host.empty()) region = place.location == 0 ? "us-east-1" : place.stated;
 
-  ASSERT_THAT(world.transport->requests(), SizeIs(1));
-  const auto request = world.transport->requests()[0];
+  ASSERT_THAT(fixture.requests(), SizeIs(1));
+  const auto request = fixture.requests()[0];
   EXPECT_EQ(request.method, Http::Method::Put);
   EXPECT_EQ(request.uri.toString(),
             (host.empty() ? store.address : "https://" + host) + "/vemlo-new");
-  EXPECT_THAT(world.regions(), ElementsAre(region));
+  EXPECT_THAT(fixture.regions(), ElementsAre(region));
 
   const std::string stated = place.stated;
   EXPECT_EQ(request.body, stated.empty() ? "" : documentFor(stated));
@@ -147,13 +144,13 @@ INSTANTIATE_TEST_SUITE_P(S3CreateBucket, EveryStoreAndPlace,
                                   std::to_string(std::get<1>(row.param).location);
                          });
 
-// The signature was computed by a signer that has nothing in common with this one.
+// The signature was computed by an independent signer.
 TEST_F(S3CreateBucket, ChineseRequestIsExactlyThis) {
-  enqueue(answer(200));
-  const auto client = world.client("https://s3.cn-north-1.amazonaws.com.cn");
+  enqueue(response(200));
+  const auto client = makeClient("https://s3.cn-north-1.amazonaws.com.cn");
   EXPECT_TRUE(client->createBucket(bucketAt(10, "vemlo-cn")).isSuccess());
-  ASSERT_THAT(world.transport->requests(), SizeIs(1));
-  const auto request = world.transport->requests()[0];
+  ASSERT_THAT(requests(), SizeIs(1));
+  const auto request = requests()[0];
   EXPECT_EQ(request.uri.toString(), "https://s3.cn-north-1.amazonaws.com.cn/vemlo-cn");
   EXPECT_THAT(
       request.headers,
@@ -169,53 +166,46 @@ TEST_F(S3CreateBucket, ChineseRequestIsExactlyThis) {
           Pair("x-amz-date", "20240229T083015Z")));
 }
 
-TEST_F(S3CreateBucket, GivenRegionIsUsedUnlessTheLocationNamesAHost) {
-  for (int i = 0; i < 3; ++i) enqueue(answer(200));
-  EXPECT_TRUE(world.client("", "eu-west-1")->createBucket(bucketAt(kCustomized)).isSuccess());
-  EXPECT_TRUE(world.client("", "eu-west-1")->createBucket(bucketAt(0)).isSuccess());
-  EXPECT_TRUE(world.client("store.test", "mine")->createBucket(bucketAt(1)).isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("eu-west-1", "us-east-1", "mine"));
+TEST_F(S3CreateBucket, SessionsRegionIsUsedUnlessTheLocationHasAHost) {
+  for (int i = 0; i < 3; ++i) enqueue(response(200));
+  EXPECT_TRUE(makeClient("", "eu-west-1")->createBucket(bucketAt(kCustomized)).isSuccess());
+  EXPECT_TRUE(makeClient("", "eu-west-1")->createBucket(bucketAt(0)).isSuccess());
+  EXPECT_TRUE(makeClient("store.test", "mine")->createBucket(bucketAt(1)).isSuccess());
+  EXPECT_THAT(regions(), ElementsAre("eu-west-1", "us-east-1", "mine"));
 }
 
-TEST_F(S3CreateBucket, RequestWithoutALocationGoesWhereTheSessionGoes) {
+TEST_F(S3CreateBucket, RequestWithoutALocationIsSentToTheSessionsEndpoint) {
   Model::CreateBucketRequest request;
   request.bucket = "vemlo-new";
-  enqueue(answer(200));
-  enqueue(answer(200));
-  const auto client = world.client("https://s3.eu-west-2.amazonaws.com");
+  enqueue(response(200));
+  enqueue(response(200));
+  const auto client = makeClient("https://s3.eu-west-2.amazonaws.com");
   EXPECT_TRUE(client->createBucket(request).isSuccess());
   request.createBucketConfiguration.markPresent();
   EXPECT_TRUE(client->createBucket(request).isSuccess());
-  EXPECT_THAT(world.addresses(), Each("https://s3.eu-west-2.amazonaws.com/vemlo-new"));
-  EXPECT_THAT(world.regions(), ElementsAre("eu-west-2", "eu-west-2"));
-  EXPECT_THAT(world.transport->requests(), Each(Field(&Http::Request::body, "")));
+  EXPECT_THAT(addresses(), Each("https://s3.eu-west-2.amazonaws.com/vemlo-new"));
+  EXPECT_THAT(regions(), ElementsAre("eu-west-2", "eu-west-2"));
+  EXPECT_THAT(requests(), Each(Field(&Http::Request::body, "")));
 }
 
-void expectRefusedHere(const Outcome<Model::CreateBucketResult, Error>& outcome) {
-  ASSERT_FALSE(outcome.isSuccess());
-  EXPECT_EQ(static_cast<int>(outcome.getError().errorType), 1);
-  EXPECT_EQ(outcome.getError().exceptionName, "InvalidRequest");
-  EXPECT_EQ(outcome.getError().httpResponseCode, 0);
+TEST_F(S3CreateBucket, CodesOfNoLocationAreNotSent) {
+  for (int code : {-1, 17, 99}) expectInvalidRequest(makeClient("")->createBucket(bucketAt(code)));
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(S3CreateBucket, CodesOfNoLocationAreRefusedHere) {
-  for (int code : {-1, 17, 99}) expectRefusedHere(world.client("")->createBucket(bucketAt(code)));
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
-}
-
-TEST_F(S3CreateBucket, NameThatWouldAddressSomethingElseIsRefusedHere) {
+TEST_F(S3CreateBucket, InvalidNameIsNotSent) {
   for (const char* name : {"", ".", ".."}) {
-    expectRefusedHere(world.client("")->createBucket(bucketAt(0, name)));
+    expectInvalidRequest(makeClient("")->createBucket(bucketAt(0, name)));
   }
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(S3CreateBucket, UnusableEndpointIsRefusedHere) {
-  expectRefusedHere(world.client("ftp://store.test")->createBucket(bucketAt(0)));
-  EXPECT_THAT(world.transport->requests(), IsEmpty());
+TEST_F(S3CreateBucket, UnusableEndpointSendsNothing) {
+  expectInvalidRequest(makeClient("ftp://store.test")->createBucket(bucketAt(0)));
+  EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(S3CreateBucket, NameIsOneSegmentWhateverItHolds) {
+TEST_F(S3CreateBucket, NameIsAlwaysOneSegment) {
   constexpr char kStore[] = "https://store.test";
   EXPECT_EQ(addressOf("a/b", kStore), "https://store.test/a%2Fb");
   EXPECT_EQ(addressOf("/", kStore), "https://store.test/%2F");
@@ -227,55 +217,53 @@ TEST_F(S3CreateBucket, NameIsOneSegmentWhateverItHolds) {
   EXPECT_EQ(addressOf("Old_Bucket.Name", ""), "https://s3.amazonaws.com/Old_Bucket.Name");
 }
 
-TEST_F(S3CreateBucket, EveryStatusOfTheTwoHundredsIsASuccess) {
+TEST_F(S3CreateBucket, EverySuccessStatusIsASuccess) {
   for (int code : {200, 201, 204}) {
-    enqueue(answer(code));
-    EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess()) << code;
+    enqueue(response(code));
+    EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess()) << code;
   }
 }
 
-TEST_F(S3CreateBucket, WordsOfAStoreThatHasMoreToSayAreASuccess) {
+TEST_F(S3CreateBucket, OtherBodiesOfASuccessAreIgnored) {
   for (const char* body : {"\n", "<CreateBucketResult/>", "<CreateBucketResponse xmlns='x'/>"}) {
-    enqueue(answer(200, body));
-    EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess()) << body;
+    enqueue(response(200, body));
+    EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess()) << body;
   }
 }
 
 TEST_F(S3CreateBucket, LocationOfTheNewBucketIsNoRedirect) {
-  enqueue(answer(200, "", {{"location", "/vemlo-new"}}));
-  enqueue(answer(201, "", {{"location", "http://vemlo-new.s3.amazonaws.com/"}}));
-  EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess());
-  EXPECT_TRUE(world.client("")->createBucket(bucketAt(0)).isSuccess());
-  EXPECT_THAT(world.transport->requests(), SizeIs(2));
+  enqueue(response(200, "", {{"location", "/vemlo-new"}}));
+  enqueue(response(201, "", {{"location", "http://vemlo-new.s3.amazonaws.com/"}}));
+  EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess());
+  EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess());
+  EXPECT_THAT(requests(), SizeIs(2));
 }
 
-TEST_F(S3CreateBucket, PageOfSomebodyOnTheWayIsNoSuccess) {
+TEST_F(S3CreateBucket, HtmlPageOfAProxyIsNoSuccess) {
   for (const char* body : {"<html><body>Please log in</body></html>",
                            "<!DOCTYPE html><html></html>", "Please log in"}) {
-    enqueue(answer(200, body, {{"content-type", "text/html"}}));
-    const auto outcome = world.client("")->createBucket(bucketAt(0));
-    ASSERT_FALSE(outcome.isSuccess()) << body;
-    EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-    EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
+    enqueue(response(200, body, {{"content-type", "text/html"}}));
+    const auto outcome = makeClient("")->createBucket(bucketAt(0));
+    SCOPED_TRACE(body);
+    expectMalformedResponse(outcome);
   }
 }
 
 TEST_F(S3CreateBucket, ErrorUnderAStatusOfSuccessIsAFailure) {
-  enqueue(answer(200, s3Error("InternalError")));
-  const auto outcome = world.client("")->createBucket(bucketAt(0));
+  enqueue(response(200, s3Error("InternalError")));
+  const auto outcome = makeClient("")->createBucket(bucketAt(0));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().exceptionName, "InternalError");
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::ServiceFailure);
 }
 
 TEST_F(S3CreateBucket, ConflictIsReportedEvenAfterAnAttemptThatMayHaveSucceeded) {
-  enqueue(answer(503));
-  enqueue(answer(409, s3Error("BucketAlreadyOwnedByYou")));
-  const auto outcome = world.client("")->createBucket(bucketAt(1));
+  enqueue(response(503));
+  enqueue(response(409, s3Error("BucketAlreadyOwnedByYou")));
+  const auto outcome = makeClient("")->createBucket(bucketAt(1));
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::BucketAlreadyOwned);
-  EXPECT_THAT(world.transport->requests(),
-              Each(Field(&Http::Request::body, documentFor("us-east-2"))));
+  EXPECT_THAT(requests(), Each(Field(&Http::Request::body, documentFor("us-east-2"))));
 }
 
 std::string wrongRegion(const std::string& expected) {
@@ -284,57 +272,55 @@ std::string wrongRegion(const std::string& expected) {
 
 TEST_F(S3CreateBucket, RegionIsCorrectedForThisCallIfTheBodyNamesNone) {
   for (int location : {0, kCustomized}) {
-    enqueue(answer(400, wrongRegion("garage")));
-    enqueue(answer(200));
-    EXPECT_TRUE(world.client("store.test")->createBucket(bucketAt(location)).isSuccess());
+    enqueue(response(400, wrongRegion("garage")));
+    enqueue(response(200));
+    EXPECT_TRUE(makeClient("store.test")->createBucket(bucketAt(location)).isSuccess());
   }
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "garage", "us-east-1", "garage"));
-  EXPECT_THAT(world.addresses(), Each("https://store.test/vemlo-new"));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "garage", "us-east-1", "garage"));
+  EXPECT_THAT(addresses(), Each("https://store.test/vemlo-new"));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
-TEST_F(S3CreateBucket, CorrectedRegionIsForgottenAfterTheCall) {
-  enqueue(answer(400, wrongRegion("garage")));
-  enqueue(answer(200));
-  enqueue(answer(200));
-  const auto client = world.client("store.test");
+TEST_F(S3CreateBucket, CorrectedRegionAppliesToOneCall) {
+  enqueue(response(400, wrongRegion("garage")));
+  enqueue(response(200));
+  enqueue(response(200));
+  const auto client = makeClient("store.test");
   EXPECT_TRUE(client->createBucket(bucketAt(kCustomized)).isSuccess());
   EXPECT_TRUE(client->createBucket(bucketAt(kCustomized)).isSuccess());
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "garage", "us-east-1"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "garage", "us-east-1"));
 }
 
 TEST_F(S3CreateBucket, RegionIsNotCorrectedAgainstTheBody) {
   for (int location = 1; location <= 15; ++location) {
     for (const char* endpoint : {"", "store.test"}) {
-      enqueue(answer(400, wrongRegion("garage")));
-      const auto outcome = world.client(endpoint)->createBucket(bucketAt(location));
+      enqueue(response(400, wrongRegion("garage")));
+      const auto outcome = makeClient(endpoint)->createBucket(bucketAt(location));
       ASSERT_FALSE(outcome.isSuccess());
       EXPECT_EQ(outcome.getError().errorType, CoreErrors::WrongRegion);
     }
   }
-  EXPECT_THAT(world.transport->requests(), SizeIs(30));
+  EXPECT_THAT(requests(), SizeIs(30));
 }
 
 TEST_F(S3CreateBucket, ClockIsCorrectedAndTheBodyKept) {
-  enqueue(answer(403,
-                 s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
-  enqueue(answer(200));
-  EXPECT_TRUE(world.client("")->createBucket(bucketAt(12)).isSuccess());
-  EXPECT_THAT(world.times(), ElementsAre("20240229T083015Z", "20240229T090000Z"));
-  EXPECT_THAT(world.transport->requests(),
-              Each(Field(&Http::Request::body, documentFor("eu-central-1"))));
+  enqueue(response(
+      403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
+  enqueue(response(200));
+  EXPECT_TRUE(makeClient("")->createBucket(bucketAt(12)).isSuccess());
+  EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T090000Z"));
+  EXPECT_THAT(requests(), Each(Field(&Http::Request::body, documentFor("eu-central-1"))));
 }
 
 TEST_F(S3CreateBucket, RedirectKeepsMethodBodyTypeAndRegion) {
-  enqueue(answer(307, s3Error("TemporaryRedirect"),
-                 {{"location", "https://s3-2.eu-central-1.amazonaws.com/vemlo-new?rk=1"}}));
-  enqueue(answer(200));
-  EXPECT_TRUE(world.client("")->createBucket(bucketAt(12)).isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre("https://s3.eu-central-1.amazonaws.com/vemlo-new",
-                          "https://s3-2.eu-central-1.amazonaws.com/vemlo-new?rk=1"));
-  EXPECT_THAT(world.regions(), ElementsAre("eu-central-1", "eu-central-1"));
-  for (const auto& request : world.transport->requests()) {
+  enqueue(response(307, s3Error("TemporaryRedirect"),
+                   {{"location", "https://s3-2.eu-central-1.amazonaws.com/vemlo-new?rk=1"}}));
+  enqueue(response(200));
+  EXPECT_TRUE(makeClient("")->createBucket(bucketAt(12)).isSuccess());
+  EXPECT_THAT(addresses(), ElementsAre("https://s3.eu-central-1.amazonaws.com/vemlo-new",
+                                       "https://s3-2.eu-central-1.amazonaws.com/vemlo-new?rk=1"));
+  EXPECT_THAT(regions(), ElementsAre("eu-central-1", "eu-central-1"));
+  for (const auto& request : requests()) {
     EXPECT_EQ(request.method, Http::Method::Put);
     EXPECT_EQ(request.body, documentFor("eu-central-1"));
     EXPECT_EQ(request.headers.at("content-type"), "application/xml");

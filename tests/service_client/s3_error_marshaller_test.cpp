@@ -3,7 +3,8 @@
 #include <string>
 
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "support/error_answers.h"
+#include "support/error_expectation.h"
+#include "support/responses.h"
 
 namespace {
 
@@ -11,8 +12,9 @@ using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
 using CloudStorage::Client::S3::S3ErrorMarshaller;
 using CloudStorage::Http::Method;
-using ErrorAnswers::answer;
-using ErrorAnswers::Expectation;
+using TestSupport::ErrorExpectation;
+using TestSupport::expectRow;
+using TestSupport::response;
 
 Error marshall(const CloudStorage::Http::Response& response, Method method = Method::Put) {
   return S3ErrorMarshaller().marshall(response, method);
@@ -23,7 +25,7 @@ std::string body(const std::string& code, const std::string& rest = "") {
          "</Error>";
 }
 
-const Expectation kCodes[] = {
+const ErrorExpectation kCodes[] = {
     {400, "InvalidBucketName", CoreErrors::InvalidBucketName, false},
     {404, "NoSuchBucket", CoreErrors::BucketNotFound, false},
     {409, "BucketAlreadyExists", CoreErrors::BucketAlreadyExists, false},
@@ -68,67 +70,60 @@ const Expectation kCodes[] = {
     {501, "NotImplemented", CoreErrors::NotImplemented, true},
 };
 
-const Expectation kOtherwise[] = {
+const ErrorExpectation kOtherwise[] = {
     {429, "", CoreErrors::Throttled, false},
     {418, "SomethingNew", CoreErrors::Rejected, false},
     {403, "SomethingNew", CoreErrors::AccessDenied, false},
     {502, "SomethingNew", CoreErrors::ServiceFailure, true},
 };
 
-class S3Error : public testing::TestWithParam<Expectation> {};
+using S3Error = TestSupport::ErrorTable;
 
 TEST_P(S3Error, HasTheTypeAndFlagOfItsRow) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(row.status, row.code.empty() ? "" : body(row.code)));
-  EXPECT_EQ(error.errorType, row.type);
-  EXPECT_EQ(error.retryable, row.retryable);
-  EXPECT_EQ(error.httpResponseCode, row.status);
-  EXPECT_EQ(error.exceptionName, row.code.empty() ? "HTTP" + std::to_string(row.status) : row.code);
+  const ErrorExpectation& row = GetParam();
+  expectRow(marshall(response(row.status, row.code.empty() ? "" : body(row.code))), row);
 }
 
-INSTANTIATE_TEST_SUITE_P(Code, S3Error, testing::ValuesIn(kCodes),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(Code, S3Error, testing::ValuesIn(kCodes), TestSupport::RowName());
 
-INSTANTIATE_TEST_SUITE_P(Otherwise, S3Error, testing::ValuesIn(kOtherwise),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(Otherwise, S3Error, testing::ValuesIn(kOtherwise), TestSupport::RowName());
 
-class S3ErrorCode : public testing::TestWithParam<Expectation> {};
+using S3ErrorCode = TestSupport::ErrorTable;
 
-TEST_P(S3ErrorCode, GoesBeforeTheStatus) {
-  const Expectation& row = GetParam();
-  const Error error = marshall(answer(299, body(row.code)));
+TEST_P(S3ErrorCode, HasPrecedenceOverTheStatus) {
+  const ErrorExpectation& row = GetParam();
+  const Error error = marshall(response(299, body(row.code)));
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, S3ErrorCode, testing::ValuesIn(kCodes),
-                         [](const auto& test) { return ErrorAnswers::nameOf(test.param); });
+INSTANTIATE_TEST_SUITE_P(All, S3ErrorCode, testing::ValuesIn(kCodes), TestSupport::RowName());
 
 TEST(S3ErrorMarshaller, CodeAndMessageComeFromTheBody) {
-  const Error error = marshall(answer(404, body("NoSuchBucket",
-                                                "<Message>The bucket does not exist</Message>"
-                                                "<BucketName>vemlo-x</BucketName>")));
+  const Error error = marshall(response(404, body("NoSuchBucket",
+                                                  "<Message>The bucket does not exist</Message>"
+                                                  "<BucketName>vemlo-x</BucketName>")));
   EXPECT_EQ(error.exceptionName, "NoSuchBucket");
   EXPECT_EQ(error.message, "The bucket does not exist");
 }
 
 TEST(S3ErrorMarshaller, NamespaceDoesNotMatter) {
   const Error error = marshall(
-      answer(403,
-             "<s:Error xmlns:s=\"http://s3.amazonaws.com/doc/2006-03-01/\"><s:Code>AccessDenied"
-             "</s:Code><s:Message>No</s:Message></s:Error>"));
+      response(403,
+               "<s:Error xmlns:s=\"http://s3.amazonaws.com/doc/2006-03-01/\"><s:Code>AccessDenied"
+               "</s:Code><s:Message>No</s:Message></s:Error>"));
   EXPECT_EQ(error.errorType, CoreErrors::AccessDenied);
   EXPECT_EQ(error.message, "No");
 }
 
 TEST(S3ErrorMarshaller, EmptyMessageIsReplacedByTheStatusText) {
-  const Error error = marshall(answer(404, body("NoSuchBucket", "<Message></Message>")));
+  const Error error = marshall(response(404, body("NoSuchBucket", "<Message></Message>")));
   EXPECT_EQ(error.exceptionName, "NoSuchBucket");
   EXPECT_EQ(error.message, "Not Found");
 }
 
 TEST(S3ErrorMarshaller, EmptyBodyIsNamedByTheStatus) {
-  const Error error = marshall(answer(403));
+  const Error error = marshall(response(403));
   EXPECT_EQ(error.errorType, CoreErrors::AccessDenied);
   EXPECT_EQ(error.exceptionName, "HTTP403");
   EXPECT_EQ(error.message, "Forbidden");
@@ -137,28 +132,28 @@ TEST(S3ErrorMarshaller, EmptyBodyIsNamedByTheStatus) {
 TEST(S3ErrorMarshaller, BodiesOfOtherFormsAreNotEchoed) {
   for (const auto other : {"<html>page</html>", "{\"Code\":\"NoSuchBucket\"}", "plain text",
                            "<Errors><Code>NoSuchBucket</Code></Errors>"}) {
-    const Error error = marshall(answer(404, other));
+    const Error error = marshall(response(404, other));
     EXPECT_EQ(error.errorType, CoreErrors::NotFound) << other;
     EXPECT_EQ(error.exceptionName, "HTTP404") << other;
     EXPECT_EQ(error.message, "Not Found") << other;
   }
 }
 
-TEST(S3ErrorMarshaller, ErrorWithStatus200IsJudgedByItsCode) {
-  const Error error = marshall(answer(200, body("InternalError")));
+TEST(S3ErrorMarshaller, ErrorWithStatus200HasTheTypeOfItsCode) {
+  const Error error = marshall(response(200, body("InternalError")));
   EXPECT_EQ(error.errorType, CoreErrors::ServiceFailure);
   EXPECT_TRUE(error.retryable);
   EXPECT_EQ(error.httpResponseCode, 200);
 }
 
 TEST(S3ErrorMarshaller, RedirectKeepsItsHeaders) {
-  const Error error = marshall(answer(307, body("TemporaryRedirect"),
-                                      {{"location", "https://b.s3.eu-west-1.amazonaws.com/"}}));
+  const Error error = marshall(response(307, body("TemporaryRedirect"),
+                                        {{"location", "https://b.s3.eu-west-1.amazonaws.com/"}}));
   EXPECT_EQ(error.responseHeaders.at("location"), "https://b.s3.eu-west-1.amazonaws.com/");
 }
 
 TEST(S3ErrorMarshaller, EchoOfTheSignatureIsLeftOut) {
-  const Error error = marshall(answer(
+  const Error error = marshall(response(
       403, body("SignatureDoesNotMatch",
                 "<Message>The signature is wrong</Message><AWSAccessKeyId>s3cr3t</AWSAccessKeyId>"
                 "<StringToSign>s3cr3t</StringToSign><SignatureProvided>s3cr3t</SignatureProvided>"
@@ -168,8 +163,8 @@ TEST(S3ErrorMarshaller, EchoOfTheSignatureIsLeftOut) {
   EXPECT_EQ(error.message, "The signature is wrong");
 }
 
-TEST(S3ErrorMarshaller, AccessDeniedHasTheNumberThatHostsKnow) {
-  const Error error = marshall(answer(403, body("AccessDenied")));
+TEST(S3ErrorMarshaller, AccessDeniedHasTheDocumentedNumber) {
+  const Error error = marshall(response(403, body("AccessDenied")));
   EXPECT_EQ(static_cast<unsigned>(error.errorType), 15U);
 }
 

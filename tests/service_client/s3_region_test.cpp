@@ -10,7 +10,7 @@
 
 #include "Auth/AWSV4Signer.h"
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "support/s3_world.h"
+#include "support/s3_fixture.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
+using TestSupport::response;
 using TestSupport::s3Error;
 
 constexpr char kEmptyPage[] = "<ListBucketResult/>";
@@ -40,7 +40,7 @@ Http::HeaderValueCollection bucketIn(const std::string& region) {
 std::string regionElement(const std::string& region) { return "<Region>" + region + "</Region>"; }
 
 Http::Response movedTo(const std::string& region) {
-  return answer(301, s3Error("PermanentRedirect"), bucketIn(region));
+  return response(301, s3Error("PermanentRedirect"), bucketIn(region));
 }
 
 bool list(const S3Client& client, const std::string& bucket = "vemlo-data") {
@@ -58,22 +58,18 @@ Outcome<Model::PutObjectResult, Error> put(const S3Client& client, const std::st
   return client.putObject(request);
 }
 
-class S3BucketTest : public ::testing::Test {
+class S3BucketTest : public ::testing::Test, protected TestSupport::S3Fixture {
  protected:
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-
   // Whether the request at `index` carries the signature that belongs to it.
   bool isSignedFor(std::size_t index, const std::string& region) {
-    Http::Request request = world.transport->requests().at(index);
+    Http::Request request = requests().at(index);
     const std::string sent = request.headers.at("authorization");
     request.headers = {};
     CloudStorage::Auth::AWSV4Signer signer(std::make_shared<CloudStorage::Auth::AWSAuthCredential>(
         "AKIDVEMLOTEST0000001", "vemloTestSecretKey/0123456789+abcdefABCD", "s3", "us-east-1"));
-    signer.sign(request, region, world.now());
+    signer.sign(request, region, now());
     return request.headers.at("authorization") == sent;
   }
-
-  TestSupport::S3World world;
 };
 
 /// An answer that tells where a bucket is.
@@ -114,24 +110,24 @@ const Hint kHints[] = {
 class S3RegionHint : public S3BucketTest, public ::testing::WithParamInterface<Hint> {};
 
 TEST_P(S3RegionHint, ListingIsSentAgainToTheBucketsRegion) {
-  enqueue(answer(GetParam().status, GetParam().body, GetParam().headers));
-  enqueue(answer(200, kEmptyPage));
-  EXPECT_TRUE(list(*world.client("")));
-  EXPECT_THAT(world.addresses(), ElementsAre(kInUsEast, kInEuCentral));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1"));
+  enqueue(response(GetParam().status, GetParam().body, GetParam().headers));
+  enqueue(response(200, kEmptyPage));
+  EXPECT_TRUE(list(*makeClient("")));
+  EXPECT_THAT(addresses(), ElementsAre(kInUsEast, kInEuCentral));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1"));
   EXPECT_TRUE(isSignedFor(1, "eu-central-1"));
-  EXPECT_THAT(world.delays(), IsEmpty());
-  EXPECT_THAT(world.strategy->asked, IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_P(S3RegionHint, OtherStoresAreOnlySignedForItAnew) {
-  enqueue(answer(GetParam().status, GetParam().body, GetParam().headers));
-  enqueue(answer(200));
-  EXPECT_TRUE(put(*world.client(kStore), "vemlo-data", "a b/").isSuccess());
-  EXPECT_THAT(world.addresses(), SizeIs(2));
-  EXPECT_THAT(world.addresses(), Each("https://store.example.test:9000/vemlo-data/a%20b/"));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1"));
-  EXPECT_EQ(world.transport->requests().at(1).method, Http::Method::Put);
+  enqueue(response(GetParam().status, GetParam().body, GetParam().headers));
+  enqueue(response(200));
+  EXPECT_TRUE(put(*makeClient(kStore), "vemlo-data", "a b/").isSuccess());
+  EXPECT_THAT(addresses(), SizeIs(2));
+  EXPECT_THAT(addresses(), Each("https://store.example.test:9000/vemlo-data/a%20b/"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1"));
+  EXPECT_EQ(requests().at(1).method, Http::Method::Put);
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, S3RegionHint, ::testing::ValuesIn(kHints),
@@ -140,127 +136,126 @@ INSTANTIATE_TEST_SUITE_P(Answers, S3RegionHint, ::testing::ValuesIn(kHints),
 using S3BucketRegion = S3BucketTest;
 
 TEST_F(S3BucketRegion, IsAskedForIfTheAnswerDoesNotNameIt) {
-  enqueue(answer(301, s3Error("PermanentRedirect", "<Endpoint>elsewhere.test</Endpoint>")));
-  enqueue(answer(403, "", bucketIn("eu-central-1")));
-  enqueue(answer(200));
-  EXPECT_TRUE(put(*world.client(""), "vemlo-data", "photos/").isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre("https://vemlo-data.s3.amazonaws.com/photos/",
-                          "https://vemlo-data.s3.amazonaws.com/",
-                          "https://vemlo-data.s3.eu-central-1.amazonaws.com/photos/"));
-  const auto question = world.transport->requests().at(1);
+  enqueue(response(301, s3Error("PermanentRedirect", "<Endpoint>elsewhere.test</Endpoint>")));
+  enqueue(response(403, "", bucketIn("eu-central-1")));
+  enqueue(response(200));
+  EXPECT_TRUE(put(*makeClient(""), "vemlo-data", "photos/").isSuccess());
+  EXPECT_THAT(addresses(), ElementsAre("https://vemlo-data.s3.amazonaws.com/photos/",
+                                       "https://vemlo-data.s3.amazonaws.com/",
+                                       "https://vemlo-data.s3.eu-central-1.amazonaws.com/photos/"));
+  const auto question = requests().at(1);
   EXPECT_EQ(question.method, Http::Method::Head);
   EXPECT_TRUE(isSignedFor(1, "us-east-1"));
-  EXPECT_THAT(world.strategy->asked, IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_F(S3BucketRegion, IsUnknownIfNobodyNamesIt) {
-  enqueue(answer(301, s3Error("PermanentRedirect")));
-  enqueue(answer(301));
-  EXPECT_FALSE(list(*world.client("")));
-  EXPECT_THAT(world.addresses(), ElementsAre(kInUsEast, "https://vemlo-data.s3.amazonaws.com/"));
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(301, 0)));
+  enqueue(response(301, s3Error("PermanentRedirect")));
+  enqueue(response(301));
+  EXPECT_FALSE(list(*makeClient("")));
+  EXPECT_THAT(addresses(), ElementsAre(kInUsEast, "https://vemlo-data.s3.amazonaws.com/"));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(301, 0)));
 }
 
 TEST_F(S3BucketRegion, IsRememberedForThatBucketAlone) {
   enqueue(movedTo("eu-central-1"));
-  for (int i = 0; i < 4; ++i) enqueue(answer(200, kEmptyPage));
-  const auto client = world.client("");
+  for (int i = 0; i < 4; ++i) enqueue(response(200, kEmptyPage));
+  const auto client = makeClient("");
   EXPECT_TRUE(list(*client));
   EXPECT_TRUE(list(*client));
   EXPECT_TRUE(list(*client, "another"));
   EXPECT_TRUE(list(*client));
-  EXPECT_THAT(world.addresses(),
+  EXPECT_THAT(addresses(),
               ElementsAre(kInUsEast, kInEuCentral, kInEuCentral,
                           "https://another.s3.amazonaws.com/?list-type=2", kInEuCentral));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1", "us-east-1",
-                                           "eu-central-1"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1", "us-east-1",
+                                     "eu-central-1"));
 }
 
 TEST_F(S3BucketRegion, LearnedFromAListingServesAFolder) {
   enqueue(movedTo("eu-central-1"));
-  enqueue(answer(200, kEmptyPage));
-  enqueue(answer(200));
-  const auto client = world.client("");
+  enqueue(response(200, kEmptyPage));
+  enqueue(response(200));
+  const auto client = makeClient("");
   EXPECT_TRUE(list(*client));
   EXPECT_TRUE(put(*client, "vemlo-data", "a/").isSuccess());
-  EXPECT_EQ(world.addresses().back(), "https://vemlo-data.s3.eu-central-1.amazonaws.com/a/");
-  EXPECT_THAT(world.addresses(), SizeIs(3));
+  EXPECT_EQ(addresses().back(), "https://vemlo-data.s3.eu-central-1.amazonaws.com/a/");
+  EXPECT_THAT(addresses(), SizeIs(3));
 }
 
 TEST_F(S3BucketRegion, OfABucketMadeAnewElsewhereReplacesTheOldOne) {
   enqueue(movedTo("eu-central-1"));
-  enqueue(answer(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
   enqueue(movedTo("eu-west-1"));
-  enqueue(answer(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
   enqueue(movedTo("us-east-1"));
-  enqueue(answer(200, kEmptyPage));
-  enqueue(answer(200, kEmptyPage));
-  const auto client = world.client("");
+  enqueue(response(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
+  const auto client = makeClient("");
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(list(*client));
-  EXPECT_THAT(world.addresses(), ElementsAre(kInUsEast, kInEuCentral, kInEuCentral, kInEuWest,
-                                             kInEuWest, kInUsEast, kInUsEast));
+  EXPECT_THAT(addresses(), ElementsAre(kInUsEast, kInEuCentral, kInEuCentral, kInEuWest, kInEuWest,
+                                       kInUsEast, kInUsEast));
 }
 
 TEST_F(S3BucketRegion, IsCorrectedOnceACall) {
   enqueue(movedTo("eu-central-1"));
-  enqueue(answer(503));
+  enqueue(response(503));
   enqueue(movedTo("eu-west-1"));
-  EXPECT_FALSE(list(*world.client("")));
-  EXPECT_THAT(world.addresses(), ElementsAre(kInUsEast, kInEuCentral, kInEuCentral));
-  EXPECT_THAT(world.strategy->asked, ElementsAre(Pair(503, 0), Pair(301, 1)));
+  EXPECT_FALSE(list(*makeClient("")));
+  EXPECT_THAT(addresses(), ElementsAre(kInUsEast, kInEuCentral, kInEuCentral));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(301, 1)));
 }
 
 TEST_F(S3BucketRegion, TextThatIsNoOtherRegionIsRefused) {
   for (const char* region : {"us-east-1", "EU", "eu_west", "a/b", "evil.test", "eu west-1", "a:80",
                              "@evil", "eu-west-1#"}) {
     enqueue(movedTo(region));
-    EXPECT_FALSE(list(*world.client(""))) << region;
-    enqueue(answer(400, s3Error("AuthorizationHeaderMalformed", regionElement(region))));
-    EXPECT_FALSE(list(*world.client(""))) << region;
+    EXPECT_FALSE(list(*makeClient(""))) << region;
+    enqueue(response(400, s3Error("AuthorizationHeaderMalformed", regionElement(region))));
+    EXPECT_FALSE(list(*makeClient(""))) << region;
   }
-  EXPECT_THAT(world.addresses(), SizeIs(18));
-  EXPECT_THAT(world.addresses(), Each(kInUsEast));
+  EXPECT_THAT(addresses(), SizeIs(18));
+  EXPECT_THAT(addresses(), Each(kInUsEast));
 }
 
 TEST_F(S3BucketRegion, IsNoMatterOfOtherFailures) {
   for (const int status : {403, 404, 409}) {
-    enqueue(
-        answer(status, s3Error("AccessDenied", regionElement("eu-west-1")), bucketIn("eu-west-1")));
-    EXPECT_FALSE(list(*world.client("")));
+    enqueue(response(status, s3Error("AccessDenied", regionElement("eu-west-1")),
+                     bucketIn("eu-west-1")));
+    EXPECT_FALSE(list(*makeClient("")));
   }
-  enqueue(answer(400, s3Error("InvalidArgument", regionElement("eu-west-1"))));
-  EXPECT_FALSE(list(*world.client("")));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "us-east-1", "us-east-1", "us-east-1"));
+  enqueue(response(400, s3Error("InvalidArgument", regionElement("eu-west-1"))));
+  EXPECT_FALSE(list(*makeClient("")));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "us-east-1", "us-east-1", "us-east-1"));
 }
 
 TEST_F(S3BucketRegion, OfAPathStyleBucketChangesTheHost) {
   enqueue(movedTo("eu-central-1"));
-  enqueue(answer(200, kEmptyPage));
-  EXPECT_TRUE(list(*world.client(""), "vemlo.data"));
-  EXPECT_THAT(world.addresses(),
+  enqueue(response(200, kEmptyPage));
+  EXPECT_TRUE(list(*makeClient(""), "vemlo.data"));
+  EXPECT_THAT(addresses(),
               ElementsAre("https://s3.amazonaws.com/vemlo.data?list-type=2",
                           "https://s3.eu-central-1.amazonaws.com/vemlo.data?list-type=2"));
 }
 
 TEST_F(S3BucketRegion, StaysInChina) {
   enqueue(movedTo("cn-northwest-1"));
-  enqueue(answer(200, kEmptyPage));
-  EXPECT_TRUE(list(*world.client("s3.cn-north-1.amazonaws.com.cn")));
-  EXPECT_THAT(world.addresses(),
+  enqueue(response(200, kEmptyPage));
+  EXPECT_TRUE(list(*makeClient("s3.cn-north-1.amazonaws.com.cn")));
+  EXPECT_THAT(addresses(),
               ElementsAre("https://vemlo-data.s3.cn-north-1.amazonaws.com.cn/?list-type=2",
                           "https://vemlo-data.s3.cn-northwest-1.amazonaws.com.cn/?list-type=2"));
 }
 
 TEST_F(S3BucketRegion, IsCorrectedWithTheClockInOneAttempt) {
   enqueue(movedTo("eu-central-1"));
-  enqueue(answer(403,
-                 s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
-  enqueue(answer(200, kEmptyPage));
-  EXPECT_TRUE(list(*world.client("")));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
-  EXPECT_EQ(world.times().back(), "20240229T090000Z");
-  EXPECT_THAT(world.delays(), IsEmpty());
+  enqueue(response(
+      403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
+  enqueue(response(200, kEmptyPage));
+  EXPECT_TRUE(list(*makeClient("")));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
+  EXPECT_EQ(times().back(), "20240229T090000Z");
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(S3BucketRegion, HintDoesNotMoveANewBucketAgainstItsLocation) {
@@ -271,87 +266,85 @@ TEST_F(S3BucketRegion, HintDoesNotMoveANewBucketAgainstItsLocation) {
   request.createBucketConfiguration = configuration;
   for (const auto& response :
        {movedTo("eu-west-1"),
-        answer(400, s3Error("IllegalLocationConstraintException"), bucketIn("eu-west-1")),
-        answer(400, s3Error("AuthorizationHeaderMalformed", regionElement("eu-west-1")),
-               bucketIn("eu-west-1"))}) {
+        response(400, s3Error("IllegalLocationConstraintException"), bucketIn("eu-west-1")),
+        response(400, s3Error("AuthorizationHeaderMalformed", regionElement("eu-west-1")),
+                 bucketIn("eu-west-1"))}) {
     enqueue(response);
-    EXPECT_FALSE(world.client("")->createBucket(request).isSuccess());
+    EXPECT_FALSE(makeClient("")->createBucket(request).isSuccess());
   }
-  EXPECT_THAT(world.addresses(), SizeIs(3));
-  EXPECT_THAT(world.addresses(), Each("https://s3.eu-central-1.amazonaws.com/vemlo-data"));
-  EXPECT_THAT(world.regions(), Each("eu-central-1"));
+  EXPECT_THAT(addresses(), SizeIs(3));
+  EXPECT_THAT(addresses(), Each("https://s3.eu-central-1.amazonaws.com/vemlo-data"));
+  EXPECT_THAT(regions(), Each("eu-central-1"));
 }
 
 using S3RedirectedBucket = S3BucketTest;
 
 TEST_F(S3RedirectedBucket, CallKeepsMethodAndIsSignedForTheNewHost) {
-  enqueue(answer(307, s3Error("TemporaryRedirect"),
-                 {{"location", "http://vemlo-data.s3-2.amazonaws.com/a%20b/?rk=x%2fy"}}));
-  enqueue(answer(200));
-  EXPECT_TRUE(put(*world.client(""), "vemlo-data", "a b/").isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre("https://vemlo-data.s3.amazonaws.com/a%20b/",
-                          "https://vemlo-data.s3-2.amazonaws.com/a%20b/?rk=x%2fy"));
-  const auto again = world.transport->requests().at(1);
+  enqueue(response(307, s3Error("TemporaryRedirect"),
+                   {{"location", "http://vemlo-data.s3-2.amazonaws.com/a%20b/?rk=x%2fy"}}));
+  enqueue(response(200));
+  EXPECT_TRUE(put(*makeClient(""), "vemlo-data", "a b/").isSuccess());
+  EXPECT_THAT(addresses(), ElementsAre("https://vemlo-data.s3.amazonaws.com/a%20b/",
+                                       "https://vemlo-data.s3-2.amazonaws.com/a%20b/?rk=x%2fy"));
+  const auto again = requests().at(1);
   EXPECT_EQ(again.method, Http::Method::Put);
   EXPECT_EQ(again.body, "");
   EXPECT_EQ(again.headers.at("host"), "vemlo-data.s3-2.amazonaws.com");
   EXPECT_TRUE(isSignedFor(1, "us-east-1"));
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(delays(), ElementsAre(1000));
 }
 
 TEST_F(S3RedirectedBucket, BodyGoesAlong) {
-  enqueue(answer(307, "", {{"location", "https://vemlo-data.s3-2.amazonaws.com/a"}}));
-  enqueue(answer(200));
+  enqueue(response(307, "", {{"location", "https://vemlo-data.s3-2.amazonaws.com/a"}}));
+  enqueue(response(200));
   Model::PutObjectRequest request;
   request.bucket = "vemlo-data";
   request.key = "a";
   request.body = std::make_shared<std::stringstream>("the body");
-  EXPECT_TRUE(world.client("")->putObject(request).isSuccess());
-  ASSERT_THAT(world.transport->requests(), SizeIs(2));
-  EXPECT_EQ(world.transport->requests().at(1).body, "the body");
+  EXPECT_TRUE(makeClient("")->putObject(request).isSuccess());
+  ASSERT_THAT(requests(), SizeIs(2));
+  EXPECT_EQ(requests().at(1).body, "the body");
 }
 
 TEST_F(S3RedirectedBucket, ForeignHostGetsNothing) {
   for (const char* location :
        {"https://evil.test/", "https://vemlo-data.s3.amazonaws.com.evil.test/",
         "https://evilamazonaws.com/", "//evil.test/", "https://s3.cn-north-1.amazonaws.com.cn/"}) {
-    enqueue(answer(307, s3Error("TemporaryRedirect"), {{"location", location}}));
-    EXPECT_FALSE(list(*world.client(""))) << location;
+    enqueue(response(307, s3Error("TemporaryRedirect"), {{"location", location}}));
+    EXPECT_FALSE(list(*makeClient(""))) << location;
   }
-  EXPECT_THAT(world.addresses(), SizeIs(5));
-  EXPECT_THAT(world.addresses(), Each(kInUsEast));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(addresses(), SizeIs(5));
+  EXPECT_THAT(addresses(), Each(kInUsEast));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(S3RedirectedBucket, NextCallGoesWhereTheBucketBelongs) {
-  enqueue(answer(307, "", {{"location", "https://vemlo-data.s3-2.amazonaws.com/?list-type=2"}}));
-  enqueue(answer(200, kEmptyPage));
-  enqueue(answer(200, kEmptyPage));
-  const auto client = world.client("");
+  enqueue(response(307, "", {{"location", "https://vemlo-data.s3-2.amazonaws.com/?list-type=2"}}));
+  enqueue(response(200, kEmptyPage));
+  enqueue(response(200, kEmptyPage));
+  const auto client = makeClient("");
   EXPECT_TRUE(list(*client));
   EXPECT_TRUE(list(*client));
   EXPECT_THAT(
-      world.addresses(),
+      addresses(),
       ElementsAre(kInUsEast, "https://vemlo-data.s3-2.amazonaws.com/?list-type=2", kInUsEast));
 }
 
 // The redirect has changed the style of the address: under the region's own host its path would
 // name a bucket, and one would be made.
 TEST_F(S3RedirectedBucket, RegionIsThenCorrectedAtThatHost) {
-  enqueue(answer(307, "", {{"location", "https://vemlo.data.s3-2.amazonaws.com/photos/"}}));
-  enqueue(answer(400, s3Error("AuthorizationHeaderMalformed", regionElement("eu-west-1"))));
-  enqueue(answer(200));
-  enqueue(answer(200));
-  const auto client = world.client("");
+  enqueue(response(307, "", {{"location", "https://vemlo.data.s3-2.amazonaws.com/photos/"}}));
+  enqueue(response(400, s3Error("AuthorizationHeaderMalformed", regionElement("eu-west-1"))));
+  enqueue(response(200));
+  enqueue(response(200));
+  const auto client = makeClient("");
   EXPECT_TRUE(put(*client, "vemlo.data", "photos/").isSuccess());
   EXPECT_TRUE(put(*client, "vemlo.data", "photos/").isSuccess());
-  EXPECT_THAT(world.addresses(),
-              ElementsAre("https://s3.amazonaws.com/vemlo.data/photos/",
-                          "https://vemlo.data.s3-2.amazonaws.com/photos/",
-                          "https://vemlo.data.s3-2.amazonaws.com/photos/",
-                          "https://s3.eu-west-1.amazonaws.com/vemlo.data/photos/"));
-  EXPECT_THAT(world.regions(), ElementsAre("us-east-1", "us-east-1", "eu-west-1", "eu-west-1"));
+  EXPECT_THAT(addresses(), ElementsAre("https://s3.amazonaws.com/vemlo.data/photos/",
+                                       "https://vemlo.data.s3-2.amazonaws.com/photos/",
+                                       "https://vemlo.data.s3-2.amazonaws.com/photos/",
+                                       "https://s3.eu-west-1.amazonaws.com/vemlo.data/photos/"));
+  EXPECT_THAT(regions(), ElementsAre("us-east-1", "us-east-1", "eu-west-1", "eu-west-1"));
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "libvemlo/retry_strategies.h"
-#include "support/attempt_world.h"
+#include "support/attempt_fixture.h"
 
 namespace {
 
@@ -42,15 +42,15 @@ std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullop
 
 // The error of a service that repeats `secret` to a request authorized with `header`.
 Error errorWith(const std::string& header, const std::string& secret) {
-  TestSupport::AttemptWorld world;
-  world.transport->enqueue(TestSupport::answer(403, "<Error><Code>Denied" + secret +
-                                                        "</Code><Message>not " + secret +
-                                                        ", no.</Message></Error>"));
+  TestSupport::AttemptFixture fixture;
+  fixture.enqueue(TestSupport::response(403, "<Error><Code>Denied" + secret +
+                                                 "</Code><Message>not " + secret +
+                                                 ", no.</Message></Error>"));
   ClientParts parts;
   parts.retryStrategy = std::make_shared<S3RetryStrategy>(nullptr);
   parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
   GivenHeader conduct(header);
-  const ServiceCall call(parts, world.environment());
+  const ServiceCall call(parts, fixture.environment());
   return call
       .send<Nothing>(Http::Method::Get, Http::URI::parse("https://host/").value(), Question(),
                      conduct, readNothing)

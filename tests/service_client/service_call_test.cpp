@@ -17,8 +17,8 @@
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Client/StreamingWSRequest.h"
 #include "libvemlo/retry_strategies.h"
-#include "support/attempt_world.h"
-#include "support/noting_strategy.h"
+#include "support/attempt_fixture.h"
+#include "support/recording_strategy.h"
 
 namespace {
 
@@ -42,9 +42,9 @@ using ::testing::IsEmpty;
 using ::testing::Key;
 using ::testing::Pair;
 using ::testing::SizeIs;
-using TestSupport::answer;
-using TestSupport::noAnswer;
-using TestSupport::NotingStrategy;
+using TestSupport::failedResponse;
+using TestSupport::RecordingStrategy;
+using TestSupport::response;
 
 /// Repeats whatever happens, at once.
 class StubbornStrategy : public RetryStrategy {
@@ -111,7 +111,7 @@ std::optional<Error> parseLines(Http::Response& response, Lines& lines) {
   return std::nullopt;
 }
 
-class ServiceCallTest : public ::testing::Test {
+class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFixture {
  protected:
   Outcome<Lines, Error> send(Http::Method method = Http::Method::Get) {
     ClientParts parts;
@@ -119,13 +119,10 @@ class ServiceCallTest : public ::testing::Test {
     parts.errorMarshaller = marshaller;
     parts.readRateLimiter = readLimiter;
     parts.writeRateLimiter = writeLimiter;
-    const ServiceCall call(parts, world.environment());
+    const ServiceCall call(parts, environment());
     return call.send<Lines>(method, Http::URI::parse("https://host/path").value(), model, conduct,
                             parseLines);
   }
-
-  void enqueue(Http::Response response) { world.transport->enqueue(std::move(response)); }
-  std::vector<Http::Request> requests() const { return world.transport->requests(); }
 
   std::vector<std::string> headersSent(const std::string& name) const {
     std::vector<std::string> values;
@@ -136,9 +133,8 @@ class ServiceCallTest : public ::testing::Test {
     return values;
   }
 
-  TestSupport::AttemptWorld world;
-  std::shared_ptr<NotingStrategy> strategy =
-      std::make_shared<NotingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
+  std::shared_ptr<RecordingStrategy> strategy =
+      std::make_shared<RecordingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
   std::shared_ptr<WSErrorMarshaller> marshaller =
       std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
   std::shared_ptr<RateLimiter> readLimiter;
@@ -150,101 +146,102 @@ class ServiceCallTest : public ::testing::Test {
 using ServiceCallLoop = ServiceCallTest;
 
 TEST_F(ServiceCallLoop, GivesUpAfterFourSendsAndGrowingDelays) {
-  for (int code : {500, 502, 503, 504}) enqueue(answer(code));
+  for (int code : {500, 502, 503, 504}) enqueue(response(code));
   const auto outcome = send();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 504) << "the last failure counts";
   EXPECT_THAT(requests(), SizeIs(4));
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000, 3000));
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(500, 0), Pair(502, 1), Pair(503, 2), Pair(504, 3)));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000, 3000));
+  EXPECT_THAT(strategy->calls(),
+              ElementsAre(Pair(500, 0), Pair(502, 1), Pair(503, 2), Pair(504, 3)));
 }
 
 TEST_F(ServiceCallLoop, SucceedsOnTheThirdSend) {
-  enqueue(answer(503));
-  enqueue(answer(503));
-  enqueue(answer(200, "one\ntwo\n"));
+  enqueue(response(503));
+  enqueue(response(503));
+  enqueue(response(200, "one\ntwo\n"));
   const auto outcome = send();
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_THAT(outcome.getResult(), ElementsAre("one", "two"));
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0), Pair(503, 1)));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(503, 1)));
 }
 
 TEST_F(ServiceCallLoop, StrategyHearsOfNoSuccess) {
   for (int code : {200, 201, 204, 299}) {
-    enqueue(answer(code));
+    enqueue(response(code));
     EXPECT_TRUE(send().isSuccess()) << code;
   }
-  EXPECT_THAT(strategy->asked, IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
   EXPECT_EQ(conduct.offered, 0);
 }
 
 TEST_F(ServiceCallLoop, RefusalIsNotRepeated) {
   for (int code : {199, 301, 400, 401, 403, 404, 409, 429, 499}) {
-    enqueue(answer(code));
+    enqueue(response(code));
     const auto outcome = send();
     ASSERT_FALSE(outcome.isSuccess());
     EXPECT_EQ(outcome.getError().httpResponseCode, code);
   }
   EXPECT_THAT(requests(), SizeIs(9));
-  EXPECT_THAT(strategy->asked, SizeIs(9));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(strategy->calls(), SizeIs(9));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallLoop, TransportFailureIsNotRepeatedForAnObjectStore) {
   using Kind = Http::TransportFailure::Kind;
   for (Kind kind : {Kind::Unreachable, Kind::Timeout, Kind::Untrusted, Kind::Interrupted,
                     Kind::ResponseTooLarge, Kind::Refused}) {
-    enqueue(noAnswer(kind, "CURLE_SOMETHING", "it broke", false));
+    enqueue(failedResponse(kind, "CURLE_SOMETHING", "it broke", false));
     const auto outcome = send();
     ASSERT_FALSE(outcome.isSuccess());
     EXPECT_EQ(outcome.getError().exceptionName, "CURLE_SOMETHING");
     EXPECT_EQ(outcome.getError().httpResponseCode, 0);
   }
   EXPECT_THAT(requests(), SizeIs(6));
-  EXPECT_THAT(strategy->asked, SizeIs(6));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(strategy->calls(), SizeIs(6));
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallLoop, FailureOverridesAStatusOfSuccess) {
-  auto response = answer(200, "one\n");
+  auto response = TestSupport::response(200, "one\n");
   response.failure = {Http::TransportFailure::Kind::Interrupted, "CURLE_PARTIAL_FILE", "cut", true};
   enqueue(response);
   EXPECT_FALSE(send().isSuccess());
 }
 
 TEST_F(ServiceCallLoop, AnswerThatIsRefusedCarriesItsStatusAndHeaders) {
-  enqueue(answer(203, "one\n!\n", {{"x-amz-request-id", "7"}}));
+  enqueue(response(203, "one\n!\n", {{"x-amz-request-id", "7"}}));
   const auto outcome = send();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
   EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
   EXPECT_EQ(outcome.getError().httpResponseCode, 203);
   EXPECT_THAT(outcome.getError().responseHeaders, ElementsAre(Pair("x-amz-request-id", "7")));
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(203, 0)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(203, 0)));
 }
 
 TEST_F(ServiceCallLoop, NothingOfARefusedAnswerIsInTheResult) {
-  strategy = std::make_shared<NotingStrategy>(std::make_shared<StubbornStrategy>());
-  enqueue(answer(200, "one\ntwo\n!\n"));
-  enqueue(answer(200, "one\ntwo\nthree\n"));
+  strategy = std::make_shared<RecordingStrategy>(std::make_shared<StubbornStrategy>());
+  enqueue(response(200, "one\ntwo\n!\n"));
+  enqueue(response(200, "one\ntwo\nthree\n"));
   EXPECT_THAT(send().getResult(), ElementsAre("one", "two", "three"));
 }
 
 using ServiceCallRequest = ServiceCallTest;
 
 TEST_F(ServiceCallRequest, IsAuthorizedAnewForEachAttempt) {
-  enqueue(answer(503));
-  enqueue(answer(503));
-  enqueue(answer(200));
+  enqueue(response(503));
+  enqueue(response(503));
+  enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
 }
 
 TEST_F(ServiceCallRequest, WithoutNeedOfAuthorizationGetsNone) {
   model.authorized = false;
-  enqueue(answer(503));
-  enqueue(answer(200));
+  enqueue(response(503));
+  enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(headersSent("authorization"), ElementsAre("(none)", "(none)"));
   EXPECT_EQ(conduct.authorized, 0);
@@ -254,7 +251,7 @@ TEST_F(ServiceCallRequest, CarriesMethodAddressParametersAndHeaders) {
   model.parameter = "a b/";
   model.headers = {{"x-amz-acl", "private"}};
   model.contentType = "text/plain";
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Post).isSuccess());
   ASSERT_THAT(requests(), SizeIs(1));
   const auto request = requests()[0];
@@ -267,7 +264,7 @@ TEST_F(ServiceCallRequest, CarriesMethodAddressParametersAndHeaders) {
 
 TEST_F(ServiceCallRequest, HasNoHeaderWithoutAValue) {
   model.headers = {{"x-amz-acl", ""}};
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(requests()[0].headers, ElementsAre(Key("authorization")));
 }
@@ -275,8 +272,8 @@ TEST_F(ServiceCallRequest, HasNoHeaderWithoutAValue) {
 TEST_F(ServiceCallRequest, BodyIsTheSameInEveryAttempt) {
   const std::string body("first line\nsecond\0line", 22);
   model.setBody(body);
-  for (int i = 0; i < 3; ++i) enqueue(answer(503));
-  enqueue(answer(200));
+  for (int i = 0; i < 3; ++i) enqueue(response(503));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   ASSERT_THAT(requests(), SizeIs(4));
   EXPECT_THAT(requests(), Each(Field(&Http::Request::body, body)));
@@ -287,23 +284,23 @@ TEST_F(ServiceCallRequest, BodyIsReadFromItsBeginningWhateverWasReadBefore) {
   std::string rest;
   std::getline(*model.body, rest, '\n');
   ASSERT_TRUE(model.body->eof());
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   model.body->setstate(std::ios::failbit);
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   EXPECT_THAT(requests(), Each(Field(&Http::Request::body, "the whole body")));
 }
 
 TEST_F(ServiceCallRequest, HasADigestOfItsBodyIfAskedFor) {
   model.withMd5 = true;
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   model.setBody("abc");
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   model.withMd5 = false;
-  enqueue(answer(200));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   // Of nothing, of "abc" (RFC 1321, appendix A.5), and none.
   EXPECT_THAT(headersSent("content-md5"),
@@ -315,9 +312,9 @@ using ServiceCallRedirect = ServiceCallTest;
 TEST_F(ServiceCallRedirect, IsFollowedWithTheSameMethodBodyAndHeaders) {
   model.setBody("body");
   model.contentType = "text/plain";
-  enqueue(answer(307, "", {{"location", "https://other/place?rk=1"}}));
-  enqueue(answer(503));
-  enqueue(answer(200));
+  enqueue(response(307, "", {{"location", "https://other/place?rk=1"}}));
+  enqueue(response(503));
+  enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   ASSERT_THAT(requests(), SizeIs(3));
   EXPECT_EQ(requests()[1].uri.toString(), "https://other/place?rk=1");
@@ -326,22 +323,22 @@ TEST_F(ServiceCallRedirect, IsFollowedWithTheSameMethodBodyAndHeaders) {
                                      Field(&Http::Request::method, Http::Method::Put))));
   EXPECT_THAT(headersSent("content-type"), Each("text/plain"));
   EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
-  EXPECT_THAT(world.delays(), ElementsAre(1000, 2000));
+  EXPECT_THAT(delays(), ElementsAre(1000, 2000));
 }
 
 TEST_F(ServiceCallRedirect, IsTheFailureIfItMustNotBeFollowed) {
-  enqueue(answer(307, "", {{"location", "no address"}}));
+  enqueue(response(307, "", {{"location", "no address"}}));
   const auto outcome = send();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 307);
   EXPECT_THAT(conduct.locations, ElementsAre("no address"));
   EXPECT_THAT(requests(), SizeIs(1));
-  EXPECT_THAT(world.delays(), IsEmpty());
+  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
   for (const char* location : {"https://h/1", "https://h/2", "https://h/3", "https://h/4"}) {
-    enqueue(answer(301, "", {{"location", location}}));
+    enqueue(response(301, "", {{"location", location}}));
   }
   EXPECT_EQ(send().getError().httpResponseCode, 301);
   EXPECT_THAT(conduct.locations, ElementsAre("https://h/1", "https://h/2", "https://h/3"));
@@ -349,8 +346,8 @@ TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
 }
 
 TEST_F(ServiceCallRedirect, LocationOfOtherAnswersLeadsNowhere) {
-  enqueue(answer(503, "", {{"location", "https://other/"}}));
-  enqueue(answer(201, "", {{"location", "https://other/"}}));
+  enqueue(response(503, "", {{"location", "https://other/"}}));
+  enqueue(response(201, "", {{"location", "https://other/"}}));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(conduct.locations, IsEmpty());
   EXPECT_EQ(requests()[1].uri.host(), "host");
@@ -363,12 +360,12 @@ TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
     request.uri.setHost("mended");
     return response.status == 400;
   };
-  enqueue(answer(400));
-  enqueue(answer(503));
-  enqueue(answer(200));
+  enqueue(response(400));
+  enqueue(response(503));
+  enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0)));
-  EXPECT_THAT(world.delays(), ElementsAre(1000));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0)));
+  EXPECT_THAT(delays(), ElementsAre(1000));
   EXPECT_THAT(headersSent("authorization"), ElementsAre("attempt 1", "attempt 2", "attempt 3"));
   EXPECT_EQ(requests()[0].uri.host(), "host");
   EXPECT_EQ(requests()[1].uri.host(), "mended");
@@ -377,18 +374,18 @@ TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
 
 TEST_F(ServiceCallCorrection, EndsEvenIfTheConductWouldGoOn) {
   conduct.onCorrect = [](const auto&, auto&) { return true; };
-  for (int i = 0; i < 4; ++i) enqueue(answer(400));
+  for (int i = 0; i < 4; ++i) enqueue(response(400));
   EXPECT_EQ(send().getError().httpResponseCode, 400);
   EXPECT_THAT(requests(), SizeIs(4));
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(400, 0)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
 TEST_F(ServiceCallCorrection, LeavesTheFailureToTheStrategyIfThereIsNone) {
-  enqueue(answer(503));
-  enqueue(answer(404));
+  enqueue(response(503));
+  enqueue(response(404));
   EXPECT_EQ(send().getError().httpResponseCode, 404);
   EXPECT_EQ(conduct.offered, 2);
-  EXPECT_THAT(strategy->asked, ElementsAre(Pair(503, 0), Pair(404, 1)));
+  EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(404, 1)));
 }
 
 class NotingLimiter : public RateLimiter {
@@ -409,11 +406,11 @@ TEST_F(ServiceCallTest, LimitersAreAskedBeforeSendingAndAfterReceiving) {
   readLimiter = std::make_shared<NotingLimiter>(notes, "read");
   writeLimiter = std::make_shared<NotingLimiter>(notes, "write");
   model.setBody("12345");
-  world.transport->enqueue([&notes](const Http::Request&) {
+  enqueue([&notes](const Http::Request&) {
     notes.push_back("send");
-    return answer(503, "busy");
+    return response(503, "busy");
   });
-  enqueue(answer(200, "one\n"));
+  enqueue(response(200, "one\n"));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   EXPECT_THAT(notes, ElementsAre("write 5", "send", "read 4", "write 5", "read 4"));
 }
@@ -437,25 +434,24 @@ void expectInternalFailure(const Outcome<Lines, Error>& outcome, const std::stri
 }
 
 TEST_F(ServiceCallException, OfTheTransportBecomesAnError) {
-  world.transport->enqueue(
-      [](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
+  enqueue([](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
   expectInternalFailure(send(), "the transport");
-  EXPECT_THAT(strategy->asked, IsEmpty());
+  EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
 TEST_F(ServiceCallException, OfNoKnownTypeBecomesAnError) {
-  world.transport->enqueue([](const auto&) -> Http::Response { throw 42; });
+  enqueue([](const auto&) -> Http::Response { throw 42; });
   expectInternalFailure(send(), "unknown exception");
 }
 
 TEST_F(ServiceCallException, OfTheParserBecomesAnError) {
-  enqueue(answer(200, "one\nthrow\n"));
+  enqueue(response(200, "one\nthrow\n"));
   expectInternalFailure(send(), "the parser");
 }
 
 TEST_F(ServiceCallException, OfTheMarshallerBecomesAnError) {
   marshaller = std::make_shared<ThrowingMarshaller>();
-  enqueue(answer(503));
+  enqueue(response(503));
   expectInternalFailure(send(), "the marshaller");
 }
 
@@ -480,8 +476,8 @@ TEST_F(ServiceCallException, OfTheBodyBecomesAnError) {
 
 TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {
   const auto transport = std::make_shared<TestSupport::ScriptedTransport>();
-  transport->enqueue(answer(503));
-  transport->enqueue(answer(200));
+  transport->enqueue(response(503));
+  transport->enqueue(response(200));
   ClientParts parts;
   parts.retryStrategy = std::make_shared<StubbornStrategy>();  // whose delays are none
   parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();

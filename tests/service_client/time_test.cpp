@@ -49,7 +49,7 @@ TEST(Time, ReadsFractionsToTheMicrosecond) {
   }
 }
 
-TEST(Time, WhatIsNoIsoTimeIsNone) {
+TEST(Time, InvalidIsoTimesAreRefused) {
   for (const char* text : {"",
                            "Z",
                            "2024",
@@ -84,7 +84,7 @@ TEST(Time, WhatIsNoIsoTimeIsNone) {
   }
 }
 
-TEST(Time, TimesBeyondTheClockAreNone) {
+TEST(Time, TimesOutsideTheRangeOfTheClockAreRefused) {
   EXPECT_TRUE(parseIsoTime("2261-12-31T23:59:59Z"));
   for (const char* text : {"0000-01-01T00:00:00Z", "0001-01-01T00:00:00Z", "1969-12-31T23:59:59Z",
                            "2262-01-01T00:00:00Z", "9999-12-31T23:59:59Z"}) {
@@ -123,7 +123,7 @@ TEST(Time, ReadsEveryMonth) {
   }
 }
 
-TEST(Time, WhatIsNoHttpDateIsNone) {
+TEST(Time, InvalidHttpDatesAreRefused) {
   for (const char* text : {"", "Thu", "Thu, 29 Feb 2024 08:30:15", "Thu, 29 Feb 2024 08:30:15 UTC",
                            "Thu, 29 Feb 2024 08:30:15 +0000", "Thu, 29 feb 2024 08:30:15 GMT",
                            "Thu, 29 Feu 2024 08:30:15 GMT", "Thu, 9 Feb 2024 08:30:15 GMT",
@@ -153,20 +153,20 @@ TEST(Time, WritesEveryDayOfTheWeek) {
   }
 }
 
-TEST(Time, DropsWhatIsLessThanASecondWhenWriting) {
+TEST(Time, DropsFractionsOfASecondInHttpDates) {
   EXPECT_EQ(formatHttpDate(timeAt(kLeapDay) + std::chrono::milliseconds(999)),
             "Thu, 29 Feb 2024 08:30:15 GMT");
 }
 
 TEST(Time, ReadsWhatItWrites) {
-  constexpr std::time_t kStep = 40 * 24 * 60 * 60 + 3661;  // meets every month
+  constexpr std::time_t kStep = 40 * 24 * 60 * 60 + 3661;  // covers every month
   for (std::time_t seconds = 0; seconds < 9200000000; seconds += kStep) {
     const std::string text = formatHttpDate(timeAt(seconds));
     EXPECT_EQ(secondsOf(parseHttpDate(text)), seconds) << text;
   }
 }
 
-/// Sets the time zone of the process and puts the old one back.
+/// Sets the time zone of the process and restores the old one.
 class ZoneSetting {
  public:
   explicit ZoneSetting(const char* zone) {

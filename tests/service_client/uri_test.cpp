@@ -21,7 +21,7 @@ URI parsed(std::string_view text, std::string_view defaultScheme = {}) {
   return uri.value_or(URI());
 }
 
-TEST(URI, IsTakenApart) {
+TEST(URI, IsParsed) {
   const auto uri = parsed("http://store.example.test:9000/base/path?a=1&b=2");
   EXPECT_EQ(uri.scheme(), "http");
   EXPECT_EQ(uri.host(), "store.example.test");
@@ -68,7 +68,7 @@ TEST(URI, ParameterWithoutAValueHasAnEmptyOne) {
   EXPECT_EQ(uri.queryText(), "acl=&b=1");
 }
 
-TEST(URI, ParsedQueryTakesItsPlainFormOnceItIsChanged) {
+TEST(URI, ParsedQueryIsNormalisedOnceItIsChanged) {
   auto uri = parsed("https://host/?z&&a=1&");
   uri.addQueryStringParameter("b", "2");
   EXPECT_EQ(uri.toString(), "https://host/?z=&a=1&b=2");
@@ -95,13 +95,13 @@ TEST(URI, DefaultSchemeFillsAMissingOneOnly) {
   EXPECT_EQ(URI::parse("host/x"), std::nullopt);
 }
 
-TEST(URI, PortIsTheSchemesOwnUnlessGiven) {
+TEST(URI, PortIsTheDefaultUnlessGiven) {
   EXPECT_EQ(parsed("http://host/").port(), 80);
   EXPECT_EQ(parsed("https://host/").port(), 443);
   EXPECT_EQ(parsed("http://host:443/").port(), 443);
 }
 
-TEST(URI, AuthorityLeavesOutTheSchemesOwnPort) {
+TEST(URI, AuthorityOmitsTheDefaultPort) {
   EXPECT_EQ(parsed("https://host:443/").authority(), "host");
   EXPECT_EQ(parsed("http://host:80/").authority(), "host");
   EXPECT_EQ(parsed("http://host:443/").authority(), "host:443");
@@ -110,7 +110,7 @@ TEST(URI, AuthorityLeavesOutTheSchemesOwnPort) {
   EXPECT_EQ(parsed("https://[::1]/").authority(), "[::1]");
 }
 
-TEST(URI, SchemesOwnPortGoesAlongWhenTheSchemeChanges) {
+TEST(URI, DefaultPortChangesWithTheScheme) {
   auto uri = parsed("http://host:80/");
   uri.setScheme("https");
   EXPECT_EQ(uri.port(), 443);
@@ -123,7 +123,7 @@ TEST(URI, OtherPortStaysWhenTheSchemeChanges) {
   EXPECT_EQ(uri.toString(), "https://host:8080/");
 }
 
-TEST(URI, WhatIsNoHttpUrlIsNone) {
+TEST(URI, InvalidUrlsAreRefused) {
   const std::vector<std::string> texts = {"",
                                           "https://",
                                           "https:///path",
@@ -151,7 +151,7 @@ TEST(URI, WhatIsNoHttpUrlIsNone) {
                                           "https://ho st/",
                                           "https://host/a b",
                                           " https://host/",
-                                          "https://host/ ",  // blanks
+                                          "https://host/ ",  // spaces
                                           "https://host/a\tb",
                                           "https://host/\n",
                                           "https://host/\x7f",  // control

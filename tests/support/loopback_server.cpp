@@ -54,8 +54,8 @@ bool sendAll(int socket, std::string_view bytes) {
   return true;
 }
 
-/// Length of the body that `head` promises.
-std::size_t promisedLength(const std::string& head) {
+/// The content-length in `head`; 0 if there is none.
+std::size_t contentLength(const std::string& head) {
   constexpr std::string_view kName = "\r\ncontent-length:";
   std::string lower(head);
   for (char& character : lower) character = static_cast<char>(std::tolower(character));
@@ -63,8 +63,8 @@ std::size_t promisedLength(const std::string& head) {
   return position == std::string::npos ? 0 : std::stoul(lower.substr(position + kName.size()));
 }
 
-// OpenSSL writes without MSG_NOSIGNAL. The mask is the server's threads' own, so that a client that
-// would be killed by this signal still is.
+// OpenSSL writes without MSG_NOSIGNAL. Only the threads of the server block the signal, so that a
+// client which does not handle it is still ended by it.
 void blockBrokenPipeSignal() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -97,7 +97,7 @@ std::optional<std::string> LoopbackServer::Connection::readRequest() {
   for (;;) {
     const auto headEnd = unread_.find("\r\n\r\n");
     if (headEnd != std::string::npos) {
-      const std::size_t length = headEnd + 4 + promisedLength(unread_.substr(0, headEnd));
+      const std::size_t length = headEnd + 4 + contentLength(unread_.substr(0, headEnd));
       if (unread_.size() >= length) {
         std::string request = unread_.substr(0, length);
         unread_.erase(0, length);
@@ -128,7 +128,7 @@ void LoopbackServer::Connection::waitUntilClosed() {
 void LoopbackServer::Connection::reset() {
   const linger dropAtOnce{1, 0};
   ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &dropAtOnce, sizeof dropAtOnce);
-  tls_.reset();  // no good-bye; the socket is closed when the script returns
+  tls_.reset();  // without a TLS shutdown; the socket is closed when the script returns
 }
 
 void LoopbackServer::Connection::tunnelTo(std::uint16_t port) {
@@ -208,13 +208,13 @@ RefusingPort::RefusingPort() { std::tie(socket_, number_) = boundSocket(); }
 
 RefusingPort::~RefusingPort() { ::close(socket_); }
 
-std::string httpAnswer(const std::string& status, const std::string& body,
-                       const std::string& headers) {
+std::string httpResponse(const std::string& status, const std::string& body,
+                         const std::string& headers) {
   return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" +
          headers + "\r\n" + body;
 }
 
-LoopbackServer::Script alwaysAnswer(std::string bytes) {
+LoopbackServer::Script alwaysSend(std::string bytes) {
   return [bytes = std::move(bytes)](LoopbackServer::Connection& connection) {
     while (connection.readRequest() && connection.send(bytes)) {
     }

@@ -19,8 +19,8 @@
 
 namespace TestSupport {
 
-/// A server on 127.0.0.1 that does to each connection what a script says, right or wrong by HTTP.
-/// Each connection has a thread of its own; the destructor ends all of them.
+/// A server on 127.0.0.1 that runs a script for each connection; the script need not follow HTTP.
+/// Each connection has its own thread; the destructor ends all of them.
 class LoopbackServer {
  public:
   class Connection {
@@ -30,12 +30,12 @@ class LoopbackServer {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// The next request as it came, with the body that its content-length promises; it is recorded
-    /// as well. Empty if the client has gone or the server is to end.
+    /// The next request as received, with a body of the length in its headers. Records it, too.
+    /// Empty if the client has disconnected or the server ends.
     std::optional<std::string> readRequest();
-    /// False if the client has gone.
+    /// False if the client has disconnected.
     bool send(std::string_view bytes);
-    /// Returns when the client has gone or the server is to end.
+    /// Returns when the client has disconnected or the server ends.
     void waitUntilClosed();
     /// Drops the connection so that the client sees a reset.
     void reset();
@@ -55,7 +55,7 @@ class LoopbackServer {
 
   using Script = std::function<void(Connection&)>;
 
-  /// With `tls` every connection begins with a handshake.
+  /// With `tls` every connection starts with a handshake.
   explicit LoopbackServer(Script script, std::shared_ptr<SSL_CTX> tls = nullptr);
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer&) = delete;
@@ -67,7 +67,7 @@ class LoopbackServer {
                                       const std::string& target) const;
 
   std::size_t connectionCount() const { return connectionCount_; }
-  /// Bytes that the network took from the scripts.
+  /// Bytes that the scripts have sent.
   std::size_t bytesSent() const { return bytesSent_; }
   std::vector<std::string> requests() const;
 
@@ -89,7 +89,7 @@ class LoopbackServer {
   std::thread acceptor_;
 };
 
-/// A port of 127.0.0.1 that is taken but refuses connections.
+/// A bound port of 127.0.0.1 that refuses connections.
 class RefusingPort {
  public:
   RefusingPort();
@@ -104,12 +104,12 @@ class RefusingPort {
   std::uint16_t number_ = 0;
 };
 
-/// An HTTP/1.1 answer with a content-length; `headers` are whole lines.
-std::string httpAnswer(const std::string& status, const std::string& body,
-                       const std::string& headers = {});
+/// An HTTP/1.1 response with a content-length; `headers` are whole lines.
+std::string httpResponse(const std::string& status, const std::string& body,
+                         const std::string& headers = {});
 
-/// A script that gives every request of a connection the same answer.
-LoopbackServer::Script alwaysAnswer(std::string bytes);
+/// A script that sends `bytes` in response to each request of a connection.
+LoopbackServer::Script alwaysSend(std::string bytes);
 
 /// A request for an absolute URL.
 CloudStorage::Http::Request requestTo(CloudStorage::Http::Method method, const std::string& url);

@@ -11,7 +11,7 @@
 namespace TestSupport {
 
 /// A file that exists only as long as this object, or a process started meanwhile, has it open.
-/// Nothing is left behind even if the test ends without destructors.
+/// No file remains even if the test ends without destructors.
 class MemoryFile {
  public:
   explicit MemoryFile(std::string_view content) : descriptor_(::memfd_create("test", 0)) {

@@ -9,42 +9,24 @@
 #include <vector>
 
 #include "CloudStorage/Http/Transport.h"
+#include "support/responses.h"
 
 namespace TestSupport {
 
-/// An answer with a status, a body and headers (lower-case names).
-inline CloudStorage::Http::Response answer(int status, std::string body = {},
-                                           CloudStorage::Http::HeaderValueCollection headers = {}) {
-  CloudStorage::Http::Response response;
-  response.status = status;
-  response.headers = std::move(headers);
-  response.body = std::move(body);
-  return response;
-}
-
-/// No answer, for the given reason.
-inline CloudStorage::Http::Response noAnswer(CloudStorage::Http::TransportFailure::Kind kind,
-                                             std::string name, std::string message,
-                                             bool requestMayHaveRun) {
-  CloudStorage::Http::Response response;
-  response.failure = {kind, std::move(name), std::move(message), requestMayHaveRun};
-  return response;
-}
-
-/// A transport that answers from a queue and keeps what it was asked to send. Safe for concurrent
-/// calls. A request for which nothing is queued is kept like any other and gets a failure named
-/// "NOT_SCRIPTED", so that a test notices it whichever of the two it looks at.
+/// A transport that returns queued responses and records the requests. Safe for concurrent calls. A
+/// request for which no response is queued is recorded, too, and fails with the name
+/// "NOT_SCRIPTED".
 class ScriptedTransport : public CloudStorage::Http::Transport {
  public:
   using Responder = std::function<CloudStorage::Http::Response(const CloudStorage::Http::Request&)>;
 
-  /// Queues one answer.
+  /// Queues one response.
   void enqueue(CloudStorage::Http::Response response) {
     enqueue([response = std::move(response)](const auto&) { return response; });
   }
 
-  /// Queues one answer that is made when its turn comes, in the sending thread and without a lock
-  /// held: it may look at the request, block, or call back into what is under test.
+  /// Queues one response that `responder` makes for its request. It runs in the sending thread and
+  /// without a lock held: it may inspect the request, block, or call the code under test.
   void enqueue(Responder responder) {
     const std::lock_guard<std::mutex> lock(mutex_);
     responders_.push_back(std::move(responder));
@@ -54,14 +36,14 @@ class ScriptedTransport : public CloudStorage::Http::Transport {
     return record(request)(request);
   }
 
-  /// Everything sent so far, in order.
+  /// All requests so far, in order.
   std::vector<CloudStorage::Http::Request> requests() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return requests_;
   }
 
-  /// Queued answers that nobody has asked for.
-  std::size_t unusedAnswers() const {
+  /// The number of responses that are still queued.
+  std::size_t unusedResponses() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return responders_.size();
   }
@@ -77,11 +59,11 @@ class ScriptedTransport : public CloudStorage::Http::Transport {
   }
 
   static CloudStorage::Http::Response notScripted(const CloudStorage::Http::Request& request) {
-    return noAnswer(CloudStorage::Http::TransportFailure::Kind::Refused, "NOT_SCRIPTED",
-                    std::string("No answer is queued for ") +
-                        CloudStorage::Http::methodName(request.method) + ' ' +
-                        request.uri.toString(),
-                    false);
+    return failedResponse(CloudStorage::Http::TransportFailure::Kind::Refused, "NOT_SCRIPTED",
+                          std::string("No response is queued for ") +
+                              CloudStorage::Http::methodName(request.method) + ' ' +
+                              request.uri.toString(),
+                          false);
   }
 
   mutable std::mutex mutex_;

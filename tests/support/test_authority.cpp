@@ -25,7 +25,7 @@ void addExtension(X509* certificate, int kind, const std::string& value) {
   require(extension && X509_add_ext(certificate, extension.get(), -1) == 1, "extension");
 }
 
-// Authorities with one name and different keys would look like a forgery instead of like strangers.
+// Authorities with the same name and different keys would cause another error than unknown ones.
 std::string uniqueName() {
   static std::atomic<int> count{0};
   return "Test authority " + std::to_string(++count);

@@ -14,7 +14,7 @@ class TestAuthority {
  public:
   TestAuthority();
 
-  /// A PEM file with the authority's certificate; it goes away with this object.
+  /// A PEM file with the authority's certificate; it exists as long as this object.
   const std::string& certificateFile() const { return file_->path(); }
 
   /// The TLS side of a server whose certificate holds for `name`, for instance "IP:127.0.0.1" or

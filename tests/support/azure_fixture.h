@@ -2,12 +2,11 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "libvemlo/retry_strategies.h"
-#include "support/attempt_world.h"
-#include "support/noting_strategy.h"
+#include "support/attempt_fixture.h"
+#include "support/recording_strategy.h"
 
 namespace TestSupport {
 
@@ -24,13 +23,13 @@ inline std::shared_ptr<CloudStorage::Auth::AzureSSBAuthentication> azureAuthenti
 }
 
 /// A scripted Blob service for clients made as a session makes them.
-class AzureWorld : public AttemptWorld {
+class AzureFixture : public AttemptFixture {
  public:
   using AzureSSBClient = CloudStorage::Client::AzureSSB::AzureSSBClient;
   using Region = CloudStorage::Client::AzureSSB::Region;
 
-  std::shared_ptr<AzureSSBClient> client(const std::string& account = "vemloacct",
-                                         Region region = Region::Global) {
+  std::shared_ptr<AzureSSBClient> makeClient(const std::string& account = "vemloacct",
+                                             Region region = Region::Global) {
     CloudStorage::Client::ClientParts parts;
     parts.credential = azureAuthentication(account);
     parts.retryStrategy = strategy;
@@ -39,24 +38,11 @@ class AzureWorld : public AttemptWorld {
     return std::make_shared<AzureSSBClient>(account, parts, environment(), region);
   }
 
-  /// The addresses of all requests so far.
-  std::vector<std::string> addresses() const {
-    std::vector<std::string> texts;
-    for (const auto& request : transport->requests()) texts.push_back(request.uri.toString());
-    return texts;
-  }
-
-  /// One header of each request so far.
-  std::vector<std::string> headers(const std::string& name) const {
-    std::vector<std::string> texts;
-    for (const auto& request : transport->requests()) texts.push_back(request.headers.at(name));
-    return texts;
-  }
-
-  const std::shared_ptr<NotingStrategy> strategy =
-      std::make_shared<NotingStrategy>(std::make_shared<AzureSSBRetryStrategy>(nullptr));
+  const std::shared_ptr<RecordingStrategy> strategy =
+      std::make_shared<RecordingStrategy>(std::make_shared<AzureSSBRetryStrategy>(nullptr));
 };
 
+/// The body of a failure.
 inline std::string azureError(const std::string& code) {
   return "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?><Error><Code>" + code +
          "</Code><Message>about " + code +

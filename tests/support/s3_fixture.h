@@ -6,16 +6,16 @@
 
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "libvemlo/retry_strategies.h"
-#include "support/attempt_world.h"
-#include "support/noting_strategy.h"
+#include "support/attempt_fixture.h"
+#include "support/recording_strategy.h"
 
 namespace TestSupport {
 
 /// A scripted store for S3 clients made as a session makes them.
-class S3World : public AttemptWorld {
+class S3Fixture : public AttemptFixture {
  public:
-  std::shared_ptr<CloudStorage::Client::S3::S3Client> client(const std::string& endpoint,
-                                                             const std::string& region = {}) {
+  std::shared_ptr<CloudStorage::Client::S3::S3Client> makeClient(const std::string& endpoint,
+                                                                 const std::string& region = {}) {
     CloudStorage::Client::ClientParts parts;
     parts.credential = std::make_shared<CloudStorage::Auth::AWSAuthCredential>(
         "AKIDVEMLOTEST0000001", "vemloTestSecretKey/0123456789+abcdefABCD", "s3", "us-east-1");
@@ -25,31 +25,18 @@ class S3World : public AttemptWorld {
                                                                 environment());
   }
 
-  /// The addresses of all requests so far.
-  std::vector<std::string> addresses() const {
-    std::vector<std::string> texts;
-    for (const auto& request : transport->requests()) texts.push_back(request.uri.toString());
-    return texts;
-  }
-
-  /// The regions that they were signed for.
+  /// The region in the signature of each request so far.
   std::vector<std::string> regions() const {
     std::vector<std::string> texts;
-    for (const auto& request : transport->requests()) texts.push_back(regionOf(request));
+    for (const auto& request : requests()) texts.push_back(regionOf(request));
     return texts;
   }
 
-  /// When they were signed.
-  std::vector<std::string> times() const {
-    std::vector<std::string> texts;
-    for (const auto& request : transport->requests()) {
-      texts.push_back(request.headers.at("x-amz-date"));
-    }
-    return texts;
-  }
+  /// The time in the signature of each request so far.
+  std::vector<std::string> times() const { return headers("x-amz-date"); }
 
-  const std::shared_ptr<NotingStrategy> strategy =
-      std::make_shared<NotingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
+  const std::shared_ptr<RecordingStrategy> strategy =
+      std::make_shared<RecordingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
 
  private:
   // "... Credential=<key>/<day>/<region>/s3/aws4_request, ..."
@@ -61,6 +48,7 @@ class S3World : public AttemptWorld {
   }
 };
 
+/// The body of a failure.
 inline std::string s3Error(const std::string& code, const std::string& more = {}) {
   return R"(<?xml version="1.0" encoding="UTF-8"?>)"
          "<Error><Code>" +
