@@ -8,8 +8,8 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::AzureSSB;
-using TestSupport::response;
 using TestSupport::azureError;
+using TestSupport::response;
 
 constexpr char kAccount[] = "vemloacct";
 constexpr char kHost[] = "vemloacct.blob.core.windows.net";

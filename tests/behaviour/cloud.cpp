@@ -109,7 +109,7 @@ Http::Response Cloud::newTokens() {
   const std::string number = std::to_string(++tokens_);
   acceptedToken_ = "access-" + number;
   return response(200, R"({"access_token":")" + acceptedToken_ + R"(","refresh_token":"refresh-)" +
-                         number + R"(","token_type":"bearer"})");
+                           number + R"(","token_type":"bearer"})");
 }
 
 Http::Response Cloud::page(const Http::Request& request) {

@@ -7,8 +7,8 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::Dropbox;
-using TestSupport::response;
 using TestSupport::dropboxError;
+using TestSupport::response;
 
 using Base = Drive<Client::DropboxClient, DropboxRetryStrategy, Client::DropboxErrorMarshaller>;
 

@@ -71,8 +71,8 @@ TEST_P(Failures, HostThatCannotBeReached) {
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     openAnew();
-    cloud->responseToAll = TestSupport::failedResponse(TransportFailure::Kind::Unreachable, failure.name,
-                                                 failure.message, false);
+    cloud->responseToAll = TestSupport::failedResponse(TransportFailure::Kind::Unreachable,
+                                                       failure.name, failure.message, false);
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
     EXPECT_EQ(outs.state(), operation.afterFailure);
@@ -107,7 +107,7 @@ TEST_P(Failures, WebPageOfAGatewayInPlaceOfAResponse) {
     SCOPED_TRACE(operation.name);
     openAnew();
     cloud->responseToAll = TestSupport::response(200, "<html><body>Please log in.</body></html>",
-                                               {{"content-type", "text/html"}});
+                                                 {{"content-type", "text/html"}});
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), service().resultOf(failure));
     EXPECT_EQ(outs.state(), operation.afterFailure);

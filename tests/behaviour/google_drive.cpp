@@ -9,8 +9,8 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::GoogleDrive;
-using TestSupport::response;
 using TestSupport::googleError;
+using TestSupport::response;
 
 using Base =
     Drive<Client::GoogleDriveClient, GoogleDriveRetryStrategy, Client::GoogleDriveErrorMarshaller>;

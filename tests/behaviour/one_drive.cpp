@@ -7,8 +7,8 @@ namespace {
 
 namespace Http = CloudStorage::Http;
 namespace Client = CloudStorage::Client::OneDrive;
-using TestSupport::response;
 using TestSupport::graphError;
+using TestSupport::response;
 
 using Base = Drive<Client::OneDriveClient, OneDriveRetryStrategy, Client::OneDriveErrorMarshaller>;
 

@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "Client/BearerConduct.h"
+#include "Client/DriveCall.h"
 #include "Client/ServiceCall.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "support/drives.h"
@@ -24,7 +24,7 @@ namespace {
 
 namespace Client = CloudStorage::Client;
 namespace Http = CloudStorage::Http;
-using Client::BearerConduct;
+using Client::BearerPolicy;
 using Client::Error;
 using CloudStorage::Util::Outcome;
 using ::testing::Each;
@@ -104,7 +104,7 @@ class EmptyRequest : public Client::SerializableWSRequest {
 
 struct Nothing {};
 
-std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullopt; }
+Outcome<Nothing, Error> parseNothing(Http::Response&&) { return Nothing(); }
 
 /// A session's client and one operation of the test.
 template <typename Drive>
@@ -119,10 +119,10 @@ class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture
 
   // One call; safe for concurrent calls.
   Outcome<Nothing, Error> call() const {
-    BearerConduct conduct(this->credential);
+    BearerPolicy policy(this->credential);
     return Client::ServiceCall(this->makeParts(), environment)
-        .send<Nothing>(Http::Method::Get, Http::URI::parse("https://drive.example.test/x").value(),
-                       EmptyRequest(), conduct, readNothing);
+        .send(Http::Method::Get, Http::URI::parse("https://drive.example.test/x").value(),
+              EmptyRequest(), policy, parseNothing);
   }
 
   std::shared_ptr<DriveService> service = std::make_shared<DriveService>();
@@ -366,7 +366,7 @@ TYPED_TEST(DriveRefresh, RedirectIsNotFollowed) {
   EXPECT_THAT(this->service->hosts(), ElementsAre("drive.example.test"));
 
   Http::Request request;
-  EXPECT_FALSE(BearerConduct(this->credential).follow("https://drive.example.test/y", request));
+  EXPECT_FALSE(BearerPolicy(this->credential).redirect("https://drive.example.test/y", request));
 }
 
 }  // namespace

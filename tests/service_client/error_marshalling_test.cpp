@@ -23,18 +23,20 @@ using TestSupport::response;
 using Kind = CloudStorage::Http::TransportFailure::Kind;
 
 constexpr ErrorRow kRows[] = {
-    {409, "path/full", CoreErrors::QuotaExceeded, Resend::Never},
-    {kAnyStatus, "Odd", CoreErrors::Throttled, Resend::Always},
-    {500, "", CoreErrors::ServiceFailure, Resend::Reads},
-    {500, "Never reached", CoreErrors::Rejected, Resend::Always},
+    {409, "path/full", CoreErrors::QuotaExceeded, Retry::Never},
+    {kAnyStatus, "Odd", CoreErrors::Throttled, Retry::Always},
+    {500, "", CoreErrors::ServiceFailure, Retry::Reads},
+    {500, "Never reached", CoreErrors::Rejected, Retry::Always},
 };
 
+ServiceMessage readNoMessage(const Response& /*response*/) { return {}; }
+
 CoreErrors typeOf(int status, const std::string& code) {
-  return answerError(response(status), Method::Get, {code, ""}, kRows).errorType;
+  return responseError(response(status), Method::Get, {code, ""}, kRows).errorType;
 }
 
 bool isRetryable(int status, Method method) {
-  return answerError(response(status), method, {}, kRows).retryable;
+  return responseError(response(status), method, {}, kRows).retryable;
 }
 
 TEST(ErrorOfResponse, FirstRowThatAppliesCounts) {
@@ -71,32 +73,32 @@ TEST(ErrorOfResponse, OnlyReadsAreRetryableInARowForReads) {
 
 TEST(ErrorOfResponse, TextsAreOneLineEach) {
   const Error error =
-      answerError(response(400), Method::Get, {" A\r\nB ", "one\n\ttwo\x01"}, kRows);
+      responseError(response(400), Method::Get, {" A\r\nB ", "one\n\ttwo\x01"}, kRows);
   EXPECT_EQ(error.exceptionName, "A B");
   EXPECT_EQ(error.message, "one two?");
 }
 
 TEST(ErrorOfResponse, StatusReplacesMissingTexts) {
-  const Error error = answerError(response(503), Method::Get, {}, kRows);
+  const Error error = responseError(response(503), Method::Get, {}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP503");
   EXPECT_EQ(error.message, "Service Unavailable");
 }
 
 TEST(ErrorOfResponse, TextOfWhiteSpaceCountsAsMissing) {
-  const Error error = answerError(response(404), Method::Get, {" \n", "\t"}, kRows);
+  const Error error = responseError(response(404), Method::Get, {" \n", "\t"}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP404");
   EXPECT_EQ(error.message, "Not Found");
 }
 
 TEST(ErrorOfResponse, MessageWithoutCodeIsKept) {
-  const Error error = answerError(response(404), Method::Get, {"", "Gone fishing"}, kRows);
+  const Error error = responseError(response(404), Method::Get, {"", "Gone fishing"}, kRows);
   EXPECT_EQ(error.exceptionName, "HTTP404");
   EXPECT_EQ(error.message, "Gone fishing");
 }
 
 TEST(ErrorOfResponse, UnknownStatusIsRejected) {
   for (const int status : {100, 204, 299, 418, 499, 600, 999}) {
-    const Error error = answerError(response(status), Method::Get, {}, kRows);
+    const Error error = responseError(response(status), Method::Get, {}, kRows);
     EXPECT_EQ(error.errorType, CoreErrors::Rejected) << status;
     EXPECT_FALSE(error.retryable) << status;
     EXPECT_NE(error.message, "") << status;
@@ -106,7 +108,7 @@ TEST(ErrorOfResponse, UnknownStatusIsRejected) {
 TEST(ErrorOfResponse, HeadersAndStatusAreKept) {
   const CloudStorage::Http::HeaderValueCollection headers = {
       {"location", "https://h/p"}, {"x-amz-bucket-region", "eu-central-1"}};
-  const Error error = answerError(response(307, "", headers), Method::Get, {}, kRows);
+  const Error error = responseError(response(307, "", headers), Method::Get, {}, kRows);
   EXPECT_EQ(error.responseHeaders, headers);
   EXPECT_EQ(error.httpResponseCode, 307);
 }
@@ -142,7 +144,7 @@ using ErrorByStatus = TestSupport::ErrorTable;
 
 TEST_P(ErrorByStatus, HasTheTypeAndFlagOfItsStatus) {
   const auto& row = GetParam();
-  const Error error = answerError(response(row.status), Method::Put, {"unheard-of", ""}, kRows);
+  const Error error = responseError(response(row.status), Method::Put, {"unheard-of", ""}, kRows);
   EXPECT_EQ(error.errorType, row.type);
   EXPECT_EQ(error.retryable, row.retryable);
 }
@@ -194,7 +196,8 @@ Response failed(Kind kind, bool requestMayHaveRun) {
 class TransportFailureOf : public testing::TestWithParam<FailedTransport> {};
 
 TEST_P(TransportFailureOf, IsNamedByTheTransport) {
-  const Error error = transportError(*failed(GetParam().kind, true).failure);
+  const Error error =
+      marshallError(failed(GetParam().kind, true), Method::Get, readNoMessage, kRows);
   EXPECT_EQ(error.exceptionName, "CURLE_SOME_FAILURE");
   EXPECT_EQ(error.message, "what the transport said");
   EXPECT_EQ(error.httpResponseCode, 0);

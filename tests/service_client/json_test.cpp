@@ -5,7 +5,6 @@
 
 #include <string>
 #include <string_view>
-#include <thread>
 
 namespace {
 
@@ -98,18 +97,20 @@ TEST(JsonTexts, LongTextArrivesWhole) {
   EXPECT_EQ(textAt("{\"a\":\"" + value + "\"}", "a"), value);
 }
 
-// What a page with the one member `json` says of it.
+// What is read as a text from a document with the one member `json`.
 std::string readMember(const std::string& json, std::string_view name) {
-  Json::Page page("{" + json + "}");
+  std::string document = "{" + json + "}";
+  Json::Parser parser;
   std::string_view found = "nothing";
-  for (Json::Member member : page.root()) {
-    if (Json::keyOf(member) == name) Json::read(member, found);
-  }
-  page.finish();
+  Json::parse(document, parser, [&](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == name) Json::read(value, found);
+    }
+  });
   return std::string(found);
 }
 
-TEST(JsonPage, NamesAndTextsOfAnyLengthAreRead) {
+TEST(JsonDocument, NamesAndTextsOfAnyLengthAreRead) {
   for (std::size_t length = 0; length <= 50; ++length) {
     const std::string text(length, 'x');
     EXPECT_EQ(readMember("\"" + text + "\":\"" + text + "\"", text), text) << length;
@@ -117,7 +118,7 @@ TEST(JsonPage, NamesAndTextsOfAnyLengthAreRead) {
   }
 }
 
-TEST(JsonPage, EscapesAreDecodedWhereverTheyAre) {
+TEST(JsonDocument, EscapesAreDecodedWhereverTheyAre) {
   for (std::size_t position = 0; position <= 40; ++position) {
     std::string written(40, 'x');
     std::string text = written;
@@ -127,27 +128,14 @@ TEST(JsonPage, EscapesAreDecodedWhereverTheyAre) {
   }
 }
 
-TEST(JsonPage, TextsThatDoNotEndAreRefused) {
+TEST(JsonDocument, TextsThatDoNotEndAreRefused) {
   for (const std::string json : {R"("a":"b)", R"("a":"b\)", R"("a":"b\")", R"("a":\"b")",
                                  R"("a\":1)", R"("a)", R"("a":"b\u00)", R"(")"}) {
     EXPECT_THROW(readMember(json, "a"), simdjson::simdjson_error) << json;
   }
 }
 
-/// Reads a page when its thread throws away what it kept.
-struct ReadsAPageAtTheEnd {
-  ~ReadsAPageAtTheEnd() { EXPECT_EQ(readMember(R"("a":"x")", "a"), "x"); }
-};
-
-TEST(JsonPage, CanBeReadWhileTheThreadEnds) {
-  std::thread([] {
-    thread_local ReadsAPageAtTheEnd late;  // made first, so thrown away last
-    (void)late;
-    EXPECT_EQ(readMember(R"("a":"x")", "a"), "x");
-  }).join();
-}
-
-TEST(JsonPage, OnlyTextsAreReadAsTexts) {
+TEST(JsonDocument, OnlyTextsAreReadAsTexts) {
   for (const char* value : {"null", "1", "true", "[\"x\"]", "{\"a\":\"x\"}"}) {
     EXPECT_EQ(readMember(std::string(R"("a":)") + value, "a"), "nothing") << value;
   }

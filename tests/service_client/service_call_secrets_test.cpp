@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -15,14 +14,14 @@
 namespace {
 
 namespace Http = CloudStorage::Http;
-using CloudStorage::Client::AttemptConduct;
 using CloudStorage::Client::ClientParts;
 using CloudStorage::Client::Error;
+using CloudStorage::Client::RequestPolicy;
 using CloudStorage::Client::ServiceCall;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-class GivenHeader : public AttemptConduct {
+class GivenHeader : public RequestPolicy {
  public:
   explicit GivenHeader(std::string value) : value_(std::move(value)) {}
   void authorize(Http::Request& request) override { request.headers["authorization"] = value_; }
@@ -31,14 +30,14 @@ class GivenHeader : public AttemptConduct {
   std::string value_;
 };
 
-class Question : public CloudStorage::Client::SerializableWSRequest {
+class EmptyRequest : public CloudStorage::Client::SerializableWSRequest {
  public:
   std::string serializePayload() const override { return {}; }
 };
 
 struct Nothing {};
 
-std::optional<Error> readNothing(Http::Response&, Nothing&) { return std::nullopt; }
+CloudStorage::Util::Outcome<Nothing, Error> parseNothing(Http::Response&&) { return Nothing(); }
 
 // The error of a service that repeats `secret` to a request authorized with `header`.
 Error errorWith(const std::string& header, const std::string& secret) {
@@ -49,11 +48,11 @@ Error errorWith(const std::string& header, const std::string& secret) {
   ClientParts parts;
   parts.retryStrategy = std::make_shared<S3RetryStrategy>(nullptr);
   parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
-  GivenHeader conduct(header);
+  GivenHeader policy(header);
   const ServiceCall call(parts, fixture.environment());
   return call
-      .send<Nothing>(Http::Method::Get, Http::URI::parse("https://host/").value(), Question(),
-                     conduct, readNothing)
+      .send(Http::Method::Get, Http::URI::parse("https://host/").value(), EmptyRequest(), policy,
+            parseNothing)
       .getError();
 }
 

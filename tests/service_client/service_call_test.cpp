@@ -4,7 +4,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
@@ -23,11 +22,11 @@
 namespace {
 
 namespace Http = CloudStorage::Http;
-using CloudStorage::Client::AttemptConduct;
 using CloudStorage::Client::ClientEnvironment;
 using CloudStorage::Client::ClientParts;
 using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
+using CloudStorage::Client::RequestPolicy;
 using CloudStorage::Client::RetryStrategy;
 using CloudStorage::Client::ServiceCall;
 using CloudStorage::Client::StreamingWSRequest;
@@ -55,17 +54,17 @@ class StubbornStrategy : public RetryStrategy {
   long getDelayBeforeNextRetry(const Error&, unsigned long) const override { return 0; }
 };
 
-class NotingConduct : public AttemptConduct {
+class RecordingPolicy : public RequestPolicy {
  public:
   void authorize(Http::Request& request) override {
     request.headers["authorization"] = "attempt " + std::to_string(++authorized);
     if (onAuthorize) onAuthorize();
   }
-  bool correct(const Http::Response& response, const Error&, Http::Request& request) override {
+  bool recover(const Http::Response& response, const Error&, Http::Request& request) override {
     ++offered;
-    return onCorrect && onCorrect(response, request);
+    return onRecover && onRecover(response, request);
   }
-  bool follow(const std::string& location, Http::Request& request) override {
+  bool redirect(const std::string& location, Http::Request& request) override {
     locations.push_back(location);
     const auto target = Http::URI::parse(location);
     if (!target) return false;
@@ -77,7 +76,7 @@ class NotingConduct : public AttemptConduct {
   int offered = 0;
   std::vector<std::string> locations;
   std::function<void()> onAuthorize;
-  std::function<bool(const Http::Response&, Http::Request&)> onCorrect;
+  std::function<bool(const Http::Response&, Http::Request&)> onRecover;
 };
 
 /// A request that is whatever a test makes of it.
@@ -100,15 +99,16 @@ class Model : public StreamingWSRequest {
 
 using Lines = std::vector<std::string>;
 
-// An answer is a text of lines; one that ends with "!" is refused, with the lines before it read.
-std::optional<Error> parseLines(Http::Response& response, Lines& lines) {
+// A response is a text of lines; one that ends with "!" is refused.
+Outcome<Lines, Error> parseLines(Http::Response&& response) {
   std::istringstream text(response.body);
+  Lines lines;
   for (std::string line; std::getline(text, line);) {
-    if (line == "!") return CloudStorage::Client::localError("MalformedResponse", "refused");
+    if (line == "!") return CloudStorage::Client::malformedResponse("refused");
     if (line == "throw") throw std::runtime_error("the parser");
     lines.push_back(line);
   }
-  return std::nullopt;
+  return lines;
 }
 
 class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFixture {
@@ -120,8 +120,8 @@ class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFi
     parts.readRateLimiter = readLimiter;
     parts.writeRateLimiter = writeLimiter;
     const ServiceCall call(parts, environment());
-    return call.send<Lines>(method, Http::URI::parse("https://host/path").value(), model, conduct,
-                            parseLines);
+    return call.send(method, Http::URI::parse("https://host/path").value(), model, policy,
+                     parseLines);
   }
 
   std::vector<std::string> headersSent(const std::string& name) const {
@@ -140,7 +140,7 @@ class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFi
   std::shared_ptr<RateLimiter> readLimiter;
   std::shared_ptr<RateLimiter> writeLimiter;
   Model model;
-  NotingConduct conduct;
+  RecordingPolicy policy;
 };
 
 using ServiceCallLoop = ServiceCallTest;
@@ -173,7 +173,7 @@ TEST_F(ServiceCallLoop, StrategyHearsOfNoSuccess) {
     EXPECT_TRUE(send().isSuccess()) << code;
   }
   EXPECT_THAT(strategy->calls(), IsEmpty());
-  EXPECT_EQ(conduct.offered, 0);
+  EXPECT_EQ(policy.offered, 0);
 }
 
 TEST_F(ServiceCallLoop, RefusalIsNotRepeated) {
@@ -244,7 +244,7 @@ TEST_F(ServiceCallRequest, WithoutNeedOfAuthorizationGetsNone) {
   enqueue(response(200));
   EXPECT_TRUE(send().isSuccess());
   EXPECT_THAT(headersSent("authorization"), ElementsAre("(none)", "(none)"));
-  EXPECT_EQ(conduct.authorized, 0);
+  EXPECT_EQ(policy.authorized, 0);
 }
 
 TEST_F(ServiceCallRequest, CarriesMethodAddressParametersAndHeaders) {
@@ -331,7 +331,7 @@ TEST_F(ServiceCallRedirect, IsTheFailureIfItMustNotBeFollowed) {
   const auto outcome = send();
   ASSERT_FALSE(outcome.isSuccess());
   EXPECT_EQ(outcome.getError().httpResponseCode, 307);
-  EXPECT_THAT(conduct.locations, ElementsAre("no address"));
+  EXPECT_THAT(policy.locations, ElementsAre("no address"));
   EXPECT_THAT(requests(), SizeIs(1));
   EXPECT_THAT(delays(), IsEmpty());
 }
@@ -341,7 +341,7 @@ TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
     enqueue(response(301, "", {{"location", location}}));
   }
   EXPECT_EQ(send().getError().httpResponseCode, 301);
-  EXPECT_THAT(conduct.locations, ElementsAre("https://h/1", "https://h/2", "https://h/3"));
+  EXPECT_THAT(policy.locations, ElementsAre("https://h/1", "https://h/2", "https://h/3"));
   EXPECT_THAT(requests(), SizeIs(4));
 }
 
@@ -349,14 +349,14 @@ TEST_F(ServiceCallRedirect, LocationOfOtherAnswersLeadsNowhere) {
   enqueue(response(503, "", {{"location", "https://other/"}}));
   enqueue(response(201, "", {{"location", "https://other/"}}));
   EXPECT_TRUE(send().isSuccess());
-  EXPECT_THAT(conduct.locations, IsEmpty());
+  EXPECT_THAT(policy.locations, IsEmpty());
   EXPECT_EQ(requests()[1].uri.host(), "host");
 }
 
-using ServiceCallCorrection = ServiceCallTest;
+using ServiceCallRecovery = ServiceCallTest;
 
-TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
-  conduct.onCorrect = [](const Http::Response& response, Http::Request& request) {
+TEST_F(ServiceCallRecovery, IsPartOfTheSameAttempt) {
+  policy.onRecover = [](const Http::Response& response, Http::Request& request) {
     request.uri.setHost("mended");
     return response.status == 400;
   };
@@ -372,19 +372,19 @@ TEST_F(ServiceCallCorrection, IsPartOfTheSameAttempt) {
   EXPECT_EQ(requests()[2].uri.host(), "mended");
 }
 
-TEST_F(ServiceCallCorrection, EndsEvenIfTheConductWouldGoOn) {
-  conduct.onCorrect = [](const auto&, auto&) { return true; };
+TEST_F(ServiceCallRecovery, EndsEvenIfThePolicyWouldGoOn) {
+  policy.onRecover = [](const auto&, auto&) { return true; };
   for (int i = 0; i < 4; ++i) enqueue(response(400));
   EXPECT_EQ(send().getError().httpResponseCode, 400);
   EXPECT_THAT(requests(), SizeIs(4));
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
-TEST_F(ServiceCallCorrection, LeavesTheFailureToTheStrategyIfThereIsNone) {
+TEST_F(ServiceCallRecovery, LeavesTheFailureToTheStrategyIfThereIsNone) {
   enqueue(response(503));
   enqueue(response(404));
   EXPECT_EQ(send().getError().httpResponseCode, 404);
-  EXPECT_EQ(conduct.offered, 2);
+  EXPECT_EQ(policy.offered, 2);
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(404, 1)));
 }
 
@@ -455,9 +455,9 @@ TEST_F(ServiceCallException, OfTheMarshallerBecomesAnError) {
   expectInternalFailure(send(), "the marshaller");
 }
 
-TEST_F(ServiceCallException, OfTheConductBecomesAnError) {
-  conduct.onAuthorize = [] { throw std::runtime_error("the conduct"); };
-  expectInternalFailure(send(), "the conduct");
+TEST_F(ServiceCallException, OfThePolicyBecomesAnError) {
+  policy.onAuthorize = [] { throw std::runtime_error("the policy"); };
+  expectInternalFailure(send(), "the policy");
   EXPECT_THAT(requests(), IsEmpty());
 }
 
@@ -487,9 +487,9 @@ TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {
 
   const auto difference = call.now() - std::chrono::system_clock::now();
   EXPECT_LT(std::chrono::abs(difference), std::chrono::hours(1));
-  NotingConduct conduct;
-  EXPECT_TRUE(call.send<Lines>(Http::Method::Get, Http::URI::parse("https://host/").value(),
-                               Model(), conduct, parseLines)
+  RecordingPolicy policy;
+  EXPECT_TRUE(call.send(Http::Method::Get, Http::URI::parse("https://host/").value(), Model(),
+                        policy, parseLines)
                   .isSuccess());
 }
 
