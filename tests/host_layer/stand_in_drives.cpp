@@ -34,11 +34,6 @@ void OAuth2Credential::setTokens(std::string accessToken, std::string refreshTok
 namespace Client {
 namespace {
 
-// What the constructors of all four clients take and ignore.
-using Strategy = std::shared_ptr<RetryStrategy>;
-using Marshaller = std::shared_ptr<WSErrorMarshaller>;
-using Limiter = std::shared_ptr<Util::RateLimiter>;
-
 using AuthorizationParameters = std::vector<Http::URI::QueryParameter>;
 
 template <typename Item>
@@ -56,9 +51,14 @@ std::vector<Item> twoItems() {
 
 }  // namespace
 
-OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                           ClientEnvironment /*environment*/)
-    : WSClient(std::move(parts)), clientSpec_(std::move(clientSpec)) {}
+OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
+                           std::shared_ptr<Auth::OAuth2Credential> credential,
+                           std::shared_ptr<RetryStrategy>, std::shared_ptr<WSErrorMarshaller>,
+                           std::shared_ptr<Util::RateLimiter>, std::shared_ptr<Util::RateLimiter>,
+                           Config::ProxySetting)
+    : WSClient(
+          StandIn::notedParts("OAuth2Client " + clientSpec.tokenEndpoint, std::move(credential))),
+      clientSpec_(std::move(clientSpec)) {}
 OAuth2Client::~OAuth2Client() = default;
 
 std::string OAuth2Client::buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const {
@@ -75,16 +75,6 @@ Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
 }
 
 namespace GoogleDrive {
-
-struct GoogleDriveClient::Implementation {};
-
-GoogleDriveClient::GoogleDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
-                                     Marshaller, Limiter, Limiter, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec),
-                   StandIn::notedParts("GoogleDriveClient", std::move(credential)), {}) {}
-
-GoogleDriveClient::~GoogleDriveClient() = default;
 
 Error GoogleDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
@@ -119,16 +109,6 @@ std::string Model::UploadFileRequest::serializePayload() const { return {}; }
 }  // namespace GoogleDrive
 
 namespace AmazonDrive {
-
-struct AmazonDriveClient::Implementation {};
-
-AmazonDriveClient::AmazonDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                                     std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
-                                     Marshaller, Limiter, Limiter, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec),
-                   StandIn::notedParts("AmazonDriveClient", std::move(credential)), {}) {}
-
-AmazonDriveClient::~AmazonDriveClient() = default;
 
 Error AmazonDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
@@ -171,16 +151,6 @@ Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() cons
 
 namespace OneDrive {
 
-struct OneDriveClient::Implementation {};
-
-OneDriveClient::OneDriveClient(Auth::OAuth2ClientSpec clientSpec,
-                               std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
-                               Marshaller, Limiter, Limiter, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec),
-                   StandIn::notedParts("OneDriveClient", std::move(credential)), {}) {}
-
-OneDriveClient::~OneDriveClient() = default;
-
 Error OneDriveErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 
 AuthorizationParameters OneDriveClient::authorizationParameters(
@@ -218,15 +188,16 @@ std::string Model::CreateFolderRequest::serializePayload() const { return {}; }
 
 namespace Dropbox {
 
-struct DropboxClient::Implementation {};
-
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
-                             std::shared_ptr<Auth::OAuth2Credential> credential, Strategy,
-                             Marshaller, Limiter, Limiter, Config::ProxySetting)
-    : OAuth2Client(std::move(clientSpec),
-                   StandIn::notedParts("DropboxClient", std::move(credential)), {}) {}
-
-DropboxClient::~DropboxClient() = default;
+                             std::shared_ptr<Auth::OAuth2Credential> credential,
+                             std::shared_ptr<RetryStrategy> strategy,
+                             std::shared_ptr<WSErrorMarshaller> marshaller,
+                             std::shared_ptr<Util::RateLimiter> readLimiter,
+                             std::shared_ptr<Util::RateLimiter> writeLimiter,
+                             Config::ProxySetting proxy)
+    : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(strategy),
+                   std::move(marshaller), std::move(readLimiter), std::move(writeLimiter),
+                   std::move(proxy)) {}
 
 Error DropboxErrorMarshaller::marshall(const Http::Response&, Http::Method) const { return {}; }
 

@@ -11,7 +11,7 @@
 namespace StandIn {
 
 CloudStorage::Client::ClientParts notedParts(
-    const char* clientName,
+    const std::string& clientName,
     std::shared_ptr<CloudStorage::Auth::AuthorizationCredential> credential) {
   journal().calls.emplace_back(clientName);
   journal().credential = credential;

@@ -28,7 +28,7 @@ void reset();
 
 /// The parts of a client whose construction is to be noted, and to fail if the journal demands it.
 CloudStorage::Client::ClientParts notedParts(
-    const char* clientName,
+    const std::string& clientName,
     std::shared_ptr<CloudStorage::Auth::AuthorizationCredential> credential);
 
 CloudStorage::Client::Error failure();

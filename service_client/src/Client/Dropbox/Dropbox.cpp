@@ -164,9 +164,9 @@ namespace {
 
 using Folder = Util::Outcome<Model::ListFolderResult, Error>;
 
-Error endlessListing() { return malformedResponse("More entries follow, but not how to get them"); }
-
-Folder parseEntries(Http::Response&& response, Json::Parser& parser) {
+// `previousCursor` is that of the response before, empty for the first.
+Folder parseEntries(Http::Response&& response, Json::Parser& parser,
+                    const std::string& previousCursor) {
   Model::ListFolderResult result;
   const auto page = readJson(std::move(response), parser, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
@@ -182,16 +182,21 @@ Folder parseEntries(Http::Response&& response, Json::Parser& parser) {
     }
   });
   if (!page.isSuccess()) return page.getError();
-  if (result.hasMore && result.cursor.empty()) return endlessListing();
+  const bool isStuck =
+      result.cursor.empty() || (result.cursor == previousCursor && result.entries.empty());
+  if (result.hasMore && isStuck) {
+    return malformedResponse("More entries follow, but not how to get them");
+  }
   return result;
 }
 
 Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request,
-                Json::Parser& parser) {
+                Json::Parser& parser, const std::string& previousCursor) {
   const char* const address = request.isContinuation() ? kContinue : kListFolder;
-  return call.send(
-      Http::Method::Post, *Http::URI::parse(address), request,
-      [&parser](Http::Response&& response) { return parseEntries(std::move(response), parser); });
+  return call.send(Http::Method::Post, *Http::URI::parse(address), request,
+                   [&](Http::Response&& response) {
+                     return parseEntries(std::move(response), parser, previousCursor);
+                   });
 }
 
 void append(Model::ListFolderResult& folder, Model::ListFolderResult page) {
@@ -211,13 +216,10 @@ Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request)
   Model::ListFolderResult folder;
   Json::Parser parser;  // one for all pages, as it takes much memory
   for (bool mayStartOver = !request.isContinuation();;) {
-    auto page = listPage(call, next, parser);
+    auto page = listPage(call, next, parser, folder.cursor);
     if (page.isSuccess()) {
-      const bool isEmpty = page.getResult().entries.empty();
       append(folder, std::move(page).getResult());
       if (!folder.hasMore || request.isContinuation()) return folder;
-      const bool isRepeated = folder.cursor == next.cursor.value();
-      if (isRepeated && isEmpty) return endlessListing();
       next.cursor = folder.cursor;
     } else if (mayStartOver && next.isContinuation() && isReset(page.getError())) {
       mayStartOver = false;
