@@ -12,17 +12,17 @@ constexpr char kAlgorithm[] = "AWS4-HMAC-SHA256";
 constexpr char kTerminator[] = "aws4_request";
 constexpr std::size_t kDateSize = 8;  // yyyymmdd
 
-// SHA-256 of nothing: most requests have no body.
+// The SHA-256 of an empty body: most requests have none.
 constexpr char kEmptyPayloadHash[] =
     "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 
-// Proxies may change the other headers on their way.
+// The other headers are not signed, because proxies may change them.
 bool isSigned(std::string_view name) {
   return name == "host" || name == "content-type" || name == "content-md5" ||
          name.substr(0, 6) == "x-amz-";
 }
 
-std::string collapseBlanks(std::string_view value) {
+std::string collapseSpaces(std::string_view value) {
   std::string text;
   for (const char c : value) {
     if (c != ' ' && c != '\t') {
@@ -50,7 +50,7 @@ std::string timestamp(std::chrono::system_clock::time_point now) {
   std::tm utc{};
   gmtime_r(&seconds, &utc);
   std::array<char, 17> text{};
-  std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &utc);  // digits: no locale matters
+  std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &utc);  // independent of the locale
   return text.data();
 }
 
@@ -60,7 +60,7 @@ std::string canonicalRequest(const Http::Request& request, std::string_view payl
   signedHeaders.clear();
   for (const auto& [name, value] : request.headers) {  // the map is ordered by name
     if (value.empty() || !isSigned(name)) continue;
-    headers += name + ':' + collapseBlanks(value) + '\n';
+    headers += name + ':' + collapseSpaces(value) + '\n';
     if (!signedHeaders.empty()) signedHeaders += ';';
     signedHeaders += name;
   }

@@ -13,16 +13,16 @@
 
 namespace CloudStorage::Auth {
 
-/// AWS Signature Version 4 in headers, as S3 wants it: the path is encoded once and not normalised,
-/// and the payload's hash is a header of its own. The stages are open so that each can be held
-/// against published vectors.
+/// AWS Signature Version 4 in headers, in the variant for S3: the path is encoded once and not
+/// normalised, and the payload's hash is a header of its own. Each stage is a function of its own,
+/// so that tests can compare it with published vectors.
 namespace AWSV4 {
 
-/// One reading of the clock, `20240229T083015Z`.
+/// `now` in the form `20240229T083015Z`.
 std::string timestamp(std::chrono::system_clock::time_point now);
 
-/// The request in canonical form. Covers the headers that are to be signed: `host`, `content-type`,
-/// `content-md5` and all `x-amz-` ones. `signedHeaders` receives their names.
+/// The request in canonical form. Covers the headers that are signed: `host`, `content-type`,
+/// `content-md5` and all `x-amz-` headers. `signedHeaders` receives their names.
 std::string canonicalRequest(const Http::Request& request, std::string_view payloadHash,
                              std::string& signedHeaders);
 
@@ -39,7 +39,7 @@ struct SigningKey {
   std::string signing;
 };
 
-/// All four steps of the derivation.
+/// The keys of all four steps of the derivation.
 SigningKey deriveSigningKey(std::string_view secretKey, std::string_view date,
                             std::string_view region, std::string_view service);
 
@@ -52,11 +52,11 @@ class AWSV4Signer {
       : credential_(std::move(credential)) {}
 
   /// Adds `host`, `x-amz-date`, `x-amz-content-sha256` and `authorization` to the headers of
-  /// `request`, which must be complete otherwise.
+  /// `request`, which must otherwise be complete.
   void sign(Http::Request& request, const std::string& region,
             std::chrono::system_clock::time_point now);
 
-  /// How often a key was derived: once a day and region.
+  /// The number of key derivations: one per day and region.
   unsigned keyDerivations() const;
 
  private:

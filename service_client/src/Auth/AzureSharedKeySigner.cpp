@@ -12,8 +12,8 @@
 namespace CloudStorage::Auth::AzureSharedKey {
 namespace {
 
-// In the order in which they are signed; the length of a body is empty if there is none, and so is
-// the date, since `x-ms-date` is always sent.
+// The signed headers, in the order in which they are signed. The length is empty if there is no
+// body. The date is empty, because `x-ms-date` is always sent.
 constexpr const char* kSignedBeforeLength[] = {"content-encoding", "content-language"};
 constexpr const char* kSignedAfterLength[] = {
     "content-md5",   "content-type",        "date", "if-modified-since", "if-match",
@@ -43,7 +43,7 @@ std::string canonicalResource(const Http::Request& request, const std::string& a
   std::string text = '/' + accountName + (request.uri.path().empty() ? "/" : request.uri.path());
   const std::string* previous = nullptr;
   for (const auto& [name, value] : parameters) {
-    // A repeated parameter is one line with all its values.
+    // A repeated parameter becomes one line with all its values.
     if (previous != nullptr && *previous == name) {
       text.append(",").append(value);
     } else {

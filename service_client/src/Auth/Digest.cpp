@@ -69,7 +69,8 @@ std::optional<std::string> base64Decode(std::string_view text) {
   std::size_t padding = 0;
   while (padding < 2 && text[text.size() - 1 - padding] == '=') ++padding;
   bytes.resize(static_cast<std::size_t>(size) - padding);
-  // The decoder overlooks white space and stray bits; whatever it overlooked does not come back.
+  // The decoder ignores white space and unused bits that are set. Encoding the result again reveals
+  // any difference.
   if (base64Encode(bytes) != text) return std::nullopt;
   return bytes;
 }

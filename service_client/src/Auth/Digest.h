@@ -13,12 +13,13 @@ std::string hmacSha256(std::string_view key, std::string_view data);
 /// MD5 (RFC 1321): 16 bytes. For Content-MD5 only.
 std::string md5(std::string_view data);
 
-/// Two lower-case digits a byte.
+/// Two lower-case hexadecimal digits per byte.
 std::string hex(std::string_view bytes);
 
 /// Base64 with the standard alphabet and padding, without line breaks (RFC 4648, section 4).
 std::string base64Encode(std::string_view bytes);
-/// Empty unless `text` is exactly that: no white space, no missing padding, no stray bits.
+/// Decodes that form. Returns nothing if `text` contains white space or other characters, lacks
+/// padding, or has unused bits that are set.
 std::optional<std::string> base64Decode(std::string_view text);
 
 }  // namespace CloudStorage::Auth

@@ -6,27 +6,29 @@
 namespace CloudStorage::Auth {
 namespace {
 
-constexpr int kCannotAsk = -1;
+constexpr int kNoRefresher = -1;
 
-// Longer than a call takes that is refused, refreshes in vain and is sent again three times; short
-// enough for nobody to wait for it when the cause has been removed.
+// Longer than a call takes that is refused, fails to refresh its token and is retried three times;
+// short enough that a user does not notice it after the cause has been removed.
 constexpr std::chrono::seconds kRefusalMemory(5);
 
-// Refusals of the request itself (RFC 6749, section 5.2), unlike troubles of the service.
+// Whether the service refused the refresh request itself (RFC 6749, section 5.2), as opposed to a
+// failure of the service or the network.
 bool isRefusal(const Util::Status& status) {
   constexpr int kBadRequest = 400;
   constexpr int kUnauthorized = 401;
   return status.getCode() == kBadRequest || status.getCode() == kUnauthorized;
 }
 
-// What a thread's last attempt went out with. One note a thread is enough: a call is over before
-// its thread begins another, and a thread that has lost its note merely asks the service once more.
-struct AttemptNote {
+// The state of the credential at a thread's last attempt. One record per thread is sufficient: a
+// call ends before its thread begins another, and without a record the thread only sends one more
+// refresh request.
+struct AttemptRecord {
   std::uint64_t credential = 0;  // 0: none
   std::uint64_t generation = 0;
   std::uint64_t failedRefreshes = 0;
 };
-thread_local AttemptNote lastAttempt;
+thread_local AttemptRecord lastAttempt;
 
 std::uint64_t nextId() {
   static std::atomic<std::uint64_t> last{0};
@@ -49,7 +51,7 @@ Util::Status OAuth2Credential::refreshAccessToken() {
   if (auto result = resultSinceAttempt()) return *std::move(result);
 
   std::unique_lock<std::mutex> lock(mutex_);
-  if (!refresher_) return {kCannotAsk, "The credential has no client that could refresh it."};
+  if (!refresher_) return {kNoRefresher, "The credential has no client that could refresh it."};
   if (wasJustRefused()) return lastFailure_;
   const auto refresher = refresher_;
   const std::uint64_t generation = generation_;
@@ -60,7 +62,7 @@ Util::Status OAuth2Credential::refreshAccessToken() {
   auto status = refresher->refresh(tokens);
 
   lock.lock();
-  // Tokens that the host has set meanwhile come from a newer grant than this answer.
+  // Tokens that the host has set in the meantime are from a newer grant than this response.
   if (generation_ != generation || refreshToken_ != refreshToken) return {};
   if (status.isSuccess()) {
     replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
@@ -110,8 +112,8 @@ void OAuth2Credential::setTokenRefresher(std::shared_ptr<TokenRefresher> refresh
   now_ = now ? std::move(now) : std::chrono::system_clock::now;
 }
 
-// What other threads' refreshes have come to since the calling thread's attempt; nothing if there
-// were none, or no attempt.
+// The result of other threads' refreshes since the calling thread's attempt; nothing if there was
+// no refresh or no attempt.
 std::optional<Util::Status> OAuth2Credential::resultSinceAttempt() const {
   if (lastAttempt.credential != id_) return std::nullopt;
   const std::lock_guard<std::mutex> lock(mutex_);
@@ -123,7 +125,7 @@ std::optional<Util::Status> OAuth2Credential::resultSinceAttempt() const {
 bool OAuth2Credential::wasJustRefused() const {
   if (!refusedAt_) return false;
   const auto age = now_() - *refusedAt_;
-  return age >= age.zero() && age < kRefusalMemory;  // the clock may have been put back
+  return age >= age.zero() && age < kRefusalMemory;  // the clock may have been set back
 }
 
 void OAuth2Credential::replace(std::string accessToken, std::string refreshToken) {

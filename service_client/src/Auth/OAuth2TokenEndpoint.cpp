@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "Http/HeaderText.h"
+#include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
 #include "Util/Text.h"
@@ -14,7 +14,7 @@ namespace {
 
 using Tokens = TokenRefresher::Tokens;
 
-constexpr int kNoAnswer = -1;
+constexpr int kNoResponse = -1;
 constexpr int kOk = 200;
 
 struct Parameter {
@@ -37,8 +37,8 @@ Http::Request encode(Http::URI uri, const Form& form) {
   return request;
 }
 
-// Repeated once, and only if nothing was sent: an authorization code works a single time, and some
-// services withdraw a whole grant when they see one twice.
+// Retries once, and only if nothing was sent: an authorization code is valid once, and some
+// services revoke the whole grant when they receive a code twice.
 Http::Response send(Http::Transport& transport, const Http::Request& request) {
   auto response = transport.send(request);
   const auto& failure = response.failure;
@@ -49,7 +49,7 @@ Http::Response send(Http::Transport& transport, const Http::Request& request) {
   return response;
 }
 
-// Fills `tokens` and returns an empty text, or says what is wrong with the answer.
+// Sets `tokens` and returns an empty text, or returns what is wrong with the response.
 std::string readTokens(const Http::Response& response, Tokens& tokens) {
   if (!Http::mayBeJson(response)) return "the answer is not JSON";
   auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
@@ -60,7 +60,7 @@ std::string readTokens(const Http::Response& response, Tokens& tokens) {
   if (!tokenType.empty() && Util::lowerCase(tokenType) != "bearer") {
     return "the access token is no bearer token";
   }
-  if (!Http::fitsHeader(accessToken) || !Http::fitsHeader(refreshToken)) {
+  if (!Http::isValidHeaderValue(accessToken) || !Http::isValidHeaderValue(refreshToken)) {
     return "a token contains control characters";
   }
   tokens = {std::move(accessToken), std::move(refreshToken)};
@@ -75,7 +75,7 @@ std::string refusalText(const Http::Response& response) {
   return description.empty() ? error : error + ": " + description;
 }
 
-// Some services repeat in their texts what they were sent.
+// Redacts the secrets of the request, because some services quote the request in their messages.
 Util::Status failure(int code, std::string text, const Form& form) {
   for (const auto& [name, value, secret] : form) {
     if (!secret) continue;
@@ -88,11 +88,11 @@ Util::Status failure(int code, std::string text, const Form& form) {
 Util::Status requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,
                            const Form& form, Tokens& tokens) {
   auto uri = Http::URI::parse(clientSpec.tokenEndpoint);
-  if (!uri) return {kNoAnswer, "InvalidRequest: the token endpoint's address is unusable"};
+  if (!uri) return {kNoResponse, "InvalidRequest: the token endpoint's address is unusable"};
 
   const auto response = send(transport, encode(*std::move(uri), form));
   if (response.failure) {
-    return failure(kNoAnswer, response.failure->name + ": " + response.failure->message, form);
+    return failure(kNoResponse, response.failure->name + ": " + response.failure->message, form);
   }
   if (response.status != kOk) return failure(response.status, refusalText(response), form);
   const auto fault = readTokens(response, tokens);
@@ -107,9 +107,9 @@ OAuth2TokenEndpoint::OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec,
     : clientSpec_(std::move(clientSpec)), transport_(std::move(transport)) {}
 
 Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
-  if (tokens.refreshToken.empty()) return {kNoAnswer, "There is no refresh token."};
-  if (!Http::fitsHeader(tokens.refreshToken)) {
-    return {kNoAnswer, "InvalidRequest: the refresh token contains control characters"};
+  if (tokens.refreshToken.empty()) return {kNoResponse, "There is no refresh token."};
+  if (!Http::isValidHeaderValue(tokens.refreshToken)) {
+    return {kNoResponse, "InvalidRequest: the refresh token contains control characters"};
   }
   Tokens renewed;
   auto status = requestTokens(clientSpec_, *transport_,

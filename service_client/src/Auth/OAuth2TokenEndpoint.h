@@ -10,17 +10,17 @@
 namespace CloudStorage::Auth {
 
 /// The token endpoint of an OAuth2 service (RFC 6749, section 3.2). Requests to it bypass the
-/// attempt loop of the clients: a 401 there would ask the retry strategy, which would ask for a
-/// refresh, which would come back here.
+/// clients' attempt loop, where a 401 would recurse: the retry strategy would refresh the token,
+/// which sends a request to this endpoint.
 class OAuth2TokenEndpoint : public TokenRefresher {
  public:
   OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec, std::shared_ptr<Http::Transport> transport);
 
-  /// The code of a failure is the HTTP status of the answer, or -1 if there was none.
   Util::Status refresh(Tokens& tokens) override;
 
-  /// Trades an authorization code for `tokens`, which are replaced on success only; the refresh
-  /// token becomes empty if none came. Codes of failures as above.
+  /// Exchanges an authorization code for `tokens`, which are replaced on success only. The refresh
+  /// token becomes empty if the response contains none. The codes of failures are those of
+  /// refresh().
   virtual Util::Status exchange(const std::string& code, const std::string& scope, Tokens& tokens);
 
  private:

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "Http/CurlTransport.h"
-#include "Http/HeaderText.h"
+#include "Http/HeaderChecks.h"
 
 namespace CloudStorage::Client {
 namespace {
 
-// Compression shrinks listings to a fraction, and no drive signs what it compresses.
+// Compression reduces listings to a fraction of their size, and no drive signs the responses that
+// it compresses.
 ClientEnvironment withCompression(ClientEnvironment environment, const ClientParts& parts) {
   if (environment.transport) return environment;
   Http::CurlTransport::Options options;
@@ -26,7 +27,7 @@ void BearerPolicy::authorize(Http::Request& request) {
   request.headers["accept"] = "application/json";
   if (request.body.empty()) request.headers.erase(Http::CONTENT_TYPE_HEADER);
   const std::string token = credential_->accessTokenForAttempt();
-  if (!Http::fitsHeader(token)) {
+  if (!Http::isValidHeaderValue(token)) {
     throw std::invalid_argument("The access token contains control characters");
   }
   if (!token.empty()) request.headers["authorization"] = "Bearer " + token;

@@ -8,16 +8,16 @@
 
 namespace CloudStorage::Client {
 
-/// The request policy of the drives: requests carry the current access token and ask for a response
-/// in JSON. Follows no redirect, as the token is for the service's own hosts only.
+/// The request policy of the drives: requests carry the current access token and accept only JSON.
+/// Does not allow redirects, because the token is for the service's own hosts only.
 class BearerPolicy : public RequestPolicy {
  public:
   explicit BearerPolicy(std::shared_ptr<Auth::OAuth2Credential> credential)
       : credential_(std::move(credential)) {}
 
-  /// Without an access token the request goes out without one: the service's 401 then makes the
-  /// retry strategy get one, if there is a refresh token. Throws std::invalid_argument if the host
-  /// has set a token that cannot be sent.
+  /// If there is no access token, the request is sent without one: the service's 401 then makes the
+  /// retry strategy refresh it, if there is a refresh token. Throws std::invalid_argument if the
+  /// host has set a token that cannot be sent.
   void authorize(Http::Request& request) override;
 
  private:

@@ -9,7 +9,7 @@ namespace {
 
 using Kind = Http::TransportFailure::Kind;
 
-/// What an HTTP status means, whatever the service. The last row matches everything.
+/// The meaning of an HTTP status, independent of the service. The last row matches any status.
 constexpr ErrorRow kHttpRows[] = {
     {kRedirects, "", CoreErrors::Redirected, Retry::Never},
     {400, "", CoreErrors::InvalidRequest, Retry::Never},

@@ -8,24 +8,24 @@
 #include "CloudStorage/Http/Transport.h"
 #include "Util/Text.h"
 
-/// What the error marshallers of all services share. Which failure means what is each service's own
-/// table.
+/// The common part of all services' error marshallers. Each service has its own table of the
+/// meanings of its failures.
 namespace CloudStorage::Client {
 
 /// Whether a retry of a failed request could help.
 enum class Retry {
   Never,
-  Reads,  ///< GET and HEAD; anything else may have been carried out and would be doubled
+  Reads,  ///< GET and HEAD; any other request may have been executed and would run twice
   Always,
 };
 
-/// In place of an HTTP status a row may name all failures, or all statuses with the same first
+/// Instead of an HTTP status a row may state all failures, or all statuses with the same first
 /// digit.
 inline constexpr int kAnyStatus = 0;
 inline constexpr int kRedirects = 3;
 inline constexpr int kServerErrors = 5;
 
-/// One row of a service's table: what a response of this status and service code means.
+/// One row of a service's table: the meaning of a response with this status and service code.
 struct ErrorRow {
   int status;
   /// Matches this code and, where codes are paths, those below it. Empty: any code.
@@ -34,7 +34,7 @@ struct ErrorRow {
   Retry retry;
 };
 
-/// A view of a service's rows, of which the first that matches counts.
+/// A view of a service's rows, of which the first matching one applies.
 class ErrorTable {
  public:
   template <std::size_t kSize>
@@ -48,31 +48,33 @@ class ErrorTable {
   const ErrorRow* end_;
 };
 
-/// Code and message that a service sent for a failure; empty where it sent none.
+/// The code and the message that a service sent for a failure; empty if it sent none.
 struct ServiceMessage {
   std::string code;
   std::string message;
 };
 
-/// The error for a failure of this side, which no retry cures.
+/// The error for a failure on the client side, which a retry cannot help.
 Error localError(std::string_view name, std::string_view message);
 
-/// The error for a response that is not what the operation promises.
+/// The error for a response that does not have the form that the operation requires.
 Error malformedResponse(std::string_view message);
 
-/// The error that `response`, the failed response to a request of `method`, stands for.
+/// The error for `response`, the failed response to a request with `method`.
 ///
-/// A response of the service: `readMessage` finds the service's message in it, and `table` gives it
-/// a meaning. What `table` does not contain is judged by its HTTP status alone. Without a code the
-/// error is named "HTTP" and the status, without a message it has the status's reason phrase.
+/// If the service sent a response, `readMessage` extracts the service's message from it, and
+/// `table` defines the error's type. A failure that `table` does not contain gets its type from the
+/// HTTP status alone. Without a code the error is named "HTTP" and the status; without a message it
+/// has the status's reason phrase.
 ///
-/// No response: the transport's failure decides, and no retry is possible. A table with a row for
-/// all failures gives its type to those of the network as well; they are then retryable if the
-/// service cannot have carried out the request, or if it was a read.
+/// If there is no response, the transport's failure defines the type, and the error is not
+/// retryable. A table with a row for all failures gives its type to failures of the network as
+/// well; these are retryable if the service cannot have executed the request, or if the request was
+/// a read.
 Error marshallError(const Http::Response& response, Http::Method method,
                     ServiceMessage (*readMessage)(const Http::Response&), ErrorTable table);
 
-/// The first of these for a response whose message is known.
+/// The same for a response of the service whose message has been extracted.
 Error responseError(const Http::Response& response, Http::Method method,
                     const ServiceMessage& message, ErrorTable table);
 

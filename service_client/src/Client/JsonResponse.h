@@ -8,24 +8,24 @@
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Http/Transport.h"
 #include "CloudStorage/Util/Outcome.h"
-#include "Http/HeaderText.h"
+#include "Http/HeaderChecks.h"
 #include "Util/Json.h"
 
 namespace CloudStorage::Client {
 
-/// What holds the texts that were read from a response. They are views, and last as long as it does.
-using Page = std::shared_ptr<const void>;
+/// The storage of the texts that are read from a response. The texts are views into it.
+using TextStorage = std::shared_ptr<const void>;
 
-/// Calls `read` with the JSON object in `response`, whose body it takes. Returns what holds the
-/// texts that `read` got, or the error for a response that is not one JSON object.
+/// Calls `read` with the JSON object in `response`, whose body it takes. Returns the storage of the
+/// texts that are read, or the error for a response that is not a JSON object.
 template <typename Read>
-Util::Outcome<Page, Error> readJson(Http::Response&& response, Util::Json::Parser& parser,
-                                    Read read) {
+Util::Outcome<TextStorage, Error> readJson(Http::Response&& response, Util::Json::Parser& parser,
+                                           Read read) {
   if (!Http::mayBeJson(response)) return malformedResponse("The answer is not JSON");
   try {
     const auto body = std::make_shared<std::string>(std::move(response.body));
     Util::Json::parse(*body, parser, read);
-    return Page(body);
+    return TextStorage(body);
   } catch (const simdjson::simdjson_error& error) {
     return malformedResponse(std::string("The answer is no JSON object: ") + error.what());
   }
@@ -33,7 +33,7 @@ Util::Outcome<Page, Error> readJson(Http::Response&& response, Util::Json::Parse
 
 /// The same with a parser of its own.
 template <typename Read>
-Util::Outcome<Page, Error> readJson(Http::Response&& response, Read read) {
+Util::Outcome<TextStorage, Error> readJson(Http::Response&& response, Read read) {
   Util::Json::Parser parser;
   return readJson(std::move(response), parser, read);
 }

@@ -11,8 +11,8 @@
 namespace CloudStorage::Client {
 namespace {
 
-// Responses of a token endpoint are small and a call waits for them, so the limits are tighter than
-// those of the operations.
+// The responses of a token endpoint are small, and calls wait for them, so the limits are tighter
+// than those of the operations.
 std::shared_ptr<Http::Transport> makeTokenTransport(const Config::ProxySetting& proxy) {
   Http::CurlTransport::Options options;
   options.proxy = proxy;

@@ -21,7 +21,7 @@ void addIfPresent(Http::URI& uri, std::string_view name, const Util::Field<T>& f
   }
 }
 
-/// The same for services to which an empty text means the same as none.
+/// The same for parameters that a service treats as absent if they are empty.
 inline void addUnlessEmpty(Http::URI& uri, std::string_view name,
                            const Util::Field<std::string>& field) {
   if (!field.value().empty()) addIfPresent(uri, name, field);

@@ -7,8 +7,8 @@
 
 namespace CloudStorage::Client {
 
-/// How one service authorizes the requests of a call and which failures it recovers from. One object
-/// a call, used by one thread.
+/// How a service's requests are authorized, and which failures a call recovers from. Each call has
+/// its own object, which one thread uses.
 class RequestPolicy {
  public:
   virtual ~RequestPolicy() = default;
@@ -17,16 +17,16 @@ class RequestPolicy {
   /// refreshed and signatures expire. Throws std::invalid_argument if that is impossible.
   virtual void authorize(Http::Request& request) = 0;
 
-  /// Called with every failure before the retry strategy is. True if the cause lay in the request
-  /// itself, such as a wrong region, and is now corrected in `request` or in what authorize() uses:
-  /// the request is sent again at once, as part of the same attempt.
+  /// Called for every failure, before the retry strategy. Returns true if the cause was in the
+  /// request itself, such as a wrong region, and is now corrected in `request` or in the state that
+  /// authorize() uses. The request is then sent again immediately, as part of the same attempt.
   virtual bool recover(const Http::Response& /*response*/, const Error& /*error*/,
                        Http::Request& /*request*/) {
     return false;
   }
 
-  /// Changes `request` to go to `location`, to which the service redirected it. False if it must not
-  /// go there.
+  /// Sets the address of `request` to `location`, to which the service redirected it. Returns false
+  /// if the request must not be sent there.
   virtual bool redirect(const std::string& /*location*/, Http::Request& /*request*/) {
     return false;
   }

@@ -22,7 +22,8 @@ std::string readAll(const std::shared_ptr<std::iostream>& stream) {
   return {std::istreambuf_iterator<char>(*stream), std::istreambuf_iterator<char>()};
 }
 
-// The strategies grant a redirect only if there is a location.
+// The location of a redirect; null for any other error. The retry strategies grant a redirect only
+// if there is a location.
 const std::string* redirectLocation(const Error& error) {
   constexpr int kFirstRedirect = 300;
   constexpr int kLastRedirect = 308;
@@ -83,8 +84,8 @@ Error ServiceCall::withResponse(Error error, const Http::Response& response) {
   return error;
 }
 
-// Services, and proxies before them, may quote in their messages what they were sent. The last word
-// of the header is the secret one: a token or a signature.
+// Services and proxies may quote the request in their messages. The secret is the last word of the
+// header: a token or a signature.
 Error ServiceCall::redacted(Error error, const Http::Request& request) {
   const auto authorization = request.headers.find("authorization");
   if (authorization == request.headers.end()) return error;
@@ -110,7 +111,7 @@ Error ServiceCall::errorOfCurrentException() {
 
 bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
                                unsigned long retries) const {
-  // Called exactly once a failure: the drives' strategies refresh the access token in it.
+  // Must be called exactly once per failure: the drives' strategies refresh the access token in it.
   if (!retryStrategy_->shouldRetry(error, retries)) return false;
   const std::string* location = redirectLocation(error);
   if (location != nullptr && !policy.redirect(*location, request)) return false;

@@ -20,20 +20,20 @@ namespace CloudStorage::Client {
 /// One request of a client from encoding to outcome: the attempt loop. Independent of any service.
 class ServiceCall {
  public:
-  /// Reads the result out of a response whose status is success, or returns why it cannot. Takes the
-  /// body, and leaves status and headers, which send() copies into the error.
+  /// Parses the result from a response with a success status, or returns the error if it cannot.
+  /// Takes the body and leaves status and headers, which send() copies into the error.
   template <typename Result>
   using Parser = Util::Outcome<Result, Error> (*)(Http::Response&& response);
 
-  /// What a parser, which may be any callable of that form, returns.
+  /// The return type of a parser, which may be any callable of that form.
   template <typename Parse>
   using OutcomeOf = std::invoke_result_t<const Parse&, Http::Response&&>;
 
-  /// Members that are null in `environment` become the real ones.
+  /// Members of `environment` that are null are replaced by the real ones.
   ServiceCall(const ClientParts& parts, ClientEnvironment environment);
 
   /// Sends `model` to `uri`, with the retries that the retry strategy grants, and parses the
-  /// response. Throws nothing.
+  /// response. Does not throw.
   template <typename Parse>
   OutcomeOf<Parse> send(Http::Method method, const Util::Outcome<Http::URI, Error>& uri,
                         const WSRequest& model, RequestPolicy& policy, const Parse& parse) const {
@@ -48,12 +48,13 @@ class ServiceCall {
     });
   }
 
-  /// The layer's one exception barrier: the outcome of `work`, or the error for what it throws.
+  /// The layer's only exception barrier: the outcome of `work`, or the error for the exception that
+  /// it throws.
   template <typename Work>
   static std::invoke_result_t<Work> guarded(const Work& work) {
     try {
       return work();
-    } catch (const abi::__forced_unwind&) {  // the host cancels this thread, which must go on
+    } catch (const abi::__forced_unwind&) {  // the thread is cancelled; unwinding must continue
       throw;
     } catch (...) {
       return errorOfCurrentException();
@@ -61,11 +62,11 @@ class ServiceCall {
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
-  /// Sends `request` once, as it stands. For the requests that a policy makes of its own.
+  /// Sends `request` once and unchanged. For the requests that a policy sends itself.
   Http::Response transfer(const Http::Request& request) const;
 
  private:
-  /// A policy recovers from each cause once; the limit ends a disagreement with the service.
+  /// A policy recovers from each cause once; the limit ensures that an attempt ends.
   static constexpr int kMaxRecoveries = 3;
 
   template <typename Parse>
@@ -86,19 +87,19 @@ class ServiceCall {
   template <typename Parse>
   OutcomeOf<Parse> read(Http::Response& response, Http::Method method, const Parse& parse) const {
     if (!response.isSuccessStatus()) return errorMarshaller_->marshall(response, method);
-    auto outcome = parse(static_cast<Http::Response&&>(response));  // takes the body alone
+    auto outcome = parse(static_cast<Http::Response&&>(response));  // takes only the body
     if (outcome.isSuccess()) return outcome;
     return withResponse(std::move(outcome).getError(), response);
   }
 
   static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
-  /// `error` with the status and the headers of the response that it was found in.
+  /// `error` with the status and the headers of the response that caused it.
   static Error withResponse(Error error, const Http::Response& response);
   /// `error` without the secret that `request` was authorized with.
   static Error redacted(Error error, const Http::Request& request);
   static Error errorOfCurrentException();
-  /// Whether `request` is to be sent again: if so, after the delay and to where the service
-  /// redirected it.
+  /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
+  /// the service redirected the request.
   bool prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
                     unsigned long retries) const;
 

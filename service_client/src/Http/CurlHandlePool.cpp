@@ -13,20 +13,20 @@ constexpr std::size_t kMaxIdle = 8;
 }  // namespace
 
 CurlHandlePool::CurlHandlePool() {
-  // The process may use libcurl for itself, so what is set up here is never taken down.
+  // Never undone by curl_global_cleanup(), because the host may use libcurl as well.
   static std::once_flag once;
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
-CurlHandlePool::Handle CurlHandlePool::checkOut() {
+CurlHandlePool::Handle CurlHandlePool::acquire() {
   const std::lock_guard lock(mutex_);
-  idle_.reserve(idle_.size() + running_ + 1);  // so that putting back needs no memory
+  idle_.reserve(idle_.size() + running_ + 1);  // so that release() allocates no memory
   Handle handle;
   if (idle_.empty()) {
     handle.reset(curl_easy_init());
     if (!handle) throw std::bad_alloc();
   } else {
-    const auto chosen = bestIdle();
+    const auto chosen = selectIdle();
     handle = std::move(chosen->handle);
     idle_.erase(chosen);
   }
@@ -34,9 +34,10 @@ CurlHandlePool::Handle CurlHandlePool::checkOut() {
   return handle;
 }
 
-// The one used last has the connection that is open still. While other calls are running, many are
-// open; then memory that another thread has used is slower to use.
-std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::bestIdle() {
+// The handle that was used last is the most likely to have an open connection. While other calls
+// are running, many connections are open, and a handle that this thread has used before is
+// preferred: memory that another thread has used is slower to access.
+std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::selectIdle() {
   const auto last = std::prev(idle_.end());
   if (running_ == 0) return last;
   const auto thread = std::this_thread::get_id();
@@ -45,21 +46,21 @@ std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::bestIdle() {
   return own == idle_.end() ? last : own;
 }
 
-void CurlHandlePool::putBack(Handle handle) {
-  curl_easy_reset(handle.get());  // forgets the request, keeps the connections
+void CurlHandlePool::release(Handle handle) {
+  curl_easy_reset(handle.get());  // resets all options and keeps the connections
   {
     const std::lock_guard lock(mutex_);
     idle_.push_back({std::move(handle), std::this_thread::get_id()});
     --running_;
   }
-  while (takeSurplus()) {
-    // The handle is closed here, without the lock, since saying good-bye over TLS takes a while.
+  while (removeSurplus()) {
+    // Destroys the handle, without the lock, because closing a TLS connection takes some time.
   }
 }
 
-CurlHandlePool::Handle CurlHandlePool::takeSurplus() {
+CurlHandlePool::Handle CurlHandlePool::removeSurplus() {
   const std::lock_guard lock(mutex_);
-  // While calls are running, the next moment may need every handle again.
+  // While calls are running, every handle may be needed again soon.
   if (running_ != 0 || idle_.size() <= kMaxIdle) return nullptr;
   Handle oldest = std::move(idle_.front().handle);
   idle_.erase(idle_.begin());

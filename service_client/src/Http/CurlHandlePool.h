@@ -12,7 +12,7 @@
 namespace CloudStorage::Http {
 
 /// The libcurl handles of one transport. A handle serves one call at a time and keeps its
-/// connections open in between. Safe for concurrent calls.
+/// connections open between calls. Safe for concurrent calls.
 class CurlHandlePool {
  private:
   struct HandleDeleter {
@@ -21,12 +21,12 @@ class CurlHandlePool {
   using Handle = std::unique_ptr<CURL, HandleDeleter>;
 
  public:
-  /// A handle with no options set, taken from the pool for one call and put back at the end.
+  /// A handle without any options set, acquired for one call and released at its end.
   class Lease {
    public:
     /// Throws std::bad_alloc.
-    explicit Lease(CurlHandlePool& pool) : pool_(pool), handle_(pool.checkOut()) {}
-    ~Lease() { pool_.putBack(std::move(handle_)); }
+    explicit Lease(CurlHandlePool& pool) : pool_(pool), handle_(pool.acquire()) {}
+    ~Lease() { pool_.release(std::move(handle_)); }
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
 
@@ -45,12 +45,12 @@ class CurlHandlePool {
     std::thread::id lastUser;
   };
 
-  Handle checkOut();
-  /// Of the idle handles, of which there must be one, the one that a call of this thread takes.
-  std::vector<Idle>::iterator bestIdle();
-  void putBack(Handle handle);
-  /// The handle that has rested longest, or null if none is too many.
-  Handle takeSurplus();
+  Handle acquire();
+  /// The idle handle that a call of this thread uses. There must be at least one.
+  std::vector<Idle>::iterator selectIdle();
+  void release(Handle handle);
+  /// Removes the handle that has been idle longest; null if there is no surplus.
+  Handle removeSurplus();
 
   std::mutex mutex_;
   std::vector<Idle> idle_;  // guarded by mutex_, as is the number of running calls

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "Http/CurlHandlePool.h"
-#include "Http/HeaderText.h"
+#include "Http/HeaderChecks.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
@@ -76,32 +76,32 @@ Response failed(TransportFailure failure) {
   return response;
 }
 
-// RFC 9110, section 5.6.2. Anything else could end the name, and with it the meaning of the line.
+// RFC 9110, section 5.6.2. Any other character in a name could change the meaning of its line.
 bool isToken(std::string_view text) {
   constexpr std::string_view kTokenCharacters =
       "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
   return !text.empty() && text.find_first_not_of(kTokenCharacters) == std::string_view::npos;
 }
 
-bool areSendable(const HeaderValueCollection& headers) {
+bool areValidHeaders(const HeaderValueCollection& headers) {
   return std::all_of(headers.begin(), headers.end(), [](const auto& header) {
-    return isToken(header.first) && fitsHeader(header.second);
+    return isToken(header.first) && isValidHeaderValue(header.second);
   });
 }
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const auto first = text.find_first_not_of(kBlanks);
+  constexpr std::string_view kWhiteSpace = " \t\r\n";
+  const auto first = text.find_first_not_of(kWhiteSpace);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
-/// The header lines in libcurl's form.
+/// The header lines of a request as a libcurl list.
 class HeaderLines {
  public:
   explicit HeaderLines(const HeaderValueCollection& headers) {
-    // libcurl leaves out what it finds here without a value. What a request says is up to whoever
-    // made it, and `Expect` would cost each larger upload a pause.
+    // A line without a value removes a header that libcurl adds by itself. Only the request decides
+    // on its headers, and `Expect` would delay each larger upload.
     for (const char* own : {"Accept:", "Content-Type:", "Expect:"}) add(own);
     for (const auto& [name, value] : headers) {
       if (trimmed(value).empty()) continue;
@@ -126,8 +126,8 @@ class HeaderLines {
   curl_slist* lines_ = nullptr;
 };
 
-/// Sets options up to the first that libcurl refuses: a transfer must not run with less than was
-/// asked for, least of all without a check of certificates.
+/// Sets options up to the first that libcurl rejects. A transfer must not run without an option
+/// that could not be set, least of all without the verification of certificates.
 class Setup {
  public:
   explicit Setup(CURL* handle) : handle_(handle) {}
@@ -151,7 +151,7 @@ void setLimits(Setup& setup, const CurlTransport::Limits& limits) {
   setup.set(CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total.count()));
 }
 
-// A host that starts other programs must not hand its connections on to them.
+// With close-on-exec, so that programs that the host starts do not inherit the connections.
 curl_socket_t openSocket(void* /*user*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
   return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
@@ -160,7 +160,7 @@ void setConnection(Setup& setup) {
   constexpr long kReceiveBuffer = 64L * 1024;
   setup.set(CURLOPT_NOSIGNAL, 1L);
   setup.set(CURLOPT_PROTOCOLS_STR, "http,https");
-  // Each call waits on a connection of its own, so there are no streams to share under HTTP/2.
+  // Each call uses a connection of its own, so HTTP/2 would have no streams to multiplex.
   setup.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   setup.set(CURLOPT_PATH_AS_IS, 1L);
   setup.set(CURLOPT_FOLLOWLOCATION, 0L);
@@ -171,15 +171,15 @@ void setConnection(Setup& setup) {
   setup.set(CURLOPT_SSL_VERIFYHOST, 2L);
   setup.set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   setup.set(CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  // libcurl would read its own bundle for every handle; TrustAnchors has read one for all.
+  // libcurl would load its own CA bundle for every handle; TrustAnchors loads one for all handles.
   for (const auto option :
        {CURLOPT_CAINFO, CURLOPT_CAPATH, CURLOPT_PROXY_CAINFO, CURLOPT_PROXY_CAPATH}) {
     setup.set(option, static_cast<const char*>(nullptr));
   }
 }
 
-// An empty proxy and an empty list of exceptions, unlike unset ones, keep libcurl from asking the
-// environment: the proxy of a session is what its settings say and nothing else.
+// The proxy of a session is defined by its settings alone. An empty proxy and an empty list of
+// exceptions, unlike unset ones, prevent libcurl from reading them from the environment.
 void setProxy(Setup& setup, const Config::ProxySetting& proxy) {
   setup.set(CURLOPT_PROXY, proxy.host.c_str());
   setup.set(CURLOPT_NOPROXY, "");
@@ -199,15 +199,15 @@ void setMethod(Setup& setup, const Request& request) {
   if (request.method == Method::Head) setup.set(CURLOPT_NOBODY, 1L);
   if (request.method != Method::Put && request.method != Method::Post) return;
 
-  // A PUT goes out as a POST by another name: libcurl then has the whole body at hand, knows its
-  // length even if that is 0, and can send it again without being given a way to rewind.
+  // A PUT is sent as a POST with another method name. libcurl then has the whole body in memory,
+  // knows its length even if it is 0, and can send it again without a callback to rewind it.
   setup.set(CURLOPT_POST, 1L);
   setup.set(CURLOPT_POSTFIELDS, request.body.data());
   setup.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
   setup.set(CURLOPT_CUSTOMREQUEST, methodName(request.method));
 }
 
-/// One request on its way, and what has arrived of the answer.
+/// One transfer: the request and the part of the response that has been received.
 class Exchange {
  public:
   Exchange(CURL* handle, const CurlTransport::Options& options)
@@ -222,7 +222,7 @@ class Exchange {
     setConnection(setup);
     setProxy(setup, options_.proxy);
     setCallbacks(setup);
-    // There are services that compress only for agents with this word in their name.
+    // Some services compress only if the user agent contains "gzip".
     setup.set(CURLOPT_USERAGENT,
               options_.acceptCompressed ? VEMLO_USER_AGENT " (gzip)" : VEMLO_USER_AGENT);
     if (options_.acceptCompressed) setup.set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
@@ -231,13 +231,13 @@ class Exchange {
     setMethod(setup, request);
 
     const CURLcode code = setup.result() == CURLE_OK ? curl_easy_perform(handle_) : setup.result();
-    if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(explain(code));
+    if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(transferFailure(code));
     response_.status = static_cast<int>(info<long>(CURLINFO_RESPONSE_CODE));
     return std::move(response_);
   }
 
  private:
-  /// Why a callback has broken the transfer off.
+  /// The reason why a callback has aborted the transfer.
   enum class Stop { None, TooLarge, ErrorBodyCut, NoMemory };
 
   void setCallbacks(Setup& setup) {
@@ -252,7 +252,7 @@ class Exchange {
   static std::size_t onHeaderLine(char* data, std::size_t size, std::size_t count, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
     try {
-      exchange.takeHeaderLine({data, size * count});
+      exchange.addHeaderLine({data, size * count});
       return size * count;
     } catch (const std::bad_alloc&) {
       exchange.stop_ = Stop::NoMemory;
@@ -263,7 +263,7 @@ class Exchange {
   static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
     try {
-      return exchange.takeBody({data, size * count}) ? size * count : 0;
+      return exchange.appendBody({data, size * count}) ? size * count : 0;
     } catch (const std::bad_alloc&) {
       exchange.stop_ = Stop::NoMemory;
       return 0;
@@ -276,13 +276,14 @@ class Exchange {
       const bool trusting = exchange.options_.trustAnchors->applyTo(static_cast<SSL_CTX*>(context),
                                                                     exchange.trustError_);
       return trusting ? CURLE_OK : CURLE_SSL_CACERT_BADFILE;
-    } catch (const std::exception&) {  // no memory, or a lock that cannot be had
+    } catch (const std::exception&) {  // out of memory, or the lock failed
       return CURLE_OUT_OF_MEMORY;
     }
   }
 
-  void takeHeaderLine(std::string_view line) {
-    // Interim answers and a proxy's come first; only the last block is the answer's own.
+  void addHeaderLine(std::string_view line) {
+    // Interim responses and those of a proxy come first; only the last block belongs to the
+    // response.
     if (line.substr(0, 5) == "HTTP/") {
       response_.headers.clear();
       return;
@@ -297,8 +298,8 @@ class Exchange {
     entry->second = name == "location" ? value : entry->second + ", " + value;
   }
 
-  /// False to break the transfer off.
-  bool takeBody(std::string_view data) {
+  /// Returns false to abort the transfer.
+  bool appendBody(std::string_view data) {
     const long status = info<long>(CURLINFO_RESPONSE_CODE);
     const bool success = status >= 200 && status < 300;
     const std::size_t limit = success ? options_.limits.maxBody : options_.limits.maxErrorBody;
@@ -306,7 +307,7 @@ class Exchange {
     if (body.empty()) {
       const auto promised = info<curl_off_t>(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);  // -1: unknown
       const std::size_t size = promised > 0 ? static_cast<std::size_t>(promised) : 0;
-      // With room behind it, as parsers read beyond the end.
+      // With padding, because parsers read beyond the end.
       body.reserve(std::min(limit, size) + 64);
     }
 
@@ -317,7 +318,7 @@ class Exchange {
     return false;
   }
 
-  TransportFailure explain(CURLcode code) const {
+  TransportFailure transferFailure(CURLcode code) const {
     if (stop_ == Stop::TooLarge) {
       return {Kind::ResponseTooLarge, "ResponseTooLarge",
               "The answer has more than " + std::to_string(options_.limits.maxBody) + " bytes",
@@ -326,9 +327,10 @@ class Exchange {
 
     if (stop_ == Stop::NoMemory) code = CURLE_OUT_OF_MEMORY;
     TransportFailure failure = failureOf(code);
-    // libcurl takes this time when the connection, tunnel and TLS included, is ready for a request.
+    // libcurl records this time when the connection, including tunnel and TLS, is ready for a
+    // request.
     failure.requestMayHaveRun = info<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) != 0;
-    // An answer that is no HTTP has this code, too.
+    // libcurl reports such a code also for a response that is not HTTP.
     if (failure.kind == Kind::Refused && failure.requestMayHaveRun) {
       failure.kind = Kind::Interrupted;
     }
@@ -344,8 +346,8 @@ class Exchange {
 
   std::string messageFor(CURLcode code) const {
     if (!trustError_.empty()) return Util::oneLine(trustError_);
-    // These quote an address as it was given, others at least the proxy's, and with either a user
-    // name and a password that may stand in it.
+    // The texts of these two codes quote the URL as it was given, and any text may quote the
+    // proxy's address. Both may contain a user name and a password.
     const bool mayQuoteSecrets = code == CURLE_URL_MALFORMAT ||
                                  code == CURLE_UNSUPPORTED_PROTOCOL ||
                                  options_.proxy.host.find('@') != std::string::npos;
@@ -372,13 +374,13 @@ class Exchange {
 
 CurlTransport::CurlTransport(Options options) : options_(std::move(options)) {
   handles_ = std::make_unique<CurlHandlePool>();
-  if (!options_.trustAnchors) options_.trustAnchors = TrustAnchors::ofProcess();
+  if (!options_.trustAnchors) options_.trustAnchors = TrustAnchors::processWide();
 }
 
 CurlTransport::~CurlTransport() = default;
 
 Response CurlTransport::send(const Request& request) {
-  if (!areSendable(request.headers)) {
+  if (!areValidHeaders(request.headers)) {
     return failed({Kind::Refused, "InvalidRequest", "A header holds what HTTP forbids", false});
   }
   try {

@@ -12,33 +12,33 @@ namespace CloudStorage::Http {
 
 class CurlHandlePool;
 
-/// The way to the real network, through libcurl. Safe for concurrent calls: each running call has a
-/// connection of its own, and connections stay open for the calls that follow.
+/// The transport through libcurl. Safe for concurrent calls: each running call has a connection of
+/// its own, and connections stay open for later calls.
 class CurlTransport final : public Transport {
  public:
   struct Limits {
-    /// Until the connection stands: name look-up, proxy tunnel and TLS handshake included.
+    /// Time to connect, including name lookup, proxy tunnel and TLS handshake.
     std::chrono::milliseconds connect{30'000};
-    /// Without a single byte moving. Whole seconds, since libcurl looks no closer.
+    /// Time without any byte transferred. In whole seconds, which is libcurl's resolution.
     std::chrono::seconds silence{60};
-    /// From the look-up of the name to the last byte of the answer.
+    /// Time from the name lookup to the last byte of the response.
     std::chrono::milliseconds total{300'000};
-    /// Bytes of a 2xx answer, decompressed. A longer one is a failure.
+    /// Bytes in the decompressed body of a 2xx response. A longer body is a failure.
     std::size_t maxBody = std::size_t{32} << 20U;
-    /// Bytes of any other answer. A longer one is cut.
+    /// Bytes in the body of any other response. A longer body is truncated.
     std::size_t maxErrorBody = std::size_t{1} << 20U;
   };
 
   struct Options {
     Config::ProxySetting proxy;
-    /// Offer to take gzip and deflate.
+    /// Whether requests accept responses compressed with gzip or deflate.
     bool acceptCompressed = false;
     Limits limits;
-    /// Null: the ones of the process.
+    /// The process-wide ones if null.
     std::shared_ptr<TrustAnchors> trustAnchors;
   };
 
-  /// Makes no connection and loads no certificates, so nothing here can fail.
+  /// Does not connect and does not load certificates, so it cannot fail.
   explicit CurlTransport(Options options);
   ~CurlTransport() override;
   CurlTransport(const CurlTransport&) = delete;

@@ -25,7 +25,7 @@ TrustAnchors::Sources TrustAnchors::sourcesFromEnvironment() {
   return {environmentVariable("SSL_CERT_FILE"), environmentVariable("SSL_CERT_DIR")};
 }
 
-const std::shared_ptr<TrustAnchors>& TrustAnchors::ofProcess() {
+const std::shared_ptr<TrustAnchors>& TrustAnchors::processWide() {
   static const auto anchors = std::make_shared<TrustAnchors>(sourcesFromEnvironment());
   return anchors;
 }
@@ -53,11 +53,11 @@ TrustAnchors::Store TrustAnchors::load(std::string& error) const {
     return nullptr;
   }
 
-  // What is named as trusted is trusted, even if somebody else has issued it.
+  // Every given certificate is trusted, even if it is not a root.
   X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
 
   if (sources_.file.empty() && sources_.directory.empty()) {
-    // A system has a bundle or a folder, seldom both, so it is no error that one is missing.
+    // A system usually has either a bundle or a folder, so a missing one is not an error.
     X509_STORE_load_file(store.get(), X509_get_default_cert_file());
     X509_STORE_load_path(store.get(), X509_get_default_cert_dir());
   }
@@ -67,7 +67,7 @@ TrustAnchors::Store TrustAnchors::load(std::string& error) const {
              X509_STORE_load_path(store.get(), sources_.directory.c_str()) != 1) {
     error = "SSL_CERT_DIR cannot be used: " + sources_.directory;
   }
-  ERR_clear_error();  // what a missing file leaves behind would be taken for a handshake's error
+  ERR_clear_error();  // otherwise a missing file's error would be reported for the handshake
   return error.empty() ? std::move(store) : nullptr;
 }
 

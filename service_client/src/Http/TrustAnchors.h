@@ -8,31 +8,32 @@
 
 namespace CloudStorage::Http {
 
-/// The certificates that a TLS server's own must lead back to. They are read at the first handshake
-/// and then shared by all handles, because reading the usual bundle costs more than a handshake.
-/// Safe for concurrent calls.
+/// The certificates to which the certificate chain of a TLS server must lead. They are loaded at
+/// the first handshake and then shared by all handles, because loading the usual bundle costs more
+/// than a handshake. Safe for concurrent calls.
 class TrustAnchors {
  public:
-  /// Where the certificates are. With both empty OpenSSL's default places are taken, else only what
-  /// is given here.
+  /// Where the certificates are. If both members are empty, OpenSSL's default locations are used,
+  /// otherwise only what is given here.
   struct Sources {
-    std::string file;       ///< PEM certificates, one after the other
+    std::string file;       ///< a file with concatenated PEM certificates
     std::string directory;  ///< a folder with hashed names, or several separated by colons
   };
 
   explicit TrustAnchors(Sources sources);
 
-  /// What SSL_CERT_FILE and SSL_CERT_DIR say now. Other programs honour them, libcurl does not.
+  /// The current values of SSL_CERT_FILE and SSL_CERT_DIR. Other programs use them, libcurl does
+  /// not.
   static Sources sourcesFromEnvironment();
 
-  /// The ones of this process, from the environment as it is at the first call.
-  static const std::shared_ptr<TrustAnchors>& ofProcess();
+  /// The process-wide instance, with the sources in the environment at the first call.
+  static const std::shared_ptr<TrustAnchors>& processWide();
 
-  /// Makes `context` trust these certificates, loading them if that has not succeeded yet. Returns
-  /// false and says why in `error` if they cannot be loaded.
+  /// Makes `context` trust these certificates, and loads them unless they are loaded already. If
+  /// they cannot be loaded, sets `error` to the reason and returns false.
   bool applyTo(SSL_CTX* context, std::string& error);
 
-  /// How often the certificates were loaded.
+  /// The number of times that the certificates were loaded.
   int loadCount() const;
 
  private:
@@ -41,7 +42,7 @@ class TrustAnchors {
   };
   using Store = std::unique_ptr<X509_STORE, StoreDeleter>;
 
-  /// Null with `error` filled if the sources cannot be read.
+  /// Returns null and sets `error` if the sources cannot be read.
   Store load(std::string& error) const;
 
   const Sources sources_;

@@ -9,11 +9,11 @@
 namespace CloudStorage::Http {
 namespace {
 
-bool isPlainText(std::string_view text) {
+bool isPrintableAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
-std::uint16_t usualPort(std::string_view scheme) { return scheme == "https" ? 443 : 80; }
+std::uint16_t defaultPort(std::string_view scheme) { return scheme == "https" ? 443 : 80; }
 
 bool isHostCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_';
@@ -30,7 +30,8 @@ bool isBracketedAddress(std::string_view host) {
          host.find_first_not_of("0123456789abcdef:.", 1) == host.size() - 1;
 }
 
-// Splits "host:port"; false if the port is there and no number from 1 to 65535.
+// Splits "host:port", of which the port is optional. Returns false if it is not a number from 1 to
+// 65535.
 bool splitPort(std::string_view authority, std::string_view& host, std::uint16_t& port) {
   host = authority;
   const auto afterAddress = authority.rfind(']');
@@ -64,7 +65,7 @@ std::vector<URI::QueryParameter> splitQuery(std::string_view text) {
 }  // namespace
 
 std::optional<URI> URI::parse(std::string_view text, std::string_view defaultScheme) {
-  if (!isPlainText(text) || text.find('#') != std::string_view::npos) return std::nullopt;
+  if (!isPrintableAscii(text) || text.find('#') != std::string_view::npos) return std::nullopt;
 
   URI uri;
   const auto schemeEnd = text.find("://");
@@ -76,7 +77,7 @@ std::optional<URI> URI::parse(std::string_view text, std::string_view defaultSch
   const auto authorityEnd = std::min(text.find_first_of("/?"), text.size());
   std::string_view host;
   if (!splitPort(text.substr(0, authorityEnd), host, uri.port_)) return std::nullopt;
-  if (uri.port_ == usualPort(uri.scheme_)) uri.port_ = 0;  // goes along when the scheme changes
+  if (uri.port_ == defaultPort(uri.scheme_)) uri.port_ = 0;  // follows a change of the scheme
   uri.host_ = Util::lowerCase(host);
   if (!isHostName(uri.host_) && !isBracketedAddress(uri.host_)) return std::nullopt;
   text.remove_prefix(authorityEnd);
@@ -90,10 +91,10 @@ std::optional<URI> URI::parse(std::string_view text, std::string_view defaultSch
   return uri;
 }
 
-std::uint16_t URI::port() const { return port_ != 0 ? port_ : usualPort(scheme_); }
+std::uint16_t URI::port() const { return port_ != 0 ? port_ : defaultPort(scheme_); }
 
 std::string URI::authority() const {
-  return port() == usualPort(scheme_) ? host_ : host_ + ':' + std::to_string(port());
+  return port() == defaultPort(scheme_) ? host_ : host_ + ':' + std::to_string(port());
 }
 
 std::string URI::queryText() const {

@@ -11,10 +11,10 @@ namespace {
 
 using simdjson::dom::element;
 
-/// The parser refuses documents of this depth, so it admits 64.
+/// The parser rejects documents of this depth, so the maximum is 64.
 constexpr std::size_t kDepthLimit = 65;
 
-/// The last of several members of this name; the parser's own look-up stops at the first.
+/// Finds the last member with this name; the parser's own lookup returns the first.
 bool findMember(simdjson::dom::object object, std::string_view name, element& found) {
   bool exists = false;
   for (const auto member : object) {
@@ -87,7 +87,7 @@ void expectEnd(simdjson::ondemand::document& document) {
 }
 
 void readEscaped(simdjson::ondemand::value value, std::string_view& out) {
-  // In place: a text is never longer without its escapes.
+  // Decoded in place: a text without its escapes is never longer.
   char* const place = const_cast<char*>(value.raw_json_token().data()) + 1;
   const std::string_view text = value.get_string();
   if (text.find('\0') != std::string_view::npos) {

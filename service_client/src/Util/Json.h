@@ -14,29 +14,29 @@
 
 namespace CloudStorage::Util::Json {
 
-/// The strings at `paths` in the JSON object `body`, one for each path in its order. A path is
-/// member names joined with slashes, with a number for an element of an array:
-/// "error/errors/0/reason". Of members with the same name the last one counts.
+/// The strings at `paths` in the JSON object `body`, one per path and in the order of the paths. A
+/// path consists of member names joined with slashes, with a number for an element of an array:
+/// "error/errors/0/reason". If several members have the same name, the last one is used.
 ///
-/// Made for error responses, of which any part may be missing. A path that leads nowhere or not to a
-/// string reads as an empty text. So do all paths if `body` is no JSON object (after an optional
-/// byte order mark), if anything follows the object or if it is nested deeper than 64. Invalid UTF-8
-/// is replaced.
+/// Made for error responses, of which any part may be missing. The result is an empty text for a
+/// path that does not exist or whose value is not a string. It is empty for all paths if `body` is
+/// not a JSON object (after an optional byte order mark), if anything follows the object, or if the
+/// object is nested deeper than 64 levels. Invalid UTF-8 is replaced.
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths);
 
 /// The following read a received JSON object once, from front to back. Texts are views into the
 /// text that was parsed. Input that is not JSON throws a simdjson_error.
 
-/// Has memory for some times the size of what it has parsed, and can parse another text when the one
-/// before has been read.
+/// Allocates several times the size of the text that it parses. It can be reused once the previous
+/// text has been read.
 using Parser = simdjson::ondemand::parser;
 
-/// A value that is read next, or skipped.
+/// A value to be read before the iteration continues; otherwise it is skipped.
 struct Value {
   simdjson::ondemand::value value;
-  /// Whether there is a backslash anywhere in the document; most have none, so that no text of
-  /// theirs need be searched for one.
+  /// Whether the document contains a backslash. Most contain none, so their texts need not be
+  /// searched for escapes one by one.
   bool mayHaveEscapes;
 };
 
@@ -77,8 +77,8 @@ class Object {
   bool mayHaveEscapes_;
 };
 
-/// Calls `read` with the JSON object that `body` is, after an optional byte order mark. `body` is
-/// changed where texts have escapes, and must last as long as the texts that were read. Throws if
+/// Calls `read` with the JSON object in `body`, which may begin with a byte order mark. Escapes are
+/// decoded in place, so `body` changes, and it must outlive the texts that were read. Throws if
 /// anything follows the object.
 template <typename Read>
 void parse(std::string& body, Parser& parser, Read read);
@@ -86,22 +86,22 @@ void parse(std::string& body, Parser& parser, Read read);
 /// The following read one value. One that is null or of another type counts as absent and leaves
 /// `out` as it is.
 
-/// Throws also if the text holds a NUL: as a C string it would be another text.
+/// Also throws if the text contains a NUL, which would truncate it as a C string.
 void read(Value value, std::string_view& out);
 void read(Value value, std::string& out);
 void read(Value value, bool& out);
 void read(Value value, std::int64_t& out);
-/// Accepts also a text of digits, which is how some services send large numbers.
+/// Also accepts a text of digits, the form in which some services send large numbers.
 void read(Value value, std::uint64_t& out);
 void read(Value value, IsoTime& out);
-/// The texts among the elements.
+/// Reads those elements that are texts and not empty.
 void read(Value value, std::vector<std::string_view>& out);
 
 inline bool isObject(Value value) {
   return value.value.type() == simdjson::ondemand::json_type::object;
 }
 
-/// Calls `read` with the object that `value` is. False if it is none.
+/// Calls `read` with the object in `value`. Returns false if `value` is not an object.
 template <typename Read>
 bool readObject(Value value, Read read) {
   simdjson::ondemand::object object;
@@ -110,8 +110,8 @@ bool readObject(Value value, Read read) {
   return true;
 }
 
-/// Calls `read` with each object of the array that `value` is; null is an empty array. Throws if it
-/// is anything else: the list is what the request was sent for.
+/// Calls `read` with each object of the array in `value`; null is an empty array. Throws if `value`
+/// is anything else, because the request was made for the list.
 template <typename Read>
 void readObjects(Value value, Read read) {
   if (value.value.is_null()) return;
@@ -120,10 +120,10 @@ void readObjects(Value value, Read read) {
   }
 }
 
-// How the above work. Inline where it is done for every text of a listing.
+// Implementation. Inline where it runs for every text of a listing.
 
-/// A text as it is written: from behind its opening quote up to the next token, which may be spaces
-/// away from its closing quote.
+/// The text before the last quote in `text`, which begins after the opening quote and extends to
+/// the next token. Spaces may separate the closing quote from that token.
 inline std::string_view untilClosingQuote(std::string_view text) {
   return text.substr(0, text.rfind('"'));
 }
@@ -148,7 +148,7 @@ inline void read(Value value, std::string_view& out) {
   out = text;
 }
 
-/// The document in `body`, which gets the room that the parser needs behind it.
+/// The document in `body`. Reserves the padding that the parser needs after the text.
 simdjson::ondemand::document openDocument(std::string& body, Parser& parser);
 /// Throws unless all of `document` has been read.
 void expectEnd(simdjson::ondemand::document& document);
@@ -171,9 +171,9 @@ class ObjectWriter {
   ObjectWriter& addIfPresent(std::string_view name, const Field<T>& field) {
     return field.isPresent() ? add(name, field.value()) : *this;
   }
-  /// A list of one text.
+  /// Adds a list with one text.
   ObjectWriter& addList(std::string_view name, std::string_view element);
-  /// An object without members.
+  /// Adds an object without members.
   ObjectWriter& addEmptyObject(std::string_view name);
 
   /// The whole object.

@@ -13,13 +13,13 @@ unsigned char byteAt(std::string_view text, std::size_t index) {
 }
 
 struct SequenceStart {
-  std::size_t length;  // 0: no sequence begins with this byte
+  std::size_t length;  // 0: no valid sequence begins with this byte
   unsigned char secondMin;
   unsigned char secondMax;
 };
 
-/// The bounds of the second byte are what keeps out overlong forms, surrogates and anything beyond
-/// U+10FFFF (RFC 3629, section 4).
+/// The bounds of the second byte exclude overlong forms, surrogates and characters beyond U+10FFFF
+/// (RFC 3629, section 4).
 SequenceStart sequenceStart(unsigned char first) {
   if (first < 0x80) return {1, 0, 0};
   if (first < 0xC2) return {0, 0, 0};
@@ -33,7 +33,7 @@ SequenceStart sequenceStart(unsigned char first) {
   return {0, 0, 0};
 }
 
-/// The length of the valid character that `text` begins with; 0 if there is none.
+/// The length in bytes of the first character of `text`; 0 if it is not valid or `text` is empty.
 std::size_t characterLength(std::string_view text) {
   if (text.empty()) return 0;
   const SequenceStart start = sequenceStart(byteAt(text, 0));
@@ -53,7 +53,7 @@ bool isLineBreakOrTab(std::string_view character) {
          character == "\xE2\x80\xA9";    // paragraph separator
 }
 
-/// Terminals obey the control characters beyond ASCII (U+0080 to U+009F), too.
+/// Includes U+0080 to U+009F, which terminals interpret as control characters, too.
 bool isControl(std::string_view character) {
   if (character.size() == 1) return byteAt(character, 0) < 0x20 || character[0] == 0x7F;
   return character.size() == 2 && byteAt(character, 0) == 0xC2 && byteAt(character, 1) < 0xA0;
@@ -120,11 +120,11 @@ std::string lowerCase(std::string_view text) {
 
 void redact(std::string& text, std::string_view secret) {
   constexpr std::size_t kShortestSecret = 8;
-  constexpr std::string_view kBar = "***";
+  constexpr std::string_view kMask = "***";
   if (secret.size() < kShortestSecret) return;
   for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
-    text.replace(at, secret.size(), kBar);
-    at += kBar.size();
+    text.replace(at, secret.size(), kMask);
+    at += kMask.size();
   }
 }
 

@@ -12,7 +12,7 @@ constexpr std::array<std::string_view, 7> kDays = {"Sun", "Mon", "Tue", "Wed", "
 constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-// Reads fixed-width pieces one after the other; fails once and for all at the first mismatch.
+// Reads fixed-width fields in sequence. After the first mismatch it has failed permanently.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}
@@ -45,7 +45,7 @@ class Scanner {
     int value = 0;
     if (rest_.substr(0, 1) != ".") return {};
     rest_.remove_prefix(1);
-    int worth = 100000;  // of the next digit; nothing after the sixth
+    int worth = 100000;  // of the next digit in microseconds; 0 after the sixth digit
     while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
       value += (rest_.front() - '0') * worth;
       worth /= 10;
@@ -73,11 +73,11 @@ class Scanner {
 
 constexpr int kFirstYearOfTm = 1900;
 
-// The clock counts nanoseconds in 64 bits. What lies outside would overflow it.
+// The clock counts nanoseconds since 1970 in 64 bits, which overflow after the last year.
 constexpr int kFirstYear = 1970;
 constexpr int kLastYear = 2261;
 
-// The fields of a UTC time as they are written.
+// The fields of a UTC time.
 struct CivilTime {
   int year = 0;
   int month = 0;  // 0 is January
@@ -111,7 +111,7 @@ int daysBeforeMonth(int year, int month) {
          (month > kFebruary && isLeapYear(year) ? 1 : 0);
 }
 
-// By hand and not by timegm(), which costs as much as all the rest of reading a listing's entry.
+// Does not use timegm(), which costs as much as the rest of parsing one entry of a listing.
 std::optional<TimePoint> toTimePoint(const CivilTime& utc) {
   const bool isTime = utc.year >= kFirstYear && utc.year <= kLastYear && utc.month >= 0 &&
                       utc.month < 12 && utc.day >= 1 &&
@@ -170,7 +170,7 @@ std::string formatIsoTime(TimePoint time) {
 std::optional<TimePoint> parseHttpDate(std::string_view text) {
   Scanner scanner(text);
   CivilTime utc;
-  scanner.skip(3);  // the day of the week follows from the rest
+  scanner.skip(3);  // the day of the week is redundant
   scanner.literal(", ");
   utc.day = scanner.number(2);
   scanner.literal(" ");

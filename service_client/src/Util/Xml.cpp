@@ -13,18 +13,19 @@ namespace {
 
 constexpr int kMaxDepth = 64;
 
-/// A document takes some 60 bytes for each tag, so that a body of nothing but tags would grow to
-/// many times its size. The longest listings have some ten tags an entry and thousands of entries.
+/// A document needs about 60 bytes per tag, so a body that consists of tags alone would grow to
+/// many times its size. The longest listings have about ten tags per entry and thousands of
+/// entries.
 constexpr std::ptrdiff_t kMaxTags = 2'000'000;
 
-/// The document type is parsed only to be noticed. White space between elements is dropped; where
-/// it is all that an element holds it is a value. Text that an element begins with becomes its own
-/// value instead of a node below it: a listing has two nodes for every three it would have.
+/// The document type is parsed only to detect it. White space between elements is dropped; it is
+/// kept if an element contains nothing else. Text at the beginning of an element becomes the
+/// element's value instead of a child node, which saves a third of a listing's nodes.
 constexpr unsigned int kParseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
                                        pugi::parse_wconv_attribute | pugi::parse_doctype |
                                        pugi::parse_ws_pcdata_single | pugi::parse_embed_pcdata;
 
-/// The digit's value, or `base` if it is none.
+/// The digit's value, or `base` if `character` is not a digit in that base.
 std::uint32_t digitValue(char character, std::uint32_t base) {
   std::uint32_t value = base;
   if (character >= '0' && character <= '9') {
@@ -37,7 +38,8 @@ std::uint32_t digitValue(char character, std::uint32_t base) {
   return value < base ? value : base;
 }
 
-/// Whether the digits and the semicolon that `text` begins with name a Unicode character.
+/// Whether `text`, which follows "&#", begins with the number of a Unicode character and a
+/// semicolon.
 bool namesCharacter(std::string_view text) {
   constexpr std::uint32_t kLastCharacter = 0x10FFFF;
   std::uint32_t base = 10;
@@ -55,8 +57,8 @@ bool namesCharacter(std::string_view text) {
   return length < text.size() && text[length] == ';' && character != 0 && !isSurrogate;
 }
 
-/// The parser would decode a reference to no character all the same: `&#0;` into an end of text
-/// that cuts a name short, others into bytes that are no UTF-8.
+/// The parser also decodes references that do not stand for a character: `&#0;` to a NUL, which
+/// truncates a name, and others to bytes that are not UTF-8.
 bool hasBadCharacterReference(std::string_view body) {
   for (std::size_t at = body.find("&#"); at != std::string_view::npos; at = body.find("&#", at)) {
     at += 2;
@@ -65,14 +67,15 @@ bool hasBadCharacterReference(std::string_view body) {
   return false;
 }
 
-/// Counts only where the size leaves room for so many: that costs a fifth of what parsing does.
+/// Counts only if the body is large enough for that many tags, because counting costs a fifth of
+/// the time that parsing takes.
 bool hasTooManyTags(std::string_view body) {
   return body.size() > static_cast<std::size_t>(kMaxTags) &&
          std::count(body.begin(), body.end(), '<') > kMaxTags;
 }
 
-/// Why `body` is not worth parsing; null if it is.
-const char* objectionTo(std::string_view body) {
+/// The reason why `body` is rejected before it is parsed; null if there is none.
+const char* reasonToReject(std::string_view body) {
   const std::size_t start = body.find_first_not_of(" \t\r\n");
   if (start == std::string_view::npos) return "it is empty";
   if (body[start] != '<') return "it does not begin with an element";
@@ -82,8 +85,8 @@ const char* objectionTo(std::string_view body) {
   return nullptr;
 }
 
-/// Stops at an element that is too deep. The parser's own walk goes by links, as a hostile document
-/// can be nested deeper than the stack.
+/// Stops at an element that is too deep. The parser's own traversal does not recurse: a hostile
+/// document can be nested deeper than the stack allows.
 class DepthCheck : public pugi::xml_tree_walker {
  public:
   bool for_each(pugi::xml_node& node) override {  // the root element has depth 0
@@ -91,8 +94,8 @@ class DepthCheck : public pugi::xml_tree_walker {
   }
 };
 
-/// Why `document` is not to be used; null if it is.
-const char* objectionTo(pugi::xml_document& document) {
+/// The reason why the parsed `document` is rejected; null if there is none.
+const char* reasonToReject(pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node node : document.children()) {
     if (node.type() == pugi::node_doctype) return "it has a document type definition";
@@ -119,7 +122,7 @@ bool isText(pugi::xml_node node) {
 
 Status parse(std::string& body, pugi::xml_document& document) {
   document.reset();
-  if (const char* objection = objectionTo(skipByteOrderMark(body))) return failure(objection);
+  if (const char* reason = reasonToReject(skipByteOrderMark(body))) return failure(reason);
 
   const pugi::xml_parse_result result =
       document.load_buffer_inplace(body.data(), body.size(), kParseOptions, pugi::encoding_utf8);
@@ -127,23 +130,23 @@ Status parse(std::string& body, pugi::xml_document& document) {
     document.reset();
     return failure(std::string(result.description()) + " at byte " + std::to_string(result.offset));
   }
-  if (const char* objection = objectionTo(document)) {
+  if (const char* reason = reasonToReject(document)) {
     document.reset();
-    return failure(objection);
+    return failure(reason);
   }
   return {};
 }
 
 bool isNamed(pugi::xml_node node, const char* localName) {
-  const char* name = node.name();  // of all that is kept of a document only elements have one
+  const char* name = node.name();  // of the nodes that are kept, only elements have a name
   if (*name == '\0') return false;
   if (std::strcmp(name, localName) == 0) return true;
   const char* colon = std::strchr(name, ':');
   return colon != nullptr && std::strcmp(colon + 1, localName) == 0;
 }
 
-// Both ask the parser's library first, for the name without a prefix. That is the usual case, and
-// cheaper by far than to compare name by name from here.
+// Both first use the library's lookup, for the name without a prefix. That is the usual case, and
+// it is much cheaper than comparing the names one by one here.
 
 pugi::xml_node child(pugi::xml_node parent, const char* localName) {
   const auto found = parent.child(localName);
@@ -169,14 +172,14 @@ Page::Page(std::string body)
 std::string_view Page::text(pugi::xml_node element) {
   std::string_view joined = element.value();
   auto piece = element.first_child();
-  if (!piece) return joined;  // as good as always
+  if (!piece) return joined;  // nearly always
   for (; piece; piece = piece.next_sibling()) {
     if (!isText(piece)) continue;
     const std::string_view next = piece.value();
     if (joined.empty()) {
       joined = next;
     } else if (!next.empty()) {
-      // Markup lay between them, so there is room.
+      // There is room, because the pieces were separated by markup.
       char* start = placeOf(joined.data());
       std::memmove(start + joined.size(), next.data(), next.size());
       joined = {start, joined.size() + next.size()};

@@ -7,7 +7,8 @@
 
 namespace CloudStorage::Auth {
 
-/// A key pair for AWS Signature Version 4 with the scope it signs for. Immutable.
+/// An access key pair for AWS Signature Version 4, with the service and the region that it signs
+/// for. Immutable.
 class CLOUDSTORAGE_API AWSAuthCredential : public AuthorizationCredential {
  public:
   /// The region of the global endpoint.

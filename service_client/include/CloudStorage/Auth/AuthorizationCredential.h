@@ -4,14 +4,15 @@
 
 namespace CloudStorage::Auth {
 
-/// What a client authorizes its requests with.
+/// The credential with which a client authorizes its requests.
 class CLOUDSTORAGE_API AuthorizationCredential {
  public:
-  /// Not inline, here and in the credentials: clients look for their own kind by a checked cast,
-  /// and that wants one type record for all libraries of a process.
+  /// Defined out of line, here and in the derived classes, so that a process has one type_info for
+  /// each class: clients find their own credential type by dynamic_pointer_cast, also across
+  /// libraries.
   virtual ~AuthorizationCredential();
 
-  /// True while the credential holds nothing that could authorize a request.
+  /// True if the credential holds nothing that can authorize a request.
   virtual bool isEmpty() const = 0;
 };
 

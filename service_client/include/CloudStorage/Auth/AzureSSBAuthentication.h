@@ -11,7 +11,7 @@ namespace CloudStorage::Auth {
 /// signed; after that the object does not change and may be shared between threads.
 class CLOUDSTORAGE_API AzureSSBAuthentication : public AuthorizationCredential {
  public:
-  /// `accessKey` is the key's base64 text as the service hands it out.
+  /// `accessKey` is the key's base64 text as the service issues it.
   AzureSSBAuthentication(std::string accountName, std::string accessKey)
       : accountName_(std::move(accountName)), accessKey_(std::move(accessKey)) {}
 
@@ -19,8 +19,9 @@ class CLOUDSTORAGE_API AzureSSBAuthentication : public AuthorizationCredential {
 
   bool isEmpty() const override { return decodedKey_.empty(); }
 
-  /// Decodes the access key: standard alphabet, padding required, nothing else in the text
-  /// (RFC 4648, section 4). False, and no key, if the text is anything else or empty.
+  /// Decodes the access key, which must be base64 with the standard alphabet and padding, without
+  /// any other character (RFC 4648, section 4). Returns false, and leaves the decoded key empty, if
+  /// the text is anything else or empty.
   bool decodeAccessKey();
 
   const std::string& accountName() const { return accountName_; }

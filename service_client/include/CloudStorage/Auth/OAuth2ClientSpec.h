@@ -4,14 +4,14 @@
 
 namespace CloudStorage::Auth {
 
-/// How an application is known to an OAuth2 service (RFC 6749).
+/// An application's registration with an OAuth2 service (RFC 6749), and the service's endpoints.
 struct OAuth2ClientSpec {
   std::string clientId;
   std::string clientSecret;
   std::string redirectUri;
   std::string authorizationEndpoint;
   std::string tokenEndpoint;
-  /// Where tokens are revoked (RFC 7009); no session sets it.
+  /// The token revocation endpoint (RFC 7009). No session sets it.
   std::string revocationEndpoint;
 };
 

@@ -4,21 +4,21 @@
 
 namespace CloudStorage::Auth {
 
-/// What an application asks for when it sends a user to a service's consent page, and again when it
-/// trades the code that comes back. Empty texts are not sent. How a service calls an option, and
-/// whether it knows it at all, is its client's business.
+/// The options of an authorization request and of the token request that exchanges the resulting
+/// code. Empty texts are not sent. Each service's client decides which options it sends and under
+/// which parameter names.
 struct OAuth2RequestOptions {
-  /// Handed back by the consent page (RFC 6749, section 4.1.1).
+  /// Returned unchanged in the redirect to the application (RFC 6749, section 4.1.1).
   std::string state;
-  /// Separated by blanks.
+  /// Scopes separated by spaces.
   std::string scope;
-  /// No service has a use for it.
+  /// Not sent to any service.
   int maxAge = 0;
-  /// "offline": a refresh token, too.
+  /// "offline" also requests a refresh token.
   std::string accessType;
-  /// "force": ask the user even if consent was given before.
+  /// "force" prompts the user even if consent was given before.
   std::string approvalPrompt;
-  /// "true": the same, for services that name it so.
+  /// "true" has the same effect, for services with a parameter of this name.
   std::string forceReapprove;
 };
 

@@ -4,21 +4,21 @@
 
 namespace CloudStorage::Client {
 
-/// What kind of failure ended a call, across all services. The numbers cross the C interface as
+/// The kind of failure that ended a call, across all services. The numbers cross the C interface as
 /// result codes and are part of the binary interface: never renumber or reuse one, and keep 0
-/// (success), 1 and 259 (whose meaning the retry strategies know) as they are.
-/// `docs/error-codes.md` lists them for hosts.
+/// (success), 1 and 259 (on which retry strategies depend) as they are. `docs/error-codes.md` lists
+/// them for hosts.
 enum class CoreErrors : std::uint32_t {
-  /// Of this side: a request that cannot be built, an answer that cannot be understood. Sending
-  /// again cannot help.
+  /// A failure on the client side: a request that cannot be built, or a response that cannot be
+  /// parsed. A retry cannot help.
   LocalFailure = 1,
   /// The service was not reached or the connection broke.
   NetworkFailure = 2,
   Timeout = 3,
-  /// The service's certificate is not trusted, or not that host's.
+  /// The service's certificate is not trusted or does not match the host.
   Untrusted = 4,
 
-  /// The service refused for a reason that has no number of its own.
+  /// The service rejected the request for a reason that has no number of its own.
   Rejected = 5,
   InvalidRequest = 6,
   NotImplemented = 7,
@@ -32,7 +32,7 @@ enum class CoreErrors : std::uint32_t {
   ClockSkew = 14,
   AccessDenied = 15,
   AccountProblem = 16,
-  /// The request was signed for, or sent to, another region than the bucket's.
+  /// The request was signed for, or sent to, a region other than the bucket's.
   WrongRegion = 17,
 
   NotFound = 18,
@@ -48,11 +48,11 @@ enum class CoreErrors : std::uint32_t {
   QuotaExceeded = 25,
 
   Throttled = 26,
-  /// The service failed (5xx) for a reason of its own.
+  /// An internal failure of the service (5xx).
   ServiceFailure = 27,
 
-  /// Any failure of Google Drive and Amazon Drive, and of the network towards them: the error's
-  /// retryable flag tells whether it may be temporary.
+  /// Any failure of Google Drive and Amazon Drive, and of the network on the way to them. The
+  /// error's retryable flag states whether the failure may be temporary.
   TemporaryFailure = 259,
 };
 

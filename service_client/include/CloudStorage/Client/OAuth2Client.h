@@ -19,12 +19,13 @@ namespace CloudStorage::Client {
 
 class DriveCall;
 
-/// Base of the clients whose requests carry an OAuth2 access token. What a drive's client adds to it
-/// is the drive's operations. Must be owned by a shared pointer from the start.
+/// Base of the clients whose requests carry an OAuth2 access token. A drive's client adds the
+/// drive's operations. Must be owned by a shared pointer.
 class CLOUDSTORAGE_API OAuth2Client : public WSClient,
                                       public std::enable_shared_from_this<OAuth2Client> {
  public:
-  /// Makes `credential` refreshable: it gets the service's token endpoint. Does not connect.
+  /// Makes `credential` refreshable by setting its token refresher to the service's token endpoint.
+  /// Does not connect.
   OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
                std::shared_ptr<Auth::OAuth2Credential> credential,
                std::shared_ptr<RetryStrategy> retryStrategy,
@@ -36,29 +37,30 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
 
   const Auth::OAuth2ClientSpec& clientSpec() const { return clientSpec_; }
 
-  /// The address of the web page on which a user gives consent. Sends nothing and cannot fail.
+  /// The address of the web page on which a user gives consent. Sends no request and cannot fail.
   virtual std::string buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const;
 
-  /// Exchanges an authorization code for tokens, which go into `credential`; its refresh token
-  /// becomes empty if none came. On failure the credential stays as it is, and the status holds the
-  /// reason. Never sent twice, as a code works a single time. Blocks for one request.
+  /// Exchanges an authorization code for tokens and stores them in `credential`; its refresh token
+  /// becomes empty if the response contains none. On failure the credential does not change, and
+  /// the status states the reason. A code is valid once, so it is never sent twice. Blocks for one
+  /// request.
   virtual Util::Status exchangeAuthorizationCode(const std::string& code,
                                                  const Auth::OAuth2RequestOptions& options,
                                                  Auth::OAuth2Credential& credential) const;
 
  protected:
-  /// The parameters of the authorization address that are the service's own, not encoded. Those
-  /// without a value are not sent.
+  /// The service's own parameters of the authorization address, not encoded. Parameters without a
+  /// value are not sent.
   virtual std::vector<Http::URI::QueryParameter> authorizationParameters(
       const Auth::OAuth2RequestOptions& /*options*/) const {
     return {};
   }
 
-  /// How the operations send their requests.
+  /// Sends the requests of the operations.
   const DriveCall& call() const { return *call_; }
 
   const Auth::OAuth2TokenEndpoint& tokenEndpoint() const { return *tokenEndpoint_; }
-  /// For the constructor of a service whose tokens need more than the grant prescribes.
+  /// For the constructors of clients whose service needs more than the standard token endpoint.
   void setTokenEndpoint(std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint);
 
  private:

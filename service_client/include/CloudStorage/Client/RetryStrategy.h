@@ -5,7 +5,7 @@
 
 namespace CloudStorage::Client {
 
-/// Decides whether a failed request is sent again. The client asks once for each failed attempt.
+/// Decides whether a failed request is retried. The client calls it once for each failed attempt.
 /// Implementations must be safe for concurrent calls.
 class CLOUDSTORAGE_API RetryStrategy {
  public:

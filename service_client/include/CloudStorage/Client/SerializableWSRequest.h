@@ -12,10 +12,10 @@ namespace CloudStorage::Client {
 /// A request whose body is a text.
 class CLOUDSTORAGE_API SerializableWSRequest : public WSRequest {
  public:
-  /// Sent as the content type unless the request-specific headers name one.
+  /// Sent as the content type unless the request-specific headers contain one.
   std::string contentType;
 
-  /// The payload; an empty text stands for no body at all.
+  /// The payload; empty for a request without a body.
   virtual std::string serializePayload() const = 0;
 
   std::shared_ptr<std::iostream> getBody() const override {
@@ -28,7 +28,7 @@ class CLOUDSTORAGE_API SerializableWSRequest : public WSRequest {
 
   Http::HeaderValueCollection getHeaders() const override {
     auto headers = getRequestSpecificHeaders();
-    headers.emplace(Http::CONTENT_TYPE_HEADER, contentType);  // one that is there already wins
+    headers.emplace(Http::CONTENT_TYPE_HEADER, contentType);  // keeps an existing content type
     return headers;
   }
 

@@ -7,10 +7,10 @@
 
 namespace CloudStorage::Client {
 
-/// A request whose body is a stream of the caller's.
+/// A request whose body is a stream that the caller supplies.
 class CLOUDSTORAGE_API StreamingWSRequest : public WSRequest {
  public:
-  /// Sent as the content type unless the request-specific headers name one.
+  /// Sent as the content type unless the request-specific headers contain one.
   std::string contentType;
   /// Shared with the caller, not copied; null for no body.
   std::shared_ptr<std::iostream> body;
@@ -19,7 +19,7 @@ class CLOUDSTORAGE_API StreamingWSRequest : public WSRequest {
 
   Http::HeaderValueCollection getHeaders() const override {
     auto headers = getRequestSpecificHeaders();
-    headers.emplace(Http::CONTENT_TYPE_HEADER, contentType);  // one that is there already wins
+    headers.emplace(Http::CONTENT_TYPE_HEADER, contentType);  // keeps an existing content type
     return headers;
   }
 };

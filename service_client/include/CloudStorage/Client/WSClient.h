@@ -15,13 +15,13 @@
 
 namespace CloudStorage::Client {
 
-/// What a client is made of. All of it is shared by the client's calls and immutable or safe for
+/// The parts of a client. The client's calls share them, so each part is immutable or safe for
 /// concurrent use.
 struct ClientParts {
   std::shared_ptr<Auth::AuthorizationCredential> credential;
   std::shared_ptr<RetryStrategy> retryStrategy;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller;
-  /// Null: not limited.
+  /// A rate limiter that is null imposes no limit.
   std::shared_ptr<Util::RateLimiter> readRateLimiter;
   std::shared_ptr<Util::RateLimiter> writeRateLimiter;
   /// Object-store clients only.
@@ -29,16 +29,16 @@ struct ClientParts {
   Config::ProxySetting proxy;
 };
 
-/// A client's ties to the outside world. What is left null is the real thing; tests put their own
-/// in place.
+/// A client's dependencies on the network, the clock and the scheduler. Members that are null are
+/// replaced by the real ones; tests substitute their own.
 struct ClientEnvironment {
   std::shared_ptr<Http::Transport> transport;
   std::function<std::chrono::system_clock::time_point()> now;
   std::function<void(std::chrono::milliseconds)> sleep;
 };
 
-/// Base of the six service clients. Operations are safe for concurrent calls, block until the
-/// service has answered or the retries are used up, and do not throw.
+/// Base of the six service clients. Operations are safe for concurrent calls, block until there is
+/// a result or no retry is left, and do not throw.
 class CLOUDSTORAGE_API WSClient {
  public:
   virtual ~WSClient() = default;

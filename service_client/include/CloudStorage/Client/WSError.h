@@ -8,18 +8,18 @@
 
 namespace CloudStorage::Client {
 
-/// Why a call failed. Texts are one line each and hold no secret.
+/// The reason why a call failed. Each text is one line and contains no secret.
 template <typename ErrorType>
 struct WSError {
   ErrorType errorType{};
   /// The error's name as the service or the transport reported it.
   std::string exceptionName;
   std::string message;
-  /// The failed answer's headers, names in lower case.
+  /// The headers of the failed response, with lower-case names.
   Http::HeaderValueCollection responseHeaders;
-  /// Whether the service's marshaller thinks that sending again could help.
+  /// Whether a retry could help, according to the service's error marshaller.
   bool retryable = false;
-  /// 0 if there was no answer.
+  /// 0 if there was no response.
   int httpResponseCode = 0;
 };
 

@@ -6,13 +6,13 @@
 
 namespace CloudStorage::Client {
 
-/// Names a failure: one implementation a service, which knows the form of that service's error
-/// answers. Implementations have no state and do not throw.
+/// Translates a service's failures into errors. Each service has its own implementation, for the
+/// form of its error responses. Implementations have no state and do not throw.
 class CLOUDSTORAGE_API WSErrorMarshaller {
  public:
   virtual ~WSErrorMarshaller() = default;
 
-  /// The error that `response`, the failed answer to a request of `method`, stands for.
+  /// The error for `response`, the failed response to a request with `method`.
   virtual Error marshall(const Http::Response& response, Http::Method method) const = 0;
 };
 

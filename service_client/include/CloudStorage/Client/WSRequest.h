@@ -9,20 +9,19 @@
 
 namespace CloudStorage::Client {
 
-/// What a call wants of a service, apart from where it goes and how it is authorized. Once built, a
-/// request is only read.
+/// A service's request without its address and its authorization. Not modified once it is built.
 class CLOUDSTORAGE_API WSRequest {
  public:
   virtual ~WSRequest() = default;
 
-  /// The body, or null for a request without one.
+  /// The body; null for a request without one.
   virtual std::shared_ptr<std::iostream> getBody() const = 0;
   virtual Http::HeaderValueCollection getHeaders() const = 0;
   virtual void addQueryStringParameters(Http::URI& /*uri*/) const {}
   /// Whether the request is signed or carries the access token.
   virtual bool doesRequireAuthorization() const { return true; }
   virtual bool shouldComputeContentMd5() const { return false; }
-  /// Headers of this request alone; getHeaders() builds on them.
+  /// The headers that only this request has; getHeaders() includes them.
   virtual Http::HeaderValueCollection getRequestSpecificHeaders() const { return {}; }
 };
 

@@ -4,12 +4,12 @@
 
 namespace CloudStorage::Config {
 
-/// Constants with which connection settings are enciphered, shared with every program that reads
-/// or writes such settings: changing one makes stored settings unreadable.
+/// The constants for the encryption of connection settings. Every program that reads or writes such
+/// settings uses the same values: changing one makes stored settings unreadable.
 struct CLOUDSTORAGE_API ConnectionGenericSetting {
-  /// Cipher name as OpenSSL knows it.
+  /// The cipher's name in OpenSSL.
   static const char CIPHER[];
-  /// Pass phrase from which the key is derived. The name is historical; it is no salt.
+  /// The passphrase from which the key is derived. The name is historical: it is not a salt.
   static const char SALT[];
 };
 

@@ -5,7 +5,7 @@
 
 namespace CloudStorage::Http {
 
-/// Header names and values. Names are lower-case throughout the layer, so look-ups are exact.
+/// Header names and values. Names are lower-case throughout the layer, so lookups compare exactly.
 using HeaderValueCollection = std::map<std::string, std::string>;
 
 /// RFC 9110, section 8.3.

@@ -12,44 +12,44 @@ namespace CloudStorage::Http {
 
 enum class Method { Get, Head, Post, Put };
 
-/// The method's name on the wire, such as "GET".
+/// The method's name as it is sent, such as "GET".
 CLOUDSTORAGE_API const char* methodName(Method method);
 
 /// One HTTP request, complete and signed.
 struct Request {
   Method method = Method::Get;
   URI uri;
-  /// Lower-case names. The transport adds what HTTP itself needs (host, content-length) and sends
-  /// nothing for a header whose value is empty.
+  /// Names are lower-case. The transport adds the headers that HTTP itself requires (host,
+  /// content-length) and omits headers whose value is empty.
   HeaderValueCollection headers;
-  /// Empty: no body. A PUT or POST then says `Content-Length: 0`.
+  /// Empty for a request without a body. A PUT or POST is then sent with `Content-Length: 0`.
   std::string body;
 };
 
-/// Why no complete answer arrived.
+/// The reason why no complete response was received.
 struct TransportFailure {
   enum class Kind {
-    Unreachable,       ///< the host or its proxy: not resolved, refused, tunnel or TLS broken off
-    Timeout,           ///< too slow, or silent
-    Untrusted,         ///< the certificate is not trusted, or not the host's
+    Unreachable,       ///< no connection to the host or its proxy: DNS, TCP, tunnel or TLS failed
+    Timeout,           ///< too slow, or no data received
+    Untrusted,         ///< the certificate is not trusted or does not match the host
     Interrupted,       ///< the connection broke while sending or receiving
-    ResponseTooLarge,  ///< the answer exceeds the size limit
-    Refused,           ///< the request was not sent because it cannot be
+    ResponseTooLarge,  ///< the response exceeds the size limit
+    Refused,           ///< the client did not send the request, because it cannot be sent
   };
 
   Kind kind = Kind::Unreachable;
-  /// Symbolic code, for instance "CURLE_COULDNT_CONNECT".
+  /// The symbolic code, such as "CURLE_COULDNT_CONNECT".
   std::string name;
   std::string message;
-  /// False only if the service cannot have seen the request.
+  /// False only if the service cannot have received the request.
   bool requestMayHaveRun = true;
 };
 
-/// The answer to a request, or the reason why there is none.
+/// The response to a request, or the reason why there is none.
 struct Response {
-  /// HTTP status; 0 if `failure` is set.
+  /// The HTTP status; 0 if `failure` is set.
   int status = 0;
-  /// Lower-case names, trimmed values, of the final answer only.
+  /// The headers of the final response only, with lower-case names and trimmed values.
   HeaderValueCollection headers;
   std::string body;
   std::optional<TransportFailure> failure;
@@ -57,13 +57,13 @@ struct Response {
   bool isSuccessStatus() const { return !failure && status >= 200 && status < 300; }
 };
 
-/// The layer's only way to the network. Implementations are safe for concurrent calls, follow no
-/// redirect and do not throw.
+/// Sends HTTP requests; the layer's only access to the network. Implementations are safe for
+/// concurrent calls, do not follow redirects and do not throw.
 class CLOUDSTORAGE_API Transport {
  public:
   virtual ~Transport() = default;
 
-  /// Sends `request` and waits for the whole answer.
+  /// Sends `request` and waits for the whole response.
   virtual Response send(const Request& request) = 0;
 };
 

@@ -4,9 +4,9 @@
 
 namespace CloudStorage::Util {
 
-/// An optional request parameter: a value with a presence flag. The value exists either way, so a
-/// model can give it a default that is not sent, and a caller can have that default sent without
-/// repeating it. Only present fields reach the wire.
+/// An optional request parameter: a value with a presence flag. Only present fields are sent. A
+/// field that is not present has a value, too: a model can give it a default, and a caller can mark
+/// the default present without repeating it.
 template <typename T>
 class Field {
  public:
@@ -21,7 +21,7 @@ class Field {
     return *this;
   }
 
-  /// Marks the field present with the value it has.
+  /// Marks the field present and keeps its value.
   void markPresent() { present_ = true; }
 
   bool isPresent() const { return present_; }

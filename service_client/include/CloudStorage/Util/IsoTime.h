@@ -8,19 +8,19 @@
 
 namespace CloudStorage::Util {
 
-/// A moment as a service wrote it (ISO 8601, UTC, with or without a fraction of a second). Read
-/// only when somebody wants it: a listing has two for each entry, and hardly anybody looks.
+/// A time as a service sent it (ISO 8601, UTC, with or without a fraction of a second). The text is
+/// parsed on demand: a listing has two times per entry, and most are never used.
 class CLOUDSTORAGE_API IsoTime {
  public:
   IsoTime() = default;
-  /// `text` must last as long as this object.
+  /// `text` must outlive this object.
   explicit IsoTime(std::string_view text) : text_(text) {}
 
-  /// Empty if the service named none.
+  /// Empty if the service sent no time.
   std::string_view text() const { return text_; }
-  /// The beginning of 1970 if there is none, or if it is not understood.
+  /// The parsed time; the beginning of 1970 if the text is empty or not valid.
   std::chrono::system_clock::time_point value() const;
-  /// Of value(), with six digits of fraction: `2015-03-02T10:00:00.000000Z`.
+  /// value() with six fractional digits: `2015-03-02T10:00:00.000000Z`.
   std::string toString() const;
 
  private:

@@ -4,12 +4,12 @@
 
 namespace CloudStorage::Util {
 
-/// What every client operation returns: a result or an error. Ask isSuccess() first; only the
-/// member that it names holds anything.
+/// The return value of every client operation: a result or an error. isSuccess() states which of
+/// the two is valid.
 template <typename Result, typename Error>
 class Outcome {
  public:
-  // Not explicit: an operation returns the one or the other.
+  // Implicit, so that an operation can return either of them.
   Outcome(Result result) : result_(std::move(result)), success_(true) {}
   Outcome(Error error) : error_(std::move(error)) {}
 

@@ -6,13 +6,13 @@
 
 namespace CloudStorage::Util {
 
-/// Limits how fast a client moves bytes. A client without one is not limited.
-/// Implementations must be safe for concurrent calls.
+/// Limits a client's transfer rate. A client without a rate limiter is not limited. Implementations
+/// must be safe for concurrent calls.
 class CLOUDSTORAGE_API RateLimiter {
  public:
   virtual ~RateLimiter() = default;
 
-  /// Blocks until `bytes` more bytes may be moved.
+  /// Blocks until `bytes` more bytes may be transferred.
   virtual void acquire(std::uint64_t bytes) = 0;
 };
 

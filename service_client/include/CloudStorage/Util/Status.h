@@ -5,8 +5,8 @@
 
 namespace CloudStorage::Util {
 
-/// The outcome of an operation that has no result: code 0 is success, anything else a failure
-/// whose text fits on one line and holds no secret.
+/// The outcome of an operation that has no result. Code 0 is success. Any other code is a failure,
+/// whose text is one line and contains no secret.
 class Status {
  public:
   Status() = default;

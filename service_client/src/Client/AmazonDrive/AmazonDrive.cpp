@@ -23,7 +23,7 @@ namespace {
 constexpr char kEndpoint[] = "https://drive.amazonaws.com/drive/v1/account/endpoint";
 constexpr char kProfile[] = "https://api.amazon.com/user/profile";
 
-// The access token goes to the addresses that the service sent, so they must be https.
+// The access token is sent to the addresses that the service supplies, so they must be https.
 std::optional<Http::URI> secureUri(std::string_view text) {
   auto uri = Http::URI::parse(text);
   if (uri && uri->scheme() != "https") return std::nullopt;
@@ -55,13 +55,13 @@ namespace {
 
 Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& response) {
   Model::GetEndpointResult result;
-  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "contentUrl") Json::read(value, result.contentUrl);
       if (key == "metadataUrl") Json::read(value, result.metadataUrl);
     }
   });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   if (!secureUri(result.contentUrl) || !secureUri(result.metadataUrl)) {
     return malformedResponse("The answer names no pair of https addresses");
   }
@@ -81,13 +81,13 @@ namespace {
 
 Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response) {
   Model::GetProfileResult result;
-  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "name") Json::read(value, result.name);
       if (key == "email") Json::read(value, result.email);
     }
   });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   return result;
 }
 
@@ -102,7 +102,7 @@ Util::Outcome<Model::GetProfileResult, Error> AmazonDriveClient::getProfile(
 
 namespace {
 
-// Of a listing, so that memory for the nodes of a page is allocated once.
+// Typical bytes per node and nodes per page, so that memory for a page's nodes is allocated once.
 constexpr std::size_t kUsualNodeLength = 256;
 constexpr std::size_t kMostNodes = 200;
 
@@ -120,7 +120,7 @@ bool isTrashed(Json::Value status) {
   return text == "TRASH";
 }
 
-// Runs for every member of a listing, so it ends with the first name that matches.
+// Runs for every member of a listing, so it returns at the first name that matches.
 void readMember(std::string_view key, Json::Value value, Model::FileResource& file) {
   if (key == "id") return Json::read(value, file.id);
   if (key == "name") return Json::read(value, file.name);
@@ -143,7 +143,7 @@ void readNode(Json::Object object, Model::FileResource& file) {
 Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& response) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualNodeLength, kMostNodes));
-  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "nextToken") Json::read(value, result.nextToken);
       if (key == "data") {
@@ -152,8 +152,8 @@ Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& 
       }
     }
   });
-  if (!page.isSuccess()) return page.getError();
-  result.page = page.getResult();
+  if (!storage.isSuccess()) return storage.getError();
+  result.page = storage.getResult();
   return result;
 }
 
@@ -162,7 +162,7 @@ Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& 
 void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) const {
   addIfPresent(uri, "filters", filters);
   addIfPresent(uri, "sort", sort);
-  // Always sent, since the service's own default may be another.
+  // Always sent, because the service's default may differ.
   uri.addQueryStringParameter("limit", std::to_string(limit.value()));
   if (!startToken.value().empty()) uri.addQueryStringParameter("startToken", startToken.value());
 }
@@ -198,11 +198,11 @@ namespace {
 
 Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response) {
   Model::FileResource file;
-  const auto page =
+  const auto storage =
       readJson(std::move(response), [&file](Json::Object object) { readNode(object, file); });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
-  file.page = page.getResult();
+  file.page = storage.getResult();
   return file;
 }
 
@@ -229,8 +229,8 @@ Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
 
 namespace {
 
-/// All of one type, the only one of which the service's retry strategy looks at the retryable flag.
-/// The service invites a retry after 429 and 503, which it sends before any work is done.
+/// All of one type, the only one for which the service's retry strategy reads the retryable flag.
+/// The service recommends a retry after 429 and 503, which it sends before any work is done.
 constexpr ErrorRow kRows[] = {
     {429, "", CoreErrors::TemporaryFailure, Retry::Always},
     {500, "", CoreErrors::TemporaryFailure, Retry::Reads},
@@ -240,7 +240,7 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "", CoreErrors::TemporaryFailure, Retry::Never},
 };
 
-/// The profile's address sends OAuth2 errors instead of the service's own.
+/// The profile endpoint sends OAuth2 errors instead of the service's own.
 ServiceMessage readMessage(const Http::Response& response) {
   const auto texts = Json::texts(response.body, {"code", "error", "message", "error_description"});
   ServiceMessage message{texts[0], texts[2]};

@@ -26,8 +26,8 @@ struct RegionName {
   Region region;
 };
 
-// Matched as a whole: a longer name may belong to another cloud, as germanynorth and
-// germanywestcentral do, which are regions of the global one.
+// Whole names. A longer name may belong to another cloud: germanynorth and germanywestcentral are
+// regions of the global cloud.
 constexpr RegionName kNames[] = {
     {"china", Region::China},
     {"azurechina", Region::China},
@@ -41,7 +41,7 @@ constexpr RegionName kNames[] = {
     {"government", Region::USGovernment},
 };
 
-// Matched as beginnings of names, as these clouds gain regions over time.
+// Prefixes of names, because regions are added to these clouds over time.
 constexpr RegionName kBeginnings[] = {
     {"chinaeast", Region::China},
     {"chinanorth", Region::China},
@@ -104,7 +104,7 @@ class AzureRequestPolicy : public RequestPolicy {
   const Auth::AzureSSBAuthentication& authentication_;
 };
 
-// The name becomes part of a host name, which it must not be able to change.
+// The name becomes part of a host name, so it must not contain characters that are special there.
 bool isAccountName(std::string_view name) {
   constexpr std::size_t kShortest = 3;
   constexpr std::size_t kLongest = 24;
@@ -156,7 +156,7 @@ struct AzureSSBClient::Implementation {
   ServiceCall::OutcomeOf<Parse> send(Http::Method method,
                                      const Util::Outcome<Http::URI, Error>& uri,
                                      const AzureSSBRequest& request, const Parse& parse) const {
-    if (!uri.isSuccess()) return uri.getError();  // there may be nothing to sign with
+    if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
     AzureRequestPolicy policy(call, *authentication);
     return call.send(method, uri, request, policy, parse);
   }
@@ -221,8 +221,8 @@ Util::Outcome<Model::ListContainerResult, Error> parseContainers(Http::Response&
   return result;
 }
 
-// The service responds with headers alone. A body comes from something else, such as the login page
-// of a network.
+// The service's response has no body. A body comes from another source, such as the login page of a
+// network.
 template <typename Result>
 Util::Outcome<Result, Error> parseNothing(Http::Response&& response) {
   if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
@@ -258,8 +258,8 @@ Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContain
 
 namespace {
 
-// Names with characters that XML cannot contain are percent-encoded and marked so; in any other name
-// a percent sign stands for itself.
+// Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
+// In any other name a percent sign is literal.
 std::string_view nameOf(Xml::Page& page, pugi::xml_node entry) {
   const auto name = Xml::child(entry, "Name");
   const std::string_view text = page.text(name);
@@ -277,7 +277,7 @@ Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response
     if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(page, node)});
   }
   for (const auto& prefix : result.blobPrefixes) {
-    // As a C string it would be another folder, such as the top level.
+    // As a C string it would be truncated and denote another folder.
     if (prefix.name.find('\0') != std::string_view::npos) {
       return malformedResponse("A prefix in the answer holds a byte of value 0");
     }
@@ -321,12 +321,12 @@ Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
 
 namespace {
 
-/// Holds the code even where the body is empty.
+/// Contains the code even if the body is empty.
 constexpr char kErrorCodeHeader[] = "x-ms-error-code";
 
 constexpr ErrorRow kRows[] = {
     {kAnyStatus, "InvalidResourceName", CoreErrors::InvalidBucketName, Retry::Never},
-    // A name that is too short or too long: no other value that is sent has a range.
+    // A name that is too short or too long: no other value in the requests has a range.
     {kAnyStatus, "OutOfRangeInput", CoreErrors::InvalidBucketName, Retry::Never},
     {kAnyStatus, "ContainerNotFound", CoreErrors::BucketNotFound, Retry::Never},
     // Container names are unique within the account, so the existing one is the caller's own.
@@ -340,7 +340,7 @@ constexpr ErrorRow kRows[] = {
 
     {kAnyStatus, "NoAuthenticationInformation", CoreErrors::NotAuthenticated, Retry::Never},
     {kAnyStatus, "InvalidAuthenticationInfo", CoreErrors::NotAuthenticated, Retry::Never},
-    // Sent for a wrong key and for a wrong clock alike.
+    // Sent both for a wrong key and for a wrong clock.
     {kAnyStatus, "AuthenticationFailed", CoreErrors::SignatureMismatch, Retry::Never},
     {kAnyStatus, "AuthorizationFailure", CoreErrors::AccessDenied, Retry::Never},
     {kAnyStatus, "KeyBasedAuthenticationNotPermitted", CoreErrors::AccessDenied, Retry::Never},
@@ -363,7 +363,7 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "InternalError", CoreErrors::ServiceFailure, Retry::Always},
 };
 
-/// The lines after the first of a message repeat the request's id and time.
+/// Only the first line of a message is kept: the others contain the request's id and time.
 ServiceMessage readMessage(const Http::Response& response) {
   ServiceMessage message = readXmlError(response.body);
   message.message.erase(std::min(message.message.find('\n'), message.message.size()));

@@ -25,8 +25,8 @@ constexpr char kListFolder[] = "https://api.dropboxapi.com/2/files/list_folder";
 constexpr char kContinue[] = "https://api.dropboxapi.com/2/files/list_folder/continue";
 constexpr char kCreateFolder[] = "https://api.dropboxapi.com/2/files/create_folder_v2";
 
-// The service refuses empty path segments, also behind the last slash. Paths that were composed of a
-// folder and a name may have some.
+// The service refuses empty path segments, including one after the last slash. Paths that were
+// composed of a folder and a name may contain some.
 std::string withoutEmptySegments(std::string_view path) {
   std::string clean;
   for (const char c : path) {
@@ -48,31 +48,33 @@ namespace {
 
 using Tokens = Auth::TokenRefresher::Tokens;
 
-// Without a refresh token every session would end with its first access token, after some hours.
+// Without a refresh token every session would end when its first access token expires, after some
+// hours.
 constexpr char kTokenAccessType[] = "offline";
 
-// Stands in none of the service's tokens.
-constexpr char kBar = '|';
+// Does not occur in the service's tokens.
+constexpr char kTokenSeparator = '|';
 
 Tokens splitTokens(const std::string& text) {
-  const auto bar = text.find(kBar);
-  if (bar == std::string::npos) return {text, {}};
-  return {text.substr(0, bar), text.substr(bar + 1)};
+  const auto separator = text.find(kTokenSeparator);
+  if (separator == std::string::npos) return {text, {}};
+  return {text.substr(0, separator), text.substr(separator + 1)};
 }
 
 std::string joinTokens(const Tokens& tokens) {
   if (tokens.refreshToken.empty()) return tokens.accessToken;
-  return tokens.accessToken + kBar + tokens.refreshToken;
+  return tokens.accessToken + kTokenSeparator + tokens.refreshToken;
 }
 
-/// A host stores a single text for each account. One that holds both tokens outlives the hours for
-/// which an access token is valid.
+/// Supports access tokens that also contain the refresh token. A host stores a single text per
+/// account, which remains usable after the access token has expired only if it holds both tokens.
 class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
  public:
   DropboxTokenEndpoint(const Auth::OAuth2TokenEndpoint& endpoint, bool joinsTokens)
       : OAuth2TokenEndpoint(endpoint), joinsTokens_(joinsTokens) {}
 
-  // A refresh token beside the access token takes precedence, as the two are from the same grant.
+  // A refresh token that is joined to the access token takes precedence, because both are from the
+  // same grant.
   Util::Status refresh(Tokens& tokens) override {
     Tokens joined = splitTokens(tokens.accessToken);
     if (joined.refreshToken.empty()) return OAuth2TokenEndpoint::refresh(tokens);
@@ -138,7 +140,7 @@ Model::FileMetadata& fileOf(Model::Metadata& entry) {
   return entry.file ? *entry.file : entry.file.emplace();
 }
 
-// Runs for every member of a listing, so it ends with the first name that matches.
+// Runs for every member of a listing, so it returns at the first name that matches.
 void readMember(std::string_view key, Json::Value value, Model::Metadata& entry) {
   if (key == ".tag") return Json::read(value, entry.tag);
   if (key == "name") return Json::read(value, entry.name);
@@ -168,7 +170,7 @@ using Folder = Util::Outcome<Model::ListFolderResult, Error>;
 Folder parseEntries(Http::Response&& response, Json::Parser& parser,
                     const std::string& previousCursor) {
   Model::ListFolderResult result;
-  const auto page = readJson(std::move(response), parser, [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), parser, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "cursor") Json::read(value, result.cursor);
       if (key == "has_more") Json::read(value, result.hasMore);
@@ -181,7 +183,7 @@ Folder parseEntries(Http::Response&& response, Json::Parser& parser,
       }
     }
   });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   const bool isStuck =
       result.cursor.empty() || (result.cursor == previousCursor && result.entries.empty());
   if (result.hasMore && isStuck) {
@@ -205,7 +207,7 @@ void append(Model::ListFolderResult& folder, Model::ListFolderResult page) {
   folder.hasMore = page.hasMore;
 }
 
-// The service no longer knows a cursor.
+// Whether the service has invalidated a cursor.
 bool isReset(const Error& error) {
   const std::string_view code = error.exceptionName;
   return code.substr(0, code.find('/')) == "reset";
@@ -214,7 +216,7 @@ bool isReset(const Error& error) {
 Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request) {
   Model::ListFolderRequest next = request;
   Model::ListFolderResult folder;
-  Json::Parser parser;  // one for all pages, as it takes much memory
+  Json::Parser parser;  // one for all pages, because it allocates much memory
   for (bool mayStartOver = !request.isContinuation();;) {
     auto page = listPage(call, next, parser, folder.cursor);
     if (page.isSuccess()) {
@@ -235,7 +237,7 @@ Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request)
 
 std::string Model::ListFolderRequest::serializePayload() const {
   Json::ObjectWriter arguments;
-  // A continuation takes its cursor and refuses anything else.
+  // The service accepts only the cursor in a continuation.
   if (isContinuation()) return arguments.add("cursor", cursor.value()).text();
 
   addPath(arguments, path);
@@ -256,18 +258,18 @@ namespace {
 
 Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response) {
   Model::Metadata folder;
-  const auto page = readJson(std::move(response), [&folder](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&folder](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key != "metadata") continue;
       Json::readObject(value, [&folder](Json::Object entry) { readEntry(entry, folder); });
     }
   });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   if (folder.id.empty() || folder.path.empty()) {
     return malformedResponse("The answer names no folder");
   }
-  folder.tag = kFolder;  // the service leaves it out, as nothing else can have been created
-  folder.page = page.getResult();
+  folder.tag = kFolder;  // the service omits it, because only a folder can have been created
+  folder.page = storage.getResult();
   return folder;
 }
 
@@ -288,7 +290,7 @@ Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
 
 namespace {
 
-/// Codes are paths into nested unions that may grow further segments.
+/// Codes are paths into nested unions, to which the service may add further segments.
 constexpr ErrorRow kRows[] = {
     {401, "missing_scope", CoreErrors::AccessDenied, Retry::Never},
     {401, "route_access_denied", CoreErrors::AccessDenied, Retry::Never},
@@ -301,15 +303,15 @@ constexpr ErrorRow kRows[] = {
     {422, "no_permission", CoreErrors::AccessDenied, Retry::Never},
 };
 
-/// How many bytes of a body that is not JSON are worth showing.
+/// The maximum number of bytes of a body that is not JSON in a message.
 constexpr std::size_t kPlainTextLimit = 256;
 
-/// "path/conflict/folder/..." is "path/conflict/folder": the number of dots is random.
+/// "path/conflict/folder/..." becomes "path/conflict/folder": the number of dots is random.
 std::string codeOf(std::string_view summary) {
   return std::string(summary.substr(0, summary.find_last_not_of("/.") + 1));
 }
 
-/// A sentence about what is wrong with a request; no web page and no JSON of another form.
+/// The service's plain text about an invalid request; empty for an HTML page or other JSON.
 std::string plainTextOf(std::string_view body) {
   std::string text = Util::oneLine(Util::skipByteOrderMark(body), kPlainTextLimit);
   if (text.find_first_of("<{[") == 0) text.clear();

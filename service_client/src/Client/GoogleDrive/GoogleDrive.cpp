@@ -32,7 +32,7 @@ Util::Outcome<Http::URI, Error> fileUri(const std::string& id) {
   return uri;
 }
 
-// Folders of shared drives are visible only to requests that say so.
+// Folders of shared drives are visible only to requests with this parameter.
 void addSharedDriveSupport(Http::URI& uri) {
   uri.addQueryStringParameter("supportsAllDrives", "true");
 }
@@ -52,11 +52,11 @@ std::vector<Http::URI::QueryParameter> GoogleDriveClient::authorizationParameter
 
 namespace {
 
-// Without a mask the service leaves out most of what a FileResource holds.
+// Without a mask the service omits most members of a FileResource.
 constexpr char kFileFields[] =
     "kind,id,name,mimeType,trashed,createdTime,modifiedTime,md5Checksum,parents";
 
-// Runs for every member of a listing, so it ends with the first name that matches.
+// Runs for every member of a listing, so it returns at the first name that matches.
 void readMember(std::string_view key, Json::Value value, Model::FileResource& file) {
   if (key == "kind") return Json::read(value, file.kind);
   if (key == "id") return Json::read(value, file.id);
@@ -75,11 +75,11 @@ void readFile(Json::Object object, Model::FileResource& file) {
 
 Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response) {
   Model::FileResource file;
-  const auto page =
+  const auto storage =
       readJson(std::move(response), [&file](Json::Object object) { readFile(object, file); });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
-  file.page = page.getResult();
+  file.page = storage.getResult();
   return file;
 }
 
@@ -99,18 +99,18 @@ Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
 
 namespace {
 
-// The fields that listings are read for; all fields would be three times as much. Without the token
-// in the mask every page would look like the last.
+// The fields that listings need; all fields would be three times as much. Without the token in the
+// mask every page would appear to be the last.
 constexpr char kListFields[] = "nextPageToken,files(id,name)";
 
-// Of a listing, so that memory for the files of a page is allocated once.
+// Typical bytes per file and files per page, so that memory for a page's files is allocated once.
 constexpr std::size_t kUsualFileLength = 64;
 constexpr std::size_t kMostFiles = 1000;
 
 Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response&& response) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualFileLength, kMostFiles));
-  const auto page = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "nextPageToken") Json::read(value, result.nextPageToken);
       if (key == "files") {
@@ -119,8 +119,8 @@ Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response
       }
     }
   });
-  if (!page.isSuccess()) return page.getError();
-  result.page = page.getResult();
+  if (!storage.isSuccess()) return storage.getError();
+  result.page = storage.getResult();
   return result;
 }
 
@@ -172,9 +172,9 @@ Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
 
 namespace {
 
-/// All of one type, the only one of which the service's retry strategy looks at the retryable flag.
-/// A limit that was hit and a 503 are sent before any work is done; after other failures of the
-/// service a second creation could make a second folder.
+/// All of one type, the only one for which the service's retry strategy reads the retryable flag.
+/// Exceeded limits and 503 are sent before any work is done. After other failures of the service a
+/// repeated creation could create a second folder.
 constexpr ErrorRow kRows[] = {
     {403, "rateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always},
     {403, "userRateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always},
@@ -186,7 +186,7 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "", CoreErrors::TemporaryFailure, Retry::Never},
 };
 
-/// Newer front ends leave out the list of errors.
+/// Newer front ends omit the list of errors.
 ServiceMessage readMessage(const Http::Response& response) {
   const auto texts =
       Json::texts(response.body, {"error/errors/0/reason", "error/status", "error/message"});

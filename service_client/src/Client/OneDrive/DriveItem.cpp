@@ -15,7 +15,7 @@ namespace Json = Util::Json;
 template <typename Record>
 void readMembers(Json::Object object, Record& record);
 
-// False if `value` is no object.
+// Returns false if `value` is not an object.
 template <typename Record>
 bool readRecord(Json::Value value, Record& record) {
   record = {};
@@ -28,7 +28,7 @@ void readRecord(Json::Value value, std::shared_ptr<const Record>& record) {
   record = readRecord(value, *found) ? found : nullptr;
 }
 
-// The presence of some facets is all the information that they carry.
+// Some facets carry no information except their presence.
 
 void readMember(std::string_view key, Json::Value value, ItemReference& reference) {
   if (key == "driveId") Json::read(value, reference.driveId);
@@ -108,7 +108,7 @@ class Line {
     return add(label, std::string_view(record.toString()));
   }
 
-  /// A record that is missing prints as an empty one.
+  /// A missing record is printed as an empty one.
   template <typename Record>
   Line& add(std::string_view label, const std::shared_ptr<const Record>& record) {
     return add(label, record ? *record : Record());

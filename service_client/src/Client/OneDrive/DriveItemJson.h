@@ -5,7 +5,7 @@
 
 namespace CloudStorage::Client::OneDrive::Model {
 
-/// Reads `object` into `item`, whose texts become views into the page that `object` is from.
+/// Reads `object` into `item`, whose texts become views into the body that contains `object`.
 void readItem(Util::Json::Object object, DriveItem& item);
 
 }  // namespace CloudStorage::Client::OneDrive::Model

@@ -27,7 +27,7 @@ Error invalidId() {
   return localError("InvalidRequest", "The item id or drive id is empty or a relative path");
 }
 
-// The user's own drive, or another.
+// The address of the given drive; of the user's own drive if there is no id.
 Util::Outcome<Http::URI, Error> driveUri(const Util::Field<std::string>& driveId) {
   Http::URI uri = *Http::URI::parse(kService);
   if (!driveId.isPresent()) {
@@ -60,8 +60,8 @@ Util::Outcome<Http::URI, Error> childrenUri(const Util::Field<std::string>& driv
   return uri;
 }
 
-// The address that a page token is. The request carries the access token, so the address must be
-// the service's own.
+// The address in a page token. The request carries the access token, so it must be an address of
+// the service.
 Util::Outcome<Http::URI, Error> pageUri(const std::string& pageToken) {
   const auto service = *Http::URI::parse(kService);
   const auto uri = Http::URI::parse(pageToken);
@@ -85,14 +85,14 @@ namespace {
 
 Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response) {
   Model::DriveMetadata drive;
-  const auto page = readJson(std::move(response), [&drive](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&drive](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "id") Json::read(value, drive.id);
       if (key == "driveType") Json::read(value, drive.driveType);
       if (key == "name") Json::read(value, drive.name);
     }
   });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   return drive;
 }
 
@@ -109,11 +109,11 @@ namespace {
 
 Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response) {
   Model::DriveItem item;
-  const auto page =
+  const auto storage =
       readJson(std::move(response), [&item](Json::Object object) { readItem(object, item); });
-  if (!page.isSuccess()) return page.getError();
+  if (!storage.isSuccess()) return storage.getError();
   if (item.id.empty()) return malformedResponse("The answer has no id");
-  item.page = page.getResult();
+  item.page = storage.getResult();
   return item;
 }
 
@@ -129,11 +129,11 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
 
 namespace {
 
-// The fields that listings are read for, and those that tell folders from files; all of an item
-// would be ten times as much.
+// The fields that listings need, including those that distinguish folders from files. All fields of
+// an item would be ten times as much.
 constexpr char kListFields[] = "id,name,root,folder,remoteItem";
 
-// Of a listing, so that memory for the items of a page is allocated once.
+// Typical bytes per item and items per page, so that memory for a page's items is allocated once.
 constexpr std::size_t kUsualItemLength = 128;
 constexpr std::size_t kMostItems = 1000;
 
@@ -148,14 +148,14 @@ Children parseItems(Http::Response&& response, IsWanted isWanted) {
     if (!isWanted(item)) result.items.pop_back();
   };
   result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
-  const auto page = readJson(std::move(response), [&result, readChild](Json::Object object) {
+  const auto storage = readJson(std::move(response), [&result, readChild](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "@odata.nextLink") Json::read(value, result.nextToken);
       if (key == "value") Json::readObjects(value, readChild);
     }
   });
-  if (!page.isSuccess()) return page.getError();
-  result.page = page.getResult();
+  if (!storage.isSuccess()) return storage.getError();
+  result.page = storage.getResult();
   return result;
 }
 
@@ -187,7 +187,7 @@ constexpr KnownFilter kKnownFilters[] = {
 };
 
 // Filters are not guaranteed for listings of children: some drives refuse them, and some return
-// files all the same.
+// files regardless.
 ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
   if (!request.filter.isPresent() || !request.filtersAnswers) return parseChildren;
   const auto* known = std::find_if(
@@ -258,7 +258,7 @@ std::string Model::CreateFolderRequest::serializePayload() const {
   Json::ObjectWriter folder;
   folder.addIfPresent("name", name);
   folder.addEmptyObject("folder");
-  // Without it drives of some kinds return the folder that has the name already.
+  // Without this member some kinds of drives return the existing folder of that name.
   folder.add("@microsoft.graph.conflictBehavior", std::string_view("fail"));
   return folder.text();
 }

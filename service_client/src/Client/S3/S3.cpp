@@ -23,7 +23,7 @@ namespace Xml = Util::Xml;
 
 namespace {
 
-// The region that requests are signed for unless they state another.
+// The region that requests are signed for by default.
 std::string sessionRegion(const std::string& given, const S3Endpoint& endpoint,
                           const Auth::AWSAuthCredential* credential) {
   if (!given.empty()) return given;
@@ -99,7 +99,8 @@ S3Client::~S3Client() = default;
 
 namespace {
 
-/// By code alone: compatible stores send the same code with different statuses, even with 200.
+/// Failures are matched by code alone: compatible stores send the same code with different
+/// statuses, even with 200.
 constexpr ErrorRow kRows[] = {
     {kAnyStatus, "InvalidBucketName", CoreErrors::InvalidBucketName, Retry::Never},
     {kAnyStatus, "NoSuchBucket", CoreErrors::BucketNotFound, Retry::Never},
@@ -171,8 +172,8 @@ Util::Outcome<XmlPage, Error> readListing(Http::Response&& response, const char*
   return malformedResponse(std::string("The answer is no ") + rootName);
 }
 
-// The response to a request that stores something. The services send no body, or one that nobody
-// needs; an HTML page comes from something else, such as the login page of a network.
+// Parses the response to a request that stores something. The services send no body, or one that is
+// not needed. An HTML page comes from another source, such as the login page of a network.
 template <typename Result>
 Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
   if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
@@ -200,9 +201,10 @@ class ListBucketsRequest : public S3Request {
   std::string serializePayload() const override { return {}; }
 };
 
-// Of a listing, so that memory for its buckets is allocated once.
+// Typical bytes per bucket and buckets per listing, so that memory for the buckets is allocated
+// once.
 constexpr std::size_t kUsualBucketLength = 64;
-constexpr std::size_t kMostBuckets = 10'000;  // that accounts have by default
+constexpr std::size_t kMostBuckets = 10'000;  // the default limit of an account
 
 Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& response) {
   const std::size_t size = response.body.size();
@@ -224,7 +226,7 @@ Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& res
   return result;
 }
 
-// A request that names no location leaves the choice to the endpoint.
+// A request without a location leaves the choice to the endpoint.
 Model::BucketLocationConstraint locationOf(const Model::CreateBucketRequest& request) {
   const auto& location = request.createBucketConfiguration.value().locationConstraint;
   return request.createBucketConfiguration.isPresent() && location.isPresent()
@@ -269,8 +271,7 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
   }
 
   auto target = createBucketTarget(own.endpoint, own.regions.region(), location, request.bucket);
-  // Not if the body states a location: it and another region in the signature would contradict each
-  // other.
+  // Never if the body states a location: another region in the signature would contradict it.
   const auto recovery = regionOf(location).empty() ? S3EndpointPolicy::RegionRecovery::ThisCall
                                                    : S3EndpointPolicy::RegionRecovery::Never;
   S3EndpointPolicy policy(own.service(), std::move(target.region), recovery);
@@ -314,8 +315,8 @@ Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& r
   Xml::Page& page = *listing.getResult();
 
   Model::ListObjectsV2Result result;
-  // Stores without the parameter neither encode nor send this element. Looked for in the same pass:
-  // a search of its own among a thousand siblings is expensive.
+  // Stores that do not support the parameter neither encode keys nor send this element. It is found
+  // in the same pass, because a separate search among a thousand siblings is expensive.
   bool isEncoded = false;
   for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
     if (Xml::isNamed(node, "CommonPrefixes")) {
@@ -327,7 +328,7 @@ Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& r
     }
   }
   if (isEncoded) decodeKeys(page, result);
-  // As a C string such a prefix would be another folder, such as the top level.
+  // As a C string such a prefix would be truncated and denote another folder.
   if (isEncoded &&
       std::any_of(result.commonPrefixes.begin(), result.commonPrefixes.end(), hasNul)) {
     return malformedResponse("A prefix in the answer holds a byte of value 0");
@@ -346,7 +347,7 @@ void Model::ListObjectsV2Request::addQueryStringParameters(Http::URI& uri) const
   addIfPresent(uri, "max-keys", maxKeys);
   addIfPresent(uri, "prefix", prefix);
   addIfPresent(uri, "start-after", startAfter);
-  uri.sortQuery();  // in the signature's order, so that wire and signature cannot differ
+  uri.sortQuery();  // in the signature's order, so that request and signature cannot differ
 }
 
 Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(

@@ -16,7 +16,7 @@ constexpr std::string_view kAwsSuffix = ".amazonaws.com";
 constexpr std::string_view kAwsChinaSuffix = ".amazonaws.com.cn";
 constexpr std::string_view kWasabiSuffix = ".wasabisys.com";
 
-// Indexed by location; the service's own names of its regions.
+// The service's names of its regions, indexed by location.
 constexpr std::array<std::string_view, 16> kRegions = {
     kGlobalRegion,    "us-east-2",      "us-west-1",      "us-west-2",
     "ap-south-1",     "ap-southeast-1", "ap-southeast-2", "ap-northeast-1",
@@ -24,7 +24,7 @@ constexpr std::array<std::string_view, 16> kRegions = {
     "eu-central-1",   "eu-west-1",      "eu-west-2",      "ca-central-1",
 };
 
-// Wasabi's European hosts have a second name each.
+// Each of Wasabi's European hosts has a second name.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kWasabiAliases = {{
     {"nl-1", "eu-central-1"},
     {"de-1", "eu-central-2"},
@@ -38,7 +38,8 @@ bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
-// The form of "eu-central-1". Other labels in a region's place are services, such as "accelerate".
+// Whether `label` has the form of "eu-central-1". Other labels in its place denote services, such
+// as "accelerate".
 bool isRegionLabel(std::string_view label) {
   const auto first = label.find('-');
   const auto last = label.rfind('-');
@@ -46,7 +47,7 @@ bool isRegionLabel(std::string_view label) {
          label.find_first_not_of("0123456789", last + 1) == std::string_view::npos;
 }
 
-// What stands between "s3." or "s3-" and `suffix`; empty if the host has another form.
+// The label between "s3." or "s3-" and `suffix`; empty if the host has another form.
 std::string_view hostLabel(std::string_view host, std::string_view suffix) {
   if (!endsWith(host, suffix)) return {};
   host.remove_suffix(suffix.size());
@@ -71,7 +72,7 @@ std::string_view regionLabel(std::string_view host, std::string_view suffix) {
   return isRegionLabel(label) ? label : std::string_view();
 }
 
-// A port or a base path shows that something else answers under the service's name.
+// An endpoint with a port or a base path is another service under the host's name.
 Partition partitionOf(const Http::URI& base) {
   if (hasOwnPort(base) || !base.path().empty()) return Partition::Other;
   const std::string& host = base.host();
@@ -80,7 +81,7 @@ Partition partitionOf(const Http::URI& base) {
   return Partition::Other;
 }
 
-std::string_view regionNamedBy(const std::string& host) {
+std::string_view regionOfHost(const std::string& host) {
   for (const std::string_view suffix : {kAwsSuffix, kAwsChinaSuffix}) {
     const auto label = regionLabel(host, suffix);
     if (!label.empty()) return label;
@@ -92,7 +93,7 @@ bool isChina(Location location) {
   return location == Location::CnNorth1 || location == Location::CnNorthwest1;
 }
 
-// The host of `location` if the endpoint's owner runs it, else an empty text.
+// The host of `location` if it is in the endpoint's partition; empty otherwise.
 std::string hostOf(Partition partition, Location location) {
   const std::string_view region = kRegions.at(static_cast<std::size_t>(location));
   if (partition == Partition::AwsChina && isChina(location)) {
@@ -103,9 +104,9 @@ std::string hostOf(Partition partition, Location location) {
   return "s3." + std::string(region) + std::string(kAwsSuffix);
 }
 
-// The endpoint's host for a bucket in `region`: its own if it is the one for all regions or for
-// this one, else its owner's for that region. A session may have been given any text as its region;
-// what cannot be the name of one does not become part of a host.
+// The host for a bucket in `region`: the endpoint's own host if it serves that region, otherwise
+// the region's host in the same partition. A session may have any text as its region; a text that
+// cannot be a region's name does not become part of a host name.
 std::string regionalHost(const S3Endpoint& endpoint, const std::string& region) {
   const bool isOwn = endpoint.region.empty() ? region == kGlobalRegion : region == endpoint.region;
   if (endpoint.partition == Partition::Other || isOwn || !isRegionName(region)) {
@@ -115,8 +116,8 @@ std::string regionalHost(const S3Endpoint& endpoint, const std::string& region) 
   return "s3." + region + std::string(isChina ? kAwsChinaSuffix : kAwsSuffix);
 }
 
-// Whether the bucket's name can stand before the endpoint's host. A dot in it would not be covered
-// by the certificate.
+// Whether the bucket's name can be a label before the endpoint's host. The certificate does not
+// cover a name with a dot.
 bool isVirtualHosted(const S3Endpoint& endpoint, std::string_view bucket) {
   constexpr std::size_t kShortest = 3;
   constexpr std::size_t kLongest = 63;
@@ -125,8 +126,8 @@ bool isVirtualHosted(const S3Endpoint& endpoint, std::string_view bucket) {
          bucket.front() != '-' && bucket.back() != '-';
 }
 
-// The domain under which a redirect may lead: the host's parent, but never a top-level domain. An
-// address or a bare name has none.
+// The domain to which a redirect may lead: the host's parent domain, but never a top-level domain.
+// Empty for an IP address and for a name without a dot.
 std::string_view parentDomain(std::string_view host) {
   const bool isAddress =
       host.front() == '[' || host.find_first_not_of("0123456789.") == std::string_view::npos;
@@ -145,7 +146,7 @@ bool isTrustedHost(const S3Endpoint& endpoint, std::string_view host) {
   return !domain.empty() && endsWith(host, domain);
 }
 
-// RFC 3986, section 4.2: a reference whose first segment holds a colon is not relative.
+// RFC 3986, section 4.2: a reference with a colon in its first segment is not relative.
 bool isAbsolute(const std::string& location) {
   const auto colon = location.find(':');
   return colon != std::string::npos && location.find_first_of("/?") > colon;
@@ -175,7 +176,7 @@ std::optional<S3Endpoint> parseEndpoint(const std::string& text) {
   S3Endpoint endpoint;
   endpoint.base = *std::move(base);
   endpoint.partition = partitionOf(endpoint.base);
-  endpoint.region = regionNamedBy(endpoint.base.host());
+  endpoint.region = regionOfHost(endpoint.base.host());
   return endpoint;
 }
 

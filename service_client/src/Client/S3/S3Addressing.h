@@ -9,52 +9,53 @@
 
 namespace CloudStorage::Client::S3 {
 
-/// Who runs the endpoint, as far as it changes what is sent. AWS and AWS China are separate worlds:
-/// requests signed with keys of one never go to hosts of the other.
+/// The operator of the endpoint, as far as requests depend on it. AWS and AWS China are separate
+/// partitions: requests that are signed with keys of one are never sent to hosts of the other.
 enum class Partition { Aws, AwsChina, Other };
 
-/// The endpoint of a session with what can be read off it.
+/// The endpoint of a session, with the properties that are derived from its address.
 struct S3Endpoint {
   /// Scheme, host, port and base path, without a trailing slash.
   Http::URI base;
   Partition partition = Partition::Other;
-  /// The region that the host names; empty if it names none.
+  /// The region in the host name; empty if there is none.
   std::string region;
 };
 
-/// `[http[s]://]host[:port][/base]`; an empty text is the global endpoint. Empty if it is no URL.
+/// Parses `[http[s]://]host[:port][/base]`. An empty text is the global endpoint. Returns nothing
+/// if the text is not a valid URL.
 std::optional<S3Endpoint> parseEndpoint(const std::string& text);
 
-/// The region identifier of a location, or an empty text for one that is stated by saying nothing
-/// and for numbers that are no location.
+/// The region identifier of a location; empty for a location that requests do not state, and for a
+/// number that is not a location.
 std::string_view regionOf(Model::BucketLocationConstraint location);
 
-/// Whether the number is one of a location at all.
+/// Whether the number is a location.
 bool isLocation(Model::BucketLocationConstraint location);
 
-/// Where a request goes and the region it is signed for.
+/// The address of a request and the region that it is signed for.
 struct S3Target {
   Http::URI uri;
   std::string region;
 };
 
-/// Where a new bucket in `location` is asked for, given the session's own endpoint and region.
-/// Always path style: the name is not in DNS yet, and may be none that DNS can hold.
+/// The target of a request for a new bucket in `location`, given the session's own endpoint and
+/// region. Always path style: the name is not in DNS yet, and may not be a valid DNS label.
 S3Target createBucketTarget(const S3Endpoint& endpoint, const std::string& sessionRegion,
                             Model::BucketLocationConstraint location, std::string_view bucket);
 
-/// Where a bucket that lies in `region` is reached: under a host name of its own where the
-/// endpoint's certificates and DNS allow for that, else as the first segment of the path. Without a
-/// key the path ends there.
+/// The address of a bucket in `region`, or of an object in it if `key` is not empty. The bucket is
+/// part of the host name if the endpoint's certificates and DNS support that, otherwise the first
+/// segment of the path.
 Http::URI bucketUri(const S3Endpoint& endpoint, const std::string& region, std::string_view bucket,
                     std::string_view key = {});
 
-/// True for a text that can be a region: what a service says its region is goes into host names and
-/// signatures.
+/// Whether `text` can be a region. The regions in a service's responses become part of host names
+/// and signatures.
 bool isRegionName(std::string_view text);
 
-/// Points `current` at `location` as far as that stays with the endpoint's owner: a host under the
-/// endpoint's own domain, the same scheme or an upgrade to https. Empty otherwise.
+/// The target of a redirect from `current` to `location`. Returns nothing unless the target's host
+/// belongs to the endpoint's operator or domain. Never changes https to http.
 std::optional<Http::URI> redirectedUri(const S3Endpoint& endpoint, const Http::URI& current,
                                        const std::string& location);
 

@@ -12,7 +12,7 @@ class S3RegionCache {
  public:
   explicit S3RegionCache(std::string region) : region_(std::move(region)) {}
 
-  /// The region that requests are signed for unless they state another.
+  /// The region that requests are signed for by default.
   std::string region() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return region_;

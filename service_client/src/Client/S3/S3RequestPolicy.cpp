@@ -10,7 +10,8 @@
 namespace CloudStorage::Client::S3 {
 namespace {
 
-// One element of an error document; empty if the response is none or lacks the element.
+// The text of one element of an error document; empty if the response is not an error document or
+// lacks the element.
 std::string errorElement(const Http::Response& response, const char* name) {
   std::string body = response.body;
   pugi::xml_document document;
@@ -29,7 +30,7 @@ bool isMalformedAuthorization(const Error& error) {
          error.exceptionName == "AuthorizationHeaderMalformed";
 }
 
-// Whether a failure can mean that the bucket is in another region than the one that was used.
+// Whether a failure can mean that the bucket is in a region other than the one that was used.
 bool indicatesOtherRegion(const Error& error, const std::string& usedRegion) {
   if (isMalformedAuthorization(error)) return true;
   const int code = error.httpResponseCode;
@@ -114,7 +115,7 @@ bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& 
   if (!isRegionName(actual) || actual == region()) return false;
 
   regionRecovered_ = true;
-  // After a redirect path and host belong together, and only the signature is wrong.
+  // After a redirect host and path belong together, so only the signature is corrected.
   const bool isRedirected = request.uri.host() != uri().host();
   service().regions.setRegionOfBucket(bucket_, actual);
   setRegion(std::move(actual));
@@ -122,8 +123,8 @@ bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& 
   return true;
 }
 
-// A key may contain characters that XML cannot represent. The response is then no XML, unless the
-// request makes the service encode keys.
+// A key may contain characters that XML cannot represent. The response is then not valid XML,
+// unless the request makes the service encode keys.
 bool S3BucketPolicy::recoverEncoding(const Http::Response& response, const Error& error,
                                      Http::Request& request) {
   const auto& query = request.uri.query();

@@ -12,7 +12,7 @@
 
 namespace CloudStorage::Client::S3 {
 
-/// How far the service's clock is ahead of ours. Safe for concurrent use.
+/// The offset of the service's clock to the local clock. Safe for concurrent use.
 class S3Clock {
  public:
   std::chrono::seconds offset() const { return std::chrono::seconds(offset_.load()); }
@@ -22,7 +22,7 @@ class S3Clock {
   std::atomic<std::chrono::seconds::rep> offset_{0};
 };
 
-/// What the calls of one client share.
+/// The state that the calls of one client share.
 struct S3Service {
   const S3Endpoint& endpoint;
   const ServiceCall& call;
@@ -31,8 +31,8 @@ struct S3Service {
   S3Clock& clock;
 };
 
-/// Signs the requests of one call, and recovers from a wrong clock. Each cause of failure, here and
-/// in the policies below, is recovered from once a call.
+/// Signs the requests of one call, and recovers from a wrong clock. This policy and those below
+/// recover from each cause of failure once per call.
 class S3RequestPolicy : public RequestPolicy {
  public:
   S3RequestPolicy(S3Service service, std::string region)
@@ -55,12 +55,12 @@ class S3RequestPolicy : public RequestPolicy {
   bool clockRecovered_ = false;
 };
 
-/// A call on the endpoint itself, which responds to a wrong region in the signature with the region
-/// that it expects.
+/// The policy of a call on the endpoint itself, which responds to a wrong region in the signature
+/// with the region that it expects.
 class S3EndpointPolicy : public S3RequestPolicy {
  public:
-  /// Whether the expected region replaces the one in the signature. Not where the request's body
-  /// states a region as well: the two would contradict each other.
+  /// Whether the expected region replaces the one in the signature. `Never` is for requests whose
+  /// body also states a region: the two would contradict each other.
   enum class RegionRecovery { Never, ThisCall, AllCalls };
 
   S3EndpointPolicy(S3Service service, std::string region, RegionRecovery regionRecovery)
@@ -74,12 +74,12 @@ class S3EndpointPolicy : public S3RequestPolicy {
   RegionRecovery regionRecovery_;
 };
 
-/// A call on a bucket, which may be in another region than the session's.
+/// The policy of a call on a bucket, which may be in a region other than the session's.
 class S3BucketPolicy : public S3RequestPolicy {
  public:
   S3BucketPolicy(S3Service service, std::string bucket, std::string key = {});
 
-  /// The address of the bucket, as far as its region is known.
+  /// The address of the bucket or object in the currently known region.
   Http::URI uri() const;
   bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
 

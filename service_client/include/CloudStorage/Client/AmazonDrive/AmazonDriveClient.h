@@ -23,8 +23,8 @@ class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client {
   virtual Util::Outcome<Model::FileResource, Error> folderCreate(
       const Model::FileRequest& request) const;
 
-  /// The addresses that serve the account; empty until the caller of getEndpoint() has set them.
-  /// Requests name the one that they go to.
+  /// The addresses that serve the account; empty until the caller of getEndpoint() sets them. Each
+  /// request states the address that it is sent to.
   struct Endpoints {
     std::string content;
     std::string metadata;

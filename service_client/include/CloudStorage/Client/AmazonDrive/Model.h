@@ -35,19 +35,19 @@ class CLOUDSTORAGE_API ListFileResourceRequest : public AmazonDriveRequest {
   Util::Field<std::string> filters;
   Util::Field<std::string> startToken;
   Util::Field<std::string> sort;
-  Util::Field<int> limit{200};  // the most that the service takes
+  Util::Field<int> limit{200};  // the service's maximum
 
   std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
-/// Creates a node. Unlike the service's other requests this one is JSON.
+/// Creates a node. Unlike the service's other requests, this one has a JSON body.
 class CLOUDSTORAGE_API FileRequest : public AmazonDriveRequest {
  public:
   /// Base of the URL: the account's metadata endpoint.
   Util::Field<std::string> endpoint;
   Util::Field<std::string> name;
-  /// "FOLDER".
+  /// "FOLDER" for a folder.
   Util::Field<std::string> kind;
   /// The id of the folder to create it in.
   Util::Field<std::string> parent;
@@ -81,7 +81,7 @@ struct CLOUDSTORAGE_API FileResource {
   std::string_view md5Checksum;
   std::uint64_t size = 0;
   std::vector<std::string_view> parents;
-  /// Holds the texts, which are views. Null in a list, which has one of its own.
+  /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
   std::shared_ptr<const void> page{};
 
   /// All members on one line, for logs.

@@ -13,7 +13,7 @@ namespace CloudStorage::Client::AzureSSB {
 /// The clouds that run the Blob service; each has its own host suffix.
 enum class Region { Global, China, Germany, USGovernment };
 
-/// Azure storage blobs.
+/// Azure Blob Storage.
 class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
  public:
   /// The value of `x-ms-blob-type` for blobs that are written as a whole.
@@ -32,9 +32,10 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
                  Region region);
   ~AzureSSBClient() override;
 
-  /// The cloud that a region belongs to, by the region's name. Case, spaces, hyphens and underscores
-  /// do not count. Names of the sovereign clouds and of their regions give those; any other, the
-  /// empty name included, gives the global cloud, whose hosts contain no region.
+  /// The cloud that a region belongs to, by the region's name. Case, spaces, hyphens and
+  /// underscores are ignored. The names of the sovereign clouds and of their regions select those
+  /// clouds. Any other name, including the empty one, selects the global cloud, whose host names
+  /// contain no region.
   static Region getRegionForName(const std::string& regionName);
 
   virtual Util::Outcome<Model::ListContainerResult, Error> listContainer(
@@ -57,7 +58,7 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
   std::unique_ptr<Implementation> implementation_;
 };
 
-/// Translates the failures of Azure's Blob service: XML, and a header that holds the code.
+/// Translates the failures of Azure's Blob service, which are XML with the code also in a header.
 class CLOUDSTORAGE_API AzureSSBErrorMarshaller : public WSErrorMarshaller {
  public:
   Error marshall(const Http::Response& response, Http::Method method) const override;

@@ -10,7 +10,7 @@
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "CloudStorage/Util/Field.h"
 
-/// Requests and results of Azure's Blob service, version 2021-12-02 of its REST interface.
+/// Requests and results of Azure's Blob service, REST API version 2021-12-02.
 namespace CloudStorage::Client::AzureSSB {
 
 /// Base of the requests.
@@ -61,7 +61,8 @@ class CLOUDSTORAGE_API ListBlobRequest : public AzureSSBRequest {
 class CLOUDSTORAGE_API PutBlobRequest : public AzureSSBRequest {
  public:
   std::string container;
-  /// Must be the length of the body; what is sent is the body's own length.
+  /// Must be the length of the body. It is not sent itself: the request states the body's actual
+  /// length.
   Util::Field<std::int64_t> contentLength;
   Util::Field<std::string> blob;
   /// AzureSSBClient::BLOB_TYPE_BLOCK_BLOB.
@@ -76,7 +77,7 @@ class CLOUDSTORAGE_API PutBlobRequest : public AzureSSBRequest {
 
 struct Container {
   std::string_view name;
-  /// HTTP date as the service wrote it.
+  /// An HTTP date as the service sent it.
   std::string_view lastModified;
   std::string_view eTag;
 };
@@ -90,7 +91,7 @@ struct ListContainerResult {
   std::shared_ptr<const std::string> page{};
 };
 
-/// A container was created; nothing is read from the response.
+/// The result of a created container; nothing is read from the response.
 struct CreateContainerResult {};
 
 struct Blob {
@@ -98,7 +99,7 @@ struct Blob {
 };
 
 struct BlobPrefix {
-  /// With its delimiter at the end.
+  /// Includes the delimiter at the end.
   std::string_view name;
 };
 
@@ -113,7 +114,7 @@ struct ListBlobResult {
   std::shared_ptr<const std::string> page{};
 };
 
-/// A blob was stored; nothing is read from the response.
+/// The result of a stored blob; nothing is read from the response.
 struct PutBlobResult {};
 
 }  // namespace Model

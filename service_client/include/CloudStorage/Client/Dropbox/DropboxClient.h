@@ -9,10 +9,10 @@
 
 namespace CloudStorage::Client::Dropbox {
 
-/// Dropbox, API v2. Unlike the other drives' clients it has constructors of its own, as its tokens
-/// have a form of their own.
+/// Dropbox, API v2. Unlike the other drives' clients it has constructors of its own, because its
+/// tokens need their own token endpoint.
 ///
-/// An access token that a host sets may hold the refresh token as well, in the form
+/// An access token that a host sets may also contain the refresh token, in the form
 /// `<access token>|<refresh token>`.
 class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
  public:
@@ -24,12 +24,12 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
                 std::shared_ptr<Util::RateLimiter> writeRateLimiter, Config::ProxySetting proxy);
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                 ClientEnvironment environment);
-  /// `joinsTokens`: whether the access token that an authorization code is exchanged for has this
-  /// form, too. A build option decides for the other constructors.
+  /// `joinsTokens`: whether the access token that an authorization code is exchanged for also has
+  /// this form. The other constructors take the value of a build option.
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment,
                 bool joinsTokens);
 
-  /// All pages of a folder put together; for a continuation, the one page that follows its cursor.
+  /// All pages of a folder in one result; for a continuation, the one page that follows its cursor.
   virtual Util::Outcome<Model::ListFolderResult, Error> listFolder(
       const Model::ListFolderRequest& request) const;
   virtual Util::Outcome<Model::Metadata, Error> createFolder(

@@ -15,7 +15,7 @@
 
 namespace CloudStorage::Client::Dropbox::Model {
 
-/// What only files have.
+/// The metadata that only files have.
 struct FileMetadata {
   Util::IsoTime clientModified;
   Util::IsoTime serverModified;
@@ -32,14 +32,15 @@ struct Metadata {
   /// Empty if the service sent none of it.
   std::optional<FileMetadata> file;
   std::string_view pathLower;
-  /// The path to show and to use: in the user's spelling, or else in lower case.
+  /// The path for display and for requests: in the user's spelling if the service sent it,
+  /// otherwise in lower case.
   std::string_view path;
-  /// Holds the texts, which are views. Null in a list, which holds them itself.
+  /// Holds the texts, which are views. Null in a list, which holds a copy of them.
   std::shared_ptr<const void> page{};
 };
 
-/// Entries of a folder, which are read from front to back. They are packed into few bytes: a folder
-/// may have very many, and memory that is touched for the first time costs more than the packing.
+/// The entries of a folder, for sequential reading. They are stored in a compact encoding: a folder
+/// may have very many entries, and the first access to new memory costs more than the encoding.
 class EntryList {
  public:
   class ConstIterator;
@@ -64,7 +65,7 @@ class EntryList {
     ++block.entries;
   }
 
-  /// Adds the entries of `other`, none of which is copied.
+  /// Adds the entries of `other` without copying them.
   void append(EntryList other) {
     std::move(other.blocks_.begin(), other.blocks_.end(), std::back_inserter(blocks_));
   }
@@ -75,7 +76,7 @@ class EntryList {
     return entries;
   }
   bool empty() const { return blocks_.empty(); }
-  /// Texts of the entries last as long as the list.
+  /// The texts of the entries remain valid as long as the list exists.
   ConstIterator begin() const;
   ConstIterator end() const;
 
@@ -87,7 +88,7 @@ class EntryList {
     std::size_t entries = 0;
   };
 
-  // The flags in the first byte of an entry. What follows from them is left out of the rest.
+  // The flags in the first byte of an entry. Values that they imply are not stored.
   static constexpr unsigned kIsFolder = 1;
   static constexpr unsigned kIsFile = 2;
   static constexpr unsigned kNameEndsPath = 4;
@@ -120,7 +121,7 @@ class EntryList {
     return 1 + kMostNumbers * kLongestNumber + texts;
   }
 
-  // Seven bits a byte, the lowest first; the eighth says that more follow.
+  // Seven bits per byte, the lowest first; the eighth bit is set if more bytes follow.
   static char* packNumber(std::uint64_t number, char* to) {
     for (; number > 127; number >>= 7U) *to++ = static_cast<char>(number | 128U);
     *to++ = static_cast<char>(number);
@@ -154,7 +155,7 @@ class EntryList {
   std::vector<Block> blocks_;  // none of them empty
 };
 
-/// Holds one entry, unpacked, until it goes on to the next or ends.
+/// Holds the current entry, unpacked, until the iterator advances.
 class EntryList::ConstIterator {
  public:
   const Metadata& operator*() const { return entry_; }
@@ -217,7 +218,7 @@ class EntryList::ConstIterator {
   const Block* block_ = nullptr;
   const Block* end_;
   Metadata entry_;
-  const char* next_ = nullptr;  // behind the entry; null at the end
+  const char* next_ = nullptr;  // past the current entry; null at the end
 };
 
 inline EntryList::ConstIterator EntryList::begin() const {

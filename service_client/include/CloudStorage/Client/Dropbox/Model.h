@@ -25,11 +25,11 @@ class CLOUDSTORAGE_API DropboxRequest : public SerializableWSRequest {
 
 namespace Model {
 
-/// The entries of a folder. With a cursor: those that follow an earlier response, and no other
-/// parameter is sent.
+/// The entries of a folder. With a cursor, those that follow an earlier response; no other
+/// parameter is then sent.
 class CLOUDSTORAGE_API ListFolderRequest : public DropboxRequest {
  public:
-  /// Empty: the root.
+  /// Empty for the root folder.
   Util::Field<std::string> path;
   Util::Field<bool> recursive;
   Util::Field<bool> includeMediaInfo;
@@ -42,11 +42,11 @@ class CLOUDSTORAGE_API ListFolderRequest : public DropboxRequest {
   std::string serializePayload() const override;
 };
 
-/// Creates a folder, and its parents where they are missing.
+/// Creates a folder, and any missing parent folders.
 class CLOUDSTORAGE_API CreateFolderRequest : public DropboxRequest {
  public:
   Util::Field<std::string> path;
-  /// True: under another name if this one is taken.
+  /// If true, a folder whose name is taken gets another name.
   Util::Field<bool> autorename;
 
   std::string serializePayload() const override;
@@ -55,7 +55,7 @@ class CLOUDSTORAGE_API CreateFolderRequest : public DropboxRequest {
 struct ListFolderResult {
   /// In the service's order.
   EntryList entries;
-  /// Where a continuation would begin; there is one in every response.
+  /// Where a continuation begins; every response contains one.
   std::string cursor;
   bool hasMore = false;
 };

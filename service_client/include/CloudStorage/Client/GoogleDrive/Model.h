@@ -44,16 +44,16 @@ class CLOUDSTORAGE_API ListFileResourceRequest : public GoogleDriveRequest {
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
-/// Creates a file from its metadata alone, which is how folders are made.
+/// Creates a file from its metadata alone, which is how folders are created.
 class CLOUDSTORAGE_API UploadFileRequest : public GoogleDriveRequest {
  public:
-  /// How the content follows. Empty, and then not sent: there is none.
+  /// How the content is uploaded. Empty, and then not sent, if there is no content.
   Util::Field<std::string> uploadType;
   Util::Field<std::chrono::system_clock::time_point> createdTime;
   Util::Field<std::chrono::system_clock::time_point> modifiedTime;
   Util::Field<std::string> mimeType;
   Util::Field<std::string> name;
-  /// The id of the folder to create it in; the service takes one.
+  /// The id of the folder to create it in; the service accepts only one.
   Util::Field<std::string> parents;
 
   std::string serializePayload() const override;
@@ -71,7 +71,7 @@ struct FileResource {
   Util::IsoTime modifiedTime;
   std::string_view md5Checksum;
   std::vector<std::string_view> parents;
-  /// Holds the texts, which are views. Null in a list, which has one of its own.
+  /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
   std::shared_ptr<const void> page{};
 };
 
@@ -79,7 +79,7 @@ struct FileResource {
 struct ListFileResourceResult {
   /// Selects the next page; empty on the last one.
   std::string nextPageToken;
-  /// With id and name only.
+  /// Only id and name are set.
   std::vector<FileResource> files;
   /// Holds the texts of the files, which are views.
   std::shared_ptr<const void> page{};

@@ -10,7 +10,7 @@
 
 namespace CloudStorage::Client::OneDrive::Model {
 
-/// Where an item is. Here and below, members that the service did not send are empty or 0.
+/// The location of an item. Here and below, members that the service did not send are empty or 0.
 struct CLOUDSTORAGE_API ItemReference {
   std::string_view driveId;
   std::string_view id;
@@ -43,7 +43,7 @@ struct CLOUDSTORAGE_API FileFacet {
   std::string toString() const;
 };
 
-/// The times in the user's own file system.
+/// The times of an item in the user's own file system.
 struct CLOUDSTORAGE_API FileSystemInfo {
   Util::IsoTime createdDateTime;
   Util::IsoTime lastModifiedDateTime;
@@ -51,7 +51,7 @@ struct CLOUDSTORAGE_API FileSystemInfo {
   std::string toString() const;
 };
 
-/// A shared item in its owner's drive.
+/// A shared item as it is in its owner's drive.
 struct CLOUDSTORAGE_API RemoteItem {
   std::string_view id;
   std::int64_t size = 0;
@@ -64,9 +64,9 @@ struct CLOUDSTORAGE_API RemoteItem {
   std::string toString() const;
 };
 
-/// A file, a folder, or an item that another user shares. Facets that items of a listing rarely have
-/// are allocated apart, since a listing may hold very many items; null if the service did not send
-/// them.
+/// A file, a folder, or an item that another user shares. Facets that items of a listing rarely
+/// have are allocated separately, because a listing may hold very many items; they are null if the
+/// service did not send them.
 struct CLOUDSTORAGE_API DriveItem {
   std::string_view id;
   std::string_view name;
@@ -84,7 +84,7 @@ struct CLOUDSTORAGE_API DriveItem {
   bool isFolder = false;
   std::shared_ptr<const FileSystemInfo> fileSystemInfo{};
   std::shared_ptr<const RemoteItem> remoteItem{};
-  /// Holds the texts, which are views. Null in a list, which has one of its own.
+  /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
   std::shared_ptr<const void> page{};
 
   /// All members on one line, for logs.

@@ -44,25 +44,26 @@ class CLOUDSTORAGE_API GetDriveItemRequest : public OneDriveRequest {
 class CLOUDSTORAGE_API ListChildrenRequest : public OneDriveRequest {
  public:
   Util::Field<std::string> itemId;
-  Util::Field<int> pageSize{1000};  // the most that the service takes
-  /// The `nextToken` of the page before.
+  Util::Field<int> pageSize{1000};  // the service's maximum
+  /// The `nextToken` of the previous page.
   Util::Field<std::string> pageToken;
   /// In the service's filter language.
   Util::Field<std::string> filter;
   /// Absent: the user's own drive.
   Util::Field<std::string> driveId;
   /// True: if the service refuses the filter, the request is sent without it, and every response is
-  /// filtered here; for the filters "folder ne null" and "folder ne null or remoteItem ne null".
-  /// False: the refusal is final, and responses are not filtered.
+  /// filtered by the client. This applies to the filters "folder ne null" and
+  /// "folder ne null or remoteItem ne null". False: a refusal is final, and responses are not
+  /// filtered.
   bool filtersAnswers = true;
 
-  /// Whether `pageToken` is the page's whole address, which is then requested as it stands.
+  /// Whether `pageToken` is the page's whole address, which is then requested unchanged.
   bool namesItsPage() const;
   std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;
 };
 
-/// Creates a folder; not if the name is taken.
+/// Creates a folder; fails if the name is taken.
 class CLOUDSTORAGE_API CreateFolderRequest : public OneDriveRequest {
  public:
   Util::Field<std::string> parentItemId;
@@ -83,7 +84,7 @@ struct DriveMetadata {
 
 /// One page in the service's order. It may be short, even empty, and still not be the last.
 struct ListChildrenResult {
-  /// With id, name, root, folder and remoteItem only.
+  /// Only id, name, root, folder and remoteItem are set.
   std::vector<DriveItem> items;
   /// Selects the next page; empty on the last one.
   std::string nextToken;

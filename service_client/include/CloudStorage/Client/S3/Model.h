@@ -18,7 +18,7 @@ class CLOUDSTORAGE_API S3Request : public SerializableWSRequest {};
 
 namespace Model {
 
-/// The place of a new bucket. The numbers cross the C interface and never change.
+/// The location of a new bucket. The numbers cross the C interface and never change.
 enum class BucketLocationConstraint : std::int32_t {
   UsEast1 = 0,
   UsEast2 = 1,
@@ -36,7 +36,7 @@ enum class BucketLocationConstraint : std::int32_t {
   EuWest1 = 13,
   EuWest2 = 14,
   CaCentral1 = 15,
-  /// Wherever the session's own endpoint puts it.
+  /// The choice of the session's endpoint.
   Customized = 16,
 };
 
@@ -44,14 +44,14 @@ struct CreateBucketConfiguration {
   Util::Field<BucketLocationConstraint> locationConstraint;
 };
 
-/// Creates a bucket. The client decides from the location and its own endpoint where the request
-/// goes; the payload states the location alone.
+/// Creates a bucket. The client derives the request's address from the location and its own
+/// endpoint; the payload only states the location.
 class CLOUDSTORAGE_API CreateBucketRequest : public S3Request {
  public:
   std::string bucket;
   Util::Field<CreateBucketConfiguration> createBucketConfiguration;
 
-  /// The configuration document; empty for a location that is stated by the absence of one.
+  /// The configuration document; empty for a location that a request states by having no document.
   std::string serializePayload() const override;
   /// The content type of the document, if there is one.
   Http::HeaderValueCollection getRequestSpecificHeaders() const override;
@@ -64,7 +64,7 @@ class CLOUDSTORAGE_API ListObjectsV2Request : public S3Request {
   Util::Field<std::string> prefix;
   Util::Field<std::string> delimiter;
   Util::Field<std::string> continuationToken;
-  /// "url" makes the service percent-encode keys and prefixes; the result holds them decoded.
+  /// With "url" the service percent-encodes keys and prefixes; the result holds them decoded.
   Util::Field<std::string> encodingType;
   Util::Field<std::int64_t> maxKeys;
   Util::Field<std::string> startAfter;
@@ -77,14 +77,15 @@ class CLOUDSTORAGE_API ListObjectsV2Request : public S3Request {
 class CLOUDSTORAGE_API PutObjectRequest : public StreamingWSRequest {
  public:
   std::string bucket;
-  /// Must be the length of the body; what is sent is the body's own length.
+  /// Must be the length of the body. It is not sent itself: the request states the body's actual
+  /// length.
   Util::Field<std::int64_t> contentLength;
   Util::Field<std::string> key;
 };
 
 struct Bucket {
   std::string_view name;
-  /// ISO 8601 text as the service wrote it; empty if it sent none.
+  /// ISO 8601 text as the service sent it; empty if it sent none.
   std::string_view creationDate;
 };
 
@@ -95,10 +96,10 @@ struct ListBucketsResult {
   std::shared_ptr<const std::string> page{};
 };
 
-/// A bucket was created; nothing is read from the response.
+/// The result of a created bucket; nothing is read from the response.
 struct CreateBucketResult {};
 
-/// All texts as the service wrote them.
+/// All texts are as the service sent them.
 struct Object {
   std::string_view key;
   /// ISO 8601.
@@ -112,13 +113,13 @@ struct Object {
 /// One page, in the service's order.
 struct ListObjectsV2Result {
   std::vector<Object> objects;
-  /// Each with its delimiter at the end.
+  /// Each includes the delimiter at the end.
   std::vector<std::string_view> commonPrefixes;
   /// Holds the texts above, which are views.
   std::shared_ptr<const std::string> page{};
 };
 
-/// An object was stored; nothing is read from the response.
+/// The result of a stored object; nothing is read from the response.
 struct PutObjectResult {};
 
 }  // namespace Model

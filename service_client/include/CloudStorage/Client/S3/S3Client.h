@@ -13,10 +13,10 @@ namespace CloudStorage::Client::S3 {
 /// Amazon S3 and compatible stores.
 class CLOUDSTORAGE_API S3Client : public WSClient {
  public:
-  /// `endpoint` is `[http[s]://]host[:port][/base]`, without a scheme https; empty stands for
-  /// https://s3.amazonaws.com. `region` is what requests are signed for; if empty it is derived
-  /// from an endpoint that names its region, else it is the credential's. Does not throw and does
-  /// not connect: an unusable endpoint fails the first request.
+  /// `endpoint` has the form `[http[s]://]host[:port][/base]`. The default scheme is https, and an
+  /// empty endpoint means https://s3.amazonaws.com. Requests are signed for `region`; if it is
+  /// empty, for the region that the endpoint's host names, and otherwise for the credential's
+  /// region. Does not throw and does not connect: an unusable endpoint fails the first request.
   S3Client(const std::string& endpoint, const std::string& region,
            std::shared_ptr<Auth::AWSAuthCredential> credential,
            std::shared_ptr<RetryStrategy> retryStrategy,
@@ -32,7 +32,7 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
   virtual Util::Outcome<Model::ListBucketsResult, Error> listBuckets() const;
   virtual Util::Outcome<Model::CreateBucketResult, Error> createBucket(
       const Model::CreateBucketRequest& request) const;
-  /// One page. Finds the region of a bucket that is not in the session's, and remembers it.
+  /// One page. If the bucket is not in the session's region, finds its region and caches it.
   virtual Util::Outcome<Model::ListObjectsV2Result, Error> listObjectsV2(
       const Model::ListObjectsV2Request& request) const;
   virtual Util::Outcome<Model::PutObjectResult, Error> putObject(

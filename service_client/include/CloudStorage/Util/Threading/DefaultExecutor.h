@@ -4,8 +4,8 @@
 
 namespace CloudStorage::Util::Threading {
 
-/// Runs each task at once in the calling thread: every operation of the clients is synchronous,
-/// and a library loaded into somebody else's process does well to start no thread there.
+/// Runs each task immediately in the calling thread. All operations of the clients are synchronous,
+/// and a library should not start threads in its host's process.
 class CLOUDSTORAGE_API DefaultExecutor : public Executor {
  public:
   bool submit(std::function<void()> task) override;

@@ -12,8 +12,8 @@ class CLOUDSTORAGE_API Executor {
  public:
   virtual ~Executor() = default;
 
-  /// Runs `task` or arranges for it to be run. Returns false if the task was refused, in which
-  /// case it never runs.
+  /// Runs `task` or schedules it. Returns false if the task is rejected, in which case it never
+  /// runs.
   virtual bool submit(std::function<void()> task) = 0;
 };
 
