@@ -33,7 +33,7 @@ void checkDocument(std::string body) {
 
 // Texts are joined and replaced in place, so they must stay within the storage.
 void checkPage(std::string body) {
-  Xml::Page page(std::move(body));
+  Xml::Document page(std::move(body));
   const auto storage = page.storage();
   const auto isInside = [&](std::string_view text) {
     return text.empty() || (text.data() >= storage->data() &&

@@ -128,7 +128,7 @@ TEST_F(AmazonDriveListing, ReadsFolders) {
   EXPECT_EQ(folder.md5Checksum, "");
   EXPECT_EQ(folder.size, 0U);
   EXPECT_THAT(folder.parents, ElementsAre("rootid", "other"));
-  EXPECT_EQ(folder.page, nullptr);
+  EXPECT_EQ(folder.storage, nullptr);
 }
 
 TEST_F(AmazonDriveListing, ReadsFiles) {

@@ -189,7 +189,7 @@ constexpr FailedTransport kFailedTransports[] = {
 };
 
 Response failed(Kind kind, bool requestMayHaveRun) {
-  return TestSupport::failedResponse(kind, "CURLE_SOME_FAILURE", "what the transport\nsaid",
+  return TestSupport::failedResponse(kind, "CURLE_SOME_FAILURE", "what the transport\nmessage",
                                      requestMayHaveRun);
 }
 
@@ -199,7 +199,7 @@ TEST_P(TransportFailureOf, IsNamedByTheTransport) {
   const Error error =
       marshallError(failed(GetParam().kind, true), Method::Get, readNoMessage, kRows);
   EXPECT_EQ(error.exceptionName, "CURLE_SOME_FAILURE");
-  EXPECT_EQ(error.message, "what the transport said");
+  EXPECT_EQ(error.message, "what the transport message");
   EXPECT_EQ(error.httpResponseCode, 0);
   EXPECT_TRUE(error.responseHeaders.empty());
 }

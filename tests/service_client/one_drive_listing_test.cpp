@@ -376,7 +376,7 @@ TEST_F(OneDriveFilter, OtherFiltersAreNotOmitted) {
 
 TEST_F(OneDriveFilter, FilteringOfTheResponseCanBeSwitchedOff) {
   auto request = pageOf("root");
-  request.filtersAnswers = false;
+  request.filtersResponses = false;
   enqueue(response(200, kMixedPage));
   EXPECT_THAT(namesOf(list(request)), SizeIs(6));
   enqueue(response(400, graphError("notSupported")));

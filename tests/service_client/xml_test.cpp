@@ -255,8 +255,8 @@ TEST(XmlNames, GrandchildrenAreNoChildren) {
   EXPECT_FALSE(Xml::child(Parsed("<l><a><b/></a></l>").root(), "b"));
 }
 
-TEST(XmlPage, TextsLieInTheStorage) {
-  Xml::Page page("<a><b>one &amp; all</b></a>");
+TEST(XmlDocument, TextsLieInTheStorage) {
+  Xml::Document page("<a><b>one &amp; all</b></a>");
   ASSERT_TRUE(page.status().isSuccess());
   const std::string_view text = page.text(Xml::child(page.root(), "b"));
   EXPECT_EQ(text, "one & all");
@@ -264,47 +264,47 @@ TEST(XmlPage, TextsLieInTheStorage) {
   EXPECT_LE(text.data() + text.size(), page.storage()->data() + page.storage()->size());
 }
 
-TEST(XmlPage, TextsOutliveThePageInItsStorage) {
+TEST(XmlDocument, TextsOutliveThePageInItsStorage) {
   std::string_view text;
   std::shared_ptr<const std::string> storage;
   {
-    Xml::Page page("<a>kept</a>");
+    Xml::Document page("<a>kept</a>");
     text = page.text(page.root());
     storage = page.storage();
   }
   EXPECT_EQ(text, "kept");
 }
 
-TEST(XmlPage, PiecesOfATextAreJoined) {
-  Xml::Page page("<a>one<!-- c --> two<![CDATA[<three>]]>&amp;four<b>not</b></a>");
+TEST(XmlDocument, PiecesOfATextAreJoined) {
+  Xml::Document page("<a>one<!-- c --> two<![CDATA[<three>]]>&amp;four<b>not</b></a>");
   EXPECT_EQ(page.text(page.root()), "one two<three>&four");
-  Xml::Page onlyMarkup("<a><![CDATA[x]]><!-- c --><![CDATA[]]>y</a>");
+  Xml::Document onlyMarkup("<a><![CDATA[x]]><!-- c --><![CDATA[]]>y</a>");
   EXPECT_EQ(onlyMarkup.text(onlyMarkup.root()), "xy");
 }
 
-TEST(XmlPage, NothingHasAnEmptyText) {
-  Xml::Page page("<a><b/></a>");
+TEST(XmlDocument, NothingHasAnEmptyText) {
+  Xml::Document page("<a><b/></a>");
   EXPECT_EQ(page.text(Xml::child(page.root(), "b")), "");
   EXPECT_EQ(page.text(Xml::child(page.root(), "c")), "");
   EXPECT_EQ(page.text({}), "");
 }
 
-TEST(XmlPage, TextCanBeReplacedByOneThatIsNoLonger) {
-  Xml::Page page("<a><b>%41%42c</b><b>next</b></a>");
+TEST(XmlDocument, TextCanBeReplacedByOneThatIsNoLonger) {
+  Xml::Document page("<a><b>%41%42c</b><b>next</b></a>");
   const auto first = Xml::child(page.root(), "b");
   EXPECT_EQ(page.replace(page.text(first), "ABc"), "ABc");
   EXPECT_EQ(page.text(Xml::nextSibling(first, "b")), "next");
   EXPECT_EQ(page.replace(page.text(page.root()), ""), "");
 }
 
-TEST(XmlPage, TextThatIsNoXmlHasNoRoot) {
-  Xml::Page page("Please log in");
+TEST(XmlDocument, TextThatIsNoXmlHasNoRoot) {
+  Xml::Document page("Please log in");
   EXPECT_FALSE(page.status().isSuccess());
   EXPECT_FALSE(page.root());
 }
 
 TEST(XmlNames, ElementsWithAPrefixAreFound) {
-  Xml::Page page("<s:a xmlns:s='u'><s:b>1</s:b><s:c/><s:b>2</s:b></s:a>");
+  Xml::Document page("<s:a xmlns:s='u'><s:b>1</s:b><s:c/><s:b>2</s:b></s:a>");
   const auto first = Xml::child(page.root(), "b");
   EXPECT_EQ(page.text(first), "1");
   EXPECT_EQ(page.text(Xml::nextSibling(first, "b")), "2");

@@ -36,7 +36,7 @@ Pages::Responder page(std::vector<std::string> names, std::string nextMarker) {
   return [names = std::move(names), nextMarker = std::move(nextMarker)] {
     const PageTexts texts(names);
     ListContainerResult result;
-    result.page = texts.page();
+    result.storage = texts.page();
     for (const auto name : texts.views()) result.containers.push_back({name, "then", "tag"});
     result.nextMarker = nextMarker;
     return result;

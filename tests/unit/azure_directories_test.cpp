@@ -37,7 +37,7 @@ Pages::Responder page(std::vector<std::string> prefixes, std::string nextMarker)
   return [prefixes = std::move(prefixes), nextMarker = std::move(nextMarker)] {
     const PageTexts texts(prefixes);
     ListBlobResult result;
-    result.page = texts.page();
+    result.storage = texts.page();
     for (const auto name : texts.views()) result.blobPrefixes.push_back({name});
     result.blobs = {{"photos/"}, {"photos/a.jpg"}};  // the marker of the folder, and a file
     result.nextMarker = nextMarker;

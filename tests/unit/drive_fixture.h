@@ -152,7 +152,7 @@ class DriveFixtureOf : public DriveFixture {
     if (reply.error) return *reply.error;
     const PageTexts texts(textsOf(reply.folders));
     Item item = itemsOf(texts).at(0);
-    item.page = texts.page();
+    item.storage = texts.page();
     editItem(item);
     return {std::move(item)};
   }

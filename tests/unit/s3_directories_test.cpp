@@ -41,7 +41,7 @@ class S3ListDirectory : public UnitTests::S3Test {
           texts.insert(texts.end(), keys.begin(), keys.end());
           const PageTexts page(texts);
           ListObjectsV2Result result;
-          result.page = page.page();
+          result.storage = page.page();
           for (std::size_t i = 0; i < texts.size(); ++i) {
             if (i < prefixes.size()) result.commonPrefixes.push_back(page.views()[i]);
             if (i >= prefixes.size()) result.objects.push_back({page.views()[i], "", "", "0", ""});

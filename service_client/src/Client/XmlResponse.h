@@ -11,13 +11,13 @@
 
 namespace CloudStorage::Client {
 
-using XmlPage = std::unique_ptr<Util::Xml::Page>;
+using XmlDocument = std::unique_ptr<Util::Xml::Document>;
 
 /// The XML document in the body of a response, or the error for a body that is not XML.
-inline Util::Outcome<XmlPage, Error> readXml(std::string body) {
-  auto page = std::make_unique<Util::Xml::Page>(std::move(body));
-  if (!page->status().isSuccess()) return malformedResponse(page->status().toString());
-  return page;
+inline Util::Outcome<XmlDocument, Error> readXml(std::string body) {
+  auto document = std::make_unique<Util::Xml::Document>(std::move(body));
+  if (!document->status().isSuccess()) return malformedResponse(document->status().toString());
+  return document;
 }
 
 }  // namespace CloudStorage::Client

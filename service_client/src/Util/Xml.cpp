@@ -166,10 +166,10 @@ std::string text(pugi::xml_node element) {
   return pieces;
 }
 
-Page::Page(std::string body)
+Document::Document(std::string body)
     : body_(std::make_shared<std::string>(std::move(body))), status_(parse(*body_, document_)) {}
 
-std::string_view Page::text(pugi::xml_node element) {
+std::string_view Document::text(pugi::xml_node element) {
   std::string_view joined = element.value();
   auto piece = element.first_child();
   if (!piece) return joined;  // nearly always
@@ -188,7 +188,7 @@ std::string_view Page::text(pugi::xml_node element) {
   return joined;
 }
 
-std::string_view Page::replace(std::string_view text, const std::string& bytes) {
+std::string_view Document::replace(std::string_view text, const std::string& bytes) {
   if (bytes.empty()) return {};
   char* start = placeOf(text.data());
   std::copy(bytes.begin(), bytes.end(), start);

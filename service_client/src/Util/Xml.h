@@ -40,9 +40,9 @@ std::string text(pugi::xml_node element);
 
 /// A received document. The texts that are read from it are views into its storage; nothing is
 /// copied.
-class Page {
+class Document {
  public:
-  explicit Page(std::string body);
+  explicit Document(std::string body);
 
   /// The result of parse().
   const Status& status() const { return status_; }

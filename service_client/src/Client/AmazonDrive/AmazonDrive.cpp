@@ -153,7 +153,7 @@ Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& 
     }
   });
   if (!storage.isSuccess()) return storage.getError();
-  result.page = storage.getResult();
+  result.storage = storage.getResult();
   return result;
 }
 
@@ -202,7 +202,7 @@ Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response) {
       readJson(std::move(response), [&file](Json::Object object) { readNode(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
-  file.page = storage.getResult();
+  file.storage = storage.getResult();
   return file;
 }
 

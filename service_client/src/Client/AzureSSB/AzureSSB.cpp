@@ -194,30 +194,30 @@ AzureSSBClient::~AzureSSBClient() = default;
 
 namespace {
 
-Util::Outcome<XmlPage, Error> readEnumeration(Http::Response&& response) {
-  auto page = readXml(std::move(response.body));
-  if (page.isSuccess() && !Xml::isNamed(page.getResult()->root(), "EnumerationResults")) {
+Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response&& response) {
+  auto document = readXml(std::move(response.body));
+  if (document.isSuccess() && !Xml::isNamed(document.getResult()->root(), "EnumerationResults")) {
     return malformedResponse("The answer is no EnumerationResults");
   }
-  return page;
+  return document;
 }
 
 Util::Outcome<Model::ListContainerResult, Error> parseContainers(Http::Response&& response) {
   const auto enumeration = readEnumeration(std::move(response));
   if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Page& page = *enumeration.getResult();
+  Xml::Document& document = *enumeration.getResult();
 
   Model::ListContainerResult result;
-  const auto list = Xml::child(page.root(), "Containers");
+  const auto list = Xml::child(document.root(), "Containers");
   for (auto node = Xml::child(list, "Container"); node;
        node = Xml::nextSibling(node, "Container")) {
     const auto properties = Xml::child(node, "Properties");
-    result.containers.push_back({page.text(Xml::child(node, "Name")),
-                                 page.text(Xml::child(properties, "Last-Modified")),
-                                 page.text(Xml::child(properties, "Etag"))});
+    result.containers.push_back({document.text(Xml::child(node, "Name")),
+                                 document.text(Xml::child(properties, "Last-Modified")),
+                                 document.text(Xml::child(properties, "Etag"))});
   }
-  result.nextMarker = page.text(Xml::child(page.root(), "NextMarker"));
-  result.page = page.storage();
+  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
+  result.storage = document.storage();
   return result;
 }
 
@@ -260,21 +260,21 @@ namespace {
 
 // Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
 // In any other name a percent sign is literal.
-std::string_view nameOf(Xml::Page& page, pugi::xml_node entry) {
+std::string_view nameOf(Xml::Document& document, pugi::xml_node entry) {
   const auto name = Xml::child(entry, "Name");
-  const std::string_view text = page.text(name);
-  return name.attribute("Encoded").as_bool() ? page.replace(text, Http::uriDecode(text)) : text;
+  const std::string_view text = document.text(name);
+  return name.attribute("Encoded").as_bool() ? document.replace(text, Http::uriDecode(text)) : text;
 }
 
 Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response) {
   const auto enumeration = readEnumeration(std::move(response));
   if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Page& page = *enumeration.getResult();
+  Xml::Document& document = *enumeration.getResult();
 
   Model::ListBlobResult result;
-  for (const auto& node : Xml::child(page.root(), "Blobs").children()) {
-    if (Xml::isNamed(node, "BlobPrefix")) result.blobPrefixes.push_back({nameOf(page, node)});
-    if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(page, node)});
+  for (const auto& node : Xml::child(document.root(), "Blobs").children()) {
+    if (Xml::isNamed(node, "BlobPrefix")) result.blobPrefixes.push_back({nameOf(document, node)});
+    if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(document, node)});
   }
   for (const auto& prefix : result.blobPrefixes) {
     // As a C string it would be truncated and denote another folder.
@@ -282,8 +282,8 @@ Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response
       return malformedResponse("A prefix in the answer holds a byte of value 0");
     }
   }
-  result.nextMarker = page.text(Xml::child(page.root(), "NextMarker"));
-  result.page = page.storage();
+  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
+  result.storage = document.storage();
   return result;
 }
 

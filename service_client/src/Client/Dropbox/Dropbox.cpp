@@ -269,7 +269,7 @@ Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response) {
     return malformedResponse("The answer names no folder");
   }
   folder.tag = kFolder;  // the service omits it, because only a folder can have been created
-  folder.page = storage.getResult();
+  folder.storage = storage.getResult();
   return folder;
 }
 

@@ -79,7 +79,7 @@ Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response) {
       readJson(std::move(response), [&file](Json::Object object) { readFile(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
-  file.page = storage.getResult();
+  file.storage = storage.getResult();
   return file;
 }
 
@@ -120,7 +120,7 @@ Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response
     }
   });
   if (!storage.isSuccess()) return storage.getError();
-  result.page = storage.getResult();
+  result.storage = storage.getResult();
   return result;
 }
 

@@ -113,7 +113,7 @@ Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response) {
       readJson(std::move(response), [&item](Json::Object object) { readItem(object, item); });
   if (!storage.isSuccess()) return storage.getError();
   if (item.id.empty()) return malformedResponse("The answer has no id");
-  item.page = storage.getResult();
+  item.storage = storage.getResult();
   return item;
 }
 
@@ -155,7 +155,7 @@ Children parseItems(Http::Response&& response, IsWanted isWanted) {
     }
   });
   if (!storage.isSuccess()) return storage.getError();
-  result.page = storage.getResult();
+  result.storage = storage.getResult();
   return result;
 }
 
@@ -189,7 +189,7 @@ constexpr KnownFilter kKnownFilters[] = {
 // Filters are not guaranteed for listings of children: some drives refuse them, and some return
 // files regardless.
 ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
-  if (!request.filter.isPresent() || !request.filtersAnswers) return parseChildren;
+  if (!request.filter.isPresent() || !request.filtersResponses) return parseChildren;
   const auto* known = std::find_if(
       std::begin(kKnownFilters), std::end(kKnownFilters),
       [&request](const KnownFilter& filter) { return filter.text == request.filter.value(); });

@@ -163,11 +163,11 @@ Error errorIn(pugi::xml_node root, const Http::Response& response) {
       {Xml::text(Xml::child(root, "Code")), Xml::text(Xml::child(root, "Message"))}, kRows);
 }
 
-Util::Outcome<XmlPage, Error> readListing(Http::Response&& response, const char* rootName) {
-  auto page = readXml(std::move(response.body));
-  if (!page.isSuccess()) return page;
-  const auto root = page.getResult()->root();
-  if (Xml::isNamed(root, rootName)) return page;
+Util::Outcome<XmlDocument, Error> readListing(Http::Response&& response, const char* rootName) {
+  auto document = readXml(std::move(response.body));
+  if (!document.isSuccess()) return document;
+  const auto root = document.getResult()->root();
+  if (Xml::isNamed(root, rootName)) return document;
   if (isError(root)) return errorIn(root, response);
   return malformedResponse(std::string("The answer is no ") + rootName);
 }
@@ -177,9 +177,9 @@ Util::Outcome<XmlPage, Error> readListing(Http::Response&& response, const char*
 template <typename Result>
 Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
   if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
-  const auto page = readXml(std::move(response.body));
-  if (!page.isSuccess()) return page.getError();
-  const auto root = page.getResult()->root();
+  const auto document = readXml(std::move(response.body));
+  if (!document.isSuccess()) return document.getError();
+  const auto root = document.getResult()->root();
   if (Xml::isNamed(root, "html")) return malformedResponse("The answer is a page");
   if (isError(root)) return errorIn(root, response);
   return Result();
@@ -210,19 +210,19 @@ Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& res
   const std::size_t size = response.body.size();
   const auto listing = readListing(std::move(response), "ListAllMyBucketsResult");
   if (!listing.isSuccess()) return listing.getError();
-  Xml::Page& page = *listing.getResult();
+  Xml::Document& document = *listing.getResult();
 
   Model::ListBucketsResult result;
   result.buckets.reserve(std::min(size / kUsualBucketLength, kMostBuckets));
-  const auto list = Xml::child(page.root(), "Buckets");
+  const auto list = Xml::child(document.root(), "Buckets");
   for (auto node = Xml::child(list, "Bucket"); node; node = Xml::nextSibling(node, "Bucket")) {
     result.buckets.push_back(
-        {page.text(Xml::child(node, "Name")), page.text(Xml::child(node, "CreationDate"))});
+        {document.text(Xml::child(node, "Name")), document.text(Xml::child(node, "CreationDate"))});
     if (result.buckets.back().name.empty()) {
       return malformedResponse("A bucket in the answer has no name");
     }
   }
-  result.page = page.storage();
+  result.storage = document.storage();
   return result;
 }
 
@@ -284,56 +284,57 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
 namespace {
 
 // With `encoding-type=url` a plus sign is a space.
-std::string_view decodeKey(Xml::Page& page, std::string_view text) {
+std::string_view decodeKey(Xml::Document& document, std::string_view text) {
   std::string encoded(text);
   std::replace(encoded.begin(), encoded.end(), '+', ' ');
-  return page.replace(text, Http::uriDecode(encoded));
+  return document.replace(text, Http::uriDecode(encoded));
 }
 
 bool hasNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
-Model::Object readObject(Xml::Page& page, pugi::xml_node node) {
-  return {page.text(Xml::child(node, "Key")), page.text(Xml::child(node, "LastModified")),
-          page.text(Xml::child(node, "ETag")), page.text(Xml::child(node, "Size")),
-          page.text(Xml::child(node, "StorageClass"))};
+Model::Object readObject(Xml::Document& document, pugi::xml_node node) {
+  return {document.text(Xml::child(node, "Key")), document.text(Xml::child(node, "LastModified")),
+          document.text(Xml::child(node, "ETag")), document.text(Xml::child(node, "Size")),
+          document.text(Xml::child(node, "StorageClass"))};
 }
 
-void readPrefixes(Xml::Page& page, pugi::xml_node group, Model::ListObjectsV2Result& result) {
+void readPrefixes(Xml::Document& document, pugi::xml_node group,
+                  Model::ListObjectsV2Result& result) {
   for (auto node = group.first_child(); node; node = node.next_sibling()) {
-    if (Xml::isNamed(node, "Prefix")) result.commonPrefixes.push_back(page.text(node));
+    if (Xml::isNamed(node, "Prefix")) result.commonPrefixes.push_back(document.text(node));
   }
 }
 
-void decodeKeys(Xml::Page& page, Model::ListObjectsV2Result& result) {
-  for (auto& object : result.objects) object.key = decodeKey(page, object.key);
-  for (auto& prefix : result.commonPrefixes) prefix = decodeKey(page, prefix);
+void decodeKeys(Xml::Document& document, Model::ListObjectsV2Result& result) {
+  for (auto& object : result.objects) object.key = decodeKey(document, object.key);
+  for (auto& prefix : result.commonPrefixes) prefix = decodeKey(document, prefix);
 }
 
 Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& response) {
   const auto listing = readListing(std::move(response), "ListBucketResult");
   if (!listing.isSuccess()) return listing.getError();
-  Xml::Page& page = *listing.getResult();
+  Xml::Document& document = *listing.getResult();
 
   Model::ListObjectsV2Result result;
   // Stores that do not support the parameter neither encode keys nor send this element. It is found
   // in the same pass, because a separate search among a thousand siblings is expensive.
   bool isEncoded = false;
-  for (auto node = page.root().first_child(); node; node = node.next_sibling()) {
+  for (auto node = document.root().first_child(); node; node = node.next_sibling()) {
     if (Xml::isNamed(node, "CommonPrefixes")) {
-      readPrefixes(page, node, result);
+      readPrefixes(document, node, result);
     } else if (Xml::isNamed(node, "Contents")) {
-      result.objects.push_back(readObject(page, node));
+      result.objects.push_back(readObject(document, node));
     } else if (Xml::isNamed(node, "EncodingType")) {
-      isEncoded = page.text(node) == "url";
+      isEncoded = document.text(node) == "url";
     }
   }
-  if (isEncoded) decodeKeys(page, result);
+  if (isEncoded) decodeKeys(document, result);
   // As a C string such a prefix would be truncated and denote another folder.
   if (isEncoded &&
       std::any_of(result.commonPrefixes.begin(), result.commonPrefixes.end(), hasNul)) {
     return malformedResponse("A prefix in the answer holds a byte of value 0");
   }
-  result.page = page.storage();
+  result.storage = document.storage();
   return result;
 }
 

@@ -82,7 +82,7 @@ struct CLOUDSTORAGE_API FileResource {
   std::uint64_t size = 0;
   std::vector<std::string_view> parents;
   /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 
   /// All members on one line, for logs.
   std::string toString() const;
@@ -94,7 +94,7 @@ struct ListFileResourceResult {
   /// Selects the next page; empty on the last one.
   std::string nextToken;
   /// Holds the texts of the nodes, which are views.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 };
 
 }  // namespace Model

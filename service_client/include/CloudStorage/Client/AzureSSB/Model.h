@@ -88,7 +88,7 @@ struct ListContainerResult {
   /// Selects the next page; empty on the last one.
   std::string nextMarker;
   /// Holds the texts of the containers, which are views.
-  std::shared_ptr<const std::string> page{};
+  std::shared_ptr<const std::string> storage{};
 };
 
 /// The result of a created container; nothing is read from the response.
@@ -111,7 +111,7 @@ struct ListBlobResult {
   std::vector<Blob> blobs;
   std::vector<BlobPrefix> blobPrefixes;
   /// Holds the names, which are views.
-  std::shared_ptr<const std::string> page{};
+  std::shared_ptr<const std::string> storage{};
 };
 
 /// The result of a stored blob; nothing is read from the response.

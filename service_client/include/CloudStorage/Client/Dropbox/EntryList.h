@@ -36,7 +36,7 @@ struct Metadata {
   /// otherwise in lower case.
   std::string_view path;
   /// Holds the texts, which are views. Null in a list, which holds a copy of them.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 };
 
 /// The entries of a folder, for sequential reading. They are stored in a compact encoding: a folder

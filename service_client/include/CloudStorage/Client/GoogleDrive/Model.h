@@ -72,7 +72,7 @@ struct FileResource {
   std::string_view md5Checksum;
   std::vector<std::string_view> parents;
   /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 };
 
 /// One page in the service's order. It may be short, even empty, and still not be the last.
@@ -82,7 +82,7 @@ struct ListFileResourceResult {
   /// Only id and name are set.
   std::vector<FileResource> files;
   /// Holds the texts of the files, which are views.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 };
 
 }  // namespace Model

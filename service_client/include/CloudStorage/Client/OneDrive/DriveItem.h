@@ -85,7 +85,7 @@ struct CLOUDSTORAGE_API DriveItem {
   std::shared_ptr<const FileSystemInfo> fileSystemInfo{};
   std::shared_ptr<const RemoteItem> remoteItem{};
   /// Holds the texts, which are views. Null in a list, where the list's own storage holds them.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 
   /// All members on one line, for logs.
   std::string toString() const;

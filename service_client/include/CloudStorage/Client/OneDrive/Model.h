@@ -55,7 +55,7 @@ class CLOUDSTORAGE_API ListChildrenRequest : public OneDriveRequest {
   /// filtered by the client. This applies to the filters "folder ne null" and
   /// "folder ne null or remoteItem ne null". False: a refusal is final, and responses are not
   /// filtered.
-  bool filtersAnswers = true;
+  bool filtersResponses = true;
 
   /// Whether `pageToken` is the page's whole address, which is then requested unchanged.
   bool namesItsPage() const;
@@ -89,7 +89,7 @@ struct ListChildrenResult {
   /// Selects the next page; empty on the last one.
   std::string nextToken;
   /// Holds the texts of the items, which are views.
-  std::shared_ptr<const void> page{};
+  std::shared_ptr<const void> storage{};
 };
 
 }  // namespace Model

@@ -93,7 +93,7 @@ struct Bucket {
 struct ListBucketsResult {
   std::vector<Bucket> buckets;
   /// Holds the texts of the buckets, which are views.
-  std::shared_ptr<const std::string> page{};
+  std::shared_ptr<const std::string> storage{};
 };
 
 /// The result of a created bucket; nothing is read from the response.
@@ -116,7 +116,7 @@ struct ListObjectsV2Result {
   /// Each includes the delimiter at the end.
   std::vector<std::string_view> commonPrefixes;
   /// Holds the texts above, which are views.
-  std::shared_ptr<const std::string> page{};
+  std::shared_ptr<const std::string> storage{};
 };
 
 /// The result of a stored object; nothing is read from the response.
