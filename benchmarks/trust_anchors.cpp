@@ -19,11 +19,10 @@ Cost applyToNewContexts(TrustAnchors& anchors, int contexts) {
   Cost total;
   for (int i = 0; i < contexts; ++i) {
     const TlsContext context(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free);
-    std::string error;
     const benchmarks::Stopwatch stopwatch;
-    const bool applied = anchors.applyTo(context.get(), error);
+    const auto status = anchors.applyTo(context.get());
     const Cost cost = stopwatch.elapsed();
-    if (!applied) throw std::runtime_error(error);
+    if (!status.isSuccess()) throw std::runtime_error(status.toString());
     total = {total.cpu + cost.cpu, total.wall + cost.wall};
   }
   return total / contexts;

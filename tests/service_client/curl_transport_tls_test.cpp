@@ -181,9 +181,8 @@ TEST(TrustAnchors, SourcesComeFromTheEnvironment) {
 TEST(TrustAnchors, DefaultSourcesCanBeLoaded) {
   TrustAnchors anchors({});
   const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
-  std::string error;
-  EXPECT_TRUE(anchors.applyTo(context.get(), error)) << error;
-  EXPECT_EQ(error, "");
+  const auto status = anchors.applyTo(context.get());
+  EXPECT_TRUE(status.isSuccess()) << status.toString();
   EXPECT_EQ(anchors.loadCount(), 1);
 }
 

@@ -121,8 +121,10 @@ class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture
   Outcome<Nothing, Error> call() const {
     BearerPolicy policy(this->credential);
     return Client::ServiceCall(this->makeParts(), environment)
-        .send(Http::Method::Get, Http::URI::parse("https://drive.example.test/x").value(),
-              EmptyRequest(), policy, parseNothing);
+        .send(
+            Http::Method::Get,
+            [] { return Http::URI::parse("https://drive.example.test/x").value(); }, EmptyRequest(),
+            policy, parseNothing);
   }
 
   std::shared_ptr<DriveService> service = std::make_shared<DriveService>();

@@ -218,9 +218,9 @@ std::string wrongRegion(const std::string& expected) {
   return s3Error("AuthorizationHeaderMalformed", "<Region>" + expected + "</Region>");
 }
 
-using S3RegionCorrection = S3ClientTest;
+using S3RegionRecovery = S3ClientTest;
 
-TEST_F(S3RegionCorrection, SignsAgainAtOnceAndStoresTheRegion) {
+TEST_F(S3RegionRecovery, SignsAgainAtOnceAndStoresTheRegion) {
   enqueue(response(400, wrongRegion("eu-central-1")));
   enqueue(response(200, kEmptyList));
   enqueue(response(200, kEmptyList));
@@ -233,7 +233,7 @@ TEST_F(S3RegionCorrection, SignsAgainAtOnceAndStoresTheRegion) {
   EXPECT_THAT(strategy->calls(), IsEmpty());
 }
 
-TEST_F(S3RegionCorrection, HappensOnceACall) {
+TEST_F(S3RegionRecovery, HappensOnceACall) {
   enqueue(response(400, wrongRegion("eu-central-1")));
   enqueue(response(400, wrongRegion("eu-west-1")));
   const auto outcome = list();
@@ -243,7 +243,7 @@ TEST_F(S3RegionCorrection, HappensOnceACall) {
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(400, 0)));
 }
 
-TEST_F(S3RegionCorrection, HappensOnceACallOverAllAttempts) {
+TEST_F(S3RegionRecovery, HappensOnceACallOverAllAttempts) {
   enqueue(response(400, wrongRegion("eu-central-1")));
   enqueue(response(503));
   enqueue(response(400, wrongRegion("us-east-1")));
@@ -251,7 +251,7 @@ TEST_F(S3RegionCorrection, HappensOnceACallOverAllAttempts) {
   EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1"));
 }
 
-TEST_F(S3RegionCorrection, StoresTheRegionOfALaterCorrection) {
+TEST_F(S3RegionRecovery, StoresTheRegionOfALaterRecovery) {
   enqueue(response(400, wrongRegion("eu-central-1")));
   enqueue(response(200, kEmptyList));
   enqueue(response(400, wrongRegion("eu-west-1")));
@@ -262,7 +262,7 @@ TEST_F(S3RegionCorrection, StoresTheRegionOfALaterCorrection) {
   EXPECT_THAT(regions(), ElementsAre("us-east-1", "eu-central-1", "eu-central-1", "eu-west-1"));
 }
 
-TEST_F(S3RegionCorrection, RefusesWhatIsNoOtherRegion) {
+TEST_F(S3RegionRecovery, RefusesWhatIsNoOtherRegion) {
   for (const char* region :
        {"", "us-east-1", "EU", "eu_west", "a/b", "evil.test", "eu\nwest", " eu-west-1"}) {
     enqueue(response(400, wrongRegion(region)));
@@ -272,7 +272,7 @@ TEST_F(S3RegionCorrection, RefusesWhatIsNoOtherRegion) {
   EXPECT_THAT(regions(), ::testing::Each("us-east-1"));
 }
 
-TEST_F(S3RegionCorrection, RequiresStatusCodeAndRegion) {
+TEST_F(S3RegionRecovery, RequiresStatusCodeAndRegion) {
   const Http::HeaderValueCollection region = {{"x-amz-bucket-region", "eu-west-1"}};
   enqueue(response(301, s3Error("PermanentRedirect", "<Region>eu-west-1</Region>"), region));
   enqueue(response(400, s3Error("InvalidRequest", "<Region>eu-west-1</Region>"), region));
@@ -282,9 +282,9 @@ TEST_F(S3RegionCorrection, RequiresStatusCodeAndRegion) {
   EXPECT_THAT(regions(), ElementsAre("us-east-1", "us-east-1", "us-east-1", "us-east-1"));
 }
 
-using S3ClockCorrection = S3ClientTest;
+using S3ClockRecovery = S3ClientTest;
 
-TEST_F(S3ClockCorrection, UsesTheServicesTimeAndStoresTheDifference) {
+TEST_F(S3ClockRecovery, UsesTheServicesTimeAndStoresTheDifference) {
   enqueue(response(
       403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-03-01T00:00:15.500Z</ServerTime>")));
   enqueue(response(503));
@@ -298,7 +298,7 @@ TEST_F(S3ClockCorrection, UsesTheServicesTimeAndStoresTheDifference) {
   EXPECT_THAT(delays(), ElementsAre(1000)) << "for the 503 alone";
 }
 
-TEST_F(S3ClockCorrection, UsesTheDateHeaderIfTheErrorHasNoUsableTime) {
+TEST_F(S3ClockRecovery, UsesTheDateHeaderIfTheErrorHasNoUsableTime) {
   const Http::HeaderValueCollection date = {{"date", "Thu, 29 Feb 2024 07:00:00 GMT"}};
   enqueue(response(403, s3Error("RequestTimeTooSkewed"), date));
   enqueue(response(200, kEmptyList));
@@ -310,7 +310,7 @@ TEST_F(S3ClockCorrection, UsesTheDateHeaderIfTheErrorHasNoUsableTime) {
                                    "20240229T070000Z"));
 }
 
-TEST_F(S3ClockCorrection, HappensOnceACall) {
+TEST_F(S3ClockRecovery, HappensOnceACall) {
   for (const char* time : {"2024-02-29T09:00:00Z", "2024-02-29T10:00:00Z"}) {
     enqueue(response(403, s3Error("RequestTimeTooSkewed",
                                   "<ServerTime>" + std::string(time) + "</ServerTime>")));
@@ -319,7 +319,7 @@ TEST_F(S3ClockCorrection, HappensOnceACall) {
   EXPECT_THAT(times(), ElementsAre("20240229T083015Z", "20240229T090000Z"));
 }
 
-TEST_F(S3ClockCorrection, RequiresATimeInTheRangeOfTheClock) {
+TEST_F(S3ClockRecovery, RequiresATimeInTheRangeOfTheClock) {
   enqueue(response(403, s3Error("RequestTimeTooSkewed")));
   enqueue(response(
       403, s3Error("RequestTimeTooSkewed", "<ServerTime>9999-12-31T23:59:59Z</ServerTime>")));
@@ -328,7 +328,7 @@ TEST_F(S3ClockCorrection, RequiresATimeInTheRangeOfTheClock) {
   EXPECT_THAT(requests(), SizeIs(2));
 }
 
-TEST_F(S3ClockCorrection, MayOccurBesideTheRegionsInOneAttempt) {
+TEST_F(S3ClockRecovery, MayOccurBesideTheRegionsInOneAttempt) {
   enqueue(response(
       403, s3Error("RequestTimeTooSkewed", "<ServerTime>2024-02-29T09:00:00Z</ServerTime>")));
   enqueue(response(400, wrongRegion("eu-west-1")));

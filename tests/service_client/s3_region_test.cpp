@@ -72,7 +72,7 @@ class S3BucketTest : public ::testing::Test, protected TestSupport::S3Fixture {
   }
 };
 
-/// An answer that tells where a bucket is.
+/// A response that states the region of a bucket.
 struct Hint {
   const char* name;
   int status;
@@ -130,12 +130,12 @@ TEST_P(S3RegionHint, OtherStoresAreOnlySignedForItAnew) {
   EXPECT_EQ(requests().at(1).method, Http::Method::Put);
 }
 
-INSTANTIATE_TEST_SUITE_P(Answers, S3RegionHint, ::testing::ValuesIn(kHints),
+INSTANTIATE_TEST_SUITE_P(Responses, S3RegionHint, ::testing::ValuesIn(kHints),
                          [](const auto& test) { return std::string(test.param.name); });
 
 using S3BucketRegion = S3BucketTest;
 
-TEST_F(S3BucketRegion, IsAskedForIfTheAnswerDoesNotNameIt) {
+TEST_F(S3BucketRegion, IsRequestedIfTheResponseDoesNotStateIt) {
   enqueue(response(301, s3Error("PermanentRedirect", "<Endpoint>elsewhere.test</Endpoint>")));
   enqueue(response(403, "", bucketIn("eu-central-1")));
   enqueue(response(200));

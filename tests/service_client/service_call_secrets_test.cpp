@@ -51,8 +51,9 @@ Error errorWith(const std::string& header, const std::string& secret) {
   GivenHeader policy(header);
   const ServiceCall call(parts, fixture.environment());
   return call
-      .send(Http::Method::Get, Http::URI::parse("https://host/").value(), EmptyRequest(), policy,
-            parseNothing)
+      .send(
+          Http::Method::Get, [] { return Http::URI::parse("https://host/").value(); },
+          EmptyRequest(), policy, parseNothing)
       .getError();
 }
 

@@ -120,8 +120,9 @@ class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFi
     parts.readRateLimiter = readLimiter;
     parts.writeRateLimiter = writeLimiter;
     const ServiceCall call(parts, environment());
-    return call.send(method, Http::URI::parse("https://host/path").value(), model, policy,
-                     parseLines);
+    return call.send(
+        method, [] { return Http::URI::parse("https://host/path").value(); }, model, policy,
+        parseLines);
   }
 
   std::vector<std::string> headersSent(const std::string& name) const {
@@ -167,7 +168,7 @@ TEST_F(ServiceCallLoop, SucceedsOnTheThirdSend) {
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(503, 1)));
 }
 
-TEST_F(ServiceCallLoop, StrategyHearsOfNoSuccess) {
+TEST_F(ServiceCallLoop, StrategyIsNotCalledForASuccess) {
   for (int code : {200, 201, 204, 299}) {
     enqueue(response(code));
     EXPECT_TRUE(send().isSuccess()) << code;
@@ -210,7 +211,7 @@ TEST_F(ServiceCallLoop, FailureOverridesAStatusOfSuccess) {
   EXPECT_FALSE(send().isSuccess());
 }
 
-TEST_F(ServiceCallLoop, AnswerThatIsRefusedCarriesItsStatusAndHeaders) {
+TEST_F(ServiceCallLoop, ErrorOfAParserHasStatusAndHeaders) {
   enqueue(response(203, "one\n!\n", {{"x-amz-request-id", "7"}}));
   const auto outcome = send();
   ASSERT_FALSE(outcome.isSuccess());
@@ -221,7 +222,7 @@ TEST_F(ServiceCallLoop, AnswerThatIsRefusedCarriesItsStatusAndHeaders) {
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(203, 0)));
 }
 
-TEST_F(ServiceCallLoop, NothingOfARefusedAnswerIsInTheResult) {
+TEST_F(ServiceCallLoop, NothingOfARefusedResponseIsInTheResult) {
   strategy = std::make_shared<RecordingStrategy>(std::make_shared<StubbornStrategy>());
   enqueue(response(200, "one\ntwo\n!\n"));
   enqueue(response(200, "one\ntwo\nthree\n"));
@@ -292,7 +293,7 @@ TEST_F(ServiceCallRequest, BodyIsReadFromItsBeginningWhateverWasReadBefore) {
   EXPECT_THAT(requests(), Each(Field(&Http::Request::body, "the whole body")));
 }
 
-TEST_F(ServiceCallRequest, HasADigestOfItsBodyIfAskedFor) {
+TEST_F(ServiceCallRequest, HasADigestOfItsBodyIfRequired) {
   model.withMd5 = true;
   enqueue(response(200));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
@@ -345,7 +346,7 @@ TEST_F(ServiceCallRedirect, HappensThreeTimesAtMost) {
   EXPECT_THAT(requests(), SizeIs(4));
 }
 
-TEST_F(ServiceCallRedirect, LocationOfOtherAnswersLeadsNowhere) {
+TEST_F(ServiceCallRedirect, LocationOfOtherResponsesIsIgnored) {
   enqueue(response(503, "", {{"location", "https://other/"}}));
   enqueue(response(201, "", {{"location", "https://other/"}}));
   EXPECT_TRUE(send().isSuccess());
@@ -401,7 +402,7 @@ class NotingLimiter : public RateLimiter {
   std::string name_;
 };
 
-TEST_F(ServiceCallTest, LimitersAreAskedBeforeSendingAndAfterReceiving) {
+TEST_F(ServiceCallTest, LimitersAreCalledBeforeSendingAndAfterReceiving) {
   std::vector<std::string> notes;
   readLimiter = std::make_shared<NotingLimiter>(notes, "read");
   writeLimiter = std::make_shared<NotingLimiter>(notes, "write");
@@ -488,8 +489,9 @@ TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {
   const auto difference = call.now() - std::chrono::system_clock::now();
   EXPECT_LT(std::chrono::abs(difference), std::chrono::hours(1));
   RecordingPolicy policy;
-  EXPECT_TRUE(call.send(Http::Method::Get, Http::URI::parse("https://host/").value(), Model(),
-                        policy, parseLines)
+  EXPECT_TRUE(call.send(
+                      Http::Method::Get, [] { return Http::URI::parse("https://host/").value(); },
+                      Model(), policy, parseLines)
                   .isSuccess());
 }
 

@@ -17,12 +17,12 @@ TEST(OneLine, TextWithoutBreaksIsUnchanged) {
   EXPECT_EQ(oneLine("The bucket  \"a\" does not exist."), "The bucket  \"a\" does not exist.");
 }
 
-TEST(OneLine, RunOfBreaksAndTabsBecomesOneBlank) {
+TEST(OneLine, RunOfBreaksAndTabsBecomesOneSpace) {
   EXPECT_EQ(oneLine("one\r\n\t\ntwo"), "one two");
   EXPECT_EQ(oneLine("one\ttwo\nthree\rfour"), "one two three four");
 }
 
-TEST(OneLine, BlanksBesideABreakAreKept) { EXPECT_EQ(oneLine("one \n two"), "one   two"); }
+TEST(OneLine, SpacesBesideABreakAreKept) { EXPECT_EQ(oneLine("one \n two"), "one   two"); }
 
 TEST(OneLine, UnicodeLineBreaksAreBreaks) {
   EXPECT_EQ(oneLine("a\u2028b\u2029c\u0085d\ve\ff"), "a b c d e f");
@@ -30,7 +30,7 @@ TEST(OneLine, UnicodeLineBreaksAreBreaks) {
 
 TEST(OneLine, EndsAreTrimmed) { EXPECT_EQ(oneLine(" \r\n one\t \n"), "one"); }
 
-TEST(OneLine, TextOfBlanksIsEmpty) { EXPECT_EQ(oneLine(" \r\n\t "), ""); }
+TEST(OneLine, TextOfSpacesIsEmpty) { EXPECT_EQ(oneLine(" \r\n\t "), ""); }
 
 TEST(OneLine, ControlCharactersBecomeQuestionMarks) {
   EXPECT_EQ(oneLine("a\0b\x1b[31mc\x7f\bd"s), "a?b?[31mc??d");
@@ -57,11 +57,11 @@ TEST(OneLine, CutNeverSplitsACharacter) {
 
 TEST(OneLine, NothingFollowsACharacterThatDidNotFit) { EXPECT_EQ(oneLine("ab\u00e9c", 3), "ab"); }
 
-TEST(OneLine, BlankBeforeTheCutIsTrimmed) {
+TEST(OneLine, SpaceBeforeTheCutIsTrimmed) {
   EXPECT_EQ(oneLine(std::string(1023, 'x') + " y"), std::string(1023, 'x'));
 }
 
-TEST(OneLine, LeadingBlanksDoNotCountTowardsTheLimit) {
+TEST(OneLine, LeadingSpacesDoNotCountTowardsTheLimit) {
   EXPECT_EQ(oneLine(std::string(2000, '\n') + "text"), "text");
   EXPECT_EQ(oneLine(std::string(2000, ' ') + "text"), "text");
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "amazon_drive_fixture.h"
+#include "amazon_drive_session_fixture.h"
 
 // The endpoints of an Amazon Drive account, and the functions that concern the account.
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "amazon_drive_fixture.h"
+#include "amazon_drive_session_fixture.h"
 
 // What is specific to the Amazon Drive operations on folders.
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "azure_fixture.h"
+#include "azure_session_fixture.h"
 
 // The Azure operations on folders, beside what tests/behaviour shows of all services.
 namespace {

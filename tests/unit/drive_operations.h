@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "amazon_drive_fixture.h"
-#include "dropbox_fixture.h"
-#include "google_drive_fixture.h"
-#include "one_drive_fixture.h"
+#include "amazon_drive_session_fixture.h"
+#include "dropbox_session_fixture.h"
+#include "google_drive_session_fixture.h"
+#include "one_drive_session_fixture.h"
 
 // The operations on folders of all drives, for the tests of what they have in common.
 namespace UnitTests {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "dropbox_fixture.h"
+#include "dropbox_session_fixture.h"
 
 // What is specific to the Dropbox operations.
 namespace {

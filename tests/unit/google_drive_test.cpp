@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "google_drive_fixture.h"
+#include "google_drive_session_fixture.h"
 
 // What is specific to the Google Drive operations.
 namespace {

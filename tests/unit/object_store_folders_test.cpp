@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "azure_fixture.h"
-#include "s3_fixture.h"
+#include "azure_session_fixture.h"
+#include "s3_session_fixture.h"
 
 // The creation of folders in object stores.
 namespace {

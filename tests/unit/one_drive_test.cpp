@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "one_drive_fixture.h"
+#include "one_drive_session_fixture.h"
 
 // What is specific to the OneDrive operations.
 namespace {

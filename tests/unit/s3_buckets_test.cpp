@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "s3_fixture.h"
+#include "s3_session_fixture.h"
 
 // The S3 operations on buckets, beside what tests/behaviour shows of all services.
 namespace {

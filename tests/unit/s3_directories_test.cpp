@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "s3_fixture.h"
+#include "s3_session_fixture.h"
 
 // The S3 operations on folders, beside what tests/behaviour shows of all services.
 namespace {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "CloudStorage/Util/Outcome.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
@@ -49,22 +50,26 @@ Http::Response send(Http::Transport& transport, const Http::Request& request) {
   return response;
 }
 
-// Sets `tokens` and returns an empty text, or returns what is wrong with the response.
-std::string readTokens(const Http::Response& response, Tokens& tokens) {
-  if (!Http::mayBeJson(response)) return "the answer is not JSON";
+using TokensOutcome = Util::Outcome<Tokens, Util::Status>;
+
+Util::Status malformed(const Http::Response& response, const char* reason) {
+  return {response.status, std::string("MalformedResponse: ") + reason};
+}
+
+TokensOutcome parseTokens(const Http::Response& response) {
+  if (!Http::mayBeJson(response)) return malformed(response, "the answer is not JSON");
   auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
   auto& accessToken = texts[0];
   auto& refreshToken = texts[1];
   const auto& tokenType = texts[2];
-  if (accessToken.empty()) return "the answer holds no access token";
+  if (accessToken.empty()) return malformed(response, "the answer holds no access token");
   if (!tokenType.empty() && Util::lowerCase(tokenType) != "bearer") {
-    return "the access token is no bearer token";
+    return malformed(response, "the access token is no bearer token");
   }
   if (!Http::isValidHeaderValue(accessToken) || !Http::isValidHeaderValue(refreshToken)) {
-    return "a token contains control characters";
+    return malformed(response, "a token contains control characters");
   }
-  tokens = {std::move(accessToken), std::move(refreshToken)};
-  return {};
+  return Tokens{std::move(accessToken), std::move(refreshToken)};
 }
 
 std::string refusalText(const Http::Response& response) {
@@ -85,19 +90,19 @@ Util::Status failure(int code, std::string text, const Form& form) {
   return {code, Util::oneLine(text)};
 }
 
-Util::Status requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,
-                           const Form& form, Tokens& tokens) {
+TokensOutcome requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,
+                            const Form& form) {
   auto uri = Http::URI::parse(clientSpec.tokenEndpoint);
-  if (!uri) return {kNoResponse, "InvalidRequest: the token endpoint's address is unusable"};
+  if (!uri) {
+    return Util::Status(kNoResponse, "InvalidRequest: the token endpoint's address is unusable");
+  }
 
   const auto response = send(transport, encode(*std::move(uri), form));
   if (response.failure) {
     return failure(kNoResponse, response.failure->name + ": " + response.failure->message, form);
   }
   if (response.status != kOk) return failure(response.status, refusalText(response), form);
-  const auto fault = readTokens(response, tokens);
-  if (!fault.empty()) return {response.status, "MalformedResponse: " + fault};
-  return {};
+  return parseTokens(response);
 }
 
 }  // namespace
@@ -111,17 +116,16 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
   if (!Http::isValidHeaderValue(tokens.refreshToken)) {
     return {kNoResponse, "InvalidRequest: the refresh token contains control characters"};
   }
-  Tokens renewed;
-  auto status = requestTokens(clientSpec_, *transport_,
-                              {{"grant_type", "refresh_token"},
-                               {"refresh_token", tokens.refreshToken, true},
-                               {"client_id", clientSpec_.clientId},
-                               {"client_secret", clientSpec_.clientSecret, true}},
-                              renewed);
-  if (!status.isSuccess()) return status;
+  auto outcome = requestTokens(clientSpec_, *transport_,
+                               {{"grant_type", "refresh_token"},
+                                {"refresh_token", tokens.refreshToken, true},
+                                {"client_id", clientSpec_.clientId},
+                                {"client_secret", clientSpec_.clientSecret, true}});
+  if (!outcome.isSuccess()) return outcome.getError();
+  Tokens renewed = std::move(outcome).getResult();
   if (renewed.refreshToken.empty()) renewed.refreshToken = std::move(tokens.refreshToken);
   tokens = std::move(renewed);
-  return status;
+  return {};
 }
 
 Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::string& scope,
@@ -132,7 +136,10 @@ Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::s
             {"client_secret", clientSpec_.clientSecret, true},
             {"redirect_uri", clientSpec_.redirectUri}};
   if (!scope.empty()) form.push_back({"scope", scope});
-  return requestTokens(clientSpec_, *transport_, form, tokens);
+  auto outcome = requestTokens(clientSpec_, *transport_, form);
+  if (!outcome.isSuccess()) return outcome.getError();
+  tokens = std::move(outcome).getResult();
+  return {};
 }
 
 }  // namespace CloudStorage::Auth

@@ -30,21 +30,19 @@ class DriveCall {
   DriveCall(const ClientParts& parts, ClientEnvironment environment);
 
   /// See ServiceCall::send().
-  template <typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
-                                     const Util::Outcome<Http::URI, Error>& uri,
+  template <typename Locate, typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
                                      const WSRequest& model, const Parse& parse) const {
     BearerPolicy policy(credential_);
-    return send(method, uri, model, policy, parse);
+    return call_.send(method, locate, model, policy, parse);
   }
 
   /// The same with a policy that does more than authorize.
-  template <typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
-                                     const Util::Outcome<Http::URI, Error>& uri,
+  template <typename Locate, typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
                                      const WSRequest& model, BearerPolicy& policy,
                                      const Parse& parse) const {
-    return call_.send(method, uri, model, policy, parse);
+    return call_.send(method, locate, model, policy, parse);
   }
 
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }

@@ -19,8 +19,8 @@ enum class Retry {
   Always,
 };
 
-/// Instead of an HTTP status a row may state all failures, or all statuses with the same first
-/// digit.
+/// What a row may state instead of an HTTP status: every failure, also one without a response; or
+/// the first digit of a class of statuses.
 inline constexpr int kAnyStatus = 0;
 inline constexpr int kRedirects = 3;
 inline constexpr int kServerErrors = 5;
@@ -68,9 +68,9 @@ Error malformedResponse(std::string_view message);
 /// has the status's reason phrase.
 ///
 /// If there is no response, the transport's failure defines the type, and the error is not
-/// retryable. A table with a row for all failures gives its type to failures of the network as
-/// well; these are retryable if the service cannot have executed the request, or if the request was
-/// a read.
+/// retryable. A table with a row for every failure gives its type to failures of the network as
+/// well. These are retryable if the service cannot have executed the request, or if the request was
+/// a read; never if the certificate was not trusted.
 Error marshallError(const Http::Response& response, Http::Method method,
                     ServiceMessage (*readMessage)(const Http::Response&), ErrorTable table);
 

@@ -17,7 +17,8 @@
 
 namespace CloudStorage::Client {
 
-/// One request of a client from encoding to outcome: the attempt loop. Independent of any service.
+/// Sends the requests of one client: encoding, authorization, retries, parsing. Independent of any
+/// service, and safe for concurrent calls.
 class ServiceCall {
  public:
   /// Parses the result from a response with a success status, or returns the error if it cannot.
@@ -32,12 +33,13 @@ class ServiceCall {
   /// Members of `environment` that are null are replaced by the real ones.
   ServiceCall(const ClientParts& parts, ClientEnvironment environment);
 
-  /// Sends `model` to `uri`, with the retries that the retry strategy grants, and parses the
-  /// response. Does not throw.
-  template <typename Parse>
-  OutcomeOf<Parse> send(Http::Method method, const Util::Outcome<Http::URI, Error>& uri,
-                        const WSRequest& model, RequestPolicy& policy, const Parse& parse) const {
+  /// Sends `model` to the address that `locate` returns, with the retries that the retry strategy
+  /// grants, and parses the response. Does not throw.
+  template <typename Locate, typename Parse>
+  OutcomeOf<Parse> send(Http::Method method, const Locate& locate, const WSRequest& model,
+                        RequestPolicy& policy, const Parse& parse) const {
     return guarded([&]() -> OutcomeOf<Parse> {
+      const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
       Http::Request request = encode(method, uri.getResult(), model);
       for (unsigned long retries = 0;; ++retries) {

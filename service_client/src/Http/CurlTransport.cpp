@@ -273,9 +273,8 @@ class Exchange {
   static CURLcode onTlsContext(CURL* /*handle*/, void* context, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
     try {
-      const bool trusting = exchange.options_.trustAnchors->applyTo(static_cast<SSL_CTX*>(context),
-                                                                    exchange.trustError_);
-      return trusting ? CURLE_OK : CURLE_SSL_CACERT_BADFILE;
+      exchange.trust_ = exchange.options_.trustAnchors->applyTo(static_cast<SSL_CTX*>(context));
+      return exchange.trust_.isSuccess() ? CURLE_OK : CURLE_SSL_CACERT_BADFILE;
     } catch (const std::exception&) {  // out of memory, or the lock failed
       return CURLE_OUT_OF_MEMORY;
     }
@@ -345,7 +344,7 @@ class Exchange {
   }
 
   std::string messageFor(CURLcode code) const {
-    if (!trustError_.empty()) return Util::oneLine(trustError_);
+    if (!trust_.isSuccess()) return Util::oneLine(trust_.toString());
     // The texts of these two codes quote the URL as it was given, and any text may quote the
     // proxy's address. Both may contain a user name and a password.
     const bool mayQuoteSecrets = code == CURLE_URL_MALFORMAT ||
@@ -366,7 +365,7 @@ class Exchange {
   const CurlTransport::Options& options_;
   Response response_;
   Stop stop_ = Stop::None;
-  std::string trustError_;
+  Util::Status trust_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 };
 

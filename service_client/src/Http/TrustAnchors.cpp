@@ -15,6 +15,8 @@ std::string environmentVariable(const char* name) {
   return value == nullptr ? std::string() : std::string(value);
 }
 
+Util::Status failure(std::string reason) { return {1, std::move(reason)}; }
+
 }  // namespace
 
 void TrustAnchors::StoreDeleter::operator()(X509_STORE* store) const { X509_STORE_free(store); }
@@ -30,15 +32,16 @@ const std::shared_ptr<TrustAnchors>& TrustAnchors::processWide() {
   return anchors;
 }
 
-bool TrustAnchors::applyTo(SSL_CTX* context, std::string& error) {
+Util::Status TrustAnchors::applyTo(SSL_CTX* context) {
   const std::lock_guard lock(mutex_);
   if (!store_) {
-    store_ = load(error);
-    if (!store_) return false;
+    auto loaded = load();
+    if (!loaded.isSuccess()) return loaded.getError();
+    store_ = std::move(loaded).getResult();
     ++loadCount_;
   }
   SSL_CTX_set1_cert_store(context, store_.get());
-  return true;
+  return {};
 }
 
 int TrustAnchors::loadCount() const {
@@ -46,12 +49,9 @@ int TrustAnchors::loadCount() const {
   return loadCount_;
 }
 
-TrustAnchors::Store TrustAnchors::load(std::string& error) const {
+Util::Outcome<TrustAnchors::Store, Util::Status> TrustAnchors::load() const {
   Store store(X509_STORE_new());
-  if (!store) {
-    error = "No memory for the trusted certificates";
-    return nullptr;
-  }
+  if (!store) return failure("No memory for the trusted certificates");
 
   // Every given certificate is trusted, even if it is not a root.
   X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
@@ -61,14 +61,16 @@ TrustAnchors::Store TrustAnchors::load(std::string& error) const {
     X509_STORE_load_file(store.get(), X509_get_default_cert_file());
     X509_STORE_load_path(store.get(), X509_get_default_cert_dir());
   }
-  if (!sources_.file.empty() && X509_STORE_load_file(store.get(), sources_.file.c_str()) != 1) {
-    error = "SSL_CERT_FILE names a file without readable certificates: " + sources_.file;
-  } else if (!sources_.directory.empty() &&
-             X509_STORE_load_path(store.get(), sources_.directory.c_str()) != 1) {
-    error = "SSL_CERT_DIR cannot be used: " + sources_.directory;
-  }
+  const bool hasFile =
+      sources_.file.empty() || X509_STORE_load_file(store.get(), sources_.file.c_str()) == 1;
+  const bool hasDirectory = !hasFile || sources_.directory.empty() ||
+                            X509_STORE_load_path(store.get(), sources_.directory.c_str()) == 1;
   ERR_clear_error();  // otherwise a missing file's error would be reported for the handshake
-  return error.empty() ? std::move(store) : nullptr;
+  if (!hasFile) {
+    return failure("SSL_CERT_FILE names a file without readable certificates: " + sources_.file);
+  }
+  if (!hasDirectory) return failure("SSL_CERT_DIR cannot be used: " + sources_.directory);
+  return store;
 }
 
 }  // namespace CloudStorage::Http

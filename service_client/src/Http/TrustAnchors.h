@@ -6,6 +6,9 @@
 #include <mutex>
 #include <string>
 
+#include "CloudStorage/Util/Outcome.h"
+#include "CloudStorage/Util/Status.h"
+
 namespace CloudStorage::Http {
 
 /// The certificates to which the certificate chain of a TLS server must lead. They are loaded at
@@ -29,9 +32,9 @@ class TrustAnchors {
   /// The process-wide instance, with the sources in the environment at the first call.
   static const std::shared_ptr<TrustAnchors>& processWide();
 
-  /// Makes `context` trust these certificates, and loads them unless they are loaded already. If
-  /// they cannot be loaded, sets `error` to the reason and returns false.
-  bool applyTo(SSL_CTX* context, std::string& error);
+  /// Makes `context` trust these certificates, and loads them unless they are loaded already. Fails
+  /// if they cannot be loaded.
+  Util::Status applyTo(SSL_CTX* context);
 
   /// The number of times that the certificates were loaded.
   int loadCount() const;
@@ -42,8 +45,7 @@ class TrustAnchors {
   };
   using Store = std::unique_ptr<X509_STORE, StoreDeleter>;
 
-  /// Returns null and sets `error` if the sources cannot be read.
-  Store load(std::string& error) const;
+  Util::Outcome<Store, Util::Status> load() const;
 
   const Sources sources_;
   mutable std::mutex mutex_;

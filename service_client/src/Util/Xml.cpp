@@ -74,15 +74,17 @@ bool hasTooManyTags(std::string_view body) {
          std::count(body.begin(), body.end(), '<') > kMaxTags;
 }
 
-/// The reason why `body` is rejected before it is parsed; null if there is none.
-const char* reasonToReject(std::string_view body) {
+Status failure(const std::string& reason) { return {1, "The XML cannot be used: " + reason + "."}; }
+
+/// Whether `body` is worth parsing.
+Status checkBody(std::string_view body) {
   const std::size_t start = body.find_first_not_of(" \t\r\n");
-  if (start == std::string_view::npos) return "it is empty";
-  if (body[start] != '<') return "it does not begin with an element";
-  if (body.find('\0') != std::string_view::npos) return "it holds a byte of value 0";
-  if (hasTooManyTags(body)) return "it has too many elements";
-  if (hasBadCharacterReference(body)) return "it holds a reference to no character";
-  return nullptr;
+  if (start == std::string_view::npos) return failure("it is empty");
+  if (body[start] != '<') return failure("it does not begin with an element");
+  if (body.find('\0') != std::string_view::npos) return failure("it holds a byte of value 0");
+  if (hasTooManyTags(body)) return failure("it has too many elements");
+  if (hasBadCharacterReference(body)) return failure("it holds a reference to no character");
+  return {};
 }
 
 /// Stops at an element that is too deep. The parser's own traversal does not recurse: a hostile
@@ -94,20 +96,17 @@ class DepthCheck : public pugi::xml_tree_walker {
   }
 };
 
-/// The reason why the parsed `document` is rejected; null if there is none.
-const char* reasonToReject(pugi::xml_document& document) {
+Status checkDocument(pugi::xml_document& document) {
   int elements = 0;
   for (const pugi::xml_node node : document.children()) {
-    if (node.type() == pugi::node_doctype) return "it has a document type definition";
+    if (node.type() == pugi::node_doctype) return failure("it has a document type definition");
     if (node.type() == pugi::node_element) ++elements;
   }
-  if (elements != 1) return "it has more than one root element";
+  if (elements != 1) return failure("it has more than one root element");
   DepthCheck depthCheck;
-  if (!document.traverse(depthCheck)) return "its elements are too deep";
-  return nullptr;
+  if (!document.traverse(depthCheck)) return failure("its elements are too deep");
+  return {};
 }
-
-Status failure(const std::string& reason) { return {1, "The XML cannot be used: " + reason + "."}; }
 
 pugi::xml_node firstNamed(pugi::xml_node node, const char* localName) {
   while (node && !isNamed(node, localName)) node = node.next_sibling();
@@ -122,7 +121,8 @@ bool isText(pugi::xml_node node) {
 
 Status parse(std::string& body, pugi::xml_document& document) {
   document.reset();
-  if (const char* reason = reasonToReject(skipByteOrderMark(body))) return failure(reason);
+  auto status = checkBody(skipByteOrderMark(body));
+  if (!status.isSuccess()) return status;
 
   const pugi::xml_parse_result result =
       document.load_buffer_inplace(body.data(), body.size(), kParseOptions, pugi::encoding_utf8);
@@ -130,11 +130,9 @@ Status parse(std::string& body, pugi::xml_document& document) {
     document.reset();
     return failure(std::string(result.description()) + " at byte " + std::to_string(result.offset));
   }
-  if (const char* reason = reasonToReject(document)) {
-    document.reset();
-    return failure(reason);
-  }
-  return {};
+  status = checkDocument(document);
+  if (!status.isSuccess()) document.reset();
+  return status;
 }
 
 bool isNamed(pugi::xml_node node, const char* localName) {

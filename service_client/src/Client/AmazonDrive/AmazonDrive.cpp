@@ -20,8 +20,11 @@ namespace Json = Util::Json;
 
 namespace {
 
-constexpr char kEndpoint[] = "https://drive.amazonaws.com/drive/v1/account/endpoint";
-constexpr char kProfile[] = "https://api.amazon.com/user/profile";
+Http::URI endpointUri() {
+  return *Http::URI::parse("https://drive.amazonaws.com/drive/v1/account/endpoint");
+}
+
+Http::URI profileUri() { return *Http::URI::parse("https://api.amazon.com/user/profile"); }
 
 // The access token is sent to the addresses that the service supplies, so they must be https.
 std::optional<Http::URI> secureUri(std::string_view text) {
@@ -72,7 +75,7 @@ Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& r
 
 Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
     const Model::ComRequest& request) const {
-  return call().send(Http::Method::Get, *Http::URI::parse(kEndpoint), request, parseEndpoints);
+  return call().send(Http::Method::Get, endpointUri, request, parseEndpoints);
 }
 
 // Profile of the account
@@ -95,7 +98,7 @@ Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& resp
 
 Util::Outcome<Model::GetProfileResult, Error> AmazonDriveClient::getProfile(
     const Model::ComRequest& request) const {
-  return call().send(Http::Method::Get, *Http::URI::parse(kProfile), request, parseProfile);
+  return call().send(Http::Method::Get, profileUri, request, parseProfile);
 }
 
 // Listing
@@ -169,7 +172,8 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(Http::Method::Get, nodesUri(request.endpoint), request, parseNodes);
+  return call().send(
+      Http::Method::Get, [&] { return nodesUri(request.endpoint); }, request, parseNodes);
 }
 
 std::string Model::FileResource::toString() const {
@@ -222,14 +226,16 @@ Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() cons
 
 Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
     const Model::FileRequest& request) const {
-  return call().send(Http::Method::Post, nodesUri(request.endpoint), request, parseNode);
+  return call().send(
+      Http::Method::Post, [&] { return nodesUri(request.endpoint); }, request, parseNode);
 }
 
 // Errors
 
 namespace {
 
-/// All of one type, the only one for which the service's retry strategy reads the retryable flag.
+/// All rows have this type, because the service's retry strategy reads the retryable flag of no
+/// other.
 /// The service recommends a retry after 429 and 503, which it sends before any work is done.
 constexpr ErrorRow kRows[] = {
     {429, "", CoreErrors::TemporaryFailure, Retry::Always},

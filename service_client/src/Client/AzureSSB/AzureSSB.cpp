@@ -158,7 +158,8 @@ struct AzureSSBClient::Implementation {
                                      const AzureSSBRequest& request, const Parse& parse) const {
     if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
     AzureRequestPolicy policy(call, *authentication);
-    return call.send(method, uri, request, policy, parse);
+    return call.send(
+        method, [&] { return uri; }, request, policy, parse);
   }
 
   std::optional<Http::URI> endpoint;  // empty if the account name cannot be part of a host name

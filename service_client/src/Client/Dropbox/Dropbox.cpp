@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -195,10 +193,11 @@ Folder parseEntries(Http::Response&& response, Json::Parser& parser,
 Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request,
                 Json::Parser& parser, const std::string& previousCursor) {
   const char* const address = request.isContinuation() ? kContinue : kListFolder;
-  return call.send(Http::Method::Post, *Http::URI::parse(address), request,
-                   [&](Http::Response&& response) {
-                     return parseEntries(std::move(response), parser, previousCursor);
-                   });
+  return call.send(
+      Http::Method::Post, [&] { return *Http::URI::parse(address); }, request,
+      [&](Http::Response&& response) {
+        return parseEntries(std::move(response), parser, previousCursor);
+      });
 }
 
 void append(Model::ListFolderResult& folder, Model::ListFolderResult page) {
@@ -249,6 +248,7 @@ std::string Model::ListFolderRequest::serializePayload() const {
 }
 
 Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
+  // Guarded as a whole, because the code between the requests allocates memory.
   return ServiceCall::guarded([&] { return listPages(call(), request); });
 }
 
@@ -283,7 +283,8 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(Http::Method::Post, *Http::URI::parse(kCreateFolder), request, parseCreated);
+  return call().send(
+      Http::Method::Post, [] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
 }
 
 // Errors

@@ -19,9 +19,7 @@ namespace Json = Util::Json;
 
 namespace {
 
-constexpr char kFiles[] = "https://www.googleapis.com/drive/v3/files";
-
-Http::URI filesUri() { return *Http::URI::parse(kFiles); }
+Http::URI filesUri() { return *Http::URI::parse("https://www.googleapis.com/drive/v3/files"); }
 
 Util::Outcome<Http::URI, Error> fileUri(const std::string& id) {
   if (!Http::URI::isPathSegment(id)) {
@@ -92,7 +90,8 @@ void Model::GetFileResourceRequest::addQueryStringParameters(Http::URI& uri) con
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
     const Model::GetFileResourceRequest& request) const {
-  return call().send(Http::Method::Get, fileUri(request.fileId.value()), request, parseFile);
+  return call().send(
+      Http::Method::Get, [&] { return fileUri(request.fileId.value()); }, request, parseFile);
 }
 
 // Listing
@@ -138,7 +137,7 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(Http::Method::Get, filesUri(), request, parseFileList);
+  return call().send(Http::Method::Get, filesUri, request, parseFileList);
 }
 
 // Creation
@@ -165,14 +164,15 @@ std::string Model::UploadFileRequest::serializePayload() const {
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  return call().send(Http::Method::Post, filesUri(), request, parseFile);
+  return call().send(Http::Method::Post, filesUri, request, parseFile);
 }
 
 // Errors
 
 namespace {
 
-/// All of one type, the only one for which the service's retry strategy reads the retryable flag.
+/// All rows have this type, because the service's retry strategy reads the retryable flag of no
+/// other.
 /// Exceeded limits and 503 are sent before any work is done. After other failures of the service a
 /// repeated creation could create a second folder.
 constexpr ErrorRow kRows[] = {

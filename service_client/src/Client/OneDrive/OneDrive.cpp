@@ -100,7 +100,8 @@ Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response)
 
 Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
     const Model::GetDriveMetadataRequest& request) const {
-  return call().send(Http::Method::Get, driveUri(request.driveId), request, parseDrive);
+  return call().send(
+      Http::Method::Get, [&] { return driveUri(request.driveId); }, request, parseDrive);
 }
 
 // One item
@@ -121,8 +122,9 @@ Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response) {
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
     const Model::GetDriveItemRequest& request) const {
-  return call().send(Http::Method::Get, itemUri(request.driveId, request.itemId), request,
-                     parseItem);
+  return call().send(
+      Http::Method::Get, [&] { return itemUri(request.driveId, request.itemId); }, request,
+      parseItem);
 }
 
 // Listing
@@ -242,14 +244,17 @@ void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const 
 Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
   const ChildrenParser parse = parserFor(request);
   if (request.namesItsPage()) {
-    return call().send(Http::Method::Get, pageUri(request.pageToken.value()), request, parse);
+    return call().send(
+        Http::Method::Get, [&] { return pageUri(request.pageToken.value()); }, request, parse);
   }
   const auto uri = childrenUri(request.driveId, request.itemId);
   if (!uri.isSuccess() || parse == parseChildren) {
-    return call().send(Http::Method::Get, uri, request, parse);
+    return call().send(
+        Http::Method::Get, [&] { return uri; }, request, parse);
   }
   FilterPolicy policy(call().credential(), uri.getResult(), request);
-  return call().send(Http::Method::Get, uri, request, policy, parse);
+  return call().send(
+      Http::Method::Get, [&] { return uri; }, request, policy, parse);
 }
 
 // Creation
@@ -265,8 +270,9 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(Http::Method::Post, childrenUri(request.driveId, request.parentItemId),
-                     request, parseItem);
+  return call().send(
+      Http::Method::Post, [&] { return childrenUri(request.driveId, request.parentItemId); },
+      request, parseItem);
 }
 
 // Errors

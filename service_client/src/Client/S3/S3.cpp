@@ -240,8 +240,9 @@ Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
   auto& own = *implementation_;
   S3EndpointPolicy policy(own.service(), own.regions.region(),
                           S3EndpointPolicy::RegionRecovery::AllCalls);
-  return own.call.send(Http::Method::Get, own.checked(own.endpoint.base), ListBucketsRequest(),
-                       policy, parseBuckets);
+  return own.call.send(
+      Http::Method::Get, [&] { return own.checked(own.endpoint.base); }, ListBucketsRequest(),
+      policy, parseBuckets);
 }
 
 std::string Model::CreateBucketRequest::serializePayload() const {
@@ -275,8 +276,9 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
   const auto recovery = regionOf(location).empty() ? S3EndpointPolicy::RegionRecovery::ThisCall
                                                    : S3EndpointPolicy::RegionRecovery::Never;
   S3EndpointPolicy policy(own.service(), std::move(target.region), recovery);
-  return own.call.send(Http::Method::Put, target.uri, request, policy,
-                       parseStored<Model::CreateBucketResult>);
+  return own.call.send(
+      Http::Method::Put, [&] { return target.uri; }, request, policy,
+      parseStored<Model::CreateBucketResult>);
 }
 
 // Objects
@@ -356,8 +358,9 @@ Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
   auto& own = *implementation_;
   const std::string& bucket = request.bucket.value();
   S3BucketPolicy policy(own.service(), bucket);
-  return own.call.send(Http::Method::Get, own.checked(policy.uri(), bucket), request, policy,
-                       parseObjects);
+  return own.call.send(
+      Http::Method::Get, [&] { return own.checked(policy.uri(), bucket); }, request, policy,
+      parseObjects);
 }
 
 Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
@@ -368,8 +371,8 @@ Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
   if (uri.isSuccess() && request.key.value().empty()) {
     uri = localError("InvalidRequest", "The object key is empty");
   }
-  return own.call.send(Http::Method::Put, uri, request, policy,
-                       parseStored<Model::PutObjectResult>);
+  return own.call.send(
+      Http::Method::Put, [&] { return uri; }, request, policy, parseStored<Model::PutObjectResult>);
 }
 
 }  // namespace CloudStorage::Client::S3

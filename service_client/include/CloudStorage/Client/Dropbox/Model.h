@@ -1,13 +1,6 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "CloudStorage/Client/Dropbox/EntryList.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"

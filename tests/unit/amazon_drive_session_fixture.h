@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "drive_fixture.h"
+#include "drive_session_fixture.h"
 #include "support/mock_amazon_drive_client.h"
 
 namespace UnitTests {
