@@ -24,7 +24,7 @@ class BearerPolicy : public RequestPolicy {
   std::shared_ptr<Auth::OAuth2Credential> credential_;
 };
 
-/// The requests of a drive client.
+/// Sends the requests of one drive client, with the current access token. Safe for concurrent calls.
 class DriveCall {
  public:
   DriveCall(const ClientParts& parts, ClientEnvironment environment);

@@ -164,23 +164,26 @@ namespace {
 
 using Folder = Util::Outcome<Model::ListFolderResult, Error>;
 
-// `previousCursor` is that of the response before, empty for the first.
+void readEntries(Json::Object object, Model::ListFolderResult& result) {
+  for (const auto& [key, value] : object) {
+    if (key == "cursor") Json::read(value, result.cursor);
+    if (key == "has_more") Json::read(value, result.hasMore);
+    if (key == "entries") {
+      Json::readObjects(value, [&result](Json::Object item) {
+        Model::Metadata entry;
+        readEntry(item, entry);
+        result.entries.push_back(entry);
+      });
+    }
+  }
+}
+
+// `previousCursor` is that of the previous response, empty for the first.
 Folder parseEntries(Http::Response&& response, Json::Parser& parser,
                     const std::string& previousCursor) {
   Model::ListFolderResult result;
-  const auto storage = readJson(std::move(response), parser, [&result](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "cursor") Json::read(value, result.cursor);
-      if (key == "has_more") Json::read(value, result.hasMore);
-      if (key == "entries") {
-        Json::readObjects(value, [&result](Json::Object item) {
-          Model::Metadata entry;
-          readEntry(item, entry);
-          result.entries.push_back(entry);
-        });
-      }
-    }
-  });
+  const auto storage = readJson(std::move(response), parser,
+                                [&result](Json::Object object) { readEntries(object, result); });
   if (!storage.isSuccess()) return storage.getError();
   const bool isStuck =
       result.cursor.empty() || (result.cursor == previousCursor && result.entries.empty());

@@ -247,7 +247,7 @@ Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request)
     return call().send(
         Http::Method::Get, [&] { return pageUri(request.pageToken.value()); }, request, parse);
   }
-  const auto uri = childrenUri(request.driveId, request.itemId);
+  auto uri = childrenUri(request.driveId, request.itemId);
   if (!uri.isSuccess() || parse == parseChildren) {
     return call().send(
         Http::Method::Get, [&] { return uri; }, request, parse);
