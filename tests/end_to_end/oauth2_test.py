@@ -78,6 +78,8 @@ class Expiry:
         self.seed(items=[{"name": "Photos"}])
         self.control("expire")
         sandbox.control("DELETE", "log")
+        # No refresh begins before all threads have sent their first request.
+        self.fault(kind="latency", milliseconds=500, count=16)
         results = at_once(*[lambda: session.folders_quietly(root)] * 16)
         self.assertEqual(
             [(code, [folder.name for folder in found or []]) for code, found in results],

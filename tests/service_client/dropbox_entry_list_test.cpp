@@ -49,6 +49,24 @@ void expectKeeps(const std::vector<Metadata>& entries) {
   EXPECT_EQ(next, entries.size());
 }
 
+TEST(DropboxEntryList, AppendsCopiesOfAnotherList) {
+  EntryList folder;
+  std::vector<std::string> names;
+  for (int page = 0; page < 3; ++page) {
+    EntryList entries;
+    for (int i = 0; i < 2000; ++i) {
+      names.push_back(std::to_string(page) + "/" + std::to_string(i));
+      entries.push_back(entryOf("folder", names.back(), "/" + names.back(), "/x"));
+    }
+    folder.append(entries);
+    folder.append(EntryList());
+  }
+  EXPECT_EQ(folder.size(), names.size());
+  std::size_t next = 0;
+  for (const Metadata& entry : folder) EXPECT_EQ(entry.name, names.at(next++));
+  EXPECT_EQ(next, names.size());
+}
+
 TEST(DropboxEntryList, BeginsEmpty) {
   const EntryList list;
   EXPECT_TRUE(list.empty());

@@ -3,8 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "Util/JsonParserPool.h"
 
 namespace {
 
@@ -139,6 +144,57 @@ TEST(JsonDocument, OnlyTextsAreReadAsTexts) {
   for (const char* value : {"null", "1", "true", "[\"x\"]", "{\"a\":\"x\"}"}) {
     EXPECT_EQ(readMember(std::string(R"("a":)") + value, "a"), "nothing") << value;
   }
+}
+
+using Json::ParserPool;
+
+// Parses a document of about `size` bytes with a parser of the pool, and returns that parser.
+const Json::Parser* parseWith(ParserPool& pool, std::size_t size) {
+  const ParserPool::Lease lease(pool);
+  std::string document = "{\"a\":\"" + std::string(size, 'x') + "\"}";
+  std::string_view text;
+  Json::parse(document, lease.parser(), [&text](Json::Object object) {
+    for (const auto& [key, value] : object) Json::read(value, text);
+  });
+  EXPECT_EQ(text.size(), size);
+  return &lease.parser();
+}
+
+TEST(JsonParserPool, LeasesTheSameParserAgain) {
+  ParserPool pool;
+  const Json::Parser* const first = parseWith(pool, 100);
+  EXPECT_EQ(parseWith(pool, 200), first);
+}
+
+TEST(JsonParserPool, LeasesAParserToOneCallAtATime) {
+  ParserPool pool;
+  const ParserPool::Lease one(pool);
+  const ParserPool::Lease other(pool);
+  EXPECT_NE(&one.parser(), &other.parser());
+}
+
+TEST(JsonParserPool, KeepsNoParserOfALargeResponse) {
+  ParserPool pool;
+  parseWith(pool, std::size_t{2} << 20U);
+  const ParserPool::Lease lease(pool);
+  EXPECT_EQ(lease.parser().capacity(), 0U) << "a new one";
+}
+
+TEST(JsonParserPool, KeepsEightIdleParsers) {
+  ParserPool pool;
+  const auto idle = [&pool] {
+    int used = 0;
+    std::vector<std::unique_ptr<ParserPool::Lease>> leases;
+    for (int i = 0; i < 10; ++i) {
+      leases.push_back(std::make_unique<ParserPool::Lease>(pool));
+      if (leases.back()->parser().capacity() > 0) ++used;
+      std::string document = "{}";
+      Json::parse(document, leases.back()->parser(), [](Json::Object) {});
+    }
+    return used;
+  };
+  EXPECT_EQ(idle(), 0);
+  EXPECT_EQ(idle(), 8);
 }
 
 }  // namespace

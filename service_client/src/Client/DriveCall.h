@@ -5,6 +5,7 @@
 
 #include "Client/ServiceCall.h"
 #include "CloudStorage/Auth/OAuth2Credential.h"
+#include "Util/JsonParserPool.h"
 
 namespace CloudStorage::Client {
 
@@ -24,25 +25,32 @@ class BearerPolicy : public RequestPolicy {
   std::shared_ptr<Auth::OAuth2Credential> credential_;
 };
 
-/// Sends the requests of one drive client, with the current access token. Safe for concurrent calls.
+/// Sends the requests of one drive client, with the current access token. Safe for concurrent use.
 class DriveCall {
  public:
+  /// A parser of ServiceCall that is given a JSON parser for the response.
+  template <typename Result>
+  using Parser = Util::Outcome<Result, Error> (*)(Http::Response&& response,
+                                                  Util::Json::Parser& json);
+
   DriveCall(const ClientParts& parts, ClientEnvironment environment);
 
   /// See ServiceCall::send().
-  template <typename Locate, typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
-                                     const WSRequest& model, const Parse& parse) const {
+  template <typename Locate, typename Result>
+  Util::Outcome<Result, Error> send(Http::Method method, const Locate& locate,
+                                    const WSRequest& model, Parser<Result> parse) const {
     BearerPolicy policy(credential_);
-    return call_.send(method, locate, model, policy, parse);
+    return send(method, locate, model, policy, parse);
   }
 
-  /// The same with a policy that does more than authorize.
+  /// The same with any callable as parser, and with a policy that does more than authorize.
   template <typename Locate, typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
-                                     const WSRequest& model, BearerPolicy& policy,
-                                     const Parse& parse) const {
-    return call_.send(method, locate, model, policy, parse);
+  auto send(Http::Method method, const Locate& locate, const WSRequest& model, BearerPolicy& policy,
+            const Parse& parse) const {
+    return call_.send(method, locate, model, policy, [&](Http::Response&& response) {
+      const Util::Json::ParserPool::Lease lease(jsonParsers_);
+      return parse(std::move(response), lease.parser());
+    });
   }
 
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
@@ -50,6 +58,7 @@ class DriveCall {
  private:
   std::shared_ptr<Auth::OAuth2Credential> credential_;
   ServiceCall call_;
+  mutable Util::Json::ParserPool jsonParsers_;
 };
 
 }  // namespace CloudStorage::Client

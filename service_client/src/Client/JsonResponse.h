@@ -31,11 +31,4 @@ Util::Outcome<TextStorage, Error> readJson(Http::Response&& response, Util::Json
   }
 }
 
-/// The same with a parser of its own.
-template <typename Read>
-Util::Outcome<TextStorage, Error> readJson(Http::Response&& response, Read read) {
-  Util::Json::Parser parser;
-  return readJson(std::move(response), parser, read);
-}
-
 }  // namespace CloudStorage::Client

@@ -56,9 +56,10 @@ void AmazonDriveClient::setEndpoints(Endpoints endpoints) {
 
 namespace {
 
-Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& response) {
+Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& response,
+                                                              Json::Parser& json) {
   Model::GetEndpointResult result;
-  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "contentUrl") Json::read(value, result.contentUrl);
       if (key == "metadataUrl") Json::read(value, result.metadataUrl);
@@ -82,9 +83,10 @@ Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
 
 namespace {
 
-Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response) {
+Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response,
+                                                           Json::Parser& json) {
   Model::GetProfileResult result;
-  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "name") Json::read(value, result.name);
       if (key == "email") Json::read(value, result.email);
@@ -143,10 +145,11 @@ void readNode(Json::Object object, Model::FileResource& file) {
   for (const auto& [key, value] : object) readMember(key, value, file);
 }
 
-Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& response) {
+Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& response,
+                                                               Json::Parser& json) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualNodeLength, kMostNodes));
-  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "nextToken") Json::read(value, result.nextToken);
       if (key == "data") {
@@ -200,10 +203,10 @@ std::string Model::FileResource::toString() const {
 
 namespace {
 
-Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response) {
+Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response, Json::Parser& json) {
   Model::FileResource file;
   const auto storage =
-      readJson(std::move(response), [&file](Json::Object object) { readNode(object, file); });
+      readJson(std::move(response), json, [&file](Json::Object object) { readNode(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
   file.storage = storage.getResult();

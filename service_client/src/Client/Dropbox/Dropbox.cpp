@@ -179,10 +179,10 @@ void readEntries(Json::Object object, Model::ListFolderResult& result) {
 }
 
 // `previousCursor` is that of the previous response, empty for the first.
-Folder parseEntries(Http::Response&& response, Json::Parser& parser,
+Folder parseEntries(Http::Response&& response, Json::Parser& json,
                     const std::string& previousCursor) {
   Model::ListFolderResult result;
-  const auto storage = readJson(std::move(response), parser,
+  const auto storage = readJson(std::move(response), json,
                                 [&result](Json::Object object) { readEntries(object, result); });
   if (!storage.isSuccess()) return storage.getError();
   const bool isStuck =
@@ -194,18 +194,20 @@ Folder parseEntries(Http::Response&& response, Json::Parser& parser,
 }
 
 Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request,
-                Json::Parser& parser, const std::string& previousCursor) {
-  const char* const address = request.isContinuation() ? kContinue : kListFolder;
+                const std::string& previousCursor) {
+  BearerPolicy policy(call.credential());
   return call.send(
-      Http::Method::Post, [&] { return *Http::URI::parse(address); }, request,
-      [&](Http::Response&& response) {
-        return parseEntries(std::move(response), parser, previousCursor);
+      Http::Method::Post,
+      [&] { return *Http::URI::parse(request.isContinuation() ? kContinue : kListFolder); },
+      request, policy,
+      [&](Http::Response&& response, Json::Parser& json) {
+        return parseEntries(std::move(response), json, previousCursor);
       });
 }
 
-void append(Model::ListFolderResult& folder, Model::ListFolderResult page) {
-  folder.entries.append(std::move(page.entries));
-  folder.cursor = std::move(page.cursor);
+void append(Model::ListFolderResult& folder, const Model::ListFolderResult& page) {
+  folder.entries.append(page.entries);
+  folder.cursor = page.cursor;
   folder.hasMore = page.hasMore;
 }
 
@@ -218,11 +220,10 @@ bool isReset(const Error& error) {
 Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request) {
   Model::ListFolderRequest next = request;
   Model::ListFolderResult folder;
-  Json::Parser parser;  // one for all pages, because it allocates much memory
   for (bool mayStartOver = !request.isContinuation();;) {
-    auto page = listPage(call, next, parser, folder.cursor);
+    const auto page = listPage(call, next, folder.cursor);
     if (page.isSuccess()) {
-      append(folder, std::move(page).getResult());
+      append(folder, page.getResult());
       if (!folder.hasMore || request.isContinuation()) return folder;
       next.cursor = folder.cursor;
     } else if (mayStartOver && next.isContinuation() && isReset(page.getError())) {
@@ -230,7 +231,7 @@ Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request)
       folder = {};
       next = request;
     } else {
-      return page;
+      return page.getError();
     }
   }
 }
@@ -259,9 +260,9 @@ Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const 
 
 namespace {
 
-Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response) {
+Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response, Json::Parser& json) {
   Model::Metadata folder;
-  const auto storage = readJson(std::move(response), [&folder](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&folder](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key != "metadata") continue;
       Json::readObject(value, [&folder](Json::Object entry) { readEntry(entry, folder); });

@@ -71,10 +71,10 @@ void readFile(Json::Object object, Model::FileResource& file) {
   for (const auto& [key, value] : object) readMember(key, value, file);
 }
 
-Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response) {
+Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response, Json::Parser& json) {
   Model::FileResource file;
   const auto storage =
-      readJson(std::move(response), [&file](Json::Object object) { readFile(object, file); });
+      readJson(std::move(response), json, [&file](Json::Object object) { readFile(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
   file.storage = storage.getResult();
@@ -106,10 +106,11 @@ constexpr char kListFields[] = "nextPageToken,files(id,name)";
 constexpr std::size_t kUsualFileLength = 64;
 constexpr std::size_t kMostFiles = 1000;
 
-Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response&& response) {
+Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response&& response,
+                                                                  Json::Parser& json) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualFileLength, kMostFiles));
-  const auto storage = readJson(std::move(response), [&result](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "nextPageToken") Json::read(value, result.nextPageToken);
       if (key == "files") {

@@ -68,21 +68,26 @@ void readMember(std::string_view key, Json::Value value, RemoteItem& item) {
   if (key == "fileSystemInfo") readRecord(value, item.fileSystemInfo);
 }
 
+// Runs for every member of a listing, so it ends with the first name that matches.
 void readMember(std::string_view key, Json::Value value, DriveItem& item) {
-  if (key == "id") Json::read(value, item.id);
-  if (key == "name") Json::read(value, item.name);
-  if (key == "folder") item.isFolder = readRecord(value, item.folder);
-  if (key == "remoteItem") readRecord(value, item.remoteItem);
+  if (key == "id") return Json::read(value, item.id);
+  if (key == "name") return Json::read(value, item.name);
+  if (key == "folder") {
+    item.isFolder = readRecord(value, item.folder);
+    return;
+  }
+  if (key == "remoteItem") return readRecord(value, item.remoteItem);
+  if (key == "eTag") return Json::read(value, item.eTag);
+  if (key == "cTag") return Json::read(value, item.cTag);
+  if (key == "createdDateTime") return Json::read(value, item.createdDateTime);
+  if (key == "lastModifiedDateTime") return Json::read(value, item.lastModifiedDateTime);
+  if (key == "size") return Json::read(value, item.size);
+  if (key == "parentReference") return readRecord(value, item.parentReference);
+  if (key == "file") return readRecord(value, item.file);
+  if (key == "fileSystemInfo") return readRecord(value, item.fileSystemInfo);
+  // The presence of these is all the information that they carry.
   if (key == "root") item.root = Json::isObject(value);
   if (key == "deleted") item.deleted = Json::isObject(value);
-  if (key == "eTag") Json::read(value, item.eTag);
-  if (key == "cTag") Json::read(value, item.cTag);
-  if (key == "createdDateTime") Json::read(value, item.createdDateTime);
-  if (key == "lastModifiedDateTime") Json::read(value, item.lastModifiedDateTime);
-  if (key == "size") Json::read(value, item.size);
-  if (key == "parentReference") readRecord(value, item.parentReference);
-  if (key == "file") readRecord(value, item.file);
-  if (key == "fileSystemInfo") readRecord(value, item.fileSystemInfo);
 }
 
 template <typename Record>

@@ -83,9 +83,10 @@ std::vector<Http::URI::QueryParameter> OneDriveClient::authorizationParameters(
 
 namespace {
 
-Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response) {
+Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response,
+                                                      Json::Parser& json) {
   Model::DriveMetadata drive;
-  const auto storage = readJson(std::move(response), [&drive](Json::Object object) {
+  const auto storage = readJson(std::move(response), json, [&drive](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "id") Json::read(value, drive.id);
       if (key == "driveType") Json::read(value, drive.driveType);
@@ -108,10 +109,10 @@ Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
 
 namespace {
 
-Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response) {
+Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response, Json::Parser& json) {
   Model::DriveItem item;
   const auto storage =
-      readJson(std::move(response), [&item](Json::Object object) { readItem(object, item); });
+      readJson(std::move(response), json, [&item](Json::Object object) { readItem(object, item); });
   if (!storage.isSuccess()) return storage.getError();
   if (item.id.empty()) return malformedResponse("The answer has no id");
   item.storage = storage.getResult();
@@ -142,7 +143,7 @@ constexpr std::size_t kMostItems = 1000;
 using Children = Util::Outcome<Model::ListChildrenResult, Error>;
 
 template <typename IsWanted>
-Children parseItems(Http::Response&& response, IsWanted isWanted) {
+Children parseItems(Http::Response&& response, Json::Parser& json, IsWanted isWanted) {
   Model::ListChildrenResult result;
   const auto readChild = [&result, isWanted](Json::Object object) {
     Model::DriveItem& item = result.items.emplace_back();
@@ -150,32 +151,33 @@ Children parseItems(Http::Response&& response, IsWanted isWanted) {
     if (!isWanted(item)) result.items.pop_back();
   };
   result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
-  const auto storage = readJson(std::move(response), [&result, readChild](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "@odata.nextLink") Json::read(value, result.nextToken);
-      if (key == "value") Json::readObjects(value, readChild);
-    }
-  });
+  const auto storage =
+      readJson(std::move(response), json, [&result, readChild](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "@odata.nextLink") Json::read(value, result.nextToken);
+          if (key == "value") Json::readObjects(value, readChild);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
   result.storage = storage.getResult();
   return result;
 }
 
-Children parseChildren(Http::Response&& response) {
-  return parseItems(std::move(response), [](const Model::DriveItem&) { return true; });
+Children parseChildren(Http::Response&& response, Json::Parser& json) {
+  return parseItems(std::move(response), json, [](const Model::DriveItem&) { return true; });
 }
 
-Children parseFolders(Http::Response&& response) {
-  return parseItems(std::move(response),
+Children parseFolders(Http::Response&& response, Json::Parser& json) {
+  return parseItems(std::move(response), json,
                     [](const Model::DriveItem& item) { return item.isFolder; });
 }
 
-Children parseFoldersAndRemoteItems(Http::Response&& response) {
-  return parseItems(std::move(response),
+Children parseFoldersAndRemoteItems(Http::Response&& response, Json::Parser& json) {
+  return parseItems(std::move(response), json,
                     [](const Model::DriveItem& item) { return item.isFolder || item.remoteItem; });
 }
 
-using ChildrenParser = ServiceCall::Parser<Model::ListChildrenResult>;
+using ChildrenParser = DriveCall::Parser<Model::ListChildrenResult>;
 
 /// A filter of the service that can also be applied to the items of a response.
 struct KnownFilter {

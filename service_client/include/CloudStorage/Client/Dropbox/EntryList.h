@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -57,17 +56,20 @@ class EntryList {
 
   /// Adds an entry and copies its texts.
   void push_back(const Metadata& entry) {
-    const std::size_t room = mostBytesFor(entry);
-    if (blocks_.empty() || blocks_.back().capacity - blocks_.back().size < room) addBlock(room);
-    Block& block = blocks_.back();
+    Block& block = blockWithRoom(mostBytesFor(entry));
     char* const start = block.bytes.get() + block.size;
     block.size += static_cast<std::size_t>(pack(entry, start) - start);
     ++block.entries;
   }
 
-  /// Adds the entries of `other` without copying them.
-  void append(EntryList other) {
-    std::move(other.blocks_.begin(), other.blocks_.end(), std::back_inserter(blocks_));
+  /// Adds copies of the entries of `other`.
+  void append(const EntryList& other) {
+    for (const Block& added : other.blocks_) {
+      Block& block = blockWithRoom(added.size);
+      std::memcpy(block.bytes.get() + block.size, added.bytes.get(), added.size);
+      block.size += added.size;
+      block.entries += added.entries;
+    }
   }
 
   std::size_t size() const {
@@ -99,10 +101,13 @@ class EntryList {
   static constexpr std::size_t kSmallestBlock = std::size_t{16} * 1024;
   static constexpr std::size_t kLargestBlock = std::size_t{1024} * 1024;
 
-  void addBlock(std::size_t room) {
-    const std::size_t next = blocks_.empty() ? kSmallestBlock : 2 * blocks_.back().capacity;
-    const std::size_t capacity = std::max(room, std::min(next, kLargestBlock));
-    blocks_.push_back({std::unique_ptr<char[]>(new char[capacity]), capacity});
+  Block& blockWithRoom(std::size_t room) {
+    if (blocks_.empty() || blocks_.back().capacity - blocks_.back().size < room) {
+      const std::size_t next = blocks_.empty() ? kSmallestBlock : 2 * blocks_.back().capacity;
+      const std::size_t capacity = std::max(room, std::min(next, kLargestBlock));
+      blocks_.push_back({std::unique_ptr<char[]>(new char[capacity]), capacity});
+    }
+    return blocks_.back();
   }
 
   static bool endsWith(std::string_view text, std::string_view end) {
