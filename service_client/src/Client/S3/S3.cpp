@@ -203,7 +203,7 @@ class ListBucketsRequest : public S3Request {
 
 // Typical bytes per bucket and buckets per listing, so that memory for the buckets is allocated
 // once.
-constexpr std::size_t kUsualBucketLength = 64;
+constexpr std::size_t kUsualBucketLength = 96;
 constexpr std::size_t kMostBuckets = 10'000;  // the default limit of an account
 
 Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& response) {
