@@ -21,12 +21,9 @@ namespace CloudStorage::Client {
 /// service, and safe for concurrent calls.
 class ServiceCall {
  public:
-  /// Parses the result from a response with a success status, or returns the error if it cannot.
-  /// Takes the body and leaves status and headers, which send() copies into the error.
-  template <typename Result>
-  using Parser = Util::Outcome<Result, Error> (*)(Http::Response&& response);
-
-  /// The return type of a parser, which may be any callable of that form.
+  /// The return type of a parser: a callable, such as `Outcome<Result, Error>(Http::Response&&)`,
+  /// that returns the result in a response with a success status, or the error if there is none. It
+  /// takes the body and leaves status and headers, which send() copies into the error.
   template <typename Parse>
   using OutcomeOf = std::invoke_result_t<const Parse&, Http::Response&&>;
 
