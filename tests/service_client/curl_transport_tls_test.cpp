@@ -19,6 +19,18 @@
 
 namespace {
 
+/// Whether the process appears to have more privileges than its user.
+bool isPrivileged = false;
+
+}  // namespace
+
+// In the place of the C library's function, which responds in this way in such a process.
+extern "C" char* secure_getenv(const char* name) noexcept {
+  return isPrivileged ? nullptr : std::getenv(name);
+}
+
+namespace {
+
 using CloudStorage::Http::CurlTransport;
 using CloudStorage::Http::Method;
 using CloudStorage::Http::Response;
@@ -176,6 +188,18 @@ TEST(TrustAnchors, SourcesComeFromTheEnvironment) {
   EXPECT_EQ(given.directory, "/some/folder");
   EXPECT_EQ(unset.file, "");
   EXPECT_EQ(unset.directory, "");
+}
+
+TEST(TrustAnchors, SourcesOfAPrivilegedProcessAreTheDefaults) {
+  ::setenv("SSL_CERT_FILE", "/some/file", 1);
+  ::setenv("SSL_CERT_DIR", "/some/folder", 1);
+  isPrivileged = true;
+  const auto sources = TrustAnchors::sourcesFromEnvironment();
+  isPrivileged = false;
+  ::unsetenv("SSL_CERT_FILE");
+  ::unsetenv("SSL_CERT_DIR");
+  EXPECT_EQ(sources.file, "");
+  EXPECT_EQ(sources.directory, "");
 }
 
 TEST(TrustAnchors, DefaultSourcesCanBeLoaded) {
