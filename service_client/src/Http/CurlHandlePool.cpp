@@ -1,8 +1,9 @@
 #include "Http/CurlHandlePool.h"
 
+#include <curl/curl.h>
+
 #include <algorithm>
 #include <iterator>
-#include <new>
 #include <utility>
 
 namespace CloudStorage::Http {
@@ -23,8 +24,7 @@ CurlHandlePool::Handle CurlHandlePool::acquire() {
   idle_.reserve(idle_.size() + running_ + 1);  // so that release() allocates no memory
   Handle handle;
   if (idle_.empty()) {
-    handle.reset(curl_easy_init());
-    if (!handle) throw std::bad_alloc();
+    handle = std::make_unique<CurlHandle>();
   } else {
     const auto chosen = selectIdle();
     handle = std::move(chosen->handle);
@@ -47,15 +47,19 @@ std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::selectIdle() {
 }
 
 void CurlHandlePool::release(Handle handle) {
-  curl_easy_reset(handle.get());  // resets all options and keeps the connections
-  {
-    const std::lock_guard lock(mutex_);
-    idle_.push_back({std::move(handle), std::this_thread::get_id()});
-    --running_;
-  }
+  handle->reset();
+  if (!handle->isReusable()) handle.reset();
+  addIdle(std::move(handle));
   while (removeSurplus()) {
     // Destroys the handle, without the lock, because closing a TLS connection takes some time.
   }
+}
+
+// `handle` is null if it was destroyed.
+void CurlHandlePool::addIdle(Handle handle) {
+  const std::lock_guard lock(mutex_);
+  if (handle) idle_.push_back({std::move(handle), std::this_thread::get_id()});
+  --running_;
 }
 
 CurlHandlePool::Handle CurlHandlePool::removeSurplus() {
