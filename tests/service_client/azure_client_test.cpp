@@ -16,7 +16,6 @@ using CloudStorage::Client::Error;
 using CloudStorage::Client::AzureSSB::AzureSSBClient;
 using CloudStorage::Client::AzureSSB::Region;
 using CloudStorage::Util::Outcome;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -243,19 +242,6 @@ TEST_F(AzureClient, BrokenConnectionIsNotRetried) {
   EXPECT_EQ(outcome.getError().errorType, CoreErrors::NetworkFailure);
   EXPECT_EQ(outcome.getError().httpResponseCode, 0);
   EXPECT_THAT(requests(), SizeIs(1));
-}
-
-TEST_F(AzureClient, FollowsNoRedirect) {
-  for (const int status : {301, 302, 307, 308}) {
-    for (const char* location :
-         {"https://vemloacct.blob.core.windows.net/else", "https://evil.test/", "/else"}) {
-      const auto outcome = listFails(status, "", {{"location", location}});
-      EXPECT_EQ(outcome.getError().httpResponseCode, status);
-    }
-  }
-  EXPECT_THAT(addresses(), Each("https://vemloacct.blob.core.windows.net/?comp=list"));
-  EXPECT_THAT(addresses(), SizeIs(12));
-  EXPECT_THAT(delays(), IsEmpty());
 }
 
 TEST_F(AzureClient, HeaderNamesTheFailure) {

@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "Auth/AzureSharedKeySigner.h"
+#include "Client/AzureSSB/AzureRegions.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Redirect.h"
 #include "Client/ServiceCall.h"
 #include "Client/XmlResponse.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
@@ -17,91 +19,33 @@ namespace CloudStorage::Client::AzureSSB {
 
 namespace Xml = Util::Xml;
 
-// Regions
-
-namespace {
-
-struct RegionName {
-  std::string_view text;  // lower-case, without separators
-  Region region;
-};
-
-// Whole names. A longer name may belong to another cloud: germanynorth and germanywestcentral are
-// regions of the global cloud.
-constexpr RegionName kNames[] = {
-    {"china", Region::China},
-    {"azurechina", Region::China},
-    {"azurechinacloud", Region::China},
-    {"germany", Region::Germany},
-    {"azuregerman", Region::Germany},
-    {"azuregermancloud", Region::Germany},
-    {"germanycentral", Region::Germany},
-    {"germanynortheast", Region::Germany},
-    {"azureusgovernment", Region::USGovernment},
-    {"government", Region::USGovernment},
-};
-
-// Prefixes of names, because regions are added to these clouds over time.
-constexpr RegionName kBeginnings[] = {
-    {"chinaeast", Region::China},
-    {"chinanorth", Region::China},
-    {"usgov", Region::USGovernment},
-    {"usdod", Region::USGovernment},
-};
-
-std::string normalize(const std::string& regionName) {
-  std::string normalized;
-  for (const char c : regionName) {
-    if (c == ' ' || c == '-' || c == '_') continue;
-    normalized += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  return normalized;
-}
-
-std::string_view hostSuffixOf(Region region) {
-  switch (region) {
-    case Region::Global:
-      return "core.windows.net";
-    case Region::China:
-      return "core.chinacloudapi.cn";
-    case Region::Germany:
-      return "core.cloudapi.de";
-    case Region::USGovernment:
-      return "core.usgovcloudapi.net";
-  }
-  return {};
-}
-
-}  // namespace
-
-Region AzureSSBClient::getRegionForName(const std::string& regionName) {
-  const std::string name = normalize(regionName);
-  for (const auto& [text, region] : kNames) {
-    if (name == text) return region;
-  }
-  for (const auto& [text, region] : kBeginnings) {
-    if (name.compare(0, text.size(), text) == 0) return region;
-  }
-  return Region::Global;
-}
-
 // Addresses and authorization
 
 namespace {
 
-/// Signs each attempt. The service redirects none of these requests, so no redirect is followed.
+/// Signs each attempt, and follows redirects to hosts below `domain`. The service itself sends none,
+/// but gateways before it may.
 class AzureRequestPolicy : public RequestPolicy {
  public:
-  AzureRequestPolicy(const ServiceCall& call, const Auth::AzureSSBAuthentication& authentication)
-      : call_(call), authentication_(authentication) {}
+  AzureRequestPolicy(const ServiceCall& call, const Auth::AzureSSBAuthentication& authentication,
+                     std::string domain)
+      : call_(call), authentication_(authentication), domain_(std::move(domain)) {}
 
   void authorize(Http::Request& request) override {
     Auth::AzureSharedKey::sign(request, authentication_, call_.now());
   }
 
+  bool redirect(const std::string& location, Http::Request& request) override {
+    auto target = redirectTarget(request.uri, location);
+    if (!target || !isBelow(target->host(), domain_)) return false;
+    request.uri = *std::move(target);
+    return true;
+  }
+
  private:
   const ServiceCall& call_;
   const Auth::AzureSSBAuthentication& authentication_;
+  std::string domain_;
 };
 
 // The name becomes part of a host name, so it must not contain characters that are special there.
@@ -118,11 +62,10 @@ bool isAccountName(std::string_view name) {
 struct AzureSSBClient::Implementation {
   Implementation(const std::string& accountName, const ClientParts& parts,
                  ClientEnvironment environment, Region region)
-      : authentication(std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential)),
+      : domain(".blob." + std::string(hostSuffixOf(region))),
+        authentication(std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential)),
         call(parts, std::move(environment)) {
-    if (!isAccountName(accountName)) return;
-    endpoint =
-        Http::URI::parse("https://" + accountName + ".blob." + std::string(hostSuffixOf(region)));
+    if (isAccountName(accountName)) endpoint = Http::URI::parse("https://" + accountName + domain);
   }
 
   Util::Outcome<Http::URI, Error> accountUri() const {
@@ -157,11 +100,12 @@ struct AzureSSBClient::Implementation {
                                      const Util::Outcome<Http::URI, Error>& uri,
                                      const AzureSSBRequest& request, const Parse& parse) const {
     if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
-    AzureRequestPolicy policy(call, *authentication);
+    AzureRequestPolicy policy(call, *authentication, domain);
     return call.send(
         method, [&] { return uri; }, request, policy, parse);
   }
 
+  std::string domain;                 // of all accounts' hosts in the region
   std::optional<Http::URI> endpoint;  // empty if the account name cannot be part of a host name
   std::shared_ptr<Auth::AzureSSBAuthentication> authentication;
   ServiceCall call;
