@@ -10,6 +10,8 @@
 namespace CloudStorage::Client::S3 {
 namespace {
 
+constexpr char kRegionHeader[] = "x-amz-bucket-region";
+
 // The text of one element of an error document; empty if the response is not an error document or
 // lacks the element.
 std::string errorElement(const Http::Response& response, const char* name) {
@@ -36,8 +38,8 @@ bool indicatesOtherRegion(const Error& error, const std::string& usedRegion) {
   const int code = error.httpResponseCode;
   if (code == 301 && error.exceptionName == "PermanentRedirect") return true;
   if (code != 301 && code != 302 && code != 307 && code != 400) return false;
-  const auto named = error.responseHeaders.find("x-amz-bucket-region");
-  return named != error.responseHeaders.end() && named->second != usedRegion;
+  const auto stated = error.responseHeaders.find(kRegionHeader);
+  return stated != error.responseHeaders.end() && stated->second != usedRegion;
 }
 
 std::optional<std::chrono::system_clock::time_point> serviceTime(const Http::Response& response) {
@@ -109,10 +111,8 @@ bool S3BucketPolicy::recover(const Http::Response& response, const Error& error,
 bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& error,
                                    Http::Request& request) {
   if (regionRecovered_ || !indicatesOtherRegion(error, region())) return false;
-  std::string actual = headerOrEmpty(response, "x-amz-bucket-region");
-  if (actual.empty()) actual = errorElement(response, "Region");
-  if (actual.empty()) actual = requestRegion();
-  if (!isRegionName(actual) || actual == region()) return false;
+  std::string actual = regionOf(response);
+  if (actual.empty()) return false;
 
   regionRecovered_ = true;
   // After a redirect host and path belong together, so only the signature is corrected.
@@ -121,6 +121,23 @@ bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& 
   setRegion(std::move(actual));
   if (!isRedirected) request.uri.setHost(uri().host());
   return true;
+}
+
+// The first source that names another region, of those that need no request before the one that
+// does; empty if none does.
+std::string S3BucketPolicy::regionOf(const Http::Response& response) {
+  for (const auto& stated :
+       {headerOrEmpty(response, kRegionHeader), errorElement(response, "Region")}) {
+    if (isOtherRegion(stated)) return stated;
+  }
+  if (regionRequested_) return {};
+  regionRequested_ = true;
+  const std::string received = requestRegion();
+  return isOtherRegion(received) ? received : std::string();
+}
+
+bool S3BucketPolicy::isOtherRegion(const std::string& text) const {
+  return isRegionName(text) && text != region();
 }
 
 // A key may contain characters that XML cannot represent. The response is then not valid XML,
@@ -148,7 +165,7 @@ std::string S3BucketPolicy::requestRegion() {
   request.method = Http::Method::Head;
   request.uri = bucketUri(service().endpoint, region(), bucket_);
   authorize(request);
-  return headerOrEmpty(service().call.transfer(request), "x-amz-bucket-region");
+  return headerOrEmpty(service().call.transfer(request), kRegionHeader);
 }
 
 }  // namespace CloudStorage::Client::S3

@@ -86,11 +86,14 @@ class S3BucketPolicy : public S3RequestPolicy {
  private:
   bool recoverRegion(const Http::Response& response, const Error& error, Http::Request& request);
   bool recoverEncoding(const Http::Response& response, const Error& error, Http::Request& request);
+  std::string regionOf(const Http::Response& response);
   std::string requestRegion();
+  bool isOtherRegion(const std::string& text) const;
 
   std::string bucket_;
   std::string key_;
   bool regionRecovered_ = false;
+  bool regionRequested_ = false;
   bool encodingRecovered_ = false;
 };
 
