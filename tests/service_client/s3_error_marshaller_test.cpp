@@ -162,6 +162,12 @@ TEST(S3ErrorMarshaller, ErrorWithStatus200HasTheTypeOfItsCode) {
   EXPECT_EQ(error.httpResponseCode, 200);
 }
 
+TEST(S3ErrorMarshaller, ReferenceToNulDoesNotHideTheCode) {
+  const Error error = marshall(response(404, body("NoSuchBucket", "<Message>a&#0;b</Message>")));
+  EXPECT_EQ(error.exceptionName, "NoSuchBucket");
+  EXPECT_EQ(error.message, "a\uFFFDb");
+}
+
 TEST(S3ErrorMarshaller, RedirectKeepsItsHeaders) {
   const Error error = marshall(response(307, body("TemporaryRedirect"),
                                         {{"location", "https://b.s3.eu-west-1.amazonaws.com/"}}));

@@ -13,6 +13,7 @@
 #include "Client/XmlResponse.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "Http/PercentEncoding.h"
+#include "Util/Text.h"
 #include "Util/Xml.h"
 
 namespace CloudStorage::Client::AzureSSB {
@@ -135,133 +136,6 @@ AzureSSBClient::AzureSSBClient(std::string accountName, ClientParts parts,
 
 AzureSSBClient::~AzureSSBClient() = default;
 
-// Containers
-
-namespace {
-
-Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response&& response) {
-  auto document = readXml(std::move(response.body));
-  if (document.isSuccess() && !Xml::isNamed(document.getResult()->root(), "EnumerationResults")) {
-    return malformedResponse("The answer is no EnumerationResults");
-  }
-  return document;
-}
-
-Util::Outcome<Model::ListContainerResult, Error> parseContainers(Http::Response&& response) {
-  const auto enumeration = readEnumeration(std::move(response));
-  if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Document& document = *enumeration.getResult();
-
-  Model::ListContainerResult result;
-  const auto list = Xml::child(document.root(), "Containers");
-  for (auto node = Xml::child(list, "Container"); node;
-       node = Xml::nextSibling(node, "Container")) {
-    const auto properties = Xml::child(node, "Properties");
-    result.containers.push_back({document.text(Xml::child(node, "Name")),
-                                 document.text(Xml::child(properties, "Last-Modified")),
-                                 document.text(Xml::child(properties, "Etag"))});
-  }
-  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
-  result.storage = document.storage();
-  return result;
-}
-
-// The service's response has no body. A body comes from another source, such as the login page of a
-// network.
-template <typename Result>
-Util::Outcome<Result, Error> parseNothing(Http::Response&& response) {
-  if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
-  return malformedResponse("The answer has a body");
-}
-
-}  // namespace
-
-void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("comp", "list");
-  addUnlessEmpty(uri, "prefix", prefix);
-  addUnlessEmpty(uri, "marker", marker);
-  addIfPresent(uri, "maxresults", maxResults);
-}
-
-Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
-    const Model::ListContainerRequest& request) const {
-  return implementation_->send(Http::Method::Get, implementation_->accountUri(), request,
-                               parseContainers);
-}
-
-void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("restype", "container");
-}
-
-Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
-    const Model::CreateContainerRequest& request) const {
-  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
-                               request, parseNothing<Model::CreateContainerResult>);
-}
-
-// Blobs
-
-namespace {
-
-// Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
-// In any other name a percent sign is literal.
-std::string_view nameOf(Xml::Document& document, pugi::xml_node entry) {
-  const auto name = Xml::child(entry, "Name");
-  const std::string_view text = document.text(name);
-  return name.attribute("Encoded").as_bool() ? document.replace(text, Http::uriDecode(text)) : text;
-}
-
-Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response) {
-  const auto enumeration = readEnumeration(std::move(response));
-  if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Document& document = *enumeration.getResult();
-
-  Model::ListBlobResult result;
-  for (const auto& node : Xml::child(document.root(), "Blobs").children()) {
-    if (Xml::isNamed(node, "BlobPrefix")) result.blobPrefixes.push_back({nameOf(document, node)});
-    if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(document, node)});
-  }
-  for (const auto& prefix : result.blobPrefixes) {
-    // As a C string it would be truncated and denote another folder.
-    if (prefix.name.find('\0') != std::string_view::npos) {
-      return malformedResponse("A prefix in the answer holds a byte of value 0");
-    }
-  }
-  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
-  result.storage = document.storage();
-  return result;
-}
-
-}  // namespace
-
-void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("restype", "container");
-  uri.addQueryStringParameter("comp", "list");
-  addUnlessEmpty(uri, "prefix", prefix);
-  addUnlessEmpty(uri, "delimiter", delimiter);
-  addUnlessEmpty(uri, "marker", marker);
-  addIfPresent(uri, "maxresults", maxResults);
-}
-
-Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
-    const Model::ListBlobRequest& request) const {
-  return implementation_->send(Http::Method::Get,
-                               implementation_->containerUri(request.container.value()), request,
-                               parseBlobs);
-}
-
-Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
-  if (!blobType.isPresent()) return {};
-  return {{"x-ms-blob-type", blobType.value()}};
-}
-
-Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
-    const Model::PutBlobRequest& request) const {
-  return implementation_->send(Http::Method::Put,
-                               implementation_->blobUri(request.container, request.blob.value()),
-                               request, parseNothing<Model::PutBlobResult>);
-}
-
 // Errors
 
 namespace {
@@ -321,6 +195,138 @@ ServiceMessage readMessage(const Http::Response& response) {
 
 Error AzureSSBErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   return marshallError(response, method, readMessage, kRows);
+}
+
+// Containers
+
+namespace {
+
+Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response& response) {
+  return asListing(takeXml(response), response, "EnumerationResults", kRows);
+}
+
+Util::Outcome<Model::ListContainerResult, Error> parseContainers(
+    Http::Response&& response, const Model::ListContainerRequest& request) {
+  const auto enumeration = readEnumeration(response);
+  if (!enumeration.isSuccess()) return enumeration.getError();
+  Xml::Document& document = *enumeration.getResult();
+
+  const std::size_t most = mostEntriesOf(request.maxResults);
+  std::size_t received = 0;
+  Model::ListContainerResult result;
+  const auto list = Xml::lastChild(document.root(), "Containers");
+  for (auto node = list.first_child(); node; node = node.next_sibling()) {
+    if (!Xml::isNamed(node, "Container")) continue;
+    if (++received > most) return tooManyEntries(most);
+    const std::string_view name = document.text(Xml::child(node, "Name"));
+    if (name.empty()) continue;
+    const auto properties = Xml::child(node, "Properties");
+    result.containers.push_back({name, document.text(Xml::child(properties, "Last-Modified")),
+                                 document.text(Xml::child(properties, "Etag"))});
+  }
+  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
+  result.storage = document.storage();
+  return result;
+}
+
+template <typename Result>
+Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
+  return Client::parseStored<Result>(response, kRows);
+}
+
+}  // namespace
+
+void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("comp", "list");
+  addUnlessEmpty(uri, "prefix", prefix);
+  addUnlessEmpty(uri, "marker", marker);
+  addIfPresent(uri, "maxresults", maxResults);
+}
+
+Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
+    const Model::ListContainerRequest& request) const {
+  return implementation_->send(
+      Http::Method::Get, implementation_->accountUri(), request,
+      [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
+}
+
+void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("restype", "container");
+}
+
+Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
+    const Model::CreateContainerRequest& request) const {
+  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
+                               request, parseStored<Model::CreateContainerResult>);
+}
+
+// Blobs
+
+namespace {
+
+// Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
+// In any other name a percent sign is literal.
+std::string_view nameOf(Xml::Document& document, pugi::xml_node entry) {
+  const auto name = Xml::child(entry, "Name");
+  const std::string_view text = document.text(name);
+  if (!name.attribute("Encoded").as_bool()) return text;
+  return document.replace(text, Util::toName(Http::uriDecode(text)));
+}
+
+Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response,
+                                                       const Model::ListBlobRequest& request) {
+  const auto enumeration = readEnumeration(response);
+  if (!enumeration.isSuccess()) return enumeration.getError();
+  Xml::Document& document = *enumeration.getResult();
+
+  const std::size_t most = mostEntriesOf(request.maxResults);
+  std::size_t received = 0;
+  Model::ListBlobResult result;
+  const auto list = Xml::lastChild(document.root(), "Blobs");
+  for (auto node = list.first_child(); node; node = node.next_sibling()) {
+    const bool isPrefix = Xml::isNamed(node, "BlobPrefix");
+    if (!isPrefix && !Xml::isNamed(node, "Blob")) continue;
+    if (++received > most) return tooManyEntries(most);
+    const std::string_view name = nameOf(document, node);
+    if (!isPrefix) {
+      result.blobs.push_back({name});
+    } else if (!name.empty()) {
+      result.blobPrefixes.push_back({name});
+    }
+  }
+  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
+  result.storage = document.storage();
+  return result;
+}
+
+}  // namespace
+
+void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("restype", "container");
+  uri.addQueryStringParameter("comp", "list");
+  addUnlessEmpty(uri, "prefix", prefix);
+  addUnlessEmpty(uri, "delimiter", delimiter);
+  addUnlessEmpty(uri, "marker", marker);
+  addIfPresent(uri, "maxresults", maxResults);
+}
+
+Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
+    const Model::ListBlobRequest& request) const {
+  return implementation_->send(
+      Http::Method::Get, implementation_->containerUri(request.container.value()), request,
+      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+}
+
+Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
+  if (!blobType.isPresent()) return {};
+  return {{"x-ms-blob-type", blobType.value()}};
+}
+
+Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
+    const Model::PutBlobRequest& request) const {
+  return implementation_->send(Http::Method::Put,
+                               implementation_->blobUri(request.container, request.blob.value()),
+                               request, parseStored<Model::PutBlobResult>);
 }
 
 }  // namespace CloudStorage::Client::AzureSSB

@@ -1,9 +1,10 @@
 #include "Client/S3/S3RequestPolicy.h"
 
-#include <algorithm>
 #include <optional>
+#include <utility>
 
-#include "Util/Text.h"
+#include "Client/ResponseChecks.h"
+#include "Http/HeaderChecks.h"
 #include "Util/Time.h"
 #include "Util/Xml.h"
 
@@ -104,7 +105,7 @@ Http::URI S3BucketPolicy::uri() const {
 
 bool S3BucketPolicy::recover(const Http::Response& response, const Error& error,
                              Http::Request& request) {
-  return recoverRegion(response, error, request) || recoverEncoding(response, error, request) ||
+  return recoverRegion(response, error, request) ||
          S3RequestPolicy::recover(response, error, request);
 }
 
@@ -140,32 +141,24 @@ bool S3BucketPolicy::isOtherRegion(const std::string& text) const {
   return isRegionName(text) && text != region();
 }
 
-// A key may contain characters that XML cannot represent. The response is then not valid XML,
-// unless the request makes the service encode keys.
-bool S3BucketPolicy::recoverEncoding(const Http::Response& response, const Error& error,
-                                     Http::Request& request) {
-  const auto& query = request.uri.query();
-  const bool isListing = std::any_of(query.begin(), query.end(), [](const auto& parameter) {
-    return parameter.first == "list-type";
-  });
-  const std::string type = Util::lowerCase(headerOrEmpty(response, "content-type"));
-  const bool isHtml = type.find("html") != std::string::npos;
-  if (encodingRecovered_ || !isListing || isHtml || !response.isSuccessStatus() ||
-      error.errorType != CoreErrors::LocalFailure) {
-    return false;
-  }
-  encodingRecovered_ = true;
-  request.uri.addQueryStringParameter("encoding-type", "url");
-  request.uri.sortQuery();
-  return true;
-}
-
 std::string S3BucketPolicy::requestRegion() {
   Http::Request request;
   request.method = Http::Method::Head;
   request.uri = bucketUri(service().endpoint, region(), bucket_);
   authorize(request);
   return headerOrEmpty(service().call.transfer(request), kRegionHeader);
+}
+
+bool S3ListingPolicy::recover(const Http::Response& response, const Error& error,
+                              Http::Request& request) {
+  const bool wasXml = std::exchange(isXml_, true);
+  if (wasXml || encodingRecovered_ || !isWholeResult(response) || Http::isHtml(response)) {
+    return S3BucketPolicy::recover(response, error, request);
+  }
+  encodingRecovered_ = true;
+  request.uri.addQueryStringParameter("encoding-type", "url");
+  request.uri.sortQuery();
+  return true;
 }
 
 }  // namespace CloudStorage::Client::S3
