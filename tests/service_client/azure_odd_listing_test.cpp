@@ -180,4 +180,26 @@ TEST_F(AzureTooManyEntries, AreMoreThanAHundredThousandIfNoNumberIsRequested) {
   expectTooLarge(containers(inContainers(repeated("<Container/>", 100'001))).getError());
 }
 
+using AzureRepeatedMarker = AzureOddListing;
+
+TEST_F(AzureRepeatedMarker, IsAFailure) {
+  const std::string page =
+      "<EnumerationResults><NextMarker>again</NextMarker></EnumerationResults>";
+  containersRequest.marker = "again";
+  blobsRequest.marker = "again";
+  expectMalformedResponse(containers(page));
+  expectMalformedResponse(blobs(page));
+  EXPECT_EQ(blobs(page).getError().message, "The answer repeats the marker of its request");
+  EXPECT_THAT(delays(), IsEmpty());
+}
+
+TEST_F(AzureRepeatedMarker, IsNoOtherMarker) {
+  containersRequest.marker = "a";
+  EXPECT_TRUE(containers("<EnumerationResults><NextMarker>b</NextMarker></EnumerationResults>")
+                  .isSuccess());
+  EXPECT_TRUE(containers("<EnumerationResults><NextMarker/></EnumerationResults>").isSuccess());
+  containersRequest.marker = "";
+  EXPECT_TRUE(containers("<EnumerationResults><NextMarker/></EnumerationResults>").isSuccess());
+}
+
 }  // namespace

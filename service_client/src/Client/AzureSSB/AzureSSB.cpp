@@ -205,6 +205,16 @@ Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response& response) {
   return asListing(takeXml(response), response, "EnumerationResults", kRows);
 }
 
+// Reads the marker of the next page into `result`. A service that repeats the marker of the request
+// would be asked for the same page for ever.
+template <typename Result, typename Request>
+Util::Outcome<Result, Error> withNextMarker(Result result, Xml::Document& document,
+                                            const Request& request) {
+  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
+  if (result.nextMarker.empty() || result.nextMarker != request.marker.value()) return result;
+  return malformedResponse("The answer repeats the marker of its request");
+}
+
 Util::Outcome<Model::ListContainerResult, Error> parseContainers(
     Http::Response&& response, const Model::ListContainerRequest& request) {
   const auto enumeration = readEnumeration(response);
@@ -224,9 +234,8 @@ Util::Outcome<Model::ListContainerResult, Error> parseContainers(
     result.containers.push_back({name, document.text(Xml::child(properties, "Last-Modified")),
                                  document.text(Xml::child(properties, "Etag"))});
   }
-  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
   result.storage = document.storage();
-  return result;
+  return withNextMarker(std::move(result), document, request);
 }
 
 template <typename Result>
@@ -294,9 +303,8 @@ Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response
       result.blobPrefixes.push_back({name});
     }
   }
-  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
   result.storage = document.storage();
-  return result;
+  return withNextMarker(std::move(result), document, request);
 }
 
 }  // namespace
