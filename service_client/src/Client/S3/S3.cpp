@@ -305,13 +305,14 @@ class ObjectsReader {
 
  private:
   bool readPrefixes(pugi::xml_node group) {
+    const std::size_t before = received_;
     for (auto node = group.first_child(); node; node = node.next_sibling()) {
       if (!Xml::isNamed(node, "Prefix")) continue;
       if (++received_ > most_) return false;
       const std::string_view prefix = document_.text(node);
       if (!prefix.empty()) result_.commonPrefixes.push_back(prefix);
     }
-    return true;
+    return received_ > before || ++received_ <= most_;  // an empty group is an entry, too
   }
 
   Xml::Document& document_;
