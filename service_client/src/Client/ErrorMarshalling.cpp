@@ -116,6 +116,20 @@ bool isRead(Http::Method method) {
   return method == Http::Method::Get || method == Http::Method::Head;
 }
 
+bool isRetryable(Retry retry, int status, Http::Method method) {
+  switch (retry) {
+    case Retry::Never:
+      return false;
+    case Retry::Reads:
+      return isRead(method);
+    case Retry::ServerErrors:
+      return status / 100 == kServerErrors;
+    case Retry::Always:
+      return true;
+  }
+  return false;
+}
+
 CoreErrors typeOf(Kind kind) {
   switch (kind) {
     case Kind::Unreachable:
@@ -170,7 +184,7 @@ Error responseError(const Http::Response& response, Http::Method method,
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
   if (row == nullptr) row = findRow(kHttpRows, response.status, {});
   error.errorType = row->type;
-  error.retryable = row->retry == Retry::Always || (row->retry == Retry::Reads && isRead(method));
+  error.retryable = isRetryable(row->retry, response.status, method);
 
   if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
   error.message = Util::oneLine(message.message);

@@ -15,7 +15,8 @@ namespace CloudStorage::Client {
 /// Whether a retry of a failed request could help.
 enum class Retry {
   Never,
-  Reads,  ///< GET and HEAD; any other request may have been executed and would run twice
+  Reads,         ///< GET and HEAD; any other request may have been executed and would run twice
+  ServerErrors,  ///< if the status is 5xx, whatever the code says
   Always,
 };
 

@@ -6,6 +6,7 @@ namespace CloudStorage::Util {
 namespace {
 
 constexpr char kReplacement = '?';
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 unsigned char byteAt(std::string_view text, std::size_t index) {
@@ -101,6 +102,18 @@ std::string replaceInvalidUtf8(std::string_view text) {
     }
   }
   return valid;
+}
+
+std::string toName(std::string_view bytes) {
+  std::string name;
+  name.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = characterLength(bytes);
+    const bool isKept = length != 0 && bytes.front() != '\0';
+    name += isKept ? bytes.substr(0, length) : kReplacementCharacter;
+    bytes.remove_prefix(isKept ? length : 1);
+  }
+  return name;
 }
 
 std::string_view skipByteOrderMark(std::string_view text) {

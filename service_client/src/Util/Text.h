@@ -14,6 +14,10 @@ std::string oneLine(std::string_view text, std::size_t limit = 1024);
 /// `text` with every byte that is not part of valid UTF-8 replaced by `?`.
 std::string replaceInvalidUtf8(std::string_view text);
 
+/// `bytes` as a name that hosts can show and that a C string can hold: each NUL, and each byte that
+/// is not part of valid UTF-8, is replaced by U+FFFD.
+std::string toName(std::string_view bytes);
+
 /// `text` without a leading UTF-8 byte order mark.
 std::string_view skipByteOrderMark(std::string_view text);
 

@@ -85,12 +85,28 @@ class S3BucketPolicy : public S3RequestPolicy {
 
  private:
   bool recoverRegion(const Http::Response& response, const Error& error, Http::Request& request);
-  bool recoverEncoding(const Http::Response& response, const Error& error, Http::Request& request);
+  std::string regionOf(const Http::Response& response);
   std::string requestRegion();
+  bool isOtherRegion(const std::string& text) const;
 
   std::string bucket_;
   std::string key_;
   bool regionRecovered_ = false;
+  bool regionRequested_ = false;
+};
+
+/// The policy of a call that lists a bucket's keys. A key may contain characters that XML cannot
+/// represent. The response is then not XML, unless the request makes the service encode keys.
+class S3ListingPolicy : public S3BucketPolicy {
+ public:
+  using S3BucketPolicy::S3BucketPolicy;
+
+  /// Whether the last response was XML, whatever it contained.
+  void setIsXml(bool isXml) { isXml_ = isXml; }
+  bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+
+ private:
+  bool isXml_ = true;
   bool encodingRecovered_ = false;
 };
 
