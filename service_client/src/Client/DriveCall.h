@@ -53,6 +53,9 @@ class DriveCall {
     });
   }
 
+  /// See ServiceCall::transfer().
+  Http::Response transfer(const Http::Request& request) const { return call_.transfer(request); }
+
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
 
  private:
