@@ -166,14 +166,14 @@ Error marshallError(const Http::Response& response, Http::Method method,
 Error responseError(const Http::Response& response, Http::Method method,
                     const ServiceMessage& message, ErrorTable table) {
   Error error;
-  error.exceptionName = Util::oneLine(message.code);
+  error.exceptionName = Util::oneLine(message.code, std::string::npos);
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
   if (row == nullptr) row = findRow(kHttpRows, response.status, {});
   error.errorType = row->type;
   error.retryable = row->retry == Retry::Always || (row->retry == Retry::Reads && isRead(method));
 
   if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
-  error.message = Util::oneLine(message.message);
+  error.message = Util::oneLine(message.message, std::string::npos);
   if (error.message.empty()) error.message = reasonPhrase(response.status);
   error.responseHeaders = response.headers;
   error.httpResponseCode = response.status;

@@ -67,6 +67,9 @@ Error malformedResponse(std::string_view message);
 /// HTTP status alone. Without a code the error is named "HTTP" and the status; without a message it
 /// has the status's reason phrase.
 ///
+/// The texts are one line each. They have any length, because secrets must be redacted before a text
+/// is truncated.
+///
 /// If there is no response, the transport's failure defines the type, and the error is not
 /// retryable. A table with a row for every failure gives its type to failures of the network as
 /// well. These are retryable if the service cannot have executed the request, or if the request was

@@ -99,6 +99,10 @@ class AzureRequestPolicy : public RequestPolicy {
     Auth::AzureSharedKey::sign(request, authentication_, call_.now());
   }
 
+  std::vector<std::string> secretsIn(const Http::Request& request) const override {
+    return {Auth::AzureSharedKey::stringToSign(request, authentication_.accountName())};
+  }
+
  private:
   const ServiceCall& call_;
   const Auth::AzureSSBAuthentication& authentication_;
