@@ -132,10 +132,10 @@ TEST(S3ErrorMarshaller, NamespaceDoesNotMatter) {
   EXPECT_EQ(error.message, "No");
 }
 
-TEST(S3ErrorMarshaller, EmptyMessageIsReplacedByTheStatusText) {
+TEST(S3ErrorMarshaller, EmptyMessageStaysEmpty) {
   const Error error = marshall(response(404, body("NoSuchBucket", "<Message></Message>")));
   EXPECT_EQ(error.exceptionName, "NoSuchBucket");
-  EXPECT_EQ(error.message, "Not Found");
+  EXPECT_EQ(error.message, "");
 }
 
 TEST(S3ErrorMarshaller, EmptyBodyIsNamedByTheStatus) {

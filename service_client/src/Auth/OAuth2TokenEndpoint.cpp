@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Auth/Redactor.h"
 #include "Client/RunningCall.h"
 #include "CloudStorage/Util/Outcome.h"
 #include "Http/HeaderChecks.h"
@@ -97,13 +98,12 @@ std::string refusalText(const Http::Response& response) {
 }
 
 // Redacts the secrets of the request, because some services quote the request in their messages.
-Util::Status failure(int code, std::string text, const Form& form) {
+Util::Status failure(int code, const std::string& text, const Form& form) {
+  std::vector<std::string> secrets;
   for (const auto& [name, value, secret] : form) {
-    if (!secret) continue;
-    Util::redact(text, value);
-    Util::redact(text, Http::uriEncode(value, false));
+    if (secret) secrets.emplace_back(value);
   }
-  return {code, Util::oneLine(text)};
+  return {code, Redactor(secrets).line(text)};
 }
 
 TokensOutcome requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,

@@ -75,6 +75,9 @@ class DriveCall {
     });
   }
 
+  /// See ServiceCall::transfer().
+  Http::Response transfer(Http::Request& request) const { return call_.transfer(request); }
+
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
 
  private:

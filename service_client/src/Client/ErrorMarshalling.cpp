@@ -88,13 +88,6 @@ constexpr Reason kReasons[] = {
     {507, "Insufficient Storage"},
 };
 
-std::string_view reasonPhrase(int status) {
-  for (const Reason& reason : kReasons) {
-    if (reason.status == status) return reason.text;
-  }
-  return "No standard HTTP status";
-}
-
 bool matchesStatus(const ErrorRow& row, int status) {
   return row.status == kAnyStatus || row.status == status || row.status == status / 100;
 }
@@ -159,6 +152,13 @@ Error transportError(const Http::TransportFailure& failure, Http::Method method,
 
 }  // namespace
 
+std::string_view reasonPhrase(int status) {
+  for (const Reason& reason : kReasons) {
+    if (reason.status == status) return reason.text;
+  }
+  return "No standard HTTP status";
+}
+
 Error localError(std::string_view name, std::string_view message) {
   Error error;
   error.errorType = CoreErrors::LocalFailure;
@@ -180,15 +180,17 @@ Error marshallError(const Http::Response& response, Http::Method method,
 Error responseError(const Http::Response& response, Http::Method method,
                     const ServiceMessage& message, ErrorTable table) {
   Error error;
-  error.exceptionName = Util::oneLine(message.code);
+  error.exceptionName = Util::oneLine(message.code, std::string::npos);
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
   if (row == nullptr) row = findRow(kHttpRows, response.status, {});
   error.errorType = row->type;
   error.retryable = isRetryable(row->retry, response.status, method);
 
-  if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
-  error.message = Util::oneLine(message.message);
-  if (error.message.empty()) error.message = reasonPhrase(response.status);
+  error.message = Util::oneLine(message.message, std::string::npos);
+  if (error.exceptionName.empty()) {
+    error.exceptionName = "HTTP" + std::to_string(response.status);
+    if (error.message.empty()) error.message = reasonPhrase(response.status);
+  }
   error.responseHeaders = response.headers;
   error.httpResponseCode = response.status;
   return error;

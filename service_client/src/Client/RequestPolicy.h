@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Http/Transport.h"
@@ -19,6 +20,10 @@ class RequestPolicy {
 
   /// Whether the call's requests must not run twice; see Http::Request::isSentOnce.
   virtual bool isSentOnce() const { return false; }
+
+  /// What must not appear in an error about `request`, which was authorized, beside the secret in its
+  /// authorization header.
+  virtual std::vector<std::string> secretsIn(const Http::Request& /*request*/) const { return {}; }
 
   /// Called for every failure, before the retry strategy. Returns true if the cause was in the
   /// request itself, such as a wrong region, and is now corrected in `request` or in the state that

@@ -6,11 +6,12 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "Auth/Digest.h"
+#include "Auth/Redactor.h"
 #include "Client/ErrorMarshalling.h"
 #include "Http/CurlTransport.h"
-#include "Util/Text.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -50,6 +51,15 @@ Http::Response tooManyRequests() {
   const auto count = std::to_string(CallBudget::kRequests);
   return failed({Http::TransportFailure::Kind::Refused, "MalformedResponse",
                  "The call has not ended with its " + count + " requests", false});
+}
+
+// The secret in an authorization header: an access token, which may have any form, or the signature
+// at the end.
+std::string_view secretOf(std::string_view header) {
+  constexpr std::string_view kBearer = "Bearer ";
+  if (header.substr(0, kBearer.size()) == kBearer) return header.substr(kBearer.size());
+  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
+  return header.substr(header.find_last_of(" =:", lastCharacter) + 1);
 }
 
 }  // namespace
@@ -106,16 +116,18 @@ Error ServiceCall::withResponse(Error error, const Http::Response& response) {
   return error;
 }
 
-// Services and proxies may quote the request in their messages. The secret is the last word of the
-// header: a token or a signature.
-Error ServiceCall::redacted(Error error, const Http::Request& request) {
+// Services and proxies may quote the request in their messages.
+Error ServiceCall::redacted(Error error, const Http::Request& request,
+                            const RequestPolicy& policy) {
+  std::vector<std::string> secrets;
   const auto authorization = request.headers.find("authorization");
-  if (authorization == request.headers.end()) return error;
-  const std::string_view header = authorization->second;
-  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
-  const std::string_view secret = header.substr(header.find_last_of(" =:", lastCharacter) + 1);
-  Util::redact(error.message, secret);
-  Util::redact(error.exceptionName, secret);
+  if (authorization != request.headers.end()) {
+    secrets = policy.secretsIn(request);
+    secrets.emplace_back(secretOf(authorization->second));
+  }
+  const Auth::Redactor redactor(secrets);
+  error.message = redactor.line(error.message);
+  error.exceptionName = redactor.line(error.exceptionName);
   return error;
 }
 

@@ -86,7 +86,7 @@ class ServiceCall {
       auto outcome = read(response, request.method, parse);
       if (outcome.isSuccess()) return outcome;
 
-      Error error = redacted(std::move(outcome).getError(), authorized);
+      Error error = redacted(std::move(outcome).getError(), authorized, policy);
       if (recoveries == kMaxRecoveries || !policy.recover(response, error, request)) return error;
     }
   }
@@ -102,8 +102,9 @@ class ServiceCall {
   static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
   /// `error` with the status and the headers of the response that caused it.
   static Error withResponse(Error error, const Http::Response& response);
-  /// `error` without the secret that `request` was authorized with.
-  static Error redacted(Error error, const Http::Request& request);
+  /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
+  /// authorized.
+  static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
   static Error errorOfCurrentException();
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
   /// the service redirected the request. If there is no time for that, `error` becomes the error

@@ -131,14 +131,4 @@ std::string lowerCase(std::string_view text) {
   return lower;
 }
 
-void redact(std::string& text, std::string_view secret) {
-  constexpr std::size_t kShortestSecret = 8;
-  constexpr std::string_view kMask = "***";
-  if (secret.size() < kShortestSecret) return;
-  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
-    text.replace(at, secret.size(), kMask);
-    at += kMask.size();
-  }
-}
-
 }  // namespace CloudStorage::Util

@@ -43,6 +43,10 @@ class AzureRequestPolicy : public RequestPolicy {
     return true;
   }
 
+  std::vector<std::string> secretsIn(const Http::Request& request) const override {
+    return {Auth::AzureSharedKey::stringToSign(request, authentication_.accountName())};
+  }
+
  private:
   const ServiceCall& call_;
   const Auth::AzureSSBAuthentication& authentication_;
@@ -182,10 +186,14 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "InternalError", CoreErrors::ServiceFailure, Retry::Always},
 };
 
-/// Only the first line of a message is kept: the others contain the request's id and time.
+/// Only the first line of a message is kept: the others contain the request's id and time. A
+/// response without a body has the code in a header.
 ServiceMessage readMessage(const Http::Response& response) {
   ServiceMessage message = readXmlError(response.body);
   message.message.erase(std::min(message.message.find('\n'), message.message.size()));
+  if (message.code.empty() && message.message.empty()) {
+    message.message = reasonPhrase(response.status);
+  }
   const auto header = response.headers.find(kErrorCodeHeader);
   if (header != response.headers.end() && !header->second.empty()) message.code = header->second;
   return message;

@@ -56,6 +56,10 @@ void S3RequestPolicy::authorize(Http::Request& request) {
   service_.signer.sign(request, region_, service_.call.now() + service_.clock.offset());
 }
 
+std::vector<std::string> S3RequestPolicy::secretsIn(const Http::Request& request) const {
+  return {service_.signer.stringToSign(request, region_)};
+}
+
 bool S3RequestPolicy::recover(const Http::Response& response, const Error& error, Http::Request&) {
   return recoverClock(response, error);
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Auth/AWSV4Signer.h"
 #include "Client/S3/S3Addressing.h"
@@ -39,6 +40,7 @@ class S3RequestPolicy : public RequestPolicy {
       : service_(service), region_(std::move(region)) {}
 
   void authorize(Http::Request& request) override;
+  std::vector<std::string> secretsIn(const Http::Request& request) const override;
   bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
   bool redirect(const std::string& location, Http::Request& request) override;
 
