@@ -2,6 +2,7 @@
 
 import pathlib
 import re
+import subprocess
 import tempfile
 import unittest
 
@@ -74,6 +75,11 @@ class Installed(unittest.TestCase):
                              env=self.prefix.environment)
                 expected = f"found: 1 {self.version}" if found else "found: 0"
                 self.assertIn(expected, output)
+
+    def test_what_only_packages_contain_is_not_installed(self):
+        self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())
+        self.assertEqual([*self.prefix.path.rglob("*lintian*")], [])
+        self.assertEqual([*self.prefix.path.rglob("changelog*")], [])
 
     def test_the_tool_finds_its_libraries(self):
         self.assertEqual(run(self.prefix.tool, "--version", env={}), f"vemlo {self.version}\n")

@@ -41,6 +41,7 @@ class Packages(unittest.TestCase):
         places = {
             "libvemlo1": {
                 f"usr/{LIBDIR}/libvemlo.so.1", f"usr/{LIBDIR}/libvemlo_service_client.so.1",
+                "usr/share/lintian/overrides/libvemlo1", "usr/share/doc/libvemlo1/changelog.gz",
             },
             "libvemlo-dev": {
                 "usr/include/libvemlo.h", f"usr/{LIBDIR}/libvemlo.so",
@@ -49,6 +50,7 @@ class Packages(unittest.TestCase):
                 f"usr/{LIBDIR}/pkgconfig/libvemlo-service-client.pc",
                 f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config.cmake",
                 f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config-version.cmake",
+                "usr/share/doc/libvemlo-dev/changelog.Debian.gz",
                 "usr/share/man/man3/libvemlo.3.gz", "usr/share/doc/libvemlo-dev/hosting.md",
                 "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
