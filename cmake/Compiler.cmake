@@ -62,6 +62,15 @@ if(VEMLO_SANITIZE)
   endif()
 endif()
 
+# compile_reproducibly(<target>): the objects do not depend on the folder in which the project is. The
+# logger puts __FILE__ into them, and -g puts more paths there. A compiler cache may make the paths
+# relative.
+function(compile_reproducibly target)
+  file(RELATIVE_PATH relative_path ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR}/.)
+  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                           -ffile-prefix-map=${relative_path}=)
+endfunction()
+
 # compile_tests_faster(<target>): for a program of tests that is written with GoogleTest.
 #
 # Tests are checked for what they do to memory. Whether their own arithmetic is defined is not worth
