@@ -18,7 +18,7 @@ foreach(name IN LISTS package_names)
 endforeach()
 
 configure_package_config_file(cmake/libvemlo-config.cmake.in libvemlo-config.cmake
-  INSTALL_DESTINATION ${cmake_folder} NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+  INSTALL_DESTINATION ${cmake_folder} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(libvemlo-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/libvemlo-config.cmake
               ${PROJECT_BINARY_DIR}/libvemlo-config-version.cmake

@@ -76,6 +76,18 @@ class Installed(unittest.TestCase):
                 expected = f"found: 1 {self.version}" if found else "found: 0"
                 self.assertIn(expected, output)
 
+    def test_components(self):
+        for wanted, found in (("service_client", True), ("libvemlo service_client", True),
+                              ("nonsense", False), ("service_client nonsense", False)):
+            with self.subTest(wanted=wanted):
+                folder = self.temporary_folder(
+                    CMakeLists_txt=VERSION_PROJECT % f"COMPONENTS {wanted}")
+                result = subprocess.run(["cmake", "-S", folder, "-B", folder / "build"],
+                                        env=self.prefix.environment, capture_output=True,
+                                        text=True, check=True)
+                self.assertIn(f"found: {1 if found else 0}", result.stdout)
+                self.assertEqual("it has no component 'nonsense'" in result.stderr, not found)
+
     def test_what_only_packages_contain_is_not_installed(self):
         self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())
         self.assertEqual([*self.prefix.path.rglob("*lintian*")], [])
