@@ -7,9 +7,9 @@ import subprocess
 import tempfile
 import unittest
 
-from installed import run
+from installed import BUILD_TREE, LIBDIR, run
 
-LIBDIR = os.environ["VEMLO_LIBDIR"]
+CONFIG = BUILD_TREE / "CPackConfig.cmake"
 
 
 class Package:
@@ -27,8 +27,7 @@ class Packages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         folder = cls.enterClassContext(tempfile.TemporaryDirectory())
-        config = pathlib.Path(os.environ["VEMLO_BUILD_TREE"]) / "CPackConfig.cmake"
-        run("cpack", "--config", config, "-B", folder)
+        run("cpack", "--config", CONFIG, "-B", folder)
         cls.packages = {}
         for path in pathlib.Path(folder).glob("*.deb"):
             package = Package(path)
@@ -85,6 +84,17 @@ class Packages(unittest.TestCase):
                 self.assertIn(".dynsym", sections)
                 self.assertNotIn(".symtab", sections)
                 self.assertNotIn(".debug_info", sections)
+
+    def test_missing_programs_are_named_before_packages_are_made(self):
+        folders = [*os.environ["PATH"].split(":"), "/bin", "/usr/bin"]
+        with tempfile.TemporaryDirectory() as folder:
+            result = subprocess.run(["cpack", "--config", CONFIG, "-B", folder,
+                                     "-D", f"CMAKE_IGNORE_PATH={';'.join(folders)}"],
+                                    capture_output=True, text=True, check=False)
+            self.assertIn("not installed: dpkg-dev file binutils",
+                          " ".join(result.stderr.split()))
+            self.assertNotEqual(result.returncode, 0)
+            self.assertEqual([*pathlib.Path(folder).rglob("*.deb")], [])
 
     def test_lintian_finds_no_error(self):
         paths = [package.path for package in self.packages.values()]
