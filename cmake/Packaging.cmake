@@ -3,7 +3,9 @@
 set(runtime_package libvemlo1)
 set(development_package libvemlo-dev)
 set(tool_package vemlo)
-set(package_version ${PROJECT_VERSION}-1)
+# A revision below 1 yields to a package of the distribution.
+set(package_revision 0vemlo1)
+set(package_version ${PROJECT_VERSION}-${package_revision})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libvemlo)
@@ -20,17 +22,22 @@ if(VEMLO_BUILD_TOOL)
 endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${package_revision})
 set(CPACK_DEBIAN_PACKAGE_SOURCE libvemlo)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# CPack has no variable for this field, so it follows the section.
+set(multi_arch_same "\nMulti-Arch: same")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs${multi_arch_same})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+# From these files dpkg-shlibdeps finds what a package depends on that uses the libraries. That is,
+# for the C interface, the version in which the newest of the symbols that it uses appeared.
+configure_file(cmake/debian/shlibs.in shlibs @ONLY)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_BINARY_DIR}/shlibs ${PROJECT_SOURCE_DIR}/cmake/debian/symbols
+  ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 "connect cloud storage accounts and pick folders
 With this library, backup and transfer programs let their users link accounts
@@ -38,7 +45,7 @@ of S3 and compatible stores, Azure storage blobs, Google Drive, OneDrive,
 Dropbox and Amazon Drive, and choose the folder that transfers will use.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel${multi_arch_same})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${package_version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "connect cloud storage accounts - what hosts are built with
@@ -66,7 +73,8 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   install_compressed(${component} ${PROJECT_BINARY_DIR}/changelog.Debian ${folder}
     changelog.Debian EXCLUDE_FROM_ALL)
 endforeach()
-install(FILES cmake/debian/libvemlo1.lintian-overrides RENAME ${runtime_package}
+
+install(FILES cmake/debian/lintian-overrides RENAME ${runtime_package}
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT runtime EXCLUDE_FROM_ALL)
 
 include(CPack)
