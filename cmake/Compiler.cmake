@@ -62,9 +62,9 @@ if(VEMLO_SANITIZE)
   endif()
 endif()
 
-# compile_reproducibly(<target>): the objects do not depend on the folder in which the project is. The
-# logger puts __FILE__ into them, and -g puts more paths there. A compiler cache may make the paths
-# relative.
+# compile_reproducibly(<target>): the objects do not depend on the folder in which the project is.
+# The logger puts __FILE__ into them, and -g puts more paths there. A compiler cache may make the
+# paths relative.
 function(compile_reproducibly target)
   file(RELATIVE_PATH relative_path ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR}/.)
   target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=

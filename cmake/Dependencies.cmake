@@ -1,8 +1,8 @@
 # All libraries that the project is built with; docs/adr has the reasons for each of them.
 # scripts/bootstrap installs the Debian packages.
 
-# require_curl_with_openssl(): the transport hands libcurl trusted certificates as OpenSSL's objects.
-# With another TLS library below libcurl, no TLS connection would be made.
+# require_curl_with_openssl(): the transport hands libcurl trusted certificates as objects of
+# OpenSSL. With another TLS library below libcurl, no TLS connection would be made.
 function(require_curl_with_openssl)
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
     message(STATUS "Not checked: whether libcurl uses OpenSSL")

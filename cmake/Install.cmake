@@ -45,6 +45,15 @@ if(VEMLO_BUILD_TOOL)
 endif()
 install_compressed(development ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
   ${CMAKE_INSTALL_MANDIR}/man3 libvemlo.3)
+# The pages of the functions are made from the header.
+find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
+set(pages ${PROJECT_BINARY_DIR}/manual-pages)
+execute_process(COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${pages}
+  COMMAND_ERROR_IS_FATAL ANY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/include/libvemlo.h ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
+  ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${PROJECT_SOURCE_DIR}/scripts/public_header.py)
+install(DIRECTORY ${pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)
 install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
   DESTINATION ${folder} COMPONENT development)

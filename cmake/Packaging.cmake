@@ -1,5 +1,5 @@
-# Debian packages of the libraries, of the files for building hosts, and of the command-line host, if
-# it is built: cpack --config <build tree>/CPackConfig.cmake
+# Debian packages of the libraries, of the files for building hosts, and of the command-line host
+# if it is built: cpack --config <build tree>/CPackConfig.cmake
 set(runtime_package libvemlo1)
 set(development_package libvemlo-dev)
 set(tool_package vemlo)

@@ -1,5 +1,5 @@
-# cpack reads this file before it makes packages. Without these programs it would stop without naming
-# what is missing, or make packages that do not depend on the libraries they use.
+# cpack reads this file before it makes packages. Without these programs it would stop without
+# naming what is missing, or make packages that do not depend on the libraries they use.
 set(missing_packages)
 foreach(program_and_package "dpkg-shlibdeps dpkg-dev" "file file" "objdump binutils")
   separate_arguments(program_and_package)

@@ -19,7 +19,7 @@ STUBS = {
 }
 LIBRARIES = {"libpoco-dev", "libgoogle-glog-dev", "libcurl4-openssl-dev", "libssl-dev",
              "libpugixml-dev", "libsimdjson-dev", "libcli11-dev", "nlohmann-json3-dev"}
-TOOLS = {"g++", "cmake", "ninja-build", "dpkg-dev", "file"}
+TOOLS = {"g++", "cmake", "ninja-build", "python3", "dpkg-dev", "file"}
 
 
 class Bootstrap(unittest.TestCase):

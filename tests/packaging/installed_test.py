@@ -1,5 +1,6 @@
 """The files of `cmake --install` are found, and hosts can be built against them."""
 
+import os
 import pathlib
 import re
 import subprocess
@@ -87,6 +88,16 @@ class Installed(unittest.TestCase):
                                         text=True, check=True)
                 self.assertIn(f"found: {1 if found else 0}", result.stdout)
                 self.assertEqual("it has no component 'nonsense'" in result.stderr, not found)
+
+    def test_every_function_has_a_manual_page(self):
+        symbols = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+        names = sorted(set(re.findall(r"^(\w+)@@", symbols, re.M)) - {"verbose"})
+        self.assertEqual(len(names), 57)
+        manual = ["man", "-M", self.prefix.path / "share/man"]
+        self.assertEqual(len(run(*manual, "-w", *names).splitlines()), len(names))
+        # Closing a session is described once for all services.
+        shown = run(*manual, "libvemlo_dropbox_cleanup", env={**os.environ, "MANWIDTH": "99"})
+        self.assertIn("libvemlo_dropbox_cleanup(session *handle);", shown)
 
     def test_what_only_packages_contain_is_not_installed(self):
         self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())
