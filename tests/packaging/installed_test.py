@@ -1,5 +1,6 @@
 """The files of `cmake --install` are found, and hosts can be built against them."""
 
+import gzip
 import os
 import pathlib
 import re
@@ -98,6 +99,23 @@ class Installed(unittest.TestCase):
         # Closing a session is described once for all services.
         shown = run(*manual, "libvemlo_dropbox_cleanup", env={**os.environ, "MANWIDTH": "99"})
         self.assertIn("libvemlo_dropbox_cleanup(session *handle);", shown)
+
+    def test_documents_lead_to_installed_files(self):
+        folder = self.prefix.path / "share/doc/libvemlo-dev"
+        documents = {path: path.read_text(encoding="utf-8") for path in folder.rglob("*.md")}
+        self.assertEqual(len(documents), 3)
+        for path, text in documents.items():
+            for target in re.findall(r"\]\(([^)#]+)", text):
+                with self.subTest(document=path.name, target=target):
+                    self.assertTrue((path.parent / target).exists())
+
+        header = (self.prefix.path / "include/libvemlo.h").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"[\w./-]+\.md", header)), {"error-codes.md"})
+
+        with gzip.open(self.prefix.path / "share/man/man3/libvemlo.3.gz", "rt") as page:
+            paths = re.findall(r"^\.It Pa /usr/(\S+)", page.read(), re.M)
+        self.assertEqual([path for path in paths if not (self.prefix.path / path).exists()], [])
+        self.assertGreater(len(paths), 2)
 
     def test_what_only_packages_contain_is_not_installed(self):
         self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())
