@@ -105,10 +105,22 @@ class Exchange(LoginTest):
         return re.search(r"authorizationCode = (.*?), ", result.stderr)[1]
 
     def test_a_code_alone_is_used_unchanged(self):
-        for code in ("4/0Ab_c-d", "4%2F0Ab", "a b", "code=1", "M.C1.2!x*$", "a+b"):
+        for code in ("4/0Ab_c-d", "a b", "code=1", "M.C1.2!x*$", "a+b", "a?b", "100%", "%zz%4"):
             with self.subTest(code=code):
                 self.assertEqual(self.code_sent("onedrive", code), code)
         self.assertEqual(self.code_sent("onedrive", " \tabc \r"), "abc")
+
+    def test_a_code_that_was_copied_out_of_the_address_is_decoded_once(self):
+        cases = {"4%2F0Ab": "4/0Ab", "4%2f0Ab%2Dc+d": "4/0Ab-c+d", "a%2526b": "a%26b"}
+        for pasted, code in cases.items():
+            with self.subTest(pasted=pasted):
+                self.assertEqual(self.code_sent("google-drive", pasted), code)
+
+    def test_an_address_without_its_scheme_is_an_address(self):
+        pasted = "vemlo.example/redirect.php?state=&code=4%2F0Ab&scope=x"
+        self.assertEqual(self.code_sent("google-drive", pasted), "4/0Ab")
+        denied = self.login("google-drive", "vemlo.example/redirect.php?error=access_denied\n")
+        self.assert_ends(denied, SERVICE_FAILED, "access was denied")
 
     def test_a_code_in_an_address_is_decoded_once(self):
         cases = {
