@@ -258,7 +258,6 @@ class Logout(LoginTest):
         accounts = self.keep_accounts("google-drive", "dropbox", "of-a-newer-version")
         accounts["dropbox"]["more"] = {"of": ["another", "version"]}
         self.keep(json.dumps(accounts))
-        self.file.chmod(0o644)
         self.folder.chmod(0o700)
 
         result = self.tool("logout", "google-drive")
@@ -304,11 +303,6 @@ class File(LoginTest):
                     result = self.tool(*command)
                     self.assert_fails(result, LOCAL_FAILURE, f"'{self.file}' is damaged")
                     self.assertEqual(self.file.read_text(), text)
-
-    def test_a_file_that_cannot_be_read(self):
-        self.file.mkdir(parents=True)
-        result = self.tool("accounts")
-        self.assert_fails(result, LOCAL_FAILURE, f"cannot read '{self.file}': Is a directory")
 
     def test_a_folder_that_cannot_be_made(self):
         self.folder.write_text("a file")
