@@ -13,7 +13,7 @@ import subprocess
 import threading
 import unittest
 
-from support.tool import DONE, KEYS, TOOL, ToolTest, environment_with, run
+from support.tool import AZURE_KEYS, DONE, KEYS, TOOL, ToolTest, environment_with, run
 
 
 class FakeS3Server(contextlib.AbstractContextManager):
@@ -93,10 +93,11 @@ class Folders(ToolTest):
 class Terminal:
     """A process of `ls` whose standard error is a terminal."""
 
-    def __init__(self, server, *options):
+    def __init__(self, server, *options, **variables):
         self.screen, terminal = pty.openpty()
+        variables = {"TERM": "xterm", "NO_COLOR": "", **server.environment, **variables}
         self.process = subprocess.Popen(
-            [TOOL, "s3", "ls", "photos", *options], env=environment_with(server.environment),
+            [TOOL, "s3", "ls", "photos", *options], env=environment_with(variables),
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=terminal, encoding="utf-8",
         )  # fmt: skip
         os.close(terminal)
@@ -164,6 +165,45 @@ class Progress(ToolTest):
             output, sent = verbose_terminal.read_to_end()
             self.assertEqual(output, "NAME\n2019/\n")
             self.assertNotRegex(sent, self.SPINNER)
+
+    def test_no_spinner_on_a_terminal_that_cannot_overwrite_a_line(self):
+        with FakeS3Server(folders("2019/"), wait=lambda: threading.Event().wait(1)) as server:
+            terminals = [Terminal(server, TERM=kind) for kind in ("dumb", "")]
+            for terminal in terminals:
+                self.assertEqual(terminal.read_to_end(), ("NAME\n2019/\n", ""))
+
+
+class Colours(ToolTest):
+    RED = "\x1b[0;31m"
+    REFUSED = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
+
+    def logged_on_terminal(self, **variables):
+        with FakeS3Server(self.REFUSED, 403) as server:
+            _, sent = Terminal(server, **variables).read_to_end()
+        self.assertIn("Error type: 15", sent)
+        return sent
+
+    def test_an_error_is_red_on_a_terminal(self):
+        self.assertTrue(self.logged_on_terminal().startswith(self.RED + "E"))
+
+    def test_no_colour_if_the_user_wants_none(self):
+        self.assertNotIn("\x1b", self.logged_on_terminal(NO_COLOR="1"))
+        self.assertNotIn("\x1b", self.logged_on_terminal(TERM="dumb"))
+
+    def test_no_escape_sequence_in_a_file(self):
+        terminal = {"TERM": "xterm-256color"}
+        with FakeS3Server(self.REFUSED, 403) as server:
+            for options in ((), ("--json",), ("--verbose",)):
+                result = run(
+                    "s3", "ls", "photos", *options, environment={**server.environment, **terminal}
+                )
+                self.assertIn("Error type: 15", result.stderr)
+                self.assertNotIn("\x1b", result.stderr)
+        # This is logged while the session is opened.
+        key = {**AZURE_KEYS, "VEMLO_AZURE_KEY": "confidential!", **terminal}
+        result = run("azure", "containers", environment=key)
+        self.assertIn("Failed to decode AzureSSB access key.", result.stderr)
+        self.assertNotIn("\x1b", result.stderr)
 
 
 if __name__ == "__main__":

@@ -4,6 +4,7 @@ import itertools
 import json
 import os
 import pathlib
+import signal
 import tempfile
 import unittest
 
@@ -353,7 +354,8 @@ class Output(ToolTest):
                 result = run(*command, stdout=full)
                 self.assert_fails(result, LOCAL_FAILURE, "No space left on device")
 
-    def test_a_closed_pipe_is_a_failure(self):
+    def test_a_closed_pipe_ends_the_tool_silently(self):
+        """As other programs; a shell reports the signal as 141."""
         for command in self.COMMANDS:
             with self.subTest(command=command):
                 reading, writing = os.pipe()
@@ -362,7 +364,20 @@ class Output(ToolTest):
                     result = run(*command, stdout=writing)
                 finally:
                     os.close(writing)
-                self.assert_fails(result, LOCAL_FAILURE, "Broken pipe")
+                self.assertEqual((result.stderr, result.returncode), ("", -signal.SIGPIPE))
+
+    def test_signals_that_the_parent_ignores_or_blocks_do_not_matter(self):
+        def block():
+            signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+            signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGPIPE])
+
+        reading, writing = os.pipe()
+        os.close(reading)
+        try:
+            result = run("--help", stdout=writing, preexec_fn=block)
+        finally:
+            os.close(writing)
+        self.assertEqual((result.stderr, result.returncode), ("", -signal.SIGPIPE))
 
     def test_a_closed_standard_output_is_a_failure(self):
         for command in self.COMMANDS:

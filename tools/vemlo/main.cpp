@@ -35,7 +35,7 @@ void prepareProcess() {
   for (const int stream : {0, 1, 2}) {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
-  // A closed pipe is then a failed write, which is reported like any other.
+  // A message that nobody reads does not end the process, and its exit code tells the result.
   std::signal(SIGPIPE, SIG_IGN);
   // Tables are UTF-8 in every locale; `displayWidth` depends on this setting.
   std::setlocale(LC_CTYPE, "C.UTF-8");
