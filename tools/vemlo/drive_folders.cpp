@@ -157,12 +157,12 @@ void addDriveFolderCommands(CLI::App& app) {
   addCommand(app, "ls", "List the folders directly below a folder",
              "The folder to look into, as SERVICE:/PATH, such as google-drive:/Photos/2019; "
              "SERVICE is one of " +
-                 driveNames(),
+                 listOfDrives(),
              listFolders);
   addCommand(app, "mkdir", "Make a folder; prints nothing unless asked for its id or JSON",
              "The new folder, as SERVICE:/PATH, such as google-drive:/Photos/2020, in a folder "
              "that is there; SERVICE is one of " +
-                 driveNames(),
+                 listOfDrives(),
              makeFolder);
 }
 

@@ -1,6 +1,7 @@
 #include "drives.h"
 
 #include "failure.h"
+#include "suggestion.h"
 
 namespace vemlo {
 namespace {
@@ -78,18 +79,29 @@ const std::vector<Drive>& drives() {
 
 }  // namespace
 
-std::string driveNames() {
-  std::string names;
-  for (const Drive& drive : drives()) names += (names.empty() ? "" : ", ") + drive.name;
+std::vector<std::string> driveNames() {
+  std::vector<std::string> names;
+  for (const Drive& drive : drives()) names.push_back(drive.name);
   return names;
+}
+
+std::string listOfDrives() {
+  std::string list;
+  for (const std::string& name : driveNames()) list += (list.empty() ? "" : ", ") + name;
+  return list;
 }
 
 const Drive& driveNamed(const std::string& name) {
   for (const Drive& drive : drives()) {
     if (drive.name == name) return drive;
   }
+  const bool isObjectStore = name == "s3" || name == "azure";
+  const std::string meant = closest(name, driveNames());
+  std::string advice;
+  if (!meant.empty()) advice = "; did you mean '" + meant + "'?";
+  if (isObjectStore) advice = "; `vemlo " + name + " --help` lists the commands of " + name;
   throw Failure(ExitCode::BadUsage,
-                "no drive is called '" + name + "'; there are: " + driveNames());
+                "no drive is called '" + name + "'; there are: " + listOfDrives() + advice);
 }
 
 }  // namespace vemlo

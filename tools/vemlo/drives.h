@@ -34,8 +34,10 @@ struct Drive {
   std::string lifetime;
 };
 
+std::vector<std::string> driveNames();
+
 /// The names of all drives, separated by ", ".
-std::string driveNames();
+std::string listOfDrives();
 
 /// The drive with this name. Throws Failure if there is none.
 const Drive& driveNamed(const std::string& name);
