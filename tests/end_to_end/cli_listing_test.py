@@ -13,11 +13,13 @@ import subprocess
 import threading
 import unittest
 
-from support.tool import AZURE_KEYS, DONE, KEYS, TOOL, ToolTest, environment_with, run
+from support.tool import (
+    AZURE_KEYS, DONE, KEYS, SERVICE_FAILED, TOOL, ToolTest, environment_with, run,
+)  # fmt: skip
 
 
 class FakeS3Server(contextlib.AbstractContextManager):
-    """Sends the same response to every request, after `wait` has returned."""
+    """Responds to each upload with success and to other requests with `body`, after `wait`."""
 
     def __init__(self, body="", status=200, wait=lambda: None):
         requests = self.requests = []
@@ -25,13 +27,17 @@ class FakeS3Server(contextlib.AbstractContextManager):
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_GET(self):
                 wait()
+                self.respond(status, body)
+
+            def do_PUT(self):
+                self.respond(200, "")
+
+            def respond(self, status, body):
                 requests.append(f"{self.command} {self.path}")
                 self.send_response(status)
                 self.send_header("Content-Length", str(len(body.encode())))
                 self.end_headers()
                 self.wfile.write(body.encode())
-
-            do_PUT = do_GET
 
             def log_message(self, *_):
                 pass
@@ -68,10 +74,51 @@ class Folders(ToolTest):
 
     def test_a_missing_slash_is_added_to_a_new_folder(self):
         for path in ("2020", "2020/", "2020/may", "2020/may/"):
-            with self.subTest(path=path), FakeS3Server() as server:
+            with self.subTest(path=path), FakeS3Server(folders("2020-05/")) as server:
                 result = run("s3", "mkdir", "photos", path, environment=server.environment)
                 self.assert_prints(result, "")
-                self.assertEqual(server.requests, [f"PUT /photos/{path.rstrip('/')}/"])
+                self.assertEqual(server.requests[1:], [f"PUT /photos/{path.rstrip('/')}/"])
+
+    def test_a_folder_that_is_there_is_left_as_it_is(self):
+        with FakeS3Server(folders("a/2020-05/", "a/2020/")) as server:
+            result = run("s3", "mkdir", "photos", "a/2020", environment=server.environment)
+            message = "vemlo: there is a folder 'a/2020/' in bucket 'photos' already; nothing was"
+            self.assertEqual((result.stdout, result.returncode), ("", DONE))
+            self.assertRegex(result.stderr, rf"\A{message} changed\n\Z")
+            self.assertEqual(len(server.requests), 1)
+            self.assertRegex(server.requests[0] + "&", r"\AGET /photos\?.*prefix=a%2F2020&")
+
+    def test_an_account_that_may_not_list_makes_folders(self):
+        denied = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
+        with FakeS3Server(denied, 403) as server:
+            result = run("s3", "mkdir", "photos", "2020", environment=server.environment)
+            self.assertIn("may not list folders; the folder is made without", result.stderr)
+            self.assertEqual((result.stdout, result.returncode), ("", DONE))
+            self.assertEqual(server.requests[-1], "PUT /photos/2020/")
+
+    def test_a_folder_is_not_made_where_the_look_for_it_fails(self):
+        missing = "<Error><Code>NoSuchBucket</Code><Message>no</Message></Error>"
+        with FakeS3Server(missing, 404) as server:
+            result = run("s3", "mkdir", "photos", "2020", environment=server.environment)
+            message = "vemlo: cannot make folder '2020/' in bucket 'photos': no such bucket"
+            self.assertIn(message, result.stderr)
+            self.assertEqual((len(server.requests), result.returncode), (1, SERVICE_FAILED))
+
+    def test_a_path_as_of_a_disk_is_explained_if_nothing_is_found(self):
+        cases = {
+            "/2019": "no folders whose names begin with '/'; give '2019' instead",
+            "//a/b/": "give 'a/b/' instead",
+            "/": "leave PREFIX out to see the top level",
+        }
+        for prefix, message in cases.items():
+            with self.subTest(prefix=prefix), FakeS3Server(folders()) as server:
+                result = run("s3", "ls", "photos", prefix, environment=server.environment)
+                self.assertEqual((result.stdout, result.returncode), ("", DONE))
+                self.assertRegex(result.stderr, rf"\Avemlo: .*{message}\n\Z")
+        # Such names are possible.
+        with FakeS3Server(folders("/2019/")) as server:
+            result = run("s3", "ls", "photos", "/", environment=server.environment)
+            self.assert_prints(result, "NAME\n/2019/\n")
 
     def test_names_cannot_control_the_terminal(self):
         with FakeS3Server(folders("\u202eevil/", "\u65e5\u672c/")) as server:

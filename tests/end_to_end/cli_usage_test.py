@@ -287,6 +287,10 @@ class Folders(ToolTest):
                 for path in ("/", "/2020", "//"):
                     result = run(service, "mkdir", "photos", path)
                     self.assert_fails(result, BAD_USAGE, "must not begin with '/'")
+                result = run(service, "mkdir", "photos", "//2020/may")
+                self.assert_fails(result, BAD_USAGE, "begin with '/'; give '2020/may' instead")
+                result = run(service, "mkdir", "photos", "/")
+                self.assert_fails(result, BAD_USAGE, "give a name, such as photos/2020")
 
     def test_buckets_and_folders_may_be_named_like_commands(self):
         for command in (("ls", "ls", "mkdir"), ("mkdir", "azure", "s3"), ("mkdir", "mkdir", "ls")):

@@ -17,7 +17,6 @@ Drive googleDrive() {
   drive.getRoot = google_drive_get_root_directory;
   drive.listFolders = google_drive_list_directory;
   drive.makeFolder = google_drive_create_directory;
-  drive.canRepeatNames = true;
   return drive;
 }
 
@@ -32,6 +31,7 @@ Drive oneDrive() {
   drive.getRoot = one_drive_get_root_directory;
   drive.listFolders = one_drive_list_directory;
   drive.makeFolder = one_drive_create_directory;
+  drive.ignoresCase = true;
   drive.getLogoutUrl = one_drive_get_logout_url;
   return drive;
 }
@@ -51,6 +51,7 @@ Drive dropbox() {
   };
   drive.listFolders = dropbox_list_directory;
   drive.makeFolder = dropbox_create_directory;
+  drive.ignoresCase = true;
   drive.lifetime =
       "a Dropbox link lasts four hours, unless the library was built with "
       "VEMLO_DROPBOX_DURABLE_TOKEN";

@@ -28,8 +28,8 @@ struct Drive {
   int (*getLogoutUrl)(session*, char**) = nullptr;
   /// Logs the name of the account's holder. Null where the library has no such function.
   int (*logAccountHolder)(session*) = nullptr;
-  /// Whether a folder can contain two folders of the same name.
-  bool canRepeatNames = false;
+  /// Whether names that differ in case only are the same.
+  bool ignoresCase = false;
   /// A message about how long a linked account stays usable; empty if there is nothing to say.
   std::string lifetime;
 };

@@ -31,7 +31,7 @@ constexpr Meaning kMeanings[] = {
     {14, "the clock of this machine is wrong"},
     {15, "access denied"},
     {16, "there is a problem with the account"},
-    {17, "wrong region"},
+    {17, "wrong region; give the right one with --signing-region"},
     {18, "not found"},
     {19, "no such bucket or container"},
     {20, "the name is taken by another account"},

@@ -52,6 +52,7 @@ std::string closest(const std::string& word, const std::vector<std::string>& kno
   // A third of the letters may be wrong, and one of a short word.
   std::size_t limit = (letters.size() + 2) / 3;
   for (const std::string& candidate : known) {
+    if (candidate.size() > letters.size() + limit) continue;
     const std::size_t errors = distance(letters, upperCase(candidate));
     if (errors < limit || (errors == limit && found.empty())) {
       found = candidate;

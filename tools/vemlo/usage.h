@@ -9,8 +9,8 @@ namespace vemlo {
 /// command that was probably meant.
 void requireKnownCommands(const CLI::App& app, int argc, const char* const* argv);
 
-/// The message for arguments that `app` has not accepted. It contains no value, which may be a secret
-/// that would end up in a log, unless the value is that of a known option.
+/// The message for arguments that `app` has not accepted. It contains no value, which may be a
+/// secret that would end up in a log, unless the value is that of a known option.
 std::string describe(const CLI::ParseError& error, const CLI::App& app);
 
 }  // namespace vemlo
