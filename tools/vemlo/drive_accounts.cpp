@@ -90,8 +90,8 @@ void whoAmI(const Arguments& arguments) {
   const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
   session.logAccountHolder();
   writeMessage("the " + drive.title +
-               " account works; it belongs to whom the library names in its log above (at the "
-               "severity of an error, which it is not)");
+               " account works; the library names its holder in its log above, in lines that are "
+               "no errors");
 }
 
 void listAccounts(const Arguments& arguments) {

@@ -66,6 +66,7 @@ std::vector<Folder> foldersNamed(const std::string& name, std::vector<Folder> fo
 [[noreturn]] void rejectName(const std::string& name, const std::string& parent,
                              const std::vector<Folder>& folders) {
   std::vector<std::string> names;
+  names.reserve(folders.size());
   for (const Folder& folder : folders) names.push_back(folder.name);
   const std::string meant = closest(name, names);
   throw Failure(ExitCode::ServiceFailed,

@@ -82,6 +82,7 @@ const std::vector<Drive>& drives() {
 
 std::vector<std::string> driveNames() {
   std::vector<std::string> names;
+  names.reserve(drives().size());
   for (const Drive& drive : drives()) names.push_back(drive.name);
   return names;
 }

@@ -29,7 +29,7 @@ constexpr Meaning kMeanings[] = {
     {12, "unknown access key"},
     {13, "wrong signature; is the secret key right?"},
     {14, "the clock of this machine is wrong"},
-    {15, "access denied"},
+    {15, "access denied; check the keys and what they permit"},
     {16, "there is a problem with the account"},
     {17, "wrong region; give the right one with --signing-region"},
     {18, "not found"},
