@@ -157,7 +157,8 @@ ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
 bool Model::ListChildrenRequest::namesItsPage() const {
   constexpr std::string_view kLinkStart = "https://";
   return pageToken.isPresent() &&
-         pageToken.value().compare(0, kLinkStart.size(), kLinkStart) == 0;
+         Util::lowerCase(std::string_view(pageToken.value()).substr(0, kLinkStart.size())) ==
+             kLinkStart;
 }
 
 void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const {
