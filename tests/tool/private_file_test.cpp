@@ -20,20 +20,20 @@ std::string objection(mode_t mode, uid_t owner, const std::string& file = "accou
 }
 
 TEST(PrivateFile, IsOneThatOnlyItsOwnerCanAccess) {
-  for (const mode_t permissions : {0600, 0400, 0700}) {
+  for (const mode_t permissions : {0600U, 0400U, 0700U}) {
     EXPECT_EQ(objection(S_IFREG | permissions, kUser), "");
   }
 }
 
 TEST(PrivateFile, OfAnotherUserIsRefusedWhateverItsPermissions) {
-  for (const mode_t permissions : {0600, 0644}) {
+  for (const mode_t permissions : {0600U, 0644U}) {
     EXPECT_THAT(objection(S_IFREG | permissions, kOther),
                 HasSubstr("'accounts.json' belongs to another user (id 1001); run vemlo as"));
   }
 }
 
 TEST(PrivateFile, ThatOthersCanAccessIsRefusedWithTheCommandToRun) {
-  for (const mode_t permissions : {0640, 0620, 0610, 0604, 0602, 0601}) {
+  for (const mode_t permissions : {0640U, 0620U, 0610U, 0604U, 0602U, 0601U}) {
     EXPECT_THAT(objection(S_IFREG | permissions, kUser), HasSubstr("`chmod 600 'accounts.json'`"));
   }
   EXPECT_THAT(objection(S_IFREG | 0644, kUser), HasSubstr("(mode 644)"));
