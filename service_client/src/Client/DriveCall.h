@@ -25,6 +25,15 @@ class BearerPolicy : public RequestPolicy {
   std::shared_ptr<Auth::OAuth2Credential> credential_;
 };
 
+/// The policy of a creation, which would leave two folders if it ran twice, or report the first one
+/// as a conflict.
+class CreationPolicy final : public BearerPolicy {
+ public:
+  using BearerPolicy::BearerPolicy;
+
+  bool isSentOnce() const override { return true; }
+};
+
 /// Sends the requests of one drive client, with the current access token. Safe for concurrent use.
 class DriveCall {
  public:
@@ -41,6 +50,14 @@ class DriveCall {
                                     const WSRequest& model, Parser<Result> parse) const {
     BearerPolicy policy(credential_);
     return send(method, locate, model, policy, parse);
+  }
+
+  /// The same for a creation: a POST that is sent once per attempt.
+  template <typename Locate, typename Result>
+  Util::Outcome<Result, Error> create(const Locate& locate, const WSRequest& model,
+                                      Parser<Result> parse) const {
+    CreationPolicy policy(credential_);
+    return send(Http::Method::Post, locate, model, policy, parse);
   }
 
   /// The same with any callable as parser, and with a policy that does more than authorize.

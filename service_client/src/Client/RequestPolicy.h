@@ -17,6 +17,9 @@ class RequestPolicy {
   /// refreshed and signatures expire. Throws std::invalid_argument if that is impossible.
   virtual void authorize(Http::Request& request) = 0;
 
+  /// Whether the call's requests must not run twice; see Http::Request::isSentOnce.
+  virtual bool isSentOnce() const { return false; }
+
   /// Called for every failure, before the retry strategy. Returns true if the cause was in the
   /// request itself, such as a wrong region, and is now corrected in `request` or in the state that
   /// authorize() uses. The request is then sent again immediately, as part of the same attempt.

@@ -39,6 +39,7 @@ class ServiceCall {
       const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
       Http::Request request = encode(method, uri.getResult(), model);
+      request.isSentOnce = policy.isSentOnce();
       for (unsigned long retries = 0;; ++retries) {
         auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
         if (outcome.isSuccess()) return outcome;

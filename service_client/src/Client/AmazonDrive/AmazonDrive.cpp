@@ -229,8 +229,7 @@ Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() cons
 
 Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
     const Model::FileRequest& request) const {
-  return call().send(
-      Http::Method::Post, [&] { return nodesUri(request.endpoint); }, request, parseNode);
+  return call().create([&] { return nodesUri(request.endpoint); }, request, parseNode);
 }
 
 // Errors

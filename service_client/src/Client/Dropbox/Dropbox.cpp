@@ -287,8 +287,7 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(
-      Http::Method::Post, [] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
+  return call().create([] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
 }
 
 // Errors

@@ -165,7 +165,7 @@ std::string Model::UploadFileRequest::serializePayload() const {
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  return call().send(Http::Method::Post, filesUri, request, parseFile);
+  return call().create(filesUri, request, parseFile);
 }
 
 // Errors

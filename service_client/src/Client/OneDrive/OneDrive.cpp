@@ -272,9 +272,8 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(
-      Http::Method::Post, [&] { return childrenUri(request.driveId, request.parentItemId); },
-      request, parseItem);
+  return call().create([&] { return childrenUri(request.driveId, request.parentItemId); }, request,
+                       parseItem);
 }
 
 // Errors
