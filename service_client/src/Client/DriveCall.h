@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "Client/ServiceCall.h"
@@ -16,13 +17,17 @@ class BearerPolicy : public RequestPolicy {
   explicit BearerPolicy(std::shared_ptr<Auth::OAuth2Credential> credential)
       : credential_(std::move(credential)) {}
 
-  /// If there is no access token, the request is sent without one: the service's 401 then makes the
-  /// retry strategy refresh it, if there is a refresh token. Throws std::invalid_argument if the
-  /// host has set a token that cannot be sent.
+  /// If there is no access token, it is refreshed before the first request. Without a refresh token,
+  /// or if the refresh fails, the request is sent without an access token, and the service's 401 is
+  /// handled like any other. Throws std::invalid_argument if the host has set a token that cannot be
+  /// sent.
   void authorize(Http::Request& request) override;
 
  private:
+  std::string tokenForAttempt();
+
   std::shared_ptr<Auth::OAuth2Credential> credential_;
+  bool isFirstAttempt_ = true;
 };
 
 /// The policy of a creation, which would leave two folders if it ran twice, or report the first one
