@@ -28,14 +28,16 @@
  *  7. Threads: calls on one session may run on several threads at once, and so may calls on
  *     different sessions. Exceptions: the first session of a process must be opened from one
  *     thread, and some functions are restricted by their comments.
- *  8. Time: a call that sends requests blocks until they are completed. For each request there are
- *     at most four attempts, with delays of 1, 2 and 3 seconds between them. An attempt sends the
- *     request once and fails after 30 seconds without a connection, after 60 seconds without a
- *     byte, or after 5 minutes in total. If the service reports that the region or the clock of a
- *     signature is wrong, or that it does not support a filter, the request is retried at once
- *     within the same attempt. A drive call whose token has expired also waits for a new token. A
- *     token request fails after 30 seconds without a connection, which it tries to establish
- *     twice, or after a minute.
+ *  8. Time: a call that sends requests blocks until they are completed, but not longer than ten
+ *     minutes and not for more than 100,000 requests. All attempts, delays and token requests of
+ *     the call are included; a call that reaches a limit fails. For each request there are at most
+ *     four attempts, with delays of 1, 2 and 3 seconds between them. An attempt sends the request
+ *     once and fails after 30 seconds without a connection, after 60 seconds without a byte, or
+ *     after 5 minutes in total. If the service reports that the region or the clock of a signature
+ *     is wrong, or that it does not support a filter, the request is retried at once within the
+ *     same attempt. A drive call without a valid token also waits for a new token. A token request
+ *     fails after 30 seconds without a connection, which it tries to establish twice, or after a
+ *     minute in total.
  *  9. No function throws through this interface or terminates the process, and no result record is
  *     handed out partly filled. Running out of memory is not handled.
  */

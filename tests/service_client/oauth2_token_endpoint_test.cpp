@@ -243,10 +243,16 @@ TEST_F(OAuth2TokenEndpointTest, SecondFailedConnectionIsFinal) {
   EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
+TEST_F(OAuth2TokenEndpointTest, ConnectionThatTimedOutIsTriedTwice) {
+  transport->enqueue(TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false));
+  EXPECT_TRUE(refreshWithResponse(jsonResponse(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_EQ(transport->requests().size(), 2U);
+}
+
 TEST_F(OAuth2TokenEndpointTest, NothingElseIsRetried) {
   const Response failures[] = {
       unreachable(true),
-      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false),
+      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", true),
       TestSupport::failedResponse(Kind::Interrupted, "BROKEN", "", true),
       TestSupport::failedResponse(Kind::Untrusted, "UNTRUSTED", "", false),
       TestSupport::response(429),

@@ -1,9 +1,12 @@
 #include "Auth/OAuth2TokenEndpoint.h"
 
+#include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Client/RunningCall.h"
 #include "CloudStorage/Util/Outcome.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
@@ -41,16 +44,26 @@ Http::Request encode(Http::URI uri, const Form& form) {
   return request;
 }
 
-// Retries once, and only if nothing was sent: an authorization code is valid once, and some
-// services revoke the whole grant when they receive a code twice.
-Http::Response send(Http::Transport& transport, const Http::Request& request) {
-  auto response = transport.send(request);
+bool couldNotConnect(const Http::Response& response) {
+  using Kind = Http::TransportFailure::Kind;
   const auto& failure = response.failure;
-  if (failure && failure->kind == Http::TransportFailure::Kind::Unreachable &&
-      !failure->requestMayHaveRun) {
-    return transport.send(request);
-  }
-  return response;
+  return failure && !failure->requestMayHaveRun &&
+         (failure->kind == Kind::Unreachable || failure->kind == Kind::Timeout);
+}
+
+// Retries once, and only if nothing was sent: an authorization code is valid once, and some
+// services revoke the whole grant when they receive a code twice. Both attempts share the limit.
+Http::Response send(Http::Transport& transport, Http::Request request) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kLimit = std::chrono::minutes(1);
+  request.timeLimit = std::min(kLimit, Client::RunningCall::timeLeft());
+  const auto begin = Clock::now();
+  auto response = transport.send(request);
+  if (!couldNotConnect(response)) return response;
+
+  request.timeLimit -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+  if (request.timeLimit <= request.timeLimit.zero()) return response;
+  return transport.send(request);
 }
 
 using TokensOutcome = Util::Outcome<Tokens, Util::Status>;

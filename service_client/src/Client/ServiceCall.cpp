@@ -34,6 +34,24 @@ const std::string* redirectLocation(const Error& error) {
   return location == error.responseHeaders.end() ? nullptr : &location->second;
 }
 
+Http::Response failed(Http::TransportFailure failure) {
+  Http::Response response;
+  response.failure = std::move(failure);
+  return response;
+}
+
+Http::Response timeOver() {
+  const auto minutes = std::to_string(CallBudget::kTime.count());
+  return failed({Http::TransportFailure::Kind::Timeout, "CallTimeout",
+                 "The call has not ended within " + minutes + " minutes", true});
+}
+
+Http::Response tooManyRequests() {
+  const auto count = std::to_string(CallBudget::kRequests);
+  return failed({Http::TransportFailure::Kind::Refused, "MalformedResponse",
+                 "The call has not ended with its " + count + " requests", false});
+}
+
 }  // namespace
 
 ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment)
@@ -48,6 +66,7 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
     environment_.transport = std::make_shared<Http::CurlTransport>(std::move(options));
   }
   if (!environment_.now) environment_.now = std::chrono::system_clock::now;
+  if (!environment_.steadyNow) environment_.steadyNow = std::chrono::steady_clock::now;
   if (!environment_.sleep) {
     environment_.sleep = [](std::chrono::milliseconds delay) {
       std::this_thread::sleep_for(delay);
@@ -55,7 +74,10 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
   }
 }
 
-Http::Response ServiceCall::transfer(const Http::Request& request) const {
+Http::Response ServiceCall::transfer(Http::Request& request) const {
+  request.timeLimit = RunningCall::timeLeft();
+  if (request.timeLimit == request.timeLimit.zero()) return timeOver();
+  if (!RunningCall::takeRequest()) return tooManyRequests();
   if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
   Http::Response response = environment_.transport->send(request);
   if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
@@ -109,14 +131,26 @@ Error ServiceCall::errorOfCurrentException() {
   }
 }
 
-bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+Error ServiceCall::timeIsOver(Http::Method method) const {
+  return errorMarshaller_->marshall(timeOver(), method);
+}
+
+bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                                unsigned long retries) const {
+  if (RunningCall::timeLeft() == std::chrono::milliseconds::zero()) {
+    error = timeIsOver(request.method);
+    return false;
+  }
   // Must be called exactly once per failure: the drives' strategies refresh the access token in it.
   if (!retryStrategy_->shouldRetry(error, retries)) return false;
   const std::string* location = redirectLocation(error);
   if (location != nullptr && !policy.redirect(*location, request)) return false;
-  environment_.sleep(
-      std::chrono::milliseconds(retryStrategy_->getDelayBeforeNextRetry(error, retries)));
+  const std::chrono::milliseconds delay(retryStrategy_->getDelayBeforeNextRetry(error, retries));
+  if (delay >= RunningCall::timeLeft()) {
+    error = timeIsOver(request.method);
+    return false;
+  }
+  environment_.sleep(delay);
   return true;
 }
 

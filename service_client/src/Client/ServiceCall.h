@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "Client/RequestPolicy.h"
+#include "Client/RunningCall.h"
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Client/WSRequest.h"
@@ -36,6 +38,9 @@ class ServiceCall {
   OutcomeOf<Parse> send(Http::Method method, const Locate& locate, const WSRequest& model,
                         RequestPolicy& policy, const Parse& parse) const {
     return guarded([&]() -> OutcomeOf<Parse> {
+      CallBudget ownBudget;
+      const RunningCall call(model.budget != nullptr ? *model.budget : ownBudget,
+                             environment_.steadyNow);
       const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
       Http::Request request = encode(method, uri.getResult(), model);
@@ -43,7 +48,8 @@ class ServiceCall {
       for (unsigned long retries = 0;; ++retries) {
         auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
         if (outcome.isSuccess()) return outcome;
-        if (!prepareRetry(request, policy, outcome.getError(), retries)) return outcome;
+        Error error = std::move(outcome).getError();
+        if (!prepareRetry(request, policy, error, retries)) return error;
       }
     });
   }
@@ -62,8 +68,9 @@ class ServiceCall {
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
-  /// Sends `request` once and unchanged. For the requests that a policy sends itself.
-  Http::Response transfer(const Http::Request& request) const;
+  /// Sends `request` once, with the time limit of the running call. For the requests that a policy
+  /// sends itself.
+  Http::Response transfer(Http::Request& request) const;
 
  private:
   /// A policy recovers from each cause once; the limit ensures that an attempt ends.
@@ -99,9 +106,11 @@ class ServiceCall {
   static Error redacted(Error error, const Http::Request& request);
   static Error errorOfCurrentException();
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
-  /// the service redirected the request.
-  bool prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+  /// the service redirected the request. If there is no time for that, `error` becomes the error
+  /// that states so.
+  bool prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                     unsigned long retries) const;
+  Error timeIsOver(Http::Method method) const;
 
   std::shared_ptr<RetryStrategy> retryStrategy_;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller_;
