@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -13,6 +14,7 @@
 
 #include "Http/CurlTransport.h"
 #include "Http/TrustAnchors.h"
+#include "support/fresh_process.h"
 #include "support/loopback_server.h"
 #include "support/memory_file.h"
 #include "support/test_authority.h"
@@ -260,6 +262,21 @@ class ProcessTrustAnchorsDeathTest : public CurlTransportTls {
     std::_Exit(response.status == 200 ? 0 : 1);
   }
 };
+
+// libcurl opens the file when it is initialised.
+TEST_F(ProcessTrustAnchorsDeathTest, PrivilegedProcessLogsNoKeys) {
+  for (const bool privileged : {false, true}) {
+    TestSupport::inFreshProcess([this, privileged] {
+      const TestSupport::MemoryFile keys("");
+      ::setenv("SSLKEYLOGFILE", keys.path().c_str(), 1);
+      isPrivileged = privileged;
+      const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
+      CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
+      EXPECT_EQ(transport.send(server.request(Method::Get, "/")).status, 200);
+      EXPECT_EQ(std::ifstream(keys.path()).peek() == EOF, privileged);
+    });
+  }
+}
 
 TEST_F(ProcessTrustAnchorsDeathTest, FileOfTheEnvironmentIsTrusted) {
   EXPECT_EXIT(endWithTrustIn(authority_.certificateFile()), testing::ExitedWithCode(0), "");

@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <utility>
 
@@ -11,12 +12,22 @@ namespace {
 
 constexpr std::size_t kMaxIdle = 8;
 
+// libcurl appends the keys of all TLS connections to the file that this variable names. In a program
+// with more privileges than its user, which secure_getenv() detects, the user must not choose it.
+void forbidKeyLogOfPrivilegedProcess() {
+  constexpr char kVariable[] = "SSLKEYLOGFILE";
+  if (::secure_getenv(kVariable) == nullptr) ::unsetenv(kVariable);
+}
+
 }  // namespace
 
 CurlHandlePool::CurlHandlePool() {
   // Never undone by curl_global_cleanup(), because the host may use libcurl as well.
   static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  std::call_once(once, [] {
+    forbidKeyLogOfPrivilegedProcess();
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+  });
 }
 
 CurlHandlePool::Handle CurlHandlePool::acquire() {
