@@ -30,7 +30,7 @@ constexpr char kFolderType[] = "application/vnd.google-apps.folder";
 constexpr char kFile[] = R"({"id":"7"})";
 constexpr char kMask[] =
     "?fields=kind%2Cid%2Cname%2CmimeType%2Ctrashed%2CcreatedTime%2CmodifiedTime%2Cmd5Checksum"
-    "%2Cparents&supportsAllDrives=true";
+    "%2Cparents&supportsAllDrives=true&prettyPrint=false";
 
 Model::GetFileResourceRequest fileOf(const std::string& id) {
   Model::GetFileResourceRequest request;

@@ -21,7 +21,7 @@ using TestSupport::response;
 constexpr char kAddress[] = "GET https://www.googleapis.com/drive/v3/files?";
 constexpr char kEnd[] =
     "fields=nextPageToken%2Cfiles%28id%2Cname%29&supportsAllDrives=true"
-    "&includeItemsFromAllDrives=true";
+    "&includeItemsFromAllDrives=true&prettyPrint=false";
 
 /// The request that the library makes.
 Model::ListFileResourceRequest foldersOf(const std::string& parent) {
