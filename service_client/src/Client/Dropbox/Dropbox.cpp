@@ -46,10 +46,6 @@ namespace {
 
 using Tokens = Auth::TokenRefresher::Tokens;
 
-// Without a refresh token every session would end when its first access token expires, after some
-// hours.
-constexpr char kTokenAccessType[] = "offline";
-
 // Does not occur in the service's tokens.
 constexpr char kTokenSeparator = '|';
 
@@ -96,6 +92,9 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   bool joinsTokens_;
 };
 
+constexpr DropboxClient::Options kBuildOptions = {VEMLO_DROPBOX_DURABLE_TOKEN,
+                                                  VEMLO_DROPBOX_OFFLINE_ACCESS};
+
 }  // namespace
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
@@ -107,25 +106,29 @@ DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
                              Config::ProxySetting proxy)
     : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(retryStrategy),
                    std::move(errorMarshaller), std::move(readRateLimiter),
-                   std::move(writeRateLimiter), std::move(proxy)) {
+                   std::move(writeRateLimiter), std::move(proxy)),
+      options_(kBuildOptions) {
   setTokenEndpoint(
-      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), VEMLO_DROPBOX_DURABLE_TOKEN));
+      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), kBuildOptions.joinsTokens));
 }
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment)
     : DropboxClient(std::move(clientSpec), std::move(parts), std::move(environment),
-                    VEMLO_DROPBOX_DURABLE_TOKEN) {}
+                    kBuildOptions) {}
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                             ClientEnvironment environment, bool joinsTokens)
-    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)) {
-  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), joinsTokens));
+                             ClientEnvironment environment, Options options)
+    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)),
+      options_(options) {
+  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), options.joinsTokens));
 }
 
+// Without the parameter the service grants access for some hours only.
 std::vector<Http::URI::QueryParameter> DropboxClient::authorizationParameters(
     const Auth::OAuth2RequestOptions& options) const {
-  return {{"force_reapprove", options.forceReapprove}, {"token_access_type", kTokenAccessType}};
+  return {{"force_reapprove", options.forceReapprove},
+          {"token_access_type", options_.requestsOfflineAccess ? "offline" : ""}};
 }
 
 // Entries
