@@ -183,7 +183,7 @@ TEST_F(GoogleDriveGetFile, ResponseThatIsNoObjectIsAFailure) {
        {"", " ", "null", "7", "[]", R"([{"id":"7"}])", R"("id")", "<html><body>{}</body></html>",
         R"({"id":"7")", R"({"id":"7)", R"({"id":"7"} x)", R"({"id":"7"}{})", R"({"id":"7",})",
         "{\"id\":\"\xFF\"}", R"({"id":"7\q"})", R"({"id":"\ud800"})", R"({"id":"a\u0000b"})",
-        R"({"id":"7","name":"a\u0000b"})", "{\"id\":\"7\",\"name\":\"a\nb\"}"}) {
+        "{\"id\":\"7\",\"name\":\"a\nb\"}"}) {
     SCOPED_TRACE(body);
     expectMalformedResponse(fileFrom(body));
   }
