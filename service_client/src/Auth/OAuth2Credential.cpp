@@ -3,6 +3,8 @@
 #include <atomic>
 #include <utility>
 
+#include "Util/StatusBarrier.h"
+
 namespace CloudStorage::Auth {
 namespace {
 
@@ -47,6 +49,10 @@ bool OAuth2Credential::isEmpty() const {
 }
 
 Util::Status OAuth2Credential::refreshAccessToken() {
+  return Util::guardedStatus([this] { return refreshUnlessDone(); });
+}
+
+Util::Status OAuth2Credential::refreshUnlessDone() {
   const std::lock_guard<std::mutex> oneAtATime(refreshMutex_);
   if (auto result = resultSinceAttempt()) return *std::move(result);
 
@@ -68,8 +74,8 @@ Util::Status OAuth2Credential::refreshAccessToken() {
     replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
     return status;
   }
-  ++failedRefreshes_;
   lastFailure_ = status;
+  ++failedRefreshes_;
   refusedAt_ = isRefusal(status) ? std::optional(now_()) : std::nullopt;
   return status;
 }

@@ -152,14 +152,16 @@ struct AzureSSBClient::Implementation {
     return uri;
   }
 
-  template <typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
-                                     const Util::Outcome<Http::URI, Error>& uri,
+  template <typename Locate, typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
                                      const AzureSSBRequest& request, const Parse& parse) const {
-    if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
-    AzureRequestPolicy policy(call, *authentication);
-    return call.send(
-        method, [&] { return uri; }, request, policy, parse);
+    return ServiceCall::guarded([&]() -> ServiceCall::OutcomeOf<Parse> {
+      const Util::Outcome<Http::URI, Error> uri = locate();
+      if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
+      AzureRequestPolicy policy(call, *authentication);
+      return call.send(
+          method, [&] { return uri; }, request, policy, parse);
+    });
   }
 
   std::optional<Http::URI> endpoint;  // empty if the account name cannot be part of a host name
@@ -241,8 +243,8 @@ void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const
 
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest& request) const {
-  return implementation_->send(Http::Method::Get, implementation_->accountUri(), request,
-                               parseContainers);
+  return implementation_->send(
+      Http::Method::Get, [&] { return implementation_->accountUri(); }, request, parseContainers);
 }
 
 void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
@@ -251,8 +253,9 @@ void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) con
 
 Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
     const Model::CreateContainerRequest& request) const {
-  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
-                               request, parseNothing<Model::CreateContainerResult>);
+  return implementation_->send(
+      Http::Method::Put, [&] { return implementation_->containerUri(request.container); }, request,
+      parseNothing<Model::CreateContainerResult>);
 }
 
 // Blobs
@@ -301,9 +304,9 @@ void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
 
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
-  return implementation_->send(Http::Method::Get,
-                               implementation_->containerUri(request.container.value()), request,
-                               parseBlobs);
+  return implementation_->send(
+      Http::Method::Get, [&] { return implementation_->containerUri(request.container.value()); },
+      request, parseBlobs);
 }
 
 Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
@@ -313,9 +316,10 @@ Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() c
 
 Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
     const Model::PutBlobRequest& request) const {
-  return implementation_->send(Http::Method::Put,
-                               implementation_->blobUri(request.container, request.blob.value()),
-                               request, parseNothing<Model::PutBlobResult>);
+  return implementation_->send(
+      Http::Method::Put,
+      [&] { return implementation_->blobUri(request.container, request.blob.value()); }, request,
+      parseNothing<Model::PutBlobResult>);
 }
 
 // Errors

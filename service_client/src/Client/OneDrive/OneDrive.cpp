@@ -249,14 +249,17 @@ Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request)
     return call().send(
         Http::Method::Get, [&] { return pageUri(request.pageToken.value()); }, request, parse);
   }
-  auto uri = childrenUri(request.driveId, request.itemId);
-  if (!uri.isSuccess() || parse == parseChildren) {
+  // Guarded as a whole, because the policy has copies of the request.
+  return ServiceCall::guarded([&]() -> Children {
+    auto uri = childrenUri(request.driveId, request.itemId);
+    if (!uri.isSuccess() || parse == parseChildren) {
+      return call().send(
+          Http::Method::Get, [&] { return uri; }, request, parse);
+    }
+    FilterPolicy policy(call().credential(), uri.getResult(), request);
     return call().send(
-        Http::Method::Get, [&] { return uri; }, request, parse);
-  }
-  FilterPolicy policy(call().credential(), uri.getResult(), request);
-  return call().send(
-      Http::Method::Get, [&] { return uri; }, request, policy, parse);
+        Http::Method::Get, [&] { return uri; }, request, policy, parse);
+  });
 }
 
 // Creation
