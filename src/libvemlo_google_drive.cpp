@@ -143,7 +143,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextPageToken;
     } while (!pageToken.empty());
-    VLOG(9) << "Got " << folders.size() << " directories. ";
+    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

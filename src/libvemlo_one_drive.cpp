@@ -168,7 +168,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
       addFolders(page, folders);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    VLOG(9) << "Got " << folders.size() << " directories. ";
+    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;
