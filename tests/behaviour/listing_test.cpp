@@ -1,5 +1,6 @@
 
 #include "any_service.h"
+#include "support/locale_with_thousands.h"
 
 namespace Behaviour {
 namespace {
@@ -27,6 +28,22 @@ TEST_P(Listing, EmptyFolderHasNone) { EXPECT_THAT(listed(1), IsEmpty()); }
 TEST_P(Listing, OnePageIsReadInOneRequest) {
   cloud->addFolders(5);
   EXPECT_EQ(listed(1), cloud->folders());
+}
+
+TEST_P(Listing, CountInTheLogHasNoThousandsSeparators) {
+  constexpr char kCounted[] = "Got 1200 directories. ";
+  cloud->pageLength = 1200;
+  cloud->addFolders(1200);
+  const auto handle = openAuthorized();
+  const TestSupport::LocaleWithThousands locale;
+  const TestSupport::VerboseLevel level(9);
+  Outs outs;
+  EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
+  for (const auto& line : log.records()) {
+    if (line.text.find("Got ") == 0) {
+      EXPECT_EQ(line.text, kCounted);
+    }
+  }
 }
 
 TEST_P(Listing, ManyPagesAreReadInOrder) {

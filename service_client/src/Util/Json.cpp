@@ -1,6 +1,7 @@
 #include "Util/Json.h"
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -69,9 +70,10 @@ std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths) {
   std::vector<std::string> found(paths.size());
   const simdjson::padded_string padded(replaceInvalidUtf8(skipByteOrderMark(body)));
+  if (padded.data() == nullptr) throw std::bad_alloc();  // the constructor does not report it
   simdjson::dom::parser parser;
   if (parser.allocate(std::max<std::size_t>(padded.size(), 64), kDepthLimit) != simdjson::SUCCESS) {
-    return found;
+    throw std::bad_alloc();
   }
   element root;
   if (parser.parse(padded).get(root) != simdjson::SUCCESS || !root.is_object()) return found;
