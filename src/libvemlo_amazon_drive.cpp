@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "CloudStorage/Client/AmazonDrive/Model.h"
+#include "CloudStorage/Client/CallBudget.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
 #include "libvemlo/oauth2_flow.h"
@@ -13,6 +14,7 @@
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
 using CloudStorage::Client::AmazonDrive::AmazonDriveClient;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
@@ -49,11 +51,13 @@ void storeEndpoints(AmazonDriveClient& client, const Model::GetEndpointResult& f
 }
 
 // Requests the endpoints of the account unless the client has them.
-int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client) {
+int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client, CallBudget& budget) {
   const auto endpoints = client->endpoints();
   if (!endpoints.content.empty() && !endpoints.metadata.empty()) return libvemlo::kSuccess;
 
-  const auto outcome = client->getEndpoint(Model::ComRequest());
+  Model::ComRequest request;
+  request.budget = &budget;
+  const auto outcome = client->getEndpoint(request);
   if (!outcome.isSuccess()) {
     const auto& error = outcome.getError();
     // Existing log readers expect the trailing line break.
@@ -137,9 +141,12 @@ int amazon_drive_test_api(session* handle) {
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   return guarded(libvemlo::kServiceFailure, LoggedAs{kProfileFailed}, [&] {
-    if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-    const auto outcome = client->getProfile(Model::ComRequest());
+    Model::ComRequest request;
+    request.budget = &budget;
+    const auto outcome = client->getProfile(request);
     if (!outcome.isSuccess()) {
       SYSLOG(ERROR) << kProfileFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
@@ -158,9 +165,11 @@ int amazon_drive_get_root_directory(session* handle, directory** root) {
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
   return guarded(libvemlo::kServiceFailure, LoggedAs{kRootFailed}, [&] {
-    if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
     Model::ListFileResourceRequest request;
+    request.budget = &budget;
     request.endpoint = client->endpoints().metadata;
     request.filters = kRootFilter;
     const auto outcome = client->listFileResource(request);
@@ -190,11 +199,13 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
   *children = nullptr;
   *count = 0;
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
-    if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
     VLOG(9) << "Start to fetch children. parentId = " << parent->id
             << ", filter = " << kFolderFilter;
     Model::ListFileResourceRequest request;
+    request.budget = &budget;
     request.endpoint = client->endpoints().metadata;
     request.sort = kSort;
     request.filters = filterForFoldersIn(parent->id);
@@ -228,9 +239,11 @@ int amazon_drive_create_directory(session* handle, const directory* parent, cons
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
   return guarded(libvemlo::kServiceFailure, LoggedAs{kCreationFailed}, [&] {
-    if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
     Model::FileRequest request;
+    request.budget = &budget;
     request.endpoint = client->endpoints().metadata;
     request.name = name;
     request.kind = kFolderKind;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "CloudStorage/Client/AzureSSB/Model.h"
+#include "CloudStorage/Client/CallBudget.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
 #include "libvemlo/object_store.h"
@@ -11,6 +12,7 @@
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
+using CloudStorage::Client::CallBudget;
 using CloudStorage::Client::AzureSSB::AzureSSBClient;
 using libvemlo::guarded;
 namespace Model = CloudStorage::Client::AzureSSB::Model;
@@ -30,7 +32,9 @@ int azure_ssb_list_bucket(session* handle, char*** buckets, int* count) {
   if (!client) return libvemlo::kBadArguments;
 
   return guarded(libvemlo::kLocalFailure, libvemlo::logAsError, [&] {
+    CallBudget budget;
     Model::ListContainerRequest request;
+    request.budget = &budget;
     request.maxResults = kPageSize;
     libvemlo::NameList names;
     std::string marker;
@@ -73,7 +77,9 @@ int azure_ssb_list_directory(session* handle, const char* bucket, const char* pr
   if (!client) return libvemlo::kBadArguments;
 
   return guarded(libvemlo::kLocalFailure, libvemlo::logAsError, [&] {
+    CallBudget budget;
     Model::ListBlobRequest request;
+    request.budget = &budget;
     request.container = bucket;
     request.delimiter = "/";
     request.maxResults = kPageSize;

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/Dropbox/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
@@ -13,6 +14,7 @@
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::Dropbox::Model;
@@ -100,7 +102,9 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
   *count = 0;
 
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
+    CallBudget budget;
     Model::ListFolderRequest request;
+    request.budget = &budget;
     request.path = pathOf(*parent);
     request.recursive = false;
     request.includeMediaInfo = false;

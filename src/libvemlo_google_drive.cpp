@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
@@ -12,6 +13,7 @@
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::GoogleDrive::Model;
@@ -126,7 +128,9 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
     const std::string query = queryForFoldersIn(parent->id);
     VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << query;
+    CallBudget budget;
     Model::ListFileResourceRequest request;
+    request.budget = &budget;
     request.orderBy = kOrder;
     request.pageSize = kPageSize;
     request.query = query;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/OneDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/constants.h"
@@ -15,6 +16,7 @@
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::OneDrive::Model;
@@ -141,7 +143,10 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
   *count = 0;
 
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
-    const auto drive = client->getDriveMetadata(Model::GetDriveMetadataRequest());
+    CallBudget budget;
+    Model::GetDriveMetadataRequest driveRequest;
+    driveRequest.budget = &budget;
+    const auto drive = client->getDriveMetadata(driveRequest);
     if (!drive.isSuccess()) {
       const auto& error = drive.getError();
       SYSLOG(ERROR) << "Failed to get Drive Metadata. error: " << error.exceptionName << ' '
@@ -152,6 +157,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
 
     VLOG(9) << "Start to fetch children. parentId = " << parent->id;
     Model::ListChildrenRequest request;
+    request.budget = &budget;
     request.itemId = parent->id;
     request.pageSize = kPageSize;
     request.filter = isBusiness ? kFolderFilter : kFolderOrSharedFilter;

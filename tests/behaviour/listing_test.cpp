@@ -1,4 +1,6 @@
 
+#include <chrono>
+
 #include "any_service.h"
 #include "support/locale_with_thousands.h"
 
@@ -112,6 +114,23 @@ TEST_P(ListingOfAllPages, HasNoLimitOfPages) {
   EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
   EXPECT_EQ(outs.folders.folders(), cloud->folders());
   EXPECT_EQ(cloud->count(Subject::Page), 301 + service().facts.probes);
+}
+
+// All requests of a call share its time, so that many slow pages do not add up.
+TEST_P(ListingOfAllPages, EndsAfterTenMinutes) {
+  cloud->pageLength = 1;
+  cloud->addFolders(301);
+  const auto handle = openAuthorized();
+  const Operation operation = service().listing();
+  const auto requestsBefore = cloud->count();
+  cloud->onRequest = [this] { fixture.pass(std::chrono::minutes(1)); };
+  Outs outs;
+  EXPECT_NE(operation.call(handle.get(), outs), 0);
+  EXPECT_EQ(outs.state(), operation.afterFailure);
+  EXPECT_EQ(cloud->count() - requestsBefore, 10U);
+  ASSERT_EQ(log.records().size(), 1U);
+  EXPECT_THAT(log.records().front().text,
+              testing::HasSubstr("The call has not ended within 10 minutes"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, ListingOfAllPages,
