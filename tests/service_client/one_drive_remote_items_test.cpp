@@ -65,7 +65,7 @@ std::size_t knownOf(const RemoteItems& items, std::size_t count) {
 
 TEST(RemoteItems, NumberIsBounded) {
   RemoteItems items;
-  constexpr std::size_t kMany = 5 * RemoteItems::kCapacity;
+  constexpr std::size_t kMany = 3 * RemoteItems::kCapacity;
   rememberMany(items, 0, kMany);
   EXPECT_LE(knownOf(items, kMany), 2 * RemoteItems::kCapacity);
   EXPECT_EQ(found(items, "item 0"), "nothing");
@@ -73,7 +73,7 @@ TEST(RemoteItems, NumberIsBounded) {
 
 TEST(RemoteItems, LastOnesAreKept) {
   RemoteItems items;
-  rememberMany(items, 0, 5 * RemoteItems::kCapacity);
+  rememberMany(items, 0, 3 * RemoteItems::kCapacity);
   rememberMany(items, 0, RemoteItems::kCapacity);
   EXPECT_EQ(knownOf(items, RemoteItems::kCapacity), RemoteItems::kCapacity);
 }
@@ -81,7 +81,7 @@ TEST(RemoteItems, LastOnesAreKept) {
 TEST(RemoteItems, FoundItemCountsAsRememberedAnew) {
   RemoteItems items;
   items.remember("used", "drive", "item");
-  for (std::size_t round = 0; round < 6; ++round) {
+  for (std::size_t round = 0; round < 3; ++round) {
     rememberMany(items, round * RemoteItems::kCapacity, RemoteItems::kCapacity);
     EXPECT_EQ(found(items, "used"), "drive item") << round;
   }

@@ -57,7 +57,9 @@ std::size_t escapedAsInJson(std::string_view text, char byte) {
   return letter != std::string_view::npos && kMeanings[letter] == byte ? 2 : 0;
 }
 
-constexpr Spelling kSpellings[] = {plain, percentEncoded, escapedAsInJson};
+/// The spellings beside the plain one, and the characters without which a text has none of them.
+constexpr Spelling kEncodings[] = {percentEncoded, escapedAsInJson};
+constexpr std::string_view kSignsOfEncoding = "%+\\";
 
 // Whether `text` is the beginning of an encoded byte, of which the rest is missing.
 bool isCutOff(std::string_view text) {
@@ -134,24 +136,27 @@ void Redactor::addBase64(std::string_view secret) {
 
 std::string Redactor::line(std::string_view text) const {
   const std::string whole = Util::oneLine(text, std::string::npos);
+  const bool mayBeEncoded = whole.find_first_of(kSignsOfEncoding) != std::string::npos;
   const bool mayBeCutOff = whole.size() >= kShortestTruncatedText;
   // What follows the text that fits is not searched.
   std::string redacted;
   std::string_view rest = whole;
   while (!rest.empty() && redacted.size() < Util::kLineLimit + kLongestCharacter) {
-    const std::size_t length = matchAt(rest, mayBeCutOff);
+    const std::size_t length = matchAt(rest, mayBeEncoded, mayBeCutOff);
     redacted += length == 0 ? rest.substr(0, 1) : kMask;
     rest.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return Util::oneLine(redacted);
 }
 
-std::size_t Redactor::matchAt(std::string_view text, bool mayBeCutOff) const {
+std::size_t Redactor::matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff) const {
   if (!isFirst_.at(static_cast<unsigned char>(text.front()))) return 0;
   std::size_t longest = 0;
   for (const std::string& word : words_) {
-    for (const Spelling spelling : kSpellings) {
-      longest = std::max(longest, lengthIn(text, word, spelling, mayBeCutOff));
+    longest = std::max(longest, lengthIn(text, word, plain, mayBeCutOff));
+    if (!mayBeEncoded) continue;
+    for (const Spelling encoding : kEncodings) {
+      longest = std::max(longest, lengthIn(text, word, encoding, mayBeCutOff));
     }
   }
   return longest;

@@ -23,7 +23,7 @@ class Redactor {
  private:
   void add(std::string word);
   void addBase64(std::string_view secret);
-  std::size_t matchAt(std::string_view text, bool mayBeCutOff) const;
+  std::size_t matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff) const;
 
   /// The secrets, and their forms in Base64.
   std::vector<std::string> words_;
