@@ -27,13 +27,19 @@ Http::Request requestIn(const std::string& bytes) {
   std::string line;
   std::getline(head, line);
   Http::Request request;
-  request.method = methodNamed(line.substr(0, line.find(' ')));
+  const auto methodEnd = line.find(' ');
+  const std::string target = line.substr(methodEnd + 1, line.rfind(' ') - methodEnd - 1);
+  request.method = methodNamed(line.substr(0, methodEnd));
   while (std::getline(head, line)) {
     const auto colon = line.find(": ");
     if (colon == std::string::npos) continue;
     request.headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
   }
-  request.uri = Http::URI::parse(request.headers.at(kAddress)).value();
+  const auto address = request.headers.find(kAddress);
+  request.uri = Http::URI::parse(address != request.headers.end()
+                                     ? address->second
+                                     : "https://" + request.headers["Host"] + target)
+                    .value();
   request.body = bytes.substr(headEnd + 4);
   return request;
 }

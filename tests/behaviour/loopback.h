@@ -25,7 +25,7 @@ class Detour : public CloudStorage::Http::Transport {
   CloudStorage::Http::CurlTransport transport_;
 };
 
-/// A detoured request, with its own address, from the bytes that a server has received.
+/// The request in the bytes that a server has received; with its own address if it was detoured.
 CloudStorage::Http::Request requestIn(const std::string& bytes);
 /// The bytes of a response.
 std::string bytesOf(const CloudStorage::Http::Response& response);
