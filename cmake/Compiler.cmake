@@ -1,6 +1,9 @@
 # Compile and link options of all targets.
 
-set(CMAKE_CXX_STANDARD 17)
+# C++17, or a later standard that the user or the surrounding project has chosen.
+if(NOT CMAKE_CXX_STANDARD MATCHES "^(17|2[0-9])$")
+  set(CMAKE_CXX_STANDARD 17)
+endif()
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 99)
@@ -14,16 +17,22 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Libraries are searched for relative to those that need them, so that build trees can be moved.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
-# Debian's folder for libraries, which the loader, pkg-config and CMake search below /usr/local too.
-# The packages thus contain the libraries as built.
-if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)
-  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Where libraries go")
+# Where files go is decided by the surrounding project, if there is one.
+if(PROJECT_IS_TOP_LEVEL)
+  # Debian's folder for libraries, which the loader, pkg-config and CMake search below /usr/local
+  # too. The packages thus contain the libraries as built.
+  if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)
+    set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Where libraries go")
+  endif()
+  include(GNUInstallDirs)
+  set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
+elseif(VEMLO_INSTALL)
+  include(GNUInstallDirs)
 endif()
-include(GNUInstallDirs)
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+set(CMAKE_COMPILE_WARNING_AS_ERROR ${VEMLO_WERROR})
 # The libraries are bound when they are loaded (-z now), so calls into other libraries need no PLT.
 add_compile_options(-fno-plt)
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
@@ -52,6 +61,15 @@ if(VEMLO_SANITIZE)
     set(CMAKE_C_STANDARD_LIBRARIES -lstdc++)
   endif()
 endif()
+
+# compile_reproducibly(<target>): the objects do not depend on the folder in which the project is.
+# The logger puts __FILE__ into them, and -g puts more paths there. A compiler cache may make the
+# paths relative.
+function(compile_reproducibly target)
+  file(RELATIVE_PATH relative_path ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR}/.)
+  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                           -ffile-prefix-map=${relative_path}=)
+endfunction()
 
 # compile_tests_faster(<target>): for a program of tests that is written with GoogleTest.
 #

@@ -17,7 +17,7 @@
  *     released with free(), records and arrays with the free_ functions below.
  *  5. Result codes: 0 is success. -1 means bad arguments: nothing was requested from the service,
  *     nothing was logged, and the outputs are unchanged unless the comment states otherwise.
- *     Positive codes mean that the service call failed; docs/error-codes.md lists those of the
+ *     Positive codes mean that the service call failed; error-codes.md lists those of the
  *     object stores.
  *  6. A failed service call writes one ERROR line to standard error and to the system log. A drive
  *     call whose token has expired writes one more, to standard error only, for each failed attempt
@@ -28,14 +28,16 @@
  *  7. Threads: calls on one session may run on several threads at once, and so may calls on
  *     different sessions. Exceptions: the first session of a process must be opened from one
  *     thread, and some functions are restricted by their comments.
- *  8. Time: a call that sends requests blocks until they are completed. For each request there are
- *     at most four attempts, with delays of 1, 2 and 3 seconds between them. An attempt sends the
- *     request once and fails after 30 seconds without a connection, after 60 seconds without a
- *     byte, or after 5 minutes in total. If the service reports that the region or the clock of a
- *     signature is wrong, or that it does not support a filter, the request is retried at once
- *     within the same attempt. A drive call whose token has expired also waits for a new token. A
- *     token request fails after 30 seconds without a connection, which it tries to establish
- *     twice, or after a minute.
+ *  8. Time: a call that sends requests blocks until they are completed, but not longer than ten
+ *     minutes and not for more than 100,000 requests. All attempts, delays and token requests of
+ *     the call are included; a call that reaches a limit fails. For each request there are at most
+ *     four attempts, with delays of 1, 2 and 3 seconds between them. An attempt sends the request
+ *     once and fails after 30 seconds without a connection, after 60 seconds without a byte, or
+ *     after 5 minutes in total. If the service reports that the region or the clock of a signature
+ *     is wrong, or that it does not support a filter, the request is retried at once within the
+ *     same attempt. A drive call without a valid token also waits for a new token. A token request
+ *     fails after 30 seconds without a connection, which it tries to establish twice, or after a
+ *     minute in total.
  *  9. No function throws through this interface or terminates the process, and no result record is
  *     handed out partly filled. Running out of memory is not handled.
  */
@@ -55,6 +57,9 @@ extern "C" {
 #endif
 
 /* --------------------------------------------------------------- records and their release --- */
+
+/** @defgroup records Records and their release
+ *  @{ */
 
 /**
  * An open account, created by a `libvemlo_<service>_init()`. Valid for that service's functions
@@ -127,7 +132,12 @@ LIBVEMLO_API void free_directory(directory *entry);
  */
 LIBVEMLO_API void free_diretories(directory *entries, int count);
 
+/** @} */
+
 /* ------------------------------------------------------------------------------ life cycle --- */
+
+/** @defgroup life_cycle Life cycle
+ *  @{ */
 
 /**
  * Initializes the crypto library for this process. Call it once, before any other function except
@@ -222,7 +232,12 @@ LIBVEMLO_API void libvemlo_one_drive_cleanup(session *handle);
 /** See libvemlo_s3_cleanup(). */
 LIBVEMLO_API void libvemlo_dropbox_cleanup(session *handle);
 
+/** @} */
+
 /* ----------------------------------------------------------------------- string encryption --- */
+
+/** @defgroup string_encryption String encryption
+ *  @{ */
 
 /**
  * Encrypts a text with the fixed key of the library, so that a configuration file contains no
@@ -250,7 +265,12 @@ LIBVEMLO_API char *encrypt_string(const char *text);
  */
 LIBVEMLO_API char *decrypt_string(const char *text);
 
+/** @} */
+
 /* -------------------------------------------------------------------------------------- S3 --- */
+
+/** @defgroup s3 S3 and compatible stores
+ *  @{ */
 
 /**
  * The locations in which buckets can be created at the global AWS endpoint. No session is needed.
@@ -280,7 +300,7 @@ LIBVEMLO_API location_contraint_name_mapping *customized_get_location_contraint_
  * @param count    Receives their number. Written on success only.
  * @return 0: done; release with free_buckets().
  *         -1: an argument is null, or the session is not one of S3.
- *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *         Positive: the request failed; a code of error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -296,7 +316,7 @@ LIBVEMLO_API int s3_list_bucket(session *handle, char ***buckets, int *count);
  * @return 0: done.
  *         -1: `handle` is null or not a session of S3.
  *         Positive: the request failed, or was not sent because the name is empty or the code is
- *         not that of a location; a code of docs/error-codes.md. One ERROR line.
+ *         not that of a location; a code of error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -313,7 +333,7 @@ LIBVEMLO_API int s3_create_bucket(session *handle, const char *bucket, int locat
  * @param count        Receives their number. Cleared before the request.
  * @return 0: done; release with free_diretories().
  *         -1: an argument is null, or the session is not one of S3.
- *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *         Positive: the request failed; a code of error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -330,13 +350,18 @@ LIBVEMLO_API int s3_list_directory(session *handle, const char *bucket, const ch
  * @return 0: done.
  *         -1: `handle` or `key` is null; `key` has fewer than 2 characters, begins with "/" or
  *         does not end with "/"; the session is not one of S3.
- *         Positive: the request failed; a code of docs/error-codes.md. Nothing is logged.
+ *         Positive: the request failed; a code of error-codes.md. Nothing is logged.
  *
  * Blocks for one request.
  */
 LIBVEMLO_API int s3_create_directory(session *handle, const char *bucket, const char *key);
 
+/** @} */
+
 /* --------------------------------------------------------------------- Azure storage blobs --- */
+
+/** @defgroup azure_ssb Azure storage blobs
+ *  @{ */
 
 /**
  * Lists all containers of the account, in the service's order.
@@ -347,7 +372,7 @@ LIBVEMLO_API int s3_create_directory(session *handle, const char *bucket, const 
  * @return 0: done; release with free_buckets().
  *         -1: an argument is null, or the session is not one of Azure, in which case the outputs
  *         are cleared.
- *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
+ *         Positive: a request failed; a code of error-codes.md. One ERROR line, no partial
  *         list.
  *
  * Blocks for one request per 100 containers.
@@ -361,7 +386,7 @@ LIBVEMLO_API int azure_ssb_list_bucket(session *handle, char ***buckets, int *co
  * @param bucket  The container's name.
  * @return 0: done.
  *         -1: an argument is null, or the session is not one of Azure.
- *         Positive: the request failed; a code of docs/error-codes.md. One ERROR line.
+ *         Positive: the request failed; a code of error-codes.md. One ERROR line.
  *
  * Blocks for one request.
  */
@@ -379,7 +404,7 @@ LIBVEMLO_API int azure_ssb_create_bucket(session *handle, const char *bucket);
  * @return 0: done; release with free_diretories().
  *         -1: an argument is null, or the session is not one of Azure, in which case the outputs
  *         are cleared.
- *         Positive: a request failed; a code of docs/error-codes.md. One ERROR line, no partial
+ *         Positive: a request failed; a code of error-codes.md. One ERROR line, no partial
  *         list.
  *
  * Blocks for one request per 100 entries, and one more.
@@ -397,13 +422,18 @@ LIBVEMLO_API int azure_ssb_list_directory(session *handle, const char *bucket, c
  * @return 0: done.
  *         -1: `handle` or `path` is null; `path` has fewer than 2 characters, begins with "/" or
  *         does not end with "/"; the session is not one of Azure.
- *         Positive: the request failed; a code of docs/error-codes.md. Nothing is logged.
+ *         Positive: the request failed; a code of error-codes.md. Nothing is logged.
  *
  * Blocks for one request.
  */
 LIBVEMLO_API int azure_ssb_create_directory(session *handle, const char *bucket, const char *path);
 
+/** @} */
+
 /* ---------------------------------------------------------------------------- Amazon Drive --- */
+
+/** @defgroup amazon_drive Amazon Drive
+ *  @{ */
 
 /**
  * The address of the web page on which a user grants access to an Amazon Drive account. No network
@@ -429,7 +459,8 @@ LIBVEMLO_API int amazon_drive_get_authorize_url(session *handle, char **url);
  * @return 0: done; release with free().
  *         -1: an argument is null, or the session is not one of Amazon Drive.
  *         340: the exchange failed, or the response lacks one of the tokens. One ERROR line,
- *         which contains the code and any token in clear text.
+ *         which contains in clear text the code and the tokens that the session holds then: those
+ *         of the response or, if it had none, those that the session held before.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
@@ -525,7 +556,12 @@ LIBVEMLO_API int amazon_drive_list_directory(session *handle, const directory *p
 LIBVEMLO_API int amazon_drive_create_directory(session *handle, const directory *parent,
                                                const char *name, directory **created);
 
+/** @} */
+
 /* ---------------------------------------------------------------------------- Google Drive --- */
+
+/** @defgroup google_drive Google Drive
+ *  @{ */
 
 /**
  * The address of the web page on which a user grants access to a Google Drive account. No network
@@ -551,7 +587,8 @@ LIBVEMLO_API int google_drive_get_authorize_url(session *handle, char **url);
  * @return 0: done; release with free().
  *         -1: an argument is null, or the session is not one of Google Drive.
  *         337: the exchange failed, or the response lacks one of the tokens. One ERROR line,
- *         which contains the code and any token in clear text.
+ *         which contains in clear text the code and the tokens that the session holds then: those
+ *         of the response or, if it had none, those that the session held before.
  *
  * Not while another call on the session runs. Blocks for one request.
  */
@@ -619,7 +656,12 @@ LIBVEMLO_API int google_drive_list_directory(session *handle, const directory *p
 LIBVEMLO_API int google_drive_create_directory(session *handle, const directory *parent,
                                                const char *name, directory **created);
 
+/** @} */
+
 /* -------------------------------------------------------------------------------- OneDrive --- */
+
+/** @defgroup one_drive OneDrive
+ *  @{ */
 
 /**
  * The address of the web page on which a user grants access to a OneDrive account. No network
@@ -726,7 +768,12 @@ LIBVEMLO_API int one_drive_list_directory(session *handle, const directory *pare
 LIBVEMLO_API int one_drive_create_directory(session *handle, const directory *parent,
                                             const char *name, directory **created);
 
+/** @} */
+
 /* --------------------------------------------------------------------------------- Dropbox --- */
+
+/** @defgroup dropbox Dropbox
+ *  @{ */
 
 /**
  * The address of the web page on which a user grants access to a Dropbox account. No network
@@ -811,6 +858,8 @@ LIBVEMLO_API int dropbox_list_directory(session *handle, const directory *parent
  */
 LIBVEMLO_API int dropbox_create_directory(session *handle, const directory *parent,
                                           const char *name, directory **created);
+
+/** @} */
 
 #ifdef __cplusplus
 }

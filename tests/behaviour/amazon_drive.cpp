@@ -27,7 +27,7 @@ class AmazonDrive : public Base {
     if (uri.toString() == "https://drive.amazonaws.com/drive/v1/account/endpoint") {
       return Subject::Preparation;
     }
-    if (uri.host() != "cdws.example.test" || uri.path() != "/drive/v1/nodes") {
+    if (uri.host() != "cdws.us-east-1.amazonaws.com" || uri.path() != "/drive/v1/nodes") {
       return Subject::Unknown;
     }
     if (request.method == Http::Method::Post) {
@@ -57,7 +57,7 @@ class AmazonDrive : public Base {
   }
   std::string bodyAbout(Subject subject) const override {
     if (subject == Subject::Root) return bodyOf({{{"root", ""}}, ""});
-    return R"({"contentUrl":"https://content.example.test/cdproxy/","metadataUrl":")" +
+    return R"({"contentUrl":"https://content-na.drive.amazonaws.com/cdproxy/","metadataUrl":")" +
            std::string(TestSupport::kMetadataEndpoint) + R"("})";
   }
 

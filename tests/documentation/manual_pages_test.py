@@ -1,15 +1,20 @@
-"""The manual pages are well-formed, and that of the tool covers everything in its help texts.
+"""The manual pages are well-formed and complete.
 
+That of the tool covers everything in its help texts, and there is one for every function.
 VEMLO_CLI is the tool.
 """
 
+import gzip
 import os
 import pathlib
 import re
 import subprocess
+import sys
+import tempfile
 import unittest
 
-PAGES = pathlib.Path(__file__).parents[2] / "docs" / "man"
+ROOT = pathlib.Path(__file__).parents[2]
+PAGES = ROOT / "docs" / "man"
 
 
 def output_of(*command):
@@ -26,16 +31,59 @@ def help_texts(*commands):
         yield from help_texts(*commands, name)
 
 
+def functions():
+    text = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+    return set(re.findall(r"^(\w+)@@", text, re.M)) - {"verbose"}
+
+
 class ManualPages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        compressed = cls.folder / "compressed"
+        subprocess.run([sys.executable, "-B", ROOT / "scripts/manual-pages", compressed],
+                       check=True)
+        cls.texts = {path.name.removesuffix(".3.gz"): gzip.decompress(path.read_bytes()).decode()
+                     for path in compressed.iterdir()}
+
     def test_both_formatters_accept_them(self):
-        for page in ("vemlo.1", "libvemlo.3"):
-            with self.subTest(page=page):
-                lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", PAGES / page],
-                                      capture_output=True, text=True, check=False)
-                self.assertEqual((lint.stdout + lint.stderr, lint.returncode), ("", 0))
-                shown = output_of("man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z",
-                                  PAGES / page)
-                self.assertEqual(shown.stderr, "")
+        pages = [PAGES / "vemlo.1", PAGES / "libvemlo.3"]
+        for text in set(self.texts.values()):
+            pages.append(self.folder / f"{len(pages)}.3")
+            pages[-1].write_text(text, encoding="utf-8")
+        self.assertGreater(len(pages), 40)
+        lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", *pages],
+                              capture_output=True, text=True, check=False)
+        self.assertEqual((lint.stdout + lint.stderr, lint.returncode), ("", 0))
+        shown = output_of("man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", *pages)
+        self.assertEqual(shown.stderr, "")
+
+    def test_every_function_has_a_page_that_names_it(self):
+        self.assertEqual(set(self.texts), functions())
+        for name, text in self.texts.items():
+            with self.subTest(function=name):
+                self.assertRegex(text.partition(".Sh LIBRARY")[0], rf"(?m)^\.Nm {name}\b")
+                self.assertIn(f"\n.Fo {name}\n", text.partition(".Sh DESCRIPTION")[0])
+
+    def test_a_page_says_what_the_header_says(self):
+        text = self.texts["s3_list_bucket"]
+        for part in ('.Ft "int"\n.Fo s3_list_bucket\n.Fa "session *handle"\n'
+                     '.Fa "char ***buckets"\n.Fa "int *count"\n.Fc\n',
+                     ".It Fa handle\nAn S3 session.\n",
+                     ".Sh RETURN VALUES\n.Bl -tag -width Ds\n.It 0\n"
+                     "done; release with \\fBfree_buckets\\fR().\n.It \\-1\n",
+                     ".Xr free_buckets 3 ,\n.Xr libvemlo 3\n"):
+            self.assertIn(part, text)
+
+    def test_references_lead_to_pages(self):
+        known = functions() | {"libvemlo", "free"}
+        overview = (PAGES / "libvemlo.3").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"^\.Xr (\w+) 3", overview, re.M)) | {"libvemlo"}, known)
+        for name, text in self.texts.items():
+            references = set(re.findall(r"^\.Xr (\w+) 3", text, re.M))
+            with self.subTest(function=name):
+                self.assertIn("libvemlo", references)
+                self.assertEqual(references - known, set())
 
     def test_the_tool_is_described_completely(self):
         page = re.sub(r".\x08", "", output_of("mandoc", "-T", "utf8", PAGES / "vemlo.1").stdout)

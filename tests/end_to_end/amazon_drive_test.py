@@ -55,6 +55,17 @@ class Endpoints(AmazonDriveTest):
                 )
                 self.assert_requests(ENDPOINT, ENDPOINT)
 
+    def test_of_others_receive_no_token(self):
+        for host in ("example.test", "notamazonaws.com", f"{NODES[0]}:8443", "127.0.0.1"):
+            with self.subTest(host=host):
+                sandbox.control("DELETE", "log")
+                self.configure(endpoint={"metadataUrl": f"https://{host}/drive/v1/"})
+                self.assert_call_failed(
+                    self.account.root(),
+                    "Failed to get Endpoint. error: MalformedResponse The answer names an address",
+                )
+                self.assert_requests(ENDPOINT)
+
     def test_that_are_known_survive_a_failure(self):
         root = self.root_of(self.account)
         self.fault(kind="status", status=404)

@@ -57,6 +57,30 @@ class Listings(OneDriveTest):
         own = [Folder(ids["Photos"], b"Photos"), Folder(ids["Team"], b"Team")]
         self.assertEqual(listed.value, own)
 
+    def test_shared_folders_are_opened_and_extended_in_their_own_drive(self):
+        ids = self.seed_all_kinds()
+        team = Folder(ids["Team"], b"Team")
+        self.assert_names(self.account, self.root, [b"Photos", b"Team"])
+        sandbox.control("DELETE", "log")
+        self.assert_names(self.account, team, [b"Minutes"])
+        made = self.account.make_folder(team, b"2024")
+        self.assert_done(made)
+        self.assert_done(self.account.make_folder(made.value, b"January"))
+        self.assert_names(self.account, made.value, [b"January"])
+        # Each listing is a request for the drive and one for the page.
+        self.assertEqual([call[1] for call in self.calls()], [200, 200, 201, 201, 200, 200])
+        own = [entry["path"] for entry in sandbox.requests() if "/me/drive/" in entry["path"]]
+        self.assertEqual(own, [])
+
+    def test_shared_folders_that_were_not_listed_are_found(self):
+        ids = self.seed_all_kinds()
+        team = Folder(ids["Team"], b"Team")
+        self.assert_done(self.account.make_folder(team, b"2024"))
+        self.assertEqual([call[1] for call in self.calls()], [404, 200, 201])
+        other = self.linked()
+        self.assert_names(other, team, [b"2024", b"Minutes"])
+        self.assertEqual([call[1] for call in self.calls()], [200, 404, 200, 200])
+
     def test_on_a_business_drive_they_are_not(self):
         self.configure(driveType="business")
         self.start()

@@ -24,9 +24,11 @@ void checkDocument(std::string body) {
   const pugi::xml_node root = document.document_element();
   require(root.type() == pugi::node_element);
   for (const auto name : {"Buckets", "Bucket", "Code", ""}) {
-    for (auto node = Xml::child(root, name); node; node = Xml::nextSibling(node, name)) {
-      require(Xml::isNamed(node, name));
-      require(Xml::text(node).size() <= size);
+    for (const auto& node : {Xml::child(root, name), Xml::lastChild(root, name)}) {
+      require(!node || Xml::isNamed(node, name));
+      const std::string text = Xml::text(node);
+      require(text.size() <= size);
+      require(text.find('\0') == std::string::npos);
     }
   }
 }

@@ -1,9 +1,10 @@
-"""An installed tree, and hosts that are built against it.
+"""An installed tree, other build trees, and hosts that are built against them.
 
 VEMLO_BUILD_TREE is the build tree, VEMLO_LIBDIR the folder of the libraries in a prefix.
 """
 
 import contextlib
+import json
 import os
 import pathlib
 import shutil
@@ -12,6 +13,10 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).parents[2]
 EXAMPLES = ROOT / "examples"
+BUILD_TREE = pathlib.Path(os.environ["VEMLO_BUILD_TREE"])
+LIBDIR = os.environ["VEMLO_LIBDIR"]
+LIBRARIES_ALONE = ["-DVEMLO_BUILD_TOOL=OFF", "-DVEMLO_BUILD_TESTS=OFF",
+                   "-DVEMLO_BUILD_BENCHMARKS=OFF"]
 
 
 def run(*command, **options):
@@ -22,12 +27,25 @@ def run(*command, **options):
     return result.stdout
 
 
+def configure(sources, folder, *options):
+    """Configures another build tree, in which a compiler cache has no part."""
+    return run("cmake", "-G", "Ninja", "-S", sources, "-B", folder,
+               "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON",
+               "-DCMAKE_C_COMPILER_LAUNCHER=", "-DCMAKE_CXX_COMPILER_LAUNCHER=", *options)
+
+
+def compile_commands(folder):
+    """The commands that compile sources in C++."""
+    text = (pathlib.Path(folder) / "compile_commands.json").read_text(encoding="utf-8")
+    return [entry["command"] for entry in json.loads(text) if entry["file"].endswith(".cpp")]
+
+
 class Prefix:
     """A folder that `cmake --install` has filled."""
 
     def __init__(self, path):
         self.path = pathlib.Path(path)
-        self.libraries = self.path / os.environ["VEMLO_LIBDIR"]
+        self.libraries = self.path / LIBDIR
         self.tool = self.path / "bin" / "vemlo"
 
     @property
@@ -59,6 +77,6 @@ class Prefix:
 def installed():
     with tempfile.TemporaryDirectory() as folder:
         first, second = (pathlib.Path(folder) / name for name in ("first", "second"))
-        run("cmake", "--install", os.environ["VEMLO_BUILD_TREE"], "--prefix", first)
+        run("cmake", "--install", BUILD_TREE, "--prefix", first)
         first.rename(second)  # the installed tree must be relocatable
         yield Prefix(second)

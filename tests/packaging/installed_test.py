@@ -1,7 +1,10 @@
 """The files of `cmake --install` are found, and hosts can be built against them."""
 
+import gzip
+import os
 import pathlib
 import re
+import subprocess
 import tempfile
 import unittest
 
@@ -74,6 +77,50 @@ class Installed(unittest.TestCase):
                              env=self.prefix.environment)
                 expected = f"found: 1 {self.version}" if found else "found: 0"
                 self.assertIn(expected, output)
+
+    def test_components(self):
+        for wanted, found in (("service_client", True), ("libvemlo service_client", True),
+                              ("nonsense", False), ("service_client nonsense", False)):
+            with self.subTest(wanted=wanted):
+                folder = self.temporary_folder(
+                    CMakeLists_txt=VERSION_PROJECT % f"COMPONENTS {wanted}")
+                result = subprocess.run(["cmake", "-S", folder, "-B", folder / "build"],
+                                        env=self.prefix.environment, capture_output=True,
+                                        text=True, check=True)
+                self.assertIn(f"found: {1 if found else 0}", result.stdout)
+                self.assertEqual("it has no component 'nonsense'" in result.stderr, not found)
+
+    def test_every_function_has_a_manual_page(self):
+        symbols = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+        names = sorted(set(re.findall(r"^(\w+)@@", symbols, re.M)) - {"verbose"})
+        self.assertEqual(len(names), 57)
+        manual = ["man", "-M", self.prefix.path / "share/man"]
+        self.assertEqual(len(run(*manual, "-w", *names).splitlines()), len(names))
+        # Closing a session is described once for all services.
+        shown = run(*manual, "libvemlo_dropbox_cleanup", env={**os.environ, "MANWIDTH": "99"})
+        self.assertIn("libvemlo_dropbox_cleanup(session *handle);", shown)
+
+    def test_documents_lead_to_installed_files(self):
+        folder = self.prefix.path / "share/doc/libvemlo-dev"
+        documents = {path: path.read_text(encoding="utf-8") for path in folder.rglob("*.md")}
+        self.assertEqual(len(documents), 3)
+        for path, text in documents.items():
+            for target in re.findall(r"\]\(([^)#]+)", text):
+                with self.subTest(document=path.name, target=target):
+                    self.assertTrue((path.parent / target).exists())
+
+        header = (self.prefix.path / "include/libvemlo.h").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"[\w./-]+\.md", header)), {"error-codes.md"})
+
+        with gzip.open(self.prefix.path / "share/man/man3/libvemlo.3.gz", "rt") as page:
+            paths = re.findall(r"^\.It Pa /usr/(\S+)", page.read(), re.M)
+        self.assertEqual([path for path in paths if not (self.prefix.path / path).exists()], [])
+        self.assertGreater(len(paths), 2)
+
+    def test_what_only_packages_contain_is_not_installed(self):
+        self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())
+        self.assertEqual([*self.prefix.path.rglob("*lintian*")], [])
+        self.assertEqual([*self.prefix.path.rglob("changelog*")], [])
 
     def test_the_tool_finds_its_libraries(self):
         self.assertEqual(run(self.prefix.tool, "--version", env={}), f"vemlo {self.version}\n")

@@ -1,4 +1,4 @@
-"""The Debian packages have the expected content, and lintian reports no error."""
+"""The Debian packages have the expected content, and lintian has nothing to say."""
 
 import os
 import pathlib
@@ -7,9 +7,18 @@ import subprocess
 import tempfile
 import unittest
 
-from installed import run
+from installed import BUILD_TREE, LIBDIR, run
 
-LIBDIR = os.environ["VEMLO_LIBDIR"]
+CONFIG = BUILD_TREE / "CPackConfig.cmake"
+HOST = """
+#include <libvemlo.h>
+int main(void) { libvemlo_global_init(); return 0; }
+"""
+SOURCE = """Source: host
+
+Package: host
+Architecture: any
+"""
 
 
 class Package:
@@ -27,8 +36,7 @@ class Packages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         folder = cls.enterClassContext(tempfile.TemporaryDirectory())
-        config = pathlib.Path(os.environ["VEMLO_BUILD_TREE"]) / "CPackConfig.cmake"
-        run("cpack", "--config", config, "-B", folder)
+        run("cpack", "--config", CONFIG, "-B", folder)
         cls.packages = {}
         for path in pathlib.Path(folder).glob("*.deb"):
             package = Package(path)
@@ -41,6 +49,7 @@ class Packages(unittest.TestCase):
         places = {
             "libvemlo1": {
                 f"usr/{LIBDIR}/libvemlo.so.1", f"usr/{LIBDIR}/libvemlo_service_client.so.1",
+                "usr/share/doc/libvemlo1/changelog.gz",
             },
             "libvemlo-dev": {
                 "usr/include/libvemlo.h", f"usr/{LIBDIR}/libvemlo.so",
@@ -49,7 +58,9 @@ class Packages(unittest.TestCase):
                 f"usr/{LIBDIR}/pkgconfig/libvemlo-service-client.pc",
                 f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config.cmake",
                 f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config-version.cmake",
-                "usr/share/man/man3/libvemlo.3.gz", "usr/share/doc/libvemlo-dev/hosting.md",
+                "usr/share/doc/libvemlo-dev/changelog.Debian.gz",
+                "usr/share/man/man3/s3_list_bucket.3.gz", "usr/share/man/man3/libvemlo.3.gz",
+                "usr/share/doc/libvemlo-dev/hosting.md",
                 "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
                 "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
@@ -71,8 +82,40 @@ class Packages(unittest.TestCase):
             self.assertIn(library + " ", depends["libvemlo1"])
 
     def test_dependency_of_packages_that_use_the_library(self):
-        shlibs = run("dpkg-deb", "--info", self.packages["libvemlo1"].path, "shlibs")
+        runtime = self.packages["libvemlo1"]
+        version = re.escape(runtime.field("Version"))
+        shlibs = run("dpkg-deb", "--info", runtime.path, "shlibs")
         self.assertRegex(shlibs, r"(?m)^libvemlo 1 libvemlo1 \(>= ")
+        self.assertRegex(shlibs,
+                         rf"(?m)^libvemlo_service_client 1 libvemlo1 \(= {version}\)$")
+
+    def test_symbols_are_those_of_the_library(self):
+        text = run("dpkg-deb", "--info", self.packages["libvemlo1"].path, "symbols")
+        self.assertEqual(text.splitlines()[0], "libvemlo.so.1 libvemlo1 #MINVER#")
+        exported = run("nm", "--dynamic", "--defined-only", BUILD_TREE / LIBDIR / "libvemlo.so.1")
+        names = {line.split()[-1].replace("@@", "@") for line in exported.splitlines()}
+        # The version node itself is shown without a version.
+        self.assertEqual({line.split()[0] for line in text.splitlines()[1:]},
+                         {name if "@" in name else f"{name}@{name}" for name in names})
+
+    def test_a_host_depends_on_the_version_that_its_symbols_appeared_in(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            root = folder / "root"
+            for package in self.packages.values():
+                run("dpkg-deb", "--extract", package.path, root)
+            run("dpkg-deb", "--control", self.packages["libvemlo1"].path, root / "DEBIAN")
+            (folder / "host.c").write_text(HOST, encoding="utf-8")
+            run("cc", folder / "host.c", "-I", root / "usr/include", "-L", root / "usr" / LIBDIR,
+                "-lvemlo", "-o", folder / "host")
+            (folder / "debian").mkdir()
+            (folder / "debian/control").write_text(SOURCE, encoding="utf-8")
+            depends = run("dpkg-shlibdeps", "-O", f"-S{root}", folder / "host", cwd=folder)
+        self.assertIn("libvemlo1 (>= 1.0.0)", depends)
+
+    def test_libraries_of_several_architectures_may_be_installed(self):
+        fields = {name: package.field("Multi-Arch") for name, package in self.packages.items()}
+        self.assertEqual(fields, {"libvemlo1": "same", "libvemlo-dev": "same", "vemlo": "no"})
 
     def test_libraries_are_stripped(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -84,11 +127,22 @@ class Packages(unittest.TestCase):
                 self.assertNotIn(".symtab", sections)
                 self.assertNotIn(".debug_info", sections)
 
-    def test_lintian_finds_no_error(self):
+    def test_missing_programs_are_named_before_packages_are_made(self):
+        folders = [*os.environ["PATH"].split(":"), "/bin", "/usr/bin"]
+        with tempfile.TemporaryDirectory() as folder:
+            result = subprocess.run(["cpack", "--config", CONFIG, "-B", folder,
+                                     "-D", f"CMAKE_IGNORE_PATH={';'.join(folders)}"],
+                                    capture_output=True, text=True, check=False)
+            self.assertIn("not installed: dpkg-dev file binutils",
+                          " ".join(result.stderr.split()))
+            self.assertNotEqual(result.returncode, 0)
+            self.assertEqual([*pathlib.Path(folder).rglob("*.deb")], [])
+
+    def test_lintian_finds_nothing(self):
         paths = [package.path for package in self.packages.values()]
         # As root, lintian would warn without this option.
-        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error", "--profile",
-                                 "debian", "--tag-display-limit", "0", *paths],
+        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning",
+                                 "--profile", "debian", "--tag-display-limit", "0", *paths],
                                 capture_output=True, text=True, check=False)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
 

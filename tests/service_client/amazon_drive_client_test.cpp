@@ -24,7 +24,7 @@ using TestSupport::response;
 using Kind = Http::TransportFailure::Kind;
 
 constexpr char kEndpoint[] = "GET https://drive.amazonaws.com/drive/v1/account/endpoint";
-constexpr char kNodes[] = "POST https://cdws.example.test/drive/v1/nodes";
+constexpr char kNodes[] = "POST https://cdws.us-east-1.amazonaws.com/drive/v1/nodes";
 constexpr char kNode[] = R"({"id":"n1","name":"New","kind":"FOLDER","parents":["root"]})";
 
 Model::FileRequest newFolder(const std::string& name) {
@@ -59,8 +59,9 @@ class AmazonDriveClientTest : public ::testing::Test, protected TestSupport::Ama
 };
 
 TEST_F(AmazonDriveClientTest, QueriesSendExactlyThis) {
-  EXPECT_TRUE(
-      endpointFrom(R"({"contentUrl":"https://c/","metadataUrl":"https://m/"})").isSuccess());
+  EXPECT_TRUE(endpointFrom(
+                  R"({"contentUrl":"https://c.amazon.com/","metadataUrl":"https://m.amazon.com/"})")
+                  .isSuccess());
   EXPECT_TRUE(profileFrom("{}").isSuccess());
   EXPECT_THAT(lines(), ElementsAre(kEndpoint, "GET https://api.amazon.com/user/profile"));
   EXPECT_THAT(bodies(), ElementsAre("", ""));
@@ -72,21 +73,22 @@ TEST_F(AmazonDriveClientTest, QueriesSendExactlyThis) {
 
 TEST_F(AmazonDriveClientTest, EndpointsAreKeptAsReceived) {
   const auto outcome = endpointFrom(
-      R"({"contentUrl":"HTTPS://Content.example.test:443/cdproxy","customerExists":false,)"
-      R"("metadataUrl":"https:\/\/cdws.example.test\/drive\/v1\/","region":"NA"})");
+      R"({"contentUrl":"HTTPS://Content-NA.Drive.Amazonaws.com:443/cdproxy","customerExists":false,)"
+      R"("metadataUrl":"https:\/\/cdws.us-east-1.amazonaws.com\/drive\/v1\/","region":"NA"})");
   ASSERT_TRUE(outcome.isSuccess());
-  EXPECT_EQ(outcome.getResult().contentUrl, "HTTPS://Content.example.test:443/cdproxy");
-  EXPECT_EQ(outcome.getResult().metadataUrl, "https://cdws.example.test/drive/v1/");
+  EXPECT_EQ(outcome.getResult().contentUrl, "HTTPS://Content-NA.Drive.Amazonaws.com:443/cdproxy");
+  EXPECT_EQ(outcome.getResult().metadataUrl, "https://cdws.us-east-1.amazonaws.com/drive/v1/");
 }
 
 TEST_F(AmazonDriveClientTest, EndpointsMustBeTwoSecureAddresses) {
   for (const std::string bad :
-       {R"("")", "null", "7", R"("http://127.0.0.1/")", R"("http://m.example.test/")",
-        R"("m.example.test/")", R"("/drive/v1/")", R"("ftp://m.example.test/")", R"("https://")",
-        R"("https://user@m.example.test/")", R"("https://m.example.test/#x")",
-        R"("https://m.example.test/a b")", R"("https://m.example.test/\n")"}) {
-    for (const std::string& body : {R"({"contentUrl":"https://c/","metadataUrl":)" + bad + "}",
-                                    R"({"metadataUrl":"https://m/","contentUrl":)" + bad + "}"}) {
+       {R"("")", "null", "7", R"("http://127.0.0.1/")", R"("http://m.amazon.com/")",
+        R"("m.amazon.com/")", R"("/drive/v1/")", R"("ftp://m.amazon.com/")", R"("https://")",
+        R"("https://user@m.amazon.com/")", R"("https://m.amazon.com/#x")",
+        R"("https://m.amazon.com/a b")", R"("https://m.amazon.com/\n")"}) {
+    for (const std::string& body :
+         {R"({"contentUrl":"https://c.amazon.com/","metadataUrl":)" + bad + "}",
+          R"({"metadataUrl":"https://m.amazon.com/","contentUrl":)" + bad + "}"}) {
       const auto outcome = endpointFrom(body);
       SCOPED_TRACE(body);
       expectMalformedResponse(outcome);
@@ -94,12 +96,68 @@ TEST_F(AmazonDriveClientTest, EndpointsMustBeTwoSecureAddresses) {
   }
 }
 
+constexpr const char* kForeignAddresses[] = {
+    "https://example.test/",
+    "https://amazonaws.com/",
+    "https://notamazonaws.com/",
+    "https://cdws.notamazon.com/",
+    "https://cdws.amazonaws.com.example.test/",
+    "https://cdws.amazonaws.com.cn/",
+    "https://cdws.amazonaws.com./",
+    "https://cdws.amazonaws.com:8443/",
+    "https://cdws.amazonaws.com:80/",
+    "https://127.0.0.1/",
+    "https://[::1]/",
+    "https://2130706433/",
+    "https://example.test/cdws.amazonaws.com",
+    "https://example.test?cdws.amazonaws.com",
+};
+
+TEST_F(AmazonDriveClientTest, EndpointsMustBeThoseOfTheService) {
+  for (const std::string foreign : kForeignAddresses) {
+    for (const std::string& body :
+         {R"({"contentUrl":"https://c.amazon.com/","metadataUrl":")" + foreign + "\"}",
+          R"({"metadataUrl":"https://m.amazon.com/","contentUrl":")" + foreign + "\"}"}) {
+      SCOPED_TRACE(body);
+      expectMalformedResponse(endpointFrom(body));
+    }
+  }
+}
+
+TEST_F(AmazonDriveClientTest, EveryDomainOfTheServiceIsAccepted) {
+  for (const char* host :
+       {"cdws.us-east-1.amazonaws.com", "a.amazon.com", "CDWS.AmazonCloudDrive.com:443"}) {
+    const std::string address = "https://" + std::string(host) + "/drive/v1/";
+    EXPECT_TRUE(
+        endpointFrom(R"({"contentUrl":")" + address + R"(","metadataUrl":")" + address + "\"}")
+            .isSuccess())
+        << host;
+    auto request = newFolder("New");
+    request.endpoint = address;
+    bodyOf(request);
+  }
+}
+
+TEST_F(AmazonDriveClientTest, TokenIsSentToHostsOfTheServiceOnly) {
+  for (const std::string foreign : kForeignAddresses) {
+    SCOPED_TRACE(foreign);
+    auto creation = newFolder("New");
+    creation.endpoint = foreign;
+    Model::ListFileResourceRequest query;
+    query.endpoint = foreign;
+    expectInvalidRequest(create(creation));
+    expectInvalidRequest(makeClient()->listFileResource(query));
+  }
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
 TEST_F(AmazonDriveClientTest, ResponseWithoutEndpointsIsALocalFailure) {
-  for (const char* body : {"", "{}", "[]", "null", "<html></html>",
-                           R"({"contentUrl":"https://c/"})", R"({"metadataUrl":"https://m/"})",
-                           R"({"data":{"contentUrl":"https://c/","metadataUrl":"https://m/"}})",
-                           R"({"contentUrl":"https://c/","metadataUrl":"https://m/\u0000"})",
-                           R"({"contentUrl":"https://c/","metadataUrl":"https://m/")"}) {
+  for (const char* body :
+       {"", "{}", "[]", "null", "<html></html>", R"({"contentUrl":"https://c.amazon.com/"})",
+        R"({"metadataUrl":"https://m.amazon.com/"})",
+        R"({"data":{"contentUrl":"https://c.amazon.com/","metadataUrl":"https://m.amazon.com/"}})",
+        R"({"contentUrl":"https://c.amazon.com/","metadataUrl":"https://m.amazon.com/\u0000"})",
+        R"({"contentUrl":"https://c.amazon.com/","metadataUrl":"https://m.amazon.com/")"}) {
     const auto outcome = endpointFrom(body);
     SCOPED_TRACE(body);
     expectMalformedResponse(outcome);
@@ -143,9 +201,9 @@ TEST_F(AmazonDriveClientTest, EndpointsAreEmptyUntilTheyAreSet) {
   const auto client = makeClient();
   EXPECT_EQ(client->endpoints().content, "");
   EXPECT_EQ(client->endpoints().metadata, "");
-  client->setEndpoints({"https://c/", "https://m/"});
-  EXPECT_EQ(client->endpoints().content, "https://c/");
-  EXPECT_EQ(client->endpoints().metadata, "https://m/");
+  client->setEndpoints({"https://c.amazon.com/", "https://m.amazon.com/"});
+  EXPECT_EQ(client->endpoints().content, "https://c.amazon.com/");
+  EXPECT_EQ(client->endpoints().metadata, "https://m.amazon.com/");
   EXPECT_THAT(lines(), IsEmpty());
 }
 
@@ -224,19 +282,14 @@ TEST_F(AmazonDriveClientTest, CreationThatNamesNoFolderIsALocalFailure) {
 }
 
 TEST_F(AmazonDriveClientTest, OneSlashPrecedesNodes) {
-  for (const char* endpoint :
-       {"https://cdws.example.test/drive/v1/", "https://cdws.example.test/drive/v1"}) {
+  for (const char* slashes : {"", "/", "//", "/////"}) {
     auto request = newFolder("New");
-    request.endpoint = endpoint;
+    request.endpoint = std::string("https://cdws.us-east-1.amazonaws.com/drive/v1") + slashes;
     bodyOf(request);
-    EXPECT_EQ(lines().back(), kNodes) << endpoint;
-  }
-  for (const char* endpoint :
-       {"https://cdws.example.test:8443/", "HTTPS://CDWS.example.test:8443"}) {
-    auto request = newFolder("New");
-    request.endpoint = endpoint;
+    EXPECT_EQ(lines().back(), kNodes) << slashes;
+    request.endpoint = std::string("HTTPS://CDWS.amazon.com:443") + slashes;
     bodyOf(request);
-    EXPECT_EQ(lines().back(), "POST https://cdws.example.test:8443/nodes") << endpoint;
+    EXPECT_EQ(lines().back(), "POST https://cdws.amazon.com/nodes") << slashes;
   }
 }
 

@@ -21,7 +21,7 @@ using TestSupport::expectMalformedResponse;
 using TestSupport::kMetadataEndpoint;
 using TestSupport::response;
 
-constexpr char kQuery[] = "GET https://cdws.example.test/drive/v1/nodes?";
+constexpr char kQuery[] = "GET https://cdws.us-east-1.amazonaws.com/drive/v1/nodes?";
 constexpr char kNode[] =
     R"({"eTagResponse":"etag1","id":"nodeid1","name":"2019","kind":"FOLDER","version":3,)"
     R"("labels":[],"createdDate":"2015-03-02T10:00:00.000Z",)"
@@ -100,6 +100,12 @@ TEST_F(AmazonDriveListing, FirstPageHasNoToken) {
             std::string(kQuery) + "limit=200&startToken=nt%2F0001%2Ba%3D%3D%26limit%3D1");
 }
 
+TEST_F(AmazonDriveListing, TokenThatIsNotPresentIsNotSent) {
+  auto request = query();
+  request.startToken = CloudStorage::Util::Field<std::string>("nt-0001");
+  EXPECT_EQ(lineOf(request), std::string(kQuery) + "limit=200");
+}
+
 TEST_F(AmazonDriveListing, FilterIsOnlyPercentEncoded) {
   auto request = query();
   request.filters = "parents:\"a\"b'c\\d &\xC3\xA9\"";
@@ -108,8 +114,10 @@ TEST_F(AmazonDriveListing, FilterIsOnlyPercentEncoded) {
 }
 
 TEST_F(AmazonDriveListing, OneSlashPrecedesNodes) {
-  for (const char* endpoint :
-       {"https://cdws.example.test/drive/v1/", "https://cdws.example.test/drive/v1"}) {
+  for (const char* endpoint : {"https://cdws.us-east-1.amazonaws.com/drive/v1/",
+                               "https://cdws.us-east-1.amazonaws.com/drive/v1",
+                               "https://cdws.us-east-1.amazonaws.com/drive/v1//",
+                               "https://cdws.us-east-1.amazonaws.com/drive/v1////"}) {
     auto request = query();
     request.endpoint = endpoint;
     EXPECT_EQ(lineOf(request), std::string(kQuery) + "limit=200") << endpoint;

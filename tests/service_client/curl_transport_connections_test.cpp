@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -15,6 +17,7 @@
 #include <vector>
 
 #include "Http/CurlTransport.h"
+#include "support/fresh_process.h"
 #include "support/loopback_server.h"
 
 namespace {
@@ -85,6 +88,36 @@ TEST(CurlTransportConnections, ConnectionsAreClosedOnExec) {
   const int connection = socketTo(server.port());
   ASSERT_GE(connection, 0);
   EXPECT_NE(::fcntl(connection, F_GETFD) & FD_CLOEXEC, 0);
+}
+
+void closeStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::close(descriptor);
+}
+
+bool isSocket(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+// What the host writes to standard error must not go to a service.
+TEST(CurlTransportConnectionsDeathTest, NoneReplacesAStandardDescriptor) {
+  TestSupport::inFreshProcess([] {
+    const LoopbackServer first(alwaysSend(httpResponse("200 OK", "")));
+    const LoopbackServer second(alwaysSend(httpResponse("200 OK", "")));
+    CurlTransport transport({});
+
+    closeStandardDescriptors();
+    EXPECT_EQ(transport.send(first.request(Method::Get, "/")).status, 200);
+    EXPECT_GT(socketTo(first.port()), STDERR_FILENO);
+    // A new handle has sockets of its own.
+    EXPECT_FALSE(isSocket(STDIN_FILENO));
+    EXPECT_FALSE(isSocket(STDOUT_FILENO));
+    EXPECT_FALSE(isSocket(STDERR_FILENO));
+
+    closeStandardDescriptors();  // with an existing handle
+    EXPECT_EQ(transport.send(second.request(Method::Get, "/")).status, 200);
+    EXPECT_GT(socketTo(second.port()), STDERR_FILENO);
+  });
 }
 
 TEST(CurlTransportConnections, SixteenThreadsUseAtMostSixteenConnections) {

@@ -165,6 +165,21 @@ TEST(CurlTransport, TimeoutBeforeTheConnectionIsOpenCannotHaveRun) {
                 false);
 }
 
+TEST(CurlTransport, RequestMayHaveATighterLimit) {
+  const LoopbackServer server(
+      [](LoopbackServer::Connection& connection) { connection.waitUntilClosed(); });
+  CurlTransport transport({});
+  for (const auto limit : {200ms, 1ms, 0ms}) {
+    auto request = server.request(Method::Get, "/");
+    request.timeLimit = limit;
+    const Response response = transport.send(request);
+    ASSERT_TRUE(response.failure);
+    EXPECT_EQ(response.failure->kind, Kind::Timeout);
+    request.uri.setScheme("https");  // the handshake gets no response
+    EXPECT_EQ(transport.send(request).failure->name, "CURLE_OPERATION_TIMEDOUT");
+  }
+}
+
 TEST(CurlTransport, SlowResponseWithinTheLimitsArrives) {
   const LoopbackServer server([](LoopbackServer::Connection& connection) {
     connection.readRequest();

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -13,9 +14,22 @@
 
 #include "Http/CurlTransport.h"
 #include "Http/TrustAnchors.h"
+#include "support/fresh_process.h"
 #include "support/loopback_server.h"
 #include "support/memory_file.h"
 #include "support/test_authority.h"
+
+namespace {
+
+/// Whether the process appears to have more privileges than its user.
+bool isPrivileged = false;
+
+}  // namespace
+
+// In the place of the C library's function, which responds in this way in such a process.
+extern "C" char* secure_getenv(const char* name) noexcept {
+  return isPrivileged ? nullptr : std::getenv(name);
+}
 
 namespace {
 
@@ -178,6 +192,18 @@ TEST(TrustAnchors, SourcesComeFromTheEnvironment) {
   EXPECT_EQ(unset.directory, "");
 }
 
+TEST(TrustAnchors, SourcesOfAPrivilegedProcessAreTheDefaults) {
+  ::setenv("SSL_CERT_FILE", "/some/file", 1);
+  ::setenv("SSL_CERT_DIR", "/some/folder", 1);
+  isPrivileged = true;
+  const auto sources = TrustAnchors::sourcesFromEnvironment();
+  isPrivileged = false;
+  ::unsetenv("SSL_CERT_FILE");
+  ::unsetenv("SSL_CERT_DIR");
+  EXPECT_EQ(sources.file, "");
+  EXPECT_EQ(sources.directory, "");
+}
+
 TEST(TrustAnchors, DefaultSourcesCanBeLoaded) {
   TrustAnchors anchors({});
   const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
@@ -236,6 +262,21 @@ class ProcessTrustAnchorsDeathTest : public CurlTransportTls {
     std::_Exit(response.status == 200 ? 0 : 1);
   }
 };
+
+// libcurl opens the file when it is initialised.
+TEST_F(ProcessTrustAnchorsDeathTest, PrivilegedProcessLogsNoKeys) {
+  for (const bool privileged : {false, true}) {
+    TestSupport::inFreshProcess([this, privileged] {
+      const TestSupport::MemoryFile keys("");
+      ::setenv("SSLKEYLOGFILE", keys.path().c_str(), 1);
+      isPrivileged = privileged;
+      const LoopbackServer server(alwaysSend(response_), authority_.serverContext(kOwnName));
+      CurlTransport transport(trusting(anchorsIn(authority_.certificateFile())));
+      EXPECT_EQ(transport.send(server.request(Method::Get, "/")).status, 200);
+      EXPECT_EQ(std::ifstream(keys.path()).peek() == EOF, privileged);
+    });
+  }
+}
 
 TEST_F(ProcessTrustAnchorsDeathTest, FileOfTheEnvironmentIsTrusted) {
   EXPECT_EXIT(endWithTrustIn(authority_.certificateFile()), testing::ExitedWithCode(0), "");

@@ -200,6 +200,14 @@ TYPED_TEST(DriveRefreshInThreads, AllShareOneRefresh) {
   this->expectOneRefresh();
 }
 
+TYPED_TEST(DriveRefreshInThreads, AllShareTheRefreshBeforeTheFirstRequest) {
+  this->credential->setTokens("", "refresh token");
+  EXPECT_EQ(this->successesOf([this] { return this->call().isSuccess(); }), this->kThreads);
+  EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
+  EXPECT_THAT(this->service->bearers(), SizeIs(this->kThreads));
+  EXPECT_THAT(this->service->bearers(), Each("Bearer new-1"));
+}
+
 using GoogleDriveRefreshInThreads = DriveRefreshInThreads<TestSupport::GoogleDrive>;
 
 TEST_F(GoogleDriveRefreshInThreads, CallsOfOneClientShareOneRefresh) {
@@ -309,7 +317,38 @@ TYPED_TEST(DriveRefresh, NewRefreshTokenReplacesTheOldOne) {
 TYPED_TEST(DriveRefresh, SessionWithARefreshTokenAloneGetsAnAccessToken) {
   this->credential->setTokens("", "refresh token");
   EXPECT_TRUE(this->call().isSuccess());
-  EXPECT_THAT(this->service->bearers(), ElementsAre("", "Bearer new-1"));
+  EXPECT_THAT(this->service->bearers(), ElementsAre("Bearer new-1"));
+  EXPECT_THAT(this->service->tokenRequests(), SizeIs(1));
+  EXPECT_THAT(this->delays(), IsEmpty());
+}
+
+TYPED_TEST(DriveRefresh, RefusalBeforeTheFirstRequestLeavesTheCallToItsCourse) {
+  this->credential->setTokens("", "refresh token");
+  this->service->tokenResponse = response(400, R"({"error":"invalid_grant"})");
+  const TestSupport::LogCapture log;
+  EXPECT_EQ(this->call().getError().httpResponseCode, 401);
+  EXPECT_THAT(this->service->bearers(), ElementsAre("", "", "", ""));
+  EXPECT_THAT(this->service->tokenRequests(), SizeIs(1)) << "the refusal is remembered";
+  EXPECT_THAT(log.records(), SizeIs(3)) << "one for each retry, none for the first refresh";
+  EXPECT_EQ(this->credential->refreshToken(), "refresh token");
+}
+
+TYPED_TEST(DriveRefresh, FailedRefreshBeforeTheFirstRequestIsRepeatedAfterIt) {
+  this->credential->setTokens("", "refresh token");
+  this->service->tokenResponse = response(502);
+  const TestSupport::LogCapture log;
+  EXPECT_FALSE(this->call().isSuccess());
+  EXPECT_THAT(this->service->bearers(), ElementsAre("", "", "", ""));
+  EXPECT_THAT(this->service->tokenRequests(), SizeIs(4)) << "only the first request has one before";
+  EXPECT_THAT(log.records(), SizeIs(3));
+}
+
+TYPED_TEST(DriveRefresh, SessionWithoutAnyTokenSendsRequestsWithoutOne) {
+  this->credential->setTokens("", "");
+  const TestSupport::LogCapture log;
+  EXPECT_EQ(this->call().getError().httpResponseCode, 401);
+  EXPECT_THAT(this->service->bearers(), ElementsAre("", "", "", ""));
+  EXPECT_THAT(this->service->tokenRequests(), IsEmpty());
 }
 
 TYPED_TEST(DriveRefresh, SessionWithoutARefreshTokenSendsNoRefresh) {

@@ -96,6 +96,73 @@ TEST(ErrorOfResponse, MessageWithoutCodeIsKept) {
   EXPECT_EQ(error.message, "Gone fishing");
 }
 
+TEST(ErrorOfResponse, MessageStaysEmptyIfThereIsACode) {
+  for (const char* message : {"", " \n"}) {
+    const Error error = responseError(response(404), Method::Get, {"NoSuchThing", message}, kRows);
+    EXPECT_EQ(error.exceptionName, "NoSuchThing");
+    EXPECT_EQ(error.message, "");
+  }
+}
+
+struct SilentBody {
+  const char* name;
+  std::shared_ptr<WSErrorMarshaller> marshaller;
+  std::string body;
+  std::string code;
+};
+
+class ErrorWithACodeOnly : public testing::TestWithParam<SilentBody> {};
+
+TEST_P(ErrorWithACodeOnly, HasAnEmptyMessage) {
+  const Error error = GetParam().marshaller->marshall(response(404, GetParam().body), Method::Get);
+  EXPECT_EQ(error.exceptionName, GetParam().code);
+  EXPECT_EQ(error.message, "");
+}
+
+const SilentBody kSilentBodies[] = {
+    {"S3", std::make_shared<S3::S3ErrorMarshaller>(),
+     "<Error><Code>NoSuchBucket</Code><Message></Message></Error>", "NoSuchBucket"},
+    {"S3WithoutElement", std::make_shared<S3::S3ErrorMarshaller>(),
+     "<Error><Code>NoSuchBucket</Code></Error>", "NoSuchBucket"},
+    {"AzureSSB", std::make_shared<AzureSSB::AzureSSBErrorMarshaller>(),
+     "<Error><Code>BlobNotFound</Code><Message>\nRequestId:1</Message></Error>", "BlobNotFound"},
+    {"GoogleDrive", std::make_shared<GoogleDrive::GoogleDriveErrorMarshaller>(),
+     R"({"error":{"errors":[{"reason":"notFound"}],"message":""}})", "notFound"},
+    {"OneDrive", std::make_shared<OneDrive::OneDriveErrorMarshaller>(),
+     R"({"error":{"code":"itemNotFound","message":""}})", "itemNotFound"},
+    {"AmazonDrive", std::make_shared<AmazonDrive::AmazonDriveErrorMarshaller>(),
+     R"({"logref":"1","code":"NOT_FOUND","message":""})", "NOT_FOUND"},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, ErrorWithACodeOnly, testing::ValuesIn(kSilentBodies),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ErrorOfAzure, CodeInTheHeaderAloneLeavesTheMessageToTheStatus) {
+  const CloudStorage::Http::HeaderValueCollection headers = {{"x-ms-error-code", "BlobNotFound"}};
+  const AzureSSB::AzureSSBErrorMarshaller marshaller;
+  for (const char* body :
+       {"", "<html></html>", "<Error><Code></Code><Message></Message></Error>"}) {
+    const Error error = marshaller.marshall(response(404, body, headers), Method::Get);
+    EXPECT_EQ(error.exceptionName, "BlobNotFound") << body;
+    EXPECT_EQ(error.message, "Not Found") << body;
+  }
+  const Error error = marshaller.marshall(
+      response(404, "<Error><Code>BlobNotFound</Code><Message/></Error>", headers), Method::Get);
+  EXPECT_EQ(error.message, "");
+}
+
+TEST(ErrorOfGoogleDrive, StatusAsNameLeavesTheMessageToTheStatus) {
+  const GoogleDrive::GoogleDriveErrorMarshaller marshaller;
+  const Error nameless =
+      marshaller.marshall(response(404, R"({"error":{"code":404}})"), Method::Get);
+  EXPECT_EQ(nameless.exceptionName, "404");
+  EXPECT_EQ(nameless.message, "Not Found");
+  const Error unnamed =
+      marshaller.marshall(response(404, R"({"error":{"message":"Gone fishing"}})"), Method::Get);
+  EXPECT_EQ(unnamed.exceptionName, "404");
+  EXPECT_EQ(unnamed.message, "Gone fishing");
+}
+
 TEST(ErrorOfResponse, UnknownStatusIsRejected) {
   for (const int status : {100, 204, 299, 418, 499, 600, 999}) {
     const Error error = responseError(response(status), Method::Get, {}, kRows);

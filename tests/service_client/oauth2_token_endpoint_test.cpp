@@ -213,10 +213,33 @@ TEST_F(OAuth2TokenEndpointTest, EchoedSecretsAreRedacted) {
             "&client_secret=***");
 }
 
-TEST_F(OAuth2TokenEndpointTest, ShortSecretsAreNotRedacted) {
-  transport->enqueue(jsonResponse(400, R"({"error":"expired","error_description":"the end"})"));
-  tokens.refreshToken = "e";
-  EXPECT_EQ(endpoint.refresh(tokens).toString(), "expired: the end");
+TEST_F(OAuth2TokenEndpointTest, ShortSecretsAreRedacted) {
+  transport->enqueue(
+      jsonResponse(400, R"({"error":"expired","error_description":"code r=1 is bad"})"));
+  tokens.refreshToken = "r=1";
+  EXPECT_EQ(endpoint.refresh(tokens).toString(), "expired: code *** is bad");
+}
+
+TEST_F(OAuth2TokenEndpointTest, SecretsAreRedactedBeforeTheTextIsTruncated) {
+  const std::string filler(1000, 'x');
+  tokens.refreshToken = std::string(2000, 'y') + "z";
+  transport->enqueue(jsonResponse(400, R"({"error":"e","error_description":")" + filler +
+                                           tokens.refreshToken + R"( was quoted"})"));
+  EXPECT_EQ(endpoint.refresh(tokens).toString(), "e: " + filler + "*** was quoted");
+}
+
+TEST_F(OAuth2TokenEndpointTest, EncodedSecretsAreRedacted) {
+  const auto status = refreshWithResponse(jsonResponse(
+      400, R"({"error":"e","error_description":"Atzr%7ca%2bb%2fc%3d~+d, Atzr|a+b\\/c=~ d, )"
+           R"(QXR6cnxhK2IvYz1+IGQ=, secret~\\u0026.value"})"));
+  EXPECT_EQ(status.toString(), "e: ***, ***, ***, ***");
+}
+
+TEST_F(OAuth2TokenEndpointTest, CodeIsRedacted) {
+  transport->enqueue(jsonResponse(
+      400, R"({"error":"invalid_grant","error_description":"4/0A and 4%2F0A: malformed"})"));
+  EXPECT_EQ(endpoint.exchange("4/0A", "", tokens).toString(),
+            "invalid_grant: *** and ***: malformed");
 }
 
 TEST_F(OAuth2TokenEndpointTest, TransportFailureIsReported) {
@@ -243,10 +266,16 @@ TEST_F(OAuth2TokenEndpointTest, SecondFailedConnectionIsFinal) {
   EXPECT_EQ(transport->unusedResponses(), 1U);
 }
 
+TEST_F(OAuth2TokenEndpointTest, ConnectionThatTimedOutIsTriedTwice) {
+  transport->enqueue(TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false));
+  EXPECT_TRUE(refreshWithResponse(jsonResponse(200, R"({"access_token":"a"})")).isSuccess());
+  EXPECT_EQ(transport->requests().size(), 2U);
+}
+
 TEST_F(OAuth2TokenEndpointTest, NothingElseIsRetried) {
   const Response failures[] = {
       unreachable(true),
-      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", false),
+      TestSupport::failedResponse(Kind::Timeout, "TIMEOUT", "", true),
       TestSupport::failedResponse(Kind::Interrupted, "BROKEN", "", true),
       TestSupport::failedResponse(Kind::Untrusted, "UNTRUSTED", "", false),
       TestSupport::response(429),

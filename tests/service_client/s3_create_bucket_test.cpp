@@ -218,14 +218,15 @@ TEST_F(S3CreateBucket, NameIsAlwaysOneSegment) {
 }
 
 TEST_F(S3CreateBucket, EverySuccessStatusIsASuccess) {
-  for (int code : {200, 201, 204}) {
+  for (int code : {200, 201, 202, 203, 204, 205, 207, 299}) {
     enqueue(response(code));
     EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess()) << code;
   }
 }
 
 TEST_F(S3CreateBucket, OtherBodiesOfASuccessAreIgnored) {
-  for (const char* body : {"\n", "<CreateBucketResult/>", "<CreateBucketResponse xmlns='x'/>"}) {
+  for (const char* body :
+       {"\n", "created", "{}", "<CreateBucketResult/>", "<CreateBucketResponse xmlns='x'/>"}) {
     enqueue(response(200, body));
     EXPECT_TRUE(makeClient("")->createBucket(bucketAt(0)).isSuccess()) << body;
   }

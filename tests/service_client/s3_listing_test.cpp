@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -287,16 +288,6 @@ TEST_F(S3UnreadablePage, IsRequestedOnceMoreWithEncodedKeys) {
   EXPECT_THAT(delays(), IsEmpty());
 }
 
-TEST_F(S3ListObjects, PrefixWithNulIsRefused) {
-  for (int i = 0; i < 2; ++i) {  // an unreadable page is requested once more
-    enqueue(response(200,
-                     "<ListBucketResult><EncodingType>url</EncodingType><CommonPrefixes><Prefix>"
-                     "%00a/</Prefix></CommonPrefixes></ListBucketResult>"));
-  }
-  const auto outcome = list();
-  expectMalformedResponse(outcome);
-}
-
 TEST_F(S3UnreadablePage, OfAStoreThatDoesNotEncodeIsNotDecoded) {
   enqueue(response(200, "<ListBucketResult>"));
   enqueue(response(200,
@@ -336,12 +327,38 @@ TEST_F(S3UnreadablePage, OfHtmlIsAFailureAtOnce) {
   EXPECT_THAT(requests(), SizeIs(4));
 }
 
-TEST_F(S3UnreadablePage, OfAnotherRootIsAFailure) {
-  for (const char* body : {"<ListAllMyBucketsResult/>", "<html/>", "<Error/>",
-                           "<Error><Message>of no code</Message></Error>"}) {
-    enqueue(response(200, body, {{"content-type", "text/html"}}));
-    EXPECT_EQ(list().getError().exceptionName, "MalformedResponse") << body;
+TEST_F(S3UnreadablePage, IsNotXml) {
+  for (const char* body : {"", "text", "<ListBucketResult>", "<a/><b/>", "{}"}) {
+    enqueue(response(200, body));
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(list().isSuccess()) << body;
+    EXPECT_EQ(addresses().back(), kEncoded) << body;
   }
+}
+
+TEST_F(S3UnreadablePage, OfAnotherFormIsAFailureAtOnce) {
+  std::string deep;
+  for (int i = 0; i < 100; ++i) deep.insert(0, "<a>").append("</a>");
+  const std::string bodies[] = {"<ListAllMyBucketsResult/>",
+                                "<html/>",
+                                "<Error/>",
+                                deep,
+                                "<Error><Message>of no code</Message></Error>",
+                                "<!DOCTYPE a><ListBucketResult/>"};
+  for (const std::string& body : bodies) {
+    SCOPED_TRACE(body);
+    expectMalformedResponse(read(body));
+  }
+  EXPECT_THAT(addresses(), ::testing::Each(kPlain));
+  EXPECT_THAT(addresses(), SizeIs(std::size(bodies)));
+}
+
+TEST_F(S3UnreadablePage, OfAnotherStatusIsAFailureAtOnce) {
+  for (const int status : {201, 202, 204, 206}) {
+    enqueue(response(status, status == 204 ? "" : "<ListBucketResult>"));
+    EXPECT_EQ(list().getError().exceptionName, "MalformedResponse") << status;
+  }
+  EXPECT_THAT(addresses(), ::testing::Each(kPlain));
 }
 
 TEST_F(S3UnreadablePage, ErrorUnderAStatusOfSuccessIsAFailure) {

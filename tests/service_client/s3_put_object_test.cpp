@@ -133,20 +133,50 @@ TEST_F(S3PutObject, UnusableEndpointSendsNothing) {
 }
 
 TEST_F(S3PutObject, EverySuccessStatusIsASuccess) {
-  for (const int status : {200, 201, 204}) {
+  for (const int status : {200, 201, 202, 203, 204, 205, 207, 299}) {
     enqueue(response(status, "", {{"etag", "\"d41d8cd98f00b204e9800998ecf8427e\""}}));
     EXPECT_TRUE(put("vemlo-data", "a/").isSuccess()) << status;
   }
 }
 
-TEST_F(S3PutObject, HtmlPageOfAProxyIsNoSuccess) {
-  for (const char* body : {"<html><body>Please log in</body></html>", "Please log in"}) {
-    enqueue(response(200, body, {{"content-type", "text/html"}}));
-    const auto outcome = put("vemlo-data", "a/");
-    SCOPED_TRACE(body);
-    expectMalformedResponse(outcome);
+TEST_F(S3PutObject, PartialContentIsNoSuccess) {
+  enqueue(response(206));
+  const auto outcome = put("vemlo-data", "a/");
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
+  EXPECT_EQ(outcome.getError().exceptionName, "MalformedResponse");
+  EXPECT_EQ(outcome.getError().httpResponseCode, 206);
+}
+
+TEST_F(S3PutObject, BodyOfASuccessDoesNotMatter) {
+  for (const char* body : {"OK", R"({"etag":"d41d"})", "<PutObjectResult/>", "\n"}) {
+    enqueue(response(200, body));
+    EXPECT_TRUE(put("vemlo-data", "a/").isSuccess()) << body;
   }
-  EXPECT_THAT(requests(), SizeIs(2));
+}
+
+TEST_F(S3PutObject, HtmlPageOfAProxyIsNoSuccess) {
+  for (const char* body : {"<html><body>Please log in</body></html>", "Please log in", ""}) {
+    SCOPED_TRACE(body);
+    enqueue(response(200, body, {{"content-type", "text/html"}}));
+    expectMalformedResponse(put("vemlo-data", "a/"));
+  }
+  for (const char* body : {"<html><body>Please log in</body></html>",
+                           "<!DOCTYPE html><html></html>", "<html><br></html>"}) {
+    SCOPED_TRACE(body);
+    enqueue(response(200, body));
+    expectMalformedResponse(put("vemlo-data", "a/"));
+  }
+  EXPECT_THAT(requests(), SizeIs(6));
+}
+
+TEST_F(S3PutObject, ErrorWithoutACodeIsAFailure) {
+  for (const char* body :
+       {"<Error/>", "<Error><Message>of no code</Message></Error>", "<Error><Code>Cut"}) {
+    SCOPED_TRACE(body);
+    enqueue(response(200, body));
+    expectMalformedResponse(put("vemlo-data", "a/"));
+  }
 }
 
 TEST_F(S3PutObject, ErrorUnderAStatusOfSuccessIsAFailure) {

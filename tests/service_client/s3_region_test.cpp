@@ -206,16 +206,60 @@ TEST_F(S3BucketRegion, IsCorrectedOnceACall) {
   EXPECT_THAT(strategy->calls(), ElementsAre(Pair(503, 0), Pair(301, 1)));
 }
 
+constexpr const char* kUselessRegions[] = {"",      "us-east-1", "EU",        "eu_west",
+                                           "a/b",   "evil.test", "eu west-1", "a:80",
+                                           "@evil", "eu-west-1#"};
+
 TEST_F(S3BucketRegion, TextThatIsNoOtherRegionIsRefused) {
-  for (const char* region : {"us-east-1", "EU", "eu_west", "a/b", "evil.test", "eu west-1", "a:80",
-                             "@evil", "eu-west-1#"}) {
+  for (const char* region : kUselessRegions) {
     enqueue(movedTo(region));
+    enqueue(response(200, "", bucketIn(region)));
     EXPECT_FALSE(list(*makeClient(""))) << region;
     enqueue(response(400, s3Error("AuthorizationHeaderMalformed", regionElement(region))));
+    enqueue(response(200, "", bucketIn(region)));
     EXPECT_FALSE(list(*makeClient(""))) << region;
   }
-  EXPECT_THAT(addresses(), SizeIs(18));
-  EXPECT_THAT(addresses(), Each(kInUsEast));
+  EXPECT_THAT(addresses(), SizeIs(40));
+  EXPECT_THAT(regions(), Each("us-east-1"));
+}
+
+TEST_F(S3BucketRegion, UselessHeaderIsFollowedByTheElement) {
+  for (const char* region : kUselessRegions) {
+    enqueue(response(301, s3Error("PermanentRedirect", regionElement("eu-central-1")),
+                     bucketIn(region)));
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(list(*makeClient(""))) << region;
+    EXPECT_EQ(addresses().back(), kInEuCentral);
+  }
+  EXPECT_THAT(requests(), SizeIs(20));
+}
+
+TEST_F(S3BucketRegion, UselessHeaderAndElementAreFollowedByARequest) {
+  for (const char* region : kUselessRegions) {
+    enqueue(response(400, s3Error("AuthorizationHeaderMalformed", regionElement(region)),
+                     bucketIn(region)));
+    enqueue(response(200, "", bucketIn("eu-central-1")));
+    enqueue(response(200, kEmptyPage));
+    EXPECT_TRUE(list(*makeClient(""))) << region;
+    EXPECT_EQ(addresses().back(), kInEuCentral);
+  }
+  EXPECT_THAT(requests(), SizeIs(30));
+}
+
+TEST_F(S3BucketRegion, IsRequestedOnceACall) {
+  const auto redirect = response(307, s3Error("TemporaryRedirect"),
+                                 {{"location", "https://vemlo-data.s3.amazonaws.com/?list-type=2"},
+                                  {"x-amz-bucket-region", "EU"}});
+  enqueue(redirect);
+  enqueue(response(403));  // to the request for the region
+  enqueue(redirect);
+  enqueue(redirect);
+  enqueue(response(200, kEmptyPage));
+  EXPECT_TRUE(list(*makeClient("")));
+  EXPECT_THAT(lines(), ElementsAre(std::string("GET ") + kInUsEast,
+                                   "HEAD https://vemlo-data.s3.amazonaws.com/",
+                                   std::string("GET ") + kInUsEast, std::string("GET ") + kInUsEast,
+                                   std::string("GET ") + kInUsEast));
 }
 
 TEST_F(S3BucketRegion, IsNoMatterOfOtherFailures) {

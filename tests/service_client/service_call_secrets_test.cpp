@@ -24,7 +24,9 @@ using ::testing::Not;
 class GivenHeader : public RequestPolicy {
  public:
   explicit GivenHeader(std::string value) : value_(std::move(value)) {}
-  void authorize(Http::Request& request) override { request.headers["authorization"] = value_; }
+  void authorize(Http::Request& request) override {
+    if (!value_.empty()) request.headers["authorization"] = value_;
+  }
 
  private:
   std::string value_;
@@ -67,6 +69,29 @@ void expectRemoved(const std::string& header, const std::string& secret) {
 TEST(ServiceCallSecrets, BearerTokenIsInNoError) {
   expectRemoved("Bearer ya29.a0AfH6SMB-token_~+/x", "ya29.a0AfH6SMB-token_~+/x");
   expectRemoved("Bearer eyJhbGciOiJub25lIn0==", "eyJhbGciOiJub25lIn0==");
+}
+
+TEST(ServiceCallSecrets, WholeBearerTokenIsInNoError) {
+  for (const char* token : {"abc", "t", "abc=def", "abc:def", "abc def", "a=b c:d=="}) {
+    const Error error = errorWith("Bearer " + std::string(token), token);
+    EXPECT_THAT(error.message, Not(HasSubstr(token))) << token;
+    EXPECT_THAT(error.exceptionName, Not(HasSubstr(token))) << token;
+  }
+  EXPECT_EQ(errorWith("Bearer abc=def ghi", "abc=def ghi").message, "not ***, no.");
+}
+
+TEST(ServiceCallSecrets, TextsAreTruncatedAfterTheSecretIsRemoved) {
+  const std::string token(2000, 'y');
+  const std::string filler(1000, 'x');
+  const Error error = errorWith("Bearer " + token, filler + token + token + filler);
+  EXPECT_EQ(error.message, "not " + filler + "******" + std::string(14, 'x'));
+  EXPECT_EQ(error.exceptionName, "Denied" + filler + "******" + std::string(12, 'x'));
+}
+
+TEST(ServiceCallSecrets, TextsOfAnUnauthorizedRequestAreOneShortLineEach) {
+  const Error error = errorWith("", std::string(2000, 'x'));
+  EXPECT_EQ(error.message, "not " + std::string(1020, 'x'));
+  EXPECT_EQ(error.exceptionName, "Denied" + std::string(1018, 'x'));
 }
 
 TEST(ServiceCallSecrets, SignatureOfHexadecimalDigitsIsInNoError) {

@@ -10,6 +10,7 @@ using namespace std::string_literals;
 using CloudStorage::Util::oneLine;
 using CloudStorage::Util::replaceInvalidUtf8;
 using CloudStorage::Util::skipByteOrderMark;
+using CloudStorage::Util::toName;
 
 TEST(OneLine, EmptyTextStaysEmpty) { EXPECT_EQ(oneLine(""), ""); }
 
@@ -115,6 +116,13 @@ TEST(SkipByteOrderMark, OnlyOneMarkAtTheBeginningIsSkipped) {
   EXPECT_EQ(skipByteOrderMark("{}\xEF\xBB\xBF"), "{}\xEF\xBB\xBF");
   EXPECT_EQ(skipByteOrderMark("\xEF\xBB"), "\xEF\xBB");
   EXPECT_EQ(skipByteOrderMark(""), "");
+}
+
+TEST(ToName, ReplacesNulAndInvalidUtf8) {
+  EXPECT_EQ(toName("a\0b"s), "a\uFFFDb");
+  EXPECT_EQ(toName("\xC3\xA9\xC3(\xED\xA0\x80"), "\u00E9\uFFFD(\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(toName("\x01\x1b\n/"), "\x01\x1b\n/");
+  EXPECT_EQ(toName(""), "");
 }
 
 }  // namespace

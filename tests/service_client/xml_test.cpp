@@ -127,11 +127,37 @@ TEST(XmlParse, NestingIsLimitedTo64) {
   EXPECT_EQ(refusal("<a><b/>" + nested(64, "") + "</a>"), reason);
 }
 
-// A tree of this many elements would take a hundred times the memory of its text.
-TEST(XmlParse, MoreElementsThanAnyListingHasAreRefused) {
+std::string filled(const std::string& piece, std::size_t times) {
   std::string body = "<a>";
-  for (int i = 0; i < 2'000'000; ++i) body += "<b/>";
-  EXPECT_EQ(refusal(body + "</a>"), "The XML cannot be used: it has too many elements.");
+  for (std::size_t i = 0; i < times; ++i) body += piece;
+  return body + "</a>";
+}
+
+// A tree of this many nodes would take many times the memory of its text.
+TEST(XmlParse, MoreNodesThanAnyListingHasAreRefused) {
+  const std::string reason = "The XML cannot be used: it has too many elements.";
+  EXPECT_EQ(refusal(filled("<b/>", 2'000'000)), reason);
+  EXPECT_EQ(refusal(filled("<b/>x", 1'000'000)), reason) << "a text beside elements is a node";
+  EXPECT_EQ(refusal(filled("<b c='' d=''/>", 700'000)), reason) << "so is an attribute";
+  EXPECT_EQ(refusal(filled("<![CDATA[]]>x", 1'000'000)), reason);
+}
+
+TEST(XmlParse, LongestListingIsRead) {
+  EXPECT_TRUE(Parsed(filled("<Contents><Key>key</Key><LastModified>date</LastModified><ETag>tag"
+                            "</ETag><ChecksumAlgorithm>crc</ChecksumAlgorithm><ChecksumType>full"
+                            "</ChecksumType><Size>1</Size><StorageClass>class</StorageClass>"
+                            "</Contents>",
+                            100'000))
+                  .status.isSuccess());
+}
+
+TEST(XmlParse, StatusTellsWhyABodyIsRefused) {
+  for (const auto& body : {""s, "text"s, "<a>"s, "<a/><b/>"s, "<a>\0</a>"s}) {
+    EXPECT_EQ(Parsed(body).status.getCode(), Xml::kNotXml) << body;
+  }
+  EXPECT_EQ(Parsed("<!DOCTYPE a><a/>").status.getCode(), Xml::kForbidden);
+  EXPECT_EQ(Parsed(nested(65, "")).status.getCode(), Xml::kForbidden);
+  EXPECT_EQ(Parsed(filled("<b/>", 2'000'000)).status.getCode(), Xml::kTooLarge);
 }
 
 TEST(XmlParse, HostileNestingIsRefused) {
@@ -148,7 +174,7 @@ TEST(XmlParse, ManySiblingsAreRead) {
   const Parsed parsed(body + "</list>");
   ASSERT_TRUE(parsed.status.isSuccess());
   int count = 0;
-  for (auto node = Xml::child(parsed.root(), "e"); node; node = Xml::nextSibling(node, "e")) {
+  for (const auto& node : parsed.root().children()) {
     EXPECT_EQ(Xml::text(node), std::to_string(count++));
   }
   EXPECT_EQ(count, 1000);
@@ -168,24 +194,34 @@ TEST(XmlReferences, NonCharactersThatUtf8CanHoldAreDecoded) {
   EXPECT_EQ(rootText("<a>&#xFFFE;&#xFFFF;&#x10FFFF;</a>"), "\ufffe\uffff\U0010ffff");
 }
 
-class XmlBadReference : public testing::TestWithParam<const char*> {};
-
-TEST_P(XmlBadReference, IsRefused) {
-  const std::string reason = "The XML cannot be used: it holds a reference to no character.";
-  EXPECT_EQ(refusal("<a>ok &#65; x"s + GetParam() + "y</a>"), reason);
-  EXPECT_EQ(refusal("<a b='"s + GetParam() + "'/>"), reason);
+TEST(XmlReferences, NumberOfNoCharacterReadsAsTheReplacementCharacter) {
+  for (const auto reference :
+       {"&#0;", "&#x0;", "&#00000;", "&#xD800;", "&#xDFFF;", "&#55296;", "&#x110000;", "&#1114112;",
+        "&#4294967296;", "&#4294967361;", "&#99999999999999999999999;"}) {
+    EXPECT_EQ(rootText("<a>x"s + reference + "y</a>"), "x\uFFFDy") << reference;
+    Xml::Document page("<a>x"s + reference + "y</a>");
+    EXPECT_EQ(page.text(page.root()), "x\uFFFDy") << reference;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, XmlBadReference,
-                         testing::Values("&#0;", "&#x0;", "&#00000;", "&#xD800;", "&#xDFFF;",
-                                         "&#55296;", "&#x110000;", "&#1114112;", "&#4294967296;",
-                                         "&#99999999999999999999999;", "&#;", "&#x;", "&#xG;",
-                                         "&#1A;", "&#12", "&#-1;", "&# 1;", "&#X41;"));
+TEST(XmlReferences, IncompleteReferenceIsPlainText) {
+  for (const std::string text : {"&#;", "&#x;", "&#xG;", "&#1A;", "&#12", "&#-1;", "&# 1;",
+                                 "&#X41;", "&", "&&amp", "&#", "&AMP;", "&amp"}) {
+    EXPECT_EQ(rootText("<a>x" + text + "</a>"), "x" + text);
+    Xml::Document page("<a>x" + text + "</a>");
+    EXPECT_EQ(page.text(page.root()), "x" + text);
+  }
+}
 
-TEST(XmlReferences, ReferenceAtTheVeryEndIsRefused) {
-  refusal("<a>&#");
-  refusal("<a>&#x");
-  refusal("<a>&#6");
+TEST(XmlReferences, AreDecodedOnce) {
+  EXPECT_EQ(rootText("<a>&amp;lt;&amp;#65;&#38;amp;</a>"), "&lt;&#65;&amp;");
+}
+
+TEST(XmlReferences, MeanNothingInCharacterDataCommentsAndInstructions) {
+  EXPECT_EQ(rootText("<a>x<![CDATA[&#0;&#x41;&amp;]]><!-- &#0; --><?p &#0;?>&#x42;</a>"),
+            "x&#0;&#x41;&amp;B");
+  Xml::Document page("<a><![CDATA[&#0;&#x41;]]><!-- &#0; -->&#x42;</a>");
+  EXPECT_EQ(page.text(page.root()), "&#0;&#x41;B");
 }
 
 TEST(XmlText, WhiteSpaceIsKept) {
@@ -240,15 +276,14 @@ TEST(XmlNames, OnlyElementsHaveNames) {
 
 TEST(XmlNames, NullNodesHaveNoRelatives) {
   EXPECT_FALSE(Xml::child(pugi::xml_node(), "a"));
-  EXPECT_FALSE(Xml::nextSibling(pugi::xml_node(), "a"));
+  EXPECT_FALSE(Xml::lastChild(pugi::xml_node(), "a"));
 }
 
-TEST(XmlNames, NextSiblingSkipsOthers) {
-  const Parsed parsed("<l><a>1</a><b/>text<a>2</a><b/></l>");
-  const auto first = Xml::child(parsed.root(), "a");
-  const auto second = Xml::nextSibling(first, "a");
-  EXPECT_EQ(Xml::text(second), "2");
-  EXPECT_FALSE(Xml::nextSibling(second, "a"));
+TEST(XmlNames, FirstAndLastOfSeveralAreFound) {
+  const Parsed parsed("<l><c/><a>1</a><b/>text<a>2</a><s:a>3</s:a><b/></l>");
+  EXPECT_EQ(Xml::text(Xml::child(parsed.root(), "a")), "1");
+  EXPECT_EQ(Xml::text(Xml::lastChild(parsed.root(), "a")), "3");
+  EXPECT_FALSE(Xml::lastChild(parsed.root(), "d"));
 }
 
 TEST(XmlNames, GrandchildrenAreNoChildren) {
@@ -293,8 +328,15 @@ TEST(XmlDocument, TextCanBeReplacedByOneThatIsNoLonger) {
   Xml::Document page("<a><b>%41%42c</b><b>next</b></a>");
   const auto first = Xml::child(page.root(), "b");
   EXPECT_EQ(page.replace(page.text(first), "ABc"), "ABc");
-  EXPECT_EQ(page.text(Xml::nextSibling(first, "b")), "next");
+  EXPECT_EQ(page.text(Xml::lastChild(page.root(), "b")), "next");
   EXPECT_EQ(page.replace(page.text(page.root()), ""), "");
+}
+
+TEST(XmlDocument, TextCanBeReplacedByALongerOne) {
+  Xml::Document page("<a><b>x</b><b>next</b></a>");
+  const std::string_view longer = page.replace(page.text(Xml::child(page.root(), "b")), "xyz");
+  page.replace(page.text(Xml::lastChild(page.root(), "b")), "longer than the text was");
+  EXPECT_EQ(longer, "xyz");
 }
 
 TEST(XmlDocument, TextThatIsNoXmlHasNoRoot) {
@@ -307,7 +349,7 @@ TEST(XmlNames, ElementsWithAPrefixAreFound) {
   Xml::Document page("<s:a xmlns:s='u'><s:b>1</s:b><s:c/><s:b>2</s:b></s:a>");
   const auto first = Xml::child(page.root(), "b");
   EXPECT_EQ(page.text(first), "1");
-  EXPECT_EQ(page.text(Xml::nextSibling(first, "b")), "2");
+  EXPECT_EQ(page.text(Xml::lastChild(page.root(), "b")), "2");
 }
 
 }  // namespace

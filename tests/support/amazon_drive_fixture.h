@@ -15,6 +15,6 @@ struct AmazonDrive {
 
 using AmazonDriveFixture = DriveFixture<AmazonDrive>;
 
-inline constexpr char kMetadataEndpoint[] = "https://cdws.example.test/drive/v1/";
+inline constexpr char kMetadataEndpoint[] = "https://cdws.us-east-1.amazonaws.com/drive/v1/";
 
 }  // namespace TestSupport

@@ -23,6 +23,7 @@ class AttemptFixture {
     CloudStorage::Client::ClientEnvironment environment;
     environment.transport = transport;
     environment.now = [this] { return now(); };
+    environment.steadyNow = [this] { return steadyNow(); };
     environment.sleep = [this](std::chrono::milliseconds delay) { wait(delay); };
     return environment;
   }
@@ -30,6 +31,18 @@ class AttemptFixture {
   TimePoint now() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return now_;
+  }
+
+  /// The clock that measures how long a call has been running.
+  std::chrono::steady_clock::time_point steadyNow() const {
+    return std::chrono::steady_clock::time_point(
+        std::chrono::duration_cast<std::chrono::steady_clock::duration>(now().time_since_epoch()));
+  }
+
+  /// Advances the clock, as a request does that takes so long.
+  void pass(std::chrono::milliseconds time) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    now_ += time;
   }
 
   void wait(std::chrono::milliseconds delay) {

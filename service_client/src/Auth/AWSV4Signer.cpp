@@ -132,6 +132,15 @@ void AWSV4Signer::sign(Http::Request& request, const std::string& region,
       ", SignedHeaders=" + signedHeaders + ", Signature=" + signature;
 }
 
+std::string AWSV4Signer::stringToSign(const Http::Request& request,
+                                      const std::string& region) const {
+  const std::string& timestamp = request.headers.at("x-amz-date");
+  std::string signedHeaders;
+  return AWSV4::stringToSign(
+      timestamp, AWSV4::credentialScope(timestamp, region, credential_->serviceName()),
+      AWSV4::canonicalRequest(request, request.headers.at("x-amz-content-sha256"), signedHeaders));
+}
+
 unsigned AWSV4Signer::keyDerivations() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return keyDerivations_;

@@ -56,6 +56,9 @@ class AWSV4Signer {
   void sign(Http::Request& request, const std::string& region,
             std::chrono::system_clock::time_point now);
 
+  /// The text that was signed for `request`, which sign() has signed for `region`.
+  std::string stringToSign(const Http::Request& request, const std::string& region) const;
+
   /// The number of key derivations: one per day and region.
   unsigned keyDerivations() const;
 

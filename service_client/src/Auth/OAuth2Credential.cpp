@@ -3,10 +3,12 @@
 #include <atomic>
 #include <utility>
 
+#include "Client/RunningCall.h"
+
 namespace CloudStorage::Auth {
 namespace {
 
-constexpr int kNoRefresher = -1;
+constexpr int kNotRefreshed = -1;
 
 // Longer than a call takes that is refused, fails to refresh its token and is retried three times;
 // short enough that a user does not notice it after the cause has been removed.
@@ -37,6 +39,35 @@ std::uint64_t nextId() {
 
 }  // namespace
 
+/// The right to refresh the tokens, which one thread has at a time.
+class OAuth2Credential::RefreshTurn {
+ public:
+  /// Waits until no other thread has the turn, but not longer than `limit`.
+  RefreshTurn(OAuth2Credential& credential, std::chrono::milliseconds limit)
+      : credential_(credential) {
+    std::unique_lock<std::mutex> lock(credential_.mutex_);
+    hasIt_ = credential_.refreshEnded_.wait_for(lock, limit,
+                                                [this] { return !credential_.isRefreshing_; });
+    if (hasIt_) credential_.isRefreshing_ = true;
+  }
+  ~RefreshTurn() {
+    if (!hasIt_) return;
+    {
+      const std::lock_guard<std::mutex> lock(credential_.mutex_);
+      credential_.isRefreshing_ = false;
+    }
+    credential_.refreshEnded_.notify_one();
+  }
+  RefreshTurn(const RefreshTurn&) = delete;
+  RefreshTurn& operator=(const RefreshTurn&) = delete;
+
+  bool hasIt() const { return hasIt_; }
+
+ private:
+  OAuth2Credential& credential_;
+  bool hasIt_ = false;
+};
+
 OAuth2Credential::OAuth2Credential() : id_(nextId()) {}
 
 OAuth2Credential::~OAuth2Credential() = default;
@@ -47,11 +78,12 @@ bool OAuth2Credential::isEmpty() const {
 }
 
 Util::Status OAuth2Credential::refreshAccessToken() {
-  const std::lock_guard<std::mutex> oneAtATime(refreshMutex_);
+  const RefreshTurn turn(*this, Client::RunningCall::timeLeft());
+  if (!turn.hasIt()) return {kNotRefreshed, "Another refresh has not ended in time."};
   if (auto result = resultSinceAttempt()) return *std::move(result);
 
   std::unique_lock<std::mutex> lock(mutex_);
-  if (!refresher_) return {kNoRefresher, "The credential has no client that could refresh it."};
+  if (!refresher_) return {kNotRefreshed, "The credential has no client that could refresh it."};
   if (wasJustRefused()) return lastFailure_;
   const auto refresher = refresher_;
   const std::uint64_t generation = generation_;

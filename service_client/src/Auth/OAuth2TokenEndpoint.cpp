@@ -1,9 +1,13 @@
 #include "Auth/OAuth2TokenEndpoint.h"
 
+#include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Auth/Redactor.h"
+#include "Client/RunningCall.h"
 #include "CloudStorage/Util/Outcome.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
@@ -29,6 +33,9 @@ Http::Request encode(Http::URI uri, const Form& form) {
   Http::Request request;
   request.method = Http::Method::Post;
   request.uri = std::move(uri);
+  // A code is valid once, and so is a refresh token where the service replaces it. Token requests are
+  // so rare that an open connection would have been closed in the meantime anyway.
+  request.isSentOnce = true;
   request.headers = {{Http::CONTENT_TYPE_HEADER, "application/x-www-form-urlencoded"},
                      {"accept", "application/json"}};
   for (const auto& [name, value, secret] : form) {
@@ -38,16 +45,26 @@ Http::Request encode(Http::URI uri, const Form& form) {
   return request;
 }
 
-// Retries once, and only if nothing was sent: an authorization code is valid once, and some
-// services revoke the whole grant when they receive a code twice.
-Http::Response send(Http::Transport& transport, const Http::Request& request) {
-  auto response = transport.send(request);
+bool couldNotConnect(const Http::Response& response) {
+  using Kind = Http::TransportFailure::Kind;
   const auto& failure = response.failure;
-  if (failure && failure->kind == Http::TransportFailure::Kind::Unreachable &&
-      !failure->requestMayHaveRun) {
-    return transport.send(request);
-  }
-  return response;
+  return failure && !failure->requestMayHaveRun &&
+         (failure->kind == Kind::Unreachable || failure->kind == Kind::Timeout);
+}
+
+// Retries once, and only if nothing was sent: an authorization code is valid once, and some
+// services revoke the whole grant when they receive a code twice. Both attempts share the limit.
+Http::Response send(Http::Transport& transport, Http::Request request) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kLimit = std::chrono::minutes(1);
+  request.timeLimit = std::min(kLimit, Client::RunningCall::timeLeft());
+  const auto begin = Clock::now();
+  auto response = transport.send(request);
+  if (!couldNotConnect(response)) return response;
+
+  request.timeLimit -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+  if (request.timeLimit <= request.timeLimit.zero()) return response;
+  return transport.send(request);
 }
 
 using TokensOutcome = Util::Outcome<Tokens, Util::Status>;
@@ -81,13 +98,12 @@ std::string refusalText(const Http::Response& response) {
 }
 
 // Redacts the secrets of the request, because some services quote the request in their messages.
-Util::Status failure(int code, std::string text, const Form& form) {
+Util::Status failure(int code, const std::string& text, const Form& form) {
+  std::vector<std::string> secrets;
   for (const auto& [name, value, secret] : form) {
-    if (!secret) continue;
-    Util::redact(text, value);
-    Util::redact(text, Http::uriEncode(value, false));
+    if (secret) secrets.emplace_back(value);
   }
-  return {code, Util::oneLine(text)};
+  return {code, Redactor(secrets).line(text)};
 }
 
 TokensOutcome requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport& transport,

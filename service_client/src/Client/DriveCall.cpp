@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "Http/CurlTransport.h"
 #include "Http/HeaderChecks.h"
@@ -26,11 +27,20 @@ void BearerPolicy::authorize(Http::Request& request) {
   if (!credential_) throw std::invalid_argument("There is no credential to take a token from");
   request.headers["accept"] = "application/json";
   if (request.body.empty()) request.headers.erase(Http::CONTENT_TYPE_HEADER);
-  const std::string token = credential_->accessTokenForAttempt();
+  const std::string token = tokenForAttempt();
   if (!Http::isValidHeaderValue(token)) {
     throw std::invalid_argument("The access token contains control characters");
   }
   if (!token.empty()) request.headers["authorization"] = "Bearer " + token;
+}
+
+std::string BearerPolicy::tokenForAttempt() {
+  std::string token = credential_->accessTokenForAttempt();
+  const bool isFirst = std::exchange(isFirstAttempt_, false);
+  if (!isFirst || !token.empty() || credential_->isEmpty()) return token;
+  // A failure is not reported here: the response to the request without a token states it, too.
+  static_cast<void>(credential_->refreshAccessToken());
+  return credential_->accessTokenForAttempt();
 }
 
 DriveCall::DriveCall(const ClientParts& parts, ClientEnvironment environment)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "Client/ServiceCall.h"
@@ -16,13 +17,26 @@ class BearerPolicy : public RequestPolicy {
   explicit BearerPolicy(std::shared_ptr<Auth::OAuth2Credential> credential)
       : credential_(std::move(credential)) {}
 
-  /// If there is no access token, the request is sent without one: the service's 401 then makes the
-  /// retry strategy refresh it, if there is a refresh token. Throws std::invalid_argument if the
-  /// host has set a token that cannot be sent.
+  /// If there is no access token, it is refreshed before the first request. Without a refresh token,
+  /// or if the refresh fails, the request is sent without an access token, and the service's 401 is
+  /// handled like any other. Throws std::invalid_argument if the host has set a token that cannot be
+  /// sent.
   void authorize(Http::Request& request) override;
 
  private:
+  std::string tokenForAttempt();
+
   std::shared_ptr<Auth::OAuth2Credential> credential_;
+  bool isFirstAttempt_ = true;
+};
+
+/// The policy of a creation, which would leave two folders if it ran twice, or report the first one
+/// as a conflict.
+class CreationPolicy final : public BearerPolicy {
+ public:
+  using BearerPolicy::BearerPolicy;
+
+  bool isSentOnce() const override { return true; }
 };
 
 /// Sends the requests of one drive client, with the current access token. Safe for concurrent use.
@@ -43,6 +57,14 @@ class DriveCall {
     return send(method, locate, model, policy, parse);
   }
 
+  /// The same for a creation: a POST that is sent once per attempt.
+  template <typename Locate, typename Result>
+  Util::Outcome<Result, Error> create(const Locate& locate, const WSRequest& model,
+                                      Parser<Result> parse) const {
+    CreationPolicy policy(credential_);
+    return send(Http::Method::Post, locate, model, policy, parse);
+  }
+
   /// The same with any callable as parser, and with a policy that does more than authorize.
   template <typename Locate, typename Parse>
   auto send(Http::Method method, const Locate& locate, const WSRequest& model, BearerPolicy& policy,
@@ -52,6 +74,9 @@ class DriveCall {
       return parse(std::move(response), lease.parser());
     });
   }
+
+  /// See ServiceCall::transfer().
+  Http::Response transfer(Http::Request& request) const { return call_.transfer(request); }
 
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
 

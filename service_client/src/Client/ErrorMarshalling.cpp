@@ -88,13 +88,6 @@ constexpr Reason kReasons[] = {
     {507, "Insufficient Storage"},
 };
 
-std::string_view reasonPhrase(int status) {
-  for (const Reason& reason : kReasons) {
-    if (reason.status == status) return reason.text;
-  }
-  return "No standard HTTP status";
-}
-
 bool matchesStatus(const ErrorRow& row, int status) {
   return row.status == kAnyStatus || row.status == status || row.status == status / 100;
 }
@@ -114,6 +107,20 @@ const ErrorRow* findRow(ErrorTable table, int status, std::string_view code) {
 
 bool isRead(Http::Method method) {
   return method == Http::Method::Get || method == Http::Method::Head;
+}
+
+bool isRetryable(Retry retry, int status, Http::Method method) {
+  switch (retry) {
+    case Retry::Never:
+      return false;
+    case Retry::Reads:
+      return isRead(method);
+    case Retry::ServerErrors:
+      return status / 100 == kServerErrors;
+    case Retry::Always:
+      return true;
+  }
+  return false;
 }
 
 CoreErrors typeOf(Kind kind) {
@@ -145,6 +152,13 @@ Error transportError(const Http::TransportFailure& failure, Http::Method method,
 
 }  // namespace
 
+std::string_view reasonPhrase(int status) {
+  for (const Reason& reason : kReasons) {
+    if (reason.status == status) return reason.text;
+  }
+  return "No standard HTTP status";
+}
+
 Error localError(std::string_view name, std::string_view message) {
   Error error;
   error.errorType = CoreErrors::LocalFailure;
@@ -166,15 +180,17 @@ Error marshallError(const Http::Response& response, Http::Method method,
 Error responseError(const Http::Response& response, Http::Method method,
                     const ServiceMessage& message, ErrorTable table) {
   Error error;
-  error.exceptionName = Util::oneLine(message.code);
+  error.exceptionName = Util::oneLine(message.code, std::string::npos);
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
   if (row == nullptr) row = findRow(kHttpRows, response.status, {});
   error.errorType = row->type;
-  error.retryable = row->retry == Retry::Always || (row->retry == Retry::Reads && isRead(method));
+  error.retryable = isRetryable(row->retry, response.status, method);
 
-  if (error.exceptionName.empty()) error.exceptionName = "HTTP" + std::to_string(response.status);
-  error.message = Util::oneLine(message.message);
-  if (error.message.empty()) error.message = reasonPhrase(response.status);
+  error.message = Util::oneLine(message.message, std::string::npos);
+  if (error.exceptionName.empty()) {
+    error.exceptionName = "HTTP" + std::to_string(response.status);
+    if (error.message.empty()) error.message = reasonPhrase(response.status);
+  }
   error.responseHeaders = response.headers;
   error.httpResponseCode = response.status;
   return error;

@@ -15,7 +15,8 @@ namespace CloudStorage::Client {
 /// Whether a retry of a failed request could help.
 enum class Retry {
   Never,
-  Reads,  ///< GET and HEAD; any other request may have been executed and would run twice
+  Reads,         ///< GET and HEAD; any other request may have been executed and would run twice
+  ServerErrors,  ///< if the status is 5xx, whatever the code says
   Always,
 };
 
@@ -54,6 +55,9 @@ struct ServiceMessage {
   std::string message;
 };
 
+/// The standard text for an HTTP status.
+std::string_view reasonPhrase(int status);
+
 /// The error for a failure on the client side, which a retry cannot help.
 Error localError(std::string_view name, std::string_view message);
 
@@ -64,8 +68,12 @@ Error malformedResponse(std::string_view message);
 ///
 /// If the service sent a response, `readMessage` extracts the service's message from it, and
 /// `table` defines the error's type. A failure that `table` does not contain gets its type from the
-/// HTTP status alone. Without a code the error is named "HTTP" and the status; without a message it
-/// has the status's reason phrase.
+/// HTTP status alone. Without a code the error is named "HTTP" and the status. The message of a
+/// service that sends a code and no message is empty; only if there is neither, it is the status's
+/// reason phrase.
+///
+/// The texts are one line each. They have any length, because secrets must be redacted before a text
+/// is truncated.
 ///
 /// If there is no response, the transport's failure defines the type, and the error is not
 /// retryable. A table with a row for every failure gives its type to failures of the network as

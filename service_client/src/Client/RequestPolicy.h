@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Http/Transport.h"
@@ -16,6 +17,13 @@ class RequestPolicy {
   /// Signs `request` or adds its access token. Called before every transfer, since tokens are
   /// refreshed and signatures expire. Throws std::invalid_argument if that is impossible.
   virtual void authorize(Http::Request& request) = 0;
+
+  /// Whether the call's requests must not run twice; see Http::Request::isSentOnce.
+  virtual bool isSentOnce() const { return false; }
+
+  /// What must not appear in an error about `request`, which was authorized, beside the secret in its
+  /// authorization header.
+  virtual std::vector<std::string> secretsIn(const Http::Request& /*request*/) const { return {}; }
 
   /// Called for every failure, before the retry strategy. Returns true if the cause was in the
   /// request itself, such as a wrong region, and is now corrected in `request` or in the state that

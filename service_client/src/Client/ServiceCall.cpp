@@ -6,11 +6,12 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "Auth/Digest.h"
+#include "Auth/Redactor.h"
 #include "Client/ErrorMarshalling.h"
 #include "Http/CurlTransport.h"
-#include "Util/Text.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -34,6 +35,33 @@ const std::string* redirectLocation(const Error& error) {
   return location == error.responseHeaders.end() ? nullptr : &location->second;
 }
 
+Http::Response failed(Http::TransportFailure failure) {
+  Http::Response response;
+  response.failure = std::move(failure);
+  return response;
+}
+
+Http::Response timeOver() {
+  const auto minutes = std::to_string(CallBudget::kTime.count());
+  return failed({Http::TransportFailure::Kind::Timeout, "CallTimeout",
+                 "The call has not ended within " + minutes + " minutes", true});
+}
+
+Http::Response tooManyRequests() {
+  const auto count = std::to_string(CallBudget::kRequests);
+  return failed({Http::TransportFailure::Kind::Refused, "MalformedResponse",
+                 "The call has not ended with its " + count + " requests", false});
+}
+
+// The secret in an authorization header: an access token, which may have any form, or the signature
+// at the end.
+std::string_view secretOf(std::string_view header) {
+  constexpr std::string_view kBearer = "Bearer ";
+  if (header.substr(0, kBearer.size()) == kBearer) return header.substr(kBearer.size());
+  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
+  return header.substr(header.find_last_of(" =:", lastCharacter) + 1);
+}
+
 }  // namespace
 
 ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment)
@@ -48,6 +76,7 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
     environment_.transport = std::make_shared<Http::CurlTransport>(std::move(options));
   }
   if (!environment_.now) environment_.now = std::chrono::system_clock::now;
+  if (!environment_.steadyNow) environment_.steadyNow = std::chrono::steady_clock::now;
   if (!environment_.sleep) {
     environment_.sleep = [](std::chrono::milliseconds delay) {
       std::this_thread::sleep_for(delay);
@@ -55,7 +84,10 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
   }
 }
 
-Http::Response ServiceCall::transfer(const Http::Request& request) const {
+Http::Response ServiceCall::transfer(Http::Request& request) const {
+  request.timeLimit = RunningCall::timeLeft();
+  if (request.timeLimit == request.timeLimit.zero()) return timeOver();
+  if (!RunningCall::takeRequest()) return tooManyRequests();
   if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
   Http::Response response = environment_.transport->send(request);
   if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
@@ -84,16 +116,18 @@ Error ServiceCall::withResponse(Error error, const Http::Response& response) {
   return error;
 }
 
-// Services and proxies may quote the request in their messages. The secret is the last word of the
-// header: a token or a signature.
-Error ServiceCall::redacted(Error error, const Http::Request& request) {
+// Services and proxies may quote the request in their messages.
+Error ServiceCall::redacted(Error error, const Http::Request& request,
+                            const RequestPolicy& policy) {
+  std::vector<std::string> secrets;
   const auto authorization = request.headers.find("authorization");
-  if (authorization == request.headers.end()) return error;
-  const std::string_view header = authorization->second;
-  const auto lastCharacter = header.find_last_not_of('=');  // base64 may end with padding
-  const std::string_view secret = header.substr(header.find_last_of(" =:", lastCharacter) + 1);
-  Util::redact(error.message, secret);
-  Util::redact(error.exceptionName, secret);
+  if (authorization != request.headers.end()) {
+    secrets = policy.secretsIn(request);
+    secrets.emplace_back(secretOf(authorization->second));
+  }
+  const Auth::Redactor redactor(secrets);
+  error.message = redactor.line(error.message);
+  error.exceptionName = redactor.line(error.exceptionName);
   return error;
 }
 
@@ -109,14 +143,26 @@ Error ServiceCall::errorOfCurrentException() {
   }
 }
 
-bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+Error ServiceCall::timeIsOver(Http::Method method) const {
+  return errorMarshaller_->marshall(timeOver(), method);
+}
+
+bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                                unsigned long retries) const {
+  if (RunningCall::timeLeft() == std::chrono::milliseconds::zero()) {
+    error = timeIsOver(request.method);
+    return false;
+  }
   // Must be called exactly once per failure: the drives' strategies refresh the access token in it.
   if (!retryStrategy_->shouldRetry(error, retries)) return false;
   const std::string* location = redirectLocation(error);
   if (location != nullptr && !policy.redirect(*location, request)) return false;
-  environment_.sleep(
-      std::chrono::milliseconds(retryStrategy_->getDelayBeforeNextRetry(error, retries)));
+  const std::chrono::milliseconds delay(retryStrategy_->getDelayBeforeNextRetry(error, retries));
+  if (delay >= RunningCall::timeLeft()) {
+    error = timeIsOver(request.method);
+    return false;
+  }
+  environment_.sleep(delay);
   return true;
 }
 

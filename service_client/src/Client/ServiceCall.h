@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "Client/RequestPolicy.h"
+#include "Client/RunningCall.h"
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/WSClient.h"
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Client/WSRequest.h"
@@ -36,13 +38,18 @@ class ServiceCall {
   OutcomeOf<Parse> send(Http::Method method, const Locate& locate, const WSRequest& model,
                         RequestPolicy& policy, const Parse& parse) const {
     return guarded([&]() -> OutcomeOf<Parse> {
+      CallBudget ownBudget;
+      const RunningCall call(model.budget != nullptr ? *model.budget : ownBudget,
+                             environment_.steadyNow);
       const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
       Http::Request request = encode(method, uri.getResult(), model);
+      request.isSentOnce = policy.isSentOnce();
       for (unsigned long retries = 0;; ++retries) {
         auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
         if (outcome.isSuccess()) return outcome;
-        if (!prepareRetry(request, policy, outcome.getError(), retries)) return outcome;
+        Error error = std::move(outcome).getError();
+        if (!prepareRetry(request, policy, error, retries)) return error;
       }
     });
   }
@@ -61,8 +68,9 @@ class ServiceCall {
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
-  /// Sends `request` once and unchanged. For the requests that a policy sends itself.
-  Http::Response transfer(const Http::Request& request) const;
+  /// Sends `request` once, with the time limit of the running call. For the requests that a policy
+  /// sends itself.
+  Http::Response transfer(Http::Request& request) const;
 
  private:
   /// A policy recovers from each cause once; the limit ensures that an attempt ends.
@@ -78,7 +86,7 @@ class ServiceCall {
       auto outcome = read(response, request.method, parse);
       if (outcome.isSuccess()) return outcome;
 
-      Error error = redacted(std::move(outcome).getError(), authorized);
+      Error error = redacted(std::move(outcome).getError(), authorized, policy);
       if (recoveries == kMaxRecoveries || !policy.recover(response, error, request)) return error;
     }
   }
@@ -94,13 +102,16 @@ class ServiceCall {
   static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
   /// `error` with the status and the headers of the response that caused it.
   static Error withResponse(Error error, const Http::Response& response);
-  /// `error` without the secret that `request` was authorized with.
-  static Error redacted(Error error, const Http::Request& request);
+  /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
+  /// authorized.
+  static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
   static Error errorOfCurrentException();
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
-  /// the service redirected the request.
-  bool prepareRetry(Http::Request& request, RequestPolicy& policy, const Error& error,
+  /// the service redirected the request. If there is no time for that, `error` becomes the error
+  /// that states so.
+  bool prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                     unsigned long retries) const;
+  Error timeIsOver(Http::Method method) const;
 
   std::shared_ptr<RetryStrategy> retryStrategy_;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller_;

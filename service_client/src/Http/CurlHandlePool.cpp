@@ -1,8 +1,10 @@
 #include "Http/CurlHandlePool.h"
 
+#include <curl/curl.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
-#include <new>
 #include <utility>
 
 namespace CloudStorage::Http {
@@ -10,12 +12,22 @@ namespace {
 
 constexpr std::size_t kMaxIdle = 8;
 
+// libcurl appends the keys of all TLS connections to the file that this variable names. In a program
+// with more privileges than its user, which secure_getenv() detects, the user must not choose it.
+void forbidKeyLogOfPrivilegedProcess() {
+  constexpr char kVariable[] = "SSLKEYLOGFILE";
+  if (::secure_getenv(kVariable) == nullptr) ::unsetenv(kVariable);
+}
+
 }  // namespace
 
 CurlHandlePool::CurlHandlePool() {
   // Never undone by curl_global_cleanup(), because the host may use libcurl as well.
   static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  std::call_once(once, [] {
+    forbidKeyLogOfPrivilegedProcess();
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+  });
 }
 
 CurlHandlePool::Handle CurlHandlePool::acquire() {
@@ -23,8 +35,7 @@ CurlHandlePool::Handle CurlHandlePool::acquire() {
   idle_.reserve(idle_.size() + running_ + 1);  // so that release() allocates no memory
   Handle handle;
   if (idle_.empty()) {
-    handle.reset(curl_easy_init());
-    if (!handle) throw std::bad_alloc();
+    handle = std::make_unique<CurlHandle>();
   } else {
     const auto chosen = selectIdle();
     handle = std::move(chosen->handle);
@@ -47,15 +58,19 @@ std::vector<CurlHandlePool::Idle>::iterator CurlHandlePool::selectIdle() {
 }
 
 void CurlHandlePool::release(Handle handle) {
-  curl_easy_reset(handle.get());  // resets all options and keeps the connections
-  {
-    const std::lock_guard lock(mutex_);
-    idle_.push_back({std::move(handle), std::this_thread::get_id()});
-    --running_;
-  }
+  handle->reset();
+  if (!handle->isReusable()) handle.reset();
+  addIdle(std::move(handle));
   while (removeSurplus()) {
     // Destroys the handle, without the lock, because closing a TLS connection takes some time.
   }
+}
+
+// `handle` is null if it was destroyed.
+void CurlHandlePool::addIdle(Handle handle) {
+  const std::lock_guard lock(mutex_);
+  if (handle) idle_.push_back({std::move(handle), std::this_thread::get_id()});
+  --running_;
 }
 
 CurlHandlePool::Handle CurlHandlePool::removeSurplus() {

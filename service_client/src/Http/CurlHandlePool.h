@@ -1,7 +1,5 @@
 #pragma once
 
-#include <curl/curl.h>
-
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -9,19 +7,19 @@
 #include <utility>
 #include <vector>
 
+#include "Http/CurlHandle.h"
+
 namespace CloudStorage::Http {
 
 /// The libcurl handles of one transport. A handle serves one call at a time and keeps its
 /// connections open between calls. Safe for concurrent calls.
 class CurlHandlePool {
  private:
-  struct HandleDeleter {
-    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-  };
-  using Handle = std::unique_ptr<CURL, HandleDeleter>;
+  using Handle = std::unique_ptr<CurlHandle>;
 
  public:
-  /// A handle without any options set, acquired for one call and released at its end.
+  /// A handle without any options set, acquired for one call and released at its end. Other calls
+  /// get it afterwards if it is reusable.
   class Lease {
    public:
     /// Throws std::bad_alloc.
@@ -30,7 +28,7 @@ class CurlHandlePool {
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
 
-    CURL* handle() const { return handle_.get(); }
+    CurlHandle& handle() const { return *handle_; }
 
    private:
     CurlHandlePool& pool_;
@@ -49,6 +47,7 @@ class CurlHandlePool {
   /// The idle handle that a call of this thread uses. There must be at least one.
   std::vector<Idle>::iterator selectIdle();
   void release(Handle handle);
+  void addIdle(Handle handle);
   /// Removes the handle that has been idle longest; null if there is no surplus.
   Handle removeSurplus();
 

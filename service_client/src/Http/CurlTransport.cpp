@@ -1,74 +1,26 @@
 #include "Http/CurlTransport.h"
 
 #include <curl/curl.h>
-#include <sys/socket.h>
+#include <cxxabi.h>
 
 #include <algorithm>
 #include <array>
 #include <exception>
-#include <new>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
+#include "Http/CurlFailure.h"
 #include "Http/CurlHandlePool.h"
+#include "Http/CurlRequest.h"
+#include "Http/CurlSetup.h"
 #include "Http/HeaderChecks.h"
+#include "Http/ResponseHeaders.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
 namespace {
 
 using Kind = TransportFailure::Kind;
-
-struct CodeMeaning {
-  CURLcode code;
-  Kind kind;
-  const char* name;
-};
-
-constexpr CodeMeaning kCodeMeanings[] = {
-    {CURLE_UNSUPPORTED_PROTOCOL, Kind::Refused, "CURLE_UNSUPPORTED_PROTOCOL"},
-    {CURLE_FAILED_INIT, Kind::Refused, "CURLE_FAILED_INIT"},
-    {CURLE_URL_MALFORMAT, Kind::Refused, "CURLE_URL_MALFORMAT"},
-    {CURLE_NOT_BUILT_IN, Kind::Refused, "CURLE_NOT_BUILT_IN"},
-    {CURLE_COULDNT_RESOLVE_PROXY, Kind::Unreachable, "CURLE_COULDNT_RESOLVE_PROXY"},
-    {CURLE_COULDNT_RESOLVE_HOST, Kind::Unreachable, "CURLE_COULDNT_RESOLVE_HOST"},
-    {CURLE_COULDNT_CONNECT, Kind::Unreachable, "CURLE_COULDNT_CONNECT"},
-    {CURLE_WEIRD_SERVER_REPLY, Kind::Interrupted, "CURLE_WEIRD_SERVER_REPLY"},
-    {CURLE_HTTP2, Kind::Interrupted, "CURLE_HTTP2"},
-    {CURLE_PARTIAL_FILE, Kind::Interrupted, "CURLE_PARTIAL_FILE"},
-    {CURLE_WRITE_ERROR, Kind::Interrupted, "CURLE_WRITE_ERROR"},
-    {CURLE_OUT_OF_MEMORY, Kind::Refused, "CURLE_OUT_OF_MEMORY"},
-    {CURLE_OPERATION_TIMEDOUT, Kind::Timeout, "CURLE_OPERATION_TIMEDOUT"},
-    {CURLE_SSL_CONNECT_ERROR, Kind::Unreachable, "CURLE_SSL_CONNECT_ERROR"},
-    {CURLE_BAD_FUNCTION_ARGUMENT, Kind::Refused, "CURLE_BAD_FUNCTION_ARGUMENT"},
-    {CURLE_UNKNOWN_OPTION, Kind::Refused, "CURLE_UNKNOWN_OPTION"},
-    {CURLE_GOT_NOTHING, Kind::Interrupted, "CURLE_GOT_NOTHING"},
-    {CURLE_SEND_ERROR, Kind::Interrupted, "CURLE_SEND_ERROR"},
-    {CURLE_RECV_ERROR, Kind::Interrupted, "CURLE_RECV_ERROR"},
-    {CURLE_SSL_CERTPROBLEM, Kind::Untrusted, "CURLE_SSL_CERTPROBLEM"},
-    {CURLE_SSL_CIPHER, Kind::Untrusted, "CURLE_SSL_CIPHER"},
-    {CURLE_PEER_FAILED_VERIFICATION, Kind::Untrusted, "CURLE_PEER_FAILED_VERIFICATION"},
-    {CURLE_BAD_CONTENT_ENCODING, Kind::Interrupted, "CURLE_BAD_CONTENT_ENCODING"},
-    {CURLE_SEND_FAIL_REWIND, Kind::Interrupted, "CURLE_SEND_FAIL_REWIND"},
-    {CURLE_SSL_CACERT_BADFILE, Kind::Untrusted, "CURLE_SSL_CACERT_BADFILE"},
-    {CURLE_SSL_ISSUER_ERROR, Kind::Untrusted, "CURLE_SSL_ISSUER_ERROR"},
-    {CURLE_NO_CONNECTION_AVAILABLE, Kind::Unreachable, "CURLE_NO_CONNECTION_AVAILABLE"},
-    {CURLE_SSL_INVALIDCERTSTATUS, Kind::Untrusted, "CURLE_SSL_INVALIDCERTSTATUS"},
-    {CURLE_HTTP2_STREAM, Kind::Interrupted, "CURLE_HTTP2_STREAM"},
-    {CURLE_AUTH_ERROR, Kind::Interrupted, "CURLE_AUTH_ERROR"},
-    {CURLE_PROXY, Kind::Unreachable, "CURLE_PROXY"},
-};
-
-TransportFailure failureOf(CURLcode code) {
-  const auto* meaning = std::find_if(std::begin(kCodeMeanings), std::end(kCodeMeanings),
-                                     [&](const CodeMeaning& each) { return each.code == code; });
-  TransportFailure failure;
-  const bool known = meaning != std::end(kCodeMeanings);
-  failure.kind = known ? meaning->kind : Kind::Interrupted;
-  failure.name = known ? std::string(meaning->name) : "CURLE_" + std::to_string(code);
-  return failure;
-}
 
 Response failed(TransportFailure failure) {
   Response response;
@@ -89,212 +41,76 @@ bool areValidHeaders(const HeaderValueCollection& headers) {
   });
 }
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kWhiteSpace = " \t\r\n";
-  const auto first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
-}
-
-/// The header lines of a request as a libcurl list.
-class HeaderLines {
- public:
-  explicit HeaderLines(const HeaderValueCollection& headers) {
-    // A line without a value removes a header that libcurl adds by itself. Only the request decides
-    // on its headers, and `Expect` would delay each larger upload.
-    for (const char* own : {"Accept:", "Content-Type:", "Expect:"}) add(own);
-    for (const auto& [name, value] : headers) {
-      if (trimmed(value).empty()) continue;
-      std::string line(name);
-      line.append(": ").append(value);
-      add(line.c_str());
-    }
-  }
-  ~HeaderLines() { curl_slist_free_all(lines_); }
-  HeaderLines(const HeaderLines&) = delete;
-  HeaderLines& operator=(const HeaderLines&) = delete;
-
-  curl_slist* get() const { return lines_; }
-
- private:
-  void add(const char* line) {
-    curl_slist* longer = curl_slist_append(lines_, line);
-    if (longer == nullptr) throw std::bad_alloc();
-    lines_ = longer;
-  }
-
-  curl_slist* lines_ = nullptr;
-};
-
-/// Sets options up to the first that libcurl rejects. A transfer must not run without an option
-/// that could not be set, least of all without the verification of certificates.
-class Setup {
- public:
-  explicit Setup(CURL* handle) : handle_(handle) {}
-
-  template <typename Value>
-  void set(CURLoption option, Value value) {
-    static_assert(!std::is_same_v<Value, int>, "libcurl reads a long from its variable arguments");
-    if (result_ == CURLE_OK) result_ = curl_easy_setopt(handle_, option, value);
-  }
-  CURLcode result() const { return result_; }
-
- private:
-  CURL* handle_;
-  CURLcode result_ = CURLE_OK;
-};
-
-void setLimits(Setup& setup, const CurlTransport::Limits& limits) {
-  setup.set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connect.count()));
-  setup.set(CURLOPT_LOW_SPEED_LIMIT, 1L);
-  setup.set(CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.silence.count()));
-  setup.set(CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total.count()));
-}
-
-// With close-on-exec, so that programs that the host starts do not inherit the connections.
-curl_socket_t openSocket(void* /*user*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
-  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-}
-
-void setConnection(Setup& setup) {
-  constexpr long kReceiveBuffer = 64L * 1024;
-  setup.set(CURLOPT_NOSIGNAL, 1L);
-  setup.set(CURLOPT_PROTOCOLS_STR, "http,https");
-  // Each call uses a connection of its own, so HTTP/2 would have no streams to multiplex.
-  setup.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  setup.set(CURLOPT_PATH_AS_IS, 1L);
-  setup.set(CURLOPT_FOLLOWLOCATION, 0L);
-  setup.set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
-  setup.set(CURLOPT_TCP_KEEPALIVE, 1L);
-  setup.set(CURLOPT_BUFFERSIZE, kReceiveBuffer);
-  setup.set(CURLOPT_SSL_VERIFYPEER, 1L);
-  setup.set(CURLOPT_SSL_VERIFYHOST, 2L);
-  setup.set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  setup.set(CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  // libcurl would load its own CA bundle for every handle; TrustAnchors loads one for all handles.
-  for (const auto option :
-       {CURLOPT_CAINFO, CURLOPT_CAPATH, CURLOPT_PROXY_CAINFO, CURLOPT_PROXY_CAPATH}) {
-    setup.set(option, static_cast<const char*>(nullptr));
-  }
-}
-
-// The proxy of a session is defined by its settings alone. An empty proxy and an empty list of
-// exceptions, unlike unset ones, prevent libcurl from reading them from the environment.
-void setProxy(Setup& setup, const Config::ProxySetting& proxy) {
-  setup.set(CURLOPT_PROXY, proxy.host.c_str());
-  setup.set(CURLOPT_NOPROXY, "");
-  if (proxy.host.empty()) return;
-
-  if (proxy.port != 0) setup.set(CURLOPT_PROXYPORT, static_cast<long>(proxy.port));
-  setup.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  setup.set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));
-  if (proxy.username.empty()) return;
-  setup.set(CURLOPT_PROXYUSERNAME, proxy.username.c_str());
-  setup.set(CURLOPT_PROXYPASSWORD, proxy.password.c_str());
-  setup.set(CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM));
-}
-
-void setMethod(Setup& setup, const Request& request) {
-  if (request.method == Method::Get) setup.set(CURLOPT_HTTPGET, 1L);
-  if (request.method == Method::Head) setup.set(CURLOPT_NOBODY, 1L);
-  if (request.method != Method::Put && request.method != Method::Post) return;
-
-  // A PUT is sent as a POST with another method name. libcurl then has the whole body in memory,
-  // knows its length even if it is 0, and can send it again without a callback to rewind it.
-  setup.set(CURLOPT_POST, 1L);
-  setup.set(CURLOPT_POSTFIELDS, request.body.data());
-  setup.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.body.size()));
-  setup.set(CURLOPT_CUSTOMREQUEST, methodName(request.method));
-}
-
 /// One transfer: the request and the part of the response that has been received.
 class Exchange {
  public:
-  Exchange(CURL* handle, const CurlTransport::Options& options)
-      : handle_(handle), options_(options) {}
+  Exchange(CurlHandle& handle, const CurlTransport::Options& options)
+      : handle_(handle), options_(options), headers_(options.limits.headers) {}
 
   Response run(const Request& request) {
-    const HeaderLines headerLines(request.headers);
-    const std::string url = request.uri.toString();
-    Setup setup(handle_);
-    setup.set(CURLOPT_ERRORBUFFER, errorText_.data());
-    setLimits(setup, options_.limits);
-    setConnection(setup);
-    setProxy(setup, options_.proxy);
-    setCallbacks(setup);
-    // Some services compress only if the user agent contains "gzip".
-    setup.set(CURLOPT_USERAGENT,
-              options_.acceptCompressed ? VEMLO_USER_AGENT " (gzip)" : VEMLO_USER_AGENT);
-    if (options_.acceptCompressed) setup.set(CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
-    setup.set(CURLOPT_URL, url.c_str());
-    setup.set(CURLOPT_HTTPHEADER, headerLines.get());
-    setMethod(setup, request);
-
-    const CURLcode code = setup.result() == CURLE_OK ? curl_easy_perform(handle_) : setup.result();
+    const CurlRequest options(request, options_);
+    CURLcode code = options.applyTo(handle_.get());
+    if (code == CURLE_OK) code = setCallbacks();
+    if (code == CURLE_OK) code = handle_.perform();
     if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(transferFailure(code));
+    if (!headers_.areComplete()) return failed(brokenHeaders());
+
     response_.status = static_cast<int>(info<long>(CURLINFO_RESPONSE_CODE));
+    response_.headers = std::move(headers_.values());
     return std::move(response_);
   }
 
  private:
   /// The reason why a callback has aborted the transfer.
-  enum class Stop { None, TooLarge, ErrorBodyCut, NoMemory };
+  enum class Stop { None, BodyTooLarge, HeadersTooLarge, ErrorBodyCut, Exception };
 
-  void setCallbacks(Setup& setup) {
+  CURLcode setCallbacks() {
+    CurlSetup setup(handle_.get());
+    setup.set(CURLOPT_ERRORBUFFER, errorText_.data());
     setup.set(CURLOPT_HEADERFUNCTION, &Exchange::onHeaderLine);
     setup.set(CURLOPT_HEADERDATA, this);
     setup.set(CURLOPT_WRITEFUNCTION, &Exchange::onBody);
     setup.set(CURLOPT_WRITEDATA, this);
     setup.set(CURLOPT_SSL_CTX_FUNCTION, &Exchange::onTlsContext);
     setup.set(CURLOPT_SSL_CTX_DATA, this);
+    return setup.result();
   }
 
   static std::size_t onHeaderLine(char* data, std::size_t size, std::size_t count, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
-    try {
-      exchange.addHeaderLine({data, size * count});
-      return size * count;
-    } catch (const std::bad_alloc&) {
-      exchange.stop_ = Stop::NoMemory;
-      return 0;
-    }
+    return exchange.shielded(std::size_t{0}, [&] {
+      if (exchange.headers_.add({data, size * count})) return size * count;
+      exchange.stop_ = Stop::HeadersTooLarge;
+      return std::size_t{0};
+    });
   }
 
   static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
-    try {
+    return exchange.shielded(std::size_t{0}, [&] {
       return exchange.appendBody({data, size * count}) ? size * count : 0;
-    } catch (const std::bad_alloc&) {
-      exchange.stop_ = Stop::NoMemory;
-      return 0;
-    }
+    });
   }
 
   static CURLcode onTlsContext(CURL* /*handle*/, void* context, void* user) {
     auto& exchange = *static_cast<Exchange*>(user);
-    try {
+    return exchange.shielded(CURLE_ABORTED_BY_CALLBACK, [&] {
       exchange.trust_ = exchange.options_.trustAnchors->applyTo(static_cast<SSL_CTX*>(context));
       return exchange.trust_.isSuccess() ? CURLE_OK : CURLE_SSL_CACERT_BADFILE;
-    } catch (const std::exception&) {  // out of memory, or the lock failed
-      return CURLE_OUT_OF_MEMORY;
-    }
+    });
   }
 
-  void addHeaderLine(std::string_view line) {
-    // Interim responses and those of a proxy come first; only the last block belongs to the
-    // response.
-    if (line.substr(0, 5) == "HTTP/") {
-      response_.headers.clear();
-      return;
+  /// Runs `work`, whose exceptions must not pass through the functions of libcurl. The cancellation
+  /// of the thread, which must not be caught, does not occur here: CurlHandle defers it.
+  template <typename Result, typename Work>
+  Result shielded(Result resultOfException, const Work& work) {
+    try {
+      return work();
+    } catch (...) {
+      exception_ = std::current_exception();
+      stop_ = Stop::Exception;
+      return resultOfException;
     }
-    const auto colon = line.find(':');
-    if (colon == std::string_view::npos || colon == 0) return;
-
-    const std::string name = Util::lowerCase(trimmed(line.substr(0, colon)));
-    const std::string value(trimmed(line.substr(colon + 1)));
-    const auto [entry, isNew] = response_.headers.emplace(name, value);
-    if (isNew) return;
-    entry->second = name == "location" ? value : entry->second + ", " + value;
   }
 
   /// Returns false to abort the transfer.
@@ -313,33 +129,53 @@ class Exchange {
     const std::size_t room = limit - body.size();
     body.append(data.substr(0, room));
     if (data.size() <= room) return true;
-    stop_ = success ? Stop::TooLarge : Stop::ErrorBodyCut;
+    stop_ = success ? Stop::BodyTooLarge : Stop::ErrorBodyCut;
     return false;
   }
 
   TransportFailure transferFailure(CURLcode code) const {
-    if (stop_ == Stop::TooLarge) {
-      return {Kind::ResponseTooLarge, "ResponseTooLarge",
-              "The answer has more than " + std::to_string(options_.limits.maxBody) + " bytes",
-              true};
+    if (stop_ == Stop::BodyTooLarge) {
+      return tooLarge("The answer has more than " + std::to_string(options_.limits.maxBody) +
+                      " bytes");
     }
+    if (hasTooLargeHeaders(code)) return tooLarge("The answer has too many or too long headers");
 
-    if (stop_ == Stop::NoMemory) code = CURLE_OUT_OF_MEMORY;
-    TransportFailure failure = failureOf(code);
-    // libcurl records this time when the connection, including tunnel and TLS, is ready for a
-    // request.
-    failure.requestMayHaveRun = info<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) != 0;
+    TransportFailure failure = stop_ == Stop::Exception ? failureOf(exception_) : failureOf(code);
+    failure.requestMayHaveRun = requestMayHaveRun();
     // libcurl reports such a code also for a response that is not HTTP.
     if (failure.kind == Kind::Refused && failure.requestMayHaveRun) {
       failure.kind = Kind::Interrupted;
     }
-    failure.message = messageFor(code);
+    if (failure.message.empty()) failure.message = messageFor(code);
 
     const long connectStatus = info<long>(CURLINFO_HTTP_CONNECTCODE);
     if (connectStatus != 0 && connectStatus / 100 != 2) {
       failure.kind = Kind::Unreachable;
       failure.message = "The proxy refused the tunnel with status " + std::to_string(connectStatus);
     }
+    return failure;
+  }
+
+  bool hasTooLargeHeaders(CURLcode code) const {
+    if (stop_ != Stop::None) return stop_ == Stop::HeadersTooLarge;
+    // libcurl has two limits of its own. It reports a line over 100 KiB in this way,
+    if (code == CURLE_OUT_OF_MEMORY) return requestMayHaveRun() && !headers_.areComplete();
+    // and a block over 300 KiB, which can only be a proxy's, in this.
+    constexpr std::string_view kText = "Too large response headers";
+    return std::string_view(errorText_.data()).substr(0, kText.size()) == kText;
+  }
+
+  // libcurl records this time when the connection, including tunnel and TLS, is ready for a request.
+  bool requestMayHaveRun() const { return info<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) != 0; }
+
+  static TransportFailure tooLarge(std::string message) {
+    return {Kind::ResponseTooLarge, "ResponseTooLarge", std::move(message), true};
+  }
+
+  // libcurl regards a response as complete whose connection ended in the headers.
+  static TransportFailure brokenHeaders() {
+    TransportFailure failure = failureOf(CURLE_PARTIAL_FILE);
+    failure.message = "The answer ends in its headers";
     return failure;
   }
 
@@ -357,14 +193,16 @@ class Exchange {
   template <typename Value>
   Value info(CURLINFO which) const {
     Value value = 0;
-    curl_easy_getinfo(handle_, which, &value);
+    curl_easy_getinfo(handle_.get(), which, &value);
     return value;
   }
 
-  CURL* handle_;
+  CurlHandle& handle_;
   const CurlTransport::Options& options_;
+  ResponseHeaders headers_;
   Response response_;
   Stop stop_ = Stop::None;
+  std::exception_ptr exception_;
   Util::Status trust_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 };
@@ -385,10 +223,10 @@ Response CurlTransport::send(const Request& request) {
   try {
     const CurlHandlePool::Lease lease(*handles_);
     return Exchange(lease.handle(), options_).run(request);
-  } catch (const std::bad_alloc&) {
-    TransportFailure failure = failureOf(CURLE_OUT_OF_MEMORY);
-    failure.message = curl_easy_strerror(CURLE_OUT_OF_MEMORY);
-    return failed(std::move(failure));
+  } catch (const abi::__forced_unwind&) {  // the thread is cancelled; unwinding must continue
+    throw;
+  } catch (...) {
+    return failed(failureOf(std::current_exception()));
   }
 }
 

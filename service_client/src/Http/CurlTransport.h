@@ -6,6 +6,7 @@
 
 #include "CloudStorage/Config/ProxySetting.h"
 #include "CloudStorage/Http/Transport.h"
+#include "Http/ResponseHeaders.h"
 #include "Http/TrustAnchors.h"
 
 namespace CloudStorage::Http {
@@ -27,6 +28,7 @@ class CurlTransport final : public Transport {
     std::size_t maxBody = std::size_t{32} << 20U;
     /// Bytes in the body of any other response. A longer body is truncated.
     std::size_t maxErrorBody = std::size_t{1} << 20U;
+    ResponseHeaders::Limits headers;
   };
 
   struct Options {

@@ -10,8 +10,9 @@
 namespace CloudStorage::Http {
 namespace {
 
+// A program with more privileges than its user must not trust what the user's environment names.
 std::string environmentVariable(const char* name) {
-  const char* value = std::getenv(name);
+  const char* value = ::secure_getenv(name);
   return value == nullptr ? std::string() : std::string(value);
 }
 

@@ -6,6 +6,7 @@ namespace CloudStorage::Util {
 namespace {
 
 constexpr char kReplacement = '?';
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 unsigned char byteAt(std::string_view text, std::size_t index) {
@@ -103,6 +104,18 @@ std::string replaceInvalidUtf8(std::string_view text) {
   return valid;
 }
 
+std::string toName(std::string_view bytes) {
+  std::string name;
+  name.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = characterLength(bytes);
+    const bool isKept = length != 0 && bytes.front() != '\0';
+    name += isKept ? bytes.substr(0, length) : kReplacementCharacter;
+    bytes.remove_prefix(isKept ? length : 1);
+  }
+  return name;
+}
+
 std::string_view skipByteOrderMark(std::string_view text) {
   if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     text.remove_prefix(kByteOrderMark.size());
@@ -116,16 +129,6 @@ std::string lowerCase(std::string_view text) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
   return lower;
-}
-
-void redact(std::string& text, std::string_view secret) {
-  constexpr std::size_t kShortestSecret = 8;
-  constexpr std::string_view kMask = "***";
-  if (secret.size() < kShortestSecret) return;
-  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
-    text.replace(at, secret.size(), kMask);
-    at += kMask.size();
-  }
 }
 
 }  // namespace CloudStorage::Util

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -53,7 +54,7 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   /// thread that waited for a refresh that failed returns that failure without a request of its
   /// own. After a refusal no request is sent for some seconds, unless tokens are set in the
   /// meantime. On failure the tokens do not change. Blocks for one request, its own or another
-  /// thread's.
+  /// thread's, and not beyond the time that is left to the call of this thread.
   virtual Util::Status refreshAccessToken();
 
   std::string accessToken() const;
@@ -72,6 +73,8 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   void setTokenRefresher(std::shared_ptr<TokenRefresher> refresher, Clock now = nullptr);
 
  private:
+  class RefreshTurn;
+
   std::optional<Util::Status> resultSinceAttempt() const;
   bool wasJustRefused() const;
   void replace(std::string accessToken, std::string refreshToken);
@@ -88,7 +91,9 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   Util::Status lastFailure_;
   std::optional<std::chrono::system_clock::time_point> refusedAt_;  // for the current tokens
 
-  std::mutex refreshMutex_;  // one refresh at a time
+  // One refresh at a time.
+  bool isRefreshing_ = false;  // guarded by mutex_
+  std::condition_variable refreshEnded_;
 };
 
 }  // namespace CloudStorage::Auth

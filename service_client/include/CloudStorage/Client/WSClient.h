@@ -29,12 +29,14 @@ struct ClientParts {
   Config::ProxySetting proxy;
 };
 
-/// A client's dependencies on the network, the clock and the scheduler. Members that are null are
+/// A client's dependencies on the network, the clocks and the scheduler. Members that are null are
 /// replaced by the real ones; tests substitute their own.
 struct ClientEnvironment {
   std::shared_ptr<Http::Transport> transport;
   std::function<std::chrono::system_clock::time_point()> now;
   std::function<void(std::chrono::milliseconds)> sleep;
+  /// Measures how long a call has been running.
+  std::function<std::chrono::steady_clock::time_point()> steadyNow;
 };
 
 /// Base of the six service clients. Operations are safe for concurrent calls, block until there is

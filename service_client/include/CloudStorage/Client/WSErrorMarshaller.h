@@ -12,7 +12,8 @@ class CLOUDSTORAGE_API WSErrorMarshaller {
  public:
   virtual ~WSErrorMarshaller() = default;
 
-  /// The error for `response`, the failed response to a request with `method`.
+  /// The error for `response`, the failed response to a request with `method`. The caller redacts
+  /// and truncates its texts.
   virtual Error marshall(const Http::Response& response, Http::Method method) const = 0;
 };
 

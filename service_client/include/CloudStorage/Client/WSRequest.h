@@ -3,6 +3,7 @@
 #include <istream>
 #include <memory>
 
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Export.h"
 #include "CloudStorage/Http/Headers.h"
 #include "CloudStorage/Http/URI.h"
@@ -23,6 +24,9 @@ class CLOUDSTORAGE_API WSRequest {
   virtual bool shouldComputeContentMd5() const { return false; }
   /// The headers that only this request has; getHeaders() includes them.
   virtual Http::HeaderValueCollection getRequestSpecificHeaders() const { return {}; }
+
+  /// What the requests of one call of the host share. Null if the request is a call of its own.
+  CallBudget* budget = nullptr;
 };
 
 }  // namespace CloudStorage::Client

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,6 +25,12 @@ struct Request {
   HeaderValueCollection headers;
   /// Empty for a request without a body. A PUT or POST is then sent with `Content-Length: 0`.
   std::string body;
+  /// Whether the request must not run twice. The transport otherwise sends a request again by itself
+  /// if the connection, which stayed open after an earlier request, turns out to be closed; the
+  /// service may have received the request before that.
+  bool isSentOnce = false;
+  /// How long the transfer may take, in addition to the transport's own limits.
+  std::chrono::milliseconds timeLimit = std::chrono::milliseconds::max();
 };
 
 /// The reason why no complete response was received.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,16 +27,35 @@ Http::URI endpointUri() {
 
 Http::URI profileUri() { return *Http::URI::parse("https://api.amazon.com/user/profile"); }
 
-// The access token is sent to the addresses that the service supplies, so they must be https.
+// The access token is sent to the addresses that the service supplies, so they must be https and
+// those of the service.
 std::optional<Http::URI> secureUri(std::string_view text) {
   auto uri = Http::URI::parse(text);
   if (uri && uri->scheme() != "https") return std::nullopt;
   return uri;
 }
 
+/// The domains of the service's hosts.
+constexpr std::string_view kDomains[] = {".amazonaws.com", ".amazon.com", ".amazonclouddrive.com"};
+
+// Whether the host is below one of the domains and the port is the default one. An address never
+// contains user information.
+bool isServiceUri(const Http::URI& uri) {
+  const std::string_view host = uri.host();
+  const auto contains = [host](std::string_view domain) {
+    return host.size() > domain.size() && host.substr(host.size() - domain.size()) == domain;
+  };
+  return uri.authority() == host && std::any_of(std::begin(kDomains), std::end(kDomains), contains);
+}
+
 Util::Outcome<Http::URI, Error> nodesUri(const Util::Field<std::string>& metadataEndpoint) {
-  auto uri = secureUri(metadataEndpoint.value());
+  std::string_view base = metadataEndpoint.value();
+  base = base.substr(0, base.find_last_not_of('/') + 1);
+  auto uri = secureUri(base);
   if (!uri) return localError("InvalidRequest", "The metadata endpoint is no https address");
+  if (!isServiceUri(*uri)) {
+    return localError("InvalidRequest", "The metadata endpoint is no address of the service");
+  }
   uri->addPathSegment("nodes");
   return *std::move(uri);
 }
@@ -66,8 +86,13 @@ Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& r
     }
   });
   if (!storage.isSuccess()) return storage.getError();
-  if (!secureUri(result.contentUrl) || !secureUri(result.metadataUrl)) {
+  const auto content = secureUri(result.contentUrl);
+  const auto metadata = secureUri(result.metadataUrl);
+  if (!content || !metadata) {
     return malformedResponse("The answer names no pair of https addresses");
+  }
+  if (!isServiceUri(*content) || !isServiceUri(*metadata)) {
+    return malformedResponse("The answer names an address that is not the service's");
   }
   return result;
 }
@@ -170,7 +195,7 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
   addIfPresent(uri, "sort", sort);
   // Always sent, because the service's default may differ.
   uri.addQueryStringParameter("limit", std::to_string(limit.value()));
-  if (!startToken.value().empty()) uri.addQueryStringParameter("startToken", startToken.value());
+  addUnlessEmpty(uri, "startToken", startToken);
 }
 
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
@@ -229,8 +254,7 @@ Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() cons
 
 Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
     const Model::FileRequest& request) const {
-  return call().send(
-      Http::Method::Post, [&] { return nodesUri(request.endpoint); }, request, parseNode);
+  return call().create([&] { return nodesUri(request.endpoint); }, request, parseNode);
 }
 
 // Errors

@@ -5,103 +5,52 @@
 #include <utility>
 
 #include "Auth/AzureSharedKeySigner.h"
+#include "Client/AzureSSB/AzureRegions.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Redirect.h"
 #include "Client/ServiceCall.h"
 #include "Client/XmlResponse.h"
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "Http/PercentEncoding.h"
+#include "Util/Text.h"
 #include "Util/Xml.h"
 
 namespace CloudStorage::Client::AzureSSB {
 
 namespace Xml = Util::Xml;
 
-// Regions
-
-namespace {
-
-struct RegionName {
-  std::string_view text;  // lower-case, without separators
-  Region region;
-};
-
-// Whole names. A longer name may belong to another cloud: germanynorth and germanywestcentral are
-// regions of the global cloud.
-constexpr RegionName kNames[] = {
-    {"china", Region::China},
-    {"azurechina", Region::China},
-    {"azurechinacloud", Region::China},
-    {"germany", Region::Germany},
-    {"azuregerman", Region::Germany},
-    {"azuregermancloud", Region::Germany},
-    {"germanycentral", Region::Germany},
-    {"germanynortheast", Region::Germany},
-    {"azureusgovernment", Region::USGovernment},
-    {"government", Region::USGovernment},
-};
-
-// Prefixes of names, because regions are added to these clouds over time.
-constexpr RegionName kBeginnings[] = {
-    {"chinaeast", Region::China},
-    {"chinanorth", Region::China},
-    {"usgov", Region::USGovernment},
-    {"usdod", Region::USGovernment},
-};
-
-std::string normalize(const std::string& regionName) {
-  std::string normalized;
-  for (const char c : regionName) {
-    if (c == ' ' || c == '-' || c == '_') continue;
-    normalized += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  return normalized;
-}
-
-std::string_view hostSuffixOf(Region region) {
-  switch (region) {
-    case Region::Global:
-      return "core.windows.net";
-    case Region::China:
-      return "core.chinacloudapi.cn";
-    case Region::Germany:
-      return "core.cloudapi.de";
-    case Region::USGovernment:
-      return "core.usgovcloudapi.net";
-  }
-  return {};
-}
-
-}  // namespace
-
-Region AzureSSBClient::getRegionForName(const std::string& regionName) {
-  const std::string name = normalize(regionName);
-  for (const auto& [text, region] : kNames) {
-    if (name == text) return region;
-  }
-  for (const auto& [text, region] : kBeginnings) {
-    if (name.compare(0, text.size(), text) == 0) return region;
-  }
-  return Region::Global;
-}
-
 // Addresses and authorization
 
 namespace {
 
-/// Signs each attempt. The service redirects none of these requests, so no redirect is followed.
+/// Signs each attempt, and follows redirects to hosts below `domain`. The service itself sends none,
+/// but gateways before it may.
 class AzureRequestPolicy : public RequestPolicy {
  public:
-  AzureRequestPolicy(const ServiceCall& call, const Auth::AzureSSBAuthentication& authentication)
-      : call_(call), authentication_(authentication) {}
+  AzureRequestPolicy(const ServiceCall& call, const Auth::AzureSSBAuthentication& authentication,
+                     std::string domain)
+      : call_(call), authentication_(authentication), domain_(std::move(domain)) {}
 
   void authorize(Http::Request& request) override {
     Auth::AzureSharedKey::sign(request, authentication_, call_.now());
   }
 
+  bool redirect(const std::string& location, Http::Request& request) override {
+    auto target = redirectTarget(request.uri, location);
+    if (!target || !isBelow(target->host(), domain_)) return false;
+    request.uri = *std::move(target);
+    return true;
+  }
+
+  std::vector<std::string> secretsIn(const Http::Request& request) const override {
+    return {Auth::AzureSharedKey::stringToSign(request, authentication_.accountName())};
+  }
+
  private:
   const ServiceCall& call_;
   const Auth::AzureSSBAuthentication& authentication_;
+  std::string domain_;
 };
 
 // The name becomes part of a host name, so it must not contain characters that are special there.
@@ -118,11 +67,10 @@ bool isAccountName(std::string_view name) {
 struct AzureSSBClient::Implementation {
   Implementation(const std::string& accountName, const ClientParts& parts,
                  ClientEnvironment environment, Region region)
-      : authentication(std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential)),
+      : domain(".blob." + std::string(hostSuffixOf(region))),
+        authentication(std::dynamic_pointer_cast<Auth::AzureSSBAuthentication>(parts.credential)),
         call(parts, std::move(environment)) {
-    if (!isAccountName(accountName)) return;
-    endpoint =
-        Http::URI::parse("https://" + accountName + ".blob." + std::string(hostSuffixOf(region)));
+    if (isAccountName(accountName)) endpoint = Http::URI::parse("https://" + accountName + domain);
   }
 
   Util::Outcome<Http::URI, Error> accountUri() const {
@@ -157,11 +105,12 @@ struct AzureSSBClient::Implementation {
                                      const Util::Outcome<Http::URI, Error>& uri,
                                      const AzureSSBRequest& request, const Parse& parse) const {
     if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
-    AzureRequestPolicy policy(call, *authentication);
+    AzureRequestPolicy policy(call, *authentication, domain);
     return call.send(
         method, [&] { return uri; }, request, policy, parse);
   }
 
+  std::string domain;                 // of all accounts' hosts in the region
   std::optional<Http::URI> endpoint;  // empty if the account name cannot be part of a host name
   std::shared_ptr<Auth::AzureSSBAuthentication> authentication;
   ServiceCall call;
@@ -190,133 +139,6 @@ AzureSSBClient::AzureSSBClient(std::string accountName, ClientParts parts,
                                                        std::move(environment), region)) {}
 
 AzureSSBClient::~AzureSSBClient() = default;
-
-// Containers
-
-namespace {
-
-Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response&& response) {
-  auto document = readXml(std::move(response.body));
-  if (document.isSuccess() && !Xml::isNamed(document.getResult()->root(), "EnumerationResults")) {
-    return malformedResponse("The answer is no EnumerationResults");
-  }
-  return document;
-}
-
-Util::Outcome<Model::ListContainerResult, Error> parseContainers(Http::Response&& response) {
-  const auto enumeration = readEnumeration(std::move(response));
-  if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Document& document = *enumeration.getResult();
-
-  Model::ListContainerResult result;
-  const auto list = Xml::child(document.root(), "Containers");
-  for (auto node = Xml::child(list, "Container"); node;
-       node = Xml::nextSibling(node, "Container")) {
-    const auto properties = Xml::child(node, "Properties");
-    result.containers.push_back({document.text(Xml::child(node, "Name")),
-                                 document.text(Xml::child(properties, "Last-Modified")),
-                                 document.text(Xml::child(properties, "Etag"))});
-  }
-  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
-  result.storage = document.storage();
-  return result;
-}
-
-// The service's response has no body. A body comes from another source, such as the login page of a
-// network.
-template <typename Result>
-Util::Outcome<Result, Error> parseNothing(Http::Response&& response) {
-  if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
-  return malformedResponse("The answer has a body");
-}
-
-}  // namespace
-
-void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("comp", "list");
-  addUnlessEmpty(uri, "prefix", prefix);
-  addUnlessEmpty(uri, "marker", marker);
-  addIfPresent(uri, "maxresults", maxResults);
-}
-
-Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
-    const Model::ListContainerRequest& request) const {
-  return implementation_->send(Http::Method::Get, implementation_->accountUri(), request,
-                               parseContainers);
-}
-
-void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("restype", "container");
-}
-
-Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
-    const Model::CreateContainerRequest& request) const {
-  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
-                               request, parseNothing<Model::CreateContainerResult>);
-}
-
-// Blobs
-
-namespace {
-
-// Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
-// In any other name a percent sign is literal.
-std::string_view nameOf(Xml::Document& document, pugi::xml_node entry) {
-  const auto name = Xml::child(entry, "Name");
-  const std::string_view text = document.text(name);
-  return name.attribute("Encoded").as_bool() ? document.replace(text, Http::uriDecode(text)) : text;
-}
-
-Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response) {
-  const auto enumeration = readEnumeration(std::move(response));
-  if (!enumeration.isSuccess()) return enumeration.getError();
-  Xml::Document& document = *enumeration.getResult();
-
-  Model::ListBlobResult result;
-  for (const auto& node : Xml::child(document.root(), "Blobs").children()) {
-    if (Xml::isNamed(node, "BlobPrefix")) result.blobPrefixes.push_back({nameOf(document, node)});
-    if (Xml::isNamed(node, "Blob")) result.blobs.push_back({nameOf(document, node)});
-  }
-  for (const auto& prefix : result.blobPrefixes) {
-    // As a C string it would be truncated and denote another folder.
-    if (prefix.name.find('\0') != std::string_view::npos) {
-      return malformedResponse("A prefix in the answer holds a byte of value 0");
-    }
-  }
-  result.nextMarker = document.text(Xml::child(document.root(), "NextMarker"));
-  result.storage = document.storage();
-  return result;
-}
-
-}  // namespace
-
-void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
-  uri.addQueryStringParameter("restype", "container");
-  uri.addQueryStringParameter("comp", "list");
-  addUnlessEmpty(uri, "prefix", prefix);
-  addUnlessEmpty(uri, "delimiter", delimiter);
-  addUnlessEmpty(uri, "marker", marker);
-  addIfPresent(uri, "maxresults", maxResults);
-}
-
-Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
-    const Model::ListBlobRequest& request) const {
-  return implementation_->send(Http::Method::Get,
-                               implementation_->containerUri(request.container.value()), request,
-                               parseBlobs);
-}
-
-Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
-  if (!blobType.isPresent()) return {};
-  return {{"x-ms-blob-type", blobType.value()}};
-}
-
-Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
-    const Model::PutBlobRequest& request) const {
-  return implementation_->send(Http::Method::Put,
-                               implementation_->blobUri(request.container, request.blob.value()),
-                               request, parseNothing<Model::PutBlobResult>);
-}
 
 // Errors
 
@@ -364,10 +186,14 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "InternalError", CoreErrors::ServiceFailure, Retry::Always},
 };
 
-/// Only the first line of a message is kept: the others contain the request's id and time.
+/// Only the first line of a message is kept: the others contain the request's id and time. A
+/// response without a body has the code in a header.
 ServiceMessage readMessage(const Http::Response& response) {
   ServiceMessage message = readXmlError(response.body);
   message.message.erase(std::min(message.message.find('\n'), message.message.size()));
+  if (message.code.empty() && message.message.empty()) {
+    message.message = reasonPhrase(response.status);
+  }
   const auto header = response.headers.find(kErrorCodeHeader);
   if (header != response.headers.end() && !header->second.empty()) message.code = header->second;
   return message;
@@ -377,6 +203,146 @@ ServiceMessage readMessage(const Http::Response& response) {
 
 Error AzureSSBErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   return marshallError(response, method, readMessage, kRows);
+}
+
+// Containers
+
+namespace {
+
+Util::Outcome<XmlDocument, Error> readEnumeration(Http::Response& response) {
+  return asListing(takeXml(response), response, "EnumerationResults", kRows);
+}
+
+// Reads the marker of the next page into `result`. A service that repeats the marker of the request
+// would be asked for the same page for ever.
+template <typename Result, typename Request>
+Util::Outcome<Result, Error> withNextMarker(Result result, Xml::Document& document,
+                                            const Request& request) {
+  result.nextMarker = document.text(Xml::lastChild(document.root(), "NextMarker"));
+  if (result.nextMarker.empty() || result.nextMarker != request.marker.value()) return result;
+  return malformedResponse("The answer repeats the marker of its request");
+}
+
+Util::Outcome<Model::ListContainerResult, Error> parseContainers(
+    Http::Response&& response, const Model::ListContainerRequest& request) {
+  const auto enumeration = readEnumeration(response);
+  if (!enumeration.isSuccess()) return enumeration.getError();
+  Xml::Document& document = *enumeration.getResult();
+
+  const std::size_t most = mostEntriesOf(request.maxResults);
+  std::size_t received = 0;
+  Model::ListContainerResult result;
+  const auto list = Xml::lastChild(document.root(), "Containers");
+  for (auto node = list.first_child(); node; node = node.next_sibling()) {
+    if (!Xml::isNamed(node, "Container")) continue;
+    if (++received > most) return tooManyEntries(most);
+    const std::string_view name = document.text(Xml::child(node, "Name"));
+    if (name.empty()) continue;
+    const auto properties = Xml::child(node, "Properties");
+    result.containers.push_back({name, document.text(Xml::child(properties, "Last-Modified")),
+                                 document.text(Xml::child(properties, "Etag"))});
+  }
+  result.storage = document.storage();
+  return withNextMarker(std::move(result), document, request);
+}
+
+template <typename Result>
+Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
+  return Client::parseStored<Result>(response, kRows);
+}
+
+}  // namespace
+
+void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("comp", "list");
+  addUnlessEmpty(uri, "prefix", prefix);
+  addUnlessEmpty(uri, "marker", marker);
+  addIfPresent(uri, "maxresults", maxResults);
+}
+
+Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
+    const Model::ListContainerRequest& request) const {
+  return implementation_->send(
+      Http::Method::Get, implementation_->accountUri(), request,
+      [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
+}
+
+void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("restype", "container");
+}
+
+Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
+    const Model::CreateContainerRequest& request) const {
+  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
+                               request, parseStored<Model::CreateContainerResult>);
+}
+
+// Blobs
+
+namespace {
+
+// Names with characters that XML cannot contain are percent-encoded and have an attribute for it.
+// In any other name a percent sign is literal.
+std::string_view nameOf(Xml::Document& document, pugi::xml_node entry) {
+  const auto name = Xml::child(entry, "Name");
+  const std::string_view text = document.text(name);
+  if (!name.attribute("Encoded").as_bool()) return text;
+  return document.replace(text, Util::toName(Http::uriDecode(text)));
+}
+
+Util::Outcome<Model::ListBlobResult, Error> parseBlobs(Http::Response&& response,
+                                                       const Model::ListBlobRequest& request) {
+  const auto enumeration = readEnumeration(response);
+  if (!enumeration.isSuccess()) return enumeration.getError();
+  Xml::Document& document = *enumeration.getResult();
+
+  const std::size_t most = mostEntriesOf(request.maxResults);
+  std::size_t received = 0;
+  Model::ListBlobResult result;
+  const auto list = Xml::lastChild(document.root(), "Blobs");
+  for (auto node = list.first_child(); node; node = node.next_sibling()) {
+    const bool isPrefix = Xml::isNamed(node, "BlobPrefix");
+    if (!isPrefix && !Xml::isNamed(node, "Blob")) continue;
+    if (++received > most) return tooManyEntries(most);
+    const std::string_view name = nameOf(document, node);
+    if (!isPrefix) {
+      result.blobs.push_back({name});
+    } else if (!name.empty()) {
+      result.blobPrefixes.push_back({name});
+    }
+  }
+  result.storage = document.storage();
+  return withNextMarker(std::move(result), document, request);
+}
+
+}  // namespace
+
+void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
+  uri.addQueryStringParameter("restype", "container");
+  uri.addQueryStringParameter("comp", "list");
+  addUnlessEmpty(uri, "prefix", prefix);
+  addUnlessEmpty(uri, "delimiter", delimiter);
+  addUnlessEmpty(uri, "marker", marker);
+  addIfPresent(uri, "maxresults", maxResults);
+}
+
+Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
+    const Model::ListBlobRequest& request) const {
+  return implementation_->send(
+      Http::Method::Get, implementation_->containerUri(request.container.value()), request,
+      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+}
+
+Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
+  if (!blobType.isPresent()) return {};
+  return {{"x-ms-blob-type", blobType.value()}};
+}
+
+Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
+    const Model::PutBlobRequest& request) const {
+  return implementation_->send(Http::Method::Put,
+                               implementation_->blobUri(request.container, request.blob.value()),
+                               request, parseStored<Model::PutBlobResult>);
 }
 
 }  // namespace CloudStorage::Client::AzureSSB

@@ -218,7 +218,10 @@ bool isReset(const Error& error) {
 }
 
 Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request) {
-  Model::ListFolderRequest next = request;
+  CallBudget ownBudget;
+  Model::ListFolderRequest first = request;
+  if (first.budget == nullptr) first.budget = &ownBudget;  // which all pages share
+  Model::ListFolderRequest next = first;
   Model::ListFolderResult folder;
   for (bool mayStartOver = !request.isContinuation();;) {
     const auto page = listPage(call, next, folder.cursor);
@@ -229,7 +232,7 @@ Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request)
     } else if (mayStartOver && next.isContinuation() && isReset(page.getError())) {
       mayStartOver = false;
       folder = {};
-      next = request;
+      next = first;
     } else {
       return page.getError();
     }
@@ -287,8 +290,7 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(
-      Http::Method::Post, [] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
+  return call().create([] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
 }
 
 // Errors

@@ -165,7 +165,7 @@ std::string Model::UploadFileRequest::serializePayload() const {
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  return call().send(Http::Method::Post, filesUri, request, parseFile);
+  return call().create(filesUri, request, parseFile);
 }
 
 // Errors
@@ -193,7 +193,10 @@ ServiceMessage readMessage(const Http::Response& response) {
       Json::texts(response.body, {"error/errors/0/reason", "error/status", "error/message"});
   ServiceMessage message{texts[0], texts[2]};
   if (message.code.empty()) message.code = texts[1];
-  if (message.code.empty()) message.code = std::to_string(response.status);
+  if (message.code.empty()) {
+    message.code = std::to_string(response.status);
+    if (message.message.empty()) message.message = reasonPhrase(response.status);
+  }
   return message;
 }
 

@@ -9,70 +9,16 @@
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
 #include "Client/OneDrive/DriveItemJson.h"
+#include "Client/OneDrive/OneDriveAddressing.h"
+#include "Client/OneDrive/OneDriveRequestPolicy.h"
 #include "Client/OptionalParameters.h"
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "Util/Json.h"
+#include "Util/Text.h"
 
 namespace CloudStorage::Client::OneDrive {
 
 namespace Json = Util::Json;
-
-// Addresses
-
-namespace {
-
-constexpr char kService[] = "https://graph.microsoft.com/v1.0";
-
-Error invalidId() {
-  return localError("InvalidRequest", "The item id or drive id is empty or a relative path");
-}
-
-// The address of the given drive; of the user's own drive if there is no id.
-Util::Outcome<Http::URI, Error> driveUri(const Util::Field<std::string>& driveId) {
-  Http::URI uri = *Http::URI::parse(kService);
-  if (!driveId.isPresent()) {
-    uri.addPath("me/drive");
-    return uri;
-  }
-  if (!Http::URI::isPathSegment(driveId.value())) return invalidId();
-  uri.addPathSegment("drives");
-  uri.addPathSegment(driveId.value());
-  return uri;
-}
-
-Util::Outcome<Http::URI, Error> itemUri(const Util::Field<std::string>& driveId,
-                                        const Util::Field<std::string>& itemId) {
-  auto drive = driveUri(driveId);
-  if (!drive.isSuccess()) return drive;
-  if (!Http::URI::isPathSegment(itemId.value())) return invalidId();
-  Http::URI uri = std::move(drive).getResult();
-  uri.addPathSegment("items");
-  uri.addPathSegment(itemId.value());
-  return uri;
-}
-
-Util::Outcome<Http::URI, Error> childrenUri(const Util::Field<std::string>& driveId,
-                                            const Util::Field<std::string>& itemId) {
-  auto item = itemUri(driveId, itemId);
-  if (!item.isSuccess()) return item;
-  Http::URI uri = std::move(item).getResult();
-  uri.addPathSegment("children");
-  return uri;
-}
-
-// The address in a page token. The request carries the access token, so it must be an address of
-// the service.
-Util::Outcome<Http::URI, Error> pageUri(const std::string& pageToken) {
-  const auto service = *Http::URI::parse(kService);
-  const auto uri = Http::URI::parse(pageToken);
-  if (uri && uri->scheme() == service.scheme() && uri->authority() == service.authority() &&
-      uri->path().compare(0, service.path().size() + 1, service.path() + '/') == 0) {
-    return *uri;
-  }
-  return localError("InvalidRequest", "The page token leads away from the service");
-}
-
-}  // namespace
 
 std::vector<Http::URI::QueryParameter> OneDriveClient::authorizationParameters(
     const Auth::OAuth2RequestOptions& /*options*/) const {
@@ -123,9 +69,15 @@ Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response, Json
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
     const Model::GetDriveItemRequest& request) const {
-  return call().send(
-      Http::Method::Get, [&] { return itemUri(request.driveId, request.itemId); }, request,
-      parseItem);
+  // The item itself, also where a reference to another drive has this id.
+  const auto locate = [this, &request] {
+    if (!request.driveId.isPresent()) {
+      const auto known = remoteItems_.find(request.itemId.value());
+      if (known && known->itemId == request.itemId.value()) return itemUri(*known);
+    }
+    return itemUri({request.driveId, request.itemId.value()});
+  };
+  return call().send(Http::Method::Get, locate, request, parseItem);
 }
 
 // Listing
@@ -200,39 +152,12 @@ ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
   return known == std::end(kKnownFilters) ? parseChildren : known->parse;
 }
 
-bool isRefusedFilter(const Error& error) {
-  return (error.httpResponseCode == 400 || error.httpResponseCode == 501) &&
-         (error.exceptionName == "notSupported" || error.exceptionName == "invalidRequest" ||
-          error.exceptionName == "BadRequest");
-}
-
-/// Leaves out the filter if the service refuses it.
-class FilterPolicy : public BearerPolicy {
- public:
-  FilterPolicy(std::shared_ptr<Auth::OAuth2Credential> credential, Http::URI children,
-               Model::ListChildrenRequest model)
-      : BearerPolicy(std::move(credential)),
-        children_(std::move(children)),
-        model_(std::move(model)) {}
-
-  bool recover(const Http::Response& /*response*/, const Error& error,
-               Http::Request& request) override {
-    if (!model_.filter.isPresent() || !isRefusedFilter(error)) return false;
-    model_.filter = Util::Field<std::string>();
-    request.uri = children_;
-    model_.addQueryStringParameters(request.uri);
-    return true;
-  }
-
- private:
-  Http::URI children_;
-  Model::ListChildrenRequest model_;
-};
-
 }  // namespace
 
 bool Model::ListChildrenRequest::namesItsPage() const {
-  return pageToken.isPresent() && pageToken.value().find("://") != std::string::npos;
+  constexpr std::string_view kLinkStart = "https://";
+  return pageToken.isPresent() &&
+         pageToken.value().compare(0, kLinkStart.size(), kLinkStart) == 0;
 }
 
 void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const {
@@ -244,19 +169,22 @@ void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const 
 }
 
 Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
-  const ChildrenParser parse = parserFor(request);
-  if (request.namesItsPage()) {
-    return call().send(
-        Http::Method::Get, [&] { return pageUri(request.pageToken.value()); }, request, parse);
-  }
-  auto uri = childrenUri(request.driveId, request.itemId);
-  if (!uri.isSuccess() || parse == parseChildren) {
-    return call().send(
-        Http::Method::Get, [&] { return uri; }, request, parse);
-  }
-  FilterPolicy policy(call().credential(), uri.getResult(), request);
-  return call().send(
-      Http::Method::Get, [&] { return uri; }, request, policy, parse);
+  return ServiceCall::guarded([this, &request] {
+    const ChildrenParser parse = parserFor(request);
+    ListingPolicy policy(call(), remoteItems_, request, parse != parseChildren);
+    const auto locate = [&] {
+      return request.namesItsPage() ? pageUri(request.pageToken.value()) : policy.uri();
+    };
+    const auto parseAndRemember = [&](Http::Response&& response, Json::Parser& json) {
+      Children children = parse(std::move(response), json);
+      if (!children.isSuccess()) return children;
+      policy.rememberFolder();
+      for (const auto& item : children.getResult().items) policy.remember(item);
+      return children;
+    };
+    return policy.outcomeOf(
+        call().send(Http::Method::Get, locate, request, policy, parseAndRemember));
+  });
 }
 
 // Creation
@@ -272,9 +200,18 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().send(
-      Http::Method::Post, [&] { return childrenUri(request.driveId, request.parentItemId); },
-      request, parseItem);
+  return ServiceCall::guarded([this, &request] {
+    FolderCreationPolicy policy(call(), remoteItems_, request.driveId, request.parentItemId);
+    const auto parseAndRemember = [&policy](Http::Response&& response, Json::Parser& json) {
+      auto folder = parseItem(std::move(response), json);
+      if (!folder.isSuccess()) return folder;
+      policy.rememberFolder();
+      policy.remember(folder.getResult());
+      return folder;
+    };
+    return policy.outcomeOf(call().send(
+        Http::Method::Post, [&policy] { return policy.uri(); }, request, policy, parseAndRemember));
+  });
 }
 
 // Errors

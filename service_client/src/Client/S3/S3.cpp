@@ -13,6 +13,7 @@
 #include "Client/XmlResponse.h"
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "Http/PercentEncoding.h"
+#include "Util/Text.h"
 #include "Util/Xml.h"
 
 namespace CloudStorage::Client::S3 {
@@ -102,87 +103,60 @@ namespace {
 /// Failures are matched by code alone: compatible stores send the same code with different
 /// statuses, even with 200.
 constexpr ErrorRow kRows[] = {
-    {kAnyStatus, "InvalidBucketName", CoreErrors::InvalidBucketName, Retry::Never},
-    {kAnyStatus, "NoSuchBucket", CoreErrors::BucketNotFound, Retry::Never},
-    {kAnyStatus, "BucketAlreadyExists", CoreErrors::BucketAlreadyExists, Retry::Never},
-    {kAnyStatus, "BucketAlreadyOwnedByYou", CoreErrors::BucketAlreadyOwned, Retry::Never},
-    {kAnyStatus, "TooManyBuckets", CoreErrors::TooManyBuckets, Retry::Never},
-    {kAnyStatus, "InvalidLocationConstraint", CoreErrors::InvalidLocation, Retry::Never},
-    {kAnyStatus, "QuotaExceeded", CoreErrors::QuotaExceeded, Retry::Never},
-    {kAnyStatus, "NoSuchKey", CoreErrors::NotFound, Retry::Never},
+    {kAnyStatus, "InvalidBucketName", CoreErrors::InvalidBucketName, Retry::ServerErrors},
+    {kAnyStatus, "NoSuchBucket", CoreErrors::BucketNotFound, Retry::ServerErrors},
+    {kAnyStatus, "BucketAlreadyExists", CoreErrors::BucketAlreadyExists, Retry::ServerErrors},
+    {kAnyStatus, "BucketAlreadyOwnedByYou", CoreErrors::BucketAlreadyOwned, Retry::ServerErrors},
+    {kAnyStatus, "TooManyBuckets", CoreErrors::TooManyBuckets, Retry::ServerErrors},
+    {kAnyStatus, "InvalidLocationConstraint", CoreErrors::InvalidLocation, Retry::ServerErrors},
+    {kAnyStatus, "QuotaExceeded", CoreErrors::QuotaExceeded, Retry::ServerErrors},
+    {kAnyStatus, "NoSuchKey", CoreErrors::NotFound, Retry::ServerErrors},
     {kAnyStatus, "OperationAborted", CoreErrors::Conflict, Retry::Always},
-    {kAnyStatus, "PreconditionFailed", CoreErrors::PreconditionFailed, Retry::Never},
+    {kAnyStatus, "PreconditionFailed", CoreErrors::PreconditionFailed, Retry::ServerErrors},
 
-    {kAnyStatus, "AccessDenied", CoreErrors::AccessDenied, Retry::Never},
-    {kAnyStatus, "AllAccessDisabled", CoreErrors::AccessDenied, Retry::Never},
-    {kAnyStatus, "MethodNotAllowed", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "InvalidAccessKeyId", CoreErrors::UnknownAccessKey, Retry::Never},
-    {kAnyStatus, "SignatureDoesNotMatch", CoreErrors::SignatureMismatch, Retry::Never},
-    {kAnyStatus, "RequestTimeTooSkewed", CoreErrors::ClockSkew, Retry::Never},
-    {kAnyStatus, "ExpiredToken", CoreErrors::NotAuthenticated, Retry::Never},
-    {kAnyStatus, "AccountProblem", CoreErrors::AccountProblem, Retry::Never},
-    {kAnyStatus, "NotSignedUp", CoreErrors::AccountProblem, Retry::Never},
-    {kAnyStatus, "AuthenticationLockout", CoreErrors::AccountProblem, Retry::Never},
+    {kAnyStatus, "AccessDenied", CoreErrors::AccessDenied, Retry::ServerErrors},
+    {kAnyStatus, "AllAccessDisabled", CoreErrors::AccessDenied, Retry::ServerErrors},
+    {kAnyStatus, "MethodNotAllowed", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "InvalidAccessKeyId", CoreErrors::UnknownAccessKey, Retry::ServerErrors},
+    {kAnyStatus, "SignatureDoesNotMatch", CoreErrors::SignatureMismatch, Retry::ServerErrors},
+    {kAnyStatus, "RequestTimeTooSkewed", CoreErrors::ClockSkew, Retry::ServerErrors},
+    {kAnyStatus, "ExpiredToken", CoreErrors::NotAuthenticated, Retry::ServerErrors},
+    {kAnyStatus, "AccountProblem", CoreErrors::AccountProblem, Retry::ServerErrors},
+    {kAnyStatus, "NotSignedUp", CoreErrors::AccountProblem, Retry::ServerErrors},
+    {kAnyStatus, "AuthenticationLockout", CoreErrors::AccountProblem, Retry::ServerErrors},
 
-    {kAnyStatus, "PermanentRedirect", CoreErrors::WrongRegion, Retry::Never},
-    {kAnyStatus, "AuthorizationHeaderMalformed", CoreErrors::WrongRegion, Retry::Never},
-    {kAnyStatus, "IllegalLocationConstraintException", CoreErrors::WrongRegion, Retry::Never},
-    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::Never},
-    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::Never},
-    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::Never},
+    {kAnyStatus, "PermanentRedirect", CoreErrors::WrongRegion, Retry::ServerErrors},
+    {kAnyStatus, "AuthorizationHeaderMalformed", CoreErrors::WrongRegion, Retry::ServerErrors},
+    {kAnyStatus, "IllegalLocationConstraintException", CoreErrors::WrongRegion,
+     Retry::ServerErrors},
+    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::ServerErrors},
+    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::ServerErrors},
+    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::ServerErrors},
 
-    {kAnyStatus, "InvalidArgument", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "InvalidRequest", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "InvalidURI", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "MalformedXML", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "MissingContentLength", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "InvalidDigest", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "BadDigest", CoreErrors::InvalidRequest, Retry::Never},
-    {kAnyStatus, "XAmzContentSHA256Mismatch", CoreErrors::InvalidRequest, Retry::Never},
+    {kAnyStatus, "InvalidArgument", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "InvalidRequest", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "InvalidURI", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "MalformedXML", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "MissingContentLength", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "InvalidDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "BadDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "XAmzContentSHA256Mismatch", CoreErrors::InvalidRequest, Retry::ServerErrors},
 
     {kAnyStatus, "RequestTimeout", CoreErrors::Timeout, Retry::Always},
-    {kAnyStatus, "SlowDown", CoreErrors::Throttled, Retry::Always},
-    {kAnyStatus, "RequestRateLimitExceeded", CoreErrors::Throttled, Retry::Never},
-    {kAnyStatus, "InternalError", CoreErrors::ServiceFailure, Retry::Always},
-    {kAnyStatus, "ServiceUnavailable", CoreErrors::ServiceFailure, Retry::Always},
-    {kAnyStatus, "Unavailable", CoreErrors::ServiceFailure, Retry::Always},
-    {kAnyStatus, "NotImplemented", CoreErrors::NotImplemented, Retry::Always},
+    {kAnyStatus, "SlowDown", CoreErrors::Throttled, Retry::ServerErrors},
+    {kAnyStatus, "RequestRateLimitExceeded", CoreErrors::Throttled, Retry::ServerErrors},
+    {kAnyStatus, "InternalError", CoreErrors::ServiceFailure, Retry::ServerErrors},
+    {kAnyStatus, "ServiceUnavailable", CoreErrors::ServiceFailure, Retry::ServerErrors},
+    {kAnyStatus, "Unavailable", CoreErrors::ServiceFailure, Retry::ServerErrors},
+    {kAnyStatus, "NotImplemented", CoreErrors::NotImplemented, Retry::ServerErrors},
 
     {429, "", CoreErrors::Throttled, Retry::Never},
 };
 
-// Some stores send an error with a success status.
-bool isError(pugi::xml_node root) {
-  return Xml::isNamed(root, "Error") && !Xml::text(Xml::child(root, "Code")).empty();
-}
-
-Error errorIn(pugi::xml_node root, const Http::Response& response) {
-  return responseError(
-      response, Http::Method::Get,
-      {Xml::text(Xml::child(root, "Code")), Xml::text(Xml::child(root, "Message"))}, kRows);
-}
-
-Util::Outcome<XmlDocument, Error> readListing(Http::Response&& response, const char* rootName) {
-  auto document = readXml(std::move(response.body));
-  if (!document.isSuccess()) return document;
-  const auto root = document.getResult()->root();
-  if (Xml::isNamed(root, rootName)) return document;
-  if (isError(root)) return errorIn(root, response);
-  return malformedResponse(std::string("The answer is no ") + rootName);
-}
-
-// Parses the response to a request that stores something. The services send no body, or one that is
-// not needed. An HTML page comes from another source, such as the login page of a network.
 template <typename Result>
 Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
-  if (response.body.find_first_not_of(" \t\r\n") == std::string::npos) return Result();
-  const auto document = readXml(std::move(response.body));
-  if (!document.isSuccess()) return document.getError();
-  const auto root = document.getResult()->root();
-  if (Xml::isNamed(root, "html")) return malformedResponse("The answer is a page");
-  if (isError(root)) return errorIn(root, response);
-  return Result();
+  return Client::parseStored<Result>(response, kRows);
 }
 
 }  // namespace
@@ -208,19 +182,21 @@ constexpr std::size_t kMostBuckets = 10'000;  // the default limit of an account
 
 Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& response) {
   const std::size_t size = response.body.size();
-  const auto listing = readListing(std::move(response), "ListAllMyBucketsResult");
+  const auto listing = asListing(takeXml(response), response, "ListAllMyBucketsResult", kRows);
   if (!listing.isSuccess()) return listing.getError();
   Xml::Document& document = *listing.getResult();
 
+  const std::size_t most = mostEntriesOf(0);  // the service chooses the number
+  std::size_t received = 0;
   Model::ListBucketsResult result;
   result.buckets.reserve(std::min(size / kUsualBucketLength, kMostBuckets));
-  const auto list = Xml::child(document.root(), "Buckets");
-  for (auto node = Xml::child(list, "Bucket"); node; node = Xml::nextSibling(node, "Bucket")) {
-    result.buckets.push_back(
-        {document.text(Xml::child(node, "Name")), document.text(Xml::child(node, "CreationDate"))});
-    if (result.buckets.back().name.empty()) {
-      return malformedResponse("A bucket in the answer has no name");
-    }
+  const auto list = Xml::lastChild(document.root(), "Buckets");
+  for (auto node = list.first_child(); node; node = node.next_sibling()) {
+    if (!Xml::isNamed(node, "Bucket")) continue;
+    if (++received > most) return tooManyEntries(most);
+    const std::string_view name = document.text(Xml::child(node, "Name"));
+    if (name.empty()) continue;
+    result.buckets.push_back({name, document.text(Xml::child(node, "CreationDate"))});
   }
   result.storage = document.storage();
   return result;
@@ -289,10 +265,8 @@ namespace {
 std::string_view decodeKey(Xml::Document& document, std::string_view text) {
   std::string encoded(text);
   std::replace(encoded.begin(), encoded.end(), '+', ' ');
-  return document.replace(text, Http::uriDecode(encoded));
+  return document.replace(text, Util::toName(Http::uriDecode(encoded)));
 }
-
-bool hasNul(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
 Model::Object readObject(Xml::Document& document, pugi::xml_node node) {
   return {document.text(Xml::child(node, "Key")), document.text(Xml::child(node, "LastModified")),
@@ -300,44 +274,69 @@ Model::Object readObject(Xml::Document& document, pugi::xml_node node) {
           document.text(Xml::child(node, "StorageClass"))};
 }
 
-void readPrefixes(Xml::Document& document, pugi::xml_node group,
-                  Model::ListObjectsV2Result& result) {
-  for (auto node = group.first_child(); node; node = node.next_sibling()) {
-    if (Xml::isNamed(node, "Prefix")) result.commonPrefixes.push_back(document.text(node));
-  }
-}
-
 void decodeKeys(Xml::Document& document, Model::ListObjectsV2Result& result) {
   for (auto& object : result.objects) object.key = decodeKey(document, object.key);
   for (auto& prefix : result.commonPrefixes) prefix = decodeKey(document, prefix);
 }
 
-Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& response) {
-  const auto listing = readListing(std::move(response), "ListBucketResult");
+/// Reads the elements of a page of keys one by one. At most `most` of them may be entries.
+class ObjectsReader {
+ public:
+  ObjectsReader(Xml::Document& document, std::size_t most) : document_(document), most_(most) {}
+
+  /// Returns false if there are too many entries.
+  bool read(pugi::xml_node node) {
+    if (Xml::isNamed(node, "CommonPrefixes")) return readPrefixes(node);
+    if (Xml::isNamed(node, "Contents")) {
+      if (++received_ > most_) return false;
+      result_.objects.push_back(readObject(document_, node));
+    } else if (Xml::isNamed(node, "EncodingType")) {
+      isEncoded_ = document_.text(node) == "url";
+    }
+    return true;
+  }
+
+  Model::ListObjectsV2Result result() && {
+    // Stores that do not support the parameter neither encode keys nor send the element.
+    if (isEncoded_) decodeKeys(document_, result_);
+    result_.storage = document_.storage();
+    return std::move(result_);
+  }
+
+ private:
+  bool readPrefixes(pugi::xml_node group) {
+    const std::size_t before = received_;
+    for (auto node = group.first_child(); node; node = node.next_sibling()) {
+      if (!Xml::isNamed(node, "Prefix")) continue;
+      if (++received_ > most_) return false;
+      const std::string_view prefix = document_.text(node);
+      if (!prefix.empty()) result_.commonPrefixes.push_back(prefix);
+    }
+    return received_ > before || ++received_ <= most_;  // an empty group is an entry, too
+  }
+
+  Xml::Document& document_;
+  std::size_t most_;
+  std::size_t received_ = 0;
+  // It is found in the same pass, because a search among a thousand siblings is expensive.
+  bool isEncoded_ = false;
+  Model::ListObjectsV2Result result_;
+};
+
+Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& response,
+                                                              std::size_t most,
+                                                              S3ListingPolicy& policy) {
+  XmlDocument received = takeXml(response);
+  policy.setIsXml(received->status().getCode() != Xml::kNotXml);
+  const auto listing = asListing(std::move(received), response, "ListBucketResult", kRows);
   if (!listing.isSuccess()) return listing.getError();
   Xml::Document& document = *listing.getResult();
 
-  Model::ListObjectsV2Result result;
-  // Stores that do not support the parameter neither encode keys nor send this element. It is found
-  // in the same pass, because a separate search among a thousand siblings is expensive.
-  bool isEncoded = false;
+  ObjectsReader reader(document, most);
   for (auto node = document.root().first_child(); node; node = node.next_sibling()) {
-    if (Xml::isNamed(node, "CommonPrefixes")) {
-      readPrefixes(document, node, result);
-    } else if (Xml::isNamed(node, "Contents")) {
-      result.objects.push_back(readObject(document, node));
-    } else if (Xml::isNamed(node, "EncodingType")) {
-      isEncoded = document.text(node) == "url";
-    }
+    if (!reader.read(node)) return tooManyEntries(most);
   }
-  if (isEncoded) decodeKeys(document, result);
-  // As a C string such a prefix would be truncated and denote another folder.
-  if (isEncoded &&
-      std::any_of(result.commonPrefixes.begin(), result.commonPrefixes.end(), hasNul)) {
-    return malformedResponse("A prefix in the answer holds a byte of value 0");
-  }
-  result.storage = document.storage();
-  return result;
+  return std::move(reader).result();
 }
 
 }  // namespace
@@ -357,10 +356,11 @@ Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
     const Model::ListObjectsV2Request& request) const {
   auto& own = *implementation_;
   const std::string& bucket = request.bucket.value();
-  S3BucketPolicy policy(own.service(), bucket);
+  S3ListingPolicy policy(own.service(), bucket);
+  const std::size_t most = mostEntriesOf(request.maxKeys);
   return own.call.send(
       Http::Method::Get, [&] { return own.checked(policy.uri(), bucket); }, request, policy,
-      parseObjects);
+      [&](Http::Response&& response) { return parseObjects(std::move(response), most, policy); });
 }
 
 Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "Client/Redirect.h"
+
 namespace CloudStorage::Client::S3 {
 namespace {
 
@@ -34,10 +36,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kWasabiAl
     {"it-1", "eu-south-1"},
 }};
 
-bool endsWith(std::string_view text, std::string_view suffix) {
-  return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
 // Whether `label` has the form of "eu-central-1". Other labels in its place denote services, such
 // as "accelerate".
 bool isRegionLabel(std::string_view label) {
@@ -49,7 +47,7 @@ bool isRegionLabel(std::string_view label) {
 
 // The label between "s3." or "s3-" and `suffix`; empty if the host has another form.
 std::string_view hostLabel(std::string_view host, std::string_view suffix) {
-  if (!endsWith(host, suffix)) return {};
+  if (!isBelow(host, suffix)) return {};
   host.remove_suffix(suffix.size());
   if (host.substr(0, 3) != "s3." && host.substr(0, 3) != "s3-") return {};
   host.remove_prefix(3);
@@ -140,29 +138,10 @@ std::string_view parentDomain(std::string_view host) {
 
 bool isTrustedHost(const S3Endpoint& endpoint, std::string_view host) {
   if (host == endpoint.base.host()) return true;
-  if (endpoint.partition == Partition::Aws) return endsWith(host, kAwsSuffix);
-  if (endpoint.partition == Partition::AwsChina) return endsWith(host, kAwsChinaSuffix);
+  if (endpoint.partition == Partition::Aws) return isBelow(host, kAwsSuffix);
+  if (endpoint.partition == Partition::AwsChina) return isBelow(host, kAwsChinaSuffix);
   const std::string_view domain = parentDomain(endpoint.base.host());
-  return !domain.empty() && endsWith(host, domain);
-}
-
-// RFC 3986, section 4.2: a reference with a colon in its first segment is not relative.
-bool isAbsolute(const std::string& location) {
-  const auto colon = location.find(':');
-  return colon != std::string::npos && location.find_first_of("/?") > colon;
-}
-
-std::optional<Http::URI> resolve(const Http::URI& current, const std::string& location) {
-  if (location.empty()) return std::nullopt;
-  if (isAbsolute(location)) return Http::URI::parse(location);
-  if (location.compare(0, 2, "//") == 0) return Http::URI::parse(current.scheme() + ':' + location);
-  if (location.compare(0, 1, "/") == 0) {
-    return Http::URI::parse(current.scheme() + "://" + current.authority() + location);
-  }
-  const std::string path = current.path().empty() ? "/" : current.path();
-  const std::string start = current.scheme() + "://" + current.authority() + path;
-  if (location.compare(0, 1, "?") == 0) return Http::URI::parse(start + location);
-  return Http::URI::parse(start.substr(0, start.rfind('/') + 1) + location);
+  return !domain.empty() && isBelow(host, domain);
 }
 
 }  // namespace
@@ -225,9 +204,8 @@ bool isRegionName(std::string_view text) {
 
 std::optional<Http::URI> redirectedUri(const S3Endpoint& endpoint, const Http::URI& current,
                                        const std::string& location) {
-  auto target = resolve(current, location);
+  auto target = redirectTarget(current, location);
   if (!target || !isTrustedHost(endpoint, target->host())) return std::nullopt;
-  if (current.scheme() == "https") target->setScheme("https");
   return target;
 }
 

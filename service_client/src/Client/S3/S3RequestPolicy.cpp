@@ -1,14 +1,17 @@
 #include "Client/S3/S3RequestPolicy.h"
 
-#include <algorithm>
 #include <optional>
+#include <utility>
 
-#include "Util/Text.h"
+#include "Client/ResponseChecks.h"
+#include "Http/HeaderChecks.h"
 #include "Util/Time.h"
 #include "Util/Xml.h"
 
 namespace CloudStorage::Client::S3 {
 namespace {
+
+constexpr char kRegionHeader[] = "x-amz-bucket-region";
 
 // The text of one element of an error document; empty if the response is not an error document or
 // lacks the element.
@@ -36,8 +39,8 @@ bool indicatesOtherRegion(const Error& error, const std::string& usedRegion) {
   const int code = error.httpResponseCode;
   if (code == 301 && error.exceptionName == "PermanentRedirect") return true;
   if (code != 301 && code != 302 && code != 307 && code != 400) return false;
-  const auto named = error.responseHeaders.find("x-amz-bucket-region");
-  return named != error.responseHeaders.end() && named->second != usedRegion;
+  const auto stated = error.responseHeaders.find(kRegionHeader);
+  return stated != error.responseHeaders.end() && stated->second != usedRegion;
 }
 
 std::optional<std::chrono::system_clock::time_point> serviceTime(const Http::Response& response) {
@@ -51,6 +54,10 @@ std::optional<std::chrono::system_clock::time_point> serviceTime(const Http::Res
 
 void S3RequestPolicy::authorize(Http::Request& request) {
   service_.signer.sign(request, region_, service_.call.now() + service_.clock.offset());
+}
+
+std::vector<std::string> S3RequestPolicy::secretsIn(const Http::Request& request) const {
+  return {service_.signer.stringToSign(request, region_)};
 }
 
 bool S3RequestPolicy::recover(const Http::Response& response, const Error& error, Http::Request&) {
@@ -102,17 +109,15 @@ Http::URI S3BucketPolicy::uri() const {
 
 bool S3BucketPolicy::recover(const Http::Response& response, const Error& error,
                              Http::Request& request) {
-  return recoverRegion(response, error, request) || recoverEncoding(response, error, request) ||
+  return recoverRegion(response, error, request) ||
          S3RequestPolicy::recover(response, error, request);
 }
 
 bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& error,
                                    Http::Request& request) {
   if (regionRecovered_ || !indicatesOtherRegion(error, region())) return false;
-  std::string actual = headerOrEmpty(response, "x-amz-bucket-region");
-  if (actual.empty()) actual = errorElement(response, "Region");
-  if (actual.empty()) actual = requestRegion();
-  if (!isRegionName(actual) || actual == region()) return false;
+  std::string actual = regionOf(response);
+  if (actual.empty()) return false;
 
   regionRecovered_ = true;
   // After a redirect host and path belong together, so only the signature is corrected.
@@ -123,24 +128,21 @@ bool S3BucketPolicy::recoverRegion(const Http::Response& response, const Error& 
   return true;
 }
 
-// A key may contain characters that XML cannot represent. The response is then not valid XML,
-// unless the request makes the service encode keys.
-bool S3BucketPolicy::recoverEncoding(const Http::Response& response, const Error& error,
-                                     Http::Request& request) {
-  const auto& query = request.uri.query();
-  const bool isListing = std::any_of(query.begin(), query.end(), [](const auto& parameter) {
-    return parameter.first == "list-type";
-  });
-  const std::string type = Util::lowerCase(headerOrEmpty(response, "content-type"));
-  const bool isHtml = type.find("html") != std::string::npos;
-  if (encodingRecovered_ || !isListing || isHtml || !response.isSuccessStatus() ||
-      error.errorType != CoreErrors::LocalFailure) {
-    return false;
+// The first source that names another region, of those that need no request before the one that
+// does; empty if none does.
+std::string S3BucketPolicy::regionOf(const Http::Response& response) {
+  for (const auto& stated :
+       {headerOrEmpty(response, kRegionHeader), errorElement(response, "Region")}) {
+    if (isOtherRegion(stated)) return stated;
   }
-  encodingRecovered_ = true;
-  request.uri.addQueryStringParameter("encoding-type", "url");
-  request.uri.sortQuery();
-  return true;
+  if (regionRequested_) return {};
+  regionRequested_ = true;
+  const std::string received = requestRegion();
+  return isOtherRegion(received) ? received : std::string();
+}
+
+bool S3BucketPolicy::isOtherRegion(const std::string& text) const {
+  return isRegionName(text) && text != region();
 }
 
 std::string S3BucketPolicy::requestRegion() {
@@ -148,7 +150,19 @@ std::string S3BucketPolicy::requestRegion() {
   request.method = Http::Method::Head;
   request.uri = bucketUri(service().endpoint, region(), bucket_);
   authorize(request);
-  return headerOrEmpty(service().call.transfer(request), "x-amz-bucket-region");
+  return headerOrEmpty(service().call.transfer(request), kRegionHeader);
+}
+
+bool S3ListingPolicy::recover(const Http::Response& response, const Error& error,
+                              Http::Request& request) {
+  const bool wasXml = std::exchange(isXml_, true);
+  if (wasXml || encodingRecovered_ || !isWholeResult(response) || Http::isHtml(response)) {
+    return S3BucketPolicy::recover(response, error, request);
+  }
+  encodingRecovered_ = true;
+  request.uri.addQueryStringParameter("encoding-type", "url");
+  request.uri.sortQuery();
+  return true;
 }
 
 }  // namespace CloudStorage::Client::S3

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Auth/AWSV4Signer.h"
 #include "Client/S3/S3Addressing.h"
@@ -39,6 +40,7 @@ class S3RequestPolicy : public RequestPolicy {
       : service_(service), region_(std::move(region)) {}
 
   void authorize(Http::Request& request) override;
+  std::vector<std::string> secretsIn(const Http::Request& request) const override;
   bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
   bool redirect(const std::string& location, Http::Request& request) override;
 
@@ -85,12 +87,28 @@ class S3BucketPolicy : public S3RequestPolicy {
 
  private:
   bool recoverRegion(const Http::Response& response, const Error& error, Http::Request& request);
-  bool recoverEncoding(const Http::Response& response, const Error& error, Http::Request& request);
+  std::string regionOf(const Http::Response& response);
   std::string requestRegion();
+  bool isOtherRegion(const std::string& text) const;
 
   std::string bucket_;
   std::string key_;
   bool regionRecovered_ = false;
+  bool regionRequested_ = false;
+};
+
+/// The policy of a call that lists a bucket's keys. A key may contain characters that XML cannot
+/// represent. The response is then not XML, unless the request makes the service encode keys.
+class S3ListingPolicy : public S3BucketPolicy {
+ public:
+  using S3BucketPolicy::S3BucketPolicy;
+
+  /// Whether the last response was XML, whatever it contained.
+  void setIsXml(bool isXml) { isXml_ = isXml; }
+  bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+
+ private:
+  bool isXml_ = true;
   bool encodingRecovered_ = false;
 };
 

@@ -57,7 +57,8 @@ class CLOUDSTORAGE_API ListChildrenRequest : public OneDriveRequest {
   /// filtered.
   bool filtersResponses = true;
 
-  /// Whether `pageToken` is the page's whole address, which is then requested unchanged.
+  /// Whether `pageToken` is the page's whole address, which is then requested unchanged: it begins
+  /// with `https://`. Any other text is a parameter of the request.
   bool namesItsPage() const;
   std::string serializePayload() const override { return {}; }
   void addQueryStringParameters(Http::URI& uri) const override;

@@ -4,6 +4,7 @@
 
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Client/OneDrive/Model.h"
+#include "CloudStorage/Client/OneDrive/RemoteItems.h"
 #include "CloudStorage/Util/Outcome.h"
 
 namespace CloudStorage::Client::OneDrive {
@@ -25,6 +26,9 @@ class CLOUDSTORAGE_API OneDriveClient : public OAuth2Client {
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(
       const Auth::OAuth2RequestOptions& options) const override;
+
+ private:
+  mutable RemoteItems remoteItems_;
 };
 
 /// Translates the failures of Microsoft Graph, which are JSON.

@@ -1,0 +1,61 @@
+# Installation of everything but the binaries.
+
+include(CMakePackageConfigHelpers)
+
+# Files for pkg-config and CMake. Both locate the library relative to themselves, so that an
+# installed tree can be moved.
+set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(cmake_folder ${CMAKE_INSTALL_LIBDIR}/cmake/libvemlo)
+file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig_folder} /prefix)
+set(package_names libvemlo)
+if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
+  list(APPEND package_names libvemlo-service-client)
+endif()
+foreach(name IN LISTS package_names)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+    DESTINATION ${pkgconfig_folder} COMPONENT development)
+endforeach()
+
+configure_package_config_file(cmake/libvemlo-config.cmake.in libvemlo-config.cmake
+  INSTALL_DESTINATION ${cmake_folder} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(libvemlo-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/libvemlo-config.cmake
+              ${PROJECT_BINARY_DIR}/libvemlo-config-version.cmake
+  DESTINATION ${cmake_folder} COMPONENT development)
+install(EXPORT libvemlo NAMESPACE libvemlo:: FILE libvemlo-targets.cmake
+  DESTINATION ${cmake_folder} COMPONENT development)
+
+# Manuals, documents and examples.
+find_program(gzip gzip REQUIRED)
+# install_compressed(<component> <source> <folder> <name> [EXCLUDE_FROM_ALL]): installs <name>.gz
+# without a timestamp.
+function(install_compressed component source folder name)
+  set(compressed ${PROJECT_BINARY_DIR}/compressed/${component}/${name}.gz)
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/compressed/${component})
+  execute_process(COMMAND ${gzip} -9nc ${source} OUTPUT_FILE ${compressed}
+    COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+  install(FILES ${compressed} DESTINATION ${folder} COMPONENT ${component} ${ARGN})
+endfunction()
+
+if(VEMLO_BUILD_TOOL)
+  install_compressed(tool ${PROJECT_SOURCE_DIR}/docs/man/vemlo.1
+    ${CMAKE_INSTALL_MANDIR}/man1 vemlo.1)
+endif()
+install_compressed(development ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
+  ${CMAKE_INSTALL_MANDIR}/man3 libvemlo.3)
+# The pages of the functions are made from the header.
+find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
+set(pages ${PROJECT_BINARY_DIR}/manual-pages)
+execute_process(COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${pages}
+  COMMAND_ERROR_IS_FATAL ANY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/include/libvemlo.h ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
+  ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${PROJECT_SOURCE_DIR}/scripts/public_header.py)
+install(DIRECTORY ${pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)
+install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
+  DESTINATION ${folder} COMPONENT development)
+install(DIRECTORY examples DESTINATION ${folder} COMPONENT development
+  PATTERN __pycache__ EXCLUDE)

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+
+namespace CloudStorage::Client {
+
+/// What one call of a host may use, whatever the service does: time and requests. All requests of
+/// the call share it, such as those for the pages of a listing and those that a client sends by
+/// itself. One thread uses it.
+class CallBudget {
+ public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  static constexpr std::chrono::minutes kTime{10};
+  static constexpr std::size_t kRequests = 100'000;
+
+  /// The time that is left, 0 if the time is over. It starts with the first call.
+  std::chrono::milliseconds timeLeft(TimePoint now) {
+    if (!end_) end_ = now + kTime;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*end_ - now);
+    return std::max(left, std::chrono::milliseconds::zero());
+  }
+
+  /// Uses one request. Returns false if none is left.
+  bool takeRequest() {
+    if (requests_ == kRequests) return false;
+    ++requests_;
+    return true;
+  }
+
+ private:
+  std::optional<TimePoint> end_;
+  std::size_t requests_ = 0;
+};
+
+}  // namespace CloudStorage::Client

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CloudStorage::Auth {
+
+/// Redacts secrets in texts of a service, which may quote the request.
+class Redactor {
+ public:
+  /// An empty secret is ignored.
+  explicit Redactor(const std::vector<std::string>& secrets);
+
+  /// `text` as one line (see Util::oneLine()) in which asterisks replace every secret, whether it is
+  /// unchanged, percent-encoded, escaped as in JSON, or part of a text in Base64. Truncated to
+  /// Util::kLineLimit bytes after that. The part of a secret that the end of a long text has cut off
+  /// is replaced, too.
+  std::string line(std::string_view text) const;
+
+ private:
+  void add(std::string word);
+  void addBase64(std::string_view secret);
+  std::size_t matchAt(std::string_view text, bool mayBeCutOff) const;
+
+  /// The secrets, and their forms in Base64.
+  std::vector<std::string> words_;
+  /// The bytes with which a word, in any of its spellings, can begin.
+  std::array<bool, 256> isFirst_{};
+};
+
+}  // namespace CloudStorage::Auth

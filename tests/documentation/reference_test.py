@@ -1,0 +1,43 @@
+"""The API reference is made without warnings, and groups the functions of a service."""
+
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).parents[2]
+FAMILIES = ("s3_", "azure_ssb_", "amazon_drive_", "google_drive_", "one_drive_", "dropbox_")
+
+
+class Reference(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(tempfile.TemporaryDirectory())
+        cls.result = subprocess.run([ROOT / "scripts/api-reference", folder], capture_output=True,
+                                 text=True, check=False)
+        text = "".join(path.read_text(encoding="utf-8")
+                       for path in pathlib.Path(folder).rglob("*.html"))
+        cls.groups = {}
+        for group, name in re.findall(r'href="group__(\w+)\.html#\w+">(\w+)<', text):
+            cls.groups.setdefault(name, set()).add(group.replace("__", "_"))
+
+    def test_there_are_no_warnings(self):
+        self.assertEqual((self.result.stderr, self.result.returncode), ("", 0))
+
+    def test_every_name_is_in_one_group(self):
+        symbols = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+        for name in re.findall(r"^(\w+)@@", symbols, re.M):
+            with self.subTest(name=name):
+                self.assertEqual(len(self.groups.get(name, ())), 1)
+
+    def test_the_functions_of_a_service_are_together(self):
+        for family in FAMILIES:
+            with self.subTest(family=family):
+                groups = {group for name, found in self.groups.items() if name.startswith(family)
+                          for group in found}
+                self.assertEqual(groups, {family.rstrip("_")})
+
+
+if __name__ == "__main__":
+    unittest.main()
