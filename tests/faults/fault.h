@@ -36,6 +36,8 @@ struct Fault {
   Calls calls = kAllCalls;
   /// Those of them that succeed nevertheless.
   Calls survivors = 0;
+  /// Whether it takes a second page to notice it. A listing of S3 has one.
+  bool isOfLaterPages = false;
   /// Whether the response lets a request that creates something be sent again.
   bool invitesRepetition = false;
   /// The server closes new connections before they send a request.

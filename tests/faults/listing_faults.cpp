@@ -100,10 +100,14 @@ std::string twoLists(const AttackedRequest& request) {
   return pageOf(parts, folder + "]," + listName, 1, folder);
 }
 
-/// Says that the page follows that was just requested.
-std::string repeatedContinuation(const AttackedRequest& request) {
-  const auto& service = request.service;
-  return service.bodyOf({{folderOf(service, "f")}, "page-2"});
+/// From the second page on, the page follows that was just requested.
+Fault repeatedContinuation() {
+  Fault fault("RepeatedContinuation", respondWithPage([](const AttackedRequest& request) {
+                const auto& service = request.service;
+                return service.bodyOf({{folderOf(service, "f")}, "page-2"});
+              }));
+  fault.isOfLaterPages = true;
+  return fault;
 }
 
 /// Other members of an entry, with values that no client can represent.
@@ -136,9 +140,7 @@ Fault hungry(Fault fault) {
 
 std::vector<Fault> listingFaults() {
   std::vector<Fault> faults = {
-      // A listing of S3 has one page.
-      Fault("RepeatedContinuation", respondWithPage(repeatedContinuation))
-          .survivedBy(kStoreListing),
+      repeatedContinuation(),
       {"TooManyFolders", respondWithPage(tooManyFolders)},
       hungry({"EmptyEntries", respondWithPage(emptyEntries)}),
       hungry(Fault("GzippedEmptyEntries", respondWithGzippedEntries).onlyFor(kDriveListing)),

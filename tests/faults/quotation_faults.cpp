@@ -18,39 +18,42 @@ std::string errorBody(const AttackedRequest& request, const std::string& message
   return body.replace(position, denied.failure.message.size(), message);
 }
 
-/// `text` as a part of a body.
-std::string quoted(const std::string& text, bool isXml) {
-  std::string result;
+std::string asWritten(const std::string& text) { return text; }
+
+std::string inJsonText(const std::string& text) {
+  std::string escaped;
   for (const char character : text) {
-    if (character == '\\' && !isXml) result += '\\';
-    result += character;
+    if (character == '\\') escaped += '\\';
+    escaped += character;
   }
-  return result;
+  return escaped;
 }
 
-/// The secrets of a request, each with the same text before it.
+/// The secrets of a request, each with the same text before it. `embed` makes it part of a body.
 std::string quotation(const AttackedRequest& request, const Writing& writing,
-                      const std::string& before) {
+                      const std::string& before, std::string (*embed)(const std::string& text)) {
   std::string text;
   for (const auto& secret : secretsOf(request.request)) {
-    text += before + quoted(writing.write(secret), usesXml(request)) + ' ';
+    text += before + embed(writing.write(secret)) + ' ';
   }
   return text;
 }
 
 Attack quoteInMessage(int status, const Writing& writing, const std::string& before) {
   return [=](Connection& connection, const AttackedRequest& request) {
-    return connection.send(TestSupport::httpResponse(
-        std::to_string(status) + " Text", errorBody(request, quotation(request, writing, before)),
-        contentTypeOf(request.service)));
+    const auto embed = usesXml(request) ? asWritten : inJsonText;
+    return connection.send(
+        TestSupport::httpResponse(std::to_string(status) + " Text",
+                                  errorBody(request, quotation(request, writing, before, embed)),
+                                  contentTypeOf(request.service)));
   };
 }
 
 Attack quoteInText(const Writing& writing) {
   return [=](Connection& connection, const AttackedRequest& request) {
-    return connection.send(
-        TestSupport::httpResponse("400 Text", "Bad request: " + quotation(request, writing, ""),
-                                  "Content-Type: text/plain\r\n"));
+    return connection.send(TestSupport::httpResponse(
+        "400 Text", "Bad request: " + quotation(request, writing, "", asWritten),
+        "Content-Type: text/plain\r\n"));
   };
 }
 
