@@ -155,7 +155,7 @@ BareRequest googleRequest(const std::string& token) {
               (token.empty() ? token : "&pageToken=" + token) + "&q=%27" + kGoogleParent +
               "%27%20in%20parents%20and%20trashed%20%3D%20false%20and%20mimeType%20%3D%20%27"
               "application%2Fvnd.google-apps.folder%27&fields=nextPageToken%2Cfiles%28id%2Cname%29"
-              "&supportsAllDrives=true&includeItemsFromAllDrives=true",
+              "&supportsAllDrives=true&includeItemsFromAllDrives=true&prettyPrint=false",
           ""};
 }
 

@@ -43,9 +43,9 @@ add_link_options(-Wl,--as-needed)
 
 # The libraries handle untrusted responses in the process of a host.
 add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
+set(is_optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 if(NOT VEMLO_SANITIZE)
   # _FORTIFY_SOURCE requires optimisation.
-  set(is_optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   add_compile_options($<${is_optimised}:-fstack-protector-strong>
                       $<${is_optimised}:-U_FORTIFY_SOURCE> $<${is_optimised}:-D_FORTIFY_SOURCE=2>)
 endif()
@@ -62,13 +62,17 @@ if(VEMLO_SANITIZE)
   endif()
 endif()
 
-# compile_reproducibly(<target>): the objects do not depend on the folder in which the project is.
-# The logger puts __FILE__ into them, and -g puts more paths there. A compiler cache may make the
-# paths relative.
+# compile_reproducibly(<target>): what is shipped does not depend on the folder in which the project
+# is. The logger puts __FILE__ into objects, and -g puts more paths there. A compiler cache may make
+# the paths relative. Other builds keep the paths for debuggers.
 function(compile_reproducibly target)
-  file(RELATIVE_PATH relative_path ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR}/.)
-  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-                                           -ffile-prefix-map=${relative_path}=)
+  if(NOT VEMLO_SANITIZE)
+    file(RELATIVE_PATH relative_path ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+    string(REGEX REPLACE "([^/])$" "\\1/" relative_path "${relative_path}")
+    target_compile_options(${target} PRIVATE
+      $<${is_optimised}:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>
+      $<${is_optimised}:-ffile-prefix-map=${relative_path}=>)
+  endif()
 endfunction()
 
 # compile_tests_faster(<target>): for a program of tests that is written with GoogleTest.

@@ -5,14 +5,19 @@
 #include <utility>
 
 #include "CloudStorage/Client/AmazonDrive/Model.h"
+#include "CloudStorage/Client/CallBudget.h"
 #include "libvemlo.h"
+#include "libvemlo/exception_barrier.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
 using CloudStorage::Client::AmazonDrive::AmazonDriveClient;
+using libvemlo::guarded;
+using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::AmazonDrive::Model;
 
 namespace {
@@ -27,6 +32,15 @@ constexpr char kFolderFilter[] = "kind:FOLDER AND status:AVAILABLE";
 constexpr char kSort[] = "[kind,name]";
 constexpr int kPageSize = 100;
 
+constexpr char kAuthorizeUrlFailed[] = "Failed to build authorize URL. ";
+constexpr char kTokenFailed[] = "Failed to set token. ";
+constexpr char kRootFailed[] = "Failed to get root directory. ";
+constexpr char kListingFailed[] = "Failed to list directories. ";
+constexpr char kCreationFailed[] = "Failed to create directory. ";
+constexpr char kEndpointFailed[] = "Failed to get Endpoint. ";
+// The text is that of another operation; log filters of hosts match it.
+constexpr char kProfileFailed[] = "Failed to create directory. ";
+
 // The id is not escaped.
 std::string filterForFoldersIn(const std::string& parentId) {
   return std::string(kFolderFilter) + " AND parents:\"" + parentId + '"';
@@ -37,11 +51,13 @@ void storeEndpoints(AmazonDriveClient& client, const Model::GetEndpointResult& f
 }
 
 // Requests the endpoints of the account unless the client has them.
-int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client) {
+int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client, CallBudget& budget) {
   const auto endpoints = client->endpoints();
   if (!endpoints.content.empty() && !endpoints.metadata.empty()) return libvemlo::kSuccess;
 
-  const auto outcome = client->getEndpoint(Model::ComRequest());
+  Model::ComRequest request;
+  request.budget = &budget;
+  const auto outcome = client->getEndpoint(request);
   if (!outcome.isSuccess()) {
     const auto& error = outcome.getError();
     // Existing log readers expect the trailing line break.
@@ -61,10 +77,12 @@ int amazon_drive_get_authorize_url(session* handle, char** url) {
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kAuthorizeUrlFailed}, [&] {
+    OAuth2RequestOptions options;
+    options.scope = kScope;
+    *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_get_token(session* handle, const char* code, char** access_token,
@@ -76,17 +94,18 @@ int amazon_drive_get_token(session* handle, const char* code, char** access_toke
   *access_token = nullptr;
   *refresh_token = nullptr;
 
-  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
-  if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
-      exchange.refreshToken.empty()) {
-    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
-                  << ", accessToken = " << exchange.accessToken
-                  << ", refreshToken = " << exchange.refreshToken;
-    return kExchangeFailed;
-  }
-  *access_token = libvemlo::copyOf(exchange.accessToken);
-  *refresh_token = libvemlo::copyOf(exchange.refreshToken);
-  return libvemlo::kSuccess;
+  return guarded(kExchangeFailed, LoggedAs{libvemlo::kExchangeFailureText}, [&] {
+    const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
+    if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
+        exchange.refreshToken.empty()) {
+      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
+                    << ", accessToken = " << exchange.accessToken
+                    << ", refreshToken = " << exchange.refreshToken;
+      return kExchangeFailed;
+    }
+    libvemlo::handOutTokens(exchange, access_token, refresh_token);
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_set_token(session* handle, const char* access_token, const char* refresh_token) {
@@ -95,8 +114,10 @@ int amazon_drive_set_token(session* handle, const char* access_token, const char
   }
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
-  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kTokenFailed}, [&] {
+    const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
+    return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
+  });
 }
 
 int amazon_drive_get_endpoint(session* handle) {
@@ -104,32 +125,38 @@ int amazon_drive_get_endpoint(session* handle) {
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
 
-  const auto outcome = client->getEndpoint(Model::ComRequest());
-  if (!outcome.isSuccess()) {
-    SYSLOG(ERROR) << "Failed to get Endpoint. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  storeEndpoints(*client, outcome.getResult());
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kEndpointFailed}, [&] {
+    const auto outcome = client->getEndpoint(Model::ComRequest());
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kEndpointFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    storeEndpoints(*client, outcome.getResult());
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_test_api(session* handle) {
   if (handle == nullptr) return libvemlo::kBadArguments;
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kProfileFailed}, [&] {
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-  const auto outcome = client->getProfile(Model::ComRequest());
-  if (!outcome.isSuccess()) {
-    // The text is that of another operation; log filters of hosts match it.
-    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  // At ERROR severity, so that the account's holder is visible at every verbosity.
-  const auto& resource = outcome.getResult();
-  SYSLOG(ERROR) << "resource.getName(): " << resource.name;
-  SYSLOG(ERROR) << "resource.getEmail(): " << resource.email;
-  return libvemlo::kSuccess;
+    Model::ComRequest request;
+    request.budget = &budget;
+    const auto outcome = client->getProfile(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kProfileFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    // At ERROR severity, so that the account's holder is visible at every verbosity.
+    const auto& resource = outcome.getResult();
+    SYSLOG(ERROR) << "resource.getName(): " << resource.name;
+    SYSLOG(ERROR) << "resource.getEmail(): " << resource.email;
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_get_root_directory(session* handle, directory** root) {
@@ -137,60 +164,70 @@ int amazon_drive_get_root_directory(session* handle, directory** root) {
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
-  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kRootFailed}, [&] {
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-  Model::ListFileResourceRequest request;
-  request.endpoint = client->endpoints().metadata;
-  request.filters = kRootFilter;
-  const auto outcome = client->listFileResource(request);
-  if (!outcome.isSuccess()) {
-    SYSLOG(ERROR) << "Failed to get root directory. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  const auto& files = outcome.getResult().files;
-  if (files.empty()) return kNoRoot;
-  if (files.size() > 1) SYSLOG(ERROR) << "Find duplicate root node metadata. ";
+    Model::ListFileResourceRequest request;
+    request.budget = &budget;
+    request.endpoint = client->endpoints().metadata;
+    request.filters = kRootFilter;
+    const auto outcome = client->listFileResource(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kRootFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& files = outcome.getResult().files;
+    if (files.empty()) return kNoRoot;
+    if (files.size() > 1) SYSLOG(ERROR) << "Find duplicate root node metadata. ";
 
-  const auto& file = files.front();
-  VLOG(9) << "Fetch node file resource. " << file.toString();
-  *root = libvemlo::makeDirectory(file.id, file.name);
-  return libvemlo::kSuccess;
+    const auto& file = files.front();
+    VLOG(9) << "Fetch node file resource. " << file.toString();
+    *root = libvemlo::makeDirectory(file.id, file.name);
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_list_directory(session* handle, const directory* parent, directory** children,
                                 int* count) {
-  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
-  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
-  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  if (handle == nullptr || parent == nullptr || children == nullptr || count == nullptr ||
+      parent->id == nullptr) {
+    return libvemlo::kBadArguments;
+  }
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
-  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-  VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << kFolderFilter;
-  Model::ListFileResourceRequest request;
-  request.endpoint = client->endpoints().metadata;
-  request.sort = kSort;
-  request.filters = filterForFoldersIn(parent->id);
-  request.limit = kPageSize;
-  libvemlo::DirectoryList folders;
-  std::string pageToken;
-  do {
-    request.startToken = pageToken;
-    const auto outcome = client->listFileResource(request);
-    if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
-      return libvemlo::kServiceFailure;
-    }
-    const auto& page = outcome.getResult();
-    for (const auto& file : page.files) folders.add(file.id, file.name);
-    pageToken = page.nextToken;
-  } while (!pageToken.empty());
-  VLOG(9) << "Got " << folders.size() << " directories. ";
+    VLOG(9) << "Start to fetch children. parentId = " << parent->id
+            << ", filter = " << kFolderFilter;
+    Model::ListFileResourceRequest request;
+    request.budget = &budget;
+    request.endpoint = client->endpoints().metadata;
+    request.sort = kSort;
+    request.filters = filterForFoldersIn(parent->id);
+    request.limit = kPageSize;
+    libvemlo::DirectoryList folders;
+    std::string pageToken;
+    do {
+      request.startToken = pageToken;
+      const auto outcome = client->listFileResource(request);
+      if (!outcome.isSuccess()) {
+        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        return libvemlo::kServiceFailure;
+      }
+      const auto& page = outcome.getResult();
+      for (const auto& file : page.files) folders.add(file.id, file.name);
+      pageToken = page.nextToken;
+    } while (!pageToken.empty());
+    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
 
-  std::move(folders).handOutArray(children, count);
-  return libvemlo::kSuccess;
+    std::move(folders).handOutArray(children, count);
+    return libvemlo::kSuccess;
+  });
 }
 
 int amazon_drive_create_directory(session* handle, const directory* parent, const char* name,
@@ -201,19 +238,23 @@ int amazon_drive_create_directory(session* handle, const directory* parent, cons
   const auto client = handle->amazon_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
-  if (ensureEndpoints(client) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kCreationFailed}, [&] {
+    CallBudget budget;
+    if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-  Model::FileRequest request;
-  request.endpoint = client->endpoints().metadata;
-  request.name = name;
-  request.kind = kFolderKind;
-  request.parent = parent->id;
-  const auto outcome = client->folderCreate(request);
-  if (!outcome.isSuccess()) {
-    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  const auto& file = outcome.getResult();
-  *created = libvemlo::makeDirectory(file.id, file.name);
-  return libvemlo::kSuccess;
+    Model::FileRequest request;
+    request.budget = &budget;
+    request.endpoint = client->endpoints().metadata;
+    request.name = name;
+    request.kind = kFolderKind;
+    request.parent = parent->id;
+    const auto outcome = client->folderCreate(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& file = outcome.getResult();
+    *created = libvemlo::makeDirectory(file.id, file.name);
+    return libvemlo::kSuccess;
+  });
 }

@@ -3,14 +3,19 @@
 #include <string>
 #include <utility>
 
+#include "CloudStorage/Client/CallBudget.h"
 #include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "libvemlo.h"
+#include "libvemlo/exception_barrier.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
 using CloudStorage::Auth::OAuth2RequestOptions;
+using CloudStorage::Client::CallBudget;
+using libvemlo::guarded;
+using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::GoogleDrive::Model;
 
 namespace {
@@ -22,6 +27,12 @@ constexpr char kRootAlias[] = "root";
 constexpr char kFolderMimeType[] = "application/vnd.google-apps.folder";
 constexpr char kOrder[] = "folder,name";
 constexpr int kPageSize = 500;
+
+constexpr char kAuthorizeUrlFailed[] = "Failed to build authorize URL. ";
+constexpr char kTokenFailed[] = "Failed to set token. ";
+constexpr char kRootFailed[] = "Failed to get root directory. ";
+constexpr char kListingFailed[] = "Failed to list directories. ";
+constexpr char kCreationFailed[] = "Failed to create directory. ";
 
 // The id is not escaped: the service rejects the query if the id contains a quotation mark.
 std::string queryForFoldersIn(const std::string& parentId) {
@@ -37,13 +48,15 @@ int google_drive_get_authorize_url(session* handle, char** url) {
   if (!client) return libvemlo::kBadArguments;
   *url = nullptr;
 
-  OAuth2RequestOptions options;
-  options.scope = kScope;
-  // Without both, the service issues no refresh token to a user who has given consent before.
-  options.accessType = "offline";
-  options.approvalPrompt = "force";
-  *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kAuthorizeUrlFailed}, [&] {
+    OAuth2RequestOptions options;
+    options.scope = kScope;
+    // Without both, the service issues no refresh token to a user who has given consent before.
+    options.accessType = "offline";
+    options.approvalPrompt = "force";
+    *url = libvemlo::copyOf(client->buildAuthorizeUrl(options));
+    return libvemlo::kSuccess;
+  });
 }
 
 int google_drive_get_token(session* handle, const char* code, char** access_token,
@@ -55,17 +68,18 @@ int google_drive_get_token(session* handle, const char* code, char** access_toke
   *access_token = nullptr;
   *refresh_token = nullptr;
 
-  const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
-  if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
-      exchange.refreshToken.empty()) {
-    SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
-                  << ", accessToken = " << exchange.accessToken
-                  << ", refreshToken = " << exchange.refreshToken;
-    return kExchangeFailed;
-  }
-  *access_token = libvemlo::copyOf(exchange.accessToken);
-  *refresh_token = libvemlo::copyOf(exchange.refreshToken);
-  return libvemlo::kSuccess;
+  return guarded(kExchangeFailed, LoggedAs{libvemlo::kExchangeFailureText}, [&] {
+    const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
+    if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
+        exchange.refreshToken.empty()) {
+      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
+                    << ", accessToken = " << exchange.accessToken
+                    << ", refreshToken = " << exchange.refreshToken;
+      return kExchangeFailed;
+    }
+    libvemlo::handOutTokens(exchange, access_token, refresh_token);
+    return libvemlo::kSuccess;
+  });
 }
 
 int google_drive_set_token(session* handle, const char* access_token, const char* refresh_token) {
@@ -74,8 +88,10 @@ int google_drive_set_token(session* handle, const char* access_token, const char
   }
   const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
-  const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
-  return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kTokenFailed}, [&] {
+    const bool stored = libvemlo::storeTokens(*client, access_token, refresh_token);
+    return stored ? libvemlo::kSuccess : libvemlo::kBadArguments;
+  });
 }
 
 int google_drive_get_root_directory(session* handle, directory** root) {
@@ -84,51 +100,58 @@ int google_drive_get_root_directory(session* handle, directory** root) {
   if (!client) return libvemlo::kBadArguments;
   *root = nullptr;
 
-  Model::GetFileResourceRequest request;
-  request.fileId = kRootAlias;
-  const auto outcome = client->getFileResource(request);
-  if (!outcome.isSuccess()) {
-    SYSLOG(ERROR) << "Failed to get root directory. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  const auto& file = outcome.getResult();
-  *root = libvemlo::makeDirectory(file.id, file.name);
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kRootFailed}, [&] {
+    Model::GetFileResourceRequest request;
+    request.fileId = kRootAlias;
+    const auto outcome = client->getFileResource(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kRootFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& file = outcome.getResult();
+    *root = libvemlo::makeDirectory(file.id, file.name);
+    return libvemlo::kSuccess;
+  });
 }
 
 int google_drive_list_directory(session* handle, const directory* parent, directory** children,
                                 int* count) {
-  if (handle == nullptr || parent == nullptr) return libvemlo::kBadArguments;
-  if (children == nullptr || count == nullptr) return libvemlo::kBadArguments;
-  if (parent->id == nullptr) return libvemlo::kBadArguments;
+  if (handle == nullptr || parent == nullptr || children == nullptr || count == nullptr ||
+      parent->id == nullptr) {
+    return libvemlo::kBadArguments;
+  }
   const auto client = handle->google_drive_client;
   if (!client) return libvemlo::kBadArguments;
   *children = nullptr;
   *count = 0;
 
-  const std::string query = queryForFoldersIn(parent->id);
-  VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << query;
-  Model::ListFileResourceRequest request;
-  request.orderBy = kOrder;
-  request.pageSize = kPageSize;
-  request.query = query;
-  libvemlo::DirectoryList folders;
-  std::string pageToken;
-  do {
-    if (!pageToken.empty()) request.pageToken = pageToken;
-    const auto outcome = client->listFileResource(request);
-    if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << "Failed to list directories. " << outcome.getError().message;
-      return libvemlo::kServiceFailure;
-    }
-    const auto& page = outcome.getResult();
-    for (const auto& file : page.files) folders.add(file.id, file.name);
-    pageToken = page.nextPageToken;
-  } while (!pageToken.empty());
-  VLOG(9) << "Got " << folders.size() << " directories. ";
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
+    const std::string query = queryForFoldersIn(parent->id);
+    VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << query;
+    CallBudget budget;
+    Model::ListFileResourceRequest request;
+    request.budget = &budget;
+    request.orderBy = kOrder;
+    request.pageSize = kPageSize;
+    request.query = query;
+    libvemlo::DirectoryList folders;
+    std::string pageToken;
+    do {
+      if (!pageToken.empty()) request.pageToken = pageToken;
+      const auto outcome = client->listFileResource(request);
+      if (!outcome.isSuccess()) {
+        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        return libvemlo::kServiceFailure;
+      }
+      const auto& page = outcome.getResult();
+      for (const auto& file : page.files) folders.add(file.id, file.name);
+      pageToken = page.nextPageToken;
+    } while (!pageToken.empty());
+    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
 
-  std::move(folders).handOutArray(children, count);
-  return libvemlo::kSuccess;
+    std::move(folders).handOutArray(children, count);
+    return libvemlo::kSuccess;
+  });
 }
 
 int google_drive_create_directory(session* handle, const directory* parent, const char* name,
@@ -140,17 +163,19 @@ int google_drive_create_directory(session* handle, const directory* parent, cons
   if (!client) return libvemlo::kBadArguments;
   *created = nullptr;
 
-  Model::UploadFileRequest request;
-  request.uploadType.markPresent();
-  request.name = name;
-  request.mimeType = kFolderMimeType;
-  request.parents = parent->id;
-  const auto outcome = client->uploadFile(request);
-  if (!outcome.isSuccess()) {
-    SYSLOG(ERROR) << "Failed to create directory. " << outcome.getError().message;
-    return libvemlo::kServiceFailure;
-  }
-  const auto& file = outcome.getResult();
-  *created = libvemlo::makeDirectory(file.id, file.name);
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kServiceFailure, LoggedAs{kCreationFailed}, [&] {
+    Model::UploadFileRequest request;
+    request.uploadType.markPresent();
+    request.name = name;
+    request.mimeType = kFolderMimeType;
+    request.parents = parent->id;
+    const auto outcome = client->uploadFile(request);
+    if (!outcome.isSuccess()) {
+      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      return libvemlo::kServiceFailure;
+    }
+    const auto& file = outcome.getResult();
+    *created = libvemlo::makeDirectory(file.id, file.name);
+    return libvemlo::kSuccess;
+  });
 }

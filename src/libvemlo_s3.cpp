@@ -3,11 +3,13 @@
 
 #include "CloudStorage/Client/S3/Model.h"
 #include "libvemlo.h"
+#include "libvemlo/exception_barrier.h"
 #include "libvemlo/object_store.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
 #include "libvemlo/session.h"
 
+using libvemlo::guarded;
 namespace Model = CloudStorage::Client::S3::Model;
 
 namespace {
@@ -54,29 +56,33 @@ int s3_list_bucket(session* handle, char*** buckets, int* count) {
   if (handle == nullptr) return libvemlo::kBadArguments;
   if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
 
-  const auto outcome = handle->s3_client->listBuckets();
-  if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
-  libvemlo::NameList names;
-  names.reserve(outcome.getResult().buckets.size());
-  for (const auto& found : outcome.getResult().buckets) names.add(found.name);
-  std::move(names).handOut(buckets, count);
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kLocalFailure, libvemlo::logAsError, [&] {
+    const auto outcome = handle->s3_client->listBuckets();
+    if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
+    libvemlo::NameList names;
+    names.reserve(outcome.getResult().buckets.size());
+    for (const auto& found : outcome.getResult().buckets) names.add(found.name);
+    std::move(names).handOut(buckets, count);
+    return libvemlo::kSuccess;
+  });
 }
 
 int s3_create_bucket(session* handle, const char* bucket, int location_contraint) {
   if (handle == nullptr) return libvemlo::kBadArguments;
   if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
 
-  Model::CreateBucketRequest request;
-  request.bucket = bucket;
-  Model::CreateBucketConfiguration configuration;
-  // Not checked here: the client maps the code to the request.
-  configuration.locationConstraint =
-      static_cast<Model::BucketLocationConstraint>(location_contraint);
-  request.createBucketConfiguration = configuration;
+  return guarded(libvemlo::kLocalFailure, libvemlo::logAsError, [&] {
+    Model::CreateBucketRequest request;
+    request.bucket = bucket;
+    Model::CreateBucketConfiguration configuration;
+    // Not checked here: the client maps the code to the request.
+    configuration.locationConstraint =
+        static_cast<Model::BucketLocationConstraint>(location_contraint);
+    request.createBucketConfiguration = configuration;
 
-  const auto outcome = handle->s3_client->createBucket(request);
-  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::reportFailure(outcome.getError());
+    const auto outcome = handle->s3_client->createBucket(request);
+    return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::reportFailure(outcome.getError());
+  });
 }
 
 int s3_list_directory(session* handle, const char* bucket, const char* prefix,
@@ -89,18 +95,20 @@ int s3_list_directory(session* handle, const char* bucket, const char* prefix,
   *directories = nullptr;
   *count = 0;
 
-  Model::ListObjectsV2Request request;
-  request.bucket = bucket;
-  request.prefix = prefix;
-  request.delimiter = "/";
-  // A single page of the service's default size: hosts display a folder, they do not mirror it.
-  const auto outcome = handle->s3_client->listObjectsV2(request);
-  if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
-  libvemlo::DirectoryList prefixes;
-  prefixes.reserve(outcome.getResult().commonPrefixes.size());
-  for (const auto& found : outcome.getResult().commonPrefixes) prefixes.addPrefix(found);
-  std::move(prefixes).handOut(directories, count);
-  return libvemlo::kSuccess;
+  return guarded(libvemlo::kLocalFailure, libvemlo::logAsError, [&] {
+    Model::ListObjectsV2Request request;
+    request.bucket = bucket;
+    request.prefix = prefix;
+    request.delimiter = "/";
+    // A single page of the service's default size: hosts display a folder, they do not mirror it.
+    const auto outcome = handle->s3_client->listObjectsV2(request);
+    if (!outcome.isSuccess()) return libvemlo::reportFailure(outcome.getError());
+    libvemlo::DirectoryList prefixes;
+    prefixes.reserve(outcome.getResult().commonPrefixes.size());
+    for (const auto& found : outcome.getResult().commonPrefixes) prefixes.addPrefix(found);
+    std::move(prefixes).handOut(directories, count);
+    return libvemlo::kSuccess;
+  });
 }
 
 int s3_create_directory(session* handle, const char* bucket, const char* key) {
@@ -109,11 +117,13 @@ int s3_create_directory(session* handle, const char* bucket, const char* key) {
   if (length < 2 || key[0] == '/' || key[length - 1] != '/') return libvemlo::kBadArguments;
   if (handle->s3_client == nullptr) return libvemlo::kBadArguments;
 
-  Model::PutObjectRequest request;
-  request.bucket = bucket;
-  request.contentLength = 0;
-  request.key = key;
-  const auto outcome = handle->s3_client->putObject(request);
-  // Not logged: reporting the failure to the user is left to the host.
-  return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultCodeOf(outcome.getError());
+  return guarded(libvemlo::kLocalFailure, libvemlo::notLogged, [&] {
+    Model::PutObjectRequest request;
+    request.bucket = bucket;
+    request.contentLength = 0;
+    request.key = key;
+    const auto outcome = handle->s3_client->putObject(request);
+    // Not logged: reporting the failure to the user is left to the host.
+    return outcome.isSuccess() ? libvemlo::kSuccess : libvemlo::resultCodeOf(outcome.getError());
+  });
 }

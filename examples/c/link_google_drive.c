@@ -8,6 +8,7 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
+#include <ctype.h>
 #include <fcntl.h>
 #include <libvemlo.h>
 #include <stdio.h>
@@ -74,9 +75,40 @@ static int useStoredTokens(session *account, const char *path) {
   return code == 0;
 }
 
+/* Decodes each %XX in `text`, in place. */
+static void decodePercent(char *text) {
+  const char *next = text;
+  while (*next != '\0') {
+    const int isEncoded =
+        next[0] == '%' && isxdigit((unsigned char)next[1]) && isxdigit((unsigned char)next[2]);
+    const char digits[] = {isEncoded ? next[1] : '0', isEncoded ? next[2] : '0', '\0'};
+    *text++ = isEncoded ? (char)strtol(digits, NULL, 16) : *next;
+    next += isEncoded ? 3 : 1;
+  }
+  *text = '\0';
+}
+
+/* Returns the authorization code in what the user has pasted, as a part of it: `pasted` is the
+ * address of the redirect page, or the code alone, which is percent-encoded if it was copied out of
+ * the address. Returns null if there is no code. Changes `pasted`. */
+static char *codeIn(char *pasted) {
+  char *const query = strchr(pasted, '?');
+  char *code = pasted;
+  if (query != NULL) {
+    code = strstr(query, "?code=");
+    if (code == NULL) code = strstr(query, "&code=");
+    if (code == NULL) return NULL;
+    code += strlen("?code=");
+    code[strcspn(code, "&#")] = '\0';
+  }
+  decodePercent(code);
+  return code;
+}
+
 /* Links the account with the user's consent. Returns 0 if no tokens were stored. */
 static int linkByConsent(session *account, const char *path) {
   char *url = NULL;
+  char *pasted = NULL;
   char *code = NULL;
   char *accessToken = NULL;
   char *refreshToken = NULL;
@@ -84,13 +116,15 @@ static int linkByConsent(session *account, const char *path) {
 
   if (google_drive_get_authorize_url(account, &url) == 0) {
     printf("Open this address and allow access:\n%s\n", url);
-    code = readLine("Code: ");
+    pasted = readLine("Paste the code, or the address that you were sent to: ");
   }
   free(url);
+  if (pasted != NULL) code = codeIn(pasted);
+  if (pasted != NULL && code == NULL) puts("There is no code in that address.");
   if (code != NULL && google_drive_get_token(account, code, &accessToken, &refreshToken) == 0) {
     stored = storeTokens(path, accessToken, refreshToken);
   }
-  free(code);
+  free(pasted);
   free(accessToken);
   free(refreshToken);
   return stored;

@@ -11,6 +11,7 @@ import ctypes
 import os
 import sys
 from ctypes import POINTER, Structure, byref, c_char_p, c_int, c_uint16, c_void_p
+from urllib.parse import parse_qs, unquote
 
 vemlo = ctypes.CDLL(os.environ.get("LIBVEMLO", "libvemlo.so.1"))
 libc = ctypes.CDLL(None)
@@ -72,6 +73,21 @@ def text_of(pointer):
 def require(code, what):
     if code != 0:
         raise Failure(f"Cannot {what} (code {code}). The log says more.")
+
+
+def code_in(pasted):
+    """The authorization code in what the user has pasted.
+
+    That is the address of the redirect page, or the code alone, which is percent-encoded if it was
+    copied out of the address.
+    """
+    _, is_address, query = pasted.strip().partition("?")
+    if not is_address:
+        return unquote(pasted.strip())
+    codes = parse_qs(query.partition("#")[0]).get("code")
+    if not codes:
+        raise Failure("There is no code in that address.")
+    return codes[0]
 
 
 class S3Account:
@@ -142,7 +158,8 @@ class GoogleDriveAccount:
         url, access_token, refresh_token = c_void_p(), c_void_p(), c_void_p()
         require(vemlo.google_drive_get_authorize_url(self.handle, byref(url)), "find the page")
         print(f"Open this address and allow access:\n{text_of(url)}")
-        code = vemlo.google_drive_get_token(self.handle, input("Code: ").encode(),
+        pasted = input("Paste the code, or the address that you were sent to: ")
+        code = vemlo.google_drive_get_token(self.handle, code_in(pasted).encode(),
                                             byref(access_token), byref(refresh_token))
         require(code, "link the account")
         self.store_tokens([text_of(access_token), text_of(refresh_token)])

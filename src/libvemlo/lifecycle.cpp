@@ -4,6 +4,7 @@
 #include <glog/logging.h>
 
 #include "libvemlo.h"
+#include "libvemlo/exception_barrier.h"
 
 int verbose = 0;
 
@@ -31,8 +32,17 @@ void setUpLogger() {
 }  // namespace libvemlo
 
 void libvemlo_global_init(void) {
-  Poco::Crypto::initializeCrypto();
-  globalInitialized = true;
+  constexpr libvemlo::LoggedAs kLog{"Failed to initialize the crypto library. "};
+  globalInitialized = libvemlo::guarded(false, kLog, [] {
+    Poco::Crypto::initializeCrypto();
+    return true;
+  });
 }
 
-void libvemlo_global_cleanup(void) { Poco::Crypto::uninitializeCrypto(); }
+void libvemlo_global_cleanup(void) {
+  constexpr libvemlo::LoggedAs kLog{"Failed to release the crypto library. "};
+  libvemlo::guarded(false, kLog, [] {
+    Poco::Crypto::uninitializeCrypto();
+    return true;
+  });
+}

@@ -1,10 +1,12 @@
 #include "libvemlo/oauth2_flow.h"
 
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
 #include "CloudStorage/Auth/OAuth2Credential.h"
 #include "CloudStorage/Auth/OAuth2RequestOptions.h"
+#include "libvemlo/records.h"
 
 using CloudStorage::Auth::OAuth2Credential;
 using CloudStorage::Auth::OAuth2RequestOptions;
@@ -31,8 +33,14 @@ CodeExchange exchangeCode(const OAuth2Client& client, const std::string& code,
 }
 
 std::string describeFailure(const CodeExchange& exchange, const std::string& code) {
-  return "Failed to perform exchange authorization code. authorizationCode = " + code + ", " +
+  return std::string(kExchangeFailureText) + "authorizationCode = " + code + ", " +
          exchange.status.toString();
+}
+
+void handOutTokens(const CodeExchange& exchange, char** accessToken, char** refreshToken) {
+  std::unique_ptr<char, void (*)(void*)> accessCopy(copyOf(exchange.accessToken), std::free);
+  *refreshToken = copyOf(exchange.refreshToken);
+  *accessToken = accessCopy.release();
 }
 
 bool storeTokens(const OAuth2Client& client, std::string accessToken, std::string refreshToken) {

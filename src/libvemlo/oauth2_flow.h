@@ -20,8 +20,12 @@ struct CodeExchange {
 CodeExchange exchangeCode(const CloudStorage::Client::OAuth2Client& client, const std::string& code,
                           const std::string& scope);
 
+inline constexpr char kExchangeFailureText[] = "Failed to perform exchange authorization code. ";
 // The beginning of the log line for a failed exchange.
 std::string describeFailure(const CodeExchange& exchange, const std::string& code);
+
+// Hands out copies of both tokens, or of none if there is no memory for both.
+void handOutTokens(const CodeExchange& exchange, char** accessToken, char** refreshToken);
 
 // Both replace tokens of the client's credential. False if the client has no OAuth2 credential,
 // which is possible only with a service-client layer that the host provides.

@@ -9,8 +9,16 @@ int resultCodeOf(const CloudStorage::Client::Error& error) {
 }
 
 int reportFailure(const CloudStorage::Client::Error& error) {
-  SYSLOG(ERROR) << error;
+  writeLine([&error] { SYSLOG(ERROR) << error; });
   return resultCodeOf(error);
+}
+
+void logAsError(const char* exceptionText) {
+  CloudStorage::Client::Error error;
+  error.errorType = CloudStorage::Client::CoreErrors::LocalFailure;
+  error.exceptionName = "InternalFailure";
+  error.message = exceptionText;
+  SYSLOG(ERROR) << error;
 }
 
 }  // namespace libvemlo

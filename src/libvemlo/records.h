@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +11,9 @@
 
 // The records that hosts receive.
 namespace libvemlo {
+
+// Functions that allocate memory throw std::bad_alloc if there is none, and then release what they
+// have allocated.
 
 // `text` as a C string, to be released with free().
 char* copyOf(std::string_view text);
@@ -43,19 +47,16 @@ class RecordList {
   // Makes room for at least `capacity` records in total.
   void reserve(std::size_t capacity) {
     if (capacity <= capacity_) return;
-    capacity_ = std::max(capacity, 2 * capacity_);
-    records_ = resized(records_, capacity_);
+    resize(std::max(capacity, 2 * capacity_));
   }
 
   std::size_t size() const { return size_; }
 
   // Passes the records to the host. The array of an empty list is null.
   void handOut(Record** list, int* count) && {
-    *list = nullptr;
+    if (size_ != 0) resize(size_);
+    *list = std::exchange(records_, nullptr);
     *count = static_cast<int>(size_);
-    if (size_ == 0) return;
-    *list = resized(records_, size_);
-    records_ = nullptr;
     size_ = capacity_ = 0;
   }
 
@@ -70,15 +71,18 @@ class RecordList {
  protected:
   ~RecordList() { freeRecords(records_, size_); }
 
-  // Takes over the texts of `record`.
-  void append(Record record) {
+  // A new record, without texts, at the end. The list releases the texts that the record is given.
+  Record& append() {
     if (size_ == capacity_) reserve(std::max<std::size_t>(size_ + 1, 16));
-    records_[size_++] = record;
+    return records_[size_++] = Record();
   }
 
  private:
-  static Record* resized(Record* records, std::size_t count) {
-    return static_cast<Record*>(std::realloc(records, count * sizeof(Record)));
+  void resize(std::size_t capacity) {
+    auto* const resized = static_cast<Record*>(std::realloc(records_, capacity * sizeof(Record)));
+    if (resized == nullptr) throw std::bad_alloc();
+    records_ = resized;
+    capacity_ = capacity;
   }
 
   Record* records_ = nullptr;
@@ -89,15 +93,25 @@ class RecordList {
 // Names of buckets or containers. The host releases them with free_buckets().
 class NameList : public RecordList<char*> {
  public:
-  void add(std::string_view name) { append(copyOf(name)); }
+  void add(std::string_view name) {
+    char*& record = append();
+    record = copyOf(name);
+  }
 };
 
 // Folders. The host releases them with free_diretories().
 class DirectoryList : public RecordList<directory> {
  public:
-  void add(std::string_view id, std::string_view name) { append({copyOf(name), copyOf(id)}); }
+  void add(std::string_view id, std::string_view name) {
+    directory& record = append();
+    record.name = copyOf(name);
+    record.id = copyOf(id);
+  }
   // A folder of an object store is addressed by its full prefix and has no id.
-  void addPrefix(std::string_view prefix) { append({copyOf(prefix), nullptr}); }
+  void addPrefix(std::string_view prefix) {
+    directory& record = append();
+    record.name = copyOf(prefix);
+  }
 };
 
 }  // namespace libvemlo

@@ -2,6 +2,8 @@
 
 #include <glog/logging.h>
 
+#include "libvemlo/exception_barrier.h"
+
 using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::WSError;
 
@@ -33,7 +35,8 @@ bool SessionRetryStrategy::refreshCredential() const {
   if (!credential_) return false;
   const auto status = credential_->refreshAccessToken();
   if (!status.isSuccess()) {
-    LOG(ERROR) << "Failed to refresh OAuth2 credential. " << status.toString();
+    writeLine(
+        [&status] { LOG(ERROR) << "Failed to refresh OAuth2 credential. " << status.toString(); });
   }
   return true;
 }

@@ -16,14 +16,18 @@
 #include "CloudStorage/Util/Threading/DefaultExecutor.h"
 #include "libvemlo.h"
 #include "libvemlo/constants.h"
+#include "libvemlo/exception_barrier.h"
 #include "libvemlo/lifecycle.h"
 #include "libvemlo/retry_strategies.h"
 
 using namespace CloudStorage;  // nearly every line below uses it
+using libvemlo::guarded;
 
 session::~session() { delete s3_client; }
 
 namespace {
+
+constexpr libvemlo::LoggedAs kFailureLog{"Failed to open session. "};
 
 std::string textOrEmpty(const char* text) { return text == nullptr ? std::string() : text; }
 
@@ -59,70 +63,83 @@ void closeSession(session* handle) { delete handle; }
 
 session* libvemlo_s3_init(const char* endpoint, const char* region, const char* access_key,
                           const char* secret_key, const proxy_setting* proxy) {
-  libvemlo::setUpLogger();
-  auto client = std::make_unique<Client::S3::S3Client>(
-      endpoint, region,
-      std::make_shared<Auth::AWSAuthCredential>(access_key, secret_key, libvemlo::kS3Service,
-                                                Auth::AWSAuthCredential::DEFAULT_GLOBAL_REGION),
-      std::make_shared<S3RetryStrategy>(nullptr), std::make_shared<Client::S3::S3ErrorMarshaller>(),
-      nullptr, nullptr, std::make_shared<Util::Threading::DefaultExecutor>(), convertProxy(proxy));
+  return guarded(nullptr, kFailureLog, [&] {
+    libvemlo::setUpLogger();
+    auto client = std::make_unique<Client::S3::S3Client>(
+        endpoint, region,
+        std::make_shared<Auth::AWSAuthCredential>(access_key, secret_key, libvemlo::kS3Service,
+                                                  Auth::AWSAuthCredential::DEFAULT_GLOBAL_REGION),
+        std::make_shared<S3RetryStrategy>(nullptr),
+        std::make_shared<Client::S3::S3ErrorMarshaller>(), nullptr, nullptr,
+        std::make_shared<Util::Threading::DefaultExecutor>(), convertProxy(proxy));
 
-  auto opened = std::make_unique<session>();
-  opened->s3_client = client.release();
-  return opened.release();
+    auto opened = std::make_unique<session>();
+    opened->s3_client = client.release();
+    return opened.release();
+  });
 }
 
 session* libvemlo_azure_ssb_init(const char* region, const char* account_name,
                                  const char* access_key, const proxy_setting* proxy) {
   if (region == nullptr || account_name == nullptr || access_key == nullptr) return nullptr;
-  libvemlo::setUpLogger();
-  const auto authentication =
-      std::make_shared<Auth::AzureSSBAuthentication>(account_name, access_key);
-  if (!authentication->decodeAccessKey()) {
-    SYSLOG(ERROR) << "Failed to decode AzureSSB access key.";
-    return nullptr;
-  }
-  auto client = std::make_shared<Client::AzureSSB::AzureSSBClient>(
-      account_name, authentication, std::make_shared<AzureSSBRetryStrategy>(nullptr),
-      std::make_shared<Client::AzureSSB::AzureSSBErrorMarshaller>(), nullptr, nullptr,
-      std::make_shared<Util::Threading::DefaultExecutor>(), convertProxy(proxy),
-      Client::AzureSSB::AzureSSBClient::getRegionForName(region));
+  return guarded(nullptr, kFailureLog, [&]() -> session* {
+    libvemlo::setUpLogger();
+    const auto authentication =
+        std::make_shared<Auth::AzureSSBAuthentication>(account_name, access_key);
+    if (!authentication->decodeAccessKey()) {
+      SYSLOG(ERROR) << "Failed to decode AzureSSB access key.";
+      return nullptr;
+    }
+    auto client = std::make_shared<Client::AzureSSB::AzureSSBClient>(
+        account_name, authentication, std::make_shared<AzureSSBRetryStrategy>(nullptr),
+        std::make_shared<Client::AzureSSB::AzureSSBErrorMarshaller>(), nullptr, nullptr,
+        std::make_shared<Util::Threading::DefaultExecutor>(), convertProxy(proxy),
+        Client::AzureSSB::AzureSSBClient::getRegionForName(region));
 
-  auto opened = std::make_unique<session>();
-  opened->azure_ssb_client = std::move(client);
-  return opened.release();
+    auto opened = std::make_unique<session>();
+    opened->azure_ssb_client = std::move(client);
+    return opened.release();
+  });
 }
 
 session* libvemlo_google_drive_init(const proxy_setting* proxy) {
-  return openDriveSession<Client::GoogleDrive::GoogleDriveClient, GoogleDriveRetryStrategy,
-                          Client::GoogleDrive::GoogleDriveErrorMarshaller>(
-      {libvemlo::kGoogleDriveClientId, libvemlo::kGoogleDriveClientSecret, libvemlo::kRedirectUri,
-       libvemlo::kGoogleDriveAuthorizationEndpoint, libvemlo::kGoogleDriveTokenEndpoint, ""},
-      proxy, &session::google_drive_client);
+  return guarded(nullptr, kFailureLog, [proxy] {
+    return openDriveSession<Client::GoogleDrive::GoogleDriveClient, GoogleDriveRetryStrategy,
+                            Client::GoogleDrive::GoogleDriveErrorMarshaller>(
+        {libvemlo::kGoogleDriveClientId, libvemlo::kGoogleDriveClientSecret, libvemlo::kRedirectUri,
+         libvemlo::kGoogleDriveAuthorizationEndpoint, libvemlo::kGoogleDriveTokenEndpoint, ""},
+        proxy, &session::google_drive_client);
+  });
 }
 
 session* libvemlo_amazon_drive_init(const proxy_setting* proxy) {
-  return openDriveSession<Client::AmazonDrive::AmazonDriveClient, AmazonDriveRetryStrategy,
-                          Client::AmazonDrive::AmazonDriveErrorMarshaller>(
-      {libvemlo::kAmazonDriveClientId, libvemlo::kAmazonDriveClientSecret, libvemlo::kRedirectUri,
-       libvemlo::kAmazonDriveAuthorizationEndpoint, libvemlo::kAmazonDriveTokenEndpoint, ""},
-      proxy, &session::amazon_drive_client);
+  return guarded(nullptr, kFailureLog, [proxy] {
+    return openDriveSession<Client::AmazonDrive::AmazonDriveClient, AmazonDriveRetryStrategy,
+                            Client::AmazonDrive::AmazonDriveErrorMarshaller>(
+        {libvemlo::kAmazonDriveClientId, libvemlo::kAmazonDriveClientSecret, libvemlo::kRedirectUri,
+         libvemlo::kAmazonDriveAuthorizationEndpoint, libvemlo::kAmazonDriveTokenEndpoint, ""},
+        proxy, &session::amazon_drive_client);
+  });
 }
 
 session* libvemlo_one_drive_init(const proxy_setting* proxy) {
-  return openDriveSession<Client::OneDrive::OneDriveClient, OneDriveRetryStrategy,
-                          Client::OneDrive::OneDriveErrorMarshaller>(
-      {libvemlo::kOneDriveClientId, libvemlo::kOneDriveClientSecret, libvemlo::kRedirectUri,
-       libvemlo::kOneDriveAuthorizationEndpoint, libvemlo::kOneDriveTokenEndpoint, ""},
-      proxy, &session::one_drive_client);
+  return guarded(nullptr, kFailureLog, [proxy] {
+    return openDriveSession<Client::OneDrive::OneDriveClient, OneDriveRetryStrategy,
+                            Client::OneDrive::OneDriveErrorMarshaller>(
+        {libvemlo::kOneDriveClientId, libvemlo::kOneDriveClientSecret, libvemlo::kRedirectUri,
+         libvemlo::kOneDriveAuthorizationEndpoint, libvemlo::kOneDriveTokenEndpoint, ""},
+        proxy, &session::one_drive_client);
+  });
 }
 
 session* libvemlo_dropbox_init(const proxy_setting* proxy) {
-  return openDriveSession<Client::Dropbox::DropboxClient, DropboxRetryStrategy,
-                          Client::Dropbox::DropboxErrorMarshaller>(
-      {libvemlo::kDropboxClientId, libvemlo::kDropboxClientSecret, libvemlo::kRedirectUri,
-       libvemlo::kDropboxAuthorizationEndpoint, libvemlo::kDropboxTokenEndpoint, ""},
-      proxy, &session::dropbox_client);
+  return guarded(nullptr, kFailureLog, [proxy] {
+    return openDriveSession<Client::Dropbox::DropboxClient, DropboxRetryStrategy,
+                            Client::Dropbox::DropboxErrorMarshaller>(
+        {libvemlo::kDropboxClientId, libvemlo::kDropboxClientSecret, libvemlo::kRedirectUri,
+         libvemlo::kDropboxAuthorizationEndpoint, libvemlo::kDropboxTokenEndpoint, ""},
+        proxy, &session::dropbox_client);
+  });
 }
 
 void libvemlo_s3_cleanup(session* handle) { closeSession(handle); }

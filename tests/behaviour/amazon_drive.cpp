@@ -27,6 +27,7 @@ class AmazonDrive : public Base {
     if (uri.toString() == "https://drive.amazonaws.com/drive/v1/account/endpoint") {
       return Subject::Preparation;
     }
+    if (uri.toString() == "https://api.amazon.com/user/profile") return Subject::Profile;
     if (uri.host() != "cdws.us-east-1.amazonaws.com" || uri.path() != "/drive/v1/nodes") {
       return Subject::Unknown;
     }
@@ -57,6 +58,7 @@ class AmazonDrive : public Base {
   }
   std::string bodyAbout(Subject subject) const override {
     if (subject == Subject::Root) return bodyOf({{{"root", ""}}, ""});
+    if (subject == Subject::Profile) return R"({"name":"Ann","email":"ann@example.test"})";
     return R"({"contentUrl":"https://content-na.drive.amazonaws.com/cdproxy/","metadataUrl":")" +
            std::string(TestSupport::kMetadataEndpoint) + R"("})";
   }

@@ -71,14 +71,15 @@ TEST_P(Concurrency, EachCallHasAConnectionThatLaterCallsReuse) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_P(Concurrency, SequentialCallsShareAConnection) {
+TEST_P(Concurrency, SequentialCallsShareConnections) {
   const auto handle = openOverConnections();
   for (const Operation& operation : service().operations()) {
     SCOPED_TRACE(operation.name);
     Outs outs;
     EXPECT_EQ(operation.call(handle.get(), outs), 0);
   }
-  EXPECT_EQ(server.connectionCount(), 1U);
+  // Those of the drives open another one to create a folder.
+  EXPECT_EQ(server.connectionCount(), service().facts.usesTokens ? 2U : 1U);
 }
 
 TEST_P(Concurrency, CallsOfEveryKindDoNotDisturbEachOther) {

@@ -1,5 +1,8 @@
 
+#include <chrono>
+
 #include "any_service.h"
+#include "support/locale_with_thousands.h"
 
 namespace Behaviour {
 namespace {
@@ -27,6 +30,22 @@ TEST_P(Listing, EmptyFolderHasNone) { EXPECT_THAT(listed(1), IsEmpty()); }
 TEST_P(Listing, OnePageIsReadInOneRequest) {
   cloud->addFolders(5);
   EXPECT_EQ(listed(1), cloud->folders());
+}
+
+TEST_P(Listing, CountInTheLogHasNoThousandsSeparators) {
+  constexpr char kCounted[] = "Got 1200 directories. ";
+  cloud->pageLength = 1200;
+  cloud->addFolders(1200);
+  const auto handle = openAuthorized();
+  const TestSupport::LocaleWithThousands locale;
+  const TestSupport::VerboseLevel level(9);
+  Outs outs;
+  EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
+  for (const auto& line : log.records()) {
+    if (line.text.find("Got ") == 0) {
+      EXPECT_EQ(line.text, kCounted);
+    }
+  }
 }
 
 TEST_P(Listing, ManyPagesAreReadInOrder) {
@@ -95,6 +114,23 @@ TEST_P(ListingOfAllPages, HasNoLimitOfPages) {
   EXPECT_EQ(service().listing().call(handle.get(), outs), 0);
   EXPECT_EQ(outs.folders.folders(), cloud->folders());
   EXPECT_EQ(cloud->count(Subject::Page), 301 + service().facts.probes);
+}
+
+// All requests of a call share its time, so that many slow pages do not add up.
+TEST_P(ListingOfAllPages, EndsAfterTenMinutes) {
+  cloud->pageLength = 1;
+  cloud->addFolders(301);
+  const auto handle = openAuthorized();
+  const Operation operation = service().listing();
+  const auto requestsBefore = cloud->count();
+  cloud->onRequest = [this] { fixture.pass(std::chrono::minutes(1)); };
+  Outs outs;
+  EXPECT_NE(operation.call(handle.get(), outs), 0);
+  EXPECT_EQ(outs.state(), operation.afterFailure);
+  EXPECT_EQ(cloud->count() - requestsBefore, 10U);
+  ASSERT_EQ(log.records().size(), 1U);
+  EXPECT_THAT(log.records().front().text,
+              testing::HasSubstr("The call has not ended within 10 minutes"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, ListingOfAllPages,

@@ -34,6 +34,7 @@ enum class Subject {
   Page,         ///< folders in the parent
   Creation,     ///< of a folder in the parent
   Root,
+  Profile,
   Buckets,
   BucketCreation
 };

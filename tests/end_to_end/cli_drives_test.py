@@ -205,10 +205,34 @@ class Folders:
 
     def test_an_existing_folder_is_not_made_again(self):
         self.assert_prints(self.tool("mkdir", self.at("/Photos")), "")
-        result = self.tool("mkdir", self.at("/Photos"))
-        self.assertEqual((result.returncode, result.stdout), (SERVICE_FAILED, ""))
-        self.assertIn("vemlo: ", COLOUR.sub("", result.stderr).splitlines()[-1])
+        where = f"'{self.at('/')}'"
+        message = f"there is a folder 'Photos' in {where} already; nothing was changed. Use it"
+        self.assert_fails(self.tool("mkdir", self.at("/Photos")), SERVICE_FAILED, message)
+        if self.service in ("onedrive", "dropbox"):
+            # To these it is the same name.
+            self.assert_fails(self.tool("mkdir", self.at("/photos")), SERVICE_FAILED, message)
         self.assertEqual(list(self.ids(self.at("/"))), ["Photos"])
+
+    def test_a_name_that_is_nearly_right_is_suggested(self):
+        self.tool("mkdir", self.at("/Photos"))
+        message = f"there is no folder 'Fotos' in '{self.at('/')}'; did you mean 'Photos'?"
+        self.assert_fails(self.tool("ls", self.at("/Fotos")), SERVICE_FAILED, message)
+
+    def test_the_verbose_log_is_what_the_help_says(self):
+        """tearDown() checks that it contains no token."""
+        self.tool("mkdir", self.at("/Photos"))
+        for flag in ("-v", "-vv", "--verbose", "--verbose=1"):
+            shown = self.tool(flag, "ls", self.at("/"))
+            self.assertEqual((shown.stdout, shown.returncode), ("NAME\nPhotos\n", DONE))
+            for line in shown.stderr.splitlines():
+                self.assertRegex(line, r"\AI\d{8} ")
+            if self.service == "dropbox":
+                self.assertEqual(shown.stderr, "")
+            else:
+                self.assertIn("parentId = ", shown.stderr)
+                self.assertIn("Got 1 directories", shown.stderr)
+        quiet, verbose = (self.tool("accounts", *flags) for flags in ((), ("-v",)))
+        self.assertEqual((quiet.stdout, quiet.stderr), (verbose.stdout, verbose.stderr))
 
     def test_no_access_after_logout(self):
         self.assertEqual(self.tool("logout", self.service).returncode, DONE)
@@ -272,7 +296,7 @@ class SingleServices(DriveTest):
         self.assertEqual((result.returncode, result.stdout), (DONE, ""))
         self.assertEqual(len(logged), 2)
         self.assertIn(self.holder, logged[1])
-        self.assertRegex(message, "Amazon Drive account works; .* names in its log above")
+        self.assertRegex(message, "Amazon Drive account works; the library names its holder in its log")
 
         drives.control("expire", "amazon-drive")
         drives.control("revoke", "amazon-drive")

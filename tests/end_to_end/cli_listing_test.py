@@ -13,11 +13,13 @@ import subprocess
 import threading
 import unittest
 
-from support.tool import DONE, KEYS, TOOL, ToolTest, environment_with, run
+from support.tool import (
+    AZURE_KEYS, DONE, KEYS, SERVICE_FAILED, TOOL, ToolTest, environment_with, run,
+)  # fmt: skip
 
 
 class FakeS3Server(contextlib.AbstractContextManager):
-    """Sends the same response to every request, after `wait` has returned."""
+    """Responds to each upload with success and to other requests with `body`, after `wait`."""
 
     def __init__(self, body="", status=200, wait=lambda: None):
         requests = self.requests = []
@@ -25,13 +27,17 @@ class FakeS3Server(contextlib.AbstractContextManager):
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_GET(self):
                 wait()
+                self.respond(status, body)
+
+            def do_PUT(self):
+                self.respond(200, "")
+
+            def respond(self, status, body):
                 requests.append(f"{self.command} {self.path}")
                 self.send_response(status)
                 self.send_header("Content-Length", str(len(body.encode())))
                 self.end_headers()
                 self.wfile.write(body.encode())
-
-            do_PUT = do_GET
 
             def log_message(self, *_):
                 pass
@@ -68,10 +74,51 @@ class Folders(ToolTest):
 
     def test_a_missing_slash_is_added_to_a_new_folder(self):
         for path in ("2020", "2020/", "2020/may", "2020/may/"):
-            with self.subTest(path=path), FakeS3Server() as server:
+            with self.subTest(path=path), FakeS3Server(folders("2020-05/")) as server:
                 result = run("s3", "mkdir", "photos", path, environment=server.environment)
                 self.assert_prints(result, "")
-                self.assertEqual(server.requests, [f"PUT /photos/{path.rstrip('/')}/"])
+                self.assertEqual(server.requests[1:], [f"PUT /photos/{path.rstrip('/')}/"])
+
+    def test_a_folder_that_is_there_is_left_as_it_is(self):
+        with FakeS3Server(folders("a/2020-05/", "a/2020/")) as server:
+            result = run("s3", "mkdir", "photos", "a/2020", environment=server.environment)
+            message = "vemlo: there is a folder 'a/2020/' in bucket 'photos' already; nothing was"
+            self.assertEqual((result.stdout, result.returncode), ("", DONE))
+            self.assertRegex(result.stderr, rf"\A{message} changed\n\Z")
+            self.assertEqual(len(server.requests), 1)
+            self.assertRegex(server.requests[0] + "&", r"\AGET /photos\?.*prefix=a%2F2020&")
+
+    def test_an_account_that_may_not_list_makes_folders(self):
+        denied = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
+        with FakeS3Server(denied, 403) as server:
+            result = run("s3", "mkdir", "photos", "2020", environment=server.environment)
+            self.assertIn("may not list folders; the folder is made without", result.stderr)
+            self.assertEqual((result.stdout, result.returncode), ("", DONE))
+            self.assertEqual(server.requests[-1], "PUT /photos/2020/")
+
+    def test_a_folder_is_not_made_where_the_look_for_it_fails(self):
+        missing = "<Error><Code>NoSuchBucket</Code><Message>no</Message></Error>"
+        with FakeS3Server(missing, 404) as server:
+            result = run("s3", "mkdir", "photos", "2020", environment=server.environment)
+            message = "vemlo: cannot make folder '2020/' in bucket 'photos': no such bucket"
+            self.assertIn(message, result.stderr)
+            self.assertEqual((len(server.requests), result.returncode), (1, SERVICE_FAILED))
+
+    def test_a_path_as_of_a_disk_is_explained_if_nothing_is_found(self):
+        cases = {
+            "/2019": "no folders whose names begin with '/'; give '2019' instead",
+            "//a/b/": "give 'a/b/' instead",
+            "/": "leave PREFIX out to see the top level",
+        }
+        for prefix, message in cases.items():
+            with self.subTest(prefix=prefix), FakeS3Server(folders()) as server:
+                result = run("s3", "ls", "photos", prefix, environment=server.environment)
+                self.assertEqual((result.stdout, result.returncode), ("", DONE))
+                self.assertRegex(result.stderr, rf"\Avemlo: .*{message}\n\Z")
+        # Such names are possible.
+        with FakeS3Server(folders("/2019/")) as server:
+            result = run("s3", "ls", "photos", "/", environment=server.environment)
+            self.assert_prints(result, "NAME\n/2019/\n")
 
     def test_names_cannot_control_the_terminal(self):
         with FakeS3Server(folders("\u202eevil/", "\u65e5\u672c/")) as server:
@@ -93,10 +140,11 @@ class Folders(ToolTest):
 class Terminal:
     """A process of `ls` whose standard error is a terminal."""
 
-    def __init__(self, server, *options):
+    def __init__(self, server, *options, **variables):
         self.screen, terminal = pty.openpty()
+        variables = {"TERM": "xterm", "NO_COLOR": "", **server.environment, **variables}
         self.process = subprocess.Popen(
-            [TOOL, "s3", "ls", "photos", *options], env=environment_with(server.environment),
+            [TOOL, "s3", "ls", "photos", *options], env=environment_with(variables),
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=terminal, encoding="utf-8",
         )  # fmt: skip
         os.close(terminal)
@@ -164,6 +212,45 @@ class Progress(ToolTest):
             output, sent = verbose_terminal.read_to_end()
             self.assertEqual(output, "NAME\n2019/\n")
             self.assertNotRegex(sent, self.SPINNER)
+
+    def test_no_spinner_on_a_terminal_that_cannot_overwrite_a_line(self):
+        with FakeS3Server(folders("2019/"), wait=lambda: threading.Event().wait(1)) as server:
+            terminals = [Terminal(server, TERM=kind) for kind in ("dumb", "")]
+            for terminal in terminals:
+                self.assertEqual(terminal.read_to_end(), ("NAME\n2019/\n", ""))
+
+
+class Colours(ToolTest):
+    RED = "\x1b[0;31m"
+    REFUSED = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
+
+    def logged_on_terminal(self, **variables):
+        with FakeS3Server(self.REFUSED, 403) as server:
+            _, sent = Terminal(server, **variables).read_to_end()
+        self.assertIn("Error type: 15", sent)
+        return sent
+
+    def test_an_error_is_red_on_a_terminal(self):
+        self.assertTrue(self.logged_on_terminal().startswith(self.RED + "E"))
+
+    def test_no_colour_if_the_user_wants_none(self):
+        self.assertNotIn("\x1b", self.logged_on_terminal(NO_COLOR="1"))
+        self.assertNotIn("\x1b", self.logged_on_terminal(TERM="dumb"))
+
+    def test_no_escape_sequence_in_a_file(self):
+        terminal = {"TERM": "xterm-256color"}
+        with FakeS3Server(self.REFUSED, 403) as server:
+            for options in ((), ("--json",), ("--verbose",)):
+                result = run(
+                    "s3", "ls", "photos", *options, environment={**server.environment, **terminal}
+                )
+                self.assertIn("Error type: 15", result.stderr)
+                self.assertNotIn("\x1b", result.stderr)
+        # This is logged while the session is opened.
+        key = {**AZURE_KEYS, "VEMLO_AZURE_KEY": "confidential!", **terminal}
+        result = run("azure", "containers", environment=key)
+        self.assertIn("Failed to decode AzureSSB access key.", result.stderr)
+        self.assertNotIn("\x1b", result.stderr)
 
 
 if __name__ == "__main__":

@@ -52,7 +52,7 @@ bool isAccepted(const Outcome& outcome) {
   if (outcome.isSuccess()) return true;
   const Error& error = outcome.getError();
   require(error.errorType == Client::CoreErrors::LocalFailure);
-  require(error.exceptionName == "MalformedResponse");
+  require(error.exceptionName == "MalformedResponse" || error.exceptionName == "ResponseTooLarge");
   ErrorChecks::checkLine(error.message);
   return false;
 }

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -193,19 +192,68 @@ TEST_F(HostLayer, LinksAnAccountThroughTheHostsClient) {
   EXPECT_THAT(journal().calls, ElementsAre(IsDriveClient("google"), "exchange code"));
 }
 
-// The exception of a throwing constructor reaches the host. What the library had allocated until
-// then is released; the leak check covers what the credential does not show.
-TEST_F(HostLayer, WhoseConstructorsThrowLeavesNothingAllocated) {
+// What the library had allocated until then is released; the leak check covers what the credential
+// does not show.
+TEST_F(HostLayer, WhoseConstructorsThrowOpensNoSessionAndLeavesNothingAllocated) {
   journal().clientConstructorsThrow = true;
-  EXPECT_THROW(libvemlo_s3_init("", "", "", "", nullptr), std::runtime_error);
+  EXPECT_EQ(libvemlo_s3_init("", "", "", "", nullptr), nullptr);
   EXPECT_TRUE(journal().credential.expired());
-  EXPECT_THROW(libvemlo_azure_ssb_init("", "account", "good", nullptr), std::runtime_error);
+  EXPECT_EQ(libvemlo_azure_ssb_init("", "account", "good", nullptr), nullptr);
   EXPECT_TRUE(journal().credential.expired());
   for (const auto& init : {libvemlo_google_drive_init, libvemlo_amazon_drive_init,
                            libvemlo_one_drive_init, libvemlo_dropbox_init}) {
-    EXPECT_THROW(init(nullptr), std::runtime_error);
+    EXPECT_EQ(init(nullptr), nullptr);
     EXPECT_TRUE(journal().credential.expired());
   }
+}
+
+TEST_F(HostLayer, WhoseObjectStoresThrowFailsTheCalls) {
+  session* s3 = libvemlo_s3_init("", "", "", "", nullptr);
+  session* azure = libvemlo_azure_ssb_init("", "account", "good", nullptr);
+  journal().operationsThrow = true;
+  char** buckets = nullptr;
+  int count = 4711;
+  EXPECT_EQ(s3_list_bucket(s3, &buckets, &count), 1);
+  EXPECT_EQ(count, 4711);
+  EXPECT_EQ(s3_create_bucket(s3, "bucket", 0), 1);
+  EXPECT_THAT(foldersOf(s3_list_directory, s3, "bucket", ""), FieldsAre(1, IsEmpty()));
+  EXPECT_EQ(s3_create_directory(s3, "bucket", "a/b/"), 1);
+  EXPECT_THAT(bucketsOf(azure_ssb_list_bucket, azure), FieldsAre(1, IsEmpty()));
+  EXPECT_EQ(azure_ssb_create_bucket(azure, "container"), 1);
+  EXPECT_THAT(foldersOf(azure_ssb_list_directory, azure, "container", ""), FieldsAre(1, IsEmpty()));
+  EXPECT_EQ(azure_ssb_create_directory(azure, "container", "a/b/"), 1);
+  libvemlo_s3_cleanup(s3);
+  libvemlo_azure_ssb_cleanup(azure);
+}
+
+TEST_F(HostLayer, WhoseDrivesThrowFailsTheCalls) {
+  session* google = libvemlo_google_drive_init(nullptr);
+  session* amazon = libvemlo_amazon_drive_init(nullptr);
+  session* dropbox = libvemlo_dropbox_init(nullptr);
+  journal().operationsThrow = true;
+  char parentId[] = "/parent";
+  const directory parent{nullptr, parentId};
+  directory* folder = nullptr;
+  EXPECT_EQ(google_drive_get_root_directory(google, &folder), 1);
+  EXPECT_THAT(foldersOf(google_drive_list_directory, google, &parent), FieldsAre(1, IsEmpty()));
+  EXPECT_EQ(google_drive_create_directory(google, &parent, "name", &folder), 1);
+  EXPECT_EQ(folder, nullptr);
+  EXPECT_EQ(amazon_drive_get_endpoint(amazon), 1);
+  EXPECT_EQ(amazon_drive_test_api(amazon), 1);
+  EXPECT_THAT(foldersOf(amazon_drive_list_directory, amazon, &parent), FieldsAre(1, IsEmpty()));
+
+  char* text = nullptr;
+  char* other = nullptr;
+  EXPECT_EQ(google_drive_get_authorize_url(google, &text), 1);
+  EXPECT_EQ(google_drive_get_token(google, "code", &text, &other), 337);
+  EXPECT_EQ(google_drive_set_token(google, "access", "refresh"), 1);
+  EXPECT_EQ(dropbox_get_token(dropbox, "code", &text), 343);
+  EXPECT_EQ(dropbox_set_token(dropbox, "access"), 1);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(other, nullptr);
+  libvemlo_google_drive_cleanup(google);
+  libvemlo_amazon_drive_cleanup(amazon);
+  libvemlo_dropbox_cleanup(dropbox);
 }
 
 }  // namespace

@@ -23,8 +23,12 @@ bool OAuth2Credential::isEmpty() const { return accessToken_.empty(); }
 Util::Status OAuth2Credential::refreshAccessToken() { return {1, "the stand-in cannot refresh"}; }
 std::string OAuth2Credential::accessToken() const { return accessToken_; }
 std::string OAuth2Credential::refreshToken() const { return refreshToken_; }
-void OAuth2Credential::setAccessToken(std::string token) { accessToken_ = std::move(token); }
+void OAuth2Credential::setAccessToken(std::string token) {
+  StandIn::throwIfTold();
+  accessToken_ = std::move(token);
+}
 void OAuth2Credential::setTokens(std::string accessToken, std::string refreshToken) {
+  StandIn::throwIfTold();
   accessToken_ = std::move(accessToken);
   refreshToken_ = std::move(refreshToken);
 }
@@ -62,6 +66,7 @@ OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
 OAuth2Client::~OAuth2Client() = default;
 
 std::string OAuth2Client::buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const {
+  StandIn::throwIfTold();
   return "consent to " + options.scope;
 }
 
@@ -69,6 +74,7 @@ Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
                                                      const Auth::OAuth2RequestOptions&,
                                                      Auth::OAuth2Credential& credential) const {
   journal().calls.push_back("exchange " + code);
+  StandIn::throwIfTold();
   if (journal().operationsFail) return {403, "as told"};
   credential.setTokens("access", "refresh");
   return {};

@@ -25,6 +25,10 @@ CloudStorage::Client::Error failure() {
   return {CloudStorage::Client::CoreErrors::AccessDenied, "StandIn", "as told", {}, false, 403};
 }
 
+void throwIfTold() {
+  if (journal().operationsThrow) throw std::runtime_error("not today");
+}
+
 Journal& journal() {
   static Journal instance;
   return instance;

@@ -21,6 +21,7 @@ struct Journal {
 
   bool clientConstructorsThrow = false;
   bool operationsFail = false;
+  bool operationsThrow = false;
 };
 
 Journal& journal();
@@ -33,11 +34,15 @@ CloudStorage::Client::ClientParts notedParts(
 
 CloudStorage::Client::Error failure();
 
-/// Every operation of every client: notes `call`, and fails if the journal demands it.
+/// Throws if the journal demands it.
+void throwIfTold();
+
+/// Every operation of every client: notes `call`, and fails or throws if the journal demands it.
 template <typename Result>
 CloudStorage::Util::Outcome<Result, CloudStorage::Client::Error> perform(std::string call,
                                                                          Result result) {
   journal().calls.push_back(std::move(call));
+  throwIfTold();
   if (journal().operationsFail) return failure();
   return {std::move(result)};
 }

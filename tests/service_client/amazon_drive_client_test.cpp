@@ -273,7 +273,7 @@ TEST_F(AmazonDriveClientTest, CreationThatNamesNoFolderIsALocalFailure) {
   for (const char* body :
        {"", "{}", "[]", "<html></html>", R"({"name":"New"})", R"({"id":"","name":"New"})",
         R"({"id":null,"name":"New"})", R"({"id":7,"name":"New"})", R"({"data":[{"id":"n1"}]})",
-        R"({"id":"n1","name":"N\u0000"})", R"({"id":"n1"} x)", R"({"id":"n1")"}) {
+        R"({"id":"n\u0000","name":"N"})", R"({"id":"n1"} x)", R"({"id":"n1")"}) {
     enqueue(response(200, body));
     const auto outcome = create();
     SCOPED_TRACE(body);

@@ -92,13 +92,17 @@ TEST(AuthorizeUrl, Microsoft) {
       "&response_mode=query");
 }
 
+// What the option of the build adds to Dropbox's address.
+const std::string kOfflineAccess = VEMLO_DROPBOX_OFFLINE_ACCESS ? "&token_access_type=offline" : "";
+
 TEST(AuthorizeUrl, Dropbox) {
   OAuth2RequestOptions options;
   options.forceReapprove = "true";
   EXPECT_EQ(dropboxUrl("https://www.dropbox.com/oauth2/authorize", options),
             "https://www.dropbox.com/oauth2/authorize?client_id=client%3Aid&response_type=code"
             "&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php"
-            "&force_reapprove=true&token_access_type=offline");
+            "&force_reapprove=true" +
+                kOfflineAccess);
 }
 
 constexpr char kCommon[] =
@@ -109,7 +113,7 @@ TEST(AuthorizeUrl, EmptyOptionsAreOmitted) {
   EXPECT_EQ(amazonUrl("https://x.test/", {}), kCommon);
   EXPECT_EQ(googleUrl("https://x.test/", {}), kCommon);
   EXPECT_EQ(microsoftUrl("https://x.test/", {}), kCommon + std::string("&response_mode=query"));
-  EXPECT_EQ(dropboxUrl("https://x.test/", {}), kCommon + std::string("&token_access_type=offline"));
+  EXPECT_EQ(dropboxUrl("https://x.test/", {}), kCommon + kOfflineAccess);
 }
 
 TEST(AuthorizeUrl, EachServiceGetsTheOptionsThatItSupports) {
@@ -119,7 +123,17 @@ TEST(AuthorizeUrl, EachServiceGetsTheOptionsThatItSupports) {
             common + "&access_type=offline&prompt=consent");
   EXPECT_EQ(microsoftUrl("https://x.test/", allOptions()), common + "&response_mode=query");
   EXPECT_EQ(dropboxUrl("https://x.test/", allOptions()),
-            common + "&force_reapprove=true&token_access_type=offline");
+            common + "&force_reapprove=true" + kOfflineAccess);
+}
+
+TEST(AuthorizeUrl, DropboxIsAskedForOfflineAccessIfTheBuildAsks) {
+  for (const bool asks : {true, false}) {
+    const auto client = std::make_shared<Client::Dropbox::DropboxClient>(
+        clientSpec("https://x.test/"), Client::ClientParts{}, Client::ClientEnvironment{},
+        Client::Dropbox::DropboxClient::Options{false, asks});
+    EXPECT_EQ(client->buildAuthorizeUrl({}),
+              kCommon + std::string(asks ? "&token_access_type=offline" : ""));
+  }
 }
 
 TEST(AuthorizeUrl, OtherApprovalPromptsOfGoogleKeepTheirName) {

@@ -154,6 +154,38 @@ TEST_F(DropboxClientTest, CreatedFolderMayHaveItsPathInLowerCaseOnly) {
   }
 }
 
+TEST_F(DropboxClientTest, CreatedFolderMayHaveNoId) {
+  for (const char* id : {"", R"("id":null,)", R"("id":7,)"}) {
+    const auto outcome =
+        createdBy(R"({"metadata":{"name":"New",)" + std::string(id) + R"("path_lower":"/new"}})");
+    ASSERT_TRUE(outcome.isSuccess()) << id;
+    EXPECT_EQ(outcome.getResult().id, "") << id;
+    EXPECT_EQ(outcome.getResult().path, "/new") << id;
+    EXPECT_EQ(outcome.getResult().tag, "folder") << id;
+  }
+}
+
+TEST_F(DropboxClientTest, CreatedFolderWithoutAPathHasThePathThatWasSent) {
+  for (const char* metadata : {"{}", R"({"name":"A"})", R"({"path_lower":"","path_display":null})",
+                               R"({"path_lower":"/a\u0000","path_display":"/\udc00"})"}) {
+    enqueue(response(200, R"({"metadata":)" + std::string(metadata) + "}"));
+    const auto outcome = create("//A folder with a longer name");
+    ASSERT_TRUE(outcome.isSuccess()) << metadata;
+    const auto folder = outcome.getResult();
+    EXPECT_EQ(folder.path, "/A folder with a longer name") << metadata;
+  }
+}
+
+TEST_F(DropboxClientTest, LastMetadataOfACreationCounts) {
+  const auto outcome = createdBy(R"({"metadata":{"name":"First","id":"id:1","path_lower":"/1"},)"
+                                 R"("metadata":{"name":"Last","path_lower":"/2"}})");
+  ASSERT_TRUE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getResult().name, "Last");
+  EXPECT_EQ(outcome.getResult().id, "");
+  EXPECT_EQ(outcome.getResult().path, "/2");
+  expectMalformedResponse(createdBy(R"({"metadata":{"path_lower":"/1"},"metadata":null})"));
+}
+
 TEST_F(DropboxClientTest, CreatedFolderOutlivesItsOutcome) {
   Model::Metadata kept;
   {
@@ -166,15 +198,11 @@ TEST_F(DropboxClientTest, CreatedFolderOutlivesItsOutcome) {
 }
 
 TEST_F(DropboxClientTest, CreationThatNamesNoFolderIsALocalFailure) {
-  for (const char* body : {"", "{}", "[]", "null", "<html></html>", R"({"metadata":null})",
-                           R"({"metadata":"x"})", R"({"metadata":[]})", R"({"metadata":{}})",
-                           R"({"name":"New","id":"id:7","path_lower":"/x"})",
-                           R"({"metadata":{"name":"New","id":"id:7"}})",
-                           R"({"metadata":{"name":"New","path_lower":"/new"}})",
-                           R"({"metadata":{"name":"New","id":7,"path_lower":"/new"}})",
-                           R"({"metadata":{"name":"N\u0000","id":"id:7","path_lower":"/n"}})",
-                           R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"}} more)",
-                           R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"})"}) {
+  for (const char* body :
+       {"", "{}", "[]", "null", "<html></html>", R"({"metadata":null})", R"({"metadata":"x"})",
+        R"({"metadata":[]})", R"({"name":"New","id":"id:7","path_lower":"/x"})",
+        R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"}} more)",
+        R"({"metadata":{"name":"New","id":"id:7","path_lower":"/new"})"}) {
     const auto outcome = createdBy(body);
     SCOPED_TRACE(body);
     expectMalformedResponse(outcome);

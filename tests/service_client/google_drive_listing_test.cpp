@@ -21,7 +21,7 @@ using TestSupport::response;
 constexpr char kAddress[] = "GET https://www.googleapis.com/drive/v3/files?";
 constexpr char kEnd[] =
     "fields=nextPageToken%2Cfiles%28id%2Cname%29&supportsAllDrives=true"
-    "&includeItemsFromAllDrives=true";
+    "&includeItemsFromAllDrives=true&prettyPrint=false";
 
 /// The request that the library makes.
 Model::ListFileResourceRequest foldersOf(const std::string& parent) {
@@ -151,7 +151,7 @@ TEST_F(GoogleDriveListing, EmptyPageMayHaveANextPage) {
 
 TEST_F(GoogleDriveListing, EntriesMayBeIncomplete) {
   EXPECT_THAT(filesFrom(R"([{"id":"1"},{"name":"b"},{},{"id":null,"name":7},{"id":"5"}])"),
-              ElementsAre("1=", "=b", "=", "=", "5="));
+              ElementsAre("1=", "5="));
 }
 
 TEST_F(GoogleDriveListing, NamesAreUnescaped) {

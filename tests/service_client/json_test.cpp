@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -141,9 +142,36 @@ TEST(JsonDocument, TextsThatDoNotEndAreRefused) {
 }
 
 TEST(JsonDocument, OnlyTextsAreReadAsTexts) {
+  EXPECT_EQ(readMember(R"("b":"x")", "a"), "nothing");
   for (const char* value : {"null", "1", "true", "[\"x\"]", "{\"a\":\"x\"}"}) {
-    EXPECT_EQ(readMember(std::string(R"("a":)") + value, "a"), "nothing") << value;
+    EXPECT_EQ(readMember(std::string(R"("a":)") + value, "a"), "") << value;
   }
+}
+
+// The last of several members with one name counts.
+TEST(JsonDocument, ValueOfAnotherTypeReplacesAnEarlierOne) {
+  std::string document = R"({"a":"x","b":true,"c":7,"d":"8","e":["x"],)"
+                         R"("a":null,"b":null,"c":null,"d":null,"e":null})";
+  Json::Parser parser;
+  std::string text;
+  bool flag = false;
+  std::int64_t number = 0;
+  std::uint64_t size = 0;
+  std::vector<std::string_view> ids;
+  Json::parse(document, parser, [&](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "a") Json::read(value, text);
+      if (key == "b") Json::read(value, flag);
+      if (key == "c") Json::read(value, number);
+      if (key == "d") Json::read(value, size);
+      if (key == "e") Json::readIds(value, ids);
+    }
+  });
+  EXPECT_EQ(text, "");
+  EXPECT_FALSE(flag);
+  EXPECT_EQ(number, 0);
+  EXPECT_EQ(size, 0U);
+  EXPECT_TRUE(ids.empty());
 }
 
 using Json::ParserPool;

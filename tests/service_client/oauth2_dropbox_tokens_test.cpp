@@ -33,8 +33,8 @@ class DropboxTokens : public ::testing::TestWithParam<bool>, protected TestSuppo
     spec.clientId = "id";
     spec.clientSecret = "client secret";
     spec.tokenEndpoint = "https://login.example.test/token";
-    client =
-        std::make_shared<Client::Dropbox::DropboxClient>(spec, parts, environment(), GetParam());
+    client = std::make_shared<Client::Dropbox::DropboxClient>(
+        spec, parts, environment(), Client::Dropbox::DropboxClient::Options{GetParam(), true});
   }
 
   bool list() {

@@ -35,7 +35,8 @@ std::shared_ptr<DriveClient> makeClient(const OAuth2ClientSpec& spec,
                                         const Client::ClientParts& parts,
                                         const Client::ClientEnvironment& environment) {
   if constexpr (std::is_same_v<DriveClient, Client::Dropbox::DropboxClient>) {
-    return std::make_shared<DriveClient>(spec, parts, environment, false);
+    return std::make_shared<DriveClient>(spec, parts, environment,
+                                         typename DriveClient::Options{false, true});
   } else {
     return std::make_shared<DriveClient>(spec, parts, environment);
   }

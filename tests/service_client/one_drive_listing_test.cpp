@@ -63,7 +63,7 @@ class OneDriveListingTest : public ::testing::Test, protected TestSupport::OneDr
 
   // The address of `request` as it is sent.
   std::string addressOf(const Model::ListChildrenRequest& request) {
-    enqueue(response(200, "{}"));
+    enqueue(response(200, R"({"value":[]})"));
     EXPECT_TRUE(list(request).isSuccess());
     return addresses().back();
   }
@@ -171,16 +171,16 @@ TEST_F(OneDriveChildren, AreReadInTheServicesOrder) {
 
 TEST_F(OneDriveChildren, NamesAreReadByteForByte) {
   EXPECT_THAT(
-      namesOf(read(R"({"value":[{"name":" a&amp;b%41+ "},{"name":"\"\\\/\n\u0001\ud83d\ude00"},)"
-                   R"({"name":"e\u0301"},{"name":""},{"name":null},{"name":7},{}]})")),
+      namesOf(read(R"({"value":[{"id":"1","name":" a&amp;b%41+ "},)"
+                   R"({"id":"2","name":"\"\\\/\n\u0001\ud83d\ude00"},{"id":"3","name":"e\u0301"},)"
+                   R"({"id":"4","name":""},{"id":"5","name":null},{"id":"6","name":7},)"
+                   R"({"id":"7"},{}]})")),
       ElementsAre(" a&amp;b%41+ ", "\"\\/\n\x01\U0001F600", "e\u0301", "", "", "", ""));
 }
 
 TEST_F(OneDriveChildren, EmptyPageMayHaveANextPage) {
   for (const char* body : {R"({"value":[],"@odata.nextLink":"https://x/"})",
-                           R"({"@odata.nextLink":"https://x/","value":[]})",
-                           R"({"@odata.nextLink":"https://x/","value":null})",
-                           R"({"@odata.nextLink":"https://x/"})"}) {
+                           R"({"@odata.nextLink":"https://x/","value":[]})"}) {
     const auto outcome = read(body);
     ASSERT_TRUE(outcome.isSuccess()) << body;
     EXPECT_THAT(outcome.getResult().items, IsEmpty());
@@ -198,6 +198,26 @@ TEST_F(OneDriveChildren, FailuresAreFinal) {
   }
   EXPECT_THAT(requests(), SizeIs(5));
   EXPECT_THAT(delays(), IsEmpty());
+}
+
+TEST_F(OneDriveChildren, PageWithoutAListIsMalformed) {
+  for (const char* body : {"{}", R"({"@odata.nextLink":"https://x/"})",
+                           R"({"@odata.count":0,"value":null})", R"({"value":[],"value":null})"}) {
+    SCOPED_TRACE(body);
+    TestSupport::expectMalformedResponse(read(body));
+  }
+}
+
+// The service chooses the size of the page.
+TEST_F(OneDriveChildren, PageHasAtMost100000ItemsIfTheRequestHasNoPageSize) {
+  std::string items = R"({"id":"1"})";
+  for (int i = 1; i < 100000; ++i) items += ",{}";
+  Model::ListChildrenRequest request;
+  request.itemId = "root";
+  enqueue(response(200, R"({"value":[)" + items + "]}"));
+  EXPECT_THAT(list(request).getResult().items, SizeIs(1));
+  enqueue(response(200, R"({"value":[)" + items + ",{}]}"));
+  EXPECT_EQ(list(request).getError().exceptionName, "ResponseTooLarge");
 }
 
 using OneDrivePages = OneDriveListingTest;
@@ -280,9 +300,9 @@ TEST_F(OneDrivePages, TokenThatIsNoLinkIsAParameterWhateverItContains) {
 }
 
 TEST_F(OneDrivePages, LinkLeadsToTheNextPage) {
-  enqueue(response(
-      200, R"({"value":[{"name":"a","folder":{}}],"@odata.nextLink":")"s + kNextPage + R"("})"));
-  enqueue(response(200, R"({"value":[{"name":"b","folder":{}}]})"));
+  enqueue(response(200, R"({"value":[{"id":"1","name":"a","folder":{}}],"@odata.nextLink":")"s +
+                            kNextPage + R"("})"));
+  enqueue(response(200, R"({"value":[{"id":"2","name":"b","folder":{}}]})"));
   const auto client = makeClient();
   auto request = pageOf("9F3C!105");
   const auto first = client->listChildren(request);

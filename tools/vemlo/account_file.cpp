@@ -13,10 +13,13 @@
 #include <filesystem>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
 #include "failure.h"
+#include "open_file.h"
+#include "private_file.h"
 
 namespace vemlo {
 namespace {
@@ -28,26 +31,6 @@ using std::filesystem::path;
   const std::string reason = std::generic_category().message(errno);
   throw Failure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
 }
-
-class OpenFile {
- public:
-  explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
-  ~OpenFile() { close(); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  int descriptor() const { return descriptor_; }
-  bool isOpen() const { return descriptor_ >= 0; }
-
-  bool close() {
-    const bool isClosed = !isOpen() || ::close(descriptor_) == 0;
-    descriptor_ = -1;
-    return isClosed;
-  }
-
- private:
-  int descriptor_;
-};
 
 path configurationFolder() {
   // By convention the variable is ignored unless it holds an absolute path.
@@ -71,32 +54,12 @@ bool isAccount(const Json& account) {
          });
 }
 
-/// The content of a file; empty if the file does not exist.
-std::string readText(const path& file) {
-  const OpenFile open(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!open.isOpen() && errno == ENOENT) return {};
-
-  std::string text;
-  std::array<char, 4096> buffer{};
-  ssize_t size = open.isOpen() ? 1 : -1;
-  while (size > 0) {
-    size = ::read(open.descriptor(), buffer.data(), buffer.size());
-    if (size > 0) text.append(buffer.data(), static_cast<std::size_t>(size));
-  }
-  if (size < 0) fail("cannot read", file);
-  return text;
-}
-
 /// An object with one member per account, named after the service.
-Json readFile() {
-  const path file = accountFile();
-  const std::string text = readText(file);
-  if (text.empty() && !std::filesystem::exists(file)) return Json::object();
+Json parse(const std::string& text, const std::string& file) {
   Json accounts = Json::parse(text, nullptr, false);
   if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
-    throw Failure(
-        ExitCode::LocalFailure,
-        "'" + file.string() + "' is damaged; repair it, or remove it and link the accounts again");
+    throw Failure(ExitCode::LocalFailure,
+                  "'" + file + "' is damaged; repair it, or remove it and link the accounts again");
   }
   return accounts;
 }
@@ -143,10 +106,13 @@ void makeAccountFolder() {
 void changeAccounts(const std::function<void(Json& accounts)>& change) {
   makeAccountFolder();
   const path lock = accountFolder() / "accounts.lock";
-  const OpenFile open(::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  const OpenFile open(
+      ::open(lock.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!open.isOpen() || ::flock(open.descriptor(), LOCK_EX) != 0) fail("cannot lock", lock);
 
-  const Json before = readFile();
+  const path file = accountFile();
+  const std::optional<std::string> text = readPrivateFile(file);
+  const Json before = text ? parse(*text, file.string()) : Json::object();
   Json accounts = before;
   change(accounts);
   if (accounts != before) writeFile(accounts);
@@ -155,8 +121,14 @@ void changeAccounts(const std::function<void(Json& accounts)>& change) {
 }  // namespace
 
 std::map<std::string, Account> readAccounts() {
+  const path file = accountFile();
+  const std::optional<std::string> text = readPrivateFile(file);
+  return text ? parseAccounts(*text, file.string()) : std::map<std::string, Account>();
+}
+
+std::map<std::string, Account> parseAccounts(const std::string& text, const std::string& file) {
   std::map<std::string, Account> accounts;
-  const Json stored = readFile();
+  const Json stored = parse(text, file);
   for (const auto& [service, account] : stored.items()) {
     accounts[service] = {account["linked"], account["accessToken"], account["refreshToken"]};
   }

@@ -15,8 +15,12 @@ struct Account {
 
 /// The linked accounts by the names of their services, from $XDG_CONFIG_HOME/vemlo/accounts.json or
 /// ~/.config/vemlo/accounts.json. Empty if the file does not exist. Throws Failure if the file
-/// cannot be read or is damaged.
+/// cannot be read, is accessible to other users, or is damaged.
 std::map<std::string, Account> readAccounts();
+
+/// The linked accounts in the content of such a file. Throws Failure if it is damaged; the message
+/// contains `file`, the file's name.
+std::map<std::string, Account> parseAccounts(const std::string& text, const std::string& file);
 
 /// Stores an account in place of the service's previous one. The rest of the file is preserved,
 /// including concurrent changes by other processes. Throws Failure as `readAccounts` does, and if

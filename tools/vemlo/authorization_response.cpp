@@ -57,8 +57,10 @@ void requireNoError(std::string_view address) {
                                              (description.empty() ? "" : ": " + description));
 }
 
+/// Some browsers leave the scheme out of an address that is copied.
 bool isAddress(std::string_view text) {
-  return text.substr(0, 8) == "https://" || text.substr(0, 7) == "http://";
+  return text.substr(0, 8) == "https://" || text.substr(0, 7) == "http://" ||
+         !parameter(text, "code").empty() || !parameter(text, "error").empty();
 }
 
 }  // namespace
@@ -66,10 +68,13 @@ bool isAddress(std::string_view text) {
 std::string authorizationCode(std::string_view pasted) {
   pasted = trimmed(pasted);
   if (pasted.empty()) throw Failure(ExitCode::LocalFailure, "no code was given");
-  std::string code(pasted);
+  std::string code;
   if (isAddress(pasted)) {
     requireNoError(pasted);
     code = parameter(pasted, "code");
+  } else {
+    // A code that was copied out of an address. No service issues codes with a '%' of their own.
+    code = percentDecoded(pasted);
   }
   // A NUL would silently truncate the code.
   if (code.empty() || code.find('\0') != std::string::npos) {

@@ -5,8 +5,8 @@
 
 namespace vemlo {
 
-/// The authorization code in a text that the user has pasted: either the code alone, as the
-/// redirect page displays it, or the full address of that page, in which it is percent-encoded.
+/// The authorization code in a text that the user has pasted: the code alone, as the redirect page
+/// displays it or as it stands, percent-encoded, in the address of that page; or the full address.
 ///
 /// Throws Failure if there is no code. The message contains the error that the address names, if
 /// any, and never a code.

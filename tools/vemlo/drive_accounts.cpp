@@ -20,17 +20,17 @@ namespace {
 
 constexpr const char* kLoginFooter =
     "Prints the address of the page on which to allow access, and opens it in a browser where "
-    "there\n"
-    "is a desktop. Then reads a line of standard input: the address that the browser was sent to "
-    "in\n"
-    "the end, or the code alone. An account that was linked before is replaced once that has "
-    "worked.\n"
+    "there is a desktop. Then reads a line of standard input: the address that the browser was "
+    "sent to in the end, or the code alone. An account that was linked before is replaced once "
+    "that has worked.\n"
     "\n"
-    "Accounts are kept in $XDG_CONFIG_HOME/vemlo/accounts.json, or in ~/.config without that\n"
-    "variable. The tokens in it are enciphered with a key that everybody has who has the library,\n"
+    "If the service does not accept the code, the error line in the log shows it, and on Google "
+    "Drive and Amazon Drive the tokens if some were received.\n"
+    "\n"
+    "Accounts are kept in $XDG_CONFIG_HOME/vemlo/accounts.json, or in ~/.config without that "
+    "variable. The tokens in it are enciphered with a key that everybody has who has the library, "
     "which hides them from a glance but does not protect them: who can read the file has access "
-    "to\n"
-    "the drive.\n"
+    "to the drive.\n"
     "\n";
 
 struct Arguments {
@@ -90,8 +90,8 @@ void whoAmI(const Arguments& arguments) {
   const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
   session.logAccountHolder();
   writeMessage("the " + drive.title +
-               " account works; it belongs to whom the library names in its log above (at the "
-               "severity of an error, which it is not)");
+               " account works; the library names its holder in its log above, in lines that are "
+               "no errors");
 }
 
 void listAccounts(const Arguments& arguments) {
@@ -103,7 +103,7 @@ void listAccounts(const Arguments& arguments) {
 }
 
 void addServiceArgument(CLI::App& command, Arguments& arguments) {
-  command.add_option("SERVICE", arguments.service, "One of " + driveNames())
+  command.add_option("SERVICE", arguments.service, "One of " + listOfDrives())
       ->required()
       ->type_name("");
 }

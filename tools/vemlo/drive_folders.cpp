@@ -12,6 +12,8 @@
 #include "failure.h"
 #include "output.h"
 #include "proxy.h"
+#include "suggestion.h"
+#include "text.h"
 
 namespace vemlo {
 namespace {
@@ -61,11 +63,21 @@ std::vector<Folder> foldersNamed(const std::string& name, std::vector<Folder> fo
   return folders;
 }
 
-Folder requireSingle(const std::vector<Folder>& found, const std::string& name,
+[[noreturn]] void rejectName(const std::string& name, const std::string& parent,
+                             const std::vector<Folder>& folders) {
+  std::vector<std::string> names;
+  names.reserve(folders.size());
+  for (const Folder& folder : folders) names.push_back(folder.name);
+  const std::string meant = closest(name, names);
+  throw Failure(ExitCode::ServiceFailed,
+                "there is no folder '" + name + "' in " + parent +
+                    (meant.empty() ? "" : "; did you mean '" + meant + "'?"));
+}
+
+Folder requireSingle(const std::vector<Folder>& folders, const std::string& name,
                      const std::string& parent) {
-  if (found.empty()) {
-    throw Failure(ExitCode::ServiceFailed, "there is no folder '" + name + "' in " + parent);
-  }
+  const std::vector<Folder> found = foldersNamed(name, folders);
+  if (found.empty()) rejectName(name, parent, folders);
   if (found.size() > 1) {
     std::string ids;
     for (const Folder& folder : found) ids += (ids.empty() ? "" : ", ") + folder.id;
@@ -76,13 +88,27 @@ Folder requireSingle(const std::vector<Folder>& found, const std::string& name,
   return found.front();
 }
 
+/// The service would refuse to make a folder twice, with a message for programmers, or make a
+/// second folder of the same name, which cannot be distinguished by its path.
+void requireNewName(const Drive& drive, const std::string& name, const std::string& parent,
+                    const std::vector<Folder>& folders) {
+  for (const Folder& folder : folders) {
+    const bool isSame =
+        folder.name == name || (drive.ignoresCase && upperCase(folder.name) == upperCase(name));
+    if (!isSame) continue;
+    throw Failure(ExitCode::ServiceFailed,
+                  "there is a folder '" + folder.name + "' in " + parent +
+                      " already; nothing was changed. Use it, or choose another name");
+  }
+}
+
 /// Looks up the folder that the first `depth` names lead to, with one listing per level.
 Folder resolve(const DriveSession& session, const Location& location, std::size_t depth) {
   Folder folder = location.startId.empty() ? session.root() : Folder{"", location.startId};
   for (std::size_t i = 0; i < depth; ++i) {
     const std::string parent = describe(location, i);
     const std::string& name = location.names[i];
-    folder = requireSingle(foldersNamed(name, session.foldersIn(folder, parent)), name, parent);
+    folder = requireSingle(session.foldersIn(folder, parent), name, parent);
   }
   return folder;
 }
@@ -124,12 +150,7 @@ void makeFolder(const Arguments& arguments) {
   const Folder parent = resolve(session, location, depth);
   const std::string where = describe(location, depth);
 
-  // The service would accept it, and two folders of one name cannot be distinguished by path.
-  if (location.drive.canRepeatNames &&
-      !foldersNamed(name, session.foldersIn(parent, where)).empty()) {
-    throw Failure(ExitCode::ServiceFailed,
-                  "there is a folder '" + name + "' in " + where + " already");
-  }
+  requireNewName(location.drive, name, where, session.foldersIn(parent, where));
   const Folder made = session.makeFolder(parent, name, describe(location, depth + 1));
   if (arguments.json || arguments.showsIds) {
     writeListing(listingOf({made}, arguments.showsIds), arguments.json);
@@ -157,12 +178,12 @@ void addDriveFolderCommands(CLI::App& app) {
   addCommand(app, "ls", "List the folders directly below a folder",
              "The folder to look into, as SERVICE:/PATH, such as google-drive:/Photos/2019; "
              "SERVICE is one of " +
-                 driveNames(),
+                 listOfDrives(),
              listFolders);
   addCommand(app, "mkdir", "Make a folder; prints nothing unless asked for its id or JSON",
              "The new folder, as SERVICE:/PATH, such as google-drive:/Photos/2020, in a folder "
              "that is there; SERVICE is one of " +
-                 driveNames(),
+                 listOfDrives(),
              makeFolder);
 }
 

@@ -142,16 +142,19 @@ Folder DriveSession::makeFolder(const Folder& parent, const std::string& name,
   Folder copy = parent;
   const directory parentRecord = record(copy);
   directory* made = nullptr;
-  require("make folder " + path,
-          [&] { return drive_.makeFolder(session_.handle(), &parentRecord, name.c_str(), &made); });
+  require(
+      "make folder " + path,
+      [&] { return drive_.makeFolder(session_.handle(), &parentRecord, name.c_str(), &made); },
+      "if the log says that the name exists or conflicts, a file has it: choose another name");
   return take(made);
 }
 
-void DriveSession::require(const std::string& action, const std::function<int()>& call) const {
+void DriveSession::require(const std::string& action, const std::function<int()>& call,
+                           std::string advice) const {
   const int code = withProgress(isQuiet_, call);
-  std::string advice;
   if (hasStoredTokens_) {
-    advice =
+    advice += advice.empty() ? "" : "; ";
+    advice +=
         "if the log says that the credential could not be refreshed, link the account again "
         "with `" +
         loginCommand(drive_) + "`";

@@ -54,7 +54,9 @@ class DriveSession {
 
  private:
   void use(const Account& account);
-  void require(const std::string& action, const std::function<int()>& call) const;
+  /// @param advice  What the message of a failure says besides, before other advice.
+  void require(const std::string& action, const std::function<int()>& call,
+               std::string advice = "") const;
 
   const Drive& drive_;
   bool isQuiet_;

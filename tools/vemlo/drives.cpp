@@ -1,6 +1,7 @@
 #include "drives.h"
 
 #include "failure.h"
+#include "suggestion.h"
 
 namespace vemlo {
 namespace {
@@ -16,7 +17,6 @@ Drive googleDrive() {
   drive.getRoot = google_drive_get_root_directory;
   drive.listFolders = google_drive_list_directory;
   drive.makeFolder = google_drive_create_directory;
-  drive.canRepeatNames = true;
   return drive;
 }
 
@@ -31,6 +31,7 @@ Drive oneDrive() {
   drive.getRoot = one_drive_get_root_directory;
   drive.listFolders = one_drive_list_directory;
   drive.makeFolder = one_drive_create_directory;
+  drive.ignoresCase = true;
   drive.getLogoutUrl = one_drive_get_logout_url;
   return drive;
 }
@@ -50,6 +51,7 @@ Drive dropbox() {
   };
   drive.listFolders = dropbox_list_directory;
   drive.makeFolder = dropbox_create_directory;
+  drive.ignoresCase = true;
   drive.lifetime =
       "a Dropbox link lasts four hours, unless the library was built with "
       "VEMLO_DROPBOX_DURABLE_TOKEN";
@@ -78,18 +80,30 @@ const std::vector<Drive>& drives() {
 
 }  // namespace
 
-std::string driveNames() {
-  std::string names;
-  for (const Drive& drive : drives()) names += (names.empty() ? "" : ", ") + drive.name;
+std::vector<std::string> driveNames() {
+  std::vector<std::string> names;
+  names.reserve(drives().size());
+  for (const Drive& drive : drives()) names.push_back(drive.name);
   return names;
+}
+
+std::string listOfDrives() {
+  std::string list;
+  for (const std::string& name : driveNames()) list += (list.empty() ? "" : ", ") + name;
+  return list;
 }
 
 const Drive& driveNamed(const std::string& name) {
   for (const Drive& drive : drives()) {
     if (drive.name == name) return drive;
   }
+  const bool isObjectStore = name == "s3" || name == "azure";
+  const std::string meant = closest(name, driveNames());
+  std::string advice;
+  if (!meant.empty()) advice = "; did you mean '" + meant + "'?";
+  if (isObjectStore) advice = "; `vemlo " + name + " --help` lists the commands of " + name;
   throw Failure(ExitCode::BadUsage,
-                "no drive is called '" + name + "'; there are: " + driveNames());
+                "no drive is called '" + name + "'; there are: " + listOfDrives() + advice);
 }
 
 }  // namespace vemlo

@@ -28,14 +28,16 @@ struct Drive {
   int (*getLogoutUrl)(session*, char**) = nullptr;
   /// Logs the name of the account's holder. Null where the library has no such function.
   int (*logAccountHolder)(session*) = nullptr;
-  /// Whether a folder can contain two folders of the same name.
-  bool canRepeatNames = false;
+  /// Whether names that differ in case only are the same.
+  bool ignoresCase = false;
   /// A message about how long a linked account stays usable; empty if there is nothing to say.
   std::string lifetime;
 };
 
+std::vector<std::string> driveNames();
+
 /// The names of all drives, separated by ", ".
-std::string driveNames();
+std::string listOfDrives();
 
 /// The drive with this name. Throws Failure if there is none.
 const Drive& driveNamed(const std::string& name);

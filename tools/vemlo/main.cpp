@@ -2,31 +2,38 @@
 #include <libvemlo.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <clocale>
 #include <csignal>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "azure.h"
 #include "drive_accounts.h"
 #include "drive_folders.h"
 #include "failure.h"
+#include "help_formatter.h"
 #include "output.h"
 #include "s3.h"
+#include "terminal.h"
+#include "usage.h"
 
 namespace vemlo {
 namespace {
 
 constexpr const char* kFooter =
-    "Options of `vemlo` and `vemlo SERVICE` may also stand behind the command;\n"
-    "their --help lists them.\n"
+    "Options of `vemlo` and `vemlo SERVICE` may also stand behind the command; their --help lists "
+    "them.\n"
     "\n"
     "Exit codes:\n"
     "  0  done\n"
     "  1  the service refused, was not reached, or was not understood\n"
     "  2  bad usage, such as an unknown option, a missing key, or an account that is not linked\n"
-    "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n";
+    "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n"
+    "When the reader of the output has closed its pipe, as `head` does, vemlo ends silently by "
+    "SIGPIPE, which a shell reports as 141.\n";
+
+/// The only level at which the library logs more than failures.
+constexpr int kAllSteps = 9;
 
 void prepareProcess() {
   // A connection must not get the descriptor of a standard stream that the caller has closed, or
@@ -35,47 +42,41 @@ void prepareProcess() {
   for (const int stream : {0, 1, 2}) {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
-  // A closed pipe is then a failed write, which is reported like any other.
+  // A message that nobody reads does not end the process, and its exit code tells the result.
   std::signal(SIGPIPE, SIG_IGN);
   // Tables are UTF-8 in every locale; `displayWidth` depends on this setting.
   std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-/// The message for unexpected arguments. It names the first unknown option, if any, and never a
-/// value, which may be a secret that would end up in a log.
-std::string describeExtraArgument(const CLI::App& app) {
-  const std::vector<std::string> arguments = app.remaining(true);
-  const auto option =
-      std::find_if(arguments.begin(), arguments.end(),
-                   [](const std::string& argument) { return argument.rfind('-', 0) == 0; });
-  if (option == arguments.end()) return "too many arguments";
-  const bool isLong = option->rfind("--", 0) == 0;
-  return "unknown option " + (isLong ? option->substr(0, option->find('=')) : option->substr(0, 2));
-}
-
 void run(int argc, const char* const* argv) {
   CLI::App app("Cloud storage accounts on the command line", "vemlo");
+  app.formatter(std::make_shared<HelpFormatter>(columns()));
   app.require_subcommand(1);
   app.fallthrough();
   app.footer(kFooter);
   app.set_version_flag("--version", "vemlo " VEMLO_VERSION, "Print the version and exit");
-  app.add_flag("-v,--verbose", ::verbose,
-               "Log more to standard error; repeat, or --verbose=9 for all");
+  app.add_flag(
+      "-v,--verbose", ::verbose,
+      "Also log to standard error how `ls` and `mkdir` look for folders on Google Drive, "
+      "OneDrive and Amazon Drive: ids, counts, and the metadata of the root folder, but no "
+      "key, token or code. All other commands log the same with and without it");
+  app.parse_complete_callback([] {
+    if (::verbose > 0) ::verbose = kAllSteps;
+  });
   addS3Commands(app);
   addAzureCommands(app);
   addDriveAccountCommands(app);
   addDriveFolderCommands(app);
 
+  requireKnownCommands(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     writeResult(app.help());
   } catch (const CLI::CallForVersion& version) {
     writeResult(version.what() + std::string("\n"));
-  } catch (const CLI::ExtrasError&) {
-    throw Failure(ExitCode::BadUsage, describeExtraArgument(app));
   } catch (const CLI::ParseError& error) {
-    throw Failure(ExitCode::BadUsage, error.what());
+    throw Failure(ExitCode::BadUsage, describe(error, app));
   }
 }
 

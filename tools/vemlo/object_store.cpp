@@ -1,7 +1,10 @@
 #include "object_store.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "failure.h"
 #include "output.h"
@@ -23,6 +26,29 @@ std::string withSlash(const std::string& folder) {
   return folder.empty() || folder.back() == '/' ? folder : folder + '/';
 }
 
+/// `path` without the slashes at its beginning.
+std::string relative(const std::string& path) {
+  return path.substr(std::min(path.find_first_not_of('/'), path.size()));
+}
+
+struct FolderNames {
+  int code;  // of the library
+  std::vector<std::string> names;
+};
+
+FolderNames namesBelow(const ObjectStore& store, session* handle, const Arguments& arguments,
+                       const std::string& prefix) {
+  directory* folders = nullptr;
+  int count = 0;
+  FolderNames result;
+  result.code = withProgress(arguments.json, [&] {
+    return store.listFolders(handle, arguments.bucket.c_str(), prefix.c_str(), &folders, &count);
+  });
+  for (int i = 0; i < count; ++i) result.names.emplace_back(folders[i].name);
+  free_diretories(folders, count);
+  return result;
+}
+
 void listBuckets(const ObjectStore& store, const Arguments& arguments) {
   const SessionGuard session = store.open();
   char** buckets = nullptr;
@@ -39,35 +65,57 @@ void listBuckets(const ObjectStore& store, const Arguments& arguments) {
 
 void listFolders(const ObjectStore& store, const Arguments& arguments) {
   requireBucketName(arguments.bucket, store.bucketWord);
-  const std::string prefix = withSlash(arguments.folder);
-
   const SessionGuard session = store.open();
-  directory* folders = nullptr;
-  int count = 0;
-  const int code = withProgress(arguments.json, [&] {
-    return store.listFolders(session.handle(), arguments.bucket.c_str(), prefix.c_str(), &folders,
-                             &count);
-  });
+  const auto [code, folders] =
+      namesBelow(store, session.handle(), arguments, withSlash(arguments.folder));
   requireSuccess(code, "list the folders in " + store.bucketWord + " '" + arguments.bucket + "'");
 
   Listing names{{"name"}, {}};
-  for (int i = 0; i < count; ++i) names.rows.push_back({std::string(folders[i].name)});
-  free_diretories(folders, count);
-  writeListing(names, arguments.json, "no folders");
+  for (const std::string& folder : folders) names.rows.push_back({folder});
+  // Names that begin with '/' are possible, but most likely the user thinks of a path of a disk.
+  const bool isAbsolute = !arguments.folder.empty() && arguments.folder.front() == '/';
+  const std::string meant = relative(arguments.folder);
+  const std::string advice =
+      meant.empty() ? "leave PREFIX out to see the top level" : "give '" + meant + "' instead";
+  writeListing(names, arguments.json,
+               isAbsolute ? "no folders whose names begin with '/'; " + advice : "no folders");
+}
+
+/// Whether the folder is there, as far as the account may look. Throws Failure with `action`, which
+/// the look is a part of.
+bool exists(const ObjectStore& store, session* handle, const Arguments& arguments,
+            const std::string& path, const std::string& action) {
+  constexpr int kAccessDenied = 15;
+  // The folder itself, and others whose names begin with its name.
+  const auto [code, names] = namesBelow(store, handle, arguments, path.substr(0, path.size() - 1));
+  if (code == kAccessDenied) {
+    writeMessage("the account may not list folders; the folder is made without a look for it");
+    return false;
+  }
+  requireSuccess(code, action);
+  return std::find(names.begin(), names.end(), path) != names.end();
 }
 
 void makeFolder(const ObjectStore& store, const Arguments& arguments) {
   requireBucketName(arguments.bucket, store.bucketWord);
   if (arguments.folder.empty()) throw Failure(ExitCode::BadUsage, "the folder's path is empty");
   if (arguments.folder.front() == '/') {
-    throw Failure(ExitCode::BadUsage, "the folder's path must not begin with '/'");
+    const std::string meant = relative(arguments.folder);
+    throw Failure(ExitCode::BadUsage,
+                  "the folder's path must not begin with '/'; give " +
+                      (meant.empty() ? "a name, such as photos/2020" : "'" + meant + "' instead"));
   }
   const std::string path = withSlash(arguments.folder);
+  const std::string where = " in " + store.bucketWord + " '" + arguments.bucket + "'";
+  const std::string action = "make folder '" + path + "'" + where;
 
   const SessionGuard session = store.open();
-  requireSuccess(
-      store.makeFolder(session.handle(), arguments.bucket.c_str(), path.c_str()),
-      "make folder '" + path + "' in " + store.bucketWord + " '" + arguments.bucket + "'");
+  if (exists(store, session.handle(), arguments, path, action)) {
+    writeMessage("there is a folder '" + path + "'" + where + " already; nothing was changed");
+    return;
+  }
+  requireSuccess(store.makeFolder(session.handle(), arguments.bucket.c_str(), path.c_str()),
+                 action);
 }
 
 void addBucketArgument(CLI::App& command, const ObjectStore& store, Arguments& arguments) {
@@ -97,7 +145,8 @@ void addObjectStoreCommands(CLI::App& service, const ObjectStore& store) {
   addJsonFlag(*list, arguments->json);
   list->callback([store, arguments] { listFolders(store, *arguments); });
 
-  CLI::App* make = service.add_subcommand("mkdir", "Make a folder; prints nothing");
+  CLI::App* make = service.add_subcommand(
+      "mkdir", "Make a folder; prints nothing. A folder that is there already is left as it is");
   addBucketArgument(*make, store, *arguments);
   make->add_option("PATH", arguments->folder,
                    "The new folder, such as photos/2020, without '/' at its beginning; the '/' at "

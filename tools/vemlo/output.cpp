@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <system_error>
 
 #include "failure.h"
@@ -70,6 +72,18 @@ std::string json(const Listing& listing) {
   return out + "]\n";
 }
 
+/// Ends the process as a program that does not ignore SIGPIPE, silently: the reader of the output,
+/// such as `head`, has seen enough.
+[[noreturn]] void endByClosedPipe() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  std::signal(SIGPIPE, SIG_DFL);
+  std::raise(SIGPIPE);
+  std::abort();  // not reached
+}
+
 }  // namespace
 
 void addJsonFlag(CLI::App& command, bool& asJson) {
@@ -89,6 +103,7 @@ void writeResult(std::string_view text) {
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;
+  if (errno == EPIPE) endByClosedPipe();
   throw Failure(ExitCode::LocalFailure,
                 "cannot write the output: " + std::generic_category().message(errno));
 }

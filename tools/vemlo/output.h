@@ -28,7 +28,8 @@ void writeListing(const Listing& listing, bool asJson);
 /// Likewise. In place of an empty table, writes `emptyMessage` to standard error.
 void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage);
 
-/// Writes to standard output and flushes it. Throws Failure if it cannot be written.
+/// Writes to standard output and flushes it. Throws Failure if it cannot be written. Ends the
+/// process by SIGPIPE if it is a pipe that nobody reads any more.
 void writeResult(std::string_view text);
 
 /// Writes one line to standard error, after the program's name.

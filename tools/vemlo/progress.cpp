@@ -1,7 +1,6 @@
 #include "progress.h"
 
 #include <libvemlo.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -9,6 +8,8 @@
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include "terminal.h"
 
 namespace vemlo {
 namespace {
@@ -69,7 +70,7 @@ class Spinner {
 }  // namespace
 
 int withProgress(bool isQuiet, const std::function<int()>& call) {
-  if (isQuiet || isatty(STDERR_FILENO) == 0 || ::verbose != 0) return call();
+  if (isQuiet || !canOverwriteLines() || ::verbose != 0) return call();
   const Spinner spinner;
   return call();
 }

@@ -6,7 +6,8 @@ namespace vemlo {
 
 /// Returns what `call` returns. While a slow call runs, a spinner and the elapsed seconds are shown
 /// on standard error; they are erased when the call returns. Nothing is shown if `isQuiet` is set,
-/// if standard error is not a terminal, or if the verbose log is written to it.
+/// if standard error is not a terminal that can overwrite a line, or if the verbose log is written
+/// to it.
 int withProgress(bool isQuiet, const std::function<int()>& call);
 
 }  // namespace vemlo

@@ -6,11 +6,12 @@
 
 namespace vemlo {
 
-/// Initializes the library and cleans it up. At most one object may exist at a time.
+/// Initializes the library, with a log that fits the terminal, and cleans it up. At most one object
+/// may exist at a time.
 class Library {
  public:
-  Library() { libvemlo_global_init(); }
-  ~Library() { libvemlo_global_cleanup(); }
+  Library();
+  ~Library();
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 };

@@ -1,5 +1,6 @@
 #include "text.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
@@ -64,6 +65,31 @@ void appendNext(std::string& out, std::string_view& rest) {
   }
 }
 
+/// Where a broken line continues: below what follows its last two spaces.
+std::size_t hangingIndent(std::string_view line) {
+  const std::size_t spaces = line.rfind("  ");
+  return spaces == std::string_view::npos ? 0 : spaces + 2;
+}
+
+std::string wrappedLine(std::string_view line, std::size_t columns, std::size_t indent) {
+  indent = std::min(indent, line.size());
+  std::string out(line.substr(0, indent));
+  line.remove_prefix(indent);
+  std::size_t column = indent;
+  while (!line.empty()) {
+    const std::string_view word = line.substr(0, line.find(' '));
+    if (column > indent) {
+      const bool fits = column + 1 + word.size() <= columns;
+      out += fits ? " " : "\n" + std::string(indent, ' ');
+      column = fits ? column + 1 : indent;
+    }
+    out += word;
+    column += word.size();
+    line.remove_prefix(std::min(line.size(), word.size() + 1));
+  }
+  return out;
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -89,6 +115,19 @@ std::size_t displayWidth(std::string_view text) {
     width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
   }
   return width;
+}
+
+std::string wrapped(std::string_view text, std::size_t columns) {
+  std::string out;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    out += wrappedLine(line, columns, hangingIndent(line));
+    text.remove_prefix(line.size());
+    if (text.empty()) break;
+    out += '\n';
+    text.remove_prefix(1);
+  }
+  return out;
 }
 
 std::string upperCase(std::string word) {

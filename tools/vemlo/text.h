@@ -18,6 +18,11 @@ std::string jsonString(std::string_view text);
 /// LC_CTYPE with UTF-8.
 std::size_t displayWidth(std::string_view text);
 
+/// `text` with line breaks in place of spaces, so that no line is longer than `columns` except for
+/// a longer word. A broken line continues below the word that follows its last two spaces, as in a
+/// list with a name and a description in each line.
+std::string wrapped(std::string_view text, std::size_t columns);
+
 /// `word` in upper case. Only ASCII letters change.
 std::string upperCase(std::string word);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Client/RunningCall.h"
+#include "Util/StatusBarrier.h"
 
 namespace CloudStorage::Auth {
 namespace {
@@ -78,6 +79,10 @@ bool OAuth2Credential::isEmpty() const {
 }
 
 Util::Status OAuth2Credential::refreshAccessToken() {
+  return Util::guardedStatus([this] { return refreshUnlessDone(); });
+}
+
+Util::Status OAuth2Credential::refreshUnlessDone() {
   const RefreshTurn turn(*this, Client::RunningCall::timeLeft());
   if (!turn.hasIt()) return {kNotRefreshed, "Another refresh has not ended in time."};
   if (auto result = resultSinceAttempt()) return *std::move(result);
@@ -100,8 +105,8 @@ Util::Status OAuth2Credential::refreshAccessToken() {
     replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
     return status;
   }
-  ++failedRefreshes_;
   lastFailure_ = status;
+  ++failedRefreshes_;
   refusedAt_ = isRefusal(status) ? std::optional(now_()) : std::nullopt;
   return status;
 }

@@ -42,30 +42,24 @@ class CreationPolicy final : public BearerPolicy {
 /// Sends the requests of one drive client, with the current access token. Safe for concurrent use.
 class DriveCall {
  public:
-  /// A parser of ServiceCall that is given a JSON parser for the response.
-  template <typename Result>
-  using Parser = Util::Outcome<Result, Error> (*)(Http::Response&& response,
-                                                  Util::Json::Parser& json);
-
   DriveCall(const ClientParts& parts, ClientEnvironment environment);
 
-  /// See ServiceCall::send().
-  template <typename Locate, typename Result>
-  Util::Outcome<Result, Error> send(Http::Method method, const Locate& locate,
-                                    const WSRequest& model, Parser<Result> parse) const {
+  /// See ServiceCall::send(). `parse` is also given a JSON parser for the response.
+  template <typename Locate, typename Parse>
+  auto send(Http::Method method, const Locate& locate, const WSRequest& model,
+            const Parse& parse) const {
     BearerPolicy policy(credential_);
     return send(method, locate, model, policy, parse);
   }
 
   /// The same for a creation: a POST that is sent once per attempt.
-  template <typename Locate, typename Result>
-  Util::Outcome<Result, Error> create(const Locate& locate, const WSRequest& model,
-                                      Parser<Result> parse) const {
+  template <typename Locate, typename Parse>
+  auto create(const Locate& locate, const WSRequest& model, const Parse& parse) const {
     CreationPolicy policy(credential_);
     return send(Http::Method::Post, locate, model, policy, parse);
   }
 
-  /// The same with any callable as parser, and with a policy that does more than authorize.
+  /// The same with a policy that does more than authorize.
   template <typename Locate, typename Parse>
   auto send(Http::Method method, const Locate& locate, const WSRequest& model, BearerPolicy& policy,
             const Parse& parse) const {

@@ -167,6 +167,14 @@ Error localError(std::string_view name, std::string_view message) {
   return error;
 }
 
+Error outOfMemory() {
+  Error error;
+  error.errorType = CoreErrors::LocalFailure;
+  error.exceptionName = "InternalFailure";
+  error.message = "std::bad_alloc";
+  return error;
+}
+
 Error malformedResponse(std::string_view message) {
   return localError("MalformedResponse", message);
 }

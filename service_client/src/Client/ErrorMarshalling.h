@@ -61,6 +61,9 @@ std::string_view reasonPhrase(int status);
 /// The error for a failure on the client side, which a retry cannot help.
 Error localError(std::string_view name, std::string_view message);
 
+/// The error for a lack of memory. Allocates none, as its texts are short.
+Error outOfMemory();
+
 /// The error for a response that does not have the form that the operation requires.
 Error malformedResponse(std::string_view message);
 

@@ -7,6 +7,7 @@
 #include "Client/DriveCall.h"
 #include "Http/CurlTransport.h"
 #include "Http/PercentEncoding.h"
+#include "Util/StatusBarrier.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -72,12 +73,14 @@ std::string OAuth2Client::buildAuthorizeUrl(const Auth::OAuth2RequestOptions& op
 Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
                                                      const Auth::OAuth2RequestOptions& options,
                                                      Auth::OAuth2Credential& credential) const {
-  Auth::TokenRefresher::Tokens tokens;
-  auto status = tokenEndpoint_->exchange(code, options.scope, tokens);
-  if (status.isSuccess()) {
-    credential.setTokens(std::move(tokens.accessToken), std::move(tokens.refreshToken));
-  }
-  return status;
+  return Util::guardedStatus([&] {
+    Auth::TokenRefresher::Tokens tokens;
+    auto status = tokenEndpoint_->exchange(code, options.scope, tokens);
+    if (status.isSuccess()) {
+      credential.setTokens(std::move(tokens.accessToken), std::move(tokens.refreshToken));
+    }
+    return status;
+  });
 }
 
 void OAuth2Client::setTokenEndpoint(std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint) {

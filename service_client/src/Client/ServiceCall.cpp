@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iterator>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -133,13 +134,19 @@ Error ServiceCall::redacted(Error error, const Http::Request& request,
 
 Error ServiceCall::errorOfCurrentException() {
   try {
-    throw;
-  } catch (const std::invalid_argument& fault) {  // the request cannot be encoded
-    return localError("InvalidRequest", fault.what());
-  } catch (const std::exception& exception) {
-    return localError("InternalFailure", exception.what());
-  } catch (...) {
-    return localError("InternalFailure", "unknown exception");
+    try {
+      throw;
+    } catch (const std::invalid_argument& fault) {  // the request cannot be encoded
+      return localError("InvalidRequest", fault.what());
+    } catch (const std::exception& exception) {
+      return localError("InternalFailure", exception.what());
+    } catch (const abi::__forced_unwind&) {
+      throw;
+    } catch (...) {
+      return localError("InternalFailure", "unknown exception");
+    }
+  } catch (const std::bad_alloc&) {  // there is no memory for the texts either
+    return outOfMemory();
   }
 }
 

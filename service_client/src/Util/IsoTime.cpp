@@ -4,9 +4,7 @@
 
 namespace CloudStorage::Util {
 
-std::chrono::system_clock::time_point IsoTime::value() const {
-  return parseIsoTime(text_).value_or(TimePoint());
-}
+IsoTime::Value IsoTime::value() const { return parseUtcTime(text_).value_or(Value()); }
 
 std::string IsoTime::toString() const { return formatIsoTime(value()); }
 

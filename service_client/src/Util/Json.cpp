@@ -1,9 +1,11 @@
 #include "Util/Json.h"
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
+#include "Util/JsonEscapes.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Util::Json {
@@ -54,15 +56,24 @@ std::string textAt(element root, std::string_view path) {
   return current.get(value) == simdjson::SUCCESS ? std::string(value) : std::string();
 }
 
+simdjson::error_code iterate(std::string& body, Parser& parser,
+                             simdjson::ondemand::document& root) {
+  body.reserve(body.size() + simdjson::SIMDJSON_PADDING);  // the parser reads beyond the end
+  const std::string_view text = skipByteOrderMark(body);
+  const std::size_t skipped = body.size() - text.size();
+  return parser.iterate(text.data(), text.size(), body.capacity() - skipped).get(root);
+}
+
 }  // namespace
 
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths) {
   std::vector<std::string> found(paths.size());
   const simdjson::padded_string padded(replaceInvalidUtf8(skipByteOrderMark(body)));
+  if (padded.data() == nullptr) throw std::bad_alloc();  // the constructor does not report it
   simdjson::dom::parser parser;
   if (parser.allocate(std::max<std::size_t>(padded.size(), 64), kDepthLimit) != simdjson::SUCCESS) {
-    return found;
+    throw std::bad_alloc();
   }
   element root;
   if (parser.parse(padded).get(root) != simdjson::SUCCESS || !root.is_object()) return found;
@@ -72,11 +83,17 @@ std::vector<std::string> texts(std::string_view body,
   return found;
 }
 
-simdjson::ondemand::document openDocument(std::string& body, Parser& parser) {
-  body.reserve(body.size() + simdjson::SIMDJSON_PADDING);  // the parser reads beyond the end
-  const std::string_view text = skipByteOrderMark(body);
-  const std::size_t skipped = body.size() - text.size();
-  return parser.iterate(text.data(), text.size(), body.capacity() - skipped);
+simdjson::ondemand::document openDocument(std::string& body, Parser& parser, Document& document) {
+  simdjson::ondemand::document root;
+  auto error = iterate(body, parser, root);
+  if (error == simdjson::UTF8_ERROR) {
+    document.received = std::exchange(body, replaceInvalidUtf8(body));
+    error = iterate(body, parser, root);
+  }
+  if (error != simdjson::SUCCESS) throw simdjson::simdjson_error(error);
+  document.begin = body.data();
+  document.isPlain = document.received.empty() && !hasEscape(body);
+  return root;
 }
 
 void expectEnd(simdjson::ondemand::document& document) {
@@ -86,38 +103,43 @@ void expectEnd(simdjson::ondemand::document& document) {
   }
 }
 
-void readEscaped(simdjson::ondemand::value value, std::string_view& out) {
-  // Decoded in place: a text without its escapes is never longer.
-  char* const place = const_cast<char*>(value.raw_json_token().data()) + 1;
-  const std::string_view text = value.get_string();
-  if (text.find('\0') != std::string_view::npos) {
-    throw simdjson::simdjson_error(simdjson::STRING_ERROR);
-  }
-  std::copy(text.begin(), text.end(), place);
-  out = {place, text.size()};
+void expectOtherType(simdjson::ondemand::value element, simdjson::error_code error) {
+  if (error != simdjson::INCORRECT_TYPE) throw simdjson::simdjson_error(error);
+  element.type().value();  // throws if there is no value, as after the last comma
+}
+
+bool repair(std::string_view& text, const Document& document) {
+  const auto position = static_cast<std::size_t>(text.data() - document.begin);
+  const bool isValidUtf8 =
+      document.received.empty() || document.received.compare(position, text.size(), text) == 0;
+  const bool hasNoReplacement = !hasEscape(text) || decodeEscapes(text);
+  return isValidUtf8 && hasNoReplacement;
 }
 
 void read(Value value, std::string& out) {
-  std::string_view text = out;
+  std::string_view text;
   read(value, text);
   out = text;
 }
 
+void readToken(Value value, std::string& out) {
+  std::string_view text;
+  if (!readText(value, text)) throw simdjson::simdjson_error(simdjson::STRING_ERROR);
+  out = text;
+}
+
 void read(Value value, bool& out) {
-  bool flag = false;
-  if (value.value.get_bool().get(flag) == simdjson::SUCCESS) out = flag;
+  if (value.value.get_bool().get(out) != simdjson::SUCCESS) out = false;
 }
 
 void read(Value value, std::int64_t& out) {
-  std::int64_t number = 0;
-  if (value.value.get_int64().get(number) == simdjson::SUCCESS) out = number;
+  if (value.value.get_int64().get(out) != simdjson::SUCCESS) out = 0;
 }
 
 void read(Value value, std::uint64_t& out) {
-  std::uint64_t number = 0;
-  auto error = value.value.get_uint64().get(number);
-  if (error == simdjson::INCORRECT_TYPE) error = value.value.get_uint64_in_string().get(number);
-  if (error == simdjson::SUCCESS) out = number;
+  auto error = value.value.get_uint64().get(out);
+  if (error == simdjson::INCORRECT_TYPE) error = value.value.get_uint64_in_string().get(out);
+  if (error != simdjson::SUCCESS) out = 0;
 }
 
 void read(Value value, IsoTime& out) {
@@ -126,14 +148,14 @@ void read(Value value, IsoTime& out) {
   out = IsoTime(text);
 }
 
-void read(Value value, std::vector<std::string_view>& out) {
+void readIds(Value value, std::vector<std::string_view>& out) {
+  out.clear();
   simdjson::ondemand::array array;
   if (value.value.get_array().get(array) != simdjson::SUCCESS) return;
-  out.clear();
   for (simdjson::ondemand::value element : array) {
-    std::string_view text;
-    read(Value{element, value.mayHaveEscapes}, text);
-    if (!text.empty()) out.push_back(text);
+    std::string_view id;
+    readId(Value{element, value.document}, id);
+    if (!id.empty()) out.push_back(id);
   }
 }
 

@@ -2,7 +2,9 @@
 
 #include <simdjson.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -32,12 +34,21 @@ std::vector<std::string> texts(std::string_view body,
 /// text has been read.
 using Parser = simdjson::ondemand::parser;
 
+/// What the texts of a document may need before they can be handed out. Most documents are plain:
+/// they are valid UTF-8 and contain no escapes, so their texts need not be checked one by one.
+struct Document {
+  bool isPlain = true;
+  /// The text that is parsed.
+  const char* begin = nullptr;
+  /// The text that was received if it is not valid UTF-8; otherwise empty. A question mark replaces
+  /// each invalid byte, so it has the same size as the text that is parsed.
+  std::string received{};
+};
+
 /// A value to be read before the iteration continues; otherwise it is skipped.
 struct Value {
   simdjson::ondemand::value value;
-  /// Whether the document contains a backslash. Most contain none, so their texts need not be
-  /// searched for escapes one by one.
-  bool mayHaveEscapes;
+  const Document* document;
 };
 
 struct Member {
@@ -48,14 +59,14 @@ struct Member {
 /// The members of an object, for a range-based for loop.
 class Object {
  public:
-  Object(simdjson::ondemand::object object, bool mayHaveEscapes)
-      : object_(object), mayHaveEscapes_(mayHaveEscapes) {}
+  Object(simdjson::ondemand::object object, const Document& document)
+      : object_(object), document_(&document) {}
 
   class Iterator {
    public:
     Iterator(simdjson::simdjson_result<simdjson::ondemand::object_iterator> position,
-             bool mayHaveEscapes)
-        : position_(position), mayHaveEscapes_(mayHaveEscapes) {}
+             const Document* document)
+        : position_(position), document_(document) {}
 
     Member operator*();
     Iterator& operator++() {
@@ -66,36 +77,48 @@ class Object {
 
    private:
     simdjson::simdjson_result<simdjson::ondemand::object_iterator> position_;
-    bool mayHaveEscapes_;
+    const Document* document_;
   };
 
-  Iterator begin() { return {object_.begin(), mayHaveEscapes_}; }
-  Iterator end() { return {object_.end(), mayHaveEscapes_}; }
+  Iterator begin() { return {object_.begin(), document_}; }
+  Iterator end() { return {object_.end(), document_}; }
 
  private:
   simdjson::ondemand::object object_;
-  bool mayHaveEscapes_;
+  const Document* document_;
 };
 
 /// Calls `read` with the JSON object in `body`, which may begin with a byte order mark. Escapes are
-/// decoded in place, so `body` changes, and it must outlive the texts that were read. Throws if
-/// anything follows the object.
+/// decoded in place, and invalid UTF-8 is replaced, so `body` changes, and it must outlive the texts
+/// that were read. Throws if anything follows the object.
 template <typename Read>
 void parse(std::string& body, Parser& parser, Read read);
 
-/// The following read one value. One that is null or of another type counts as absent and leaves
-/// `out` as it is.
+/// The following read one value. One that is null or of another type counts as absent: `out` becomes
+/// empty. If several members have the same name, the last one counts.
 
-/// Also throws if the text contains a NUL, which would truncate it as a C string.
+/// A text cannot be handed out as it is if it contains a NUL, which would truncate it as a C string,
+/// half of a surrogate pair, or invalid UTF-8. U+FFFD replaces the first two, a question mark each
+/// invalid byte.
 void read(Value value, std::string_view& out);
 void read(Value value, std::string& out);
+/// Reads a text that is an address, such as an id: one that cannot be handed out as it is counts as
+/// absent, because a replacement would address something else.
+void readId(Value value, std::string_view& out);
+/// Reads a text that the next request depends on. Throws if it cannot be handed out as it is.
+void readToken(Value value, std::string& out);
+
 void read(Value value, bool& out);
 void read(Value value, std::int64_t& out);
 /// Also accepts a text of digits, the form in which some services send large numbers.
 void read(Value value, std::uint64_t& out);
 void read(Value value, IsoTime& out);
-/// Reads those elements that are texts and not empty.
-void read(Value value, std::vector<std::string_view>& out);
+/// Reads those elements that are ids and not empty.
+void readIds(Value value, std::vector<std::string_view>& out);
+
+/// Throws unless `error`, the result of reading `element` as an object, means that it is a value of
+/// another type.
+void expectOtherType(simdjson::ondemand::value element, simdjson::error_code error);
 
 inline bool isObject(Value value) {
   return value.value.type() == simdjson::ondemand::json_type::object;
@@ -106,18 +129,35 @@ template <typename Read>
 bool readObject(Value value, Read read) {
   simdjson::ondemand::object object;
   if (value.value.get_object().get(object) != simdjson::SUCCESS) return false;
-  read(Object(object, value.mayHaveEscapes));
+  read(Object(object, *value.document));
   return true;
 }
 
-/// Calls `read` with each object of the array in `value`; null is an empty array. Throws if `value`
-/// is anything else, because the request was made for the list.
+/// Thrown for a list with more elements than the caller accepts.
+struct TooManyElements : std::exception {
+  explicit TooManyElements(std::size_t most) : limit(most) {}
+  const char* what() const noexcept override { return "The list has too many elements"; }
+
+  std::size_t limit;
+};
+
+/// Calls `read` with each object of the array in `value`. Elements of other types are left out, but
+/// count, too: throws TooManyElements if there are more than `limit`. Returns false if `value` is
+/// null. Throws if it is anything else, because the request was made for the list.
 template <typename Read>
-void readObjects(Value value, Read read) {
-  if (value.value.is_null()) return;
+bool readObjects(Value value, std::size_t limit, Read read) {
+  if (value.value.is_null()) return false;
+  std::size_t count = 0;
   for (simdjson::ondemand::value element : value.value.get_array()) {
-    read(Object(element.get_object(), value.mayHaveEscapes));
+    if (++count > limit) throw TooManyElements(limit);
+    simdjson::ondemand::object object;
+    if (const auto error = element.get_object().get(object); error != simdjson::SUCCESS) {
+      expectOtherType(element, error);
+      continue;
+    }
+    read(Object(object, *value.document));
   }
+  return true;
 }
 
 // Implementation. Inline where it runs for every text of a listing.
@@ -128,7 +168,13 @@ inline std::string_view untilClosingQuote(std::string_view text) {
   return text.substr(0, text.rfind('"'));
 }
 inline bool hasEscape(std::string_view text) { return text.find('\\') != std::string_view::npos; }
-void readEscaped(simdjson::ondemand::value value, std::string_view& out);
+/// Whether `text` can be handed out as it is in `document`.
+inline bool isPlain(std::string_view text, const Document& document) {
+  return document.isPlain || (document.received.empty() && !hasEscape(text));
+}
+/// Turns `text`, which is not plain, into what can be handed out. Returns whether that is what was
+/// received.
+bool repair(std::string_view& text, const Document& document);
 
 inline Member Object::Iterator::operator*() {
   simdjson::ondemand::field field = *position_;
@@ -136,29 +182,38 @@ inline Member Object::Iterator::operator*() {
   const char* const start = field.key().raw();
   const char* const end = simdjson::ondemand::value(value).raw_json_token().data();
   std::string_view key = untilClosingQuote({start, static_cast<std::size_t>(end - start)});
-  if (mayHaveEscapes_ && hasEscape(key)) key = field.unescaped_key();
-  return {key, {value, mayHaveEscapes_}};
+  if (!isPlain(key, *document_)) repair(key, *document_);
+  return {key, {value, document_}};
 }
 
-inline void read(Value value, std::string_view& out) {
+/// Reads a text into `out`. Returns whether it is what was received.
+inline bool readText(Value value, std::string_view& out) {
   const std::string_view token = value.value.raw_json_token();
-  if (*token.data() != '"') return;
-  const std::string_view text = untilClosingQuote(token.substr(1));
-  if (value.mayHaveEscapes && hasEscape(text)) return readEscaped(value.value, out);
-  out = text;
+  if (*token.data() != '"') {
+    out = {};
+    return true;
+  }
+  out = untilClosingQuote(token.substr(1));
+  return isPlain(out, *value.document) || repair(out, *value.document);
+}
+
+inline void read(Value value, std::string_view& out) { readText(value, out); }
+
+inline void readId(Value value, std::string_view& out) {
+  if (!readText(value, out)) out = {};
 }
 
 /// The document in `body`. Reserves the padding that the parser needs after the text.
-simdjson::ondemand::document openDocument(std::string& body, Parser& parser);
+simdjson::ondemand::document openDocument(std::string& body, Parser& parser, Document& document);
 /// Throws unless all of `document` has been read.
 void expectEnd(simdjson::ondemand::document& document);
 
 template <typename Read>
 void parse(std::string& body, Parser& parser, Read read) {
-  const bool mayHaveEscapes = hasEscape(body);
-  auto document = openDocument(body, parser);
-  read(Object(document.get_object(), mayHaveEscapes));
-  expectEnd(document);
+  Document document;
+  auto root = openDocument(body, parser, document);
+  read(Object(root.get_object(), document));
+  expectEnd(root);
 }
 
 /// Writes a JSON object member by member. Texts must be valid UTF-8; otherwise text() throws

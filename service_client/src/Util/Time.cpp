@@ -39,6 +39,16 @@ class Scanner {
     if (take(expected.size()) != expected) failed_ = true;
   }
 
+  // One of the characters in `expected`, which is returned; 0 if it is none of them.
+  char oneOf(std::string_view expected) {
+    const std::string_view found = take(1);
+    if (!found.empty() && expected.find(found.front()) != std::string_view::npos) {
+      return found.front();
+    }
+    failed_ = true;
+    return '\0';
+  }
+
   void skip(std::size_t width) { take(width); }
 
   std::chrono::microseconds fraction() {
@@ -99,8 +109,10 @@ int daysInMonth(int year, int month) {
 
 // Days from 1 January 1970 to 1 January of `year`.
 int daysBeforeYear(int year) {
+  constexpr int kCycle = 400;  // added so that the divisions do not round up before the year 1
   const auto leapYearsUpTo = [](int last) { return last / 4 - last / 100 + last / 400; };
-  return (year - kFirstYear) * 365 + leapYearsUpTo(year - 1) - leapYearsUpTo(kFirstYear - 1);
+  return (year - kFirstYear) * 365 + leapYearsUpTo(year - 1 + kCycle) -
+         leapYearsUpTo(kFirstYear - 1 + kCycle);
 }
 
 int daysBeforeMonth(int year, int month) {
@@ -111,21 +123,26 @@ int daysBeforeMonth(int year, int month) {
          (month > kFebruary && isLeapYear(year) ? 1 : 0);
 }
 
-// Does not use timegm(), which costs as much as the rest of parsing one entry of a listing.
-std::optional<TimePoint> toTimePoint(const CivilTime& utc) {
-  const bool isTime = utc.year >= kFirstYear && utc.year <= kLastYear && utc.month >= 0 &&
-                      utc.month < 12 && utc.day >= 1 &&
+// Does not use timegm(), which costs as much as the rest of parsing one entry of a listing. A leap
+// second is the first second of the next minute, as the clock has none.
+std::optional<UtcTime> toUtcTime(const CivilTime& utc) {
+  const bool isTime = utc.month >= 0 && utc.month < 12 && utc.day >= 1 &&
                       utc.day <= daysInMonth(utc.year, utc.month) && utc.hour < 24 &&
-                      utc.minute < 60 && utc.second < 60;
+                      utc.minute < 60 && utc.second <= 60;
   if (!isTime) return std::nullopt;
   const int days = daysBeforeYear(utc.year) + daysBeforeMonth(utc.year, utc.month) + utc.day - 1;
-  return TimePoint(std::chrono::hours(days * 24L + utc.hour) + std::chrono::minutes(utc.minute) +
-                   std::chrono::seconds(utc.second) + utc.fraction);
+  return UtcTime(std::chrono::hours(days * 24L + utc.hour) + std::chrono::minutes(utc.minute) +
+                 std::chrono::seconds(utc.second) + utc.fraction);
 }
 
-std::tm toUtc(TimePoint time) {
-  const std::time_t seconds =
-      std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
+std::optional<TimePoint> toTimePoint(const std::optional<UtcTime>& time) {
+  static const UtcTime first = *toUtcTime({kFirstYear, 0, 1});
+  static const UtcTime end = *toUtcTime({kLastYear + 1, 0, 1});
+  return time && *time >= first && *time < end ? std::optional<TimePoint>(*time) : std::nullopt;
+}
+
+std::tm toUtc(std::chrono::time_point<std::chrono::system_clock, std::chrono::seconds> time) {
+  const std::time_t seconds = time.time_since_epoch().count();
   std::tm utc{};
   gmtime_r(&seconds, &utc);
   return utc;
@@ -139,32 +156,50 @@ void scanTimeOfDay(Scanner& scanner, CivilTime& utc) {
   utc.second = scanner.number(2);
 }
 
-}  // namespace
-
-std::optional<TimePoint> parseIsoTime(std::string_view text) {
-  Scanner scanner(text);
-  CivilTime utc;
-  utc.year = scanner.number(4);
-  scanner.literal("-");
-  utc.month = scanner.number(2) - 1;
-  scanner.literal("-");
-  utc.day = scanner.number(2);
-  scanner.literal("T");
-  scanTimeOfDay(scanner, utc);
-  utc.fraction = scanner.fraction();
-  scanner.literal("Z");
-  return scanner.atEnd() ? toTimePoint(utc) : std::nullopt;
+// The offset from UTC: `Z`, or hours and minutes with a sign.
+std::chrono::minutes scanOffset(Scanner& scanner) {
+  const char sign = scanner.oneOf("Zz+-");
+  if (sign != '+' && sign != '-') return {};
+  const std::chrono::hours hours(scanner.number(2));
+  scanner.literal(":");
+  const std::chrono::minutes offset = hours + std::chrono::minutes(scanner.number(2));
+  return sign == '+' ? offset : -offset;
 }
 
-std::string formatIsoTime(TimePoint time) {
-  const auto sinceEpoch = std::chrono::floor<std::chrono::microseconds>(time.time_since_epoch());
-  const auto fraction = sinceEpoch - std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-  const std::tm utc = toUtc(time);
+}  // namespace
+
+std::optional<UtcTime> parseUtcTime(std::string_view text) {
+  Scanner scanner(text);
+  CivilTime local;
+  local.year = scanner.number(4);
+  scanner.literal("-");
+  local.month = scanner.number(2) - 1;
+  scanner.literal("-");
+  local.day = scanner.number(2);
+  scanner.oneOf("Tt ");
+  scanTimeOfDay(scanner, local);
+  local.fraction = scanner.fraction();
+  const auto offset = scanOffset(scanner);
+  const auto time = scanner.atEnd() ? toUtcTime(local) : std::nullopt;
+  return time ? std::optional(*time - offset) : std::nullopt;
+}
+
+std::optional<TimePoint> parseIsoTime(std::string_view text) {
+  return toTimePoint(parseUtcTime(text));
+}
+
+std::string formatIsoTime(UtcTime time) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+  const std::tm utc = toUtc(seconds);
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%06dZ",
                 utc.tm_year + kFirstYearOfTm, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
-                utc.tm_sec, static_cast<int>(fraction.count()));
+                utc.tm_sec, static_cast<int>((time - seconds).count()));
   return text.data();
+}
+
+std::string formatIsoTime(TimePoint time) {
+  return formatIsoTime(std::chrono::floor<std::chrono::microseconds>(time));
 }
 
 std::optional<TimePoint> parseHttpDate(std::string_view text) {
@@ -180,11 +215,11 @@ std::optional<TimePoint> parseHttpDate(std::string_view text) {
   scanner.literal(" ");
   scanTimeOfDay(scanner, utc);
   scanner.literal(" GMT");
-  return scanner.atEnd() ? toTimePoint(utc) : std::nullopt;
+  return scanner.atEnd() ? toTimePoint(toUtcTime(utc)) : std::nullopt;
 }
 
 std::string formatHttpDate(TimePoint time) {
-  const std::tm utc = toUtc(time);
+  const std::tm utc = toUtc(std::chrono::floor<std::chrono::seconds>(time));
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%s, %02d %s %04d %02d:%02d:%02d GMT",
                 kDays.at(static_cast<std::size_t>(utc.tm_wday)).data(), utc.tm_mday,

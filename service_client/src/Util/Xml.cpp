@@ -15,7 +15,7 @@ namespace {
 constexpr int kMaxDepth = 64;
 
 /// A document needs 64 bytes per element or piece of text and 40 per attribute, so a body that
-/// consists of markup alone would grow to 27 times its size. The longest listings have about 17
+/// consists of markup alone would grow to 26 times its size. The longest listings have about 17
 /// pieces per entry and 100,000 entries.
 constexpr std::size_t kMaxPieces = 2'000'000;
 
@@ -142,8 +142,8 @@ bool hasTooManyPieces(std::string_view body) {
   return body.size() > kMaxPieces && countPieces(body) > kMaxPieces;
 }
 
-Status refused(Refusal refusal, const std::string& reason) {
-  return {refusal, "The XML cannot be used: " + reason + "."};
+Status refused(int code, const std::string& reason) {
+  return {code, "The XML cannot be used: " + reason + "."};
 }
 
 Status notXml(const std::string& reason) { return refused(kNotXml, reason); }

@@ -12,12 +12,11 @@
 /// use no namespace, some use one of their own, and some use a prefix.
 namespace CloudStorage::Util::Xml {
 
-/// Why parse() refused a body, as the code of its status.
-enum Refusal : int {
-  kNotXml = 1,     ///< the body is not well-formed
-  kForbidden = 2,  ///< it is, but has a document type definition or is nested too deep
-  kTooLarge = 3,   ///< the document would take many times the memory of the body
-};
+/// The codes of parse()'s status: the body is not well-formed XML; it is, but has a document type
+/// definition or is nested too deep; its document would take many times its memory.
+inline constexpr int kNotXml = 1;
+inline constexpr int kForbidden = 2;
+inline constexpr int kTooLarge = 3;
 
 /// Parses `body` in place. On success `document` points into `body`, which must outlive it
 /// unchanged. On failure `document` is empty and the content of `body` is unspecified.
@@ -80,7 +79,7 @@ class Document {
   std::string_view piece(pugi::xml_node node);
 
   std::shared_ptr<Storage> storage_;
-  bool hasReferences_ = false;  // few documents have one, and looking at each text costs more
+  bool hasReferences_ = false;  // one search in the body costs less than one in each text
   pugi::xml_document document_;
   Status status_;
 };

@@ -25,9 +25,10 @@ class AccountFileTest(ToolTest):
         return json.loads(self.file.read_text(encoding="utf-8"))
 
     def keep(self, text):
-        """Writes any text to the file."""
+        """Writes any text to the file, which only its owner may access."""
         self.folder.mkdir(exist_ok=True)
         self.file.write_text(text, encoding="utf-8")
+        self.file.chmod(0o600)
 
     def keep_accounts(self, *services):
         """Writes accounts of these services with empty tokens; returns the content as an object."""

@@ -54,7 +54,7 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   /// thread that waited for a refresh that failed returns that failure without a request of its
   /// own. After a refusal no request is sent for some seconds, unless tokens are set in the
   /// meantime. On failure the tokens do not change. Blocks for one request, its own or another
-  /// thread's, and not beyond the time that is left to the call of this thread.
+  /// thread's, and not beyond the time that is left to the call of this thread. Does not throw.
   virtual Util::Status refreshAccessToken();
 
   std::string accessToken() const;
@@ -75,6 +75,7 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
  private:
   class RefreshTurn;
 
+  Util::Status refreshUnlessDone();
   std::optional<Util::Status> resultSinceAttempt() const;
   bool wasJustRefused() const;
   void replace(std::string accessToken, std::string refreshToken);

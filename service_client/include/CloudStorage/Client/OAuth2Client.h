@@ -37,13 +37,14 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
 
   const Auth::OAuth2ClientSpec& clientSpec() const { return clientSpec_; }
 
-  /// The address of the web page on which a user gives consent. Sends no request and cannot fail.
+  /// The address of the web page on which a user gives consent. Sends no request, and fails only
+  /// with std::bad_alloc.
   virtual std::string buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const;
 
   /// Exchanges an authorization code for tokens and stores them in `credential`; its refresh token
   /// becomes empty if the response contains none. On failure the credential does not change, and
   /// the status states the reason. A code is valid once, so it is never sent twice. Blocks for one
-  /// request.
+  /// request. Does not throw.
   virtual Util::Status exchangeAuthorizationCode(const std::string& code,
                                                  const Auth::OAuth2RequestOptions& options,
                                                  Auth::OAuth2Credential& credential) const;

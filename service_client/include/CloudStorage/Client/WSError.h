@@ -25,13 +25,14 @@ struct WSError {
 
 using Error = WSError<CoreErrors>;
 
-/// The error on one line, as it is logged.
+/// The error on one line, as it is logged. Numbers are written without the separators that the
+/// stream's locale may have.
 template <typename ErrorType>
 std::ostream& operator<<(std::ostream& out, const WSError<ErrorType>& error) {
-  return out << "{ Error type: " << static_cast<unsigned>(error.errorType)
+  return out << "{ Error type: " << std::to_string(static_cast<unsigned>(error.errorType))
              << ", Exception: " << error.exceptionName << ", Message: " << error.message
-             << ", HttpResponseCode: " << error.httpResponseCode
-             << ", Retryable: " << (error.retryable ? 1 : 0) << " }";
+             << ", HttpResponseCode: " << std::to_string(error.httpResponseCode)
+             << ", Retryable: " << (error.retryable ? "1" : "0") << " }";
 }
 
 }  // namespace CloudStorage::Client

@@ -10,6 +10,7 @@
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Paging.h"
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
 #include "Util/Json.h"
 
@@ -79,12 +80,13 @@ namespace {
 Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& response,
                                                               Json::Parser& json) {
   Model::GetEndpointResult result;
-  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "contentUrl") Json::read(value, result.contentUrl);
-      if (key == "metadataUrl") Json::read(value, result.metadataUrl);
-    }
-  });
+  const auto storage =
+      readJson(std::move(response), isWholeResult, json, [&result](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "contentUrl") Json::readToken(value, result.contentUrl);
+          if (key == "metadataUrl") Json::readToken(value, result.metadataUrl);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
   const auto content = secureUri(result.contentUrl);
   const auto metadata = secureUri(result.metadataUrl);
@@ -111,12 +113,13 @@ namespace {
 Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response,
                                                            Json::Parser& json) {
   Model::GetProfileResult result;
-  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "name") Json::read(value, result.name);
-      if (key == "email") Json::read(value, result.email);
-    }
-  });
+  const auto storage =
+      readJson(std::move(response), isWholeResult, json, [&result](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "name") Json::read(value, result.name);
+          if (key == "email") Json::read(value, result.email);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
   return result;
 }
@@ -136,12 +139,17 @@ namespace {
 constexpr std::size_t kUsualNodeLength = 256;
 constexpr std::size_t kMostNodes = 200;
 
-void readContentProperties(Json::Object object, Model::FileResource& file) {
-  for (const auto& [key, value] : object) {
-    if (key == "contentType") Json::read(value, file.mimeType);
-    if (key == "md5") Json::read(value, file.md5Checksum);
-    if (key == "size") Json::read(value, file.size);
-  }
+void readContentProperties(Json::Value properties, Model::FileResource& file) {
+  file.mimeType = {};
+  file.md5Checksum = {};
+  file.size = 0;
+  Json::readObject(properties, [&file](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "contentType") Json::read(value, file.mimeType);
+      if (key == "md5") Json::read(value, file.md5Checksum);
+      if (key == "size") Json::read(value, file.size);
+    }
+  });
 }
 
 bool isTrashed(Json::Value status) {
@@ -152,38 +160,45 @@ bool isTrashed(Json::Value status) {
 
 // Runs for every member of a listing, so it returns at the first name that matches.
 void readMember(std::string_view key, Json::Value value, Model::FileResource& file) {
-  if (key == "id") return Json::read(value, file.id);
+  if (key == "id") return Json::readId(value, file.id);
   if (key == "name") return Json::read(value, file.name);
   if (key == "kind") return Json::read(value, file.kind);
   if (key == "createdDate") return Json::read(value, file.createdTime);
   if (key == "modifiedDate") return Json::read(value, file.modifiedTime);
-  if (key == "parents") return Json::read(value, file.parents);
-  if (key == "status") {
-    file.trashed = isTrashed(value);
-  } else if (key == "contentProperties") {
-    Json::readObject(value,
-                     [&file](Json::Object content) { readContentProperties(content, file); });
-  }
+  if (key == "parents") return Json::readIds(value, file.parents);
+  if (key == "contentProperties") return readContentProperties(value, file);
+  if (key == "status") file.trashed = isTrashed(value);
 }
 
 void readNode(Json::Object object, Model::FileResource& file) {
   for (const auto& [key, value] : object) readMember(key, value, file);
 }
 
-Util::Outcome<Model::ListFileResourceResult, Error> parseNodes(Http::Response&& response,
-                                                               Json::Parser& json) {
+using NodeList = Util::Outcome<Model::ListFileResourceResult, Error>;
+
+void readNodes(Json::Value value, std::size_t limit, std::vector<Model::FileResource>& files) {
+  files.clear();
+  Json::readObjects(value, limit, [&files](Json::Object node) {
+    Model::FileResource& file = files.emplace_back();
+    readNode(node, file);
+    if (file.id.empty()) files.pop_back();
+  });
+}
+
+NodeList parseNodes(Http::Response&& response, Json::Parser& json,
+                    const Model::ListFileResourceRequest& request) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualNodeLength, kMostNodes));
-  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "nextToken") Json::read(value, result.nextToken);
-      if (key == "data") {
-        Json::readObjects(
-            value, [&result](Json::Object node) { readNode(node, result.files.emplace_back()); });
-      }
-    }
-  });
+  const std::size_t limit = mostEntriesOf(request.limit.value());
+  const auto storage =
+      readJson(std::move(response), isWholeResult, json, [&result, limit](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "nextToken") Json::readToken(value, result.nextToken);
+          if (key == "data") readNodes(value, limit, result.files);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
+  if (isRepeated(result.nextToken, request.startToken)) return repeatedPage();
   result.storage = storage.getResult();
   return result;
 }
@@ -201,7 +216,10 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
   return call().send(
-      Http::Method::Get, [&] { return nodesUri(request.endpoint); }, request, parseNodes);
+      Http::Method::Get, [&] { return nodesUri(request.endpoint); }, request,
+      [&request](Http::Response&& response, Json::Parser& json) {
+        return parseNodes(std::move(response), json, request);
+      });
 }
 
 std::string Model::FileResource::toString() const {
@@ -230,8 +248,8 @@ namespace {
 
 Util::Outcome<Model::FileResource, Error> parseNode(Http::Response&& response, Json::Parser& json) {
   Model::FileResource file;
-  const auto storage =
-      readJson(std::move(response), json, [&file](Json::Object object) { readNode(object, file); });
+  const auto storage = readJson(std::move(response), confirmsCreation, json,
+                                [&file](Json::Object object) { readNode(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
   file.storage = storage.getResult();

@@ -100,14 +100,16 @@ struct AzureSSBClient::Implementation {
     return uri;
   }
 
-  template <typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method,
-                                     const Util::Outcome<Http::URI, Error>& uri,
+  template <typename Locate, typename Parse>
+  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
                                      const AzureSSBRequest& request, const Parse& parse) const {
-    if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
-    AzureRequestPolicy policy(call, *authentication, domain);
-    return call.send(
-        method, [&] { return uri; }, request, policy, parse);
+    return ServiceCall::guarded([&]() -> ServiceCall::OutcomeOf<Parse> {
+      const Util::Outcome<Http::URI, Error> uri = locate();
+      if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
+      AzureRequestPolicy policy(call, *authentication, domain);
+      return call.send(
+          method, [&] { return uri; }, request, policy, parse);
+    });
   }
 
   std::string domain;                 // of all accounts' hosts in the region
@@ -263,7 +265,7 @@ void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest& request) const {
   return implementation_->send(
-      Http::Method::Get, implementation_->accountUri(), request,
+      Http::Method::Get, [&] { return implementation_->accountUri(); }, request,
       [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
 }
 
@@ -273,8 +275,9 @@ void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) con
 
 Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
     const Model::CreateContainerRequest& request) const {
-  return implementation_->send(Http::Method::Put, implementation_->containerUri(request.container),
-                               request, parseStored<Model::CreateContainerResult>);
+  return implementation_->send(
+      Http::Method::Put, [&] { return implementation_->containerUri(request.container); }, request,
+      parseStored<Model::CreateContainerResult>);
 }
 
 // Blobs
@@ -329,8 +332,8 @@ void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
   return implementation_->send(
-      Http::Method::Get, implementation_->containerUri(request.container.value()), request,
-      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+      Http::Method::Get, [&] { return implementation_->containerUri(request.container.value()); },
+      request, [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
 }
 
 Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
@@ -340,9 +343,10 @@ Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() c
 
 Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
     const Model::PutBlobRequest& request) const {
-  return implementation_->send(Http::Method::Put,
-                               implementation_->blobUri(request.container, request.blob.value()),
-                               request, parseStored<Model::PutBlobResult>);
+  return implementation_->send(
+      Http::Method::Put,
+      [&] { return implementation_->blobUri(request.container, request.blob.value()); }, request,
+      parseStored<Model::PutBlobResult>);
 }
 
 }  // namespace CloudStorage::Client::AzureSSB

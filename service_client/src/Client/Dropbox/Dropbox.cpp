@@ -6,8 +6,10 @@
 
 #include "Auth/OAuth2TokenEndpoint.h"
 #include "Client/DriveCall.h"
+#include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
+#include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
 #include "Util/Json.h"
 
@@ -45,10 +47,6 @@ void addPath(Json::ObjectWriter& arguments, const Util::Field<std::string>& path
 namespace {
 
 using Tokens = Auth::TokenRefresher::Tokens;
-
-// Without a refresh token every session would end when its first access token expires, after some
-// hours.
-constexpr char kTokenAccessType[] = "offline";
 
 // Does not occur in the service's tokens.
 constexpr char kTokenSeparator = '|';
@@ -96,6 +94,9 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   bool joinsTokens_;
 };
 
+constexpr DropboxClient::Options kBuildOptions = {VEMLO_DROPBOX_DURABLE_TOKEN,
+                                                  VEMLO_DROPBOX_OFFLINE_ACCESS};
+
 }  // namespace
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
@@ -107,56 +108,30 @@ DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
                              Config::ProxySetting proxy)
     : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(retryStrategy),
                    std::move(errorMarshaller), std::move(readRateLimiter),
-                   std::move(writeRateLimiter), std::move(proxy)) {
+                   std::move(writeRateLimiter), std::move(proxy)),
+      options_(kBuildOptions) {
   setTokenEndpoint(
-      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), VEMLO_DROPBOX_DURABLE_TOKEN));
+      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), kBuildOptions.joinsTokens));
 }
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment)
     : DropboxClient(std::move(clientSpec), std::move(parts), std::move(environment),
-                    VEMLO_DROPBOX_DURABLE_TOKEN) {}
+                    kBuildOptions) {}
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
-                             ClientEnvironment environment, bool joinsTokens)
-    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)) {
-  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), joinsTokens));
+                             ClientEnvironment environment, Options options)
+    : OAuth2Client(std::move(clientSpec), std::move(parts), std::move(environment)),
+      options_(options) {
+  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), options.joinsTokens));
 }
 
+// Without the parameter the service grants access for some hours only.
 std::vector<Http::URI::QueryParameter> DropboxClient::authorizationParameters(
     const Auth::OAuth2RequestOptions& options) const {
-  return {{"force_reapprove", options.forceReapprove}, {"token_access_type", kTokenAccessType}};
+  return {{"force_reapprove", options.forceReapprove},
+          {"token_access_type", options_.requestsOfflineAccess ? "offline" : ""}};
 }
-
-// Entries
-
-namespace {
-
-constexpr std::string_view kFolder = "folder";
-
-Model::FileMetadata& fileOf(Model::Metadata& entry) {
-  return entry.file ? *entry.file : entry.file.emplace();
-}
-
-// Runs for every member of a listing, so it returns at the first name that matches.
-void readMember(std::string_view key, Json::Value value, Model::Metadata& entry) {
-  if (key == ".tag") return Json::read(value, entry.tag);
-  if (key == "name") return Json::read(value, entry.name);
-  if (key == "id") return Json::read(value, entry.id);
-  if (key == "path_lower") return Json::read(value, entry.pathLower);
-  if (key == "path_display") return Json::read(value, entry.path);
-  if (key == "client_modified") return Json::read(value, fileOf(entry).clientModified);
-  if (key == "server_modified") return Json::read(value, fileOf(entry).serverModified);
-  if (key == "size") return Json::read(value, fileOf(entry).size);
-  if (key == "rev") return Json::read(value, fileOf(entry).rev);
-}
-
-void readEntry(Json::Object object, Model::Metadata& entry) {
-  for (const auto& [key, value] : object) readMember(key, value, entry);
-  if (entry.path.empty()) entry.path = entry.pathLower;
-}
-
-}  // namespace
 
 // Listing
 
@@ -164,44 +139,45 @@ namespace {
 
 using Folder = Util::Outcome<Model::ListFolderResult, Error>;
 
-void readEntries(Json::Object object, Model::ListFolderResult& result) {
-  for (const auto& [key, value] : object) {
-    if (key == "cursor") Json::read(value, result.cursor);
-    if (key == "has_more") Json::read(value, result.hasMore);
-    if (key == "entries") {
-      Json::readObjects(value, [&result](Json::Object item) {
-        Model::Metadata entry;
-        readEntry(item, entry);
-        result.entries.push_back(entry);
-      });
-    }
-  }
+// Returns false if there is no list.
+bool readEntries(Json::Value value, Model::EntryList& entries) {
+  entries = {};
+  const std::size_t limit = mostEntriesOf(0);  // the service chooses the size of its pages
+  return Json::readObjects(value, limit, [&entries](Json::Object object) {
+    Model::Metadata entry;
+    Model::readEntry(object, entry);
+    if (!entry.path.empty()) entries.push_back(entry);
+  });
 }
 
-// `previousCursor` is that of the previous response, empty for the first.
-Folder parseEntries(Http::Response&& response, Json::Parser& json,
-                    const std::string& previousCursor) {
+Folder parsePage(Http::Response&& response, Json::Parser& json,
+                 const Model::ListFolderRequest& request) {
   Model::ListFolderResult result;
-  const auto storage = readJson(std::move(response), json,
-                                [&result](Json::Object object) { readEntries(object, result); });
+  bool hasEntries = false;
+  const auto storage = readJson(std::move(response), isWholeResult, json, [&](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "cursor") Json::readToken(value, result.cursor);
+      if (key == "has_more") Json::read(value, result.hasMore);
+      if (key == "entries") hasEntries = readEntries(value, result.entries);
+    }
+  });
   if (!storage.isSuccess()) return storage.getError();
-  const bool isStuck =
-      result.cursor.empty() || (result.cursor == previousCursor && result.entries.empty());
-  if (result.hasMore && isStuck) {
+  if (!hasEntries) return malformedResponse("The answer has no list of entries");
+  if (!result.hasMore) return result;
+  if (result.cursor.empty()) {
     return malformedResponse("More entries follow, but not how to get them");
   }
+  if (isRepeated(result.cursor, request.cursor)) return repeatedPage();
   return result;
 }
 
-Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request,
-                const std::string& previousCursor) {
-  BearerPolicy policy(call.credential());
+Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request) {
   return call.send(
       Http::Method::Post,
       [&] { return *Http::URI::parse(request.isContinuation() ? kContinue : kListFolder); },
-      request, policy,
-      [&](Http::Response&& response, Json::Parser& json) {
-        return parseEntries(std::move(response), json, previousCursor);
+      request,
+      [&request](Http::Response&& response, Json::Parser& json) {
+        return parsePage(std::move(response), json, request);
       });
 }
 
@@ -224,7 +200,7 @@ Folder listPages(const DriveCall& call, const Model::ListFolderRequest& request)
   Model::ListFolderRequest next = first;
   Model::ListFolderResult folder;
   for (bool mayStartOver = !request.isContinuation();;) {
-    const auto page = listPage(call, next, folder.cursor);
+    const auto page = listPage(call, next);
     if (page.isSuccess()) {
       append(folder, page.getResult());
       if (!folder.hasMore || request.isContinuation()) return folder;
@@ -263,20 +239,30 @@ Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const 
 
 namespace {
 
-Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response, Json::Parser& json) {
+// Returns false if there is no metadata.
+bool readMetadata(Json::Value value, Model::Metadata& folder) {
+  folder = {};
+  return Json::readObject(value,
+                          [&folder](Json::Object object) { Model::readEntry(object, folder); });
+}
+
+Util::Outcome<Model::Metadata, Error> parseCreated(Http::Response&& response, Json::Parser& json,
+                                                   const std::string& sentPath) {
   Model::Metadata folder;
-  const auto storage = readJson(std::move(response), json, [&folder](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key != "metadata") continue;
-      Json::readObject(value, [&folder](Json::Object entry) { readEntry(entry, folder); });
-    }
-  });
+  bool hasMetadata = false;
+  const auto storage =
+      readJson(std::move(response), confirmsCreation, json, [&](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "metadata") hasMetadata = readMetadata(value, folder);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
-  if (folder.id.empty() || folder.path.empty()) {
-    return malformedResponse("The answer names no folder");
-  }
-  folder.tag = kFolder;  // the service omits it, because only a folder can have been created
-  folder.storage = storage.getResult();
+  if (!hasMetadata) return malformedResponse("The answer names no folder");
+  folder.tag = "folder";  // the service omits it, because only a folder can have been created
+  const auto texts = std::make_shared<std::pair<TextStorage, std::string>>(
+      storage.getResult(), withoutEmptySegments(sentPath));
+  if (folder.path.empty()) folder.path = texts->second;
+  folder.storage = texts;
   return folder;
 }
 
@@ -290,7 +276,10 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().create([] { return *Http::URI::parse(kCreateFolder); }, request, parseCreated);
+  return call().create([] { return *Http::URI::parse(kCreateFolder); }, request,
+                       [&request](Http::Response&& response, Json::Parser& json) {
+                         return parseCreated(std::move(response), json, request.path.value());
+                       });
 }
 
 // Errors

@@ -7,6 +7,7 @@
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Paging.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "Util/Json.h"
 #include "Util/Time.h"
@@ -35,6 +36,9 @@ void addSharedDriveSupport(Http::URI& uri) {
   uri.addQueryStringParameter("supportsAllDrives", "true");
 }
 
+// By default the service indents its responses, which makes a listing a third larger.
+void omitIndentation(Http::URI& uri) { uri.addQueryStringParameter("prettyPrint", "false"); }
+
 }  // namespace
 
 std::vector<Http::URI::QueryParameter> GoogleDriveClient::authorizationParameters(
@@ -57,24 +61,25 @@ constexpr char kFileFields[] =
 // Runs for every member of a listing, so it returns at the first name that matches.
 void readMember(std::string_view key, Json::Value value, Model::FileResource& file) {
   if (key == "kind") return Json::read(value, file.kind);
-  if (key == "id") return Json::read(value, file.id);
+  if (key == "id") return Json::readId(value, file.id);
   if (key == "name") return Json::read(value, file.name);
   if (key == "mimeType") return Json::read(value, file.mimeType);
   if (key == "trashed") return Json::read(value, file.trashed);
   if (key == "createdTime") return Json::read(value, file.createdTime);
   if (key == "modifiedTime") return Json::read(value, file.modifiedTime);
   if (key == "md5Checksum") return Json::read(value, file.md5Checksum);
-  if (key == "parents") return Json::read(value, file.parents);
+  if (key == "parents") return Json::readIds(value, file.parents);
 }
 
 void readFile(Json::Object object, Model::FileResource& file) {
   for (const auto& [key, value] : object) readMember(key, value, file);
 }
 
+template <StatusCheck kIsSuccess>
 Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response, Json::Parser& json) {
   Model::FileResource file;
-  const auto storage =
-      readJson(std::move(response), json, [&file](Json::Object object) { readFile(object, file); });
+  const auto storage = readJson(std::move(response), kIsSuccess, json,
+                                [&file](Json::Object object) { readFile(object, file); });
   if (!storage.isSuccess()) return storage.getError();
   if (file.id.empty()) return malformedResponse("The answer has no id");
   file.storage = storage.getResult();
@@ -86,12 +91,14 @@ Util::Outcome<Model::FileResource, Error> parseFile(Http::Response&& response, J
 void Model::GetFileResourceRequest::addQueryStringParameters(Http::URI& uri) const {
   uri.addQueryStringParameter("fields", kFileFields);
   addSharedDriveSupport(uri);
+  omitIndentation(uri);
 }
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
     const Model::GetFileResourceRequest& request) const {
   return call().send(
-      Http::Method::Get, [&] { return fileUri(request.fileId.value()); }, request, parseFile);
+      Http::Method::Get, [&] { return fileUri(request.fileId.value()); }, request,
+      parseFile<isWholeResult>);
 }
 
 // Listing
@@ -106,20 +113,31 @@ constexpr char kListFields[] = "nextPageToken,files(id,name)";
 constexpr std::size_t kUsualFileLength = 64;
 constexpr std::size_t kMostFiles = 1000;
 
-Util::Outcome<Model::ListFileResourceResult, Error> parseFileList(Http::Response&& response,
-                                                                  Json::Parser& json) {
+using FileList = Util::Outcome<Model::ListFileResourceResult, Error>;
+
+void readFiles(Json::Value value, std::size_t limit, std::vector<Model::FileResource>& files) {
+  files.clear();
+  Json::readObjects(value, limit, [&files](Json::Object object) {
+    Model::FileResource& file = files.emplace_back();
+    readFile(object, file);
+    if (file.id.empty()) files.pop_back();
+  });
+}
+
+FileList parseFileList(Http::Response&& response, Json::Parser& json,
+                       const Model::ListFileResourceRequest& request) {
   Model::ListFileResourceResult result;
   result.files.reserve(std::min(response.body.size() / kUsualFileLength, kMostFiles));
-  const auto storage = readJson(std::move(response), json, [&result](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "nextPageToken") Json::read(value, result.nextPageToken);
-      if (key == "files") {
-        Json::readObjects(
-            value, [&result](Json::Object file) { readFile(file, result.files.emplace_back()); });
-      }
-    }
-  });
+  const std::size_t limit = mostEntriesOf(request.pageSize);
+  const auto storage =
+      readJson(std::move(response), isWholeResult, json, [&result, limit](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "nextPageToken") Json::readToken(value, result.nextPageToken);
+          if (key == "files") readFiles(value, limit, result.files);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
+  if (isRepeated(result.nextPageToken, request.pageToken)) return repeatedPage();
   result.storage = storage.getResult();
   return result;
 }
@@ -134,11 +152,15 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
   uri.addQueryStringParameter("fields", kListFields);
   addSharedDriveSupport(uri);
   uri.addQueryStringParameter("includeItemsFromAllDrives", "true");
+  omitIndentation(uri);
 }
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(Http::Method::Get, filesUri, request, parseFileList);
+  return call().send(Http::Method::Get, filesUri, request,
+                     [&request](Http::Response&& response, Json::Parser& json) {
+                       return parseFileList(std::move(response), json, request);
+                     });
 }
 
 // Creation
@@ -147,6 +169,7 @@ void Model::UploadFileRequest::addQueryStringParameters(Http::URI& uri) const {
   addUnlessEmpty(uri, "uploadType", uploadType);
   uri.addQueryStringParameter("fields", kFileFields);
   addSharedDriveSupport(uri);
+  omitIndentation(uri);
 }
 
 std::string Model::UploadFileRequest::serializePayload() const {
@@ -165,7 +188,7 @@ std::string Model::UploadFileRequest::serializePayload() const {
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  return call().create(filesUri, request, parseFile);
+  return call().create(filesUri, request, parseFile<confirmsCreation>);
 }
 
 // Errors

@@ -31,8 +31,8 @@ void readRecord(Json::Value value, std::shared_ptr<const Record>& record) {
 // Some facets carry no information except their presence.
 
 void readMember(std::string_view key, Json::Value value, ItemReference& reference) {
-  if (key == "driveId") Json::read(value, reference.driveId);
-  if (key == "id") Json::read(value, reference.id);
+  if (key == "driveId") Json::readId(value, reference.driveId);
+  if (key == "id") Json::readId(value, reference.id);
   if (key == "path") Json::read(value, reference.path);
   if (key == "name") Json::read(value, reference.name);
   if (key == "shareId") Json::read(value, reference.shareId);
@@ -60,7 +60,7 @@ void readMember(std::string_view key, Json::Value value, FileSystemInfo& info) {
 }
 
 void readMember(std::string_view key, Json::Value value, RemoteItem& item) {
-  if (key == "id") Json::read(value, item.id);
+  if (key == "id") Json::readId(value, item.id);
   if (key == "size") Json::read(value, item.size);
   if (key == "parentReference") readRecord(value, item.parentReference);
   if (key == "folder") item.isFolder = readRecord(value, item.folder);
@@ -70,7 +70,7 @@ void readMember(std::string_view key, Json::Value value, RemoteItem& item) {
 
 // Runs for every member of a listing, so it ends with the first name that matches.
 void readMember(std::string_view key, Json::Value value, DriveItem& item) {
-  if (key == "id") return Json::read(value, item.id);
+  if (key == "id") return Json::readId(value, item.id);
   if (key == "name") return Json::read(value, item.name);
   if (key == "folder") {
     item.isFolder = readRecord(value, item.folder);

@@ -12,6 +12,7 @@
 #include "Client/OneDrive/OneDriveAddressing.h"
 #include "Client/OneDrive/OneDriveRequestPolicy.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Paging.h"
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "Util/Json.h"
 #include "Util/Text.h"
@@ -32,13 +33,14 @@ namespace {
 Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response,
                                                       Json::Parser& json) {
   Model::DriveMetadata drive;
-  const auto storage = readJson(std::move(response), json, [&drive](Json::Object object) {
-    for (const auto& [key, value] : object) {
-      if (key == "id") Json::read(value, drive.id);
-      if (key == "driveType") Json::read(value, drive.driveType);
-      if (key == "name") Json::read(value, drive.name);
-    }
-  });
+  const auto storage =
+      readJson(std::move(response), isWholeResult, json, [&drive](Json::Object object) {
+        for (const auto& [key, value] : object) {
+          if (key == "id") Json::read(value, drive.id);
+          if (key == "driveType") Json::read(value, drive.driveType);
+          if (key == "name") Json::read(value, drive.name);
+        }
+      });
   if (!storage.isSuccess()) return storage.getError();
   return drive;
 }
@@ -55,10 +57,11 @@ Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
 
 namespace {
 
+template <StatusCheck kIsSuccess>
 Util::Outcome<Model::DriveItem, Error> parseItem(Http::Response&& response, Json::Parser& json) {
   Model::DriveItem item;
-  const auto storage =
-      readJson(std::move(response), json, [&item](Json::Object object) { readItem(object, item); });
+  const auto storage = readJson(std::move(response), kIsSuccess, json,
+                                [&item](Json::Object object) { readItem(object, item); });
   if (!storage.isSuccess()) return storage.getError();
   if (item.id.empty()) return malformedResponse("The answer has no id");
   item.storage = storage.getResult();
@@ -77,7 +80,7 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
     }
     return itemUri({request.driveId, request.itemId.value()});
   };
-  return call().send(Http::Method::Get, locate, request, parseItem);
+  return call().send(Http::Method::Get, locate, request, parseItem<isWholeResult>);
 }
 
 // Listing
@@ -94,62 +97,59 @@ constexpr std::size_t kMostItems = 1000;
 
 using Children = Util::Outcome<Model::ListChildrenResult, Error>;
 
-template <typename IsWanted>
-Children parseItems(Http::Response&& response, Json::Parser& json, IsWanted isWanted) {
-  Model::ListChildrenResult result;
-  const auto readChild = [&result, isWanted](Json::Object object) {
-    Model::DriveItem& item = result.items.emplace_back();
-    readItem(object, item);
-    if (!isWanted(item)) result.items.pop_back();
-  };
-  result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
-  const auto storage =
-      readJson(std::move(response), json, [&result, readChild](Json::Object object) {
-        for (const auto& [key, value] : object) {
-          if (key == "@odata.nextLink") Json::read(value, result.nextToken);
-          if (key == "value") Json::readObjects(value, readChild);
-        }
-      });
-  if (!storage.isSuccess()) return storage.getError();
-  result.storage = storage.getResult();
-  return result;
-}
-
-Children parseChildren(Http::Response&& response, Json::Parser& json) {
-  return parseItems(std::move(response), json, [](const Model::DriveItem&) { return true; });
-}
-
-Children parseFolders(Http::Response&& response, Json::Parser& json) {
-  return parseItems(std::move(response), json,
-                    [](const Model::DriveItem& item) { return item.isFolder; });
-}
-
-Children parseFoldersAndRemoteItems(Http::Response&& response, Json::Parser& json) {
-  return parseItems(std::move(response), json,
-                    [](const Model::DriveItem& item) { return item.isFolder || item.remoteItem; });
-}
-
-using ChildrenParser = DriveCall::Parser<Model::ListChildrenResult>;
+bool isFolder(const Model::DriveItem& item) { return item.isFolder; }
+bool isFolderOrRemoteItem(const Model::DriveItem& item) { return item.isFolder || item.remoteItem; }
 
 /// A filter of the service that can also be applied to the items of a response.
 struct KnownFilter {
   std::string_view text;
-  ChildrenParser parse;
+  bool (*accepts)(const Model::DriveItem& item);
 };
 
 constexpr KnownFilter kKnownFilters[] = {
-    {"folder ne null", parseFolders},
-    {"folder ne null or remoteItem ne null", parseFoldersAndRemoteItems},
+    {"folder ne null", isFolder},
+    {"folder ne null or remoteItem ne null", isFolderOrRemoteItem},
 };
 
-// Filters are not guaranteed for listings of children: some drives refuse them, and some return
-// files regardless.
-ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
-  if (!request.filter.isPresent() || !request.filtersResponses) return parseChildren;
+// The filter that responses to `request` are to be filtered with; null if there is none. Filters are
+// not guaranteed for listings of children: some drives refuse them, and some return files
+// regardless.
+const KnownFilter* filterFor(const Model::ListChildrenRequest& request) {
+  if (!request.filter.isPresent() || !request.filtersResponses) return nullptr;
   const auto* known = std::find_if(
       std::begin(kKnownFilters), std::end(kKnownFilters),
       [&request](const KnownFilter& filter) { return filter.text == request.filter.value(); });
-  return known == std::end(kKnownFilters) ? parseChildren : known->parse;
+  return known == std::end(kKnownFilters) ? nullptr : known;
+}
+
+// Returns false if there is no list.
+bool readItems(Json::Value value, std::size_t limit, const KnownFilter* filter,
+               std::vector<Model::DriveItem>& items) {
+  items.clear();
+  return Json::readObjects(value, limit, [&items, filter](Json::Object object) {
+    Model::DriveItem& item = items.emplace_back();
+    readItem(object, item);
+    if (item.id.empty() || (filter != nullptr && !filter->accepts(item))) items.pop_back();
+  });
+}
+
+Children parseChildren(Http::Response&& response, Json::Parser& json,
+                       const Model::ListChildrenRequest& request, const KnownFilter* filter) {
+  Model::ListChildrenResult result;
+  bool hasItems = false;
+  result.items.reserve(std::min(response.body.size() / kUsualItemLength, kMostItems));
+  const std::size_t limit = mostEntriesOf(request.pageSize);
+  const auto storage = readJson(std::move(response), isWholeResult, json, [&](Json::Object object) {
+    for (const auto& [key, value] : object) {
+      if (key == "@odata.nextLink") Json::readToken(value, result.nextToken);
+      if (key == "value") hasItems = readItems(value, limit, filter, result.items);
+    }
+  });
+  if (!storage.isSuccess()) return storage.getError();
+  if (!hasItems) return malformedResponse("The answer has no list of items");
+  if (isRepeated(result.nextToken, request.pageToken)) return repeatedPage();
+  result.storage = storage.getResult();
+  return result;
 }
 
 }  // namespace
@@ -157,7 +157,8 @@ ChildrenParser parserFor(const Model::ListChildrenRequest& request) {
 bool Model::ListChildrenRequest::namesItsPage() const {
   constexpr std::string_view kLinkStart = "https://";
   return pageToken.isPresent() &&
-         pageToken.value().compare(0, kLinkStart.size(), kLinkStart) == 0;
+         Util::lowerCase(std::string_view(pageToken.value()).substr(0, kLinkStart.size())) ==
+             kLinkStart;
 }
 
 void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const {
@@ -170,13 +171,13 @@ void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const 
 
 Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
   return ServiceCall::guarded([this, &request] {
-    const ChildrenParser parse = parserFor(request);
-    ListingPolicy policy(call(), remoteItems_, request, parse != parseChildren);
+    const KnownFilter* const filter = filterFor(request);
+    ListingPolicy policy(call(), remoteItems_, request, filter != nullptr);
     const auto locate = [&] {
       return request.namesItsPage() ? pageUri(request.pageToken.value()) : policy.uri();
     };
     const auto parseAndRemember = [&](Http::Response&& response, Json::Parser& json) {
-      Children children = parse(std::move(response), json);
+      Children children = parseChildren(std::move(response), json, request, filter);
       if (!children.isSuccess()) return children;
       policy.rememberFolder();
       for (const auto& item : children.getResult().items) policy.remember(item);
@@ -203,7 +204,7 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
   return ServiceCall::guarded([this, &request] {
     FolderCreationPolicy policy(call(), remoteItems_, request.driveId, request.parentItemId);
     const auto parseAndRemember = [&policy](Http::Response&& response, Json::Parser& json) {
-      auto folder = parseItem(std::move(response), json);
+      auto folder = parseItem<confirmsCreation>(std::move(response), json);
       if (!folder.isSuccess()) return folder;
       policy.rememberFolder();
       policy.remember(folder.getResult());

@@ -16,6 +16,14 @@ namespace CloudStorage::Client::Dropbox {
 /// `<access token>|<refresh token>`.
 class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
  public:
+  /// What the options of a build decide.
+  struct Options {
+    /// Whether the access token that an authorization code is exchanged for also has this form.
+    bool joinsTokens = false;
+    /// Whether authorization requests ask for a refresh token.
+    bool requestsOfflineAccess = true;
+  };
+
   DropboxClient(Auth::OAuth2ClientSpec clientSpec,
                 std::shared_ptr<Auth::OAuth2Credential> credential,
                 std::shared_ptr<RetryStrategy> retryStrategy,
@@ -24,10 +32,9 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
                 std::shared_ptr<Util::RateLimiter> writeRateLimiter, Config::ProxySetting proxy);
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                 ClientEnvironment environment);
-  /// `joinsTokens`: whether the access token that an authorization code is exchanged for also has
-  /// this form. The other constructors take the value of a build option.
+  /// The other constructors take the options of this build.
   DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts, ClientEnvironment environment,
-                bool joinsTokens);
+                Options options);
 
   /// All pages of a folder in one result; for a continuation, the one page that follows its cursor.
   virtual Util::Outcome<Model::ListFolderResult, Error> listFolder(
@@ -38,6 +45,9 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(
       const Auth::OAuth2RequestOptions& options) const override;
+
+ private:
+  Options options_;
 };
 
 /// Translates the failures of the Dropbox API v2, which are JSON or one sentence of plain text.

@@ -200,6 +200,7 @@ class EntryList::ConstIterator {
   }
 
   void unpack() {
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): null only at the end
     const auto flags = static_cast<unsigned char>(*next_++);
     entry_.path = unpackText();
     if ((flags & kNameEndsPath) != 0) {

@@ -1,0 +1,30 @@
+#include "libvemlo/exception_barrier.h"
+
+#include <Poco/Exception.h>
+#include <glog/logging.h>
+
+#include <exception>
+
+namespace libvemlo {
+
+void LoggedAs::operator()(const char* exceptionText) const {
+  SYSLOG(ERROR) << failureText << exceptionText;
+}
+
+void logCurrentException(const ExceptionLog& log) {
+  writeLine([&log] {
+    try {
+      throw;
+    } catch (const Poco::Exception& exception) {
+      log(exception.displayText().c_str());
+    } catch (const std::exception& exception) {
+      log(exception.what());
+    } catch (const abi::__forced_unwind&) {
+      throw;
+    } catch (...) {
+      log("unknown exception");
+    }
+  });
+}
+
+}  // namespace libvemlo
