@@ -106,10 +106,11 @@ bool Cloud::hasToken(const Http::Request& request) const {
 
 Http::Response Cloud::newTokens() {
   if (refusesNewTokens) return response(400, R"({"error":"invalid_grant"})");
-  const std::string number = std::to_string(++tokens_);
-  acceptedToken_ = "access-" + number;
-  return response(200, R"({"access_token":")" + acceptedToken_ + R"(","refresh_token":"refresh-)" +
-                           number + R"(","token_type":"bearer"})");
+  // No other text contains any part of them, and an encoding changes some of their characters.
+  const std::string end = "/+" + std::to_string(++tokens_) + "=";
+  acceptedToken_ = "qX7vA" + end;
+  return response(200, R"({"access_token":")" + acceptedToken_ + R"(","refresh_token":"wK9zR)" +
+                           end + R"(","token_type":"bearer"})");
 }
 
 Http::Response Cloud::page(const Http::Request& request) {

@@ -23,7 +23,7 @@ class Drive : public Service {
   session* open(const CloudStorage::Client::ClientEnvironment& environment) const override {
     CloudStorage::Auth::OAuth2ClientSpec spec;
     spec.clientId = "client";
-    spec.clientSecret = "client secret";
+    spec.clientSecret = "vB4tS client/secret";
     spec.tokenEndpoint = Cloud::kTokenEndpoint;
     const auto credential = std::make_shared<CloudStorage::Auth::OAuth2Credential>();
     CloudStorage::Client::ClientParts parts;

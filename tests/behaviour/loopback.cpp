@@ -19,28 +19,34 @@ Http::Method methodNamed(const std::string& name) {
   return Http::Method::Get;
 }
 
-Http::Request parsed(const std::string& text) {
-  const auto headEnd = text.find("\r\n\r\n");
-  std::istringstream head(text.substr(0, headEnd + 2));
+}  // namespace
+
+Http::Request requestIn(const std::string& bytes) {
+  const auto headEnd = bytes.find("\r\n\r\n");
+  std::istringstream head(bytes.substr(0, headEnd + 2));
   std::string line;
   std::getline(head, line);
   Http::Request request;
-  request.method = methodNamed(line.substr(0, line.find(' ')));
+  const auto methodEnd = line.find(' ');
+  const std::string target = line.substr(methodEnd + 1, line.rfind(' ') - methodEnd - 1);
+  request.method = methodNamed(line.substr(0, methodEnd));
   while (std::getline(head, line)) {
     const auto colon = line.find(": ");
     if (colon == std::string::npos) continue;
     request.headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
   }
-  request.uri = Http::URI::parse(request.headers.at(kAddress)).value();
-  request.body = text.substr(headEnd + 4);
+  const auto address = request.headers.find(kAddress);
+  request.uri = Http::URI::parse(address != request.headers.end()
+                                     ? address->second
+                                     : "https://" + request.headers["Host"] + target)
+                    .value();
+  request.body = bytes.substr(headEnd + 4);
   return request;
 }
 
-std::string written(const Http::Response& response) {
+std::string bytesOf(const Http::Response& response) {
   return TestSupport::httpResponse(std::to_string(response.status) + " Text", response.body);
 }
-
-}  // namespace
 
 Http::Response Detour::send(const Http::Request& request) {
   Http::Request detoured = request;
@@ -52,7 +58,7 @@ Http::Response Detour::send(const Http::Request& request) {
 CloudServer::CloudServer(Cloud& cloud)
     : server_([&cloud](Connection& connection) {
         while (const auto request = connection.readRequest()) {
-          if (!connection.send(written(cloud.send(parsed(*request))))) return;
+          if (!connection.send(bytesOf(cloud.send(requestIn(*request))))) return;
         }
       }) {}
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
 
 #include "CloudStorage/Http/Transport.h"
 #include "Http/CurlTransport.h"
@@ -13,7 +15,8 @@ namespace Behaviour {
 /// its own address.
 class Detour : public CloudStorage::Http::Transport {
  public:
-  explicit Detour(std::uint16_t port) : port_(port), transport_({}) {}
+  explicit Detour(std::uint16_t port, CloudStorage::Http::CurlTransport::Options options = {})
+      : port_(port), transport_(std::move(options)) {}
 
   CloudStorage::Http::Response send(const CloudStorage::Http::Request& request) override;
 
@@ -21,6 +24,11 @@ class Detour : public CloudStorage::Http::Transport {
   const std::uint16_t port_;
   CloudStorage::Http::CurlTransport transport_;
 };
+
+/// The request in the bytes that a server has received; with its own address if it was detoured.
+CloudStorage::Http::Request requestIn(const std::string& bytes);
+/// The bytes of a response.
+std::string bytesOf(const CloudStorage::Http::Response& response);
 
 /// A server that passes detoured requests on to a cloud.
 class CloudServer {

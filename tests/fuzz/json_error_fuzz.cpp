@@ -1,5 +1,3 @@
-#include <cstddef>
-#include <cstdint>
 #include <string_view>
 
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
@@ -7,15 +5,14 @@
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "error_checks.h"
+#include "fuzz_input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void checkInput(std::string_view input) {
   namespace Client = CloudStorage::Client;
-  const std::string_view body(reinterpret_cast<const char*>(data), size);
   for (const int status : {400, 403, 503}) {
-    ErrorChecks::checkMarshaller(Client::GoogleDrive::GoogleDriveErrorMarshaller(), status, body);
-    ErrorChecks::checkMarshaller(Client::AmazonDrive::AmazonDriveErrorMarshaller(), status, body);
-    ErrorChecks::checkMarshaller(Client::OneDrive::OneDriveErrorMarshaller(), status, body);
-    ErrorChecks::checkMarshaller(Client::Dropbox::DropboxErrorMarshaller(), status, body);
+    ErrorChecks::checkMarshaller(Client::GoogleDrive::GoogleDriveErrorMarshaller(), status, input);
+    ErrorChecks::checkMarshaller(Client::AmazonDrive::AmazonDriveErrorMarshaller(), status, input);
+    ErrorChecks::checkMarshaller(Client::OneDrive::OneDriveErrorMarshaller(), status, input);
+    ErrorChecks::checkMarshaller(Client::Dropbox::DropboxErrorMarshaller(), status, input);
   }
-  return 0;
 }

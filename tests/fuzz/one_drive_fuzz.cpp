@@ -1,11 +1,11 @@
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "CloudStorage/Client/OneDrive/OneDriveClient.h"
 #include "error_checks.h"
+#include "fuzz_input.h"
 
 namespace {
 
@@ -75,8 +75,8 @@ std::size_t countOf(const OneDrive::OneDriveClient& client, const char* filter) 
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto client = clientFor({reinterpret_cast<const char*>(data), size});
+void checkInput(std::string_view input) {
+  const auto client = clientFor(input);
   OneDrive::Model::GetDriveItemRequest itemRequest;
   itemRequest.itemId = "item";
   const auto item = client.getDriveItem(itemRequest);
@@ -90,5 +90,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t folders = countOf(client, "folder ne null");
   const std::size_t both = countOf(client, "folder ne null or remoteItem ne null");
   require(folders <= both && both <= countOf(client, nullptr));
-  return 0;
 }

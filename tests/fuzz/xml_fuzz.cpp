@@ -1,5 +1,4 @@
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,6 +7,7 @@
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "Util/Xml.h"
 #include "error_checks.h"
+#include "fuzz_input.h"
 
 namespace {
 
@@ -50,12 +50,10 @@ void checkPage(std::string body) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view body(reinterpret_cast<const char*>(data), size);
-  checkDocument(std::string(body));
-  checkPage(std::string(body));
-  ErrorChecks::checkMarshaller(CloudStorage::Client::S3::S3ErrorMarshaller(), 409, body);
+void checkInput(std::string_view input) {
+  checkDocument(std::string(input));
+  checkPage(std::string(input));
+  ErrorChecks::checkMarshaller(CloudStorage::Client::S3::S3ErrorMarshaller(), 409, input);
   ErrorChecks::checkMarshaller(CloudStorage::Client::AzureSSB::AzureSSBErrorMarshaller(), 409,
-                               body);
-  return 0;
+                               input);
 }
