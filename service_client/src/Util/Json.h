@@ -89,17 +89,17 @@ class Object {
 };
 
 /// Calls `read` with the JSON object in `body`, which may begin with a byte order mark. Escapes are
-/// decoded in place, and invalid UTF-8 is replaced, so `body` changes, and it must outlive the texts
+/// decoded in place, and invalid UTF-8 is replaced, so `body` changes. It must outlive the texts
 /// that were read. Throws if anything follows the object.
 template <typename Read>
 void parse(std::string& body, Parser& parser, Read read);
 
-/// The following read one value. One that is null or of another type counts as absent: `out` becomes
-/// empty. If several members have the same name, the last one counts.
+/// The following read one value. One that is null or of another type counts as absent: `out`
+/// becomes empty. If several members have the same name, the last one counts.
 
-/// A text cannot be handed out as it is if it contains a NUL, which would truncate it as a C string,
-/// half of a surrogate pair, or invalid UTF-8. U+FFFD replaces the first two, a question mark each
-/// invalid byte.
+/// A text cannot be handed out as it is if it contains a NUL, which would truncate it as a C
+/// string, half of a surrogate pair, or invalid UTF-8. U+FFFD replaces the first two, a question
+/// mark each invalid byte.
 void read(Value value, std::string_view& out);
 void read(Value value, std::string& out);
 /// Reads a text that is an address, such as an id: one that cannot be handed out as it is counts as

@@ -111,8 +111,8 @@ constexpr KnownFilter kKnownFilters[] = {
     {"folder ne null or remoteItem ne null", isFolderOrRemoteItem},
 };
 
-// The filter that responses to `request` are to be filtered with; null if there is none. Filters are
-// not guaranteed for listings of children: some drives refuse them, and some return files
+// The filter that responses to `request` are to be filtered with; null if there is none. Filters
+// are not guaranteed for listings of children: some drives refuse them, and some return files
 // regardless.
 const KnownFilter* filterFor(const Model::ListChildrenRequest& request) {
   if (!request.filter.isPresent() || !request.filtersResponses) return nullptr;
