@@ -11,13 +11,15 @@ from installed import BUILD_TREE, LIBRARIES_ALONE, ROOT, configure, run
 OBJECTS = ["src/CMakeFiles/vemlo_objects.dir/libvemlo/retry_strategies.cpp.o",
            "src/CMakeFiles/vemlo_objects.dir/libvemlo/object_store.cpp.o",
            "service_client/CMakeFiles/vemlo_service_client_objects.dir/src/Util/Text.cpp.o"]
-FOLDERS = ["cmake", "include", "service_client", "src"]
+FOLDERS = ["cmake", "docs", "examples", "include", "scripts", "service_client", "src"]
+FILES = ["CMakeLists.txt", "CHANGELOG.md"]
 
 
 def copy_sources(folder):
     for name in FOLDERS:
         shutil.copytree(ROOT / name, folder / name)
-    shutil.copy(ROOT / "CMakeLists.txt", folder)
+    for name in FILES:
+        shutil.copy(ROOT / name, folder)
 
 
 def cached(name):
@@ -27,11 +29,14 @@ def cached(name):
 
 
 def configure_copy(folder):
-    """Configures a copy of the sources like the build tree, and returns the new build tree."""
+    """Configures a copy of the sources like the build tree, and returns the new build tree.
+
+    Rules for installing are part of it, because the linker leaves space for the path that they set.
+    """
     copy_sources(folder)
     build_tree = folder / BUILD_TREE.relative_to(ROOT)
     names = ("CMAKE_BUILD_TYPE", "CMAKE_C_COMPILER", "CMAKE_CXX_COMPILER", "CMAKE_CXX_FLAGS")
-    configure(folder, build_tree, *LIBRARIES_ALONE, "-DVEMLO_INSTALL=OFF",
+    configure(folder, build_tree, *LIBRARIES_ALONE,
               *(f"-D{name}={cached(name)}" for name in names))
     return build_tree
 
