@@ -43,8 +43,8 @@ Effects perform(Call call, const Behaviour::Service& service, session* handle);
 
 /// What a call returns after a failure; 0 for the object stores, whose codes depend on the failure.
 int failureCodeOf(Call call, const Behaviour::Service& service);
-/// How the line may begin that a failure logs: of the call itself, or of a request that precedes it.
-/// Empty if none is logged.
+/// How the line may begin that a failure logs: of the call itself, or of a request that precedes
+/// it. Empty if none is logged.
 std::vector<std::string> failureTextsOf(Call call, const Behaviour::Service& service);
 
 }  // namespace Faults

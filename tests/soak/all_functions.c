@@ -4,8 +4,8 @@
  *   all_functions PORT
  *
  * PORT is that of an HTTP proxy on this machine, behind which there are all services. The sessions
- * are opened, authorized, used by several threads at a time, and closed. Prints what has failed, and
- * the number of functions. Exits with 1 if any call failed or any function was not called.
+ * are opened, authorized, used by several threads at a time, and closed. Prints what has failed,
+ * and the number of functions. Exits with 1 if any call failed or any function was not called.
  */
 #include <libvemlo.h>
 #include <pthread.h>
@@ -43,7 +43,7 @@ typedef struct Service {
   void (*use)(session *);
 } Service;
 
-/* ------------------------------------------------------------------------------ object stores --- */
+/* -------------------------------------------------------------------------- object stores --- */
 
 static void freeFolders(int code, directory *list, int count) {
   if (code == 0 && count > 0) free_diretories(list, count);
@@ -92,7 +92,7 @@ static void useAzure(session *opened) {
   note("azure_ssb_create_directory", azure_ssb_create_directory(opened, "box", "parent/new/") == 0);
 }
 
-/* ------------------------------------------------------------------------------------- drives --- */
+/* --------------------------------------------------------------------------------- drives --- */
 
 /* The name of a folder that no other thread creates. */
 static void newName(char *name, size_t size) {
@@ -217,7 +217,7 @@ static void useDropbox(session *opened) {
                 "dropbox_create_directory", dropbox_create_directory);
 }
 
-/* --------------------------------------------------------------------------------- all of them --- */
+/* ---------------------------------------------------------------------------- all of them --- */
 
 static const Service kServices[] = {
     {"libvemlo_s3_init", openS3, "libvemlo_s3_cleanup", libvemlo_s3_cleanup, NULL, useS3},
