@@ -17,7 +17,7 @@ class MockAzureSSBClient : public CloudStorage::Client::AzureSSB::AzureSSBClient
  public:
   MockAzureSSBClient()
       : AzureSSBClient("account", CloudStorage::Client::ClientParts{},
-                       {std::make_shared<ScriptedTransport>(), nullptr, nullptr},
+                       {std::make_shared<ScriptedTransport>(), nullptr, nullptr, nullptr},
                        CloudStorage::Client::AzureSSB::Region::Global) {}
 
   MOCK_METHOD(OutcomeOf<AzureSSBModel::ListContainerResult>, listContainer,

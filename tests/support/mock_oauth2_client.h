@@ -39,7 +39,7 @@ class MockOAuth2Client : public DriveClient {
                      nullptr,
                      nullptr,
                      {}},
-                    {std::make_shared<ScriptedTransport>(), nullptr, nullptr}) {}
+                    {std::make_shared<ScriptedTransport>(), nullptr, nullptr, nullptr}) {}
 
   std::string buildAuthorizeUrl(
       const CloudStorage::Auth::OAuth2RequestOptions& options) const override {

@@ -17,7 +17,7 @@ class MockS3Client : public CloudStorage::Client::S3::S3Client {
  public:
   MockS3Client()
       : S3Client("", "", CloudStorage::Client::ClientParts{},
-                 {std::make_shared<ScriptedTransport>(), nullptr, nullptr}) {}
+                 {std::make_shared<ScriptedTransport>(), nullptr, nullptr, nullptr}) {}
 
   MOCK_METHOD(OutcomeOf<S3Model::ListBucketsResult>, listBuckets, (), (const, override));
   MOCK_METHOD(OutcomeOf<S3Model::CreateBucketResult>, createBucket,
