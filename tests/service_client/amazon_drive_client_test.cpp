@@ -73,7 +73,8 @@ TEST_F(AmazonDriveClientTest, QueriesSendExactlyThis) {
 
 TEST_F(AmazonDriveClientTest, EndpointsAreKeptAsReceived) {
   const auto outcome = endpointFrom(
-      R"({"contentUrl":"HTTPS://Content-NA.Drive.Amazonaws.com:443/cdproxy","customerExists":false,)"
+      R"({"contentUrl":"HTTPS://Content-NA.Drive.Amazonaws.com:443/cdproxy",)"
+      R"("customerExists":false,)"
       R"("metadataUrl":"https:\/\/cdws.us-east-1.amazonaws.com\/drive\/v1\/","region":"NA"})");
   ASSERT_TRUE(outcome.isSuccess());
   EXPECT_EQ(outcome.getResult().contentUrl, "HTTPS://Content-NA.Drive.Amazonaws.com:443/cdproxy");

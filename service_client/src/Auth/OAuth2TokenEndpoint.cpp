@@ -33,8 +33,8 @@ Http::Request encode(Http::URI uri, const Form& form) {
   Http::Request request;
   request.method = Http::Method::Post;
   request.uri = std::move(uri);
-  // A code is valid once, and so is a refresh token where the service replaces it. Token requests are
-  // so rare that an open connection would have been closed in the meantime anyway.
+  // A code is valid once, and so is a refresh token where the service replaces it. Token requests
+  // are so rare that an open connection would have been closed in the meantime anyway.
   request.isSentOnce = true;
   request.headers = {{Http::CONTENT_TYPE_HEADER, "application/x-www-form-urlencoded"},
                      {"accept", "application/json"}};

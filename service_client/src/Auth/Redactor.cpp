@@ -18,15 +18,15 @@ constexpr std::size_t kLongestCharacter = 4;
 
 /// Error marshallers keep no less than this of a text that they truncate.
 constexpr std::size_t kShortestTruncatedText = 250;
-/// The beginning of a secret at the end of such a text. Anything shorter may be there by chance, and
-/// is of no use.
+/// The beginning of a secret at the end of such a text. Anything shorter may be there by chance,
+/// and is of no use.
 constexpr std::size_t kShortestPart = 4;
 
 /// Parts of texts in Base64 that are shorter may be anywhere by chance.
 constexpr std::size_t kShortestBase64 = 8;
 
-/// A way to write the bytes of a word: the number of characters at the beginning of `text`, which is
-/// not empty, that mean `byte`; 0 if they mean anything else.
+/// A way to write the bytes of a word: the number of characters at the beginning of `text`, which
+/// is not empty, that mean `byte`; 0 if they mean anything else.
 using Spelling = std::size_t (*)(std::string_view text, char byte);
 
 std::size_t plain(std::string_view text, char byte) { return text.front() == byte ? 1 : 0; }

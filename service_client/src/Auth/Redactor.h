@@ -14,10 +14,10 @@ class Redactor {
   /// An empty secret is ignored.
   explicit Redactor(const std::vector<std::string>& secrets);
 
-  /// `text` as one line (see Util::oneLine()) in which asterisks replace every secret, whether it is
-  /// unchanged, percent-encoded, escaped as in JSON, or part of a text in Base64. Truncated to
-  /// Util::kLineLimit bytes after that. The part of a secret that the end of a long text has cut off
-  /// is replaced, too.
+  /// `text` as one line (see Util::oneLine()) in which asterisks replace every secret, whether it
+  /// is unchanged, percent-encoded, escaped as in JSON, or part of a text in Base64. Truncated to
+  /// Util::kLineLimit bytes after that. The part of a secret that the end of a long text has cut
+  /// off is replaced, too.
   std::string line(std::string_view text) const;
 
  private:

@@ -17,10 +17,10 @@ class BearerPolicy : public RequestPolicy {
   explicit BearerPolicy(std::shared_ptr<Auth::OAuth2Credential> credential)
       : credential_(std::move(credential)) {}
 
-  /// If there is no access token, it is refreshed before the first request. Without a refresh token,
-  /// or if the refresh fails, the request is sent without an access token, and the service's 401 is
-  /// handled like any other. Throws std::invalid_argument if the host has set a token that cannot be
-  /// sent.
+  /// If there is no access token, it is refreshed before the first request. Without a refresh
+  /// token, or if the refresh fails, the request is sent without an access token, and the service's
+  /// 401 is handled like any other. Throws std::invalid_argument if the host has set a token that
+  /// cannot be sent.
   void authorize(Http::Request& request) override;
 
  private:

@@ -75,8 +75,8 @@ Error malformedResponse(std::string_view message);
 /// service that sends a code and no message is empty; only if there is neither, it is the status's
 /// reason phrase.
 ///
-/// The texts are one line each. They have any length, because secrets must be redacted before a text
-/// is truncated.
+/// The texts are one line each. They have any length, because secrets must be redacted before a
+/// text is truncated.
 ///
 /// If there is no response, the transport's failure defines the type, and the error is not
 /// retryable. A table with a row for every failure gives its type to failures of the network as

@@ -21,8 +21,8 @@ class RequestPolicy {
   /// Whether the call's requests must not run twice; see Http::Request::isSentOnce.
   virtual bool isSentOnce() const { return false; }
 
-  /// What must not appear in an error about `request`, which was authorized, beside the secret in its
-  /// authorization header.
+  /// What must not appear in an error about `request`, which was authorized, beside the secret in
+  /// its authorization header.
   virtual std::vector<std::string> secretsIn(const Http::Request& /*request*/) const { return {}; }
 
   /// Called for every failure, before the retry strategy. Returns true if the cause was in the

@@ -7,9 +7,9 @@
 
 namespace CloudStorage::Client {
 
-/// The call that a thread is running, for as long as the object exists. Bound to the thread, because
-/// some of a call's requests are sent where nothing refers to the call: a retry strategy refreshes
-/// the access token, and a request policy asks for the region of a bucket.
+/// The call that a thread is running, for as long as the object exists. Bound to the thread,
+/// because some of a call's requests are sent where nothing refers to the call: a retry strategy
+/// refreshes the access token, and a request policy asks for the region of a bucket.
 class RunningCall {
  public:
   using Clock = std::function<CallBudget::TimePoint()>;

@@ -23,8 +23,8 @@ inline XmlDocument takeXml(Http::Response& response) {
   return std::make_unique<Util::Xml::Document>(std::move(response.body));
 }
 
-/// `document`, which `response` contained, if it is a listing with the root element `rootName`. Some
-/// stores send an error with a success status; its type is then defined by `table`.
+/// `document`, which `response` contained, if it is a listing with the root element `rootName`.
+/// Some stores send an error with a success status; its type is then defined by `table`.
 Util::Outcome<XmlDocument, Error> asListing(XmlDocument document, const Http::Response& response,
                                             const char* rootName, ErrorTable table);
 

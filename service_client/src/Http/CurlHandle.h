@@ -6,8 +6,8 @@
 
 namespace CloudStorage::Http {
 
-/// A handle of libcurl with the connections that it keeps open between transfers. One thread uses it
-/// at a time.
+/// A handle of libcurl with the connections that it keeps open between transfers. One thread uses
+/// it at a time.
 class CurlHandle {
  public:
   /// Throws std::bad_alloc.

@@ -12,8 +12,9 @@ namespace {
 
 constexpr std::size_t kMaxIdle = 8;
 
-// libcurl appends the keys of all TLS connections to the file that this variable names. In a program
-// with more privileges than its user, which secure_getenv() detects, the user must not choose it.
+// libcurl appends the keys of all TLS connections to the file that this variable names. In a
+// program with more privileges than its user, which secure_getenv() detects, the user must not
+// choose it.
 void forbidKeyLogOfPrivilegedProcess() {
   constexpr char kVariable[] = "SSLKEYLOGFILE";
   if (::secure_getenv(kVariable) == nullptr) ::unsetenv(kVariable);

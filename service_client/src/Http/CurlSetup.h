@@ -6,8 +6,8 @@
 
 namespace CloudStorage::Http {
 
-/// Sets options of a handle up to the first that libcurl rejects. A transfer must not run without an
-/// option that could not be set, least of all without the verification of certificates.
+/// Sets options of a handle up to the first that libcurl rejects. A transfer must not run without
+/// an option that could not be set, least of all without the verification of certificates.
 class CurlSetup {
  public:
   explicit CurlSetup(CURL* handle) : handle_(handle) {}

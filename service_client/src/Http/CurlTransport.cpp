@@ -165,7 +165,8 @@ class Exchange {
     return std::string_view(errorText_.data()).substr(0, kText.size()) == kText;
   }
 
-  // libcurl records this time when the connection, including tunnel and TLS, is ready for a request.
+  // libcurl records this time when the connection, including tunnel and TLS, is ready for a
+  // request.
   bool requestMayHaveRun() const { return info<curl_off_t>(CURLINFO_PRETRANSFER_TIME_T) != 0; }
 
   static TransportFailure tooLarge(std::string message) {

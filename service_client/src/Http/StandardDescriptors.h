@@ -1,7 +1,7 @@
 #pragma once
 
-/// A host may run with standard descriptors closed. A connection that takes the place of one of them
-/// would receive what the host writes there, such as log lines.
+/// A host may run with standard descriptors closed. A connection that takes the place of one of
+/// them would receive what the host writes there, such as log lines.
 namespace CloudStorage::Http {
 
 /// Opens the null device in the place of each standard descriptor that is closed, for sockets that

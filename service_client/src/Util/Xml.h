@@ -45,8 +45,8 @@ pugi::xml_node lastChild(pugi::xml_node parent, const char* localName);
 ///
 /// References are decoded, except in CDATA sections. References to control characters, which XML
 /// 1.0 forbids but object stores send (`&#x1b;`), are decoded as well. One to a number that is not
-/// a character (NUL, a surrogate, more than U+10FFFF) becomes U+FFFD, so that a single bad name does
-/// not make a listing unusable. Anything else after an ampersand is plain text.
+/// a character (NUL, a surrogate, more than U+10FFFF) becomes U+FFFD, so that a single bad name
+/// does not make a listing unusable. Anything else after an ampersand is plain text.
 std::string text(pugi::xml_node element);
 
 /// A received document. The texts that are read from it are views into its storage; nothing is

@@ -25,9 +25,9 @@ struct Request {
   HeaderValueCollection headers;
   /// Empty for a request without a body. A PUT or POST is then sent with `Content-Length: 0`.
   std::string body;
-  /// Whether the request must not run twice. The transport otherwise sends a request again by itself
-  /// if the connection, which stayed open after an earlier request, turns out to be closed; the
-  /// service may have received the request before that.
+  /// Whether the request must not run twice. The transport otherwise sends a request again by
+  /// itself if the connection, which stayed open after an earlier request, turns out to be closed;
+  /// the service may have received the request before that.
   bool isSentOnce = false;
   /// How long the transfer may take, in addition to the transport's own limits.
   std::chrono::milliseconds timeLimit = std::chrono::milliseconds::max();

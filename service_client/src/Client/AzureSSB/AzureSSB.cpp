@@ -24,8 +24,8 @@ namespace Xml = Util::Xml;
 
 namespace {
 
-/// Signs each attempt, and follows redirects to hosts below `domain`. The service itself sends none,
-/// but gateways before it may.
+/// Signs each attempt, and follows redirects to hosts below `domain`. The service itself sends
+/// none, but gateways before it may.
 class AzureRequestPolicy : public RequestPolicy {
  public:
   AzureRequestPolicy(const ServiceCall& call, const Auth::AzureSSBAuthentication& authentication,

@@ -19,8 +19,8 @@ Util::Outcome<Http::URI, Error> itemUri(const ItemLocation& item);
 /// The items in a folder.
 Util::Outcome<Http::URI, Error> childrenUri(const ItemLocation& folder);
 
-/// The address that a page token consists of. The request carries the access token, so it must be an
-/// address of the service.
+/// The address that a page token consists of. The request carries the access token, so it must be
+/// an address of the service.
 Util::Outcome<Http::URI, Error> pageUri(const std::string& pageToken);
 
 }  // namespace CloudStorage::Client::OneDrive

@@ -20,9 +20,9 @@ struct ItemLocation {
   std::string itemId;
 };
 
-/// The locations of items that have an id in one drive and are in another: folders that another user
-/// shares, and what they contain. A client remembers those that its responses have shown. Safe for
-/// concurrent use.
+/// The locations of items that have an id in one drive and are in another: folders that another
+/// user shares, and what they contain. A client remembers those that its responses have shown. Safe
+/// for concurrent use.
 class CLOUDSTORAGE_API RemoteItems {
  public:
   /// The number of items that are remembered at least: those remembered or found last. The maximum
