@@ -18,8 +18,9 @@ bool sendTooMuch(Connection& connection, const AttackedRequest& /*request*/) {
 }
 
 bool sendWithoutEnd(Connection& connection, const AttackedRequest& /*request*/) {
+  const std::string chunk = "1000\r\n" + std::string(0x1000, ' ') + "\r\n";
   return connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n") &&
-         sendRepeated(connection, "8\r\n        \r\n", 200 * kMebibyte / 8);
+         sendRepeated(connection, chunk, 200 * kMebibyte / 0x1000);
 }
 
 /// Sends a body in chunks, with an end that may be missing or wrong.

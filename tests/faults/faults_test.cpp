@@ -13,6 +13,7 @@
 #include "secrets.h"
 #include "support/attempt_fixture.h"
 #include "support/log_capture.h"
+#include "support/sanitizers.h"
 
 namespace Faults {
 namespace {
@@ -202,7 +203,7 @@ TEST_P(FaultMatrix, EndInAClearErrorOrDoNoHarm) {
   EXPECT_LE(fixture.delays().size() - delaysBefore, kMaxRetries);
   EXPECT_LE(arrivals, mustArriveOnce() ? 1U : kMaxArrivals);
   for (const auto& host : server.hosts()) EXPECT_THAT(host, Not(HasSubstr("attacker")));
-  if (!kIsSanitized) {
+  if (!TestSupport::kIsSanitized) {
     EXPECT_LE(growth, fault.maxGrowthMebibytes);
   }
   expectSessionIsUsable();

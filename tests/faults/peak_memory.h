@@ -7,18 +7,6 @@
 
 namespace Faults {
 
-/// Whether a sanitizer keeps memory that has been released.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VEMLO_IS_SANITIZED
-#endif
-#endif
-#ifdef VEMLO_IS_SANITIZED
-constexpr bool kIsSanitized = true;
-#else
-constexpr bool kIsSanitized = false;
-#endif
-
 /// How much the memory of this process grows during this object's life, at its highest.
 class PeakMemory {
  public:

@@ -26,9 +26,10 @@ bool ResponseHeaders::add(std::string_view line) {
 
 void ResponseHeaders::addHeader(std::string_view line) {
   const auto colon = line.find(':');
-  if (colon == std::string_view::npos || colon == 0) return;
+  if (colon == std::string_view::npos) return;
 
   const std::string name = Util::lowerCase(trimmed(line.substr(0, colon)));
+  if (name.empty()) return;
   const std::string_view value = trimmed(line.substr(colon + 1));
   const auto [entry, isNew] = values_.emplace(name, value);
   if (isNew) return;
