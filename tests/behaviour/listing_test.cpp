@@ -34,7 +34,7 @@ TEST_P(Listing, OnePageIsReadInOneRequest) {
 
 TEST_P(Listing, CountInTheLogHasNoThousandsSeparators) {
   constexpr char kCounted[] = "Got 1200 directories. ";
-  cloud->pageLength = 1200;
+  cloud->pageLength = 400;
   cloud->addFolders(1200);
   const auto handle = openAuthorized();
   const TestSupport::LocaleWithThousands locale;

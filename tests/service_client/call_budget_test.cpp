@@ -206,6 +206,9 @@ auto list(const Client::OneDrive::OneDriveClient& client) {
   return client.listChildren(request);
 }
 
+// Of any drive.
+constexpr char kEmptyList[] = R"({"value":[],"entries":[]})";
+
 template <typename Drive>
 class DriveCallBudget : public testing::Test, protected TestSupport::DriveFixture<Drive> {
  protected:
@@ -220,7 +223,7 @@ TYPED_TEST_SUITE(DriveCallBudget, TestSupport::Drives, TestSupport::DriveName);
 TYPED_TEST(DriveCallBudget, RefreshGetsTheTimeThatIsLeft) {
   this->enqueue(after(*this, 10min - 5s, response(401)));
   this->enqueue(after(*this, 1s, response(200, R"({"access_token":"new"})")));
-  this->enqueue(response(200, "{}"));
+  this->enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list(*this->client).isSuccess());
   EXPECT_THAT(limitsOf(this->requests()), ElementsAre(10min, 5s, 3s));
 }
@@ -236,7 +239,7 @@ TYPED_TEST(DriveCallBudget, RefreshThatUsesTheTimeEndsTheCall) {
 TYPED_TEST(DriveCallBudget, RefreshBeforeTheFirstRequestCountsAsWell) {
   this->credential->setTokens("", "refresh-1");
   this->enqueue(after(*this, 50s, response(200, R"({"access_token":"new"})")));
-  this->enqueue(response(200, "{}"));
+  this->enqueue(response(200, kEmptyList));
   EXPECT_TRUE(list(*this->client).isSuccess());
   EXPECT_THAT(limitsOf(this->requests()), ElementsAre(1min, 10min - 50s));
 }
@@ -251,11 +254,12 @@ TYPED_TEST(DriveCallBudget, CallEndsAfterTenMinutes) {
 using DropboxCallBudget = DriveCallBudget<TestSupport::Dropbox>;
 
 TEST_F(DropboxCallBudget, PagesOfAFolderShareTheTime) {
-  const std::string page =
-      R"({"cursor":"c","has_more":true,"entries":[{"id":"1","path_lower":"/1"}]})";
-  enqueue(after(*this, 6min, response(200, page)));
-  enqueue(after(*this, 3min, response(200, page)));
-  enqueue(after(*this, 1min, response(200, page)));
+  const auto page = [](const std::string& cursor) {
+    return response(200, R"({"entries":[],"has_more":true,"cursor":")" + cursor + R"("})");
+  };
+  enqueue(after(*this, 6min, page("a")));
+  enqueue(after(*this, 3min, page("b")));
+  enqueue(after(*this, 1min, page("c")));
   expectTimeIsOver(list(*client).getError(), CoreErrors::Timeout);
   EXPECT_THAT(limitsOf(requests()), ElementsAre(10min, 4min, 1min));
 }

@@ -128,8 +128,10 @@ TEST_P(DropboxTokens, EmptyTextAfterTheBarIsNoRefreshToken) {
 
 TEST_P(DropboxTokens, EmptyTextBeforeTheBarIsNoAccessToken) {
   credential->setTokens("|joined", "");
-  listWithRefresh(R"({"access_token":"new"})");
-  EXPECT_THAT(bearers(), ElementsAre("none", "none", "Bearer new"));
+  enqueue(response(200, R"({"access_token":"new"})"));
+  enqueue(response(200, kEmptyFolder));
+  EXPECT_TRUE(list());
+  EXPECT_THAT(bearers(), ElementsAre("none", "Bearer new"));
   EXPECT_EQ(credential->accessToken(), "new|joined");
 }
 

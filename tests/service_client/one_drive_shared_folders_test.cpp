@@ -42,6 +42,8 @@ constexpr char kOwnItem[] = R"({"id":"9F3C!300"})";
 constexpr char kNextPage[] =
     "https://graph.microsoft.com/v1.0/drives/77aa/items/77AA!9/children?$skiptoken=A";
 
+constexpr char kNoItems[] = R"({"value":[]})";
+
 Model::ListChildrenRequest folder(const std::string& id, const std::string& pageToken = {}) {
   Model::ListChildrenRequest request;
   request.itemId = id;
@@ -97,7 +99,7 @@ TEST_F(OneDriveSharedFolders, FoldersBelowAreOpenedInTheirDrive) {
   show("root", kRootPage);
   show("9F3C!300", kTeamPage);
   show("77AA!10", R"({"value":[{"id":"odd id","name":"2024","folder":{}}]})");
-  respond(200, "{}");
+  respond(200, kNoItems);
   EXPECT_TRUE(client->listChildren(folder("odd id")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre(kOtherDrive + "77aa/items/odd%20id"s + kQuery));
 }
@@ -106,7 +108,7 @@ TEST_F(OneDriveSharedFolders, FoldersOnLaterPagesAreOpenedInTheirDrive) {
   show("root", kRootPage);
   show("9F3C!300", R"({"value":[],"@odata.nextLink":")"s + kNextPage + R"("})");
   show("9F3C!300", kTeamPage, kNextPage);
-  respond(200, "{}");
+  respond(200, kNoItems);
   EXPECT_TRUE(client->listChildren(folder("77AA!10")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre(kOtherDrive + "77aa/items/77AA%2110"s + kQuery));
 }
@@ -115,21 +117,21 @@ TEST_F(OneDriveSharedFolders, ReferenceInsideASharedFolderLeadsToAThirdDrive) {
   show("root", kRootPage);
   show("9F3C!300", R"({"value":[{"id":"77AA!11","name":"x","remoteItem":{"id":"01ITEM",)"
                    R"("parentReference":{"driveId":"b!third"}}}]})");
-  respond(200, "{}");
+  respond(200, kNoItems);
   EXPECT_TRUE(client->listChildren(folder("77AA!11")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre(kOtherDrive + "b%21third/items/01ITEM"s + kQuery));
 }
 
 TEST_F(OneDriveSharedFolders, OrdinaryFoldersStayInTheUsersDrive) {
   show("root", kRootPage);
-  respond(200, "{}");
+  respond(200, kNoItems);
   EXPECT_TRUE(client->listChildren(folder("9F3C!120")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre(kDrive + "9F3C%21120"s + kQuery));
 }
 
 TEST_F(OneDriveSharedFolders, ClientsRememberForThemselves) {
   show("root", kRootPage);
-  respond(200, "{}");
+  respond(200, kNoItems);
   EXPECT_TRUE(makeClient()->listChildren(folder("9F3C!300")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre(kDrive + "9F3C%21300"s + kQuery));
 }
@@ -149,7 +151,7 @@ TEST_F(OneDriveSharedFolders, IncompleteReferenceIsNotRemembered) {
         R"({"id":"..","parentReference":{"driveId":"77aa"}})",
         R"({"id":"77AA!9","parentReference":{"driveId":"."}})"}) {
     show("root", R"({"value":[{"id":"9F3C!300","remoteItem":)"s + remote + "}]}");
-    show("9F3C!300", "{}");
+    show("9F3C!300", kNoItems);
     EXPECT_EQ(lines().back(), kDrive + "9F3C%21300"s + kQuery) << remote;
   }
 }
@@ -179,9 +181,9 @@ TEST_F(OneDriveSharedFolders, FoundFolderIsRemembered) {
   respond(200, kTeamPage);
   EXPECT_TRUE(client->listChildren(folder("9F3C!300")).isSuccess());
   forget();
-  show("9F3C!300", "{}");
+  show("9F3C!300", kNoItems);
   EXPECT_EQ(lines().back(), kOtherDrive + "77aa/items/77AA%219"s + kQuery);
-  show("77AA!10", "{}");
+  show("77AA!10", kNoItems);
   EXPECT_EQ(lines().back(), kOtherDrive + "77aa/items/77AA%2110"s + kQuery);
 }
 
@@ -193,7 +195,7 @@ TEST_F(OneDriveSharedFolders, UnknownFolderIsFoundInTheDriveThatItsIdNames) {
   EXPECT_THAT(newLines(),
               ElementsAre(kDrive + "77AA%219"s + kQuery, kDrive + "77AA%219"s + kItemFields,
                           kOtherDrive + "77AA/items/77AA%219"s + kQuery));
-  show("77AA!10", "{}");
+  show("77AA!10", kNoItems);
   EXPECT_EQ(lines().back(), kOtherDrive + "77AA/items/77AA%2110"s + kQuery);
 }
 
@@ -307,7 +309,7 @@ TEST_F(OneDriveSharedFolders, FolderIsCreatedInTheOtherDrive) {
   EXPECT_TRUE(client->createFolder(newFolder("9F3C!300")).isSuccess());
   EXPECT_THAT(newLines(), ElementsAre("POST https://graph.microsoft.com/v1.0/drives/77aa/items/"
                                       "77AA%219/children"));
-  show("77AA!12", "{}");
+  show("77AA!12", kNoItems);
   EXPECT_EQ(lines().back(), kOtherDrive + "77aa/items/77AA%2112"s + kQuery);
 }
 
@@ -335,11 +337,19 @@ TEST_F(OneDriveSharedFolders, CreationIsRepeatedOnlyAfterARefusal) {
 TEST_F(OneDriveSharedFolders, CreationFailsWithTheFirstError) {
   respond(400, R"({"error":{"code":"invalidRequest","message":"the first"}})");
   respond(200, kOwnItem);
-  refuse(409, "nameAlreadyExists");
+  refuse(403, "accessDenied");
   const auto outcome = client->createFolder(newFolder("9F3C!300"));
   EXPECT_EQ(outcome.getError().message, "the first");
   EXPECT_EQ(lines().back(),
             "POST https://graph.microsoft.com/v1.0/drives/9F3C/items/9F3C%21300/children");
+}
+
+TEST_F(OneDriveSharedFolders, NameThatIsTakenInTheOtherDriveIsReported) {
+  refuse(404, "itemNotFound");
+  respond(200, kTeamItem);
+  refuse(409, "nameAlreadyExists");
+  const auto outcome = client->createFolder(newFolder("9F3C!300"));
+  EXPECT_EQ(outcome.getError().exceptionName, "nameAlreadyExists");
 }
 
 TEST_F(OneDriveSharedFolders, ItemsBelowAreReadFromTheirDriveAndReferencesFromTheUsers) {

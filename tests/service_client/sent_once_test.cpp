@@ -43,7 +43,8 @@ struct Operation<TestSupport::AmazonDrive> {
 
 template <>
 struct Operation<TestSupport::Dropbox> {
-  static constexpr char kCreated[] = R"({"metadata":{"id":"7","path_display":"/new"}})";
+  static constexpr char kCreated[] =
+      R"({"metadata":{"id":"7","path_display":"/new"},"entries":[]})";
   static bool list(const Client::Dropbox::DropboxClient& client) {
     Client::Dropbox::Model::ListFolderRequest request;
     request.path = "";
@@ -71,7 +72,7 @@ struct Operation<TestSupport::GoogleDrive> {
 
 template <>
 struct Operation<TestSupport::OneDrive> {
-  static constexpr char kCreated[] = R"({"id":"7"})";
+  static constexpr char kCreated[] = R"({"id":"7","value":[]})";
   static bool list(const Client::OneDrive::OneDriveClient& client) {
     Client::OneDrive::Model::ListChildrenRequest request;
     request.itemId = "root";

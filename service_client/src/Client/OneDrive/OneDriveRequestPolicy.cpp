@@ -74,8 +74,12 @@ bool FolderPolicy::recover(const Http::Response& /*response*/, const Error& erro
   return true;
 }
 
-bool FolderPolicy::isRefusal(const Error& error) {
-  return isUnknownItem(error) || error.httpResponseCode == 403 || error.httpResponseCode == 404;
+// A name that is taken is one in the folder. The other failures that are returned are those without
+// a refusal: of the network, of the call's time, and a response that is malformed.
+bool FolderPolicy::isNoRefusal(const Error& error) {
+  constexpr int kFirstRefusal = 400;
+  constexpr int kConflict = 409;
+  return error.httpResponseCode < kFirstRefusal || error.httpResponseCode == kConflict;
 }
 
 std::optional<ItemLocation> FolderPolicy::nextLocation() {
