@@ -21,6 +21,11 @@ inline void checkLine(const std::string& line) {
   require(line == CloudStorage::Util::oneLine(line));
 }
 
+/// A text of any length, which is truncated after secrets have been redacted in it.
+inline void checkLongLine(const std::string& line) {
+  require(line == CloudStorage::Util::oneLine(line, std::string::npos));
+}
+
 /// Marshals a response with `status` and `body` and checks the error.
 inline void checkMarshaller(const CloudStorage::Client::WSErrorMarshaller& marshaller, int status,
                             std::string_view body) {
@@ -30,8 +35,9 @@ inline void checkMarshaller(const CloudStorage::Client::WSErrorMarshaller& marsh
   const auto error = marshaller.marshall(response, CloudStorage::Http::Method::Get);
   require(static_cast<std::uint32_t>(error.errorType) > 1);
   require(error.httpResponseCode == status);
-  checkLine(error.exceptionName);
-  checkLine(error.message);
+  require(!error.exceptionName.empty());
+  checkLongLine(error.exceptionName);
+  checkLongLine(error.message);
 }
 
 }  // namespace ErrorChecks

@@ -28,7 +28,7 @@ namespace {
 using Behaviour::Cloud;
 using Behaviour::Subject;
 
-constexpr std::size_t kRequestsPerToken = 2000;
+constexpr std::size_t kRequestsPerToken = 250;
 constexpr std::size_t kRequestsPerConnection = 50;
 constexpr int kFolders = 20;
 constexpr std::size_t kPageLength = 10;
