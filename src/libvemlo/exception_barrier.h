@@ -5,8 +5,8 @@
 #include <functional>
 #include <type_traits>
 
-// What keeps exceptions from leaving the exported functions. They come from a lack of memory, from a
-// service-client layer that the host provides, or from the operating system, such as a lock that
+// What keeps exceptions from leaving the exported functions. They come from a lack of memory, from
+// a service-client layer that the host provides, or from the operating system, such as a lock that
 // fails.
 namespace libvemlo {
 

@@ -31,8 +31,8 @@ Cipher::Ptr makeCipher() {
   return Poco::Crypto::CipherFactory::defaultFactory().createCipher(key);
 }
 
-// Collects the text that a cipher writes. A stream without memory only sets a flag, which the cipher
-// does not check: with a string stream the text would be truncated.
+// Collects the text that a cipher writes. A stream without memory only sets a flag, which the
+// cipher does not check: with a string stream the text would be truncated.
 class Output : public std::streambuf {
  public:
   const std::string& text() const {

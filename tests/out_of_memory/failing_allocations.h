@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <utility>
 
-/// Allocations that fail on demand, in a program that is linked with failing_allocations.cpp. Counts
-/// the allocations of the library, of the service-client layer and of what they call: every
+/// Allocations that fail on demand, in a program that is linked with failing_allocations.cpp.
+/// Counts the allocations of the library, of the service-client layer and of what they call: every
 /// operator new of the process, malloc() and its relatives in the program's own code, and the
 /// memory functions of the crypto and the XML library.
 namespace OutOfMemory {

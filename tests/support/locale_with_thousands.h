@@ -5,8 +5,8 @@
 
 namespace TestSupport {
 
-/// During this object's life the process has a locale that writes 1234567 as 1,234,567, as that of a
-/// host may do.
+/// During this object's life the process has a locale that writes 1234567 as 1,234,567, as that of
+/// a host may do.
 class LocaleWithThousands {
  public:
   LocaleWithThousands() : before_(std::locale::global({std::locale(), new Digits})) {}
