@@ -114,8 +114,7 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
     libvemlo::DirectoryList folders;
     std::string cursor;
     // The cursor is never cleared: with a client that returns a folder in several pages, the last
-    // page is requested again until a request fails. The bundled client returns a folder as one
-    // page.
+    // page is requested again until a request fails. The bundled client returns one page.
     do {
       if (!cursor.empty()) request.cursor = cursor;
       const auto outcome = client->listFolder(request);
