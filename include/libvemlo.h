@@ -38,12 +38,11 @@
  *     same attempt. A drive call without a valid token also waits for a new token. A token request
  *     fails after 30 seconds without a connection, which it tries to establish twice, or after a
  *     minute in total.
- *  9. No function throws through this interface or terminates the process, and no result record is
- *     handed out partly filled. A lack of memory is a failed call, and so is an exception of a
- *     service-client layer that the host provides: the function returns the code of its other
- *     failures, or 1 if it has none, or null if it returns a pointer. It writes its ERROR line if
- *     there is memory for it. The session can still be used. docs/hosting.md states what the
- *     libraries underneath do without memory.
+ *  9. No function throws through this interface, and no result record is handed out partly filled.
+ *     A lack of memory is a failed call, and so is an exception of a service-client layer that the
+ *     host provides: the function returns the code of its other failures, or 1 if it has none, or
+ *     null if it returns a pointer. It writes its ERROR line if there is memory for it. The session
+ *     can still be used. hosting.md states what the libraries underneath do without memory.
  */
 #ifndef LIBVEMLO_H
 #define LIBVEMLO_H
@@ -169,7 +168,7 @@ LIBVEMLO_API void libvemlo_global_cleanup(void);
  * @param access_key  Access key id. Must not be null.
  * @param secret_key  Secret access key. Must not be null.
  * @param proxy       Null: no proxy.
- * @return The session, to be closed with libvemlo_s3_cleanup(). Null only for lack of memory.
+ * @return The session, to be closed with libvemlo_s3_cleanup(). Null only as 9. states.
  *
  * Not while another thread opens the first session. Does not block.
  */
@@ -201,8 +200,7 @@ LIBVEMLO_API session *libvemlo_azure_ssb_init(const char *region, const char *ac
  * Sets up the log as libvemlo_s3_init() does.
  *
  * @param proxy  Null: no proxy.
- * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only for lack of
- *         memory.
+ * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only as 9. states.
  *
  * Not while another thread opens the first session. Does not block.
  */

@@ -8,6 +8,7 @@
 #include "CloudStorage/Client/CallBudget.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
+#include "libvemlo/log_line.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
@@ -16,8 +17,10 @@
 using CloudStorage::Auth::OAuth2RequestOptions;
 using CloudStorage::Client::CallBudget;
 using CloudStorage::Client::AmazonDrive::AmazonDriveClient;
+using libvemlo::ErrorLine;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
+using libvemlo::VerboseLine;
 namespace Model = CloudStorage::Client::AmazonDrive::Model;
 
 namespace {
@@ -61,8 +64,8 @@ int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client, CallBudget
   if (!outcome.isSuccess()) {
     const auto& error = outcome.getError();
     // Existing log readers expect the trailing line break.
-    SYSLOG(ERROR) << "Failed to get Endpoint. error: " << error.exceptionName << ' '
-                  << error.message << '\n';
+    ErrorLine() << "Failed to get Endpoint. error: " << error.exceptionName << ' ' << error.message
+                << '\n';
     return libvemlo::kServiceFailure;
   }
   storeEndpoints(*client, outcome.getResult());
@@ -98,9 +101,9 @@ int amazon_drive_get_token(session* handle, const char* code, char** access_toke
     const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
     if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
         exchange.refreshToken.empty()) {
-      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
-                    << ", accessToken = " << exchange.accessToken
-                    << ", refreshToken = " << exchange.refreshToken;
+      ErrorLine() << libvemlo::describeFailure(exchange, code)
+                  << ", accessToken = " << exchange.accessToken
+                  << ", refreshToken = " << exchange.refreshToken;
       return kExchangeFailed;
     }
     libvemlo::handOutTokens(exchange, access_token, refresh_token);
@@ -128,7 +131,7 @@ int amazon_drive_get_endpoint(session* handle) {
   return guarded(libvemlo::kServiceFailure, LoggedAs{kEndpointFailed}, [&] {
     const auto outcome = client->getEndpoint(Model::ComRequest());
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kEndpointFailed << outcome.getError().message;
+      ErrorLine() << kEndpointFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     storeEndpoints(*client, outcome.getResult());
@@ -148,13 +151,13 @@ int amazon_drive_test_api(session* handle) {
     request.budget = &budget;
     const auto outcome = client->getProfile(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kProfileFailed << outcome.getError().message;
+      ErrorLine() << kProfileFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     // At ERROR severity, so that the account's holder is visible at every verbosity.
     const auto& resource = outcome.getResult();
-    SYSLOG(ERROR) << "resource.getName(): " << resource.name;
-    SYSLOG(ERROR) << "resource.getEmail(): " << resource.email;
+    ErrorLine() << "resource.getName(): " << resource.name;
+    ErrorLine() << "resource.getEmail(): " << resource.email;
     return libvemlo::kSuccess;
   });
 }
@@ -174,15 +177,15 @@ int amazon_drive_get_root_directory(session* handle, directory** root) {
     request.filters = kRootFilter;
     const auto outcome = client->listFileResource(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kRootFailed << outcome.getError().message;
+      ErrorLine() << kRootFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& files = outcome.getResult().files;
     if (files.empty()) return kNoRoot;
-    if (files.size() > 1) SYSLOG(ERROR) << "Find duplicate root node metadata. ";
+    if (files.size() > 1) ErrorLine() << "Find duplicate root node metadata. ";
 
     const auto& file = files.front();
-    VLOG(9) << "Fetch node file resource. " << file.toString();
+    if (VLOG_IS_ON(9)) VerboseLine() << "Fetch node file resource. " << file.toString();
     *root = libvemlo::makeDirectory(file.id, file.name);
     return libvemlo::kSuccess;
   });
@@ -202,8 +205,10 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
     CallBudget budget;
     if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-    VLOG(9) << "Start to fetch children. parentId = " << parent->id
-            << ", filter = " << kFolderFilter;
+    if (VLOG_IS_ON(9)) {
+      VerboseLine() << "Start to fetch children. parentId = " << parent->id
+                    << ", filter = " << kFolderFilter;
+    }
     Model::ListFileResourceRequest request;
     request.budget = &budget;
     request.endpoint = client->endpoints().metadata;
@@ -216,14 +221,16 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
       request.startToken = pageToken;
       const auto outcome = client->listFileResource(request);
       if (!outcome.isSuccess()) {
-        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        ErrorLine() << kListingFailed << outcome.getError().message;
         return libvemlo::kServiceFailure;
       }
       const auto& page = outcome.getResult();
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
+    if (VLOG_IS_ON(9)) {
+      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+    }
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;
@@ -250,7 +257,7 @@ int amazon_drive_create_directory(session* handle, const directory* parent, cons
     request.parent = parent->id;
     const auto outcome = client->folderCreate(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      ErrorLine() << kCreationFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& file = outcome.getResult();

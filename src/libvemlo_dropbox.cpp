@@ -1,4 +1,3 @@
-#include <glog/logging.h>
 
 #include <cstring>
 #include <string>
@@ -8,6 +7,7 @@
 #include "CloudStorage/Client/Dropbox/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
+#include "libvemlo/log_line.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
@@ -15,6 +15,7 @@
 
 using CloudStorage::Auth::OAuth2RequestOptions;
 using CloudStorage::Client::CallBudget;
+using libvemlo::ErrorLine;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
 namespace Model = CloudStorage::Client::Dropbox::Model;
@@ -72,7 +73,7 @@ int dropbox_get_token(session* handle, const char* code, char** access_token) {
   return guarded(kExchangeFailed, LoggedAs{libvemlo::kExchangeFailureText}, [&] {
     const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
     if (!exchange.status.isSuccess()) {
-      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
+      ErrorLine() << libvemlo::describeFailure(exchange, code);
       return kExchangeFailed;
     }
     *access_token = libvemlo::copyOf(exchange.accessToken);
@@ -113,13 +114,12 @@ int dropbox_list_directory(session* handle, const directory* parent, directory**
     libvemlo::DirectoryList folders;
     std::string cursor;
     // The cursor is never cleared: with a client that returns a folder in several pages, the last
-    // page is requested again until a request fails. The bundled client returns a folder as one
-    // page.
+    // page is requested again until a request fails. The bundled client returns one page.
     do {
       if (!cursor.empty()) request.cursor = cursor;
       const auto outcome = client->listFolder(request);
       if (!outcome.isSuccess()) {
-        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        ErrorLine() << kListingFailed << outcome.getError().message;
         return libvemlo::kServiceFailure;
       }
       const auto& page = outcome.getResult();
@@ -147,7 +147,7 @@ int dropbox_create_directory(session* handle, const directory* parent, const cha
     request.autorename = false;
     const auto outcome = client->createFolder(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      ErrorLine() << kCreationFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& entry = outcome.getResult();

@@ -7,6 +7,7 @@
 #include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "libvemlo.h"
 #include "libvemlo/exception_barrier.h"
+#include "libvemlo/log_line.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
@@ -14,8 +15,10 @@
 
 using CloudStorage::Auth::OAuth2RequestOptions;
 using CloudStorage::Client::CallBudget;
+using libvemlo::ErrorLine;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
+using libvemlo::VerboseLine;
 namespace Model = CloudStorage::Client::GoogleDrive::Model;
 
 namespace {
@@ -72,9 +75,9 @@ int google_drive_get_token(session* handle, const char* code, char** access_toke
     const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
     if (!exchange.status.isSuccess() || exchange.accessToken.empty() ||
         exchange.refreshToken.empty()) {
-      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code)
-                    << ", accessToken = " << exchange.accessToken
-                    << ", refreshToken = " << exchange.refreshToken;
+      ErrorLine() << libvemlo::describeFailure(exchange, code)
+                  << ", accessToken = " << exchange.accessToken
+                  << ", refreshToken = " << exchange.refreshToken;
       return kExchangeFailed;
     }
     libvemlo::handOutTokens(exchange, access_token, refresh_token);
@@ -105,7 +108,7 @@ int google_drive_get_root_directory(session* handle, directory** root) {
     request.fileId = kRootAlias;
     const auto outcome = client->getFileResource(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kRootFailed << outcome.getError().message;
+      ErrorLine() << kRootFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& file = outcome.getResult();
@@ -127,7 +130,10 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
 
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
     const std::string query = queryForFoldersIn(parent->id);
-    VLOG(9) << "Start to fetch children. parentId = " << parent->id << ", filter = " << query;
+    if (VLOG_IS_ON(9)) {
+      VerboseLine() << "Start to fetch children. parentId = " << parent->id
+                    << ", filter = " << query;
+    }
     CallBudget budget;
     Model::ListFileResourceRequest request;
     request.budget = &budget;
@@ -140,14 +146,16 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
       if (!pageToken.empty()) request.pageToken = pageToken;
       const auto outcome = client->listFileResource(request);
       if (!outcome.isSuccess()) {
-        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        ErrorLine() << kListingFailed << outcome.getError().message;
         return libvemlo::kServiceFailure;
       }
       const auto& page = outcome.getResult();
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextPageToken;
     } while (!pageToken.empty());
-    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
+    if (VLOG_IS_ON(9)) {
+      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+    }
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;
@@ -171,7 +179,7 @@ int google_drive_create_directory(session* handle, const directory* parent, cons
     request.parents = parent->id;
     const auto outcome = client->uploadFile(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      ErrorLine() << kCreationFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& file = outcome.getResult();

@@ -10,6 +10,7 @@
 #include "libvemlo.h"
 #include "libvemlo/constants.h"
 #include "libvemlo/exception_barrier.h"
+#include "libvemlo/log_line.h"
 #include "libvemlo/oauth2_flow.h"
 #include "libvemlo/records.h"
 #include "libvemlo/result_codes.h"
@@ -17,8 +18,10 @@
 
 using CloudStorage::Auth::OAuth2RequestOptions;
 using CloudStorage::Client::CallBudget;
+using libvemlo::ErrorLine;
 using libvemlo::guarded;
 using libvemlo::LoggedAs;
+using libvemlo::VerboseLine;
 namespace Model = CloudStorage::Client::OneDrive::Model;
 
 namespace {
@@ -90,7 +93,7 @@ int one_drive_get_token(session* handle, const char* code, char** access_token,
   return guarded(kExchangeFailed, LoggedAs{libvemlo::kExchangeFailureText}, [&] {
     const auto exchange = libvemlo::exchangeCode(*client, code, kScope);
     if (!exchange.status.isSuccess()) {
-      SYSLOG(ERROR) << libvemlo::describeFailure(exchange, code);
+      ErrorLine() << libvemlo::describeFailure(exchange, code);
       return kExchangeFailed;
     }
     libvemlo::handOutTokens(exchange, access_token, refresh_token);
@@ -121,11 +124,11 @@ int one_drive_get_root_directory(session* handle, directory** root) {
     request.itemId = kRootAlias;
     const auto outcome = client->getDriveItem(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kRootFailed << outcome.getError().message;
+      ErrorLine() << kRootFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& item = outcome.getResult();
-    VLOG(9) << item.toString();
+    if (VLOG_IS_ON(9)) VerboseLine() << item.toString();
     *root = libvemlo::makeDirectory(item.id, kRootName);
     return libvemlo::kSuccess;
   });
@@ -149,13 +152,13 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
     const auto drive = client->getDriveMetadata(driveRequest);
     if (!drive.isSuccess()) {
       const auto& error = drive.getError();
-      SYSLOG(ERROR) << "Failed to get Drive Metadata. error: " << error.exceptionName << ' '
-                    << error.message;
+      ErrorLine() << "Failed to get Drive Metadata. error: " << error.exceptionName << ' '
+                  << error.message;
       return libvemlo::kServiceFailure;
     }
     const bool isBusiness = drive.getResult().driveType == kBusinessDrive;
 
-    VLOG(9) << "Start to fetch children. parentId = " << parent->id;
+    if (VLOG_IS_ON(9)) VerboseLine() << "Start to fetch children. parentId = " << parent->id;
     Model::ListChildrenRequest request;
     request.budget = &budget;
     request.itemId = parent->id;
@@ -167,14 +170,16 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
       if (!pageToken.empty()) request.pageToken = pageToken;
       const auto outcome = client->listChildren(request);
       if (!outcome.isSuccess()) {
-        SYSLOG(ERROR) << kListingFailed << outcome.getError().message;
+        ErrorLine() << kListingFailed << outcome.getError().message;
         return libvemlo::kServiceFailure;
       }
       const auto& page = outcome.getResult();
       addFolders(page, folders);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    VLOG(9) << "Got " << std::to_string(folders.size()) << " directories. ";
+    if (VLOG_IS_ON(9)) {
+      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+    }
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;
@@ -196,7 +201,7 @@ int one_drive_create_directory(session* handle, const directory* parent, const c
     request.name = name;
     const auto outcome = client->createFolder(request);
     if (!outcome.isSuccess()) {
-      SYSLOG(ERROR) << kCreationFailed << outcome.getError().message;
+      ErrorLine() << kCreationFailed << outcome.getError().message;
       return libvemlo::kServiceFailure;
     }
     const auto& item = outcome.getResult();

@@ -14,7 +14,7 @@
 
 #include "console.h"
 
-/* Advice to the user on a result code. docs/error-codes.md lists all codes. */
+/* Advice to the user on a result code. error-codes.md lists all codes. */
 static const char *adviceFor(int code) {
   switch (code) {
     case -1:

@@ -1,14 +1,15 @@
 #include "libvemlo/exception_barrier.h"
 
 #include <Poco/Exception.h>
-#include <glog/logging.h>
 
 #include <exception>
+
+#include "libvemlo/log_line.h"
 
 namespace libvemlo {
 
 void LoggedAs::operator()(const char* exceptionText) const {
-  SYSLOG(ERROR) << failureText << exceptionText;
+  ErrorLine() << failureText << exceptionText;
 }
 
 void logCurrentException(const ExceptionLog& log) {

@@ -1,6 +1,6 @@
 #include "libvemlo/object_store.h"
 
-#include <glog/logging.h>
+#include "libvemlo/log_line.h"
 
 namespace libvemlo {
 
@@ -9,7 +9,7 @@ int resultCodeOf(const CloudStorage::Client::Error& error) {
 }
 
 int reportFailure(const CloudStorage::Client::Error& error) {
-  writeLine([&error] { SYSLOG(ERROR) << error; });
+  writeLine([&error] { ErrorLine() << error; });
   return resultCodeOf(error);
 }
 
@@ -18,7 +18,7 @@ void logAsError(const char* exceptionText) {
   error.errorType = CloudStorage::Client::CoreErrors::LocalFailure;
   error.exceptionName = "InternalFailure";
   error.message = exceptionText;
-  SYSLOG(ERROR) << error;
+  ErrorLine() << error;
 }
 
 }  // namespace libvemlo

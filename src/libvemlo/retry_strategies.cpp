@@ -1,8 +1,7 @@
 #include "libvemlo/retry_strategies.h"
 
-#include <glog/logging.h>
-
 #include "libvemlo/exception_barrier.h"
+#include "libvemlo/log_line.h"
 
 using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::WSError;
@@ -35,8 +34,9 @@ bool SessionRetryStrategy::refreshCredential() const {
   if (!credential_) return false;
   const auto status = credential_->refreshAccessToken();
   if (!status.isSuccess()) {
-    writeLine(
-        [&status] { LOG(ERROR) << "Failed to refresh OAuth2 credential. " << status.toString(); });
+    writeLine([&status] {
+      PlainErrorLine() << "Failed to refresh OAuth2 credential. " << status.toString();
+    });
   }
   return true;
 }

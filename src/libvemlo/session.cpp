@@ -1,7 +1,5 @@
 #include "libvemlo/session.h"
 
-#include <glog/logging.h>
-
 #include "CloudStorage/Auth/AWSAuthCredential.h"
 #include "CloudStorage/Auth/AzureSSBAuthentication.h"
 #include "CloudStorage/Auth/OAuth2ClientSpec.h"
@@ -18,6 +16,7 @@
 #include "libvemlo/constants.h"
 #include "libvemlo/exception_barrier.h"
 #include "libvemlo/lifecycle.h"
+#include "libvemlo/log_line.h"
 #include "libvemlo/retry_strategies.h"
 
 using namespace CloudStorage;  // nearly every line below uses it
@@ -87,7 +86,7 @@ session* libvemlo_azure_ssb_init(const char* region, const char* account_name,
     const auto authentication =
         std::make_shared<Auth::AzureSSBAuthentication>(account_name, access_key);
     if (!authentication->decodeAccessKey()) {
-      SYSLOG(ERROR) << "Failed to decode AzureSSB access key.";
+      libvemlo::ErrorLine() << "Failed to decode AzureSSB access key.";
       return nullptr;
     }
     auto client = std::make_shared<Client::AzureSSB::AzureSSBClient>(

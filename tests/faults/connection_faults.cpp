@@ -1,3 +1,6 @@
+#include <chrono>
+#include <thread>
+
 #include "fault.h"
 
 namespace Faults {
@@ -18,6 +21,13 @@ bool beSilent(Connection& connection, const AttackedRequest& /*request*/) {
 bool beSilentInsideBody(Connection& connection, const AttackedRequest& /*request*/) {
   connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{");
   connection.waitUntilClosed();
+  return false;
+}
+
+// Never longer silent than a transport would bear.
+bool drip(Connection& connection, const AttackedRequest& /*request*/) {
+  connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100000000\r\n\r\n");
+  while (connection.send("{")) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   return false;
 }
 
@@ -51,6 +61,7 @@ std::vector<Fault> connectionFaults() {
       {"ResetAfterRequest", reset},
       {"SilentAfterRequest", beSilent},
       {"SilentInsideBody", beSilentInsideBody},
+      {"SilentExceptForDrops", drip},
       Fault("ClosedWhenReused", closeReused).survivedBy(kAllCalls),
   };
 }

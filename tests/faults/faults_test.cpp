@@ -84,6 +84,9 @@ class Line : public Http::Transport {
   Behaviour::Detour refusing_;
 };
 
+constexpr std::chrono::milliseconds kLimit{20'000};
+constexpr std::chrono::milliseconds kShortLimit{100};
+
 class FaultMatrix : public testing::TestWithParam<Case> {
  protected:
   void SetUp() override {
@@ -91,7 +94,7 @@ class FaultMatrix : public testing::TestWithParam<Case> {
     options.acceptCompressed = service.facts.usesTokens;
     // Only a server that is silent is given up after a time, which then is short.
     const bool isSilent = fault.name.find("Silent") == 0;
-    options.limits.total = std::chrono::milliseconds(isSilent ? 100 : 20'000);
+    options.limits.total = isSilent ? kShortLimit : kLimit;
     line = std::make_shared<Line>(server.port(), options);
     auto environment = fixture.environment();
     environment.transport = line;
@@ -111,7 +114,9 @@ class FaultMatrix : public testing::TestWithParam<Case> {
     const std::size_t before = server.count(subject);
     server.attack(fault, subject);
     line->isRefusing = fault.refusesConnections;
+    const auto begin = std::chrono::steady_clock::now();
     Effects effects = perform(call, service, handle.get());
+    duration = std::chrono::steady_clock::now() - begin;
     line->isRefusing = false;
     server.behave();
     arrivals = server.count(subject) - before;
@@ -186,6 +191,7 @@ class FaultMatrix : public testing::TestWithParam<Case> {
   Behaviour::OpenSession handle{nullptr, service.facts.cleanup};
   std::size_t arrivals = 0;
   std::size_t growth = 0;
+  std::chrono::steady_clock::duration duration{};
   const TestSupport::LogCapture log;
 };
 
@@ -203,6 +209,7 @@ TEST_P(FaultMatrix, EndInAClearErrorOrDoNoHarm) {
   EXPECT_LE(fixture.delays().size() - delaysBefore, kMaxRetries);
   EXPECT_LE(arrivals, mustArriveOnce() ? 1U : kMaxArrivals);
   for (const auto& host : server.hosts()) EXPECT_THAT(host, Not(HasSubstr("attacker")));
+  EXPECT_LT(duration, kLimit) << "longer than one request may take";
   if (!TestSupport::kIsSanitized) {
     EXPECT_LE(growth, fault.maxGrowthMebibytes);
   }

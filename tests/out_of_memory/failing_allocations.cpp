@@ -63,6 +63,16 @@ void* allocateOrThrow(std::size_t size) {
 
 bool cryptoFails() { return state.plan.withCrypto && fails(); }
 
+// Without optimisation the JSON library has a buffer for checks of its own, and uses it even if it
+// could not be allocated.
+void* allocateForJson(std::size_t size) {
+#ifdef __OPTIMIZE__
+  return allocate(size);
+#else
+  return counted(__real_malloc(size));
+#endif
+}
+
 void* cryptoAllocate(std::size_t size, const char* /*file*/, int /*line*/) {
   return cryptoFails() ? nullptr : __real_malloc(size);
 }
@@ -122,10 +132,10 @@ void __wrap_free(void* block) { release(block); }
 void* operator new(std::size_t size) { return allocateOrThrow(size); }
 void* operator new[](std::size_t size) { return allocateOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return allocate(size == 0 ? 1 : size);
+  return OutOfMemory::allocateForJson(size == 0 ? 1 : size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return allocate(size == 0 ? 1 : size);
+  return OutOfMemory::allocateForJson(size == 0 ? 1 : size);
 }
 void operator delete(void* block) noexcept { release(block); }
 void operator delete[](void* block) noexcept { release(block); }

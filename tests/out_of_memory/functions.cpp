@@ -304,10 +304,10 @@ std::vector<Function> encryptionFunctions() {
 std::vector<Function> infallibleFunctions() {
   std::vector<Function> functions;
   for (const auto& [name, table] :
-       {std::pair("s3", s3_get_location_contraint_name_mappings),
-        std::pair("s3_cn", s3_cn_get_location_contraint_name_mappings),
-        std::pair("wasabi", wasabi_get_location_contraint_name_mappings),
-        std::pair("customized", customized_get_location_contraint_name_mappings)}) {
+       {std::pair("s3", &s3_get_location_contraint_name_mappings),
+        std::pair("s3_cn", &s3_cn_get_location_contraint_name_mappings),
+        std::pair("wasabi", &wasabi_get_location_contraint_name_mappings),
+        std::pair("customized", &customized_get_location_contraint_name_mappings)}) {
     functions.push_back(infallible(std::string(name) + "_get_location_contraint_name_mappings",
                                    [table = table] { EXPECT_NE(armed(table), nullptr); }));
   }

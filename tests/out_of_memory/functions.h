@@ -20,8 +20,8 @@ struct Account {
 };
 
 /// An exported function. `call` calls it once, armed, and expects that it either does what it is
-/// for or returns and leaves in its outs what its comment states for a failure. Returns true in the
-/// first case.
+/// for, or returns and leaves in its outs what its comment states for a failure. Returns true in
+/// the first case.
 struct Function {
   std::string name;
   std::function<bool(const Account& account)> call;

@@ -170,8 +170,9 @@ TEST_P(OutOfMemory, EndsACallWithAnErrorAndTheSessionWorksOn) {
   callEachFunction([](Fixture&) {});
 }
 
-TEST_P(OutOfMemory, EndsACallThatRefreshesItsToken) {
-  if (!GetParam()->facts.usesTokens) return;
+class OutOfMemoryWithTokens : public OutOfMemory {};
+
+TEST_P(OutOfMemoryWithTokens, EndsACallThatRefreshesItsToken) {
   callEachFunction([](Fixture& fixture) { fixture.cloud().expireToken(); });
 }
 
@@ -190,6 +191,9 @@ TEST_P(OutOfMemory, EndsACallThatTheServiceRefuses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, OutOfMemory, testing::ValuesIn(Behaviour::allServices()),
+                         Behaviour::ServiceName());
+INSTANTIATE_TEST_SUITE_P(Services, OutOfMemoryWithTokens,
+                         testing::ValuesIn(servicesWith(&Service::Facts::usesTokens)),
                          Behaviour::ServiceName());
 
 /// Functions without a session.
@@ -268,21 +272,21 @@ constexpr std::size_t kStepOfProcesses = 1;
 /// Makes an attempt in a copy of this process. A crash counts as a failed expectation.
 template <typename Make>
 Attempt attemptInChild(const Make& make) {
-  enum Status { kDone = 10, kNotDone, kHadFailure, kUnexpected };
+  enum Status { Done = 10, NotDone, HadFailure, Unexpected };
   std::fflush(stdout);
   const pid_t child = ::fork();
   if (child == 0) {
     const Attempt attempt = make();
     std::fflush(stdout);
-    const Status whole = attempt.isDone ? kDone : kNotDone;
-    const Status status = attempt.hadFailure ? kHadFailure : whole;
-    ::_exit(testing::Test::HasFailure() ? kUnexpected : status);
+    const Status whole = attempt.isDone ? Done : NotDone;
+    const Status status = attempt.hadFailure ? HadFailure : whole;
+    ::_exit(testing::Test::HasFailure() ? Unexpected : status);
   }
   int status = 0;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-  EXPECT_NE(WEXITSTATUS(status), kUnexpected);
-  return {WEXITSTATUS(status) == kDone, WEXITSTATUS(status) == kHadFailure};
+  EXPECT_NE(WEXITSTATUS(status), Unexpected);
+  return {WEXITSTATUS(status) == Done, WEXITSTATUS(status) == HadFailure};
 }
 
 /// The first call of a process also makes what all later ones share. Each allocation fails in a

@@ -310,7 +310,7 @@ TEST_F(AzureClient, ErrorUnderAStatusOfSuccessIsAFailure) {
 
 TEST_F(AzureClient, HtmlPageOfAProxyIsNoSuccess) {
   for (const char* body : {"<html><body>Please log in</body></html>",
-                           "<!DOCTYPE html><html></html>", "Please log in", ""}) {
+                           "<!DOCTYPE html><html></html>", "Please log in"}) {
     SCOPED_TRACE(body);
     enqueue(response(200, body, {{"content-type", "text/html"}}));
     expectMalformedResponse(makeClient()->createContainer(newContainer("pictures")));

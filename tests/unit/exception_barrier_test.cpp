@@ -7,6 +7,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "libvemlo/log_line.h"
 #include "libvemlo/object_store.h"
 #include "support/log_capture.h"
 
@@ -55,6 +56,26 @@ TEST(ExceptionBarrier, LogsTheErrorOfAnObjectStoreInTheirForm) {
 TEST(ExceptionBarrier, IgnoresThatALineCannotBeWritten) {
   const auto log = [](const char*) { throw std::bad_alloc(); };
   EXPECT_EQ(guarded(kFailed, log, []() -> int { throw std::runtime_error("no luck"); }), kFailed);
+}
+
+void* cancelAtALine(void* /*argument*/) {
+  pthread_cancel(pthread_self());
+  libvemlo::ErrorLine() << "written";
+  libvemlo::PlainErrorLine() << "written";
+  libvemlo::VerboseLine() << "written";
+  pthread_testcancel();
+  return nullptr;
+}
+
+// Writing is a point of cancellation, within a destructor that must not throw.
+TEST(LogLine, IsWrittenByAThreadThatIsCancelled) {
+  const LogCapture log;
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, nullptr, cancelAtALine, nullptr), 0);
+  void* result = nullptr;
+  ASSERT_EQ(pthread_join(thread, &result), 0);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  EXPECT_THAT(log.records(), testing::SizeIs(3));
 }
 
 void* cancelInBarrier(void* /*argument*/) {

@@ -53,6 +53,7 @@ Util::Outcome<XmlDocument, Error> asListing(XmlDocument document, const Http::Re
 
 Util::Outcome<Stored, Error> readStored(Http::Response& response, ErrorTable table) {
   if (!confirmsCreation(response)) return unexpectedStatus(response);
+  if (response.body.empty()) return Stored();  // some stores label it as HTML
   if (Http::isHtml(response)) return malformedResponse(kPage);
   if (!isMarkup(response.body)) return Stored();
 

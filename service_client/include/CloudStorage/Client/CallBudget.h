@@ -9,7 +9,7 @@ namespace CloudStorage::Client {
 
 /// What one call of a host may use, whatever the service does: time and requests. All requests of
 /// the call share it, such as those for the pages of a listing and those that a client sends by
-/// itself. One thread uses it.
+/// itself. Token requests use its time only. One thread uses it.
 class CallBudget {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;

@@ -74,12 +74,8 @@ bool FolderPolicy::recover(const Http::Response& /*response*/, const Error& erro
   return true;
 }
 
-// A name that is taken is one in the folder. The other failures that are returned are those without
-// a refusal: of the network, of the call's time, and a response that is malformed.
-bool FolderPolicy::isNoRefusal(const Error& error) {
-  constexpr int kFirstRefusal = 400;
-  constexpr int kConflict = 409;
-  return error.httpResponseCode < kFirstRefusal || error.httpResponseCode == kConflict;
+bool FolderPolicy::isRefusal(const Error& error) {
+  return isUnknownItem(error) || error.httpResponseCode == 403 || error.httpResponseCode == 404;
 }
 
 std::optional<ItemLocation> FolderPolicy::nextLocation() {

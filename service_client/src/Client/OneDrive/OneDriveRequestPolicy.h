@@ -31,7 +31,7 @@ class FolderPolicy : public BearerPolicy {
   /// The outcome of the call. If no drive has the folder, the error is that of the first request.
   template <typename Result>
   Util::Outcome<Result, Error> outcomeOf(Util::Outcome<Result, Error> last) {
-    if (last.isSuccess() || !isItemRequested_ || isNoRefusal(last.getError())) return last;
+    if (last.isSuccess() || !isItemRequested_ || !isRefusal(last.getError())) return last;
     return *std::move(firstRefusal_);
   }
 
@@ -42,8 +42,9 @@ class FolderPolicy : public BearerPolicy {
   virtual bool omitParameter(const Error& /*error*/) { return false; }
 
  private:
-  /// Whether `error` is something else than the refusal of a drive that may not have the folder.
-  static bool isNoRefusal(const Error& error);
+  /// Whether `error` is the response of a drive that does not have the folder, or to which the user
+  /// has no access.
+  static bool isRefusal(const Error& error);
   std::optional<ItemLocation> nextLocation();
   std::optional<ItemLocation> requestRemoteItem();
 

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <glog/logging.h>
+#include <pthread.h>
+
+#include <ostream>
+
+namespace libvemlo {
+
+// Defers the cancellation of the thread.
+class CancellationDeferred {
+ public:
+  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
+  ~CancellationDeferred() { pthread_setcancelstate(former_, nullptr); }
+  CancellationDeferred(const CancellationDeferred&) = delete;
+  CancellationDeferred& operator=(const CancellationDeferred&) = delete;
+
+ private:
+  int former_ = PTHREAD_CANCEL_ENABLE;
+};
+
+// A line of the log with the place in the source where the object is made, written when the object
+// ends. glog writes in a destructor, which must not throw: a thread that is cancelled while it
+// writes would end the process.
+class LogLine {
+ public:
+  template <typename T>
+  std::ostream& operator<<(const T& value) {
+    return message_.stream() << value;
+  }
+
+ protected:
+  using Send = void (google::LogMessage::*)();
+
+  LogLine(const char* file, int line, google::LogSeverity severity, Send send)
+      : message_(file, line, severity, 0, send) {}
+
+ private:
+  CancellationDeferred cancellation_;  // outlives the message
+  google::LogMessage message_;
+};
+
+// An ERROR line, which also goes to the system log.
+class ErrorLine : public LogLine {
+ public:
+  explicit ErrorLine(const char* file = __builtin_FILE(), int line = __builtin_LINE())
+      : LogLine(file, line, google::GLOG_ERROR, &google::LogMessage::SendToSyslogAndLog) {}
+};
+
+// An ERROR line of the log alone.
+class PlainErrorLine : public LogLine {
+ public:
+  explicit PlainErrorLine(const char* file = __builtin_FILE(), int line = __builtin_LINE())
+      : LogLine(file, line, google::GLOG_ERROR, &google::LogMessage::SendToLog) {}
+};
+
+// A line for VLOG_IS_ON().
+class VerboseLine : public LogLine {
+ public:
+  explicit VerboseLine(const char* file = __builtin_FILE(), int line = __builtin_LINE())
+      : LogLine(file, line, google::GLOG_INFO, &google::LogMessage::SendToLog) {}
+};
+
+}  // namespace libvemlo
