@@ -151,7 +151,7 @@ class TooMuch(ResponseTest):
 
     def test_endless_header(self):
         response = repeated(b"HTTP/1.1 200 OK\r\n", b"X-More: yes\r\n" * 1000)
-        self.assert_all_fail(response, Code.NetworkFailure)
+        self.assert_all_fail(response, Code.LocalFailure, "ResponseTooLarge")
 
 
 if __name__ == "__main__":
