@@ -69,7 +69,7 @@ class Object {
         : position_(position), document_(document) {}
 
     Member operator*();
-    Iterator& operator++() {
+    [[gnu::always_inline]] Iterator& operator++() {
       ++position_;
       return *this;
     }
@@ -176,7 +176,9 @@ inline bool isPlain(std::string_view text, const Document& document) {
 /// received.
 bool repair(std::string_view& text, const Document& document);
 
-inline Member Object::Iterator::operator*() {
+// Without the attribute the compiler calls it in the loop over Amazon Drive's nodes, whose listing
+// then takes a fifth more of the processor's time. The same holds for the operator above.
+[[gnu::always_inline]] inline Member Object::Iterator::operator*() {
   simdjson::ondemand::field field = *position_;
   const simdjson::ondemand::value value = field.value();
   const char* const start = field.key().raw();
