@@ -72,6 +72,19 @@ int ensureEndpoints(const std::shared_ptr<AmazonDriveClient>& client, CallBudget
   return libvemlo::kSuccess;
 }
 
+void logStart(const directory& parent) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Start to fetch children. parentId = " << parent.id
+                  << ", filter = " << kFolderFilter;
+  }
+}
+
+void logCount(const libvemlo::DirectoryList& folders) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+  }
+}
+
 }  // namespace
 
 int amazon_drive_get_authorize_url(session* handle, char** url) {
@@ -205,10 +218,7 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
     CallBudget budget;
     if (ensureEndpoints(client, budget) != libvemlo::kSuccess) return libvemlo::kServiceFailure;
 
-    if (VLOG_IS_ON(9)) {
-      VerboseLine() << "Start to fetch children. parentId = " << parent->id
-                    << ", filter = " << kFolderFilter;
-    }
+    logStart(*parent);
     Model::ListFileResourceRequest request;
     request.budget = &budget;
     request.endpoint = client->endpoints().metadata;
@@ -228,9 +238,7 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    if (VLOG_IS_ON(9)) {
-      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
-    }
+    logCount(folders);
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

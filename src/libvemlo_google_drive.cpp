@@ -43,6 +43,18 @@ std::string queryForFoldersIn(const std::string& parentId) {
          "'";
 }
 
+void logStart(const directory& parent, const std::string& query) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Start to fetch children. parentId = " << parent.id << ", filter = " << query;
+  }
+}
+
+void logCount(const libvemlo::DirectoryList& folders) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+  }
+}
+
 }  // namespace
 
 int google_drive_get_authorize_url(session* handle, char** url) {
@@ -130,10 +142,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
 
   return guarded(libvemlo::kServiceFailure, LoggedAs{kListingFailed}, [&] {
     const std::string query = queryForFoldersIn(parent->id);
-    if (VLOG_IS_ON(9)) {
-      VerboseLine() << "Start to fetch children. parentId = " << parent->id
-                    << ", filter = " << query;
-    }
+    logStart(*parent, query);
     CallBudget budget;
     Model::ListFileResourceRequest request;
     request.budget = &budget;
@@ -153,9 +162,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextPageToken;
     } while (!pageToken.empty());
-    if (VLOG_IS_ON(9)) {
-      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
-    }
+    logCount(folders);
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

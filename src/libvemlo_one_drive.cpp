@@ -51,6 +51,18 @@ void addFolders(const Model::ListChildrenResult& page, libvemlo::DirectoryList& 
   for (const auto& item : page.items) folders.add(item.id, nameOf(item));
 }
 
+void logStart(const directory& parent) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Start to fetch children. parentId = " << parent.id;
+  }
+}
+
+void logCount(const libvemlo::DirectoryList& folders) {
+  if (VLOG_IS_ON(9)) {
+    VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
+  }
+}
+
 }  // namespace
 
 int one_drive_get_authorize_url(session* handle, char** url) {
@@ -158,7 +170,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
     }
     const bool isBusiness = drive.getResult().driveType == kBusinessDrive;
 
-    if (VLOG_IS_ON(9)) VerboseLine() << "Start to fetch children. parentId = " << parent->id;
+    logStart(*parent);
     Model::ListChildrenRequest request;
     request.budget = &budget;
     request.itemId = parent->id;
@@ -177,9 +189,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
       addFolders(page, folders);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    if (VLOG_IS_ON(9)) {
-      VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
-    }
+    logCount(folders);
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

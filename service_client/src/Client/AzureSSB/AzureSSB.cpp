@@ -104,7 +104,7 @@ struct AzureSSBClient::Implementation {
   ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
                                      const AzureSSBRequest& request, const Parse& parse) const {
     return ServiceCall::guarded([&]() -> ServiceCall::OutcomeOf<Parse> {
-      const Util::Outcome<Http::URI, Error> uri = locate();
+      Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
       AzureRequestPolicy policy(call, *authentication, domain);
       return call.send(

@@ -150,6 +150,14 @@ bool readEntries(Json::Value value, Model::EntryList& entries) {
   });
 }
 
+Folder checkedForMore(Model::ListFolderResult result, const Model::ListFolderRequest& request) {
+  if (result.cursor.empty()) {
+    return malformedResponse("More entries follow, but not how to get them");
+  }
+  if (isRepeated(result.cursor, request.cursor)) return repeatedPage();
+  return result;
+}
+
 Folder parsePage(Http::Response&& response, Json::Parser& json,
                  const Model::ListFolderRequest& request) {
   Model::ListFolderResult result;
@@ -163,12 +171,7 @@ Folder parsePage(Http::Response&& response, Json::Parser& json,
   });
   if (!storage.isSuccess()) return storage.getError();
   if (!hasEntries) return malformedResponse("The answer has no list of entries");
-  if (!result.hasMore) return result;
-  if (result.cursor.empty()) {
-    return malformedResponse("More entries follow, but not how to get them");
-  }
-  if (isRepeated(result.cursor, request.cursor)) return repeatedPage();
-  return result;
+  return result.hasMore ? checkedForMore(std::move(result), request) : Folder(std::move(result));
 }
 
 Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request) {
