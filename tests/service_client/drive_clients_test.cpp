@@ -34,6 +34,9 @@ class NoRetries : public RetryStrategy {
 
 class EmptyMarshaller : public WSErrorMarshaller {
  public:
+  CloudStorage::Client::Service service() const override {
+    return CloudStorage::Client::Service::GoogleDrive;
+  }
   Error marshall(const CloudStorage::Http::Response&, CloudStorage::Http::Method) const override {
     return {};
   }

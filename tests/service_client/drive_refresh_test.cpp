@@ -122,7 +122,7 @@ class DriveRefresh : public ::testing::Test, protected TestSupport::DriveFixture
     BearerPolicy policy(this->credential);
     return Client::ServiceCall(this->makeParts(), environment)
         .send(
-            Http::Method::Get,
+            {"get", Http::Method::Get},
             [] { return Http::URI::parse("https://drive.example.test/x").value(); }, EmptyRequest(),
             policy, parseNothing);
   }

@@ -54,7 +54,7 @@ Error errorWith(const std::string& header, const std::string& secret) {
   const ServiceCall call(parts, fixture.environment());
   return call
       .send(
-          Http::Method::Get, [] { return Http::URI::parse("https://host/").value(); },
+          {"get", Http::Method::Get}, [] { return Http::URI::parse("https://host/").value(); },
           EmptyRequest(), policy, parseNothing)
       .getError();
 }

@@ -121,8 +121,8 @@ class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFi
     parts.writeRateLimiter = writeLimiter;
     const ServiceCall call(parts, environment());
     return call.send(
-        method, [] { return Http::URI::parse("https://host/path").value(); }, model, policy,
-        parseLines);
+        {"send", method}, [] { return Http::URI::parse("https://host/path").value(); }, model,
+        policy, parseLines);
   }
 
   std::vector<std::string> headersSent(const std::string& name) const {
@@ -418,6 +418,9 @@ TEST_F(ServiceCallTest, LimitersAreCalledBeforeSendingAndAfterReceiving) {
 
 class ThrowingMarshaller : public WSErrorMarshaller {
  public:
+  CloudStorage::Client::Service service() const override {
+    return CloudStorage::Client::Service::S3;
+  }
   Error marshall(const Http::Response&, Http::Method) const override {
     throw std::runtime_error("the marshaller");
   }
@@ -490,8 +493,9 @@ TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {
   EXPECT_LT(std::chrono::abs(difference), std::chrono::hours(1));
   RecordingPolicy policy;
   EXPECT_TRUE(call.send(
-                      Http::Method::Get, [] { return Http::URI::parse("https://host/").value(); },
-                      Model(), policy, parseLines)
+                      {"send", Http::Method::Get},
+                      [] { return Http::URI::parse("https://host/").value(); }, Model(), policy,
+                      parseLines)
                   .isSuccess());
 }
 

@@ -46,27 +46,34 @@ class DriveCall {
 
   /// See ServiceCall::send(). `parse` is also given a JSON parser for the response.
   template <typename Locate, typename Parse>
-  auto send(Http::Method method, const Locate& locate, const WSRequest& model,
+  auto send(const Operation& operation, const Locate& locate, const WSRequest& model,
             const Parse& parse) const {
     BearerPolicy policy(credential_);
-    return send(method, locate, model, policy, parse);
+    return send(operation, locate, model, policy, parse);
   }
 
   /// The same for a creation: a POST that is sent once per attempt.
   template <typename Locate, typename Parse>
-  auto create(const Locate& locate, const WSRequest& model, const Parse& parse) const {
+  auto create(const char* operation, const Locate& locate, const WSRequest& model,
+              const Parse& parse) const {
     CreationPolicy policy(credential_);
-    return send(Http::Method::Post, locate, model, policy, parse);
+    return send({operation, Http::Method::Post}, locate, model, policy, parse);
   }
 
   /// The same with a policy that does more than authorize.
   template <typename Locate, typename Parse>
-  auto send(Http::Method method, const Locate& locate, const WSRequest& model, BearerPolicy& policy,
-            const Parse& parse) const {
-    return call_.send(method, locate, model, policy, [&](Http::Response&& response) {
+  auto send(const Operation& operation, const Locate& locate, const WSRequest& model,
+            BearerPolicy& policy, const Parse& parse) const {
+    return call_.send(operation, locate, model, policy, [&](Http::Response&& response) {
       const Util::Json::ParserPool::Lease lease(jsonParsers_);
       return parse(std::move(response), lease.parser());
     });
+  }
+
+  /// See ServiceCall::run().
+  template <typename Work>
+  auto run(const char* operation, const Work& work) const {
+    return call_.run(operation, work);
   }
 
   /// See ServiceCall::transfer().

@@ -12,6 +12,7 @@
 #include "Auth/Digest.h"
 #include "Auth/Redactor.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/LastFailure.h"
 #include "Http/CurlTransport.h"
 
 namespace CloudStorage::Client {
@@ -148,6 +149,10 @@ Error ServiceCall::errorOfCurrentException() {
   } catch (const std::bad_alloc&) {  // there is no memory for the texts either
     return outOfMemory();
   }
+}
+
+void ServiceCall::noteFailure(const char* operation, const Error& error) const {
+  LastFailure::set(errorMarshaller_->service(), operation, error);
 }
 
 Error ServiceCall::timeIsOver(Http::Method method) const {

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Client/Operation.h"
 #include "Client/RequestPolicy.h"
 #include "Client/RunningCall.h"
 #include "CloudStorage/Client/CallBudget.h"
@@ -35,15 +36,15 @@ class ServiceCall {
   /// Sends `model` to the address that `locate` returns, with the retries that the retry strategy
   /// grants, and parses the response. Does not throw.
   template <typename Locate, typename Parse>
-  OutcomeOf<Parse> send(Http::Method method, const Locate& locate, const WSRequest& model,
+  OutcomeOf<Parse> send(const Operation& operation, const Locate& locate, const WSRequest& model,
                         RequestPolicy& policy, const Parse& parse) const {
-    return guarded([&]() -> OutcomeOf<Parse> {
+    return run(operation.name, [&]() -> OutcomeOf<Parse> {
       CallBudget ownBudget;
       const RunningCall call(model.budget != nullptr ? *model.budget : ownBudget,
                              environment_.steadyNow);
       const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
-      Http::Request request = encode(method, uri.getResult(), model);
+      Http::Request request = encode(operation.method, uri.getResult(), model);
       request.isSentOnce = policy.isSentOnce();
       for (unsigned long retries = 0;; ++retries) {
         auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
@@ -65,6 +66,15 @@ class ServiceCall {
     } catch (...) {
       return errorOfCurrentException();
     }
+  }
+
+  /// The outcome of `work`, which is the whole or a part of the operation with this name, like
+  /// guarded(). Its failure becomes the last one of the thread.
+  template <typename Work>
+  std::invoke_result_t<Work> run(const char* operation, const Work& work) const {
+    auto outcome = guarded(work);
+    if (!outcome.isSuccess()) noteFailure(operation, outcome.getError());
+    return outcome;
   }
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
@@ -106,6 +116,7 @@ class ServiceCall {
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
   static Error errorOfCurrentException();
+  void noteFailure(const char* operation, const Error& error) const;
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
   /// the service redirected the request. If there is no time for that, `error` becomes the error
   /// that states so.

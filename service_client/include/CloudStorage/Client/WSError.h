@@ -4,6 +4,7 @@
 #include <string>
 
 #include "CloudStorage/Client/CoreErrors.h"
+#include "CloudStorage/Client/FailureKind.h"
 #include "CloudStorage/Http/Headers.h"
 
 namespace CloudStorage::Client {
@@ -21,6 +22,8 @@ struct WSError {
   bool retryable = false;
   /// 0 if there was no response.
   int httpResponseCode = 0;
+  /// What can be done about the failure. Not part of the logged form.
+  FailureKind kind = FailureKind::None;
 };
 
 using Error = WSError<CoreErrors>;

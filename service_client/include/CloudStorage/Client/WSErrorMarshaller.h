@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CloudStorage/Client/Service.h"
 #include "CloudStorage/Client/WSError.h"
 #include "CloudStorage/Export.h"
 #include "CloudStorage/Http/Transport.h"
@@ -11,6 +12,9 @@ namespace CloudStorage::Client {
 class CLOUDSTORAGE_API WSErrorMarshaller {
  public:
   virtual ~WSErrorMarshaller() = default;
+
+  /// The service whose failures these are.
+  virtual Service service() const = 0;
 
   /// The error for `response`, the failed response to a request with `method`. The caller redacts
   /// and truncates its texts.

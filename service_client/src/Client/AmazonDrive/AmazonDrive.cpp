@@ -103,7 +103,7 @@ Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& r
 
 Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
     const Model::ComRequest& request) const {
-  return call().send(Http::Method::Get, endpointUri, request, parseEndpoints);
+  return call().send({"getEndpoint", Http::Method::Get}, endpointUri, request, parseEndpoints);
 }
 
 // Profile of the account
@@ -128,7 +128,7 @@ Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& resp
 
 Util::Outcome<Model::GetProfileResult, Error> AmazonDriveClient::getProfile(
     const Model::ComRequest& request) const {
-  return call().send(Http::Method::Get, profileUri, request, parseProfile);
+  return call().send({"getProfile", Http::Method::Get}, profileUri, request, parseProfile);
 }
 
 // Listing
@@ -216,7 +216,7 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
   return call().send(
-      Http::Method::Get, [&] { return nodesUri(request.endpoint); }, request,
+      {"listFileResource", Http::Method::Get}, [&] { return nodesUri(request.endpoint); }, request,
       [&request](Http::Response&& response, Json::Parser& json) {
         return parseNodes(std::move(response), json, request);
       });
@@ -272,7 +272,8 @@ Http::HeaderValueCollection Model::FileRequest::getRequestSpecificHeaders() cons
 
 Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
     const Model::FileRequest& request) const {
-  return call().create([&] { return nodesUri(request.endpoint); }, request, parseNode);
+  return call().create(
+      "folderCreate", [&] { return nodesUri(request.endpoint); }, request, parseNode);
 }
 
 // Errors

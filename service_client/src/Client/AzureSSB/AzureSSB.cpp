@@ -101,14 +101,14 @@ struct AzureSSBClient::Implementation {
   }
 
   template <typename Locate, typename Parse>
-  ServiceCall::OutcomeOf<Parse> send(Http::Method method, const Locate& locate,
+  ServiceCall::OutcomeOf<Parse> send(const Operation& operation, const Locate& locate,
                                      const AzureSSBRequest& request, const Parse& parse) const {
-    return ServiceCall::guarded([&]() -> ServiceCall::OutcomeOf<Parse> {
+    return call.run(operation.name, [&]() -> ServiceCall::OutcomeOf<Parse> {
       Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();  // `authentication` may be null
       AzureRequestPolicy policy(call, *authentication, domain);
       return call.send(
-          method, [&] { return uri; }, request, policy, parse);
+          operation, [&] { return uri; }, request, policy, parse);
     });
   }
 
@@ -265,7 +265,7 @@ void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest& request) const {
   return implementation_->send(
-      Http::Method::Get, [&] { return implementation_->accountUri(); }, request,
+      {"listContainer", Http::Method::Get}, [&] { return implementation_->accountUri(); }, request,
       [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
 }
 
@@ -276,7 +276,8 @@ void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) con
 Util::Outcome<Model::CreateContainerResult, Error> AzureSSBClient::createContainer(
     const Model::CreateContainerRequest& request) const {
   return implementation_->send(
-      Http::Method::Put, [&] { return implementation_->containerUri(request.container); }, request,
+      {"createContainer", Http::Method::Put},
+      [&] { return implementation_->containerUri(request.container); }, request,
       parseStored<Model::CreateContainerResult>);
 }
 
@@ -332,8 +333,9 @@ void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
   return implementation_->send(
-      Http::Method::Get, [&] { return implementation_->containerUri(request.container.value()); },
-      request, [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+      {"listBlob", Http::Method::Get},
+      [&] { return implementation_->containerUri(request.container.value()); }, request,
+      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
 }
 
 Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {
@@ -344,7 +346,7 @@ Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() c
 Util::Outcome<Model::PutBlobResult, Error> AzureSSBClient::putBlob(
     const Model::PutBlobRequest& request) const {
   return implementation_->send(
-      Http::Method::Put,
+      {"putBlob", Http::Method::Put},
       [&] { return implementation_->blobUri(request.container, request.blob.value()); }, request,
       parseStored<Model::PutBlobResult>);
 }

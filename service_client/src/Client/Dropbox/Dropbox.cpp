@@ -176,7 +176,7 @@ Folder parsePage(Http::Response&& response, Json::Parser& json,
 
 Folder listPage(const DriveCall& call, const Model::ListFolderRequest& request) {
   return call.send(
-      Http::Method::Post,
+      {"listFolder", Http::Method::Post},
       [&] { return *Http::URI::parse(request.isContinuation() ? kContinue : kListFolder); },
       request,
       [&request](Http::Response&& response, Json::Parser& json) {
@@ -235,7 +235,7 @@ std::string Model::ListFolderRequest::serializePayload() const {
 
 Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
   // Guarded as a whole, because the code between the requests allocates memory.
-  return ServiceCall::guarded([&] { return listPages(call(), request); });
+  return call().run("listFolder", [&] { return listPages(call(), request); });
 }
 
 // Creation
@@ -279,10 +279,11 @@ std::string Model::CreateFolderRequest::serializePayload() const {
 
 Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
     const Model::CreateFolderRequest& request) const {
-  return call().create([] { return *Http::URI::parse(kCreateFolder); }, request,
-                       [&request](Http::Response&& response, Json::Parser& json) {
-                         return parseCreated(std::move(response), json, request.path.value());
-                       });
+  return call().create(
+      "createFolder", [] { return *Http::URI::parse(kCreateFolder); }, request,
+      [&request](Http::Response&& response, Json::Parser& json) {
+        return parseCreated(std::move(response), json, request.path.value());
+      });
 }
 
 // Errors

@@ -97,8 +97,8 @@ void Model::GetFileResourceRequest::addQueryStringParameters(Http::URI& uri) con
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::getFileResource(
     const Model::GetFileResourceRequest& request) const {
   return call().send(
-      Http::Method::Get, [&] { return fileUri(request.fileId.value()); }, request,
-      parseFile<isWholeResult>);
+      {"getFileResource", Http::Method::Get}, [&] { return fileUri(request.fileId.value()); },
+      request, parseFile<isWholeResult>);
 }
 
 // Listing
@@ -157,7 +157,7 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(Http::Method::Get, filesUri, request,
+  return call().send({"listFileResource", Http::Method::Get}, filesUri, request,
                      [&request](Http::Response&& response, Json::Parser& json) {
                        return parseFileList(std::move(response), json, request);
                      });
@@ -188,7 +188,7 @@ std::string Model::UploadFileRequest::serializePayload() const {
 
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
-  return call().create(filesUri, request, parseFile<confirmsCreation>);
+  return call().create("uploadFile", filesUri, request, parseFile<confirmsCreation>);
 }
 
 // Errors

@@ -50,7 +50,8 @@ Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response,
 Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
     const Model::GetDriveMetadataRequest& request) const {
   return call().send(
-      Http::Method::Get, [&] { return driveUri(request.driveId); }, request, parseDrive);
+      {"getDriveMetadata", Http::Method::Get}, [&] { return driveUri(request.driveId); }, request,
+      parseDrive);
 }
 
 // One item
@@ -80,7 +81,8 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::getDriveItem(
     }
     return itemUri({request.driveId, request.itemId.value()});
   };
-  return call().send(Http::Method::Get, locate, request, parseItem<isWholeResult>);
+  return call().send({"getDriveItem", Http::Method::Get}, locate, request,
+                     parseItem<isWholeResult>);
 }
 
 // Listing
@@ -183,8 +185,8 @@ Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request)
       for (const auto& item : children.getResult().items) policy.remember(item);
       return children;
     };
-    return policy.outcomeOf(
-        call().send(Http::Method::Get, locate, request, policy, parseAndRemember));
+    return policy.outcomeOf(call().send({"listChildren", Http::Method::Get}, locate, request,
+                                        policy, parseAndRemember));
   });
 }
 
@@ -211,7 +213,8 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
       return folder;
     };
     return policy.outcomeOf(call().send(
-        Http::Method::Post, [&policy] { return policy.uri(); }, request, policy, parseAndRemember));
+        {"createFolder", Http::Method::Post}, [&policy] { return policy.uri(); }, request, policy,
+        parseAndRemember));
   });
 }
 

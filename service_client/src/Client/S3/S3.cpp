@@ -213,14 +213,15 @@ Model::BucketLocationConstraint locationOf(const Model::CreateBucketRequest& req
 }  // namespace
 
 Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
-  return ServiceCall::guarded([&]() -> Util::Outcome<Model::ListBucketsResult, Error> {
-    auto& own = *implementation_;
-    S3EndpointPolicy policy(own.service(), own.regions.region(),
-                            S3EndpointPolicy::RegionRecovery::AllCalls);
-    return own.call.send(
-        Http::Method::Get, [&] { return own.checked(own.endpoint.base); }, ListBucketsRequest(),
-        policy, parseBuckets);
-  });
+  return implementation_->call.run(
+      "listBuckets", [&]() -> Util::Outcome<Model::ListBucketsResult, Error> {
+        auto& own = *implementation_;
+        S3EndpointPolicy policy(own.service(), own.regions.region(),
+                                S3EndpointPolicy::RegionRecovery::AllCalls);
+        return own.call.send(
+            {"listBuckets", Http::Method::Get}, [&] { return own.checked(own.endpoint.base); },
+            ListBucketsRequest(), policy, parseBuckets);
+      });
 }
 
 std::string Model::CreateBucketRequest::serializePayload() const {
@@ -241,24 +242,27 @@ Http::HeaderValueCollection Model::CreateBucketRequest::getRequestSpecificHeader
 
 Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
     const Model::CreateBucketRequest& request) const {
-  return ServiceCall::guarded([&]() -> Util::Outcome<Model::CreateBucketResult, Error> {
-    auto& own = *implementation_;
-    const auto location = locationOf(request);
-    const auto usable = own.checked(own.endpoint.base, request.bucket);
-    if (!usable.isSuccess()) return usable.getError();
-    if (!isLocation(location)) {
-      return localError("InvalidRequest", "There is no location with this code");
-    }
+  return implementation_->call.run(
+      "createBucket", [&]() -> Util::Outcome<Model::CreateBucketResult, Error> {
+        auto& own = *implementation_;
+        const auto location = locationOf(request);
+        const auto usable = own.checked(own.endpoint.base, request.bucket);
+        if (!usable.isSuccess()) return usable.getError();
+        if (!isLocation(location)) {
+          return localError("InvalidRequest", "There is no location with this code");
+        }
 
-    auto target = createBucketTarget(own.endpoint, own.regions.region(), location, request.bucket);
-    // Never if the body states a location: another region in the signature would contradict it.
-    const auto recovery = regionOf(location).empty() ? S3EndpointPolicy::RegionRecovery::ThisCall
-                                                     : S3EndpointPolicy::RegionRecovery::Never;
-    S3EndpointPolicy policy(own.service(), std::move(target.region), recovery);
-    return own.call.send(
-        Http::Method::Put, [&] { return target.uri; }, request, policy,
-        parseStored<Model::CreateBucketResult>);
-  });
+        auto target =
+            createBucketTarget(own.endpoint, own.regions.region(), location, request.bucket);
+        // Never if the body states a location: another region in the signature would contradict it.
+        const auto recovery = regionOf(location).empty()
+                                  ? S3EndpointPolicy::RegionRecovery::ThisCall
+                                  : S3EndpointPolicy::RegionRecovery::Never;
+        S3EndpointPolicy policy(own.service(), std::move(target.region), recovery);
+        return own.call.send(
+            {"createBucket", Http::Method::Put}, [&] { return target.uri; }, request, policy,
+            parseStored<Model::CreateBucketResult>);
+      });
 }
 
 // Objects
@@ -358,30 +362,35 @@ void Model::ListObjectsV2Request::addQueryStringParameters(Http::URI& uri) const
 
 Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
     const Model::ListObjectsV2Request& request) const {
-  return ServiceCall::guarded([&]() -> Util::Outcome<Model::ListObjectsV2Result, Error> {
-    auto& own = *implementation_;
-    const std::string& bucket = request.bucket.value();
-    S3ListingPolicy policy(own.service(), bucket);
-    const std::size_t most = mostEntriesOf(request.maxKeys);
-    return own.call.send(
-        Http::Method::Get, [&] { return own.checked(policy.uri(), bucket); }, request, policy,
-        [&](Http::Response&& response) { return parseObjects(std::move(response), most, policy); });
-  });
+  return implementation_->call.run(
+      "listObjectsV2", [&]() -> Util::Outcome<Model::ListObjectsV2Result, Error> {
+        auto& own = *implementation_;
+        const std::string& bucket = request.bucket.value();
+        S3ListingPolicy policy(own.service(), bucket);
+        const std::size_t most = mostEntriesOf(request.maxKeys);
+        return own.call.send(
+            {"listObjectsV2", Http::Method::Get}, [&] { return own.checked(policy.uri(), bucket); },
+            request, policy,
+            [&](Http::Response&& response) {
+              return parseObjects(std::move(response), most, policy);
+            });
+      });
 }
 
 Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(
     const Model::PutObjectRequest& request) const {
-  return ServiceCall::guarded([&]() -> Util::Outcome<Model::PutObjectResult, Error> {
-    auto& own = *implementation_;
-    S3BucketPolicy policy(own.service(), request.bucket, request.key.value());
-    auto uri = own.checked(policy.uri(), request.bucket);
-    if (uri.isSuccess() && request.key.value().empty()) {
-      uri = localError("InvalidRequest", "The object key is empty");
-    }
-    return own.call.send(
-        Http::Method::Put, [&] { return uri; }, request, policy,
-        parseStored<Model::PutObjectResult>);
-  });
+  return implementation_->call.run(
+      "putObject", [&]() -> Util::Outcome<Model::PutObjectResult, Error> {
+        auto& own = *implementation_;
+        S3BucketPolicy policy(own.service(), request.bucket, request.key.value());
+        auto uri = own.checked(policy.uri(), request.bucket);
+        if (uri.isSuccess() && request.key.value().empty()) {
+          uri = localError("InvalidRequest", "The object key is empty");
+        }
+        return own.call.send(
+            {"putObject", Http::Method::Put}, [&] { return uri; }, request, policy,
+            parseStored<Model::PutObjectResult>);
+      });
 }
 
 }  // namespace CloudStorage::Client::S3

@@ -40,6 +40,7 @@ class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client {
 /// Translates the failures of Amazon Drive, which are JSON.
 class CLOUDSTORAGE_API AmazonDriveErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::AmazonDrive; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 

@@ -61,6 +61,7 @@ class CLOUDSTORAGE_API AzureSSBClient : public WSClient {
 /// Translates the failures of Azure's Blob service, which are XML with the code also in a header.
 class CLOUDSTORAGE_API AzureSSBErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::AzureSSB; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 

@@ -53,6 +53,7 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
 /// Translates the failures of the Dropbox API v2, which are JSON or one sentence of plain text.
 class CLOUDSTORAGE_API DropboxErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::Dropbox; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 

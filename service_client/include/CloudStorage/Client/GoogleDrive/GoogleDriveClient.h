@@ -28,6 +28,7 @@ class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client {
 /// Translates the failures of the Google Drive API v3, which are JSON.
 class CLOUDSTORAGE_API GoogleDriveErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::GoogleDrive; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 

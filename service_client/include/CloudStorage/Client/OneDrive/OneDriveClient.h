@@ -34,6 +34,7 @@ class CLOUDSTORAGE_API OneDriveClient : public OAuth2Client {
 /// Translates the failures of Microsoft Graph, which are JSON.
 class CLOUDSTORAGE_API OneDriveErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::OneDrive; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 

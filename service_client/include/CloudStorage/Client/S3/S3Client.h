@@ -46,6 +46,7 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
 /// Translates the failures of S3 and compatible stores, which are XML or have no body.
 class CLOUDSTORAGE_API S3ErrorMarshaller : public WSErrorMarshaller {
  public:
+  Service service() const override { return Service::S3; }
   Error marshall(const Http::Response& response, Http::Method method) const override;
 };
 
