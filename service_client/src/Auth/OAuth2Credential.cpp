@@ -4,6 +4,7 @@
 #include <atomic>
 #include <utility>
 
+#include "Client/LastFailure.h"
 #include "Client/RunningCall.h"
 #include "Util/StatusBarrier.h"
 
@@ -40,6 +41,13 @@ std::uint64_t nextId() {
 }
 
 }  // namespace
+
+/// A refresh that failed, for the threads that share its result.
+struct OAuth2Credential::FailedRefresh {
+  Util::Status status;
+  /// What it means to the thread's call; nothing if it does not explain the refusal of the token.
+  std::optional<Client::LastFailure::Record> record;
+};
 
 /// The right to refresh the tokens, which one thread has at a time.
 class OAuth2Credential::RefreshTurn {
@@ -92,30 +100,36 @@ Util::Status OAuth2Credential::refreshAccessToken() {
 
 Util::Status OAuth2Credential::refreshUnlessDone() {
   const RefreshTurn turn(*this);
+  Client::LastFailure::ceaseToExplain();
   if (!turn.hasIt()) return {kNotRefreshed, "Another refresh has not ended in time."};
   if (auto result = resultSinceAttempt()) return *std::move(result);
 
   std::unique_lock<std::mutex> lock(mutex_);
   if (!refresher_) return {kNotRefreshed, "The credential has no client that could refresh it."};
-  if (wasJustRefused()) return lastFailure_;
+  if (wasJustRefused()) return share(*lastFailure_);
   const auto refresher = refresher_;
   const std::uint64_t generation = generation_;
   const std::string refreshToken = refreshToken_;
   TokenRefresher::Tokens tokens{accessToken_, refreshToken_};
   lock.unlock();
 
-  auto status = refresher->refresh(tokens);
+  auto status = Util::guardedStatus([&] { return refresher->refresh(tokens); });
 
   lock.lock();
   // Tokens that the host has set in the meantime are from a newer grant than this response.
-  if (generation_ != generation || refreshToken_ != refreshToken) return {};
+  if (generation_ != generation || refreshToken_ != refreshToken) {
+    Client::LastFailure::ceaseToExplain();
+    return {};
+  }
   if (status.isSuccess()) {
     replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
     return status;
   }
   // A refresh that the host has ended does not fail for threads whose calls continue.
   if (Client::RunningCall::endReason()) return status;
-  lastFailure_ = status;
+  auto failure = std::make_shared<FailedRefresh>(FailedRefresh{status, std::nullopt});
+  if (Client::LastFailure::explainsRefusal()) failure->record = *Client::LastFailure::get();
+  lastFailure_ = std::move(failure);
   ++failedRefreshes_;
   refusedAt_ = isRefusal(status) ? std::optional(now_()) : std::nullopt;
   return status;
@@ -165,8 +179,14 @@ std::optional<Util::Status> OAuth2Credential::resultSinceAttempt() const {
   if (lastAttempt.credential != id_) return std::nullopt;
   const std::lock_guard<std::mutex> lock(mutex_);
   if (lastAttempt.generation != generation_) return Util::Status();
-  if (lastAttempt.failedRefreshes != failedRefreshes_) return lastFailure_;
+  if (lastAttempt.failedRefreshes != failedRefreshes_) return share(*lastFailure_);
   return std::nullopt;
+}
+
+// The result of a refresh that another thread or an earlier call of this one tried.
+Util::Status OAuth2Credential::share(const FailedRefresh& failure) {
+  if (failure.record) Client::LastFailure::set(*failure.record);
+  return failure.status;
 }
 
 bool OAuth2Credential::wasJustRefused() const {

@@ -5,16 +5,19 @@
 
 #include "CloudStorage/Auth/OAuth2ClientSpec.h"
 #include "CloudStorage/Auth/OAuth2Credential.h"
+#include "CloudStorage/Client/Service.h"
 #include "CloudStorage/Http/Transport.h"
 
 namespace CloudStorage::Auth {
 
 /// The token endpoint of an OAuth2 service (RFC 6749, section 3.2). Requests to it bypass the
 /// clients' attempt loop, where a 401 would recurse: the retry strategy would refresh the token,
-/// which sends a request to this endpoint.
+/// which sends a request to this endpoint. A failure becomes the last one of the thread.
 class OAuth2TokenEndpoint : public TokenRefresher {
  public:
-  OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec, std::shared_ptr<Http::Transport> transport);
+  /// `service` is stated in the records of failures.
+  OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec, std::shared_ptr<Http::Transport> transport,
+                      Client::Service service = {});
 
   Util::Status refresh(Tokens& tokens) override;
 
@@ -26,6 +29,7 @@ class OAuth2TokenEndpoint : public TokenRefresher {
  private:
   OAuth2ClientSpec clientSpec_;
   std::shared_ptr<Http::Transport> transport_;
+  Client::Service service_;
 };
 
 }  // namespace CloudStorage::Auth

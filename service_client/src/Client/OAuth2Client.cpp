@@ -56,9 +56,11 @@ OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
       clientSpec_(std::move(clientSpec)),
       environment_(withClock(std::move(environment))),
       call_(std::make_shared<DriveCall>(this->parts(), environment_)) {
+  const auto& errorMarshaller = this->parts().errorMarshaller;
   setTokenEndpoint(std::make_shared<Auth::OAuth2TokenEndpoint>(
       clientSpec_,
-      environment_.transport ? environment_.transport : makeTokenTransport(this->parts().proxy)));
+      environment_.transport ? environment_.transport : makeTokenTransport(this->parts().proxy),
+      errorMarshaller ? errorMarshaller->service() : Service()));
 }
 
 OAuth2Client::~OAuth2Client() = default;

@@ -74,9 +74,11 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
 
  private:
   class RefreshTurn;
+  struct FailedRefresh;
 
   Util::Status refreshUnlessDone();
   std::optional<Util::Status> resultSinceAttempt() const;
+  static Util::Status share(const FailedRefresh& failure);
   bool wasJustRefused() const;
   void replace(std::string accessToken, std::string refreshToken);
 
@@ -89,7 +91,7 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   Clock now_;
   std::uint64_t generation_ = 0;  // incremented whenever the access token is replaced
   std::uint64_t failedRefreshes_ = 0;
-  Util::Status lastFailure_;
+  std::shared_ptr<const FailedRefresh> lastFailure_;  // null: none
   std::optional<std::chrono::system_clock::time_point> refusedAt_;  // for the current tokens
 
   // One refresh at a time.

@@ -8,6 +8,7 @@
 #include "Client/DriveCall.h"
 #include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
@@ -290,16 +291,33 @@ Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
 
 namespace {
 
+/// The layer's own words for invalid requests, which the service describes in plain text only.
+constexpr char kMalformedToken[] = "malformed_token";
+constexpr char kMalformedPath[] = "malformed_path";
+
 /// Codes are paths into nested unions, to which the service may add further segments.
 constexpr ErrorRow kRows[] = {
+    {400, kMalformedToken, CoreErrors::InvalidRequest, Retry::Never, FailureKind::LinkAgain},
+    {400, kMalformedPath, CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
     {401, "missing_scope", CoreErrors::AccessDenied, Retry::Never},
     {401, "route_access_denied", CoreErrors::AccessDenied, Retry::Never},
     {401, "user_suspended", CoreErrors::AccountProblem, Retry::Never},
+    {401, "", CoreErrors::NotAuthenticated, Retry::Never, FailureKind::LinkAgain},
     {403, "invalid_account_type", CoreErrors::AccountProblem, Retry::Never},
     {409, "path/not_found", CoreErrors::NotFound, Retry::Never},
-    {409, "path/malformed_path", CoreErrors::InvalidRequest, Retry::Never},
+    {409, "path/malformed_path", CoreErrors::InvalidRequest, Retry::Never,
+     FailureKind::NameNotAllowed},
     {409, "path/no_write_permission", CoreErrors::AccessDenied, Retry::Never},
     {409, "path/insufficient_space", CoreErrors::QuotaExceeded, Retry::Never},
+    {409, "path/conflict", CoreErrors::Conflict, Retry::Never, FailureKind::ExistsAlready},
+    {409, "path/disallowed_name", CoreErrors::Conflict, Retry::Never, FailureKind::NameNotAllowed},
+    {409, "path/not_folder", CoreErrors::Conflict, Retry::Never, FailureKind::NotFound},
+    {409, "path/restricted_content", CoreErrors::Conflict, Retry::Never, FailureKind::Denied},
+    {409, "path/team_folder", CoreErrors::Conflict, Retry::Never, FailureKind::Denied},
+    {409, "path/insufficient_quota", CoreErrors::Conflict, Retry::Never, FailureKind::Quota},
+    {409, "too_many_write_operations", CoreErrors::Conflict, Retry::Never, FailureKind::Wait},
+    {409, "reset", CoreErrors::Conflict, Retry::Never, FailureKind::Wait},
+    {409, "", CoreErrors::Conflict, Retry::Never, FailureKind::NotUnderstood},
     {422, "no_permission", CoreErrors::AccessDenied, Retry::Never},
 };
 
@@ -318,6 +336,17 @@ std::string plainTextOf(std::string_view body) {
   return text;
 }
 
+/// What the service's plain text about an invalid request means; empty if it is about neither.
+std::string finerCodeOf(const std::string& text) {
+  const auto mentions = [&text](const char* words) {
+    return text.find(words) != std::string::npos;
+  };
+  if (mentions("path: ") && mentions("did not match pattern")) return kMalformedPath;
+  const bool isAboutToken =
+      mentions("access token is malformed") || mentions("HTTP header \"Authorization\"");
+  return isAboutToken ? kMalformedToken : "";
+}
+
 ServiceMessage readMessage(const Http::Response& response) {
   const auto texts = Json::texts(response.body, {"error_summary", "user_message/text"});
   const std::string& summary = texts[0];
@@ -326,11 +355,16 @@ ServiceMessage readMessage(const Http::Response& response) {
   if (!message.code.empty() || !message.message.empty()) return message;
 
   message.message = plainTextOf(response.body);
-  if (response.status == 400 && !message.message.empty()) message.code = "bad_input";
+  if (response.status == 400 && !message.message.empty()) {
+    message.code = "bad_input";
+    message.finerCode = finerCodeOf(response.body);
+  }
   return message;
 }
 
 }  // namespace
+
+ErrorTable errorTable() { return kRows; }
 
 Error DropboxErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   return marshallError(response, method, readMessage, kRows);
