@@ -152,7 +152,7 @@ Error ServiceCall::errorOfCurrentException() {
 }
 
 void ServiceCall::noteFailure(const char* operation, const Error& error) const {
-  LastFailure::set(errorMarshaller_->service(), operation, error);
+  if (errorMarshaller_) LastFailure::set(errorMarshaller_->service(), operation, error);
 }
 
 Error ServiceCall::timeIsOver(Http::Method method) const {
