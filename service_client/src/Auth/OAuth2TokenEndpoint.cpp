@@ -9,6 +9,7 @@
 #include "Auth/Redactor.h"
 #include "Client/RunningCall.h"
 #include "CloudStorage/Util/Outcome.h"
+#include "Config/ProcessSettings.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
@@ -28,6 +29,10 @@ struct Parameter {
   bool secret = false;
 };
 using Form = std::vector<Parameter>;
+
+void addUnlessEmpty(Form& form, const Parameter& parameter) {
+  if (!parameter.value.empty()) form.push_back(parameter);
+}
 
 Http::Request encode(Http::URI uri, const Form& form) {
   Http::Request request;
@@ -73,6 +78,12 @@ Util::Status malformed(const Http::Response& response, const char* reason) {
   return {response.status, std::string("MalformedResponse: ") + reason};
 }
 
+// -1 if there is none.
+std::int64_t lifetimeIn(const std::string& body) {
+  const auto lifetime = Util::Json::number(body, "expires_in");
+  return lifetime && *lifetime >= 0 ? *lifetime : -1;
+}
+
 TokensOutcome parseTokens(const Http::Response& response) {
   if (!Http::mayBeJson(response)) return malformed(response, "the answer is not JSON");
   auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
@@ -86,7 +97,7 @@ TokensOutcome parseTokens(const Http::Response& response) {
   if (!Http::isValidHeaderValue(accessToken) || !Http::isValidHeaderValue(refreshToken)) {
     return malformed(response, "a token contains control characters");
   }
-  return Tokens{std::move(accessToken), std::move(refreshToken)};
+  return Tokens{std::move(accessToken), std::move(refreshToken), lifetimeIn(response.body)};
 }
 
 std::string refusalText(const Http::Response& response) {
@@ -124,19 +135,20 @@ TokensOutcome requestTokens(const OAuth2ClientSpec& clientSpec, Http::Transport&
 }  // namespace
 
 OAuth2TokenEndpoint::OAuth2TokenEndpoint(OAuth2ClientSpec clientSpec,
-                                         std::shared_ptr<Http::Transport> transport)
-    : clientSpec_(std::move(clientSpec)), transport_(std::move(transport)) {}
+                                         std::shared_ptr<Http::Transport> transport,
+                                         Client::Service service)
+    : clientSpec_(std::move(clientSpec)), transport_(std::move(transport)), service_(service) {}
 
 Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
   if (tokens.refreshToken.empty()) return {kNoResponse, "There is no refresh token."};
   if (!Http::isValidHeaderValue(tokens.refreshToken)) {
     return {kNoResponse, "InvalidRequest: the refresh token contains control characters"};
   }
-  auto outcome = requestTokens(clientSpec_, *transport_,
-                               {{"grant_type", "refresh_token"},
-                                {"refresh_token", tokens.refreshToken, true},
-                                {"client_id", clientSpec_.clientId},
-                                {"client_secret", clientSpec_.clientSecret, true}});
+  Form form{{"grant_type", "refresh_token"},
+            {"refresh_token", tokens.refreshToken, true},
+            {"client_id", clientSpec_.clientId}};
+  addUnlessEmpty(form, {"client_secret", clientSpec_.clientSecret, true});
+  auto outcome = requestTokens(clientSpec_, *transport_, form);
   if (!outcome.isSuccess()) return outcome.getError();
   Tokens renewed = std::move(outcome).getResult();
   if (renewed.refreshToken.empty()) renewed.refreshToken = std::move(tokens.refreshToken);
@@ -144,14 +156,19 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
   return {};
 }
 
-Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::string& scope,
-                                           Tokens& tokens) {
+void OAuth2TokenEndpoint::report(const Tokens& former, const Tokens& renewed) const {
+  const auto settings = Config::ProcessSettings::current();
+  if (settings->tokenCallback) settings->tokenCallback(service_, former.refreshToken, renewed);
+}
+
+Util::Status OAuth2TokenEndpoint::exchange(const Grant& grant, Tokens& tokens) {
   Form form{{"grant_type", "authorization_code"},
-            {"code", code, true},
-            {"client_id", clientSpec_.clientId},
-            {"client_secret", clientSpec_.clientSecret, true},
-            {"redirect_uri", clientSpec_.redirectUri}};
-  if (!scope.empty()) form.push_back({"scope", scope});
+            {"code", grant.code, true},
+            {"client_id", clientSpec_.clientId}};
+  addUnlessEmpty(form, {"client_secret", clientSpec_.clientSecret, true});
+  form.push_back({"redirect_uri", clientSpec_.redirectUri});
+  addUnlessEmpty(form, {"scope", grant.scope});
+  addUnlessEmpty(form, {"code_verifier", grant.codeVerifier, true});
   auto outcome = requestTokens(clientSpec_, *transport_, form);
   if (!outcome.isSuccess()) return outcome.getError();
   tokens = std::move(outcome).getResult();
