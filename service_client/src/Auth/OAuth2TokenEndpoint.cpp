@@ -15,6 +15,7 @@
 #include "Client/RunningCall.h"
 #include "Client/ServiceCall.h"
 #include "CloudStorage/Util/Outcome.h"
+#include "Config/ProcessSettings.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Json.h"
@@ -45,6 +46,10 @@ struct Parameter {
   bool secret = false;
 };
 using Form = std::vector<Parameter>;
+
+void addUnlessEmpty(Form& form, const Parameter& parameter) {
+  if (!parameter.value.empty()) form.push_back(parameter);
+}
 
 Http::Request encode(Http::URI uri, const Form& form) {
   Http::Request request;
@@ -135,6 +140,12 @@ Failure invalid(const char* reason) {
           Client::localError("InvalidRequest", reason)};
 }
 
+// -1 if there is none.
+std::int64_t lifetimeIn(const std::string& body) {
+  const auto lifetime = Util::Json::number(body, "expires_in");
+  return lifetime && *lifetime >= 0 ? *lifetime : -1;
+}
+
 TokensOutcome parseTokens(const Http::Response& response) {
   if (!Http::mayBeJson(response)) return malformed(response, "the answer is not JSON");
   auto texts = Util::Json::texts(response.body, {"access_token", "refresh_token", "token_type"});
@@ -148,7 +159,7 @@ TokensOutcome parseTokens(const Http::Response& response) {
   if (!Http::isValidHeaderValue(accessToken) || !Http::isValidHeaderValue(refreshToken)) {
     return malformed(response, "a token contains control characters");
   }
-  return Tokens{std::move(accessToken), std::move(refreshToken)};
+  return Tokens{std::move(accessToken), std::move(refreshToken), lifetimeIn(response.body)};
 }
 
 std::string textOf(const Http::Response& response) {
@@ -214,13 +225,14 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
     Client::LastFailure::set(service_, kRefresh, error);
     return {kNoResponse, "There is no refresh token."};
   }
+  Form form{{"grant_type", "refresh_token"},
+            {"refresh_token", tokens.refreshToken, true},
+            {"client_id", clientSpec_.clientId}};
+  addUnlessEmpty(form, {"client_secret", clientSpec_.clientSecret, true});
   auto outcome = Http::isValidHeaderValue(tokens.refreshToken)
-                     ? guardedRequest(clientSpec_, *transport_,
-                                      {{"grant_type", "refresh_token"},
-                                       {"refresh_token", tokens.refreshToken, true},
-                                       {"client_id", clientSpec_.clientId},
-                                       {"client_secret", clientSpec_.clientSecret, true}})
+                     ? guardedRequest(clientSpec_, *transport_, form)
                      : TokensOutcome(invalid("the refresh token contains control characters"));
+  Client::RunningCall::report(kRefresh, 0);
   if (!outcome.isSuccess()) {
     Client::LastFailure::set(service_, kRefresh, outcome.getError().error);
     Client::LastFailure::explainRefusal();
@@ -232,15 +244,21 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
   return {};
 }
 
-Util::Status OAuth2TokenEndpoint::exchange(const std::string& code, const std::string& scope,
-                                           Tokens& tokens) {
+void OAuth2TokenEndpoint::report(const Tokens& former, const Tokens& renewed) const {
+  const auto settings = Config::ProcessSettings::current();
+  if (settings->tokenCallback) settings->tokenCallback(service_, former.refreshToken, renewed);
+}
+
+Util::Status OAuth2TokenEndpoint::exchange(const Grant& grant, Tokens& tokens) {
   Form form{{"grant_type", "authorization_code"},
-            {"code", code, true},
-            {"client_id", clientSpec_.clientId},
-            {"client_secret", clientSpec_.clientSecret, true},
-            {"redirect_uri", clientSpec_.redirectUri}};
-  if (!scope.empty()) form.push_back({"scope", scope});
+            {"code", grant.code, true},
+            {"client_id", clientSpec_.clientId}};
+  addUnlessEmpty(form, {"client_secret", clientSpec_.clientSecret, true});
+  form.push_back({"redirect_uri", clientSpec_.redirectUri});
+  addUnlessEmpty(form, {"scope", grant.scope});
+  addUnlessEmpty(form, {"code_verifier", grant.codeVerifier, true});
   auto outcome = guardedRequest(clientSpec_, *transport_, form);
+  Client::RunningCall::report(kExchange, 0);
   if (!outcome.isSuccess()) {
     Client::LastFailure::set(service_, kExchange, outcome.getError().error);
     return outcome.getError().status;

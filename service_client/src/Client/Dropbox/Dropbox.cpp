@@ -12,6 +12,7 @@
 #include "Client/JsonResponse.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "Config/ProcessSettings.h"
 #include "Util/Json.h"
 
 namespace CloudStorage::Client::Dropbox {
@@ -58,6 +59,15 @@ Tokens splitTokens(const std::string& text) {
   return {text.substr(0, separator), text.substr(separator + 1)};
 }
 
+// The tokens that belong together. A refresh token that is joined to the access token takes
+// precedence, because both are from the same grant.
+Tokens separate(const Tokens& tokens) {
+  Tokens separated = splitTokens(tokens.accessToken);
+  if (separated.refreshToken.empty()) separated.refreshToken = tokens.refreshToken;
+  separated.lifetime = tokens.lifetime;
+  return separated;
+}
+
 std::string joinTokens(const Tokens& tokens) {
   if (tokens.refreshToken.empty()) return tokens.accessToken;
   return tokens.accessToken + kTokenSeparator + tokens.refreshToken;
@@ -70,23 +80,31 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   DropboxTokenEndpoint(const Auth::OAuth2TokenEndpoint& endpoint, bool joinsTokens)
       : OAuth2TokenEndpoint(endpoint), joinsTokens_(joinsTokens) {}
 
-  // A refresh token that is joined to the access token takes precedence, because both are from the
-  // same grant.
+  // The form of the access token stays as it is.
   Util::Status refresh(Tokens& tokens) override {
-    Tokens joined = splitTokens(tokens.accessToken);
-    if (joined.refreshToken.empty()) return OAuth2TokenEndpoint::refresh(tokens);
-    auto status = OAuth2TokenEndpoint::refresh(joined);
-    if (status.isSuccess()) tokens.accessToken = joinTokens(joined);
+    if (splitTokens(tokens.accessToken).refreshToken.empty()) {
+      return OAuth2TokenEndpoint::refresh(tokens);
+    }
+    Tokens separated = separate(tokens);
+    auto status = OAuth2TokenEndpoint::refresh(separated);
+    if (!status.isSuccess()) return status;
+    tokens.accessToken = joinTokens(separated);
+    tokens.lifetime = separated.lifetime;
     return status;
+  }
+
+  void report(const Tokens& former, const Tokens& renewed) const override {
+    Tokens reported = separate(renewed);
+    reported.accessToken = joinsTokens_ ? joinTokens(reported) : renewed.accessToken;
+    OAuth2TokenEndpoint::report(separate(former), reported);
   }
 
   std::string bearerOf(const std::string& accessToken) const override {
     return splitTokens(accessToken).accessToken;
   }
 
-  Util::Status exchange(const std::string& code, const std::string& scope,
-                        Tokens& tokens) override {
-    auto status = OAuth2TokenEndpoint::exchange(code, scope, tokens);
+  Util::Status exchange(const Grant& grant, Tokens& tokens) override {
+    auto status = OAuth2TokenEndpoint::exchange(grant, tokens);
     if (status.isSuccess() && joinsTokens_) tokens.accessToken = joinTokens(tokens);
     return status;
   }
@@ -95,8 +113,11 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   bool joinsTokens_;
 };
 
-constexpr DropboxClient::Options kBuildOptions = {VEMLO_DROPBOX_DURABLE_TOKEN,
-                                                  VEMLO_DROPBOX_OFFLINE_ACCESS};
+DropboxClient::Options currentOptions() {
+  const auto settings = Config::ProcessSettings::current();
+  return {settings->dropboxDurableToken.value_or(VEMLO_DROPBOX_DURABLE_TOKEN),
+          VEMLO_DROPBOX_OFFLINE_ACCESS};
+}
 
 }  // namespace
 
@@ -110,15 +131,14 @@ DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
     : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(retryStrategy),
                    std::move(errorMarshaller), std::move(readRateLimiter),
                    std::move(writeRateLimiter), std::move(proxy)),
-      options_(kBuildOptions) {
-  setTokenEndpoint(
-      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), kBuildOptions.joinsTokens));
+      options_(currentOptions()) {
+  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), options_.joinsTokens));
 }
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment)
     : DropboxClient(std::move(clientSpec), std::move(parts), std::move(environment),
-                    kBuildOptions) {}
+                    currentOptions()) {}
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment, Options options)
