@@ -9,6 +9,7 @@
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
@@ -103,6 +104,7 @@ Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& r
 
 Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
     const Model::ComRequest& request) const {
+  ListingExtent::reset();  // the first request of a listing
   return call().send({"getEndpoint", Http::Method::Get}, endpointUri, request, parseEndpoints);
 }
 
@@ -215,11 +217,11 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(
+  return ListingExtent::noted(call().send(
       {"listFileResource", Http::Method::Get}, [&] { return nodesUri(request.endpoint); }, request,
       [&request](Http::Response&& response, Json::Parser& json) {
         return parseNodes(std::move(response), json, request);
-      });
+      }));
 }
 
 std::string Model::FileResource::toString() const {

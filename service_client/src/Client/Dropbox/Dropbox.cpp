@@ -9,6 +9,7 @@
 #include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
 #include "Util/Json.h"
@@ -235,7 +236,7 @@ std::string Model::ListFolderRequest::serializePayload() const {
 
 Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
   // Guarded as a whole, because the code between the requests allocates memory.
-  return call().run("listFolder", [&] { return listPages(call(), request); });
+  return ListingExtent::noted(call().run("listFolder", [&] { return listPages(call(), request); }));
 }
 
 // Creation

@@ -6,6 +6,7 @@
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
@@ -157,10 +158,11 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send({"listFileResource", Http::Method::Get}, filesUri, request,
-                     [&request](Http::Response&& response, Json::Parser& json) {
-                       return parseFileList(std::move(response), json, request);
-                     });
+  return ListingExtent::noted(
+      call().send({"listFileResource", Http::Method::Get}, filesUri, request,
+                  [&request](Http::Response&& response, Json::Parser& json) {
+                    return parseFileList(std::move(response), json, request);
+                  }));
 }
 
 // Creation

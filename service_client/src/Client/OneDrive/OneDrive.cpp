@@ -8,6 +8,7 @@
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OneDrive/DriveItemJson.h"
 #include "Client/OneDrive/OneDriveAddressing.h"
 #include "Client/OneDrive/OneDriveRequestPolicy.h"
@@ -49,6 +50,7 @@ Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response,
 
 Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
     const Model::GetDriveMetadataRequest& request) const {
+  ListingExtent::reset();  // the first request of a listing
   return call().send(
       {"getDriveMetadata", Http::Method::Get}, [&] { return driveUri(request.driveId); }, request,
       parseDrive);
@@ -126,11 +128,14 @@ const KnownFilter* filterFor(const Model::ListChildrenRequest& request) {
 
 // Returns false if there is no list.
 bool readItems(Json::Value value, std::size_t limit, const KnownFilter* filter,
-               std::vector<Model::DriveItem>& items) {
+               Model::ListChildrenResult& result) {
+  auto& items = result.items;
   items.clear();
-  return Json::readObjects(value, limit, [&items, filter](Json::Object object) {
+  result.received = 0;
+  return Json::readObjects(value, limit, [&result, &items, filter](Json::Object object) {
     Model::DriveItem& item = items.emplace_back();
     readItem(object, item);
+    ++result.received;
     if (item.id.empty() || (filter != nullptr && !filter->accepts(item))) items.pop_back();
   });
 }
@@ -144,7 +149,7 @@ Children parseChildren(Http::Response&& response, Json::Parser& json,
   const auto storage = readJson(std::move(response), isWholeResult, json, [&](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "@odata.nextLink") Json::readToken(value, result.nextToken);
-      if (key == "value") hasItems = readItems(value, limit, filter, result.items);
+      if (key == "value") hasItems = readItems(value, limit, filter, result);
     }
   });
   if (!storage.isSuccess()) return storage.getError();
@@ -172,7 +177,7 @@ void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const 
 }
 
 Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
-  return ServiceCall::guarded([this, &request] {
+  return ListingExtent::noted(ServiceCall::guarded([this, &request] {
     const KnownFilter* const filter = filterFor(request);
     ListingPolicy policy(call(), remoteItems_, request, filter != nullptr);
     const auto locate = [&] {
@@ -187,7 +192,7 @@ Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request)
     };
     return policy.outcomeOf(call().send({"listChildren", Http::Method::Get}, locate, request,
                                         policy, parseAndRemember));
-  });
+  }));
 }
 
 // Creation
