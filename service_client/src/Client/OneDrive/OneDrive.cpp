@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/JsonResponse.h"
@@ -220,6 +221,55 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
     return policy.outcomeOf(call().send(
         {"createFolder", Http::Method::Post}, [&policy] { return policy.uri(); }, request, policy,
         parseAndRemember));
+  });
+}
+
+// The owner of the account
+
+namespace {
+
+constexpr char kUser[] =
+    "https://graph.microsoft.com/v1.0/me?$select=displayName,mail,userPrincipalName";
+constexpr char kQuota[] = "https://graph.microsoft.com/v1.0/me/drive?$select=quota";
+
+// Personal accounts have no mailbox, but their principal name is the address of their owner.
+void readUser(Json::Object user, Account& account) {
+  std::string principalName;
+  for (const auto& [key, value] : user) {
+    if (key == "displayName") Json::read(value, account.name);
+    if (key == "mail") Json::read(value, account.email);
+    if (key == "userPrincipalName") Json::read(value, principalName);
+  }
+  if (account.email.empty()) account.email = std::move(principalName);
+}
+
+void readQuota(Json::Object quota, Account& account) {
+  for (const auto& [key, value] : quota) {
+    if (key == "used") readSpace(value, account.usedSpace);
+    if (key == "total") readSpace(value, account.totalSpace);
+  }
+  if (account.totalSpace == 0) account.totalSpace = -1;  // there is no limit
+}
+
+void readDriveQuota(Json::Object drive, Account& account) {
+  for (const auto& [key, value] : drive) {
+    if (key != "quota") continue;
+    Json::readObject(value, [&](Json::Object quota) { readQuota(quota, account); });
+  }
+}
+
+bool isWithheld(const Error& error) {
+  return error.httpResponseCode == 403 && error.errorType == CoreErrors::AccessDenied;
+}
+
+}  // namespace
+
+Util::Outcome<Account, Error> OneDriveClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Get}, kUser, AccountRequest(), readUser)
+        .send({"getSpace", Http::Method::Get}, kQuota, AccountRequest(), readDriveQuota)
+        .account();
   });
 }
 
