@@ -28,9 +28,6 @@ struct ProcessSettings {
   /// Applies `edit` to a copy of the settings and makes the copy current.
   static void change(const std::function<void(ProcessSettings&)>& edit);
 
-  /// Whether a listing of an S3 bucket has all pages.
-  bool wholeS3Listings = false;
-
   using TokenCallback =
       std::function<void(Client::Service service, const std::string& usedRefreshToken,
                          const Auth::TokenRefresher::Tokens& renewed)>;

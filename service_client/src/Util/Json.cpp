@@ -168,10 +168,13 @@ void read(Value value, std::int64_t& out) {
   if (value.value.get_int64().get(out) != simdjson::SUCCESS) out = 0;
 }
 
-void read(Value value, std::uint64_t& out) {
+void read(Value value, std::uint64_t& out) { readNumber(value, out); }
+
+bool readNumber(Value value, std::uint64_t& out) {
   auto error = value.value.get_uint64().get(out);
   if (error == simdjson::INCORRECT_TYPE) error = value.value.get_uint64_in_string().get(out);
   if (error != simdjson::SUCCESS) out = 0;
+  return error == simdjson::SUCCESS;
 }
 
 void read(Value value, IsoTime& out) {

@@ -117,6 +117,8 @@ void read(Value value, bool& out);
 void read(Value value, std::int64_t& out);
 /// Also accepts a text of digits, the form in which some services send large numbers.
 void read(Value value, std::uint64_t& out);
+/// The same. Returns false if the number is absent.
+bool readNumber(Value value, std::uint64_t& out);
 void read(Value value, IsoTime& out);
 /// Reads those elements that are ids and not empty.
 void readIds(Value value, std::vector<std::string_view>& out);

@@ -9,6 +9,7 @@
 #include "Client/AzureSSB/AzureRegions.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/ErrorTables.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Redirect.h"
 #include "Client/ServiceCall.h"
@@ -282,9 +283,9 @@ void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const
 
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest& request) const {
-  return implementation_->send(
+  return ListingExtent::noted(implementation_->send(
       {"listContainer", Http::Method::Get}, [&] { return implementation_->accountUri(); }, request,
-      [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
+      [&](Http::Response&& response) { return parseContainers(std::move(response), request); }));
 }
 
 void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
@@ -350,10 +351,10 @@ void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
 
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
-  return implementation_->send(
+  return ListingExtent::noted(implementation_->send(
       {"listBlob", Http::Method::Get},
       [&] { return implementation_->containerUri(request.container.value()); }, request,
-      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); }));
 }
 
 Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {

@@ -5,11 +5,13 @@
 #include <utility>
 
 #include "Auth/OAuth2TokenEndpoint.h"
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
 #include "Config/ProcessSettings.h"
@@ -256,7 +258,7 @@ std::string Model::ListFolderRequest::serializePayload() const {
 
 Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
   // Guarded as a whole, because the code between the requests allocates memory.
-  return call().run("listFolder", [&] { return listPages(call(), request); });
+  return ListingExtent::noted(call().run("listFolder", [&] { return listPages(call(), request); }));
 }
 
 // Creation
@@ -305,6 +307,60 @@ Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
       [&request](Http::Response&& response, Json::Parser& json) {
         return parseCreated(std::move(response), json, request.path.value());
       });
+}
+
+// The owner of the account
+
+namespace {
+
+constexpr char kCurrentAccount[] = "https://api.dropboxapi.com/2/users/get_current_account";
+constexpr char kSpaceUsage[] = "https://api.dropboxapi.com/2/users/get_space_usage";
+// The body for a function without arguments.
+constexpr char kNoArguments[] = "null";
+
+void readAccount(Json::Object owner, Account& account) {
+  for (const auto& [key, value] : owner) {
+    if (key == "email") Json::read(value, account.email);
+    if (key != "name") continue;
+    Json::readObject(value, [&](Json::Object name) {
+      for (const auto& [part, text] : name) {
+        if (part == "display_name") Json::read(text, account.name);
+      }
+    });
+  }
+}
+
+// A member of a team may have a limit, within that of the team.
+void readAllocation(Json::Object allocation, Account& account) {
+  std::int64_t ofAll = -1;
+  std::int64_t ofMember = -1;
+  for (const auto& [key, value] : allocation) {
+    if (key == "allocated") readSpace(value, ofAll);
+    if (key == "user_within_team_space_allocated") readSpace(value, ofMember);
+  }
+  account.totalSpace = ofMember > 0 ? ofMember : ofAll;
+}
+
+void readSpaceUsage(Json::Object usage, Account& account) {
+  for (const auto& [key, value] : usage) {
+    if (key == "used") readSpace(value, account.usedSpace);
+    if (key != "allocation") continue;
+    Json::readObject(value, [&](Json::Object allocation) { readAllocation(allocation, account); });
+  }
+}
+
+bool isWithheld(const Error& error) { return error.errorType == CoreErrors::AccessDenied; }
+
+}  // namespace
+
+Util::Outcome<Account, Error> DropboxClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    const AccountRequest request(kNoArguments);
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Post}, kCurrentAccount, request, readAccount)
+        .send({"getSpace", Http::Method::Post}, kSpaceUsage, request, readSpaceUsage)
+        .account();
+  });
 }
 
 // Errors

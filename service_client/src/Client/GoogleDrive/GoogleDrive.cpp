@@ -3,10 +3,12 @@
 #include <string>
 #include <string_view>
 
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
@@ -158,10 +160,11 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send({"listFileResource", Http::Method::Get}, filesUri, request,
-                     [&request](Http::Response&& response, Json::Parser& json) {
-                       return parseFileList(std::move(response), json, request);
-                     });
+  return ListingExtent::noted(
+      call().send({"listFileResource", Http::Method::Get}, filesUri, request,
+                  [&request](Http::Response&& response, Json::Parser& json) {
+                    return parseFileList(std::move(response), json, request);
+                  }));
 }
 
 // Creation
@@ -190,6 +193,55 @@ std::string Model::UploadFileRequest::serializePayload() const {
 Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
     const Model::UploadFileRequest& request) const {
   return call().create("uploadFile", filesUri, request, parseFile<confirmsCreation>);
+}
+
+// The owner of the account
+
+namespace {
+
+constexpr char kAbout[] =
+    "https://www.googleapis.com/drive/v3/about"
+    "?fields=user(displayName,emailAddress),storageQuota(usage,limit)&prettyPrint=false";
+
+void readUser(Json::Object user, Account& account) {
+  for (const auto& [key, value] : user) {
+    if (key == "displayName") Json::read(value, account.name);
+    if (key == "emailAddress") Json::read(value, account.email);
+  }
+}
+
+// Without a limit the service sends none.
+void readQuota(Json::Object quota, Account& account) {
+  for (const auto& [key, value] : quota) {
+    if (key == "usage") readSpace(value, account.usedSpace);
+    if (key == "limit") readSpace(value, account.totalSpace);
+  }
+}
+
+void readAbout(Json::Object about, Account& account) {
+  for (const auto& [key, value] : about) {
+    if (key == "user") {
+      Json::readObject(value, [&](Json::Object user) { readUser(user, account); });
+    } else if (key == "storageQuota") {
+      Json::readObject(value, [&](Json::Object quota) { readQuota(quota, account); });
+    }
+  }
+}
+
+// The service refuses requests with 403 for other reasons, too, such as exceeded limits.
+bool isWithheld(const Error& error) {
+  return error.httpResponseCode == 403 && (error.exceptionName == "insufficientPermissions" ||
+                                           error.exceptionName == "PERMISSION_DENIED");
+}
+
+}  // namespace
+
+Util::Outcome<Account, Error> GoogleDriveClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Get}, kAbout, AccountRequest(), readAbout)
+        .account();
+  });
 }
 
 // Errors
