@@ -11,6 +11,7 @@
 #include "CloudStorage/Util/Outcome.h"
 #include "Http/HeaderChecks.h"
 #include "Http/PercentEncoding.h"
+#include "Recording/Recorder.h"
 #include "Util/Json.h"
 #include "Util/Text.h"
 
@@ -59,12 +60,12 @@ Http::Response send(Http::Transport& transport, Http::Request request) {
   constexpr std::chrono::milliseconds kLimit = std::chrono::minutes(1);
   request.timeLimit = std::min(kLimit, Client::RunningCall::timeLeft());
   const auto begin = Clock::now();
-  auto response = transport.send(request);
+  auto response = Recording::send(transport, request);
   if (!couldNotConnect(response)) return response;
 
   request.timeLimit -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
   if (request.timeLimit <= request.timeLimit.zero()) return response;
-  return transport.send(request);
+  return Recording::send(transport, request);
 }
 
 using TokensOutcome = Util::Outcome<Tokens, Util::Status>;

@@ -14,6 +14,7 @@
 #include "Client/ErrorMarshalling.h"
 #include "Client/LastFailure.h"
 #include "Http/CurlTransport.h"
+#include "Recording/Recorder.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -91,7 +92,7 @@ Http::Response ServiceCall::transfer(Http::Request& request) const {
   if (request.timeLimit == request.timeLimit.zero()) return timeOver();
   if (!RunningCall::takeRequest()) return tooManyRequests();
   if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
-  Http::Response response = environment_.transport->send(request);
+  Http::Response response = Recording::send(*environment_.transport, request);
   if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
   return response;
 }
