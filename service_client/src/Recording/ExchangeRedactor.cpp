@@ -28,8 +28,9 @@ void add(std::string secret, Secrets& secrets) {
   secrets.push_back(std::move(secret));
 }
 
-std::string decodedFromJson(std::string text) {
-  std::string_view decoded = text;
+std::string decodedFromJson(std::string_view text) {
+  std::string buffer(text);  // is decoded in place
+  std::string_view decoded = buffer;
   try {
     Util::Json::decodeEscapes(decoded);
   } catch (const simdjson::simdjson_error&) {

@@ -88,26 +88,32 @@ struct Separator {
   const Sign* quote = nullptr;
   bool isQuoteEscaped = false;
   bool isNameQuoted = false;
+
+  /// Returns false if `sign` is part of the value.
+  bool add(const Sign& sign, char previous) {
+    const bool isAssignment = sign.meaning == '=' || sign.meaning == ':';
+    const bool isQuote = sign.meaning == '"' || sign.meaning == '\'';
+    if (isAssignment && assignment != nullptr) return false;
+    if (isAssignment) assignment = &sign;
+    if (isQuote && assignment == nullptr) isNameQuoted = true;
+    if (isQuote && assignment != nullptr) {
+      quote = &sign;
+      isQuoteEscaped = previous == '\\';
+    }
+    size += sign.spelling.size();
+    return true;
+  }
 };
 
 Separator separatorOf(std::string_view text) {
   constexpr std::size_t kLongest = 64;
   Separator separator;
+  const Sign* sign = signAt(text);
   char previous = '\0';
-  while (separator.size < kLongest && separator.quote == nullptr) {
-    const Sign* const sign = signAt(text.substr(separator.size));
-    if (sign == nullptr) break;
-    const bool isAssignment = sign->meaning == '=' || sign->meaning == ':';
-    const bool isQuote = sign->meaning == '"' || sign->meaning == '\'';
-    if (isAssignment && separator.assignment != nullptr) break;
-    if (isAssignment) separator.assignment = sign;
-    if (isQuote && separator.assignment == nullptr) separator.isNameQuoted = true;
-    if (isQuote && separator.assignment != nullptr) {
-      separator.quote = sign;
-      separator.isQuoteEscaped = previous == '\\';
-    }
+  while (sign != nullptr && separator.size < kLongest && separator.quote == nullptr) {
+    if (!separator.add(*sign, previous)) break;
     previous = sign->meaning;
-    separator.size += sign->spelling.size();
+    sign = signAt(text.substr(separator.size));
   }
   return separator;
 }
