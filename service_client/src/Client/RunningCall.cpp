@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Client/CallControl.h"
+#include "Recording/Recorder.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -102,7 +103,7 @@ Http::Response RunningCall::send(Http::Transport& transport, Http::Request& requ
   request.interrupt.descriptor = event ? event->descriptor() : -1;
   request.interrupt.deadline = control.deadline;
   request.timeLimit = std::min(request.timeLimit, timeLeft());
-  Http::Response response = transport.send(request);
+  Http::Response response = Recording::send(transport, request);
   if (response.failure) {
     if (auto reason = endReason()) response.failure = std::move(reason);
   }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Auth/Digest.h"
 #include "Config/ProcessSettings.h"
 #include "Http/CurlFailure.h"
 #include "Http/CurlHandlePool.h"
@@ -233,6 +234,21 @@ Response CurlTransport::send(const Request& request) {
   } catch (...) {
     return failed(failureOf(std::current_exception()));
   }
+}
+
+std::vector<std::string> CurlTransport::secrets() const {
+  const auto& [host, port, username, password] = options_.proxy;
+  std::vector<std::string> secrets;
+  if (const auto end = host.rfind('@'); end != std::string::npos) {  // it contains credentials
+    const auto scheme = host.find("://");
+    const auto begin = scheme == std::string::npos ? 0 : scheme + 3;
+    secrets.push_back(host.substr(begin, end - begin));
+  }
+  if (!username.empty()) {
+    secrets.push_back(password);
+    secrets.push_back(Auth::base64Encode(username + ':' + password));
+  }
+  return secrets;
 }
 
 }  // namespace CloudStorage::Http

@@ -214,9 +214,11 @@ ObjectWriter& ObjectWriter::addList(std::string_view name, std::string_view elem
   return *this;
 }
 
-ObjectWriter& ObjectWriter::addEmptyObject(std::string_view name) {
+ObjectWriter& ObjectWriter::addEmptyObject(std::string_view name) { return addJson(name, "{}"); }
+
+ObjectWriter& ObjectWriter::addJson(std::string_view name, std::string_view json) {
   begin(name);
-  members_ += "{}";
+  members_ += json;
   return *this;
 }
 

@@ -231,6 +231,10 @@ class ObjectWriter {
  public:
   ObjectWriter& add(std::string_view name, std::string_view value);
   ObjectWriter& add(std::string_view name, bool value);
+  /// Otherwise a literal would be a bool.
+  ObjectWriter& add(std::string_view name, const char* value) {
+    return add(name, std::string_view(value));
+  }
   template <typename T>
   ObjectWriter& addIfPresent(std::string_view name, const Field<T>& field) {
     return field.isPresent() ? add(name, field.value()) : *this;
@@ -239,6 +243,8 @@ class ObjectWriter {
   ObjectWriter& addList(std::string_view name, std::string_view element);
   /// Adds an object without members.
   ObjectWriter& addEmptyObject(std::string_view name);
+  /// Adds `json` as it is.
+  ObjectWriter& addJson(std::string_view name, std::string_view json);
 
   /// The whole object.
   std::string text() const;

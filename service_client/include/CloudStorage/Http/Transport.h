@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "CloudStorage/Export.h"
 #include "CloudStorage/Http/Headers.h"
@@ -85,6 +86,9 @@ class CLOUDSTORAGE_API Transport {
 
   /// Sends `request` and waits for the whole response.
   virtual Response send(const Request& request) = 0;
+
+  /// What must not be shown of that which it sends beside the request.
+  virtual std::vector<std::string> secrets() const { return {}; }
 };
 
 }  // namespace CloudStorage::Http
