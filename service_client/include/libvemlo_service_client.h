@@ -343,9 +343,11 @@ VEMLO_CLIENT_API void vemlo_client_set_dropbox_durable_token(int enabled);
 typedef struct vemlo_client_application {
   /** The size of the record in bytes. */
   size_t size;
+  /** The public identifier of the registration. */
   const char *client_id;
   /** Empty: none is sent, for applications that are registered as public clients. */
   const char *client_secret;
+  /** Where the service sends users back to, as it is registered. */
   const char *redirect_uri;
 } vemlo_client_application;
 
@@ -355,8 +357,9 @@ typedef struct vemlo_client_application {
  * @param service      one of the four drive services.
  * @param application  null: the built-in one again.
  * @return 0: done.
- *         -1: the service is none of the drives, the size is smaller than that of the first version,
- *         the client id or the redirect URI is empty, or a text contains a control character.
+ *         -1: the service is none of the drives, the size is smaller than that of the first
+ *         version, the client id or the redirect URI is empty, or a text contains a control
+ *         character.
  *         1: there is no memory.
  */
 VEMLO_CLIENT_API int vemlo_client_set_application(int32_t service,
@@ -423,7 +426,9 @@ typedef struct vemlo_client_proxy {
 typedef struct vemlo_client_account {
   /** The size of the record in bytes. */
   size_t size;
+  /** The name that the service shows. */
   char *name;
+  /** The e-mail address. */
   char *email;
   /** Bytes in use. */
   int64_t used_space;
@@ -512,7 +517,8 @@ VEMLO_CLIENT_API int vemlo_client_start_recording(const char *path);
  *
  * @return 0: done.
  *         -1: none is running.
- *         Positive: the `errno` of the first write that failed; what was written before can be read.
+ *         Positive: the `errno` of the first write that failed; what was written before can be
+ *         read.
  */
 VEMLO_CLIENT_API int vemlo_client_stop_recording(void);
 
