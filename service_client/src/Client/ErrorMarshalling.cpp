@@ -132,6 +132,10 @@ CoreErrors typeOf(Kind kind) {
       return CoreErrors::Timeout;
     case Kind::Untrusted:
       return CoreErrors::Untrusted;
+    case Kind::Cancelled:
+      return CoreErrors::Cancelled;
+    case Kind::DeadlineExceeded:
+      return CoreErrors::DeadlineExceeded;
     case Kind::ResponseTooLarge:
     case Kind::Refused:
       break;
@@ -139,11 +143,17 @@ CoreErrors typeOf(Kind kind) {
   return CoreErrors::LocalFailure;
 }
 
+// As opposed to a failure of this side.
+bool isOfTheNetwork(CoreErrors type) {
+  return type == CoreErrors::NetworkFailure || type == CoreErrors::Timeout ||
+         type == CoreErrors::Untrusted;
+}
+
 Error transportError(const Http::TransportFailure& failure, Http::Method method, ErrorTable table) {
   Error error = localError(failure.name, failure.message);
   error.errorType = typeOf(failure.kind);
   const ErrorRow* row = findRow(table, kAnyStatus, {});
-  if (row == nullptr || error.errorType == CoreErrors::LocalFailure) return error;
+  if (row == nullptr || !isOfTheNetwork(error.errorType)) return error;
   error.errorType = row->type;
   error.retryable =
       failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));
