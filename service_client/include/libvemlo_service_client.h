@@ -24,7 +24,8 @@
  *     members beyond the given size are neither read nor written. A callback must not read members
  *     beyond the size that it is given.
  *  4. Result codes: 0 is success. -1 means bad arguments: nothing was changed, and nothing was
- *     requested. Other codes are stated at the function.
+ *     requested. Other codes are stated at the function. A function that sets something and returns
+ *     nothing changes nothing if there is no memory.
  *  5. Any thread may call any function at any time, and no function blocks, unless its comment
  *     states otherwise. No function throws, and no function writes to the log.
  *  6. A callback must return normally: it must not throw, jump out or end the thread. It may call
@@ -304,14 +305,16 @@ typedef struct vemlo_client_tokens {
 
 /**
  * Called on the thread that renewed tokens, before its call continues. Called once per renewal, no
- * matter how many threads waited for it, and with no lock held. Tokens of one account that are
- * renewed twice in succession are reported in that order. What the callback does delays this
- * thread's call only, and other threads' renewals of the same account.
+ * matter how many threads waited for it, and with no lock held. Tokens that one session renews twice
+ * in succession are reported in that order. What the callback does delays this thread's call, and
+ * the next renewal that another thread needs on the same session; so it must not wait for such a
+ * thread. It may make calls on the session itself, and close it.
  */
 typedef void (*vemlo_client_token_callback)(const vemlo_client_tokens *tokens, void *user);
 
 /**
- * Sets the callback of the process. OneDrive replaces the refresh token with each renewal, so a host
+ * Sets the callback of the process, for open sessions, too. When the function returns, a call of the
+ * former callback may still be running. OneDrive replaces the refresh token with each renewal, so a host
  * that does not store what the callback receives loses the account when the stored one ends.
  *
  * @param callback  null: none.
@@ -393,8 +396,9 @@ VEMLO_CLIENT_API void vemlo_client_set_pkce(int enabled);
  * them; a request fails if they cannot be read.
  *
  * @param file    a file with PEM certificates. Null or empty: none.
- * @param folder  a folder with PEM certificates under hashed names (`openssl rehash`). Null or
- *                empty: none. If both are null or empty, the system's are trusted again.
+ * @param folder  a folder with PEM certificates under hashed names (`openssl rehash`), or several
+ *                separated by colons. Null or empty: none. If both are null or empty, the system's
+ *                are trusted again.
  * @return 0: done.
  *         1: there is no memory.
  */

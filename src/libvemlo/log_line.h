@@ -2,7 +2,9 @@
 
 #include <glog/logging.h>
 
+#include <cstddef>
 #include <ostream>
+#include <string>
 
 #include "CloudStorage/Util/Threading/CancellationDeferred.h"
 
@@ -49,5 +51,11 @@ class VerboseLine : public LogLine {
   explicit VerboseLine(const char* file = __builtin_FILE(), int line = __builtin_LINE())
       : LogLine(file, line, google::GLOG_INFO, &google::LogMessage::SendToLog) {}
 };
+
+// States the number of directories in a listing. The place in the source is that of the caller.
+inline void logDirectoryCount(std::size_t count, const char* file = __builtin_FILE(),
+                              int line = __builtin_LINE()) {
+  VerboseLine(file, line) << "Got " << std::to_string(count) << " directories. ";
+}
 
 }  // namespace libvemlo

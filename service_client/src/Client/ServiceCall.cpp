@@ -11,7 +11,6 @@
 #include "Auth/Digest.h"
 #include "Auth/Redactor.h"
 #include "Client/ErrorMarshalling.h"
-#include "Client/LastFailure.h"
 #include "Http/CurlTransport.h"
 
 namespace CloudStorage::Client {
@@ -110,8 +109,7 @@ Http::Request ServiceCall::encode(Http::Method method, const Http::URI& uri,
 }
 
 Error ServiceCall::withResponse(Error error, const Http::Response& response) {
-  error.httpResponseCode = response.status;
-  error.responseHeaders = response.headers;
+  addResponse(error, response);
   return error;
 }
 
@@ -127,6 +125,7 @@ Error ServiceCall::redacted(Error error, const Http::Request& request,
   const Auth::Redactor redactor(secrets);
   error.message = redactor.line(error.message);
   error.exceptionName = redactor.line(error.exceptionName);
+  error.requestId = Util::oneLine(redactor.line(error.requestId), kRequestIdLimit);
   return error;
 }
 
@@ -149,6 +148,8 @@ Error ServiceCall::errorOfCurrentException() {
 }
 
 void ServiceCall::noteFailure(const char* operation, const Error& error) const {
+  // The failure of the renewal states why the service refuses the token.
+  if (error.kind == FailureKind::LinkAgain && LastFailure::explainsRefusal()) return;
   LastFailure::set(service_, operation, error);
 }
 

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Client/LastFailure.h"
 #include "Client/Operation.h"
 #include "Client/RequestPolicy.h"
 #include "Client/RunningCall.h"
@@ -69,13 +70,18 @@ class ServiceCall {
   }
 
   /// The outcome of `work`, which is the whole or a part of the operation with this name, like
-  /// guarded(). Its failure becomes the last one of the thread.
+  /// guarded(). Its failure becomes the last one of the thread, unless the thread could not renew the
+  /// token that the service refuses: then the failure of the renewal stays the last one.
   template <typename Work>
   std::invoke_result_t<Work> run(const char* operation, const Work& work) const {
+    LastFailure::ceaseToExplain();
     auto outcome = guarded(work);
     if (!outcome.isSuccess()) noteFailure(operation, outcome.getError());
     return outcome;
   }
+
+  /// The error for the exception that is being handled.
+  static Error errorOfCurrentException();
 
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
   /// Sends `request` once, with the limits of the running call, as part of `operation`. For the
@@ -128,7 +134,6 @@ class ServiceCall {
   /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
-  static Error errorOfCurrentException();
   void noteFailure(const char* operation, const Error& error) const;
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
   /// the service redirected the request. If the call must end, `error` becomes the error that

@@ -99,16 +99,14 @@ CURLcode CurlHandle::perform(const Request::Interrupt& interrupt) {
 
 CURLcode CurlHandle::transfer(const Request::Interrupt& interrupt) {
   const CancellationDeferred cancellation;
+  // A name lookup cannot be ended. libcurl otherwise waits for it at the end of the transfer.
+  if (interrupt.isSet()) curl_easy_setopt(easy_.get(), CURLOPT_QUICK_EXIT, 1L);
   const Membership membership(multi_.get(), easy_.get());
   CURLMcode code = membership.result();
   for (int running = 1; code == CURLM_OK && running != 0;) {
     Wait wait(interrupt);
     code = cancellation.except([&] { return wait.on(multi_.get()); });
-    if (wait.isInterrupted()) {
-      // A name lookup cannot be ended. libcurl leaves it to its thread instead of waiting for it.
-      curl_easy_setopt(easy_.get(), CURLOPT_QUICK_EXIT, 1L);
-      return CURLE_ABORTED_BY_CALLBACK;
-    }
+    if (wait.isInterrupted()) return CURLE_ABORTED_BY_CALLBACK;
     if (code == CURLM_OK) code = curl_multi_perform(multi_.get(), &running);
   }
   return code == CURLM_OK ? resultOf(multi_.get()) : codeOf(code);

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Config/ProcessSettings.h"
 #include "Http/CurlFailure.h"
 #include "Http/CurlHandlePool.h"
 #include "Http/CurlRequest.h"
@@ -212,6 +213,9 @@ class Exchange {
 
 CurlTransport::CurlTransport(Options options) : options_(std::move(options)) {
   handles_ = std::make_unique<CurlHandlePool>();
+  if (!options_.trustAnchors) {
+    options_.trustAnchors = Config::ProcessSettings::current()->trustAnchors;
+  }
   if (!options_.trustAnchors) options_.trustAnchors = TrustAnchors::processWide();
 }
 

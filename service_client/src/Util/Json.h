@@ -7,6 +7,7 @@
 #include <exception>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,10 @@ namespace CloudStorage::Util::Json {
 /// object is nested deeper than 64 levels. Invalid UTF-8 is replaced.
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths);
+
+/// The whole number at `path` in `body`, also if it is the content of a string. Nothing if there is
+/// none; the conditions are those of texts().
+std::optional<std::int64_t> number(std::string_view body, std::string_view path);
 
 /// The following read a received JSON object once, from front to back. Texts are views into the
 /// text that was parsed. Input that is not JSON throws a simdjson_error.

@@ -34,6 +34,10 @@ struct Request {
     /// Does so while it is readable; -1: none.
     int descriptor = -1;
     std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::time_point::max();
+
+    bool isSet() const {
+      return descriptor >= 0 || deadline != std::chrono::steady_clock::time_point::max();
+    }
   };
   Interrupt interrupt;
   /// How long the transfer may take, in addition to the transport's own limits.
