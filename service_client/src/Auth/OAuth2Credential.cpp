@@ -102,6 +102,11 @@ class OAuth2Credential::RefreshTurn {
   }
 
  private:
+  bool isDecided() {
+    othersResult_ = credential_.resultSinceAttempt();
+    return othersResult_ || credential_.mayRefresh();
+  }
+
   OAuth2Credential& credential_;
   bool hasIt_ = false;
   bool isReporting_ = false;
