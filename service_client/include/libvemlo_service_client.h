@@ -252,8 +252,8 @@ typedef struct vemlo_client_progress {
 /**
  * Called on the thread that makes a call, after each response that the call receives.
  *
- * @return 0 to continue. Any other number ends the call, as
- *         vemlo_client_cancellation_trigger() does.
+ * @return 0 to continue. Any other number ends the call, as vemlo_client_cancellation_trigger()
+ *         does, unless it needs no further request.
  */
 typedef int (*vemlo_client_progress_callback)(const vemlo_client_progress *progress, void *user);
 

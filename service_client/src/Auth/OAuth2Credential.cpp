@@ -1,5 +1,6 @@
 #include "CloudStorage/Auth/OAuth2Credential.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -51,12 +52,19 @@ struct OAuth2Credential::FailedRefresh {
 /// The right to refresh the tokens, which one thread has at a time.
 class OAuth2Credential::RefreshTurn {
  public:
-  /// Waits until no other thread has the turn, but not longer than `limit`.
-  RefreshTurn(OAuth2Credential& credential, std::chrono::milliseconds limit)
-      : credential_(credential) {
+  /// Waits until no other thread has the turn, but not longer than the call of this thread may run.
+  explicit RefreshTurn(OAuth2Credential& credential) : credential_(credential) {
+    using Client::RunningCall;
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + RunningCall::timeLeft();
+    // A host that cancels the call does not notify the condition variable.
+    const Clock::duration longest =
+        RunningCall::isCancellable() ? std::chrono::milliseconds(20) : RunningCall::timeLeft();
     std::unique_lock<std::mutex> lock(credential_.mutex_);
-    hasIt_ = credential_.refreshEnded_.wait_for(lock, limit,
-                                                [this] { return !credential_.isRefreshing_; });
+    while (credential_.isRefreshing_ && !RunningCall::endReason() && Clock::now() < end) {
+      credential_.refreshEnded_.wait_for(lock, std::min(longest, end - Clock::now()));
+    }
+    hasIt_ = !credential_.isRefreshing_;
     if (hasIt_) credential_.isRefreshing_ = true;
   }
   ~RefreshTurn() {
@@ -91,7 +99,7 @@ Util::Status OAuth2Credential::refreshAccessToken() {
 }
 
 Util::Status OAuth2Credential::refreshUnlessDone() {
-  const RefreshTurn turn(*this, Client::RunningCall::timeLeft());
+  const RefreshTurn turn(*this);
   Client::LastFailure::ceaseToExplain();
   if (!turn.hasIt()) return {kNotRefreshed, "Another refresh has not ended in time."};
   if (auto result = resultSinceAttempt()) return *std::move(result);
@@ -117,6 +125,8 @@ Util::Status OAuth2Credential::refreshUnlessDone() {
     replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
     return status;
   }
+  // A refresh that the host has ended does not fail for threads whose calls continue.
+  if (Client::RunningCall::endReason()) return status;
   auto failure = std::make_shared<FailedRefresh>(FailedRefresh{status, std::nullopt});
   if (Client::LastFailure::explainsRefusal()) failure->record = *Client::LastFailure::get();
   lastFailure_ = std::move(failure);

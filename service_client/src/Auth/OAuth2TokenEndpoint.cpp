@@ -72,16 +72,18 @@ bool couldNotConnect(const Http::Response& response) {
 // Retries once, and only if nothing was sent: an authorization code is valid once, and some
 // services revoke the whole grant when they receive a code twice. Both attempts share the limit.
 Http::Response send(Http::Transport& transport, Http::Request request) {
+  using Client::RunningCall;
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds kLimit = std::chrono::minutes(1);
-  request.timeLimit = std::min(kLimit, Client::RunningCall::timeLeft());
+  request.timeLimit = kLimit;
   const auto begin = Clock::now();
-  auto response = transport.send(request);
+  auto response = RunningCall::send(transport, request);
   if (!couldNotConnect(response)) return response;
 
-  request.timeLimit -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
+  request.timeLimit =
+      kLimit - std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
   if (request.timeLimit <= request.timeLimit.zero()) return response;
-  return transport.send(request);
+  return RunningCall::send(transport, request);
 }
 
 /// The meaning of the service's errors (RFC 6749, section 5.2, and OpenID Connect Core 1.0, section

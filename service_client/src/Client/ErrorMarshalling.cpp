@@ -196,6 +196,10 @@ CoreErrors typeOf(Kind kind) {
       return CoreErrors::Timeout;
     case Kind::Untrusted:
       return CoreErrors::Untrusted;
+    case Kind::Cancelled:
+      return CoreErrors::Cancelled;
+    case Kind::DeadlineExceeded:
+      return CoreErrors::DeadlineExceeded;
     case Kind::ResponseTooLarge:
     case Kind::Refused:
       break;
@@ -209,12 +213,18 @@ FailureKind kindOfTransport(const Http::TransportFailure& failure, FailureKind b
   return failure.kind == Kind::Refused ? byName : kindOf(typeOf(failure.kind));
 }
 
+// As opposed to a failure of this side.
+bool isOfTheNetwork(CoreErrors type) {
+  return type == CoreErrors::NetworkFailure || type == CoreErrors::Timeout ||
+         type == CoreErrors::Untrusted;
+}
+
 Error transportError(const Http::TransportFailure& failure, Http::Method method, ErrorTable table) {
   Error error = localError(failure.name, failure.message);
   error.errorType = typeOf(failure.kind);
   error.kind = kindOfTransport(failure, error.kind);
   const ErrorRow* row = findRow(table, kAnyStatus, {});
-  if (row == nullptr || error.errorType == CoreErrors::LocalFailure) return error;
+  if (row == nullptr || !isOfTheNetwork(error.errorType)) return error;
   error.errorType = row->type;
   error.retryable =
       failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));

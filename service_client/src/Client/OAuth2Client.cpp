@@ -5,6 +5,7 @@
 
 #include "Auth/OAuth2TokenEndpoint.h"
 #include "Client/DriveCall.h"
+#include "Client/RunningCall.h"
 #include "Http/CurlTransport.h"
 #include "Http/PercentEncoding.h"
 #include "Util/StatusBarrier.h"
@@ -21,6 +22,11 @@ std::shared_ptr<Http::Transport> makeTokenTransport(const Config::ProxySetting& 
   options.limits.total = std::chrono::seconds(60);
   options.limits.maxBody = std::size_t{1} << 20U;
   return std::make_shared<Http::CurlTransport>(std::move(options));
+}
+
+ClientEnvironment withClock(ClientEnvironment environment) {
+  if (!environment.steadyNow) environment.steadyNow = std::chrono::steady_clock::now;
+  return environment;
 }
 
 void appendParameter(std::string& address, const std::string& name, const std::string& value) {
@@ -48,13 +54,12 @@ OAuth2Client::OAuth2Client(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                            ClientEnvironment environment)
     : WSClient(std::move(parts)),
       clientSpec_(std::move(clientSpec)),
-      environment_(std::move(environment)),
+      environment_(withClock(std::move(environment))),
       call_(std::make_shared<DriveCall>(this->parts(), environment_)) {
-  const auto& errorMarshaller = this->parts().errorMarshaller;
   setTokenEndpoint(std::make_shared<Auth::OAuth2TokenEndpoint>(
       clientSpec_,
       environment_.transport ? environment_.transport : makeTokenTransport(this->parts().proxy),
-      errorMarshaller ? errorMarshaller->service() : Service()));
+      this->parts().service()));
 }
 
 OAuth2Client::~OAuth2Client() = default;
@@ -76,6 +81,8 @@ Util::Status OAuth2Client::exchangeAuthorizationCode(const std::string& code,
                                                      const Auth::OAuth2RequestOptions& options,
                                                      Auth::OAuth2Credential& credential) const {
   return Util::guardedStatus([&] {
+    CallBudget budget;
+    const RunningCall call(budget, environment_.steadyNow, parts().service());
     Auth::TokenRefresher::Tokens tokens;
     auto status = tokenEndpoint_->exchange(code, options.scope, tokens);
     if (status.isSuccess()) {

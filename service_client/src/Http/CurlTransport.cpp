@@ -51,7 +51,7 @@ class Exchange {
     const CurlRequest options(request, options_);
     CURLcode code = options.applyTo(handle_.get());
     if (code == CURLE_OK) code = setCallbacks();
-    if (code == CURLE_OK) code = handle_.perform();
+    if (code == CURLE_OK) code = handle_.perform(request.interrupt);
     if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(transferFailure(code));
     if (!headers_.areComplete()) return failed(brokenHeaders());
 

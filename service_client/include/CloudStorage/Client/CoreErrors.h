@@ -53,7 +53,7 @@ enum class CoreErrors : std::uint32_t {
 
   /// The host cancelled the call.
   Cancelled = 28,
-  /// The deadline that the host set has passed.
+  /// The deadline that the host has set has passed.
   DeadlineExceeded = 29,
 
   /// Any failure of Google Drive and Amazon Drive, and of the network on the way to them. The
