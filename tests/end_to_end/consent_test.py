@@ -1,4 +1,4 @@
-"""Consent with a state, with a proof key, and for the host's own application; the host's own trust."""
+"""Consent with a state, a proof key and the host's own application; the host's own trust."""
 
 import os
 import unittest
