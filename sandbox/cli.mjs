@@ -13,6 +13,7 @@ const kUsage = `usage: cli.mjs run   [PART...] -- COMMAND [ARGUMENT...]
        cli.mjs serve --state FILE [PART...] [--parent PID]
        cli.mjs start --state FILE [PART...] [--parent [PID]]
        cli.mjs stop  --state FILE
+       cli.mjs run|serve|start --play RECORDING ...
        cli.mjs consent [--state FILE] [--account NAME] [--deny] URL
 
 A local cloud on 127.0.0.1, with throw-away credentials, gone when it is stopped.
@@ -32,6 +33,9 @@ Parts (all of them unless some are named):
   --drives     Google Drive, OneDrive, Dropbox and Amazon Drive with their sign-in pages
   --internet   a proxy that serves the public host names from the local servers
 
+Instead of parts:
+  --play FILE  a proxy that serves the hosts in a recording (HAR) from that recording
+
 Options:
   --state FILE     where the description (JSON) of the running sandbox is
   --parent PID     also end when process PID ends; for 'start' without a number: its own caller
@@ -43,6 +47,7 @@ const kOptions = {
   ...Object.fromEntries(kParts.map((part) => [part, { type: 'boolean' }])),
   state: { type: 'string' },
   parent: { type: 'string' },
+  play: { type: 'string' },
   account: { type: 'string' },
   deny: { type: 'boolean' },
   help: { type: 'boolean', short: 'h' },
@@ -76,9 +81,9 @@ function parse(argv) {
 // The options and the operand of each subcommand. `state` is required wherever it is an option,
 // except for consent.
 const kSubcommands = {
-  run: { options: kParts },
-  serve: { options: [...kParts, 'state', 'parent'] },
-  start: { options: [...kParts, 'state', 'parent'] },
+  run: { options: [...kParts, 'play'] },
+  serve: { options: [...kParts, 'play', 'state', 'parent'] },
+  start: { options: [...kParts, 'play', 'state', 'parent'] },
   stop: { options: ['state'] },
   consent: { options: ['state', 'account', 'deny'], operand: 'URL' },
 };
@@ -98,9 +103,17 @@ function check({ values, positionals, command }) {
     throw new UsageError(`${subcommand} takes no command`);
   if (options.includes('state') && subcommand !== 'consent' && !values.state)
     throw new UsageError(`${subcommand} needs --state FILE`);
+  if (values.play !== undefined && kParts.some((part) => values[part]))
+    throw new UsageError('--play takes the place of the parts');
   if (values.parent !== undefined && !/^[1-9]\d*$/.test(values.parent))
     throw new UsageError('--parent needs a process id');
   return subcommand;
+}
+
+function partsOf(values) {
+  if (values.play !== undefined) return ['internet'];
+  const named = kParts.filter((part) => values[part]);
+  return named.length > 0 ? named : kParts;
 }
 
 async function main(argv) {
@@ -111,12 +124,15 @@ async function main(argv) {
     return 0;
   }
   const subcommand = check(parsed);
-  const named = kParts.filter((part) => values[part]);
-  const parts = named.length > 0 ? named : kParts;
-  const options = { parts, file: values.state, parent: values.parent && Number(values.parent) };
+  const options = {
+    parts: partsOf(values),
+    recording: values.play,
+    file: values.state,
+    parent: values.parent && Number(values.parent),
+  };
   switch (subcommand) {
     case 'run':
-      return run(parts, command);
+      return run({ ...options, command });
     case 'serve':
       return serve(options);
     case 'start':

@@ -5,6 +5,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { Processes } from './processes.mjs';
 import { startInternet } from './internet/internet.mjs';
+import { startPlayer } from './player/player.mjs';
 import { startAzurite } from './servers/azurite.mjs';
 import { startDrives } from './servers/drives.mjs';
 import { publicRoutes } from './servers/public-hosts.mjs';
@@ -23,16 +24,22 @@ export const kParts = [...Object.keys(kServers), 'internet'];
 
 export class Sandbox {
   #parts;
+  #recording;
   #report;
   #processes = [];
   #internet;
+  #player;
   #failedLogs;
   #stopping = false;
   #starting = Promise.resolve();
 
-  /** `parts` are names from kParts; `report` receives one line of progress at a time. */
-  constructor(parts, report) {
+  /**
+   * `parts` are names from kParts. With `recording`, a file, its services are served from it.
+   * `report` receives one line of progress at a time.
+   */
+  constructor({ parts, recording }, report) {
     this.#parts = parts;
+    this.#recording = recording;
     this.#report = report;
   }
 
@@ -47,6 +54,7 @@ export class Sandbox {
     await Promise.all(this.#processes.map((processes) => processes.stop()));
     await this.#starting.catch(() => {}); // start() itself has reported the failure
     await this.#internet?.stop();
+    await this.#player?.stop();
     if (this.folder) await rm(this.folder, { recursive: true, force: true, maxRetries: 3 });
   }
 
@@ -71,6 +79,7 @@ export class Sandbox {
     const outcomes = await Promise.allSettled(started);
     const failure = outcomes.find(({ status }) => status === 'rejected');
     if (failure) throw failure.reason;
+    if (this.#recording) await this.#startPlayer();
     if (this.#parts.includes('internet'))
       await this.#timed('internet', () => this.#startInternet());
   }
@@ -93,6 +102,12 @@ export class Sandbox {
       throw error;
     }
     processes.died.catch((error) => this.#report(`warning: ${error.message}`));
+  }
+
+  async #startPlayer() {
+    const { stop, ...state } = await startPlayer(this.#recording);
+    this.#player = { stop };
+    this.state.player = state;
   }
 
   async #startInternet() {

@@ -8,8 +8,8 @@ import { Sandbox } from '../sandbox.mjs';
 import { writeState, startTimeOf } from '../state.mjs';
 import { exitCodeOf, stopSignal } from './signals.mjs';
 
-export async function run(parts, command) {
-  const sandbox = new Sandbox(parts, (line) => process.stderr.write(`sandbox: ${line}\n`));
+export async function run({ parts, recording, command }) {
+  const sandbox = new Sandbox({ parts, recording }, (line) => process.stderr.write(`sandbox: ${line}\n`));
   const stopped = stopSignal();
   try {
     const ready = await Promise.race([sandbox.start().then(() => true), stopped.then(() => false)]);

@@ -9,10 +9,10 @@ import { stopSignal } from './signals.mjs';
 
 const kMillisecondsBetweenChecks = 500;
 
-export async function serve({ parts, file, parent }) {
+export async function serve({ parts, recording, file, parent }) {
   await refuseIfRunning(file);
   const report = (line) => process.stdout.write(`sandbox: ${line}\n`);
-  const sandbox = new Sandbox(parts, report);
+  const sandbox = new Sandbox({ parts, recording }, report);
   const stopReason = Promise.race([
     stopSignal().then((signal) => `got ${signal}`),
     ...(parent ? [endOfProcess(parent).then(() => `process ${parent} is gone`)] : []),

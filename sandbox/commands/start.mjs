@@ -14,10 +14,10 @@ import { exitCodeOf, stopSignal } from './signals.mjs';
 const kCommandLine = fileURLToPath(new URL('../cli.mjs', import.meta.url));
 const kSecondsToStart = 180;
 
-export async function start({ parts, file, parent }) {
+export async function start({ parts, recording, file, parent }) {
   await refuseIfRunning(file);
   const logFile = `${resolve(file)}.log`;
-  const child = spawnServe({ parts, file, parent, logFile });
+  const child = spawnServe({ parts, recording, file, parent, logFile });
   const stopped = stopSignal();
   const printNewOutput = follow(logFile);
 
@@ -46,8 +46,9 @@ export async function start({ parts, file, parent }) {
 
 // The output goes to a file: an inherited pipe would stay open and block the reader of `start`'s
 // own output.
-function spawnServe({ parts, file, parent, logFile }) {
-  const options = ['--state', file, ...parts.map((part) => `--${part}`)];
+function spawnServe({ parts, recording, file, parent, logFile }) {
+  const what = recording ? ['--play', recording] : parts.map((part) => `--${part}`);
+  const options = ['--state', file, ...what];
   if (parent) options.push('--parent', `${parent}`);
   const log = openSync(logFile, 'w', 0o600);
   const child = spawn(process.execPath, [kCommandLine, 'serve', ...options], {

@@ -35,8 +35,17 @@ const kDriveHosts = [
 ];
 
 /** The routes, as { host, target }, to the servers in `state`. */
-export function publicRoutes({ radosgw, swift, azure, drives }) {
-  return [...s3Routes(radosgw ?? swift), ...azureRoutes(azure), ...driveRoutes(drives)];
+export function publicRoutes({ radosgw, swift, azure, drives, player }) {
+  return [
+    ...playerRoutes(player),
+    ...s3Routes(radosgw ?? swift),
+    ...azureRoutes(azure),
+    ...driveRoutes(drives),
+  ];
+}
+
+function playerRoutes(server) {
+  return server ? server.hosts.map((host) => ({ host, target: server.endpoint })) : [];
 }
 
 function s3Routes(server) {

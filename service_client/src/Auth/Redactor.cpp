@@ -10,7 +10,6 @@ namespace CloudStorage::Auth {
 namespace {
 
 constexpr std::string_view kMask = "***";
-constexpr std::string_view kSpaces = " \t\r\n";
 
 /// The longest character of UTF-8: so much more than a line may hold makes sure that its last
 /// character is complete.
@@ -24,6 +23,10 @@ constexpr std::size_t kShortestPart = 4;
 
 /// Parts of texts in Base64 that are shorter may be anywhere by chance.
 constexpr std::size_t kShortestBase64 = 8;
+
+/// How many bytes may be compared for a text: enough for any text but one that is made to cost as
+/// much as possible. Takes about a second.
+constexpr std::size_t kMostWork = 500'000'000;
 
 /// A way to write the bytes of a word: the number of characters at the beginning of `text`, which
 /// is not empty, that mean `byte`; 0 if they mean anything else.
@@ -69,9 +72,9 @@ bool isCutOff(std::string_view text) {
 
 // The length of `word` at the beginning of `text`; 0 if it is not there.
 std::size_t lengthIn(std::string_view text, std::string_view word, Spelling spelling,
-                     bool mayBeCutOff) {
+                     bool mayBeCutOff, std::size_t& work) {
   std::size_t length = 0;
-  for (std::size_t index = 0; index < word.size(); ++index) {
+  for (std::size_t index = 0; index < word.size(); ++index, ++work) {
     const std::string_view rest = text.substr(length);
     const std::size_t characters = rest.empty() ? 0 : spelling(rest, word[index]);
     if (characters == 0) {
@@ -80,11 +83,6 @@ std::size_t lengthIn(std::string_view text, std::string_view word, Spelling spel
     length += characters;
   }
   return length;
-}
-
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(kSpaces), text.size()));
-  return text.substr(0, text.find_last_not_of(kSpaces) + 1);
 }
 
 // The part that is the same in every text in Base64 that contains `secret` after `offset` bytes
@@ -102,7 +100,7 @@ std::string base64Part(std::string_view secret, std::size_t offset) {
 
 Redactor::Redactor(const std::vector<std::string>& secrets) {
   for (const std::string& given : secrets) {
-    const std::string_view secret = trimmed(given);
+    const std::string_view secret = Util::trimmed(given);
     if (secret.empty()) continue;
     add(std::string(secret));
     add(Util::oneLine(secret, std::string::npos));  // as line() finds it in a text
@@ -141,22 +139,43 @@ std::string Redactor::line(std::string_view text) const {
   // What follows the text that fits is not searched.
   std::string redacted;
   std::string_view rest = whole;
+  std::size_t work = 0;
   while (!rest.empty() && redacted.size() < Util::kLineLimit + kLongestCharacter) {
-    const std::size_t length = matchAt(rest, mayBeEncoded, mayBeCutOff);
+    const std::size_t length = matchAt(rest, mayBeEncoded, mayBeCutOff, work);
     redacted += length == 0 ? rest.substr(0, 1) : kMask;
     rest.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return Util::oneLine(redacted);
 }
 
-std::size_t Redactor::matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff) const {
-  if (!isFirst_.at(static_cast<unsigned char>(text.front()))) return 0;
+std::string Redactor::text(std::string_view text, std::string_view mask) const {
+  const bool mayBeEncoded = text.find_first_of(kSignsOfEncoding) != std::string_view::npos;
+  const bool mayBeCutOff = text.size() >= kShortestTruncatedText;
+  std::string redacted;
+  redacted.reserve(text.size());
+  std::size_t work = 0;
+  while (!text.empty()) {
+    const std::size_t length = matchAt(text, mayBeEncoded, mayBeCutOff, work);
+    if (work > kMostWork) return std::string(mask);
+    redacted += length == 0 ? text.substr(0, 1) : mask;
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return redacted;
+}
+
+std::size_t Redactor::matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff,
+                              std::size_t& work) const {
+  const char first = text.front();
+  if (!isFirst_.at(static_cast<unsigned char>(first))) return 0;
+  const bool isEncoded = mayBeEncoded && (first == '%' || first == '\\');
   std::size_t longest = 0;
+  work += words_.size();
   for (const std::string& word : words_) {
-    longest = std::max(longest, lengthIn(text, word, plain, mayBeCutOff));
+    if (first != word.front() && !isEncoded) continue;
+    longest = std::max(longest, lengthIn(text, word, plain, mayBeCutOff, work));
     if (!mayBeEncoded) continue;
     for (const Spelling encoding : kEncodings) {
-      longest = std::max(longest, lengthIn(text, word, encoding, mayBeCutOff));
+      longest = std::max(longest, lengthIn(text, word, encoding, mayBeCutOff, work));
     }
   }
   return longest;

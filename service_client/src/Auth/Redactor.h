@@ -20,10 +20,18 @@ class Redactor {
   /// off is replaced, too.
   std::string line(std::string_view text) const;
 
+  /// `text`, of any length and with any bytes, in which `mask` replaces what line() replaces. If
+  /// that takes too long, because a hostile text resembles the secrets all along, the result is
+  /// `mask` alone.
+  std::string text(std::string_view text, std::string_view mask) const;
+
  private:
   void add(std::string word);
   void addBase64(std::string_view secret);
-  std::size_t matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff) const;
+  /// The length of the secret at the beginning of `text`; 0 if there is none. Adds the number of
+  /// compared bytes to `work`.
+  std::size_t matchAt(std::string_view text, bool mayBeEncoded, bool mayBeCutOff,
+                      std::size_t& work) const;
 
   /// The secrets, and their forms in Base64.
   std::vector<std::string> words_;

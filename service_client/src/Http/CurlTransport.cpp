@@ -9,6 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "Auth/Digest.h"
+#include "Config/ProcessSettings.h"
 #include "Http/CurlFailure.h"
 #include "Http/CurlHandlePool.h"
 #include "Http/CurlRequest.h"
@@ -51,7 +53,7 @@ class Exchange {
     const CurlRequest options(request, options_);
     CURLcode code = options.applyTo(handle_.get());
     if (code == CURLE_OK) code = setCallbacks();
-    if (code == CURLE_OK) code = handle_.perform();
+    if (code == CURLE_OK) code = handle_.perform(request.interrupt);
     if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(transferFailure(code));
     if (!headers_.areComplete()) return failed(brokenHeaders());
 
@@ -212,6 +214,9 @@ class Exchange {
 
 CurlTransport::CurlTransport(Options options) : options_(std::move(options)) {
   handles_ = std::make_unique<CurlHandlePool>();
+  if (!options_.trustAnchors) {
+    options_.trustAnchors = Config::ProcessSettings::current()->trustAnchors;
+  }
   if (!options_.trustAnchors) options_.trustAnchors = TrustAnchors::processWide();
 }
 
@@ -229,6 +234,21 @@ Response CurlTransport::send(const Request& request) {
   } catch (...) {
     return failed(failureOf(std::current_exception()));
   }
+}
+
+std::vector<std::string> CurlTransport::secrets() const {
+  const auto& [host, port, username, password] = options_.proxy;
+  std::vector<std::string> secrets;
+  if (const auto end = host.rfind('@'); end != std::string::npos) {  // it contains credentials
+    const auto scheme = host.find("://");
+    const auto begin = scheme == std::string::npos ? 0 : scheme + 3;
+    secrets.push_back(host.substr(begin, end - begin));
+  }
+  if (!username.empty()) {
+    secrets.push_back(password);
+    secrets.push_back(Auth::base64Encode(username + ':' + password));
+  }
+  return secrets;
 }
 
 }  // namespace CloudStorage::Http

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "CloudStorage/Config/ProxySetting.h"
 #include "CloudStorage/Http/Transport.h"
@@ -36,7 +38,7 @@ class CurlTransport final : public Transport {
     /// Whether requests accept responses compressed with gzip or deflate.
     bool acceptCompressed = false;
     Limits limits;
-    /// The process-wide ones if null.
+    /// If null, those that the host has set, or else the process-wide ones.
     std::shared_ptr<TrustAnchors> trustAnchors;
   };
 
@@ -47,6 +49,8 @@ class CurlTransport final : public Transport {
   CurlTransport& operator=(const CurlTransport&) = delete;
 
   Response send(const Request& request) override;
+  /// The password of the proxy, also with the user name as it is sent.
+  std::vector<std::string> secrets() const override;
 
  private:
   Options options_;

@@ -7,6 +7,7 @@
 #include <exception>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,10 @@ namespace CloudStorage::Util::Json {
 /// object is nested deeper than 64 levels. Invalid UTF-8 is replaced.
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths);
+
+/// The whole number at `path` in `body`, also if it is the content of a string. Nothing if there is
+/// none; the conditions are those of texts().
+std::optional<std::int64_t> number(std::string_view body, std::string_view path);
 
 /// The following read a received JSON object once, from front to back. Texts are views into the
 /// text that was parsed. Input that is not JSON throws a simdjson_error.
@@ -226,6 +231,10 @@ class ObjectWriter {
  public:
   ObjectWriter& add(std::string_view name, std::string_view value);
   ObjectWriter& add(std::string_view name, bool value);
+  /// Otherwise a literal would be a bool.
+  ObjectWriter& add(std::string_view name, const char* value) {
+    return add(name, std::string_view(value));
+  }
   template <typename T>
   ObjectWriter& addIfPresent(std::string_view name, const Field<T>& field) {
     return field.isPresent() ? add(name, field.value()) : *this;
@@ -234,6 +243,8 @@ class ObjectWriter {
   ObjectWriter& addList(std::string_view name, std::string_view element);
   /// Adds an object without members.
   ObjectWriter& addEmptyObject(std::string_view name);
+  /// Adds `json` as it is.
+  ObjectWriter& addJson(std::string_view name, std::string_view json);
 
   /// The whole object.
   std::string text() const;

@@ -9,6 +9,7 @@
 #include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
 #include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
@@ -326,6 +327,8 @@ namespace {
 /// other.
 /// The service recommends a retry after 429 and 503, which it sends before any work is done.
 constexpr ErrorRow kRows[] = {
+    {401, "", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::LinkAgain},
+    {409, "", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::ExistsAlready},
     {429, "", CoreErrors::TemporaryFailure, Retry::Always},
     {500, "", CoreErrors::TemporaryFailure, Retry::Reads},
     {502, "", CoreErrors::TemporaryFailure, Retry::Reads},
@@ -345,9 +348,11 @@ ServiceMessage readMessage(const Http::Response& response) {
 
 }  // namespace
 
+ErrorTable errorTable() { return kRows; }
+
 Error AmazonDriveErrorMarshaller::marshall(const Http::Response& response,
                                            Http::Method method) const {
-  return marshallError(response, method, readMessage, kRows);
+  return withInvalidName(marshallError(response, method, readMessage, kRows), method);
 }
 
 }  // namespace CloudStorage::Client::AmazonDrive

@@ -8,6 +8,7 @@
 #include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
 #include "Client/ListingExtent.h"
 #include "Client/OneDrive/DriveItemJson.h"
@@ -279,7 +280,13 @@ namespace {
 
 constexpr ErrorRow kRows[] = {
     {400, "notSupported", CoreErrors::NotImplemented, Retry::Never},
+    {400, "invalidFileName", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "invalidPath", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "pathIsTooLong", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "pathTooDeep", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {401, "", CoreErrors::NotAuthenticated, Retry::Never, FailureKind::LinkAgain},
     {403, "quotaLimitReached", CoreErrors::QuotaExceeded, Retry::Never},
+    {409, "nameAlreadyExists", CoreErrors::Conflict, Retry::Never, FailureKind::ExistsAlready},
     {410, "", CoreErrors::Conflict, Retry::Never},
     {501, "", CoreErrors::NotImplemented, Retry::Never},
     {503, "activityLimitReached", CoreErrors::Throttled, Retry::Always},
@@ -288,14 +295,17 @@ constexpr ErrorRow kRows[] = {
 };
 
 ServiceMessage readMessage(const Http::Response& response) {
-  const auto texts = Json::texts(response.body, {"error/code", "error/message"});
-  return {texts[0], texts[1]};
+  const auto texts = Json::texts(response.body, {"error/code", "error/message",
+                                                 "error/innerError/code", "error/innererror/code"});
+  return {texts[0], texts[1], texts[2].empty() ? texts[3] : texts[2]};
 }
 
 }  // namespace
 
+ErrorTable errorTable() { return kRows; }
+
 Error OneDriveErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
-  return marshallError(response, method, readMessage, kRows);
+  return withInvalidName(marshallError(response, method, readMessage, kRows), method);
 }
 
 }  // namespace CloudStorage::Client::OneDrive

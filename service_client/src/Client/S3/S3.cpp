@@ -6,6 +6,7 @@
 
 #include "Auth/AWSV4Signer.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
@@ -142,15 +143,17 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "AuthorizationHeaderMalformed", CoreErrors::WrongRegion, Retry::ServerErrors},
     {kAnyStatus, "IllegalLocationConstraintException", CoreErrors::WrongRegion,
      Retry::ServerErrors},
-    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::ServerErrors},
-    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::ServerErrors},
-    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::ServerErrors},
+    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::ServerErrors,
+     FailureKind::WrongRegion},
+    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::ServerErrors, FailureKind::WrongRegion},
+    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::ServerErrors, FailureKind::WrongRegion},
 
     {kAnyStatus, "InvalidArgument", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidRequest", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidURI", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "MalformedXML", CoreErrors::InvalidRequest, Retry::ServerErrors},
-    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::ServerErrors,
+     FailureKind::NameNotAllowed},
     {kAnyStatus, "MissingContentLength", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "BadDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
@@ -173,6 +176,8 @@ Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
 }
 
 }  // namespace
+
+ErrorTable errorTable() { return kRows; }
 
 Error S3ErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   const auto readMessage = [](const Http::Response& failed) { return readXmlError(failed.body); };
