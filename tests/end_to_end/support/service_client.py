@@ -9,6 +9,33 @@ from .libvemlo import load
 SERVICES = {"amazon_drive": 3, "google_drive": 4, "one_drive": 5, "dropbox": 6}
 
 
+class Proxy(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_size_t),
+        ("host", ctypes.c_char_p),
+        ("port", ctypes.c_uint16),
+        ("username", ctypes.c_char_p),
+        ("password", ctypes.c_char_p),
+    ]
+
+
+class AccountRecord(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_size_t),
+        ("name", ctypes.c_char_p),
+        ("email", ctypes.c_char_p),
+        ("used_space", ctypes.c_int64),
+        ("total_space", ctypes.c_int64),
+    ]
+
+
+class Account(NamedTuple):
+    name: str
+    email: str
+    used_space: int
+    total_space: int
+
+
 class _Tokens(ctypes.Structure):
     _fields_ = [
         ("size", ctypes.c_size_t),
@@ -82,3 +109,21 @@ def set_pkce():
 
 def set_trust(file=None, folder=None):
     return load().vemlo_client_set_trust(*(path and path.encode() for path in (file, folder)))
+
+
+def account_of(drive, access_token, refresh_token, port):
+    """The code and the account; None after a failure. `port` is that of a proxy of this machine."""
+    library = load()
+    proxy = Proxy(ctypes.sizeof(Proxy), b"127.0.0.1", port, None, None)
+    record = AccountRecord(ctypes.sizeof(AccountRecord))
+    tokens = [token if token is None else token.encode() for token in (access_token, refresh_token)]
+    code = library.vemlo_client_get_account(
+        SERVICES[drive.family], *tokens, ctypes.byref(proxy), ctypes.byref(record)
+    )
+    if code != 0:
+        return code, None
+    account = Account(
+        record.name.decode(), record.email.decode(), record.used_space, record.total_space
+    )
+    library.vemlo_client_free_account(ctypes.byref(record))
+    return code, account
