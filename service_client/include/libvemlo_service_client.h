@@ -305,17 +305,18 @@ typedef struct vemlo_client_tokens {
 
 /**
  * Called on the thread that renewed tokens, before its call continues. Called once per renewal, no
- * matter how many threads waited for it, and with no lock held. Tokens that one session renews twice
- * in succession are reported in that order. What the callback does delays this thread's call, and
- * the next renewal that another thread needs on the same session; so it must not wait for such a
- * thread. It may make calls on the session itself, and close it.
+ * matter how many threads waited for it, and with no lock held. Tokens that one session renews
+ * twice in succession are reported in that order. What the callback does delays this thread's call,
+ * and the next renewal that another thread needs on the same session; so it must not wait for such
+ * a thread. It may make calls on the session itself, and close it.
  */
 typedef void (*vemlo_client_token_callback)(const vemlo_client_tokens *tokens, void *user);
 
 /**
- * Sets the callback of the process, for open sessions, too. When the function returns, a call of the
- * former callback may still be running. OneDrive replaces the refresh token with each renewal, so a host
- * that does not store what the callback receives loses the account when the stored one ends.
+ * Sets the callback of the process, for open sessions, too. When the function returns, a call of
+ * the former callback may still be running. OneDrive replaces the refresh token with each renewal,
+ * so a host that does not store what the callback receives loses the account when the stored one
+ * ends.
  *
  * @param callback  null: none.
  * @param user      what the callback receives. Not read otherwise; may be null.

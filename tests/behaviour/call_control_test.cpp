@@ -1,23 +1,23 @@
 // What a host sets for the calls of a thread: cancellation, deadline and progress.
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "any_service.h"
 #include "libvemlo_service_client.h"
-#include "loopback.h"
-#include "support/sanitizers.h"
 
 namespace Behaviour {
 namespace {
 
-using testing::Each;
-using testing::ElementsAre;
 using testing::Gt;
 using testing::IsEmpty;
 using testing::Lt;
@@ -217,6 +217,52 @@ TEST_P(CallControl, CallsOfTheProgressCallbackAreNotReported) {
   const std::size_t before = cloud->count();
   EXPECT_TRUE(lists(handle.get()));
   EXPECT_EQ(cloud->count() - before, 2 * static_cast<std::size_t>(calls));
+}
+
+/// Passes requests on and keeps a copy of each in text form.
+class Witness : public CloudStorage::Http::Transport {
+ public:
+  explicit Witness(std::shared_ptr<CloudStorage::Http::Transport> next) : next_(std::move(next)) {}
+
+  CloudStorage::Http::Response send(const CloudStorage::Http::Request& request) override {
+    std::string text = methodName(request.method) + (' ' + request.uri.toString());
+    for (const auto& [name, value] : request.headers) text += '\n' + name + ": " + value;
+    requests.push_back(text + "\n\n" + request.body);
+    return next_->send(request);
+  }
+
+  std::vector<std::string> requests;
+
+ private:
+  std::shared_ptr<CloudStorage::Http::Transport> next_;
+};
+
+TEST_P(CallControl, RequestsAndLogAreTheSameAsWithoutIt) {
+  const auto trace = [&] {
+    const auto witness = std::make_shared<Witness>(std::make_shared<Cloud>(service()));
+    auto environment = fixture.environment();
+    environment.now = [] { return std::chrono::system_clock::from_time_t(1709195415); };
+    environment.transport = witness;
+    const OpenSession handle(service().open(environment), service().facts.cleanup);
+    EXPECT_EQ(service().authorize(handle.get()), 0);
+    const TestSupport::LogCapture ownLog;
+    for (const Operation& operation : service().operations()) {
+      Outs outs;
+      EXPECT_EQ(operation.call(handle.get(), outs), 0);
+    }
+    Outs outs;
+    service().creationOf("new").call(handle.get(), outs);  // exists already, mostly
+    for (const auto& record : ownLog.records()) witness->requests.push_back(record.text);
+    return witness->requests;
+  };
+  const auto before = trace();
+  EXPECT_THAT(before, Not(IsEmpty()));
+
+  const Cancellation cancellation = makeCancellation();
+  vemlo_client_set_cancellation(cancellation.get());
+  vemlo_client_set_deadline(INT64_MAX);
+  const Observed observed([](const vemlo_client_progress& /*progress*/) { return 0; });
+  EXPECT_EQ(trace(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, CallControl, testing::ValuesIn(allServices()), ServiceName());

@@ -6,8 +6,8 @@
 
 namespace CloudStorage::CInterface {
 
-/// Applies `edit` to the settings of the process. Returns 0, or 1 if there is no memory for it; then
-/// nothing changes.
+/// Applies `edit` to the settings of the process. Returns 0. Returns 1 and changes nothing if there
+/// is no memory.
 template <typename Edit>
 int changeSettings(const Edit& edit) noexcept {
   try {

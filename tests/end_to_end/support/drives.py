@@ -1,6 +1,7 @@
 """The sandbox's control over its drives, and the consent of an account holder."""
 
 import ctypes
+import json
 import os
 import ssl
 import urllib.parse
@@ -23,17 +24,45 @@ def control(what, service, **details):
     return sandbox.control("POST", what, body, part="drives")
 
 
+def _service(service):
+    return sandbox.state()["drives"]["services"][NAMES[service]]
+
+
+def token_path(service):
+    return urllib.parse.urlsplit(_service(service)["tokenEndpoint"]).path
+
+
+def _browser():
+    internet = sandbox.state()["internet"]
+    proxy = f"http://{internet['proxyHost']}:{internet['proxyPort']}"
+    return urllib.request.build_opener(
+        urllib.request.ProxyHandler({"https": proxy}),
+        urllib.request.HTTPSHandler(context=ssl.create_default_context(cafile=internet["caFile"])),
+    )
+
+
+def exchange(service, code):
+    """The access token and the refresh token for a code, without the library."""
+    client = _service(service)
+    form = {
+        "grant_type": "authorization_code",
+        "code": code,
+        "client_id": client["clientId"],
+        "client_secret": client["clientSecret"],
+        "redirect_uri": sandbox.state()["drives"]["redirectUri"],
+    }
+    body = urllib.parse.urlencode(form).encode()
+    with _browser().open(client["tokenEndpoint"], body, timeout=30) as response:
+        tokens = json.load(response)
+    return tokens["access_token"], tokens["refresh_token"]
+
+
 def consent(url, account, decision="allow"):
     """Opens an authorization address and submits the account holder's decision.
 
     Returns the address of the redirect page.
     """
-    internet = sandbox.state()["internet"]
-    proxy = f"http://{internet['proxyHost']}:{internet['proxyPort']}"
-    browser = urllib.request.build_opener(
-        urllib.request.ProxyHandler({"https": proxy}),
-        urllib.request.HTTPSHandler(context=ssl.create_default_context(cafile=internet["caFile"])),
-    )
+    browser = _browser()
     with browser.open(url, timeout=30) as page:
         address = page.url
     form = urllib.parse.urlencode({"account": account, "decision": decision})

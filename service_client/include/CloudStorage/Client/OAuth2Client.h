@@ -26,8 +26,8 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
                                       public std::enable_shared_from_this<OAuth2Client> {
  public:
   /// Makes `credential` refreshable by setting its token refresher to the service's token endpoint.
-  /// What the host has set for the service with vemlo_client_set_application() takes precedence over
-  /// `clientSpec`. Does not connect.
+  /// What the host has set with vemlo_client_set_application() takes precedence over `clientSpec`.
+  /// Does not connect.
   OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
                std::shared_ptr<Auth::OAuth2Credential> credential,
                std::shared_ptr<RetryStrategy> retryStrategy,
