@@ -126,7 +126,8 @@ class Packages(unittest.TestCase):
                               f"{name}@{name if kind == 'A' else 'Base'}" for kind, name in names})
 
     def test_symbols_without_a_version_require_this_version(self):
-        for name, version in self.symbols()["libvemlo_service_client.so.1 libvemlo1 #MINVER#"].items():
+        symbols = self.symbols()["libvemlo_service_client.so.1 libvemlo1 #MINVER#"]
+        for name, version in symbols.items():
             with self.subTest(symbol=name):
                 self.assertEqual(version, "1.0.0 1" if name.endswith("@Base") else "1.0.0")
 

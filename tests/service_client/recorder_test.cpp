@@ -172,9 +172,26 @@ TEST_F(Recorder, SecretsOfEarlierExchangesAreRedacted) {
   EXPECT_EQ(entry.at("request").at("url"), "https://a.test/%5Bredacted%5D");
 }
 
+TEST_F(Recorder, TokenIsRedactedWhoseNameHasEscapes) {
+  record(requestTo("https://a.test/token", kForm, "code=the-code"),
+         response(200, R"({"acces\u0073_token":"an-access-token"})"));
+  EXPECT_THAT(file.text(), Not(HasSubstr("an-access-token")));
+}
+
 TEST_F(Recorder, SecretsOfTheTransportAreRedacted) {
+  struct ProxyTransport : TestSupport::ScriptedTransport {
+    std::vector<std::string> secrets() const override { return {"proxy-word"}; }
+  } proxy;
+  proxy.enqueue(response(407, "Not proxy-word, user cHJveHktd29yZA=="));
+  CloudStorage::Recording::send(proxy, requestTo("http://a.test/proxy-word"));
+  EXPECT_THAT(file.text(), Not(HasSubstr("proxy-word")));
+  EXPECT_THAT(file.text(), Not(HasSubstr("cHJveHkt")));
+}
+
+TEST(SecretsOfCurlTransport, AreThoseOfItsProxy) {
   Http::CurlTransport::Options options;
   options.proxy = {"user:in-address@127.0.0.1", 1, "proxy-user", "proxy-word"};
+  EXPECT_THAT(Http::CurlTransport({}).secrets(), testing::IsEmpty());
   const auto secrets = Http::CurlTransport(options).secrets();
   EXPECT_THAT(secrets, testing::UnorderedElementsAre("user:in-address", "proxy-word",
                                                      base64Encode("proxy-user:proxy-word")));

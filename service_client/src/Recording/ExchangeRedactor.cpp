@@ -8,6 +8,7 @@
 
 #include "Http/PercentEncoding.h"
 #include "Recording/EmailAddresses.h"
+#include "Util/Json.h"
 #include "Util/JsonEscapes.h"
 
 namespace CloudStorage::Recording {
@@ -76,6 +77,13 @@ Secrets lastingOf(const Http::Request& request, const Http::Response& response) 
   addAuthorization(request, lasting, momentary);
   addFields(request.body, kindOf(request.headers), lasting);
   addFields(response.body, kindOf(response.headers), lasting);
+  // The names of a response with tokens may have escapes.
+  if (kindOf(request.headers) == TextKind::Form) {
+    for (std::string& token :
+         Util::Json::texts(response.body, {"access_token", "refresh_token", "id_token"})) {
+      add(std::move(token), lasting);
+    }
+  }
   return lasting;
 }
 

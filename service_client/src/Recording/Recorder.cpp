@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -47,11 +46,11 @@ class Recorder {
   /// A process that was forked has a copy of the recorder, but not a file of its own.
   bool belongsToThisProcess() const { return process_ == ::getpid(); }
 
-  void add(const Exchange& exchange, std::vector<std::string> secretsOfTransport) {
+  void add(const Exchange& exchange, const Http::Transport& transport) {
     const CancellationDeferred cancellation;
     try {
       std::vector<std::string> known = knownSecrets();
-      std::move(secretsOfTransport.begin(), secretsOfTransport.end(), std::back_inserter(known));
+      for (std::string& secret : transport.secrets()) known.push_back(std::move(secret));
       const ExchangeRedactor redactor(exchange.request, exchange.response, std::move(known));
       std::string entry = harEntry(exchange, redactor);
       append(std::move(entry), redactor.lastingSecrets());
@@ -146,7 +145,7 @@ Http::Response send(Http::Transport& transport, const Http::Request& request) {
   const auto start = Clock::now();
   Http::Response response = transport.send(request);
   const auto duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-  recorder->add({request, response, begin, duration}, transport.secrets());
+  recorder->add({request, response, begin, duration}, transport);
   return response;
 }
 

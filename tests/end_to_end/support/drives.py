@@ -76,15 +76,25 @@ def query_of(url):
     return dict(urllib.parse.parse_qsl(urllib.parse.urlsplit(url).query, strict_parsing=True))
 
 
+def _converted(function, text):
+    library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
+    convert = getattr(library, function)
+    convert.argtypes = [ctypes.c_char_p]
+    convert.restype = ctypes.c_void_p
+    library.libvemlo_global_init()
+    converted = convert(text.encode())
+    try:
+        return ctypes.string_at(converted).decode()
+    finally:
+        ctypes.CDLL(None).free(ctypes.c_void_p(converted))
+        library.libvemlo_global_cleanup()
+
+
 def deciphered(text):
     """The plain text of `text`, which encrypt_string() of the library has encrypted."""
-    library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
-    library.decrypt_string.argtypes = [ctypes.c_char_p]
-    library.decrypt_string.restype = ctypes.c_void_p
-    library.libvemlo_global_init()
-    plain = library.decrypt_string(text.encode())
-    try:
-        return ctypes.string_at(plain).decode()
-    finally:
-        ctypes.CDLL(None).free(ctypes.c_void_p(plain))
-        library.libvemlo_global_cleanup()
+    return _converted("decrypt_string", text)
+
+
+def enciphered(text):
+    """What decrypt_string() of the library turns into `text`, as one line."""
+    return "".join(_converted("encrypt_string", text).split())

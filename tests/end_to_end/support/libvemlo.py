@@ -7,7 +7,7 @@ import ctypes
 import os
 from typing import NamedTuple, Optional
 
-from . import log
+from . import log, recordings
 
 UNTOUCHED_COUNT = -77
 UNTOUCHED_BUCKETS = 0x5EED0
@@ -50,6 +50,7 @@ def load():
     for name, (result, arguments) in signatures.items():
         function = getattr(library, name)
         function.restype, function.argtypes = result, arguments
+    recordings.begin()
     return library
 
 

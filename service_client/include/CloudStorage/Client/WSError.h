@@ -26,7 +26,7 @@ struct WSError {
   FailureKind kind = FailureKind::None;
   /// What the service calls the request in its own logs; empty if it did not say. Not part of the
   /// logged form.
-  std::string requestId;
+  std::string requestId{};
 };
 
 using Error = WSError<CoreErrors>;
