@@ -42,7 +42,11 @@ thread_local bool Reporting::isRunning = false;
 }  // namespace
 
 RunningCall::RunningCall(CallBudget& budget, const Clock& now, Service service)
-    : budget_(budget), now_(now), service_(service), outer_(callOfThread) {
+    : budget_(budget),
+      now_(now),
+      service_(service),
+      reportedRequests_(budget.usage().requests),
+      outer_(callOfThread) {
   callOfThread = this;
 }
 
@@ -118,11 +122,14 @@ Http::Response RunningCall::send(Http::Transport& transport, Http::Request& requ
 void RunningCall::report(const char* operation, std::size_t entries) {
   RunningCall* call = callOfThread;
   if (call == nullptr) return;
-  call->budget_.usage().entries += entries;
+  auto& usage = call->budget_.usage();
+  if (usage.requests == call->reportedRequests_) return;  // none was sent since
+  call->reportedRequests_ = usage.requests;
+  usage.entries += entries;
   const auto callback = CallControl::ofThread().progress;  // which may replace itself
   if (!callback || Reporting::isRunning) return;
   const Reporting reporting;
-  if (!callback({call->service_, operation, call->budget_.usage()})) call->budget_.cancel();
+  if (!callback({call->service_, operation, usage})) call->budget_.cancel();
 }
 
 }  // namespace CloudStorage::Client

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -49,7 +50,7 @@ class RunningCall {
   static Http::Response send(Http::Transport& transport, Http::Request& request);
 
   /// Adds entries of a listing to the call's usage and reports to the host how far the call has
-  /// come. `operation` is static.
+  /// come, if a request has been sent since the last report. `operation` is static.
   static void report(const char* operation, std::size_t entries);
 
  private:
@@ -58,6 +59,7 @@ class RunningCall {
   CallBudget& budget_;
   const Clock& now_;
   const Service service_;
+  std::uint64_t reportedRequests_;
   RunningCall* const outer_;
 };
 
