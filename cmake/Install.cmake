@@ -8,8 +8,11 @@ set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(cmake_folder ${CMAKE_INSTALL_LIBDIR}/cmake/libvemlo)
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig_folder} /prefix)
 set(package_names libvemlo)
+# A program that links libvemlo may use the C interface of the layer, too.
+set(more_libraries)
 if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
   list(APPEND package_names libvemlo-service-client)
+  set(more_libraries " -lvemlo_service_client")
 endif()
 foreach(name IN LISTS package_names)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
@@ -43,15 +46,23 @@ if(VEMLO_BUILD_TOOL)
   install_compressed(tool ${PROJECT_SOURCE_DIR}/docs/man/vemlo.1
     ${CMAKE_INSTALL_MANDIR}/man1 vemlo.1)
 endif()
-install_compressed(development ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
-  ${CMAKE_INSTALL_MANDIR}/man3 libvemlo.3)
-# The pages of the functions are made from the header.
+set(headers ${PROJECT_SOURCE_DIR}/include/libvemlo.h)
+if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
+  list(APPEND headers ${PROJECT_SOURCE_DIR}/service_client/include/libvemlo_service_client.h)
+endif()
+foreach(header IN LISTS headers)
+  get_filename_component(name ${header} NAME_WE)
+  install_compressed(development ${PROJECT_SOURCE_DIR}/docs/man/${name}.3
+    ${CMAKE_INSTALL_MANDIR}/man3 ${name}.3)
+endforeach()
+# The pages of the functions are made from the headers.
 find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
 set(pages ${PROJECT_BINARY_DIR}/manual-pages)
 execute_process(COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${pages}
+          ${headers}
   COMMAND_ERROR_IS_FATAL ANY)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/include/libvemlo.h ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
+  ${headers} ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
   ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${PROJECT_SOURCE_DIR}/scripts/public_header.py)
 install(DIRECTORY ${pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)

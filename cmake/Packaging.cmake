@@ -33,11 +33,19 @@ set(multi_arch_same "\nMulti-Arch: same")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs${multi_arch_same})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # From these files dpkg-shlibdeps finds what a package depends on that uses the libraries. That is,
-# for the C interface, the version in which the newest of the symbols that it uses appeared.
+# for the C interfaces, the version in which the newest of the symbols that it uses appeared, and for
+# the C++ classes, which have no version, exactly this version.
 configure_file(cmake/debian/shlibs.in shlibs @ONLY)
+configure_file(cmake/debian/symbols.in symbols.in @ONLY)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
-  ${PROJECT_BINARY_DIR}/shlibs ${PROJECT_SOURCE_DIR}/cmake/debian/symbols
+  ${PROJECT_BINARY_DIR}/shlibs ${PROJECT_BINARY_DIR}/symbols
   ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+# cpack runs it before it makes packages.
+set(CPACK_SYMBOLS_COMMAND
+  dpkg-gensymbols -c4 -p${runtime_package} -v${package_version}
+  -I${PROJECT_BINARY_DIR}/symbols.in -O${PROJECT_BINARY_DIR}/symbols
+  -e${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/libvemlo.so.1
+  -e${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/libvemlo_service_client.so.1)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 "connect cloud storage accounts and pick folders
 With this library, backup and transfer programs let their users link accounts
@@ -49,7 +57,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel${multi_arch_same})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${package_version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "connect cloud storage accounts - what hosts are built with
-The C header of libvemlo, its manual, examples in C and Python, and what
+The C headers of libvemlo, their manual, examples in C and Python, and what
 pkg-config and CMake need to find the library. The C++ headers of the layer
 below it are for hosts that bring service clients of their own.")
 

@@ -1,4 +1,6 @@
-# cpack reads this file before it makes packages. Without these programs it would stop without
+# cpack reads this file before it makes packages.
+
+# Without these programs it would stop without
 # naming what is missing, or make packages that do not depend on the libraries they use.
 set(missing_packages)
 foreach(program_and_package "dpkg-shlibdeps dpkg-dev" "file file" "objdump binutils")
@@ -15,3 +17,5 @@ if(missing_packages)
   message(FATAL_ERROR "Packaging requires programs of these Debian packages, which are not "
     "installed: ${missing_packages}")
 endif()
+
+execute_process(COMMAND ${CPACK_SYMBOLS_COMMAND} COMMAND_ERROR_IS_FATAL ANY)

@@ -168,7 +168,8 @@ LIBVEMLO_API void libvemlo_global_cleanup(void);
  * @param access_key  Access key id. Must not be null.
  * @param secret_key  Secret access key. Must not be null.
  * @param proxy       Null: no proxy.
- * @return The session, to be closed with libvemlo_s3_cleanup(). Null only as 9. states.
+ * @return The session, to be closed with libvemlo_s3_cleanup(). Null only on a failure that
+ *         paragraph 9 describes.
  *
  * Not while another thread opens the first session. Does not block.
  */
@@ -200,7 +201,8 @@ LIBVEMLO_API session *libvemlo_azure_ssb_init(const char *region, const char *ac
  * Sets up the log as libvemlo_s3_init() does.
  *
  * @param proxy  Null: no proxy.
- * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only as 9. states.
+ * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only on a failure that
+ *         paragraph 9 describes.
  *
  * Not while another thread opens the first session. Does not block.
  */

@@ -1,5 +1,12 @@
-"""The functions of the public header and their comments."""
+"""The functions of the public headers and their comments."""
 import re
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+HEADERS = [ROOT / "include/libvemlo.h",
+           ROOT / "service_client/include/libvemlo_service_client.h"]
+# Begins the declaration of what a header exports.
+MACRO = "(?:LIBVEMLO_API|VEMLO_CLIENT_API)"
 
 COMMENT = r"/\*\*(?P<comment>(?:(?!\*/).)*)\*/\s*"
 
@@ -13,7 +20,7 @@ class Function:
     def __init__(self, declaration, comment):
         head, _, parameters = declaration.partition("(")
         self.name = re.findall(r"\w+", head)[-1]
-        self.result = head[:head.rindex(self.name)].replace("LIBVEMLO_API", "").strip()
+        self.result = re.sub(MACRO, "", head[:head.rindex(self.name)]).strip()
         self.comment = None if comment is None else plain(comment)
         self.parameters = [part.split() for part in parameters.rstrip(")").split(",")
                            if part.strip() != "void"]
@@ -28,7 +35,7 @@ class Function:
 
 def functions_in(text):
     """The functions in order. A comment belongs to a declaration that follows it directly."""
-    pattern = rf"(?:{COMMENT})?^(?P<declaration>LIBVEMLO_API [^;]*\))\s*;"
+    pattern = rf"(?:{COMMENT})?^(?P<declaration>{MACRO} [^;]*\))\s*;"
     return [Function(match["declaration"], match["comment"])
             for match in re.finditer(pattern, text, re.M | re.S)]
 

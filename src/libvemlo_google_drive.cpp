@@ -49,12 +49,6 @@ void logStart(const directory& parent, const std::string& query) {
   }
 }
 
-void logCount(const libvemlo::DirectoryList& folders) {
-  if (VLOG_IS_ON(9)) {
-    VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
-  }
-}
-
 }  // namespace
 
 int google_drive_get_authorize_url(session* handle, char** url) {
@@ -162,7 +156,7 @@ int google_drive_list_directory(session* handle, const directory* parent, direct
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextPageToken;
     } while (!pageToken.empty());
-    logCount(folders);
+    if (VLOG_IS_ON(9)) libvemlo::logDirectoryCount(folders.size());
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

@@ -57,12 +57,6 @@ void logStart(const directory& parent) {
   }
 }
 
-void logCount(const libvemlo::DirectoryList& folders) {
-  if (VLOG_IS_ON(9)) {
-    VerboseLine() << "Got " << std::to_string(folders.size()) << " directories. ";
-  }
-}
-
 }  // namespace
 
 int one_drive_get_authorize_url(session* handle, char** url) {
@@ -189,7 +183,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
       addFolders(page, folders);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    logCount(folders);
+    if (VLOG_IS_ON(9)) libvemlo::logDirectoryCount(folders.size());
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

@@ -1,6 +1,6 @@
 /*
  * A host that links a Google Drive account, stores the account's tokens, and lets its user pick the
- * folder for transfers.
+ * folder for transfers. Ctrl-C ends a call.
  *
  *   link_google_drive TOKEN-FILE [PROXY-HOST PROXY-PORT]
  *
@@ -11,11 +11,13 @@
 #include <ctype.h>
 #include <fcntl.h>
 #include <libvemlo.h>
+#include <libvemlo_service_client.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
+#include "calls.h"
 #include "console.h"
 
 /* Writes a token as one line: the ciphertext has a line break after every 72 characters, which
@@ -32,16 +34,36 @@ static int writeToken(FILE *file, const char *token) {
   return !ferror(file);
 }
 
-/* Returns 0 if the tokens could not be stored; the file is then removed. */
-static int storeTokens(const char *path, const char *accessToken, const char *refreshToken) {
+static int writeTokens(const char *path, const char *accessToken, const char *refreshToken) {
   const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC, S_IRUSR | S_IWUSR);
   FILE *file = descriptor < 0 ? NULL : fdopen(descriptor, "w");
   int written;
   if (file == NULL) return 0;
-  written = writeToken(file, accessToken) && writeToken(file, refreshToken);
-  written = fclose(file) == 0 && written;
-  if (!written) unlink(path);
-  return written;
+  written = writeToken(file, accessToken) && writeToken(file, refreshToken) && fflush(file) == 0 &&
+            fsync(descriptor) == 0;
+  return fclose(file) == 0 && written;
+}
+
+/* Replaces the stored tokens. The file is complete at any time, also if the program is killed.
+ * Returns 0 if the tokens could not be stored; those that were there before are then kept. */
+static int storeTokens(const char *path, const char *accessToken, const char *refreshToken) {
+  const size_t size = strlen(path) + sizeof ".new";
+  char *const newPath = malloc(size);
+  int stored;
+  if (newPath == NULL) return 0;
+  snprintf(newPath, size, "%s.new", path);
+  stored = writeTokens(newPath, accessToken, refreshToken) && rename(newPath, path) == 0;
+  if (!stored) unlink(newPath);
+  free(newPath);
+  return stored;
+}
+
+/* Called by the library when it has renewed the tokens. A host with several accounts looks for the
+ * one whose stored refresh token is `used_refresh_token`. */
+static void storeRenewedTokens(const vemlo_client_tokens *tokens, void *path) {
+  if (!storeTokens(path, tokens->access_token, tokens->refresh_token)) {
+    puts("Cannot store the renewed tokens. The account may have to be linked again later.");
+  }
 }
 
 /* Returns the next token in `file`, to be released with free(), or null if there is none. */
@@ -105,13 +127,29 @@ static char *codeIn(char *pasted) {
   return code;
 }
 
+/* Authorizes the session with a code, and stores the tokens. Returns 0 on failure. */
+static int useCode(session *account, const char *code, const char *path) {
+  char *accessToken = NULL;
+  char *refreshToken = NULL;
+  int stored;
+
+  beginCall();
+  if (google_drive_get_token(account, code, &accessToken, &refreshToken) != 0) {
+    printFailure("link the account");
+    return 0;
+  }
+  stored = storeTokens(path, accessToken, refreshToken);
+  if (!stored) puts("Cannot store the tokens.");
+  free(accessToken);
+  free(refreshToken);
+  return stored;
+}
+
 /* Links the account with the user's consent. Returns 0 if no tokens were stored. */
 static int linkByConsent(session *account, const char *path) {
   char *url = NULL;
   char *pasted = NULL;
   char *code = NULL;
-  char *accessToken = NULL;
-  char *refreshToken = NULL;
   int stored = 0;
 
   if (google_drive_get_authorize_url(account, &url) == 0) {
@@ -121,12 +159,8 @@ static int linkByConsent(session *account, const char *path) {
   free(url);
   if (pasted != NULL) code = codeIn(pasted);
   if (pasted != NULL && code == NULL) puts("There is no code in that address.");
-  if (code != NULL && google_drive_get_token(account, code, &accessToken, &refreshToken) == 0) {
-    stored = storeTokens(path, accessToken, refreshToken);
-  }
+  if (code != NULL) stored = useCode(account, code, path);
   free(pasted);
-  free(accessToken);
-  free(refreshToken);
   return stored;
 }
 
@@ -158,7 +192,9 @@ static directory *takeStep(session *account, directory *folder, int *done) {
   int count = 0;
   int i;
 
+  beginCall();
   if (google_drive_list_directory(account, folder, &children, &count) != 0) {
+    printFailure("list the folders");
     free_directory(folder);
     return NULL;
   }
@@ -168,8 +204,9 @@ static directory *takeStep(session *account, directory *folder, int *done) {
   *done = isCurrentFolder(choice);
   if (i >= 0) next = copyOf(&children[i]);
   if (newName != NULL) {
+    beginCall();
     google_drive_create_directory(account, folder, newName, &next);
-    if (next == NULL) puts("Cannot make the folder. The log says more.");
+    if (next == NULL) printFailure("make the folder");
   }
   if (choice != NULL && next == NULL) next = copyOf(folder);
   free(choice);
@@ -179,12 +216,20 @@ static directory *takeStep(session *account, directory *folder, int *done) {
 }
 
 /* Returns the account's root folder, or null if the account is not reached. */
-static directory *linkAccount(session *account, const char *path) {
+static directory *rootOf(session *account) {
   directory *root = NULL;
-  if (useStoredTokens(account, path)) google_drive_get_root_directory(account, &root);
-  /* The tokens may have been revoked. The result code is that of any other failure. */
-  if (root == NULL && linkByConsent(account, path)) google_drive_get_root_directory(account, &root);
+  beginCall();
+  if (google_drive_get_root_directory(account, &root) != 0) printFailure("reach the account");
   return root;
+}
+
+/* Asks for consent only if there are no stored tokens, or if the service no longer accepts them. */
+static directory *linkAccount(session *account, const char *path) {
+  if (useStoredTokens(account, path)) {
+    directory *const root = rootOf(account);
+    if (root != NULL || lastKind() != VEMLO_CLIENT_LINK_AGAIN) return root;
+  }
+  return linkByConsent(account, path) ? rootOf(account) : NULL;
 }
 
 static directory *chooseFolder(session *account, directory *folder) {
@@ -206,12 +251,16 @@ int main(int argc, char **argv) {
     proxy.host = argv[2];
     proxy.port = (uint16_t)strtoul(argv[3], NULL, 10);
   }
+  if (!prepareCalls()) return 1;
   libvemlo_global_init();
+  vemlo_client_set_pkce(1);
+  vemlo_client_set_token_callback(storeRenewedTokens, argv[1]);
   account = libvemlo_google_drive_init(&proxy);
   folder = chooseFolder(account, linkAccount(account, argv[1]));
   if (folder != NULL) printf("Chosen: %s (%s)\n", folder->name, folder->id);
   libvemlo_google_drive_cleanup(account);
   libvemlo_global_cleanup();
+  releaseCalls();
 
   if (folder == NULL) return 1;
   free_directory(folder);

@@ -8,6 +8,7 @@
 #define _POSIX_C_SOURCE 200809L
 
 #include <libvemlo.h>
+#include <libvemlo_service_client.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -130,6 +131,8 @@ int main(int argc, char **argv) {
     return 2;
   }
   libvemlo_global_init();
+  /* Otherwise 1,000 files would hide all folders behind them. */
+  vemlo_client_set_whole_s3_listings(1);
   account = libvemlo_s3_init(argv[1], "", accessKey, secretKey, NULL);
   bucket = chooseBucket(account);
   if (bucket != NULL) folder = chooseFolder(account, bucket);

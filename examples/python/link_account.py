@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
-"""A host that links an account and lets its user pick the folder for transfers.
+"""A host that links an account and lets its user pick the folder for transfers. Ctrl-C ends a call.
 
 usage: link_account.py s3 ENDPOINT                 (keys: S3_ACCESS_KEY and S3_SECRET_KEY)
        link_account.py google-drive TOKEN-FILE [PROXY-HOST PROXY-PORT]
 
 Exit codes: 0 after a line "Chosen: ...", 1 if no folder was chosen, 2 on bad usage.
 """
-import contextlib
 import ctypes
 import os
 import sys
-from ctypes import POINTER, Structure, byref, c_char_p, c_int, c_uint16, c_void_p
+from concurrent.futures import ThreadPoolExecutor
+from ctypes import (CFUNCTYPE, POINTER, Structure, byref, c_char_p, c_int, c_int32, c_int64,
+                    c_size_t, c_uint16, c_uint64, c_void_p)
 from urllib.parse import parse_qs, unquote
 
 vemlo = ctypes.CDLL(os.environ.get("LIBVEMLO", "libvemlo.so.1"))
@@ -26,6 +27,43 @@ class ProxySetting(Structure):
     _fields_ = [("host", c_char_p), ("port", c_uint16),
                 ("username", c_char_p), ("password", c_char_p)]
 
+
+class Failed(Structure):
+    _fields_ = [("size", c_size_t), ("kind", c_int32), ("service", c_int32), ("error", c_int32),
+                ("http_status", c_int32), ("retry_after", c_int64), ("operation", c_char_p),
+                ("code", c_char_p), ("message", c_char_p), ("request_id", c_char_p)]
+
+
+class Progress(Structure):
+    _fields_ = [("size", c_size_t), ("service", c_int32), ("operation", c_char_p),
+                ("requests", c_uint64), ("bytes", c_uint64), ("entries", c_uint64)]
+
+
+class Tokens(Structure):
+    _fields_ = [("size", c_size_t), ("service", c_int32), ("used_refresh_token", c_char_p),
+                ("access_token", c_char_p), ("refresh_token", c_char_p), ("lifetime", c_int64)]
+
+
+ProgressCallback = CFUNCTYPE(c_int, POINTER(Progress), c_void_p)
+TokenCallback = CFUNCTYPE(None, POINTER(Tokens), c_void_p)
+# Kinds of failures, as the header numbers them.
+LINK_AGAIN = 1
+ADVICE = {
+    LINK_AGAIN: "Link the account again.",
+    2: "Try again later.",
+    3: "Check the network and the proxy.",
+    4: "Try again later.",
+    5: "The server cannot be trusted. Ask who runs the network.",
+    6: "Ask the account's owner for access.",
+    8: "Choose another name.",
+    9: "Choose another name.",
+    10: "Free some space.",
+    11: "Check the keys.",
+    12: "Set this computer's clock.",
+    14: "Try again later.",
+    16: "You ended it.",
+    17: "Try again later.",
+}
 
 # A text that must be released is declared as c_void_p: ctypes converts a c_char_p to bytes, and the
 # address would be lost. (Members of records and arrays can be c_char_p because the record or array
@@ -53,6 +91,19 @@ SIGNATURES = {
     "google_drive_list_directory":
         (c_int, [SESSION, POINTER(Directory), POINTER(FOLDERS), POINTER(c_int)]),
     "google_drive_create_directory": (c_int, [SESSION, POINTER(Directory), TEXT, POINTER(FOLDERS)]),
+    "vemlo_client_get_last_failure": (c_int, [POINTER(Failed)]),
+    "vemlo_client_reset_last_failure": (None, []),
+    "vemlo_client_kind_name": (c_char_p, [c_int32]),  # static, so never released
+    "vemlo_client_now": (c_int64, []),
+    "vemlo_client_set_deadline": (c_int, [c_int64]),
+    "vemlo_client_cancellation_create": (c_void_p, []),
+    "vemlo_client_cancellation_trigger": (None, [c_void_p]),
+    "vemlo_client_cancellation_release": (None, [c_void_p]),
+    "vemlo_client_set_cancellation": (None, [c_void_p]),
+    "vemlo_client_set_progress_callback": (None, [ProgressCallback, c_void_p]),
+    "vemlo_client_set_token_callback": (None, [TokenCallback, c_void_p]),
+    "vemlo_client_set_pkce": (None, [c_int]),
+    "vemlo_client_set_whole_s3_listings": (None, [c_int]),
 }
 for name, (result, arguments) in SIGNATURES.items():
     function = getattr(vemlo, name)
@@ -60,7 +111,53 @@ for name, (result, arguments) in SIGNATURES.items():
 
 
 class Failure(Exception):
-    pass
+    def __init__(self, message, kind=0):
+        super().__init__(message)
+        self.kind = kind
+
+
+@ProgressCallback
+def show_progress(progress, _):
+    if progress[0].entries >= 1000:
+        print(f"{progress[0].entries} entries so far")
+    return 0
+
+
+class Calls:
+    """Makes the calls on a thread of their own, so that the main thread notices Ctrl-C."""
+
+    def __init__(self):
+        self.cancellation = vemlo.vemlo_client_cancellation_create()
+        self.thread = ThreadPoolExecutor(max_workers=1, initializer=self.prepare_thread)
+
+    def prepare_thread(self):
+        vemlo.vemlo_client_set_cancellation(self.cancellation)
+        vemlo.vemlo_client_set_progress_callback(show_progress, None)
+
+    @staticmethod
+    def call(function, arguments):
+        """The result code of a call that has half a minute, and its failure."""
+        vemlo.vemlo_client_reset_last_failure()
+        vemlo.vemlo_client_set_deadline(vemlo.vemlo_client_now() + 30_000)
+        code = function(*arguments)
+        failed = Failed(ctypes.sizeof(Failed))
+        vemlo.vemlo_client_get_last_failure(byref(failed))
+        return code, failed.kind
+
+    def make(self, what, function, *arguments):
+        call = self.thread.submit(self.call, function, arguments)
+        try:
+            code, kind = call.result()
+        except KeyboardInterrupt:
+            vemlo.vemlo_client_cancellation_trigger(self.cancellation)
+            code, kind = call.result()
+        if code != 0:
+            name = vemlo.vemlo_client_kind_name(kind).decode()
+            raise Failure(f"Cannot {what} ({name}). {ADVICE.get(kind, 'The log says more.')}", kind)
+
+    def close(self):
+        self.thread.shutdown()
+        vemlo.vemlo_client_cancellation_release(self.cancellation)
 
 
 def text_of(pointer):
@@ -68,11 +165,6 @@ def text_of(pointer):
     text = ctypes.cast(pointer, ctypes.c_char_p).value
     libc.free(pointer)
     return None if text is None else text.decode()
-
-
-def require(code, what):
-    if code != 0:
-        raise Failure(f"Cannot {what} (code {code}). The log says more.")
 
 
 def code_in(pasted):
@@ -91,7 +183,8 @@ def code_in(pasted):
 
 
 class S3Account:
-    def __init__(self, endpoint, access_key, secret_key):
+    def __init__(self, calls, endpoint, access_key, secret_key):
+        self.calls = calls
         texts = [text.encode() for text in (endpoint, "", access_key, secret_key)]
         self.handle = vemlo.libvemlo_s3_init(*texts, None)
 
@@ -100,7 +193,8 @@ class S3Account:
 
     def buckets(self):
         names, count = LIST(), c_int()
-        require(vemlo.s3_list_bucket(self.handle, byref(names), byref(count)), "list the buckets")
+        self.calls.make("list the buckets", vemlo.s3_list_bucket, self.handle, byref(names),
+                        byref(count))
         texts = [names[i].decode() for i in range(count.value)]
         vemlo.free_buckets(names, count)
         return texts
@@ -112,8 +206,8 @@ class S3Account:
     def folders(self, folder):
         bucket, prefix = folder
         found, count = FOLDERS(), c_int()
-        require(vemlo.s3_list_directory(self.handle, bucket.encode(), prefix.encode(),
-                                        byref(found), byref(count)), "list the folders")
+        self.calls.make("list the folders", vemlo.s3_list_directory, self.handle, bucket.encode(),
+                        prefix.encode(), byref(found), byref(count))
         names = [found[i].name.decode() for i in range(count.value)]
         vemlo.free_diretories(found, count)
         return [(name, (bucket, name)) for name in names]
@@ -121,8 +215,8 @@ class S3Account:
     def make_folder(self, folder, name):
         bucket, prefix = folder
         key = f"{prefix}{name}/"
-        require(vemlo.s3_create_directory(self.handle, bucket.encode(), key.encode()),
-                "make the folder")
+        self.calls.make("make the folder", vemlo.s3_create_directory, self.handle, bucket.encode(),
+                        key.encode())
         return folder
 
     def describe(self, folder):
@@ -130,12 +224,16 @@ class S3Account:
 
 
 class GoogleDriveAccount:
-    def __init__(self, token_file, proxy):
+    def __init__(self, calls, token_file, proxy):
+        self.calls = calls
         self.handle = vemlo.libvemlo_google_drive_init(byref(proxy))
         self.token_file = token_file
+        self.callback = TokenCallback(self.store_renewed_tokens)  # must exist as long as it is set
+        vemlo.vemlo_client_set_token_callback(self.callback, None)
 
     def close(self):
         vemlo.libvemlo_google_drive_cleanup(self.handle)
+        vemlo.vemlo_client_set_token_callback(TokenCallback(), None)
 
     def use_stored_tokens(self):
         try:
@@ -150,31 +248,49 @@ class GoogleDriveAccount:
     def store_tokens(self, tokens):
         """Writes one line per token; decryption does not need the line breaks in the ciphertext."""
         lines = [text_of(vemlo.encrypt_string(token.encode())) for token in tokens]
-        descriptor = os.open(self.token_file, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
+        new_file = f"{self.token_file}.new"
+        descriptor = os.open(new_file, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
         with open(descriptor, "w", encoding="ascii") as file:
             file.writelines("".join(line.split()) + "\n" for line in lines)
+            file.flush()
+            os.fsync(descriptor)
+        os.replace(new_file, self.token_file)  # which is complete at any time
+
+    def store_renewed_tokens(self, tokens, _):
+        """Called by the library when it has renewed the tokens.
+
+        A host with several accounts looks for the one whose stored refresh token is
+        `used_refresh_token`.
+        """
+        try:
+            self.store_tokens([tokens[0].access_token.decode(), tokens[0].refresh_token.decode()])
+        except OSError as error:
+            print(f"Cannot store the renewed tokens: {error}", file=sys.stderr)
 
     def link_by_consent(self):
         url, access_token, refresh_token = c_void_p(), c_void_p(), c_void_p()
-        require(vemlo.google_drive_get_authorize_url(self.handle, byref(url)), "find the page")
+        self.calls.make("find the page", vemlo.google_drive_get_authorize_url, self.handle,
+                        byref(url))
         print(f"Open this address and allow access:\n{text_of(url)}")
         pasted = input("Paste the code, or the address that you were sent to: ")
-        code = vemlo.google_drive_get_token(self.handle, code_in(pasted).encode(),
-                                            byref(access_token), byref(refresh_token))
-        require(code, "link the account")
+        self.calls.make("link the account", vemlo.google_drive_get_token, self.handle,
+                        code_in(pasted).encode(), byref(access_token), byref(refresh_token))
         self.store_tokens([text_of(access_token), text_of(refresh_token)])
 
     def root(self):
         folder = FOLDERS()
-        code = vemlo.google_drive_get_root_directory(self.handle, byref(folder))
-        require(code, "reach the account")
+        self.calls.make("reach the account", vemlo.google_drive_get_root_directory, self.handle,
+                        byref(folder))
         return self.take(folder)
 
     def roots(self):
         if self.use_stored_tokens():
-            # The tokens may have been revoked. The result code is that of any other failure.
-            with contextlib.suppress(Failure):
+            try:
                 return [self.root()]
+            except Failure as failure:
+                if failure.kind != LINK_AGAIN:
+                    raise
+                print(failure)
         self.link_by_consent()
         return [self.root()]
 
@@ -187,8 +303,8 @@ class GoogleDriveAccount:
 
     def folders(self, folder):
         found, count = FOLDERS(), c_int()
-        require(vemlo.google_drive_list_directory(self.handle, byref(Directory(*folder)),
-                                                  byref(found), byref(count)), "list the folders")
+        self.calls.make("list the folders", vemlo.google_drive_list_directory, self.handle,
+                        byref(Directory(*folder)), byref(found), byref(count))
         entries = [(found[i].name.decode(), (found[i].name, found[i].id))
                    for i in range(count.value)]
         if count.value > 0:
@@ -199,8 +315,8 @@ class GoogleDriveAccount:
 
     def make_folder(self, folder, name):
         made = FOLDERS()
-        require(vemlo.google_drive_create_directory(self.handle, byref(Directory(*folder)),
-                                                    name.encode(), byref(made)), "make the folder")
+        self.calls.make("make the folder", vemlo.google_drive_create_directory, self.handle,
+                        byref(Directory(*folder)), name.encode(), byref(made))
         return self.take(made)[1]
 
     def describe(self, folder):
@@ -230,12 +346,14 @@ def pick_folder(account):
     return folder
 
 
-def open_account(service, *arguments):
+def open_account(calls, service, *arguments):
     if service == "s3" and len(arguments) == 1:
-        return S3Account(*arguments, os.environ["S3_ACCESS_KEY"], os.environ["S3_SECRET_KEY"])
+        keys = (os.environ[name] for name in ("S3_ACCESS_KEY", "S3_SECRET_KEY"))
+        return S3Account(calls, *arguments, *keys)
     if service == "google-drive" and len(arguments) in (1, 3):
         host, port = arguments[1:] or ("", "0")
-        return GoogleDriveAccount(arguments[0], ProxySetting(host.encode(), int(port), None, None))
+        proxy = ProxySetting(host.encode(), int(port), None, None)
+        return GoogleDriveAccount(calls, arguments[0], proxy)
     sys.exit(2)
 
 
@@ -244,16 +362,20 @@ def main():
         print(__doc__, file=sys.stderr)
         sys.exit(2)
     vemlo.libvemlo_global_init()
-    account = open_account(*sys.argv[1:])
+    vemlo.vemlo_client_set_pkce(1)
+    vemlo.vemlo_client_set_whole_s3_listings(1)  # 1,000 files would hide all folders behind them
+    calls = Calls()
+    account = open_account(calls, *sys.argv[1:])
     try:
         folder = pick_folder(account)
         if folder is None:
             raise Failure("No folder was chosen.")
         print(f"Chosen: {account.describe(folder)}")
-    except (Failure, EOFError) as failure:
+    except (Failure, EOFError, KeyboardInterrupt) as failure:
         sys.exit(str(failure) or "No folder was chosen.")
     finally:
         account.close()
+        calls.close()
         vemlo.libvemlo_global_cleanup()
 
 

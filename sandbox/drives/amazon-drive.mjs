@@ -22,6 +22,8 @@ const kHosts = {
 const kLargestPage = 200;
 const kTokenLifetime = 10 * 60 * 1000;
 const kLongestName = 256;
+const kProfileScope = 'profile';
+const kQuota = 5 * 1024 ** 3;
 const kNewMembers = ['name', 'kind', 'parents', 'labels', 'properties', 'description'];
 
 const kSettings = {
@@ -78,7 +80,11 @@ export class AmazonDrive extends DriveEmulator {
       case `GET ${kHosts.endpoint}/drive/v1/account/endpoint`:
         return jsonResponse(merge(defaultEndpoint(), account.settings.endpoint));
       case `GET ${kHosts.profile}/user/profile`:
+        if (!request.scopes.includes(kProfileScope)) refuseProfile();
         return jsonResponse(merge(defaultProfile(account.name), account.settings.profile));
+      case `GET ${kHosts.endpoint}/drive/v1/account/quota`:
+      case `GET ${kHosts.metadata}/drive/v1/account/quota`:
+        return jsonResponse(quotaOf(account));
       case `GET ${kHosts.metadata}/drive/v1/account/info`:
         return jsonResponse({ termsOfUse: '1.0.0', status: 'ACTIVE' });
       case `GET ${kHosts.metadata}/drive/v1/nodes`:
@@ -203,6 +209,23 @@ function defaultEndpoint() {
 function defaultProfile(account) {
   const { email, name } = holderOf(account);
   return { user_id: `amzn1.account.${digest(account).slice(0, 13).toUpperCase()}`, email, name };
+}
+
+function quotaOf({ tree }) {
+  return {
+    quota: kQuota,
+    lastCalculated: new Date(tree.root.modified).toISOString(),
+    available: kQuota - tree.usedSpace,
+    plans: [],
+    grants: [],
+    benefits: [],
+  };
+}
+
+function refuseProfile() {
+  const description = 'The access token provided does not have the necessary scope.';
+  const json = { error: 'insufficient_scope', error_description: description };
+  throw new Refusal({ status: 403, json: { ...json, request_id: randomUUID() } });
 }
 
 function merge(defaults, changes) {

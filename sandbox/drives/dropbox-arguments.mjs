@@ -52,6 +52,7 @@ export const kArguments = {
   'files/create_folder_v2': { path: required(path(kNewPath)), autorename: boolean },
   'files/get_metadata': { path: required(path(kFolderPath)), ...kMetadataFlags },
   'users/get_current_account': null,
+  'users/get_space_usage': null,
 };
 
 /** Refuses a malformed call with an error text, as the service does. */

@@ -9,8 +9,14 @@ import { PageTokens, takePage } from './paging.mjs';
 const kEntriesPerPage = 2000;
 const kCursor = /^AA[\w-]+$/;
 const kLongestName = 255;
+const kAccountScope = 'account_info.read';
 
 const kSettings = {
+  // The space that the account may use, by itself or in a team.
+  allocation: {
+    value: { '.tag': 'individual', allocated: 2 * 1024 ** 3 },
+    check: (value) => typeof value === 'object' && value !== null,
+  },
   pageSizes: { value: null, check: isPageSizes },
   // The continuation with this number from now on (1 is the next) fails with `reset`.
   resetOnContinuation: {
@@ -28,6 +34,10 @@ export class Dropbox extends DriveEmulator {
     'files/create_folder_v2': createFolder,
     'files/get_metadata': getMetadata,
     'users/get_current_account': (account) => describeAccount(account.name),
+    'users/get_space_usage': ({ tree, settings }) => ({
+      used: tree.usedSpace,
+      allocation: settings.allocation,
+    }),
   };
   #now;
 
@@ -75,6 +85,11 @@ export class Dropbox extends DriveEmulator {
       refuseCall(name, `Your request's HTTP method is "${request.method}", it must be "POST".`);
     }
     const given = readArguments(name, request);
+    if (name.startsWith('users/') && !request.scopes.includes(kAccountScope)) {
+      const json = errorJson(['missing_scope']);
+      json.error.required_scope = kAccountScope;
+      throw new Refusal({ status: 401, json });
+    }
     return this.#functions[name](this.account(request.account), given);
   }
 

@@ -27,6 +27,11 @@ export class FolderTree {
     return this.#nodes.values();
   }
 
+  /** The bytes of all files. */
+  get usedSpace() {
+    return [...this.nodes].reduce((sum, { size }) => sum + size, 0);
+  }
+
   get(id) {
     return this.#nodes.get(id);
   }

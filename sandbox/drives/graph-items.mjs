@@ -45,7 +45,32 @@ export function driveJson(drive) {
     webUrl: webUrl(drive.root.id),
     driveType: drive.type,
     owner: { user: user(drive) },
-    quota: { deleted: 0, remaining: kQuota, state: 'normal', total: kQuota, used: 0 },
+    quota: {
+      deleted: 0,
+      remaining: kQuota - drive.usedSpace,
+      state: 'normal',
+      total: kQuota,
+      used: drive.usedSpace,
+    },
+  };
+}
+
+/** The user who owns a drive. Those of personal drives have no mailbox of an organization. */
+export function userJson(drive) {
+  const { email, given, surname, name } = holderOf(drive.owner);
+  return {
+    '@odata.context': `${kContext}users/$entity`,
+    businessPhones: [],
+    displayName: name,
+    givenName: given,
+    jobTitle: null,
+    mail: drive.type === 'personal' ? null : email,
+    mobilePhone: null,
+    officeLocation: null,
+    preferredLanguage: 'en',
+    surname,
+    userPrincipalName: email,
+    id: digest(drive.owner).toString('hex').slice(0, 16),
   };
 }
 

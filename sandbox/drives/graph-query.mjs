@@ -19,6 +19,11 @@ export const kDriveProperties = new Set([
   ...['list', 'root', 'special'],
 ]);
 
+export const kUserProperties = new Set([
+  ...['id', 'businessPhones', 'displayName', 'givenName', 'jobTitle', 'mail', 'mobilePhone'],
+  ...['officeLocation', 'preferredLanguage', 'surname', 'userPrincipalName'],
+]);
+
 const kFacets = ['folder', 'file', 'remoteItem', 'package', 'root', 'deleted', 'bundle'];
 const kComparison = new RegExp(`^(${kFacets.join('|')}) (ne|eq) null$`);
 const kLargestPage = 1000;

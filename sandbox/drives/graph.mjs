@@ -8,10 +8,11 @@ import {
   oneOf,
   parseObject,
 } from './drive-emulator.mjs';
-import { driveJson, facets, GraphDrive, itemJson, withContext } from './graph-items.mjs';
+import { driveJson, facets, GraphDrive, itemJson, userJson, withContext } from './graph-items.mjs';
 import {
   kDriveProperties,
   kItemProperties,
+  kUserProperties,
   readFilter,
   readOptions,
   readSelect,
@@ -21,6 +22,7 @@ import {
 import { PageTokens, takePage } from './paging.mjs';
 
 const kHost = 'graph.microsoft.com';
+const kUserScope = 'user.read';
 // A drive, or an item in it: the root, an item by its id, or one by its path from either of them.
 const kRoute = new RegExp(
   '^/v1\\.0(?:/me/drive|/drives/(?<drive>[^/]+))' +
@@ -92,6 +94,7 @@ export class MicrosoftGraph extends DriveEmulator {
 
   respond(request) {
     const account = this.account(request.account);
+    if (request.path === '/v1.0/me') return this.#user(request, account);
     const route = kRoute.exec(request.path)?.groups;
     if (!route) refuse(400, 'BadRequest', 'Resource not found for the segment.');
     const drive = findDrive(account, route.drive);
@@ -108,6 +111,14 @@ export class MicrosoftGraph extends DriveEmulator {
     if (request.method === 'POST') return this.#create(request, node);
     requireMethod(request, 'GET');
     return this.#list(request, account, node);
+  }
+
+  #user(request, { tree }) {
+    requireMethod(request, 'GET');
+    if (!request.scopes.includes(kUserScope)) {
+      refuse(403, 'Authorization_RequestDenied', 'Insufficient privileges to complete the operation.');
+    }
+    return this.#select(request, userJson(tree), kUserProperties);
   }
 
   #select(request, json, properties) {

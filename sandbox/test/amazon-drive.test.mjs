@@ -21,7 +21,7 @@ let ids;
 beforeEach(() => {
   clock = new Clock();
   drive = new AmazonDrive(clock);
-  call = caller(drive, kAnn);
+  call = caller(drive, kAnn, ['profile']);
   const { items } = drive.seed({
     account: kAnn,
     items: [
@@ -93,6 +93,18 @@ describe('an account of Amazon Drive', () => {
     assert.deepEqual([json.name, json.email], ['Ann Example', kAnn]);
     drive.configure({ account: kAnn, profile: { email: null, name: 'Ann' } });
     assert.deepEqual(Object.keys(call('GET', kProfile).json), ['user_id', 'name']);
+  });
+
+  it('has a profile that only its scope shows', () => {
+    const { status, json } = caller(drive, kAnn)('GET', kProfile);
+    assert.deepEqual([status, json.error], [403, 'insufficient_scope']);
+  });
+
+  it('has a quota', () => {
+    for (const base of [kBase, kEndpoint.replace('account/endpoint', '')]) {
+      const { quota, available } = call('GET', `${base}account/quota`).json;
+      assert.deepEqual([quota, available], [5368709120, 5368709116]);
+    }
   });
 
   it('has a status, and no other resources', () => {

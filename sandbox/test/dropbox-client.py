@@ -36,8 +36,10 @@ def main():
     arguments = json.load(sys.stdin)
     session = dropbox.create_session(proxies={"https": arguments["proxy"]})
     client = dropbox.Dropbox(arguments["token"], session=session, max_retries_on_error=0)
+    space = client.users_get_space_usage()
     results = {
         "account": client.users_get_current_account().email,
+        "space": [space.used, space.allocation.get_individual().allocated],
         "created": client.files_create_folder_v2("/By Python").metadata.path_display,
         "again": conflict(lambda: client.files_create_folder_v2("/by python")),
         "missing": failure(lambda: client.files_list_folder("/none")).get_path()._tag,

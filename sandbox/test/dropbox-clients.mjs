@@ -39,6 +39,10 @@ async function foldersInPages() {
 
 const checks = {
   account: async () => (await client.usersGetCurrentAccount()).result.email,
+  space: async () => {
+    const { used, allocation } = (await client.usersGetSpaceUsage()).result;
+    return [used, allocation['.tag'], allocation.allocated];
+  },
   'JavaScript creates': () => create('/By JavaScript'),
   'JavaScript creates again': () => create('/by javascript'),
   'JavaScript lists nothing': () => client.filesListFolder({ path: '/none' }),

@@ -15,7 +15,7 @@ let call;
 
 beforeEach(() => {
   dropbox = new Dropbox();
-  call = (name, json, headers) => caller(dropbox, kAnn)('POST', `${kBase}${name}`, json, headers);
+  call = callerWith(['account_info.read']);
   dropbox.seed({
     account: kAnn,
     items: [
@@ -24,6 +24,11 @@ beforeEach(() => {
     ],
   });
 });
+
+function callerWith(scopes) {
+  const send = caller(dropbox, kAnn, scopes);
+  return (name, json, headers) => send('POST', `${kBase}${name}`, json, headers);
+}
 
 function list(path, more = {}) {
   return call('files/list_folder', { path, ...more });
@@ -95,11 +100,31 @@ describe('a folder on Dropbox', () => {
       { type: 'files.FolderMetadataReference', json: metadata('/Photos') },
       { type: 'files.FileMetadataReference', json: metadata('/a.txt') },
       { type: 'users.FullAccount', json: call('users/get_current_account', 'null').json },
+      { type: 'users.SpaceUsage', json: call('users/get_space_usage', 'null').json },
       { type: 'files.CreateFolderResult', json: { metadata: metadata('/Photos') } },
     ];
     const errors = typeErrors("import type { files, users } from 'dropbox';", responses);
     assert.equal(errors.length, 1, errors.join('\n'));
     assert.match(errors[0], /".tag"' does not exist/); // the last one, which is wrong on purpose
+  });
+
+  it('takes space, which may be that of a team', () => {
+    const usage = () => call('users/get_space_usage', 'null').json;
+    const individual = { '.tag': 'individual', allocated: 2147483648 };
+    assert.deepEqual(usage(), { used: 4, allocation: individual });
+    const allocation = { '.tag': 'team', used: 9, allocated: 100 };
+    dropbox.configure({ account: kAnn, allocation });
+    assert.deepEqual(usage(), { used: 4, allocation });
+  });
+
+  it('has an owner, whom only its scope shows', () => {
+    const withoutScope = callerWith(['files.metadata.read']);
+    for (const name of ['users/get_current_account', 'users/get_space_usage']) {
+      const { status, json } = withoutScope(name, 'null');
+      const error = { '.tag': 'missing_scope', required_scope: 'account_info.read' };
+      assert.deepEqual([status, json.error], [401, error]);
+    }
+    assert.equal(withoutScope('files/list_folder', { path: '' }).status, 200);
   });
 
   it('is refused if it does not exist', () => {
@@ -282,12 +307,14 @@ describe('Dropbox', () => {
     const folders = ['By JavaScript', 'By Python', 'By rclone', 'Photos'];
     assert.deepEqual(JSON.parse(stdout), {
       account: 'ann@example.test',
+      space: [4, 'individual', 2147483648],
       'JavaScript creates': '/By JavaScript',
       'JavaScript creates again': [409, 'path/conflict/folder'],
       'JavaScript lists nothing': [409, 'path/not_found'],
       'rclone creates': 'ok',
       Python: {
         account: 'ann@example.test',
+        space: [4, 2147483648],
         created: '/By Python',
         again: 'conflict folder',
         missing: 'not_found',

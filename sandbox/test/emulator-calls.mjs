@@ -1,12 +1,15 @@
 // Requests to an emulator of a drive without a network.
 
-/** A function that makes requests of one account: (method, url, json?, headers?) -> response. */
-export function caller(emulator, account) {
+/**
+ * A function that makes requests of one account with `scopes`: (method, url, json?, headers?) ->
+ * response.
+ */
+export function caller(emulator, account, scopes = []) {
   return (method, url, json, headers = { 'content-type': 'application/json' }) => {
     const [, host, path, rawQuery = ''] = /^https:\/\/([^/]+)([^?]*)(?:\?(.*))?$/s.exec(url);
     const text = typeof json === 'string' ? json : JSON.stringify(json);
     return emulator.handle({
-      ...{ method, host, path, rawQuery, headers, account },
+      ...{ method, host, path, rawQuery, headers, account, scopes },
       query: new URLSearchParams(rawQuery),
       body: Buffer.from(text ?? ''),
     });

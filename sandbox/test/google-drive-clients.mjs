@@ -19,7 +19,7 @@ const tokens = await link('google');
 const lines = rclone('drive', 'google', tokens, { scope: 'drive', pacer_min_sleep: '1ms' });
 const credential = new auth.OAuth2();
 credential.setCredentials({ access_token: tokens.access_token });
-const { files } = drive({ version: 'v3', auth: credential, retry: false });
+const { about, files } = drive({ version: 'v3', auth: credential, retry: false });
 
 const root = (await files.get({ fileId: 'root' })).data.id;
 
@@ -54,6 +54,10 @@ async function membersOf(options) {
 
 await printResults(
   {
+    about: async () => {
+      const fields = 'user(displayName,emailAddress),storageQuota(usage,limit)';
+      return (await about.get({ fields })).data;
+    },
     'name of the root': async () => (await files.get({ fileId: root, fields: 'name' })).data,
     folders: () => namesOf(folderQuery(root)),
     'folders by the alias': () => namesOf(folderQuery('root')),

@@ -74,6 +74,10 @@ describe('the clients', () => {
     const [root] = results['create a folder'];
     assert.match(root, /^0A.*PVA$/);
     assert.deepEqual(results, {
+      about: {
+        user: { displayName: 'Ann Example', emailAddress: 'ann@example.test' },
+        storageQuota: { limit: '16106127360', usage: '5' },
+      },
       'name of the root': { name: 'My Drive' },
       folders: ['Photos', 'Photos', "it's \\ é"],
       'folders by the alias': ['Photos', 'Photos', "it's \\ é"],

@@ -49,6 +49,11 @@ async function foldersInPages() {
 }
 
 const checks = {
+  user: async () => {
+    const user = await client.api('/me').select(['displayName', 'userPrincipalName']).get();
+    return [user.displayName, user.userPrincipalName];
+  },
+  space: () => [drive.quota.used, drive.quota.total],
   'drive type': () => drive.driveType,
   create: async () => (await create('By the client')).name,
   'create again': () => create('By the client'),

@@ -24,7 +24,7 @@ let ids;
 
 beforeEach(() => {
   graph = new MicrosoftGraph();
-  call = caller(graph, kAnn);
+  call = caller(graph, kAnn, ['user.read']);
   const { items } = graph.seed({ account: kAnn, items: kItems });
   ids = Object.fromEntries(items.map(({ name, id }) => [name, id]));
 });
@@ -59,6 +59,32 @@ function create(json, parent = 'root') {
 }
 
 const kFail = { '@microsoft.graph.conflictBehavior': 'fail' };
+
+describe('a user of Graph', () => {
+  it('has a principal name, and a mailbox in an organization only', () => {
+    const select = `${kBase}/me?$select=displayName,mail,userPrincipalName`;
+    const { '@odata.context': context, ...user } = call('GET', select).json;
+    assert.match(context, /#users\/\$entity$/);
+    assert.deepEqual(user, { displayName: 'Ann Example', mail: null, userPrincipalName: kAnn });
+    graph.configure({ account: kAnn, driveType: 'business' });
+    assert.equal(call('GET', select).json.mail, kAnn);
+    assert.deepEqual(failure(call('GET', `${kBase}/me?$select=none`)), [400, 'BadRequest']);
+  });
+
+  it('is shown by its scope only', () => {
+    const withoutScope = caller(graph, kAnn);
+    assert.deepEqual(failure(withoutScope('GET', `${kBase}/me`)), [
+      403,
+      'Authorization_RequestDenied',
+    ]);
+    assert.equal(withoutScope('GET', kDrive).status, 200);
+  });
+
+  it('uses the space of the files', () => {
+    const { total, used, remaining } = call('GET', `${kDrive}?$select=quota`).json.quota;
+    assert.deepEqual([total, used, remaining], [1099511627776, 8, 1099511627768]);
+  });
+});
 
 describe('items of a Graph drive', () => {
   it('are found by id, by the alias root and by path, whatever the case', () => {
@@ -115,9 +141,10 @@ describe('items of a Graph drive', () => {
   it('have the shape that the vendor declares', () => {
     const annotated = `type Annotated<T> = T &
       { '@odata.context'?: string; '@odata.nextLink'?: string };`;
-    const imports = "import type { Drive, DriveItem } from '@microsoft/microsoft-graph-types';";
+    const imports = "import type { Drive, DriveItem, User } from '@microsoft/microsoft-graph-types';";
     const responses = [
       { type: 'Annotated<Drive>', json: call('GET', kDrive).json },
+      { type: 'Annotated<User>', json: call('GET', `${kBase}/me`).json },
       { type: 'Annotated<DriveItem>', json: call('GET', `${kDrive}/root`).json },
       { type: 'Annotated<{ value: DriveItem[] }>', json: call('GET', `${kChildren}?$top=3`).json },
       { type: 'Annotated<{ value: DriveItem[] }>', json: filtered('remoteItem ne null').json },
@@ -326,6 +353,8 @@ describe('Graph', () => {
     const { code, stdout, stderr } = await sandbox(['run', '--drives', '--internet', ...program]);
     assert.equal(code, 0, stderr);
     assert.deepEqual(JSON.parse(stdout), {
+      user: ['Ann Example', 'ann@example.test'],
+      space: [3, 1099511627776],
       'drive type': 'personal',
       create: 'By the client',
       'create again': [409, 'nameAlreadyExists'],

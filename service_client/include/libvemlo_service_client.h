@@ -24,7 +24,8 @@
  *     members beyond the given size are neither read nor written. A callback must not read members
  *     beyond the size that it is given.
  *  4. Result codes: 0 is success. -1 means bad arguments: nothing was changed, and nothing was
- *     requested. Other codes are stated at the function.
+ *     requested. Other codes are stated at the function. A function that sets something and returns
+ *     nothing changes nothing if there is no memory.
  *  5. Any thread may call any function at any time, and no function blocks, unless its comment
  *     states otherwise. No function throws, and no function writes to the log.
  *  6. A callback must return normally: it must not throw, jump out or end the thread. It may call
@@ -148,7 +149,8 @@ typedef struct vemlo_client_failure {
  *
  * @param failure  its `size` must be set. The texts are valid until the thread resets its failure,
  *                 has another one, or ends. Released by nobody.
- * @return 0, or -1 if `failure` is null or its size smaller than that of the first version.
+ * @return 0: done.
+ *         -1: `failure` is null, or its size is smaller than that of the first version.
  */
 VEMLO_CLIENT_API int vemlo_client_get_last_failure(vemlo_client_failure *failure);
 
@@ -159,7 +161,7 @@ VEMLO_CLIENT_API void vemlo_client_reset_last_failure(void);
  * The name of a kind, such as "link again".
  *
  * @param kind  a vemlo_client_kind.
- * @return a static text; "unknown" for a number that is no kind.
+ * @return a static text, which is never released; "unknown" for a number that is no kind.
  */
 VEMLO_CLIENT_API const char *vemlo_client_kind_name(int32_t kind);
 
@@ -173,6 +175,8 @@ VEMLO_CLIENT_API const char *vemlo_client_kind_name(int32_t kind);
 /**
  * The time on the clock of vemlo_client_set_deadline(): CLOCK_MONOTONIC in milliseconds. It does not
  * change when the time of day is set.
+ *
+ * @return the milliseconds since a point in the past that differs from computer to computer.
  */
 VEMLO_CLIENT_API int64_t vemlo_client_now(void);
 
@@ -188,7 +192,8 @@ VEMLO_CLIENT_API int64_t vemlo_client_now(void);
  * The deadline stays set until it is replaced.
  *
  * @param deadline  a time of vemlo_client_now(), such as vemlo_client_now() + 5000. 0: none.
- * @return 0, or -1 if `deadline` is negative.
+ * @return 0: done.
+ *         -1: `deadline` is negative.
  */
 VEMLO_CLIENT_API int vemlo_client_set_deadline(int64_t deadline);
 
@@ -199,16 +204,17 @@ typedef struct vemlo_client_cancellation vemlo_client_cancellation;
 /**
  * Creates a cancellation that is not triggered.
  *
- * @return what vemlo_client_cancellation_release() releases, or null if there is no memory or no
- *         file descriptor left (it has one).
+ * @return the cancellation, to be released with vemlo_client_cancellation_release(). Null if there
+ *         is no memory or no file descriptor left (it has one).
  */
 VEMLO_CLIENT_API vemlo_client_cancellation *vemlo_client_cancellation_create(void);
 
 /**
  * Ends all calls that depend on `cancellation`, and those that begin later, until it is reset. The
  * calls fail in the way that vemlo_client_set_deadline() describes, with the kind
- * VEMLO_CLIENT_CANCELLED. May be called by a signal handler. Does nothing if `cancellation` is null
- * or triggered already.
+ * VEMLO_CLIENT_CANCELLED. May be called by a signal handler.
+ *
+ * @param cancellation  null, or triggered already: nothing is done.
  */
 VEMLO_CLIENT_API void vemlo_client_cancellation_trigger(vemlo_client_cancellation *cancellation);
 
@@ -216,7 +222,13 @@ VEMLO_CLIENT_API void vemlo_client_cancellation_trigger(vemlo_client_cancellatio
  *  that has not noticed yet may continue. Does nothing if `cancellation` is null. */
 VEMLO_CLIENT_API void vemlo_client_cancellation_reset(vemlo_client_cancellation *cancellation);
 
-/** Whether `cancellation` is triggered: 1 or 0. 0 if it is null. */
+/**
+ * Whether a cancellation is triggered.
+ *
+ * @param cancellation  null counts as not triggered.
+ * @return 1: it is.
+ *         0: it is not.
+ */
 VEMLO_CLIENT_API int vemlo_client_cancellation_is_triggered(
     const vemlo_client_cancellation *cancellation);
 
@@ -252,8 +264,8 @@ typedef struct vemlo_client_progress {
 /**
  * Called on the thread that makes a call, after each response that the call receives.
  *
- * @return 0 to continue. Any other number ends the call, as
- *         vemlo_client_cancellation_trigger() does.
+ * @return 0 to continue. Any other number ends the call, as vemlo_client_cancellation_trigger()
+ *         does, unless it needs no further request.
  */
 typedef int (*vemlo_client_progress_callback)(const vemlo_client_progress *progress, void *user);
 
@@ -293,15 +305,18 @@ typedef struct vemlo_client_tokens {
 
 /**
  * Called on the thread that renewed tokens, before its call continues. Called once per renewal, no
- * matter how many threads waited for it, and with no lock held. Tokens of one account that are
- * renewed twice in succession are reported in that order. What the callback does delays this
- * thread's call only, and other threads' renewals of the same account.
+ * matter how many threads waited for it, and with no lock held. Tokens that one session renews
+ * twice in succession are reported in that order. What the callback does delays this thread's call,
+ * and the next renewal that another thread needs on the same session; so it must not wait for such
+ * a thread. It may make calls on the session itself, and close it.
  */
 typedef void (*vemlo_client_token_callback)(const vemlo_client_tokens *tokens, void *user);
 
 /**
- * Sets the callback of the process. OneDrive replaces the refresh token with each renewal, so a host
- * that does not store what the callback receives loses the account when the stored one ends.
+ * Sets the callback of the process, for open sessions, too. When the function returns, a call of
+ * the former callback may still be running. OneDrive replaces the refresh token with each renewal,
+ * so a host that does not store what the callback receives loses the account when the stored one
+ * ends.
  *
  * @param callback  null: none.
  * @param user      what the callback receives. Not read otherwise; may be null.
@@ -332,9 +347,11 @@ VEMLO_CLIENT_API void vemlo_client_set_dropbox_durable_token(int enabled);
 typedef struct vemlo_client_application {
   /** The size of the record in bytes. */
   size_t size;
+  /** The public identifier of the registration. */
   const char *client_id;
   /** Empty: none is sent, for applications that are registered as public clients. */
   const char *client_secret;
+  /** Where the service sends users back to, as it is registered. */
   const char *redirect_uri;
 } vemlo_client_application;
 
@@ -343,9 +360,11 @@ typedef struct vemlo_client_application {
  *
  * @param service      one of the four drive services.
  * @param application  null: the built-in one again.
- * @return 0. -1 if the service is none of the drives, the size is smaller than that of the first
+ * @return 0: done.
+ *         -1: the service is none of the drives, the size is smaller than that of the first
  *         version, the client id or the redirect URI is empty, or a text contains a control
- *         character. 1 if there is no memory.
+ *         character.
+ *         1: there is no memory.
  */
 VEMLO_CLIENT_API int vemlo_client_set_application(int32_t service,
                                                   const vemlo_client_application *application);
@@ -356,8 +375,10 @@ VEMLO_CLIENT_API int vemlo_client_set_application(int32_t service,
  * host recognizes its own request. It should be hard to guess, and used once.
  *
  * @param state  null or empty: none.
- * @return 0. -1 if it has more than 500 bytes (the shortest limit of a service) or contains a
- *         control character. 1 if there is no memory.
+ * @return 0: done.
+ *         -1: it has more than 500 bytes (the shortest limit of a service) or contains a control
+ *         character.
+ *         1: there is no memory.
  */
 VEMLO_CLIENT_API int vemlo_client_set_state(const char *state);
 
@@ -376,9 +397,11 @@ VEMLO_CLIENT_API void vemlo_client_set_pkce(int enabled);
  * them; a request fails if they cannot be read.
  *
  * @param file    a file with PEM certificates. Null or empty: none.
- * @param folder  a folder with PEM certificates under hashed names (`openssl rehash`). Null or
- *                empty: none. If both are null or empty, the system's are trusted again.
- * @return 0, or 1 if there is no memory.
+ * @param folder  a folder with PEM certificates under hashed names (`openssl rehash`), or several
+ *                separated by colons. Null or empty: none. If both are null or empty, the system's
+ *                are trusted again.
+ * @return 0: done.
+ *         1: there is no memory.
  */
 VEMLO_CLIENT_API int vemlo_client_set_trust(const char *file, const char *folder);
 
@@ -408,7 +431,9 @@ typedef struct vemlo_client_proxy {
 typedef struct vemlo_client_account {
   /** The size of the record in bytes. */
   size_t size;
+  /** The name that the service shows. */
   char *name;
+  /** The e-mail address. */
   char *email;
   /** Bytes in use. */
   int64_t used_space;
@@ -430,10 +455,11 @@ typedef struct vemlo_client_account {
  * @param proxy          null: none.
  * @param account        its `size` must be set. Set on success only. Released with
  *                       vemlo_client_free_account().
- * @return 0. -1 if `access_token` or `account` is null, both tokens are empty, a size is smaller
- *         than that of the first version, or the service is none of the drives. Otherwise the
- *         error's number as listed in error-codes.md; vemlo_client_get_last_failure() states the
- *         reason.
+ * @return 0: done.
+ *         -1: `access_token` or `account` is null, both tokens are empty, a size is smaller than
+ *         that of the first version, or the service is none of the drives.
+ *         Positive: the error's number as listed in error-codes.md; vemlo_client_get_last_failure()
+ *         states the reason.
  */
 VEMLO_CLIENT_API int vemlo_client_get_account(int32_t service, const char *access_token,
                                               const char *refresh_token,
@@ -461,8 +487,10 @@ VEMLO_CLIENT_API void vemlo_client_free_account(vemlo_client_account *account);
 VEMLO_CLIENT_API void vemlo_client_set_whole_s3_listings(int enabled);
 
 /**
- * Whether the last listing that the calling thread received had more entries than were handed out: 1
- * or 0. 0 if there was no listing, or the last one failed.
+ * Whether the last listing that the calling thread received had more entries than were handed out.
+ *
+ * @return 1: it had.
+ *         0: it had not, or it failed, or there was none.
  */
 VEMLO_CLIENT_API int vemlo_client_was_listing_cut_short(void);
 
@@ -480,19 +508,23 @@ VEMLO_CLIENT_API int vemlo_client_was_listing_cut_short(void);
  * complete after each response, so that it can be read if the program ends unexpectedly. It is
  * created for its owner only (mode 0600). Blocks while the file is opened.
  *
- * Recording makes calls slower and costs memory for the largest response.
+ * Recording makes calls slower and costs memory for the largest response. Requests in progress while
+ * the recording begins or ends, and those of processes that are forked from this one, are omitted.
  *
  * @param path  the file, which must not exist.
- * @return 0. -1 if `path` is null or empty, or another recording is running. Otherwise the `errno`
- *         of the system call that failed.
+ * @return 0: done.
+ *         -1: `path` is null or empty, or another recording is running.
+ *         Positive: the `errno` of the system call that failed.
  */
 VEMLO_CLIENT_API int vemlo_client_start_recording(const char *path);
 
 /**
  * Ends the recording. Blocks while a response is being written.
  *
- * @return 0. -1 if none is running. Otherwise the `errno` of the first write that failed; what was
- *         written before can be read.
+ * @return 0: done.
+ *         -1: none is running.
+ *         Positive: the `errno` of the first write that failed. Nothing was recorded after it; what
+ *         was written before can be read.
  */
 VEMLO_CLIENT_API int vemlo_client_stop_recording(void);
 

@@ -1,23 +1,14 @@
 #pragma once
 
 #include <glog/logging.h>
-#include <pthread.h>
 
+#include <cstddef>
 #include <ostream>
+#include <string>
+
+#include "CloudStorage/Util/Threading/CancellationDeferred.h"
 
 namespace libvemlo {
-
-// Defers the cancellation of the thread.
-class CancellationDeferred {
- public:
-  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
-  ~CancellationDeferred() { pthread_setcancelstate(former_, nullptr); }
-  CancellationDeferred(const CancellationDeferred&) = delete;
-  CancellationDeferred& operator=(const CancellationDeferred&) = delete;
-
- private:
-  int former_ = PTHREAD_CANCEL_ENABLE;
-};
 
 // A line of the log with the place in the source where the object is made, written when the object
 // ends. glog writes in a destructor, which must not throw: a thread that is cancelled while it
@@ -36,7 +27,7 @@ class LogLine {
       : message_(file, line, severity, 0, send) {}
 
  private:
-  CancellationDeferred cancellation_;  // outlives the message
+  CloudStorage::Util::Threading::CancellationDeferred cancellation_;  // outlives the message
   google::LogMessage message_;
 };
 
@@ -60,5 +51,11 @@ class VerboseLine : public LogLine {
   explicit VerboseLine(const char* file = __builtin_FILE(), int line = __builtin_LINE())
       : LogLine(file, line, google::GLOG_INFO, &google::LogMessage::SendToLog) {}
 };
+
+// States the number of directories in a listing. The place in the source is that of the caller.
+inline void logDirectoryCount(std::size_t count, const char* file = __builtin_FILE(),
+                              int line = __builtin_LINE()) {
+  VerboseLine(file, line) << "Got " << std::to_string(count) << " directories. ";
+}
 
 }  // namespace libvemlo

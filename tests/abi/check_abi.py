@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Compares the library with the stored description of its binary interface.
+"""Compares a library with the stored description of its binary interface.
 
-usage: check_abi.py DESCRIPTION C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
+usage: check_abi.py DESCRIPTION C_COMPILER HEADER LIBRARY [ERROR_NUMBERS LOCATION_TABLES]
 """
 import sys
 from pathlib import Path
@@ -20,7 +20,7 @@ def difference(stored, found):
 
 
 def main():
-    if len(sys.argv) != 7:
+    if len(sys.argv) not in (5, 7):
         sys.exit(__doc__)
     stored = Path(sys.argv[1]).read_text(encoding="utf-8").splitlines()
     differences = difference(stored, described(*sys.argv[2:]))

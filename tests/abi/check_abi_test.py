@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Tests that check_abi.py detects changes that break programs.
 
-usage: check_abi_test.py C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
+usage: check_abi_test.py C_COMPILER HEADER LIBRARY ERROR_NUMBERS LOCATION_TABLES CLIENT_HEADER
+                         CLIENT_LIBRARY
 """
 import re
 import subprocess
@@ -11,9 +12,10 @@ import unittest
 from pathlib import Path
 
 from check_abi import difference
-from describe_abi import described, symbols
+from describe_abi import described, output_of, symbols
 
 COMPILER = HEADER = ERROR_NUMBERS = LIBRARY = LOCATION_TABLES = None
+CLIENT_HEADER = CLIENT_LIBRARY = None
 
 
 class CheckAbi(unittest.TestCase):
@@ -23,7 +25,7 @@ class CheckAbi(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def described(self, header=None, error_numbers=None, tables=None):
-        return described(COMPILER, header or HEADER, error_numbers or ERROR_NUMBERS, LIBRARY,
+        return described(COMPILER, header or HEADER, LIBRARY, error_numbers or ERROR_NUMBERS,
                          tables or LOCATION_TABLES)
 
     def changed(self, path, *replacements):
@@ -51,6 +53,40 @@ class CheckAbi(unittest.TestCase):
              "new: record directory member flags at 16 size 4: int",
              "new: record directory size 24 alignment 8"],
             header=header)
+
+    def assert_reports_of_client(self, differences, *replacements):
+        header = self.changed(CLIENT_HEADER, *replacements)
+        self.assertEqual(difference(described(COMPILER, CLIENT_HEADER, CLIENT_LIBRARY),
+                                    described(COMPILER, header, CLIENT_LIBRARY)), differences)
+
+    def test_a_record_with_a_size_member_grows_at_its_end_only(self):
+        last, before = "  const char *request_id;\n", "  const char *operation;\n  /** The error's"
+        start = "record vemlo_client_failure member"
+        self.assert_reports_of_client([f"new: {start} trace at 64 size 8: const char *"],
+                                      (last, last + "  const char *trace;\n"))
+        old = (("code", 40), ("message", 48), ("request_id", 56))
+        new = (("code", 48), ("message", 56), ("request_id", 64), ("trace", 40))
+        self.assert_reports_of_client(
+            [f"{change}: {start} {name} at {offset} size 8: const char *"
+             for change, members in (("no longer so", old), ("new", new))
+             for name, offset in members], (before, before.replace(";\n", ";\n  const char *trace;\n", 1)))
+
+    def test_reports_a_removed_member_of_a_record_with_a_size_member(self):
+        self.assert_reports_of_client(
+            ["no longer so: record vemlo_client_failure member request_id at 56 size 8: "
+             "const char *"], ("  const char *request_id;\n", ""))
+
+    def test_reports_another_number_in_an_enum(self):
+        self.assert_reports_of_client(
+            ["no longer so: number vemlo_client_kind 2 VEMLO_CLIENT_WAIT",
+             "new: number vemlo_client_kind 19 VEMLO_CLIENT_WAIT"],
+            ("VEMLO_CLIENT_WAIT = 2,", "VEMLO_CLIENT_WAIT = 19,"))
+
+    def test_reports_another_type_of_a_callback(self):
+        start = "vemlo_client_token_callback(const vemlo_client_tokens *, void *)"
+        self.assert_reports_of_client(
+            [f"no longer so: callback void {start}", f"new: callback int {start}"],
+            ("typedef void (*vemlo_client_token", "typedef int (*vemlo_client_token"))
 
     def test_reports_members_in_another_order(self):
         username, password = "  const char *username;\n", "  const char *password;\n"
@@ -99,6 +135,13 @@ class CheckAbi(unittest.TestCase):
         self.assert_reports(["no longer so: location s3 12 Frankfurt",
                              "new: location s3 18 Frankfurt"], tables=str(tables))
 
+    def test_does_not_describe_classes(self):
+        classes = output_of("nm", "-DC", "--defined-only", CLIENT_LIBRARY)
+        self.assertIn("CloudStorage::Client::", classes)
+        lines = described(COMPILER, CLIENT_HEADER, CLIENT_LIBRARY)
+        self.assertEqual([line for line in lines if "CloudStorage" in line], [])
+        self.assertIn("soname libvemlo_service_client.so.1", lines)
+
     def test_reports_symbols_versions_and_the_soname(self):
         def of(source, version, soname):
             library, script = self.folder / "library.so", self.folder / "map"
@@ -117,5 +160,6 @@ class CheckAbi(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    LOCATION_TABLES, LIBRARY, ERROR_NUMBERS, HEADER, COMPILER = (sys.argv.pop() for _ in range(5))
+    (COMPILER, HEADER, LIBRARY, ERROR_NUMBERS, LOCATION_TABLES, CLIENT_HEADER,
+     CLIENT_LIBRARY) = (sys.argv.pop(1) for _ in range(7))
     unittest.main()

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Prints the binary interface that programs compiled against the library use, one fact a line.
+"""Prints the binary interface that programs compiled against a library use, one fact a line.
 
-usage: describe_abi.py C_COMPILER HEADER ERROR_NUMBERS LIBRARY LOCATION_TABLES
+usage: describe_abi.py C_COMPILER HEADER LIBRARY [ERROR_NUMBERS LOCATION_TABLES]
 
-HEADER is the public header, ERROR_NUMBERS the layer's header with the numbers of failures,
-LOCATION_TABLES the program that prints the tables of locations.
+HEADER is a public C header, LIBRARY what exports its names. ERROR_NUMBERS is the layer's header
+with the numbers of failures, LOCATION_TABLES the program that prints the tables of locations.
 """
 import re
 import subprocess
@@ -42,6 +42,13 @@ def functions(declarations):
         yield f"function {tidy(result)} {name}({types})"
 
 
+def callbacks(declarations):
+    for result, name, parameters in re.findall(
+            r"\btypedef ((?:\w+[ *]+)+?)\(\*(\w+)\) ?\(([^()]*)\);", declarations):
+        types = ", ".join(type_of(parameter) for parameter in parameters.split(","))
+        yield f"callback {tidy(result)} {name}({types})"
+
+
 def variables(declarations):
     for kind, name in re.findall(r"\bextern ((?:\w+[ *]+)+?)(\w+) ?;", declarations):
         yield f"variable {tidy(kind)} {name}"
@@ -56,11 +63,23 @@ def records(declarations):
     }
 
 
+def enumerators(declarations):
+    """Maps each enum to the names in it."""
+    return {name: re.findall(r"(\w+) ?=", body)
+            for name, body in re.findall(r"enum (\w+) ?\{(.*?)\}", declarations)}
+
+
 def layouts(compiler, header, declarations):
-    statements = []
+    statements = [f'printf("number {enum} %d {name}\\n", (int){name});'
+                  for enum, names in enumerators(declarations).items() for name in names]
     for record, members in records(declarations).items():
-        statements.append(f'printf("record {record} size %zu alignment %zu\\n", '
-                          f"sizeof({record}), _Alignof({record}));")
+        # A record that begins with its size may grow at the end.
+        if members[0] == ("size_t", "size"):
+            statements.append(f'printf("record {record} of variable size, alignment %zu\\n", '
+                              f"_Alignof({record}));")
+        else:
+            statements.append(f'printf("record {record} size %zu alignment %zu\\n", '
+                              f"sizeof({record}), _Alignof({record}));")
         statements += [
             f'printf("record {record} member {member} at %zu size %zu: {kind}\\n", '
             f"offsetof({record}, {member}), sizeof((({record} *)0)->{member}));"
@@ -78,7 +97,8 @@ def symbols(library):
     listing = output_of("nm", "-D", "--defined-only", "--with-symbol-versions", library)
     for line in listing.splitlines():
         _, kind, name = line.split()
-        if kind != "A":  # the version itself
+        # Not the version itself, nor C++ classes, which have none.
+        if kind != "A" and "@@" in name:
             yield f"symbol {name} {'function' if kind == 'T' else 'variable'}"
     dynamic = output_of("readelf", "--dynamic", "--wide", library)
     yield "soname " + re.search(r"\(SONAME\).*\[(.+)\]", dynamic).group(1)
@@ -95,16 +115,17 @@ def by_number(line):
     return [(part.isdigit(), int(part) if part.isdigit() else 0, part) for part in line.split()]
 
 
-def described(compiler, header, error_header, library, location_tables):
+def described(compiler, header, library, error_header=None, location_tables=None):
     declarations = declarations_in(compiler, header)
-    lines = [*functions(declarations), *variables(declarations),
-             *layouts(compiler, header, declarations), *symbols(library),
-             *error_numbers(error_header)]
-    lines += ["location " + line for line in output_of(location_tables).splitlines()]
+    lines = [*functions(declarations), *callbacks(declarations), *variables(declarations),
+             *layouts(compiler, header, declarations), *symbols(library)]
+    if error_header:
+        lines += error_numbers(error_header)
+        lines += ["location " + line for line in output_of(location_tables).splitlines()]
     return sorted(lines, key=by_number)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 6:
+    if len(sys.argv) not in (4, 6):
         sys.exit(__doc__)
     print("\n".join(described(*sys.argv[1:])))

@@ -46,6 +46,11 @@ class Drive : public Service {
     return drive_.authorization.getToken(handle, "code", &accessToken.text, &refreshToken.text);
   }
 
+  int restore(session* handle, const std::string& accessToken,
+              const std::string& refreshToken) const override {
+    return drive_.authorization.setToken(handle, accessToken.c_str(), refreshToken.c_str());
+  }
+
   Operation listing() const override {
     Operation operation;
     operation.name = "ListDirectory";

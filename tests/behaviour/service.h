@@ -79,6 +79,11 @@ class Service {
   virtual std::weak_ptr<void> clientOf(const session& handle) const = 0;
   /// Exchanges a code for tokens, if the service uses tokens.
   virtual int authorize(session* handle) const = 0;
+  /// Sets tokens that the host has stored, if the service uses tokens.
+  virtual int restore(session* /*handle*/, const std::string& /*accessToken*/,
+                      const std::string& /*refreshToken*/) const {
+    return 0;
+  }
   /// Lists the folders in the parent.
   virtual Operation listing() const = 0;
   /// Creates a folder in the parent.

@@ -11,6 +11,11 @@ from pathlib import Path
 
 SCRIPT = None
 
+# The conventions of a header are part of the comment on the file.
+CONVENTIONS = """/** @file
+ *  Conventions: no function throws, and no function blocks unless its comment says so. */
+#include <stddef.h>
+"""
 HEADER = """
 /** A record. */
 typedef struct record {
@@ -44,8 +49,7 @@ LIBVEMLO_API void free_other(record *entry);
 
 
 class CheckHeaderComments(unittest.TestCase):
-    def gaps(self, old="", new=""):
-        text = HEADER
+    def gaps(self, old="", new="", text=HEADER):
         if old:
             self.assertEqual(text.count(old), 1, old)
             text = text.replace(old, new)
@@ -89,6 +93,56 @@ class CheckHeaderComments(unittest.TestCase):
         for (old, new), gap in expected.items():
             with self.subTest(without=old):
                 self.assertIn(gap, self.gaps(old, new))
+
+    def test_a_convention_replaces_statements_on_blocking(self):
+        silent = HEADER.replace("Does not block.", "")
+        self.assertEqual(self.gaps(text=silent), ["free_record: does not say whether it blocks"])
+        self.assertEqual(self.gaps(text=CONVENTIONS + silent), [])
+        # Only as a convention: not as a remark on one function.
+        remark = "/** A record. In it no function blocks. */"
+        self.assertEqual(self.gaps(text=silent.replace("/** A record. */", remark)),
+                         ["free_record: does not say whether it blocks"])
+
+    def test_both_macros_begin_declarations(self):
+        other = HEADER.replace("LIBVEMLO_API", "VEMLO_CLIENT_API")
+        self.assertEqual(self.gaps(text=other), [])
+        self.assertEqual(self.gaps("-1: an argument is null.", "", text=other),
+                         ["make_record: does not say what -1 means"])
+
+    def test_the_codes_of_a_question(self):
+        question = """
+/** Whether it is full. Does not block.
+ *
+ * @return 1: it is.
+ *         0: it is not. */
+LIBVEMLO_API int is_full(void);
+"""
+        self.assertEqual(self.gaps(text=HEADER + question), [])
+        self.assertEqual(self.gaps("0: it is not.", "", text=HEADER + question),
+                         ["is_full: does not say what 0 means"])
+        self.assertEqual(self.gaps("1: it is.", "", text=HEADER + question),
+                         ["is_full: does not say what 1 means"])
+
+    def test_no_code_for_bad_arguments_if_there_are_none(self):
+        setting = """
+/** Sets it. Does not block.
+ *
+ * @param first   null: none.
+ * @param second  null: none.
+ * @return 0: done. */
+LIBVEMLO_API int set(const char *first, const char *second);
+"""
+        self.assertEqual(self.gaps(text=HEADER + setting), [])
+        self.assertEqual(self.gaps("second  null: none.", "second  A text.", text=HEADER + setting),
+                         ["set: does not say what -1 means"])
+
+    def test_callbacks_and_enums_have_comments(self):
+        for declaration in ("typedef int (*thing)(const char *text, void *user);\n",
+                            "typedef enum thing { ONE = 1 } thing;\n"):
+            with self.subTest(declaration=declaration):
+                self.assertEqual(self.gaps(text=HEADER + "\n/** A thing. */\n" + declaration), [])
+                self.assertEqual(self.gaps(text=HEADER + "\n" + declaration),
+                                 ["thing: has no comment"])
 
     def test_a_parameter_that_does_not_exist(self):
         self.assertEqual(

@@ -15,6 +15,9 @@ import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
 PAGES = ROOT / "docs" / "man"
+# The list of exported names of each header.
+LISTS = {"libvemlo": "exported_symbols.txt",
+         "libvemlo_service_client": "exported_client_symbols.txt"}
 
 
 def output_of(*command):
@@ -31,9 +34,13 @@ def help_texts(*commands):
         yield from help_texts(*commands, name)
 
 
-def functions():
-    text = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+def functions(library):
+    text = (ROOT / "tests/unit" / LISTS[library]).read_text(encoding="utf-8")
     return set(re.findall(r"^(\w+)@@", text, re.M)) - {"verbose"}
+
+
+def references_in(text):
+    return set(re.findall(r"^\.Xr (\w+) 3", text, re.M))
 
 
 class ManualPages(unittest.TestCase):
@@ -47,11 +54,11 @@ class ManualPages(unittest.TestCase):
                      for path in compressed.iterdir()}
 
     def test_both_formatters_accept_them(self):
-        pages = [PAGES / "vemlo.1", PAGES / "libvemlo.3"]
+        pages = sorted(PAGES.iterdir())
         for text in set(self.texts.values()):
             pages.append(self.folder / f"{len(pages)}.3")
             pages[-1].write_text(text, encoding="utf-8")
-        self.assertGreater(len(pages), 40)
+        self.assertGreater(len(pages), 60)
         lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", *pages],
                               capture_output=True, text=True, check=False)
         self.assertEqual((lint.stdout + lint.stderr, lint.returncode), ("", 0))
@@ -59,11 +66,24 @@ class ManualPages(unittest.TestCase):
         self.assertEqual(shown.stderr, "")
 
     def test_every_function_has_a_page_that_names_it(self):
-        self.assertEqual(set(self.texts), functions())
+        self.assertEqual(set(self.texts), set().union(*map(functions, LISTS)))
         for name, text in self.texts.items():
             with self.subTest(function=name):
                 self.assertRegex(text.partition(".Sh LIBRARY")[0], rf"(?m)^\.Nm {name}\b")
                 self.assertIn(f"\n.Fo {name}\n", text.partition(".Sh DESCRIPTION")[0])
+
+    def test_a_page_names_the_header_of_its_function(self):
+        for library in LISTS:
+            for name in functions(library):
+                with self.subTest(function=name):
+                    self.assertIn(f"\n.In {library}.h\n", self.texts[name])
+
+    def test_pages_of_one_header_alone(self):
+        folder = self.folder / "one header"
+        subprocess.run([sys.executable, "-B", ROOT / "scripts/manual-pages", folder,
+                        ROOT / "include/libvemlo.h"], check=True)
+        self.assertEqual({path.name.removesuffix(".3.gz") for path in folder.iterdir()},
+                         functions("libvemlo"))
 
     def test_a_page_says_what_the_header_says(self):
         text = self.texts["s3_list_bucket"]
@@ -76,14 +96,31 @@ class ManualPages(unittest.TestCase):
             self.assertIn(part, text)
 
     def test_references_lead_to_pages(self):
-        known = functions() | {"libvemlo", "free"}
-        overview = (PAGES / "libvemlo.3").read_text(encoding="utf-8")
-        self.assertEqual(set(re.findall(r"^\.Xr (\w+) 3", overview, re.M)) | {"libvemlo"}, known)
-        for name, text in self.texts.items():
-            references = set(re.findall(r"^\.Xr (\w+) 3", text, re.M))
-            with self.subTest(function=name):
-                self.assertIn("libvemlo", references)
-                self.assertEqual(references - known, set())
+        known = {*self.texts, *LISTS, "free"}
+        for library in LISTS:
+            for name in functions(library):
+                with self.subTest(function=name):
+                    references = references_in(self.texts[name])
+                    self.assertIn(library, references)
+                    self.assertEqual(references - known, set())
+
+    def test_an_overview_refers_to_all_functions_and_to_the_other_overview(self):
+        for library in LISTS:
+            with self.subTest(overview=library):
+                text = (PAGES / f"{library}.3").read_text(encoding="utf-8")
+                self.assertEqual(references_in(text) - {"free"},
+                                 functions(library) | set(LISTS) - {library})
+
+    def test_the_example_compiles(self):
+        page = (PAGES / "libvemlo_service_client.3").read_text(encoding="utf-8")
+        code = page.partition(".Bd -literal -offset indent\n")[2].partition(".Ed\n")[0]
+        program = ("#include <libvemlo.h>\n#include <libvemlo_service_client.h>\n"
+                   "#include <stdio.h>\nvoid show(directory *folders, int count);\n"
+                   + code.replace("\\e", "\\")
+                   + "int main(void) { return list(NULL, NULL); }\n")
+        subprocess.run(["cc", "-std=c99", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
+                        "-I", ROOT / "include", "-I", ROOT / "service_client/include",
+                        "-x", "c", "-"], input=program, text=True, check=True)
 
     def test_the_tool_is_described_completely(self):
         page = re.sub(r".\x08", "", output_of("mandoc", "-T", "utf8", PAGES / "vemlo.1").stdout)

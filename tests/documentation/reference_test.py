@@ -26,10 +26,11 @@ class Reference(unittest.TestCase):
         self.assertEqual((self.result.stderr, self.result.returncode), ("", 0))
 
     def test_every_name_is_in_one_group(self):
-        symbols = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
-        for name in re.findall(r"^(\w+)@@", symbols, re.M):
-            with self.subTest(name=name):
-                self.assertEqual(len(self.groups.get(name, ())), 1)
+        for file in ("exported_symbols.txt", "exported_client_symbols.txt"):
+            symbols = (ROOT / "tests/unit" / file).read_text(encoding="utf-8")
+            for name in re.findall(r"^(\w+)@@", symbols, re.M):
+                with self.subTest(name=name):
+                    self.assertEqual(len(self.groups.get(name, ())), 1)
 
     def test_the_functions_of_a_service_are_together(self):
         for family in FAMILIES:

@@ -6,12 +6,14 @@ VEMLO_HOSTS is the folder of the programs in C.
 import os
 import pathlib
 import re
+import signal
+import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
-from support import output
+from support import drives, output
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
 PYTHON_HOST = [sys.executable, "-B", EXAMPLES / "python" / "link_account.py", "google-drive"]
@@ -20,21 +22,66 @@ NOWHERE = ("127.0.0.1", "1")
 REDIRECT = "https://vemlo.example/redirect.php"
 
 
-class PastedCode(unittest.TestCase):
+class HostsCase(unittest.TestCase):
     def setUp(self):
         c_host = pathlib.Path(os.environ["VEMLO_HOSTS"]) / "link_google_drive"
         self.hosts = {"c": [c_host], "python": PYTHON_HOST}
+        self.tokens = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tokens"
 
-    def link(self, host, pasted):
-        tokens = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tokens"
+    def start(self, host, proxy):
         environment = {**os.environ, "LIBVEMLO": os.environ["VEMLO_LIBRARY"]}
-        result = subprocess.run(
-            [*self.hosts[host], tokens, *NOWHERE], input=pasted + "\n", env=environment,
-            capture_output=True, encoding="utf-8", timeout=60, check=False,
+        process = subprocess.Popen(
+            [*self.hosts[host], self.tokens, *proxy], env=environment, encoding="utf-8",
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
         )  # fmt: skip
-        output.keep(result.stdout + result.stderr)
-        self.assertEqual(result.returncode, 1)
-        return result
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def finish(self, process, text=""):
+        """The outputs of a host that fails."""
+        shown, log = process.communicate(text, timeout=60)
+        output.keep(shown + log)
+        self.assertEqual(process.returncode, 1, shown + log)
+        return shown, log
+
+
+class StoredTokens(HostsCase):
+    """Hosts with tokens from an earlier run, which need no consent."""
+
+    def setUp(self):
+        super().setUp()
+        lines = [drives.enciphered(text) for text in ("access token", "refresh token")]
+        self.tokens.write_text("".join(line + "\n" for line in lines), encoding="ascii")
+
+    def assert_shown(self, shown, message):
+        self.assertIn(message, "".join(shown))
+        self.assertNotIn("Open this address", shown[0])
+
+    def test_a_proxy_that_is_not_reached_is_no_reason_for_consent(self):
+        for host in self.hosts:
+            with self.subTest(host=host):
+                shown = self.finish(self.start(host, NOWHERE))
+                self.assert_shown(shown, "Cannot reach the account (offline). "
+                                         "Check the network and the proxy.\n")
+
+    def test_ctrl_c_ends_a_call(self):
+        for host in self.hosts:
+            with self.subTest(host=host), socket.create_server(("127.0.0.1", 0)) as silent:
+                silent.settimeout(60)
+                process = self.start(host, ("127.0.0.1", str(silent.getsockname()[1])))
+                connection, _ = silent.accept()
+                with connection:
+                    connection.settimeout(60)
+                    self.assertTrue(connection.recv(1))  # the call is on its way
+                    process.send_signal(signal.SIGINT)
+                    shown = self.finish(process)
+                self.assert_shown(shown, "Cannot reach the account (cancelled). You ended it.\n")
+
+
+class PastedCode(HostsCase):
+    def link(self, host, pasted):
+        return self.finish(self.start(host, NOWHERE), pasted + "\n")
 
     def test_it_is_found_and_decoded_once(self):
         cases = {
@@ -50,14 +97,13 @@ class PastedCode(unittest.TestCase):
             for pasted, code in cases.items():
                 with self.subTest(host=host, pasted=pasted):
                     # The log line of a failed exchange contains the code that was sent.
-                    log = self.link(host, pasted).stderr
+                    _, log = self.link(host, pasted)
                     self.assertEqual(re.search(r"authorizationCode = (.*?), ", log)[1], code)
 
     def test_an_address_without_a_code_is_reported(self):
         for host in self.hosts:
             with self.subTest(host=host):
-                result = self.link(host, REDIRECT + "?error=access_denied&barcode=1")
-                shown = result.stdout + result.stderr
+                shown = "".join(self.link(host, REDIRECT + "?error=access_denied&barcode=1"))
                 self.assertIn("There is no code in that address.", shown)
                 self.assertNotIn("authorizationCode", shown)
 

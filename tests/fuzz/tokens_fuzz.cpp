@@ -40,7 +40,7 @@ void checkTokens(const Tokens& tokens) {
 void checkInput(std::string_view input) {
   for (const int status : {200, 400}) {
     Tokens exchanged;
-    const auto exchange = endpointWith(status, input).exchange("code", "scope", exchanged);
+    const auto exchange = endpointWith(status, input).exchange({"code", "scope"}, exchanged);
     if (exchange.isSuccess()) {
       checkTokens(exchanged);
     } else {

@@ -35,6 +35,8 @@ def main():
     faults += [f"{symbol} is not left undefined" for symbol in symbols if symbol not in undefined]
     if "CloudStorage::" in defined:
         faults.append("a symbol of the layer is exported")
+    if "vemlo_client_" in defined + undefined:
+        faults.append("a function of the bundled layer's C interface is exported or used")
     for fault in faults:
         print(fault, file=sys.stderr)
     sys.exit(1 if faults else 0)

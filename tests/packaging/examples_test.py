@@ -10,7 +10,7 @@ import unittest
 from urllib.parse import parse_qs, urlsplit
 
 from installed import EXAMPLES, ROOT, installed
-from support import sandbox
+from support import drives, sandbox
 
 CONSENT = [os.environ["VEMLO_NODE"], ROOT / "sandbox" / "cli.mjs", "consent"]
 
@@ -58,19 +58,26 @@ class Examples(unittest.TestCase):
         return [entry["Key"] for entry in page.get("Contents", [])]
 
     def empty_bucket(self):
-        for key in self.keys():
-            self.client.delete_object(Bucket=self.bucket, Key=key)
+        while keys := self.keys():  # at most a page of them
+            objects = [{"Key": key} for key in keys]
+            self.client.delete_objects(Bucket=self.bucket, Delete={"Objects": objects})
 
     def start(self, *command, **variables):
         environment = {**self.prefix.environment, "S3_ACCESS_KEY": self.account.access_key,
                        "S3_SECRET_KEY": self.account.secret_key, **variables}
         return Host(command, environment)
 
-    def python(self, *arguments):
+    def s3_hosts(self, **variables):
+        """Starts a host, by its language."""
+        endpoint = self.account.endpoint
+        return {"c": lambda: self.start(self.programs / "link_s3", endpoint, **variables),
+                "python": lambda: self.python("s3", endpoint, **variables)}
+
+    def python(self, *arguments, **variables):
         library = str(self.prefix.libraries / "libvemlo.so.1")
         host = EXAMPLES / "python" / "link_account.py"
         return self.start(sys.executable, "-B", host, *arguments, LIBVEMLO=library,
-                          SSL_CERT_FILE=sandbox.state()["internet"]["caFile"])
+                          SSL_CERT_FILE=sandbox.state()["internet"]["caFile"], **variables)
 
     def number_of_bucket(self):
         return str(self.account.bucket_names().index(self.bucket) + 1)
@@ -86,9 +93,7 @@ class Examples(unittest.TestCase):
         self.assertEqual(result, ("".join(name + "\n" for name in account.bucket_names()), "", 0))
 
     def test_an_s3_folder_is_made_and_picked(self):
-        hosts = {"c": lambda: self.start(self.programs / "link_s3", self.account.endpoint),
-                 "python": lambda: self.python("s3", self.account.endpoint)}
-        for language, start in hosts.items():
+        for language, start in self.s3_hosts().items():
             with self.subTest(language=language):
                 folder = f"Málaga {language}"
                 choices = (self.number_of_bucket(), "+" + folder, "1", "+2019", "+1", "2", ".")
@@ -97,13 +102,26 @@ class Examples(unittest.TestCase):
                 self.assertEqual(self.keys(), keys)
                 self.empty_bucket()
 
+    def test_a_folder_behind_a_thousand_files_is_listed(self):
+        for number in range(1001):
+            self.client.put_object(Bucket=self.bucket, Key=f"{number:04}")
+        self.client.put_object(Bucket=self.bucket, Key="Photos/")
+        for language, start in self.s3_hosts().items():
+            with self.subTest(language=language):
+                output, errors, code = start().finish(self.number_of_bucket(), ".")
+                self.assertEqual((errors, code), ("", 0), output)
+                self.assertIn("1  Photos/\n", output)
+                self.assertEqual("1000 entries so far\n" in output, language == "python")
+
     def test_wrong_keys_lead_to_advice(self):
-        host = self.start(self.programs / "link_s3", self.account.endpoint,
-                          S3_SECRET_KEY=sandbox.MADE_UP_SECRET)
-        output, errors, code = host.finish()
-        self.assertEqual(output, "Cannot list the buckets (code 13). Check the keys.\n")
-        self.assertEqual(code, 1)
-        self.assertIn("SignatureDoesNotMatch", errors)
+        messages = {"c": "Cannot list the buckets (code 13). Check the keys.\n",
+                    "python": "Cannot list the buckets (wrong keys). Check the keys.\n"}
+        for language, start in self.s3_hosts(S3_SECRET_KEY=sandbox.MADE_UP_SECRET).items():
+            with self.subTest(language=language):
+                output, errors, code = start().finish()
+                self.assertIn(messages[language], output + errors)
+                self.assertEqual(code, 1)
+                self.assertIn("SignatureDoesNotMatch", errors)
 
     def start_google_drive(self, language, tokens):
         internet = sandbox.state()["internet"]
@@ -138,6 +156,43 @@ class Examples(unittest.TestCase):
                 output, errors, code = host.finish(*choices, ".")
                 self.assertEqual((errors, code), ("", 0), output)
                 self.assertIn(f"  {name}\n", output)
+
+    def link(self, language, tokens):
+        host = self.start_google_drive(language, tokens)
+        self.consent(host)
+        output, errors, code = host.finish(*(["1"] if language == "python" else []), ".")
+        self.assertEqual((errors, code), ("", 0), output)
+
+    def test_renewed_tokens_are_stored(self):
+        for language in ("c", "python"):
+            with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
+                tokens = pathlib.Path(folder) / "tokens"
+                self.link(language, tokens)
+                first = tokens.read_text(encoding="ascii").splitlines()
+                drives.control("expire", "google-drive")
+                host = self.start_google_drive(language, tokens)
+                output, errors, code = host.finish(*(["1"] if language == "python" else []), ".")
+                self.assertEqual((errors, code), ("", 0), output)
+                renewed = tokens.read_text(encoding="ascii").splitlines()
+                self.assertNotEqual(renewed[0], first[0])
+                self.assertEqual(renewed[1], first[1])  # Google keeps the refresh token
+                self.assertEqual(tokens.stat().st_mode & 0o777, 0o600)
+                self.assertEqual([*tokens.parent.iterdir()], [tokens])
+
+    def test_revoked_tokens_lead_to_consent(self):
+        for language in ("c", "python"):
+            with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
+                tokens = pathlib.Path(folder) / "tokens"
+                self.link(language, tokens)
+                drives.control("expire", "google-drive")
+                drives.control("revoke", "google-drive")
+                host = self.start_google_drive(language, tokens)
+                self.assertEqual(host.read_line(), "Cannot reach the account (link again). "
+                                                   "Link the account again.")
+                self.consent(host)
+                output, _, code = host.finish(*(["1"] if language == "python" else []), ".")
+                self.assertEqual(code, 0, output)
+                self.assertIn("Chosen: ", output)
 
     def test_damaged_stored_tokens_require_a_new_consent(self):
         for language in ("c", "python"):

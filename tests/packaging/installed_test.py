@@ -15,6 +15,22 @@ LAYER_HOST = """
 #include <CloudStorage/Config/ConnectionGenericSetting.h>
 int main() { return CloudStorage::Config::ConnectionGenericSetting::CIPHER[0] == '\\0'; }
 """
+CLIENT_HOST = """
+#include <libvemlo.h>
+#include <libvemlo_service_client.h>
+int main(void) {
+  libvemlo_global_init();
+  libvemlo_global_cleanup();
+  return vemlo_client_now() > 0 ? 0 : 1;
+}
+"""
+CLIENT_PROJECT = """
+cmake_minimum_required(VERSION 3.16)
+project(host LANGUAGES C)
+find_package(libvemlo REQUIRED)
+add_executable(host host.c)
+target_link_libraries(host PRIVATE libvemlo::libvemlo)
+"""
 LAYER_PROJECT = """
 cmake_minimum_required(VERSION 3.16)
 project(host LANGUAGES CXX)
@@ -67,6 +83,14 @@ class Installed(unittest.TestCase):
         self.assertRegex(self.prefix.pkg_config("--libs", "libvemlo-service-client"),
                          r"-lvemlo_service_client\b")
 
+    def test_who_links_the_library_may_use_the_layers_c_interface(self):
+        folder = self.temporary_folder(host_c=CLIENT_HOST, CMakeLists_txt=CLIENT_PROJECT)
+        run(self.prefix.build_with_cmake(folder, folder / "build") / "host", env={})
+
+        flags = self.prefix.pkg_config("--cflags", "--libs", "libvemlo").split()
+        run("cc", folder / "host.c", *flags, "-o", folder / "host")
+        run(folder / "host", env=self.prefix.environment)
+
     def test_versions(self):
         self.assertEqual(self.prefix.pkg_config("--modversion", "libvemlo"), self.version)
         major = int(self.version.split(".")[0])
@@ -91,9 +115,10 @@ class Installed(unittest.TestCase):
                 self.assertEqual("it has no component 'nonsense'" in result.stderr, not found)
 
     def test_every_function_has_a_manual_page(self):
-        symbols = (ROOT / "tests/unit/exported_symbols.txt").read_text(encoding="utf-8")
+        symbols = "".join((ROOT / "tests/unit" / name).read_text(encoding="utf-8")
+                          for name in ("exported_symbols.txt", "exported_client_symbols.txt"))
         names = sorted(set(re.findall(r"^(\w+)@@", symbols, re.M)) - {"verbose"})
-        self.assertEqual(len(names), 57)
+        self.assertEqual(len(names), 57 + 24)
         manual = ["man", "-M", self.prefix.path / "share/man"]
         self.assertEqual(len(run(*manual, "-w", *names).splitlines()), len(names))
         # Closing a session is described once for all services.
@@ -109,15 +134,18 @@ class Installed(unittest.TestCase):
                 with self.subTest(document=path.name, target=target):
                     self.assertTrue((path.parent / target).exists())
 
-        header = (self.prefix.path / "include/libvemlo.h").read_text(encoding="utf-8")
-        named = set(re.findall(r"[\w./-]+\.md", header))
+        headers = "".join((self.prefix.path / "include" / name).read_text(encoding="utf-8")
+                          for name in ("libvemlo.h", "libvemlo_service_client.h"))
+        named = set(re.findall(r"[\w./-]+\.md", headers))
         self.assertEqual(named, {"error-codes.md", "hosting.md"})
         self.assertLessEqual(named, {path.name for path in documents})
 
-        with gzip.open(self.prefix.path / "share/man/man3/libvemlo.3.gz", "rt") as page:
-            paths = re.findall(r"^\.It Pa /usr/(\S+)", page.read(), re.M)
+        paths = []
+        for name in ("libvemlo", "libvemlo_service_client"):
+            with gzip.open(self.prefix.path / f"share/man/man3/{name}.3.gz", "rt") as page:
+                paths += re.findall(r"^\.It Pa /usr/(\S+)", page.read(), re.M)
         self.assertEqual([path for path in paths if not (self.prefix.path / path).exists()], [])
-        self.assertGreater(len(paths), 2)
+        self.assertGreater(len(paths), 4)
 
     def test_what_only_packages_contain_is_not_installed(self):
         self.assertTrue((self.prefix.path / "share/doc/libvemlo-dev/hosting.md").exists())

@@ -14,6 +14,14 @@ HOST = """
 #include <libvemlo.h>
 int main(void) { libvemlo_global_init(); return 0; }
 """
+CLIENT_HOST = """
+#include <libvemlo_service_client.h>
+int main(void) { return vemlo_client_now() < 0; }
+"""
+LAYER_HOST = """
+#include <CloudStorage/Config/ConnectionGenericSetting.h>
+int main() { return CloudStorage::Config::ConnectionGenericSetting::CIPHER[0] == '\\0'; }
+"""
 SOURCE = """Source: host
 
 Package: host
@@ -53,6 +61,7 @@ class Packages(unittest.TestCase):
             },
             "libvemlo-dev": {
                 "usr/include/libvemlo.h", f"usr/{LIBDIR}/libvemlo.so",
+                "usr/include/libvemlo_service_client.h",
                 "usr/include/CloudStorage/Client/S3/S3Client.h",
                 f"usr/{LIBDIR}/libvemlo_service_client.so", f"usr/{LIBDIR}/pkgconfig/libvemlo.pc",
                 f"usr/{LIBDIR}/pkgconfig/libvemlo-service-client.pc",
@@ -60,6 +69,8 @@ class Packages(unittest.TestCase):
                 f"usr/{LIBDIR}/cmake/libvemlo/libvemlo-config-version.cmake",
                 "usr/share/doc/libvemlo-dev/changelog.Debian.gz",
                 "usr/share/man/man3/s3_list_bucket.3.gz", "usr/share/man/man3/libvemlo.3.gz",
+                "usr/share/man/man3/vemlo_client_now.3.gz",
+                "usr/share/man/man3/libvemlo_service_client.3.gz",
                 "usr/share/doc/libvemlo-dev/hosting.md",
                 "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
@@ -89,29 +100,62 @@ class Packages(unittest.TestCase):
         self.assertRegex(shlibs,
                          rf"(?m)^libvemlo_service_client 1 libvemlo1 \(= {version}\)$")
 
-    def test_symbols_are_those_of_the_library(self):
+    def symbols(self):
+        """Maps each library to its symbols, each with the rest of its line."""
         text = run("dpkg-deb", "--info", self.packages["libvemlo1"].path, "symbols")
-        self.assertEqual(text.splitlines()[0], "libvemlo.so.1 libvemlo1 #MINVER#")
-        exported = run("nm", "--dynamic", "--defined-only", BUILD_TREE / LIBDIR / "libvemlo.so.1")
-        names = {line.split()[-1].replace("@@", "@") for line in exported.splitlines()}
-        # The version node itself is shown without a version.
-        self.assertEqual({line.split()[0] for line in text.splitlines()[1:]},
-                         {name if "@" in name else f"{name}@{name}" for name in names})
+        found = {}
+        for line in text.splitlines():
+            if line.startswith(" "):
+                name, version = line.split(maxsplit=1)
+                symbols[name] = version
+            elif not line.startswith("|"):
+                symbols = found.setdefault(line, {})
+        return found
 
-    def test_a_host_depends_on_the_version_that_its_symbols_appeared_in(self):
+    def test_symbols_are_those_of_the_libraries(self):
+        symbols = self.symbols()
+        self.assertEqual([*symbols], ["libvemlo.so.1 libvemlo1 #MINVER#",
+                                      "libvemlo_service_client.so.1 libvemlo1 #MINVER#"])
+        for line, found in symbols.items():
+            library = BUILD_TREE / LIBDIR / line.split()[0]
+            exported = run("nm", "--dynamic", "--defined-only", "--with-symbol-versions", library)
+            names = {tuple(row.split()[1:]) for row in exported.splitlines()}
+            # The version node itself is shown without a version, and so is what has none.
+            self.assertEqual(set(found),
+                             {name.replace("@@", "@") if "@" in name else
+                              f"{name}@{name if kind == 'A' else 'Base'}" for kind, name in names})
+
+    def test_symbols_without_a_version_require_this_version(self):
+        symbols = self.symbols()["libvemlo_service_client.so.1 libvemlo1 #MINVER#"]
+        for name, version in symbols.items():
+            with self.subTest(symbol=name):
+                self.assertEqual(version, "1.0.0 1" if name.endswith("@Base") else "1.0.0")
+
+    def dependencies_of(self, source, *command):
+        """What a host that is built with the packages depends on."""
         with tempfile.TemporaryDirectory() as name:
             folder = pathlib.Path(name)
             root = folder / "root"
             for package in self.packages.values():
                 run("dpkg-deb", "--extract", package.path, root)
             run("dpkg-deb", "--control", self.packages["libvemlo1"].path, root / "DEBIAN")
-            (folder / "host.c").write_text(HOST, encoding="utf-8")
-            run("cc", folder / "host.c", "-I", root / "usr/include", "-L", root / "usr" / LIBDIR,
-                "-lvemlo", "-o", folder / "host")
+            run(*command, "-", "-I", root / "usr/include", "-L", root / "usr" / LIBDIR, "-lvemlo",
+                "-lvemlo_service_client", "-o", folder / "host", input=source)
             (folder / "debian").mkdir()
             (folder / "debian/control").write_text(SOURCE, encoding="utf-8")
-            depends = run("dpkg-shlibdeps", "-O", f"-S{root}", folder / "host", cwd=folder)
-        self.assertIn("libvemlo1 (>= 1.0.0)", depends)
+            return run("dpkg-shlibdeps", "-O", f"-S{root}", folder / "host", cwd=folder)
+
+    def test_a_host_depends_on_the_version_that_its_symbols_appeared_in(self):
+        for source in (HOST, CLIENT_HOST):
+            with self.subTest(source=source):
+                depends = self.dependencies_of(source, "cc", "-x", "c")
+                self.assertIn("libvemlo1 (>= 1.0.0)", depends)
+                self.assertNotIn("libvemlo1 (= ", depends)
+
+    def test_a_host_that_uses_the_layers_classes_depends_on_this_version(self):
+        version = self.packages["libvemlo1"].field("Version")
+        depends = self.dependencies_of(LAYER_HOST, "c++", "-std=c++17", "-x", "c++")
+        self.assertIn(f"libvemlo1 (= {version})", depends)
 
     def test_libraries_of_several_architectures_may_be_installed(self):
         fields = {name: package.field("Multi-Arch") for name, package in self.packages.items()}

@@ -293,7 +293,7 @@ TEST_F(GoogleDriveCallBudget, WaitForAnotherRefreshEndsWithTheCall) {
     budget.timeLeft(steadyNow());
     pass(10min - 1ms);
     const RunningCall::Clock clock = [this] { return steadyNow(); };
-    const RunningCall call(budget, clock);
+    const RunningCall call(budget, clock, Client::Service::S3);
     const auto status = credential->refreshAccessToken();
     EXPECT_EQ(status.getCode(), -1);
     EXPECT_EQ(status.toString(), "Another refresh has not ended in time.");

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,7 @@ namespace {
 
 namespace Json = CloudStorage::Util::Json;
 using namespace std::string_literals;
+using CloudStorage::Util::Json::number;
 using CloudStorage::Util::Json::texts;
 using testing::ElementsAre;
 
@@ -32,6 +34,20 @@ std::string pathInto(std::size_t depth) {
   std::string path;
   for (std::size_t level = 1; level < depth; ++level) path += "in/";
   return path + "name";
+}
+
+TEST(JsonNumber, IsFoundAsANumberAndAsAText) {
+  EXPECT_EQ(number(R"({"a":{"b":[7,-8]}})", "a/b/1"), -8);
+  EXPECT_EQ(number(R"({"a":"42"})", "a"), 42);
+  EXPECT_EQ(number(R"({"a":1,"a":2})", "a"), 2);
+}
+
+TEST(JsonNumber, NothingElseIsOne) {
+  for (const char* body :
+       {"", "[1]", "7", "{}", R"({"a":1.5})", R"({"a":true})", R"({"a":" 1"})", R"({"a":"1 "})",
+        R"({"a":"0x1"})", R"({"a":99999999999999999999})", R"({"a":[1]})", R"({"a":1} 2)"}) {
+    EXPECT_EQ(number(body, "a"), std::nullopt) << body;
+  }
 }
 
 TEST(JsonTexts, OneTextForEachPathInItsOrder) {

@@ -2,9 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "CloudStorage/Auth/OAuth2Credential.h"
+#include "support/credential_fixture.h"
 
 namespace {
 
@@ -22,33 +21,8 @@ using CloudStorage::Auth::TokenRefresher;
 using CloudStorage::Util::Status;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-/// Returns "new-1", "new-2" and so on, or calls `onRefresh`.
-class FakeRefresher : public TokenRefresher {
- public:
-  Status refresh(Tokens& tokens) override {
-    std::size_t number = 0;
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      refreshTokens_.push_back(tokens.refreshToken);
-      number = refreshTokens_.size();
-    }
-    if (onRefresh) return onRefresh(tokens);
-    tokens.accessToken = "new-" + std::to_string(number);
-    return {};
-  }
-
-  std::vector<std::string> refreshTokens() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return refreshTokens_;
-  }
-
-  std::function<Status(Tokens&)> onRefresh;
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> refreshTokens_;
-};
+using TestSupport::FakeRefresher;
+using TestSupport::runInOtherThread;
 
 /// Blocks threads until all of them have arrived.
 class Barrier {
@@ -67,44 +41,8 @@ class Barrier {
   int missing_;
 };
 
-class OAuth2CredentialTest : public ::testing::Test {
- protected:
-  OAuth2CredentialTest() {
-    credential.setTokenRefresher(refresher);
-    credential.setTokens("old", "refresh");
-  }
-
-  std::shared_ptr<FakeRefresher> refresher = std::make_shared<FakeRefresher>();
-  OAuth2Credential credential;
-};
-
-/// A service that refuses every refresh token, and a clock.
-class OAuth2RefusedRefresh : public OAuth2CredentialTest {
- protected:
-  OAuth2RefusedRefresh() {
-    credential.setTokenRefresher(refresher, [this] { return now; });
-    refuseWith(400);
-  }
-
-  void refuseWith(int code) {
-    refresher->onRefresh = [code](TokenRefresher::Tokens&) {
-      return Status(code, "refused with " + std::to_string(code));
-    };
-  }
-
-  // The steps of a call whose token is refused.
-  Status attemptAndRefresh() {
-    credential.accessTokenForAttempt();
-    return credential.refreshAccessToken();
-  }
-
-  std::chrono::system_clock::time_point now =
-      std::chrono::system_clock::from_time_t(1709195415);  // 2024-02-29 08:30:15 UTC
-};
-
+using OAuth2CredentialTest = TestSupport::CredentialFixture;
 using OAuth2CredentialConcurrency = OAuth2CredentialTest;
-
-void runInOtherThread(const std::function<void()>& task) { std::thread(task).join(); }
 
 /// All threads make an attempt before any of them refreshes.
 std::vector<Status> refreshAtOnce(OAuth2Credential& credential, int threadCount) {
@@ -203,84 +141,6 @@ TEST_F(OAuth2CredentialTest, EachFailedAttemptRefreshesAgainAfterAFailure) {
   credential.accessTokenForAttempt();
   EXPECT_TRUE(credential.refreshAccessToken().isSuccess());
   EXPECT_EQ(credential.accessToken(), "new-2");
-}
-
-TEST_F(OAuth2RefusedRefresh, IsNotRepeatedForFiveSeconds) {
-  for (const int seconds : {0, 1, 3}) {  // 4 in all
-    now += std::chrono::seconds(seconds);
-    const auto status = attemptAndRefresh();
-    EXPECT_EQ(status.getCode(), 400);
-    EXPECT_EQ(status.toString(), "refused with 400");
-  }
-  now += std::chrono::milliseconds(999);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
-
-  now += std::chrono::milliseconds(1);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->refreshTokens().size(), 2U);
-  now += std::chrono::seconds(4);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->refreshTokens().size(), 2U) << "the second refusal has a time of its own";
-}
-
-TEST_F(OAuth2RefusedRefresh, IsRememberedForOtherThreads) {
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  runInOtherThread([this] { EXPECT_EQ(attemptAndRefresh().getCode(), 400); });
-  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
-}
-
-TEST_F(OAuth2RefusedRefresh, OnlyRefusalsAreRemembered) {
-  std::size_t refreshes = 0;
-  for (const int code : {-1, 403, 404, 429, 500, 502, 503, 200}) {
-    SCOPED_TRACE(code);
-    refuseWith(code);
-    EXPECT_EQ(attemptAndRefresh().getCode(), code);
-    EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
-  }
-  refuseWith(401);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 401);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 401);
-  EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
-}
-
-TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTokensAreSet) {
-  const std::function<void()> changes[] = {
-      [this] { credential.setAccessToken("other"); },
-      [this] { credential.setRefreshToken("other refresh"); },
-      [this] { credential.setTokens("third", "third refresh"); },
-  };
-  EXPECT_FALSE(attemptAndRefresh().isSuccess());
-  std::size_t refreshes = 1;
-  for (const auto& change : changes) {
-    change();
-    EXPECT_FALSE(attemptAndRefresh().isSuccess());
-    EXPECT_EQ(refresher->refreshTokens().size(), ++refreshes);
-  }
-}
-
-TEST_F(OAuth2RefusedRefresh, IsForgottenWhenTheClockIsSetBack) {
-  EXPECT_FALSE(attemptAndRefresh().isSuccess());
-  now -= std::chrono::hours(1);
-  refresher->onRefresh = nullptr;
-  EXPECT_TRUE(attemptAndRefresh().isSuccess());
-}
-
-TEST_F(OAuth2RefusedRefresh, IsReplacedByALaterFailure) {
-  const auto begin = now;
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  now += std::chrono::seconds(5);
-  refuseWith(503);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 503);
-  now = begin;
-  EXPECT_EQ(attemptAndRefresh().getCode(), 503);
-  EXPECT_EQ(refresher->refreshTokens().size(), 3U);
-}
-
-TEST_F(OAuth2RefusedRefresh, RealClockIsTheDefault) {
-  credential.setTokenRefresher(refresher);
-  EXPECT_EQ(attemptAndRefresh().getCode(), 400);
-  EXPECT_EQ(refresher->refreshTokens().size(), 1U);
 }
 
 TEST(OAuth2Credential, RequestsCarryTheServicesPartOfTheToken) {

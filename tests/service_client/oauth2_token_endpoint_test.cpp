@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -109,6 +110,59 @@ TEST_F(OAuth2TokenEndpointTest, RefreshTokenIsKeptIfTheResponseHasNone) {
     EXPECT_EQ(tokens.accessToken, "a");
     EXPECT_EQ(tokens.refreshToken, kRefreshToken);
   }
+}
+
+TEST_F(OAuth2TokenEndpointTest, ReadsTheLifetime) {
+  const std::pair<const char*, std::int64_t> lifetimes[] = {
+      {R"(,"expires_in":3599)", 3599},
+      {R"(,"expires_in":"14400")", 14400},
+      {R"(,"expires_in":0)", 0},
+      {"", -1},
+      {R"(,"expires_in":null)", -1},
+      {R"(,"expires_in":-5)", -1},
+      {R"(,"expires_in":"")", -1},
+      {R"(,"expires_in":"1h")", -1},
+      {R"(,"expires_in":"99999999999999999999")", -1},
+      {R"(,"expires_in":[3599])", -1},
+  };
+  for (const auto& [member, lifetime] : lifetimes) {
+    SCOPED_TRACE(member);
+    const std::string body = std::string(R"({"access_token":"a")") + member + '}';
+    EXPECT_TRUE(refreshWithResponse(jsonResponse(200, body)).isSuccess());
+    EXPECT_EQ(tokens.lifetime, lifetime);
+  }
+}
+
+TEST_F(OAuth2TokenEndpointTest, EmptyClientSecretIsNotSent) {
+  auto spec = clientSpec();
+  spec.clientSecret.clear();
+  OAuth2TokenEndpoint publicClient(spec, transport);
+  transport->enqueue(jsonResponse(200, R"({"access_token":"a"})"));
+  transport->enqueue(jsonResponse(200, R"({"access_token":"a"})"));
+  tokens.refreshToken = "r";
+  EXPECT_TRUE(publicClient.refresh(tokens).isSuccess());
+  EXPECT_TRUE(publicClient.exchange({"4"}, tokens).isSuccess());
+  const auto requests = transport->requests();
+  EXPECT_EQ(requests.at(0).body, "grant_type=refresh_token&refresh_token=r&client_id=client%3Aid");
+  EXPECT_EQ(requests.at(1).body,
+            "grant_type=authorization_code&code=4&client_id=client%3Aid"
+            "&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php");
+}
+
+TEST_F(OAuth2TokenEndpointTest, CodeVerifierIsSentAndRedacted) {
+  transport->enqueue(jsonResponse(
+      400, R"({"error":"invalid_grant","error_description":"dBjftJeZ4CVP-mB92K27 is wrong"})"));
+  EXPECT_EQ(endpoint.exchange({"4", "a b", "dBjftJeZ4CVP-mB92K27"}, tokens).toString(),
+            "invalid_grant: *** is wrong");
+  EXPECT_EQ(transport->requests().at(0).body,
+            "grant_type=authorization_code&code=4&client_id=client%3Aid"
+            "&client_secret=secret~%26.value&redirect_uri=https%3A%2F%2Fexample.test%2Fredirect.php"
+            "&scope=a%20b&code_verifier=dBjftJeZ4CVP-mB92K27");
+}
+
+TEST_F(OAuth2TokenEndpointTest, ReportsWithoutACallbackDoNothing) {
+  endpoint.report({"old", "used"}, {"new", "next"});
+  EXPECT_THAT(transport->requests(), IsEmpty());
 }
 
 TEST_F(OAuth2TokenEndpointTest, TokenTypeIsComparedWithoutCase) {
@@ -238,7 +292,7 @@ TEST_F(OAuth2TokenEndpointTest, EncodedSecretsAreRedacted) {
 TEST_F(OAuth2TokenEndpointTest, CodeIsRedacted) {
   transport->enqueue(jsonResponse(
       400, R"({"error":"invalid_grant","error_description":"4/0A and 4%2F0A: malformed"})"));
-  EXPECT_EQ(endpoint.exchange("4/0A", "", tokens).toString(),
+  EXPECT_EQ(endpoint.exchange({"4/0A"}, tokens).toString(),
             "invalid_grant: *** and ***: malformed");
 }
 

@@ -2,22 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
-#include <sstream>
-#include <stdexcept>
-#include <streambuf>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Client/ErrorMarshalling.h"
 #include "Client/ServiceCall.h"
 #include "CloudStorage/Client/S3/S3Client.h"
-#include "CloudStorage/Client/StreamingWSRequest.h"
-#include "libvemlo/retry_strategies.h"
-#include "support/attempt_fixture.h"
 #include "support/recording_strategy.h"
+#include "support/service_call_fixture.h"
 
 namespace {
 
@@ -26,12 +19,8 @@ using CloudStorage::Client::ClientEnvironment;
 using CloudStorage::Client::ClientParts;
 using CloudStorage::Client::CoreErrors;
 using CloudStorage::Client::Error;
-using CloudStorage::Client::RequestPolicy;
 using CloudStorage::Client::RetryStrategy;
 using CloudStorage::Client::ServiceCall;
-using CloudStorage::Client::StreamingWSRequest;
-using CloudStorage::Client::WSErrorMarshaller;
-using CloudStorage::Util::Outcome;
 using CloudStorage::Util::RateLimiter;
 using ::testing::AllOf;
 using ::testing::Each;
@@ -42,6 +31,9 @@ using ::testing::Key;
 using ::testing::Pair;
 using ::testing::SizeIs;
 using TestSupport::failedResponse;
+using TestSupport::Model;
+using TestSupport::parseLines;
+using TestSupport::RecordingPolicy;
 using TestSupport::RecordingStrategy;
 using TestSupport::response;
 
@@ -54,96 +46,7 @@ class StubbornStrategy : public RetryStrategy {
   long getDelayBeforeNextRetry(const Error&, unsigned long) const override { return 0; }
 };
 
-class RecordingPolicy : public RequestPolicy {
- public:
-  void authorize(Http::Request& request) override {
-    request.headers["authorization"] = "attempt " + std::to_string(++authorized);
-    if (onAuthorize) onAuthorize();
-  }
-  bool recover(const Http::Response& response, const Error&, Http::Request& request) override {
-    ++offered;
-    return onRecover && onRecover(response, request);
-  }
-  bool redirect(const std::string& location, Http::Request& request) override {
-    locations.push_back(location);
-    const auto target = Http::URI::parse(location);
-    if (!target) return false;
-    request.uri = *target;
-    return true;
-  }
-
-  int authorized = 0;
-  int offered = 0;
-  std::vector<std::string> locations;
-  std::function<void()> onAuthorize;
-  std::function<bool(const Http::Response&, Http::Request&)> onRecover;
-};
-
-/// A request that is whatever a test makes of it.
-class Model : public StreamingWSRequest {
- public:
-  Http::HeaderValueCollection getRequestSpecificHeaders() const override { return headers; }
-  void addQueryStringParameters(Http::URI& uri) const override {
-    if (!parameter.empty()) uri.addQueryStringParameter("parameter", parameter);
-  }
-  bool doesRequireAuthorization() const override { return authorized; }
-  bool shouldComputeContentMd5() const override { return withMd5; }
-
-  void setBody(const std::string& text) { body = std::make_shared<std::stringstream>(text); }
-
-  Http::HeaderValueCollection headers;
-  std::string parameter;
-  bool authorized = true;
-  bool withMd5 = false;
-};
-
-using Lines = std::vector<std::string>;
-
-// A response is a text of lines; one that ends with "!" is refused.
-Outcome<Lines, Error> parseLines(Http::Response&& response) {
-  std::istringstream text(response.body);
-  Lines lines;
-  for (std::string line; std::getline(text, line);) {
-    if (line == "!") return CloudStorage::Client::malformedResponse("refused");
-    if (line == "throw") throw std::runtime_error("the parser");
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-class ServiceCallTest : public ::testing::Test, protected TestSupport::AttemptFixture {
- protected:
-  Outcome<Lines, Error> send(Http::Method method = Http::Method::Get) {
-    ClientParts parts;
-    parts.retryStrategy = strategy;
-    parts.errorMarshaller = marshaller;
-    parts.readRateLimiter = readLimiter;
-    parts.writeRateLimiter = writeLimiter;
-    const ServiceCall call(parts, environment());
-    return call.send(
-        {"send", method}, [] { return Http::URI::parse("https://host/path").value(); }, model,
-        policy, parseLines);
-  }
-
-  std::vector<std::string> headersSent(const std::string& name) const {
-    std::vector<std::string> values;
-    for (const auto& request : requests()) {
-      const auto header = request.headers.find(name);
-      values.push_back(header == request.headers.end() ? "(none)" : header->second);
-    }
-    return values;
-  }
-
-  std::shared_ptr<RecordingStrategy> strategy =
-      std::make_shared<RecordingStrategy>(std::make_shared<S3RetryStrategy>(nullptr));
-  std::shared_ptr<WSErrorMarshaller> marshaller =
-      std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
-  std::shared_ptr<RateLimiter> readLimiter;
-  std::shared_ptr<RateLimiter> writeLimiter;
-  Model model;
-  RecordingPolicy policy;
-};
-
+using ServiceCallTest = TestSupport::ServiceCallFixture;
 using ServiceCallLoop = ServiceCallTest;
 
 TEST_F(ServiceCallLoop, GivesUpAfterFourSendsAndGrowingDelays) {
@@ -414,68 +317,6 @@ TEST_F(ServiceCallTest, LimitersAreCalledBeforeSendingAndAfterReceiving) {
   enqueue(response(200, "one\n"));
   EXPECT_TRUE(send(Http::Method::Put).isSuccess());
   EXPECT_THAT(notes, ElementsAre("write 5", "send", "read 4", "write 5", "read 4"));
-}
-
-class ThrowingMarshaller : public WSErrorMarshaller {
- public:
-  CloudStorage::Client::Service service() const override {
-    return CloudStorage::Client::Service::S3;
-  }
-  Error marshall(const Http::Response&, Http::Method) const override {
-    throw std::runtime_error("the marshaller");
-  }
-};
-
-using ServiceCallException = ServiceCallTest;
-
-void expectInternalFailure(const Outcome<Lines, Error>& outcome, const std::string& message) {
-  ASSERT_FALSE(outcome.isSuccess());
-  EXPECT_EQ(outcome.getError().errorType, CoreErrors::LocalFailure);
-  EXPECT_EQ(outcome.getError().exceptionName, "InternalFailure");
-  EXPECT_EQ(outcome.getError().message, message);
-  EXPECT_EQ(outcome.getError().httpResponseCode, 0);
-  EXPECT_FALSE(outcome.getError().retryable);
-}
-
-TEST_F(ServiceCallException, OfTheTransportBecomesAnError) {
-  enqueue([](const auto&) -> Http::Response { throw std::runtime_error("the\ntransport"); });
-  expectInternalFailure(send(), "the transport");
-  EXPECT_THAT(strategy->calls(), IsEmpty());
-}
-
-TEST_F(ServiceCallException, OfNoKnownTypeBecomesAnError) {
-  enqueue([](const auto&) -> Http::Response { throw 42; });
-  expectInternalFailure(send(), "unknown exception");
-}
-
-TEST_F(ServiceCallException, OfTheParserBecomesAnError) {
-  enqueue(response(200, "one\nthrow\n"));
-  expectInternalFailure(send(), "the parser");
-}
-
-TEST_F(ServiceCallException, OfTheMarshallerBecomesAnError) {
-  marshaller = std::make_shared<ThrowingMarshaller>();
-  enqueue(response(503));
-  expectInternalFailure(send(), "the marshaller");
-}
-
-TEST_F(ServiceCallException, OfThePolicyBecomesAnError) {
-  policy.onAuthorize = [] { throw std::runtime_error("the policy"); };
-  expectInternalFailure(send(), "the policy");
-  EXPECT_THAT(requests(), IsEmpty());
-}
-
-/// A stream that cannot be read.
-class BrokenBuffer : public std::streambuf {
- protected:
-  int_type underflow() override { throw std::runtime_error("the body"); }
-};
-
-TEST_F(ServiceCallException, OfTheBodyBecomesAnError) {
-  BrokenBuffer buffer;
-  model.body = std::make_shared<std::iostream>(&buffer);
-  expectInternalFailure(send(Http::Method::Put), "the body");
-  EXPECT_THAT(requests(), IsEmpty());
 }
 
 TEST(ServiceCall, HasTheRealClockAndSleepUnlessGivenOthers) {

@@ -11,6 +11,7 @@ using CloudStorage::Util::oneLine;
 using CloudStorage::Util::replaceInvalidUtf8;
 using CloudStorage::Util::skipByteOrderMark;
 using CloudStorage::Util::toName;
+using CloudStorage::Util::trimmed;
 
 TEST(OneLine, EmptyTextStaysEmpty) { EXPECT_EQ(oneLine(""), ""); }
 
@@ -123,6 +124,13 @@ TEST(ToName, ReplacesNulAndInvalidUtf8) {
   EXPECT_EQ(toName("\xC3\xA9\xC3(\xED\xA0\x80"), "\u00E9\uFFFD(\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(toName("\x01\x1b\n/"), "\x01\x1b\n/");
   EXPECT_EQ(toName(""), "");
+}
+
+TEST(Trimmed, RemovesWhiteSpaceAtBothEndsOnly) {
+  EXPECT_EQ(trimmed(" \t\r\na  b\r\n"), "a  b");
+  EXPECT_EQ(trimmed("ab"), "ab");
+  EXPECT_EQ(trimmed(" \r\n"), "");
+  EXPECT_EQ(trimmed(""), "");
 }
 
 }  // namespace

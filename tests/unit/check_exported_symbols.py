@@ -1,13 +1,31 @@
 #!/usr/bin/env python3
-"""Checks what the library exports against the checked-in list and the public header.
+"""Checks what a library exports against the checked-in list and the public header.
 
 usage: check_exported_symbols.py LIBRARY HEADER EXPORTED
 
-EXPORTED lists what the library defines, each name with its version.
+EXPORTED lists what the library defines, each name with its version. In the service-client library
+that is the C interface; its C++ classes have no version.
 """
 import re
 import subprocess
 import sys
+from pathlib import Path
+from typing import NamedTuple
+
+
+class Interface(NamedTuple):
+    macro: str
+    version: str
+    includes: list
+    # Whether the library exports nothing else.
+    is_alone: bool
+
+
+INTERFACES = {
+    "libvemlo.h": Interface("LIBVEMLO_API", "LIBVEMLO_1", ["<stdint.h>"], True),
+    "libvemlo_service_client.h":
+        Interface("VEMLO_CLIENT_API", "VEMLO_CLIENT_1", ["<stddef.h>", "<stdint.h>"], False),
+}
 
 
 def lines_of(path):
@@ -29,13 +47,18 @@ def exported_by(library):
     return exported
 
 
-def declared_in(header):
+def is_of_c_interface(name):
+    """Whether an exported name has a version, or could be that of a function that lacks it."""
+    return "@@" in name or name.startswith("vemlo_client_")
+
+
+def declared_in(header, macro):
     """Maps each name that the header declares as part of the interface to what it is."""
     with open(header, encoding="utf-8") as file:
         text = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.S)
     text = re.sub(r"^\s*#.*$", "", text, flags=re.M)
     declared = {}
-    for declaration in re.findall(r"\bLIBVEMLO_API\b([^;]*);", text):
+    for declaration in re.findall(rf"\b{macro}\b([^;]*);", text):
         before_arguments, parenthesis, _ = declaration.partition("(")
         name = re.findall(r"\w+", before_arguments)[-1]
         declared[name] = "function" if parenthesis else "variable"
@@ -55,21 +78,23 @@ def difference(what, actual, expected):
 
 
 def complaints(library, header, exported_list):
+    interface = INTERFACES[Path(header).name]
     listed = lines_of(exported_list)
-    exported = exported_by(library)
-    declared = declared_in(header)
+    exported = {name: kind for name, kind in exported_by(library).items()
+                if interface.is_alone or is_of_c_interface(name)}
+    declared = declared_in(header, interface.macro)
     kinds = {name.partition("@@")[0]: kind for name, kind in exported.items()}
 
     found = difference("exported", exported, listed)
     if listed != sorted(set(listed)):
         found.append(f"{exported_list} is not sorted, or names something twice")
-    found += [f"{name} is exported without the version LIBVEMLO_1" for name in exported
-              if not name.endswith("@@LIBVEMLO_1")]
+    found += [f"{name} is exported without the version {interface.version}" for name in exported
+              if not name.endswith(f"@@{interface.version}")]
     found += difference("declared", declared, kinds)
     found += [f"{name} is declared as a {declared[name]} and exported as a {kind}"
               for name, kind in kinds.items() if declared.get(name, kind) != kind]
-    if includes_of(header) != ["<stdint.h>"]:
-        found.append("the header includes more than <stdint.h>")
+    if includes_of(header) != interface.includes:
+        found.append(f"the header includes not just {' and '.join(interface.includes)}")
     return found
 
 

@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace CloudStorage::Auth {
@@ -57,6 +58,14 @@ std::string base64Encode(std::string_view bytes) {
   std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');  // the encoder adds a NUL
   const int size = EVP_EncodeBlock(bytesOf(text), bytesOf(bytes), static_cast<int>(bytes.size()));
   text.resize(static_cast<std::size_t>(size));
+  return text;
+}
+
+std::string base64UrlEncode(std::string_view bytes) {
+  std::string text = base64Encode(bytes);
+  text.erase(std::min(text.find('='), text.size()));
+  std::replace(text.begin(), text.end(), '+', '-');
+  std::replace(text.begin(), text.end(), '/', '_');
   return text;
 }
 

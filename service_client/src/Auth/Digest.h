@@ -18,8 +18,10 @@ std::string hex(std::string_view bytes);
 
 /// Base64 with the standard alphabet and padding, without line breaks (RFC 4648, section 4).
 std::string base64Encode(std::string_view bytes);
-/// Decodes that form. Returns nothing if `text` contains white space or other characters, lacks
-/// padding, or has unused bits that are set.
+/// Base64 with the alphabet for URLs and without padding (RFC 4648, section 5).
+std::string base64UrlEncode(std::string_view bytes);
+/// Decodes the standard form. Returns nothing if `text` contains white space or other characters,
+/// lacks padding, or has unused bits that are set.
 std::optional<std::string> base64Decode(std::string_view text);
 
 }  // namespace CloudStorage::Auth

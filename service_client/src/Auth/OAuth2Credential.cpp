@@ -1,8 +1,10 @@
 #include "CloudStorage/Auth/OAuth2Credential.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
+#include "Client/LastFailure.h"
 #include "Client/RunningCall.h"
 #include "Util/StatusBarrier.h"
 
@@ -33,6 +35,15 @@ struct AttemptRecord {
 };
 thread_local AttemptRecord lastAttempt;
 
+// The tokens are renewed, whatever happens in the function of the host.
+void reportTo(const TokenRefresher& refresher, const TokenRefresher::Tokens& former,
+              const TokenRefresher::Tokens& renewed) {
+  static_cast<void>(Util::guardedStatus([&] {
+    refresher.report(former, renewed);
+    return Util::Status();
+  }));
+}
+
 std::uint64_t nextId() {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
@@ -40,33 +51,66 @@ std::uint64_t nextId() {
 
 }  // namespace
 
-/// The right to refresh the tokens, which one thread has at a time.
+/// A refresh that failed, for the threads that share its result.
+struct OAuth2Credential::FailedRefresh {
+  Util::Status status;
+  /// What it means to the thread's call; nothing if it does not explain the refusal of the token.
+  std::optional<Client::LastFailure::Record> record;
+};
+
+/// The right to refresh the tokens and to report them, which one thread has at a time.
 class OAuth2Credential::RefreshTurn {
  public:
-  /// Waits until no other thread has the turn, but not longer than `limit`.
-  RefreshTurn(OAuth2Credential& credential, std::chrono::milliseconds limit)
-      : credential_(credential) {
+  /// Waits until the thread may refresh, or need not because there is a result of another thread's
+  /// refresh, but not longer than the call of this thread may run.
+  explicit RefreshTurn(OAuth2Credential& credential) : credential_(credential) {
+    using Client::RunningCall;
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + RunningCall::timeLeft();
+    // A host that cancels the call does not notify the condition variable.
+    const Clock::duration longest =
+        RunningCall::isCancellable() ? std::chrono::milliseconds(20) : RunningCall::timeLeft();
     std::unique_lock<std::mutex> lock(credential_.mutex_);
-    hasIt_ = credential_.refreshEnded_.wait_for(lock, limit,
-                                                [this] { return !credential_.isRefreshing_; });
+    while (!isDecided() && !RunningCall::endReason() && Clock::now() < end) {
+      credential_.turnChanged_.wait_for(lock, std::min(longest, end - Clock::now()));
+    }
+    hasIt_ = !othersResult_ && credential_.mayRefresh();
     if (hasIt_) credential_.isRefreshing_ = true;
   }
   ~RefreshTurn() {
     if (!hasIt_) return;
     {
       const std::lock_guard<std::mutex> lock(credential_.mutex_);
-      credential_.isRefreshing_ = false;
+      if (!isReporting_) credential_.isRefreshing_ = false;
+      if (isReporting_) --credential_.reports_;
     }
-    credential_.refreshEnded_.notify_one();
+    credential_.turnChanged_.notify_all();
   }
   RefreshTurn(const RefreshTurn&) = delete;
   RefreshTurn& operator=(const RefreshTurn&) = delete;
 
   bool hasIt() const { return hasIt_; }
+  const std::optional<Util::Status>& othersResult() const { return othersResult_; }
+
+  /// Ends the refresh and begins the report. The caller holds the mutex of the credential.
+  void beginReport() {
+    isReporting_ = true;
+    credential_.isRefreshing_ = false;
+    ++credential_.reports_;
+    credential_.reporter_ = std::this_thread::get_id();
+    credential_.turnChanged_.notify_all();  // for those who only share the result
+  }
 
  private:
+  bool isDecided() {
+    othersResult_ = credential_.resultSinceAttempt();
+    return othersResult_ || credential_.mayRefresh();
+  }
+
   OAuth2Credential& credential_;
   bool hasIt_ = false;
+  bool isReporting_ = false;
+  std::optional<Util::Status> othersResult_;
 };
 
 OAuth2Credential::OAuth2Credential() : id_(nextId()) {}
@@ -83,29 +127,41 @@ Util::Status OAuth2Credential::refreshAccessToken() {
 }
 
 Util::Status OAuth2Credential::refreshUnlessDone() {
-  const RefreshTurn turn(*this, Client::RunningCall::timeLeft());
+  Client::LastFailure::ceaseToExplain();
+  RefreshTurn turn(*this);
+  if (turn.othersResult()) return *turn.othersResult();
   if (!turn.hasIt()) return {kNotRefreshed, "Another refresh has not ended in time."};
-  if (auto result = resultSinceAttempt()) return *std::move(result);
 
   std::unique_lock<std::mutex> lock(mutex_);
   if (!refresher_) return {kNotRefreshed, "The credential has no client that could refresh it."};
-  if (wasJustRefused()) return lastFailure_;
+  if (wasJustRefused()) return share(*lastFailure_);
   const auto refresher = refresher_;
   const std::uint64_t generation = generation_;
-  const std::string refreshToken = refreshToken_;
-  TokenRefresher::Tokens tokens{accessToken_, refreshToken_};
+  const TokenRefresher::Tokens former{accessToken_, refreshToken_};
   lock.unlock();
 
-  auto status = refresher->refresh(tokens);
+  TokenRefresher::Tokens tokens = former;
+  auto status = Util::guardedStatus([&] { return refresher->refresh(tokens); });
 
   lock.lock();
   // Tokens that the host has set in the meantime are from a newer grant than this response.
-  if (generation_ != generation || refreshToken_ != refreshToken) return {};
+  const bool isLatest = generation_ == generation && refreshToken_ == former.refreshToken;
   if (status.isSuccess()) {
-    replace(std::move(tokens.accessToken), std::move(tokens.refreshToken));
+    if (isLatest) replace(tokens.accessToken, tokens.refreshToken);
+    turn.beginReport();
+    lock.unlock();
+    reportTo(*refresher, former, tokens);
     return status;
   }
-  lastFailure_ = status;
+  if (!isLatest) {
+    Client::LastFailure::ceaseToExplain();
+    return {};
+  }
+  // A refresh that the host has ended does not fail for threads whose calls continue.
+  if (Client::RunningCall::endReason()) return status;
+  auto failure = std::make_shared<FailedRefresh>(FailedRefresh{status, std::nullopt});
+  if (Client::LastFailure::explainsRefusal()) failure->record = *Client::LastFailure::get();
+  lastFailure_ = std::move(failure);
   ++failedRefreshes_;
   refusedAt_ = isRefusal(status) ? std::optional(now_()) : std::nullopt;
   return status;
@@ -153,10 +209,21 @@ void OAuth2Credential::setTokenRefresher(std::shared_ptr<TokenRefresher> refresh
 // no refresh or no attempt.
 std::optional<Util::Status> OAuth2Credential::resultSinceAttempt() const {
   if (lastAttempt.credential != id_) return std::nullopt;
-  const std::lock_guard<std::mutex> lock(mutex_);
   if (lastAttempt.generation != generation_) return Util::Status();
-  if (lastAttempt.failedRefreshes != failedRefreshes_) return lastFailure_;
+  if (lastAttempt.failedRefreshes != failedRefreshes_) return share(*lastFailure_);
   return std::nullopt;
+}
+
+// The result of a refresh that another thread or an earlier call of this one tried.
+Util::Status OAuth2Credential::share(const FailedRefresh& failure) {
+  if (failure.record) Client::LastFailure::set(*failure.record);
+  return failure.status;
+}
+
+// Whether the calling thread may begin a refresh now.
+bool OAuth2Credential::mayRefresh() const {
+  if (isRefreshing_) return false;
+  return reports_ == 0 || reporter_ == std::this_thread::get_id();
 }
 
 bool OAuth2Credential::wasJustRefused() const {

@@ -10,7 +10,6 @@ namespace CloudStorage::Auth {
 namespace {
 
 constexpr std::string_view kMask = "***";
-constexpr std::string_view kSpaces = " \t\r\n";
 
 /// The longest character of UTF-8: so much more than a line may hold makes sure that its last
 /// character is complete.
@@ -86,11 +85,6 @@ std::size_t lengthIn(std::string_view text, std::string_view word, Spelling spel
   return length;
 }
 
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(kSpaces), text.size()));
-  return text.substr(0, text.find_last_not_of(kSpaces) + 1);
-}
-
 // The part that is the same in every text in Base64 that contains `secret` after `offset` bytes
 // modulo 3: the characters beside it also encode bytes of what surrounds the secret.
 std::string base64Part(std::string_view secret, std::size_t offset) {
@@ -106,7 +100,7 @@ std::string base64Part(std::string_view secret, std::size_t offset) {
 
 Redactor::Redactor(const std::vector<std::string>& secrets) {
   for (const std::string& given : secrets) {
-    const std::string_view secret = trimmed(given);
+    const std::string_view secret = Util::trimmed(given);
     if (secret.empty()) continue;
     add(std::string(secret));
     add(Util::oneLine(secret, std::string::npos));  // as line() finds it in a text

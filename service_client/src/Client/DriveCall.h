@@ -77,7 +77,9 @@ class DriveCall {
   }
 
   /// See ServiceCall::transfer().
-  Http::Response transfer(Http::Request& request) const { return call_.transfer(request); }
+  Http::Response transfer(const char* operation, Http::Request& request) const {
+    return call_.transfer(operation, request);
+  }
 
   const std::shared_ptr<Auth::OAuth2Credential>& credential() const { return credential_; }
 

@@ -18,6 +18,7 @@ constexpr ErrorRow kHttpRows[] = {
     {404, "", CoreErrors::NotFound, Retry::Never},
     {405, "", CoreErrors::InvalidRequest, Retry::Never},
     {406, "", CoreErrors::InvalidRequest, Retry::Never},
+    {407, "", CoreErrors::Rejected, Retry::Never, FailureKind::Offline},  // of the proxy
     {408, "", CoreErrors::Timeout, Retry::Never},
     {409, "", CoreErrors::Conflict, Retry::Never},
     {411, "", CoreErrors::InvalidRequest, Retry::Never},
@@ -29,8 +30,56 @@ constexpr ErrorRow kHttpRows[] = {
     {423, "", CoreErrors::Conflict, Retry::Never},
     {429, "", CoreErrors::Throttled, Retry::Always},
     {501, "", CoreErrors::NotImplemented, Retry::Always},
+    {507, "", CoreErrors::ServiceFailure, Retry::Always, FailureKind::Quota},
+    {511, "", CoreErrors::ServiceFailure, Retry::Always,
+     FailureKind::NotUnderstood},  // sign-in page
     {kServerErrors, "", CoreErrors::ServiceFailure, Retry::Always},
     {kAnyStatus, "", CoreErrors::Rejected, Retry::Never},
+};
+
+struct TypeMeaning {
+  CoreErrors type;
+  FailureKind kind;
+};
+
+constexpr TypeMeaning kTypeMeanings[] = {
+    {CoreErrors::LocalFailure, FailureKind::HostFault},
+    {CoreErrors::NetworkFailure, FailureKind::Offline},
+    {CoreErrors::Timeout, FailureKind::TimedOut},
+    {CoreErrors::Untrusted, FailureKind::NotTrusted},
+    {CoreErrors::Rejected, FailureKind::NotUnderstood},
+    {CoreErrors::InvalidRequest, FailureKind::NotUnderstood},
+    // Another attempt cannot help, so this is no trouble of the service.
+    {CoreErrors::NotImplemented, FailureKind::NotUnderstood},
+    {CoreErrors::PreconditionFailed, FailureKind::Denied},
+    {CoreErrors::Conflict, FailureKind::Wait},
+    {CoreErrors::Redirected, FailureKind::NotUnderstood},
+    {CoreErrors::NotAuthenticated, FailureKind::WrongKeys},
+    {CoreErrors::UnknownAccessKey, FailureKind::WrongKeys},
+    {CoreErrors::SignatureMismatch, FailureKind::WrongKeys},
+    {CoreErrors::ClockSkew, FailureKind::WrongClock},
+    {CoreErrors::AccessDenied, FailureKind::Denied},
+    {CoreErrors::AccountProblem, FailureKind::Denied},
+    {CoreErrors::WrongRegion, FailureKind::WrongRegion},
+    {CoreErrors::NotFound, FailureKind::NotFound},
+    {CoreErrors::BucketNotFound, FailureKind::NotFound},
+    {CoreErrors::BucketAlreadyExists, FailureKind::ExistsAlready},
+    {CoreErrors::BucketAlreadyOwned, FailureKind::ExistsAlready},
+    {CoreErrors::InvalidBucketName, FailureKind::NameNotAllowed},
+    {CoreErrors::TooManyBuckets, FailureKind::Quota},
+    {CoreErrors::InvalidLocation, FailureKind::WrongRegion},
+    {CoreErrors::QuotaExceeded, FailureKind::Quota},
+    {CoreErrors::Throttled, FailureKind::Wait},
+    {CoreErrors::ServiceFailure, FailureKind::ServiceTrouble},
+    {CoreErrors::Cancelled, FailureKind::Cancelled},
+    {CoreErrors::DeadlineExceeded, FailureKind::Deadline},
+};
+
+/// The headers in which services name a request. No service sends more than one of them, except for
+/// OneDrive, whose own one is the first.
+constexpr const char* kRequestIdHeaders[] = {
+    "request-id",           "x-amz-request-id", "x-ms-request-id",
+    "x-dropbox-request-id", "x-amzn-requestid", "x-guploader-uploadid",
 };
 
 struct Reason {
@@ -105,6 +154,21 @@ const ErrorRow* findRow(ErrorTable table, int status, std::string_view code) {
   return nullptr;
 }
 
+const ErrorRow& rowOfStatus(int status) { return *findRow(kHttpRows, status, {}); }
+
+FailureKind kindOfRow(const ErrorRow& row, int status) {
+  if (row.kind != FailureKind::None) return row.kind;
+  if (row.type != CoreErrors::TemporaryFailure) return kindOf(row.type);
+  return kindOfRow(rowOfStatus(status), status);
+}
+
+// The kind that the finer code has in a row of its own; none if there is no such row.
+FailureKind kindOfFinerCode(ErrorTable table, int status, std::string_view code) {
+  if (code.empty()) return FailureKind::None;
+  const ErrorRow* row = findRow(table, status, code);
+  return row == nullptr || row->code.empty() ? FailureKind::None : row->kind;
+}
+
 bool isRead(Http::Method method) {
   return method == Http::Method::Get || method == Http::Method::Head;
 }
@@ -132,6 +196,10 @@ CoreErrors typeOf(Kind kind) {
       return CoreErrors::Timeout;
     case Kind::Untrusted:
       return CoreErrors::Untrusted;
+    case Kind::Cancelled:
+      return CoreErrors::Cancelled;
+    case Kind::DeadlineExceeded:
+      return CoreErrors::DeadlineExceeded;
     case Kind::ResponseTooLarge:
     case Kind::Refused:
       break;
@@ -139,11 +207,24 @@ CoreErrors typeOf(Kind kind) {
   return CoreErrors::LocalFailure;
 }
 
+// As opposed to a failure of this side.
+bool isOfTheNetwork(CoreErrors type) {
+  return type == CoreErrors::NetworkFailure || type == CoreErrors::Timeout ||
+         type == CoreErrors::Untrusted;
+}
+
+// Of a request that was not sent, the name states the kind, as of other failures on this side.
+FailureKind kindOfTransport(const Http::TransportFailure& failure, FailureKind byName) {
+  if (failure.kind == Kind::ResponseTooLarge) return FailureKind::NotUnderstood;
+  return failure.kind == Kind::Refused ? byName : kindOf(typeOf(failure.kind));
+}
+
 Error transportError(const Http::TransportFailure& failure, Http::Method method, ErrorTable table) {
   Error error = localError(failure.name, failure.message);
   error.errorType = typeOf(failure.kind);
+  error.kind = kindOfTransport(failure, error.kind);
   const ErrorRow* row = findRow(table, kAnyStatus, {});
-  if (row == nullptr || error.errorType == CoreErrors::LocalFailure) return error;
+  if (row == nullptr || !isOfTheNetwork(error.errorType)) return error;
   error.errorType = row->type;
   error.retryable =
       failure.kind != Kind::Untrusted && (!failure.requestMayHaveRun || isRead(method));
@@ -151,6 +232,13 @@ Error transportError(const Http::TransportFailure& failure, Http::Method method,
 }
 
 }  // namespace
+
+FailureKind kindOf(CoreErrors type) {
+  for (const TypeMeaning& meaning : kTypeMeanings) {
+    if (meaning.type == type) return meaning.kind;
+  }
+  return FailureKind::NotUnderstood;
+}
 
 std::string_view reasonPhrase(int status) {
   for (const Reason& reason : kReasons) {
@@ -164,6 +252,8 @@ Error localError(std::string_view name, std::string_view message) {
   error.errorType = CoreErrors::LocalFailure;
   error.exceptionName = Util::oneLine(name);
   error.message = Util::oneLine(message);
+  const bool isOfService = name == "MalformedResponse" || name == "ResponseTooLarge";
+  error.kind = isOfService ? FailureKind::NotUnderstood : FailureKind::HostFault;
   return error;
 }
 
@@ -172,6 +262,7 @@ Error outOfMemory() {
   error.errorType = CoreErrors::LocalFailure;
   error.exceptionName = "InternalFailure";
   error.message = "std::bad_alloc";
+  error.kind = FailureKind::HostFault;
   return error;
 }
 
@@ -190,8 +281,10 @@ Error responseError(const Http::Response& response, Http::Method method,
   Error error;
   error.exceptionName = Util::oneLine(message.code, std::string::npos);
   const ErrorRow* row = findRow(table, response.status, error.exceptionName);
-  if (row == nullptr) row = findRow(kHttpRows, response.status, {});
+  if (row == nullptr) row = &rowOfStatus(response.status);
   error.errorType = row->type;
+  error.kind = kindOfFinerCode(table, response.status, message.finerCode);
+  if (error.kind == FailureKind::None) error.kind = kindOfRow(*row, response.status);
   error.retryable = isRetryable(row->retry, response.status, method);
 
   error.message = Util::oneLine(message.message, std::string::npos);
@@ -199,8 +292,28 @@ Error responseError(const Http::Response& response, Http::Method method,
     error.exceptionName = "HTTP" + std::to_string(response.status);
     if (error.message.empty()) error.message = reasonPhrase(response.status);
   }
-  error.responseHeaders = response.headers;
+  addResponse(error, response);
+  return error;
+}
+
+void addResponse(Error& error, const Http::Response& response) {
   error.httpResponseCode = response.status;
+  error.responseHeaders = response.headers;
+  for (const char* name : kRequestIdHeaders) {
+    const auto header = response.headers.find(name);
+    if (header == response.headers.end()) continue;
+    error.requestId = header->second;
+    return;
+  }
+}
+
+Error withInvalidName(Error error, Http::Method method) {
+  constexpr int kBadRequest = 400;
+  const bool isCreation = method == Http::Method::Post;
+  if (isCreation && error.httpResponseCode == kBadRequest &&
+      error.kind == FailureKind::NotUnderstood) {
+    error.kind = FailureKind::NameNotAllowed;
+  }
   return error;
 }
 

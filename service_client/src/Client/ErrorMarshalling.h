@@ -33,6 +33,8 @@ struct ErrorRow {
   std::string_view code;
   CoreErrors type;
   Retry retry;
+  /// None: the kind of the type or, if that is TemporaryFailure, of the status.
+  FailureKind kind = FailureKind::None;
 };
 
 /// A view of a service's rows, of which the first matching one applies.
@@ -53,7 +55,16 @@ class ErrorTable {
 struct ServiceMessage {
   std::string code;
   std::string message;
+  /// A second code, which states the reason more exactly. It determines the error's kind if a row
+  /// with a kind of its own has it, and nothing else.
+  std::string finerCode{};
 };
+
+/// The most bytes of a request id that are kept.
+inline constexpr std::size_t kRequestIdLimit = 256;
+
+/// What a failure of this type means, unless its row states otherwise.
+FailureKind kindOf(CoreErrors type);
 
 /// The standard text for an HTTP status.
 std::string_view reasonPhrase(int status);
@@ -78,7 +89,9 @@ Error malformedResponse(std::string_view message);
 /// The texts are one line each. They have any length, because secrets must be redacted before a
 /// text is truncated.
 ///
-/// If there is no response, the transport's failure defines the type, and the error is not
+/// The error's kind follows from the same row as its type.
+///
+/// If there is no response, the transport's failure defines type and kind, and the error is not
 /// retryable. A table with a row for every failure gives its type to failures of the network as
 /// well. These are retryable if the service cannot have executed the request, or if the request was
 /// a read; never if the certificate was not trusted.
@@ -88,6 +101,14 @@ Error marshallError(const Http::Response& response, Http::Method method,
 /// The same for a response of the service whose message has been extracted.
 Error responseError(const Http::Response& response, Http::Method method,
                     const ServiceMessage& message, ErrorTable table);
+
+/// Adds status, headers and request id of `response`, which caused `error`.
+void addResponse(Error& error, const Http::Response& response);
+
+/// `error`, the failure of a request with `method`, for services that have no code for a name that
+/// they do not allow: of what a creation consists of, only the name is the user's choice, so if the
+/// service calls the creation invalid, it is the name.
+Error withInvalidName(Error error, Http::Method method);
 
 /// `Code` and `Message` of an XML body with the root `Error`; empty if the body is anything else.
 ServiceMessage readXmlError(std::string_view body);

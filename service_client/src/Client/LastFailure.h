@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "CloudStorage/Client/Service.h"
 #include "CloudStorage/Client/WSError.h"
 
@@ -13,13 +15,27 @@ class LastFailure {
     /// Static.
     const char* operation = "";
     Error error;
+    /// Whether it is the failure to renew a token that the service refuses.
+    bool explainsRefusal = false;
+    /// After how many seconds the service allows another attempt; -1 if it did not say.
+    std::int64_t retryAfter = -1;
   };
 
   /// Without memory, the record has no texts.
   static void set(Service service, const char* operation, const Error& error) noexcept;
+  /// Makes the failure of another thread, from which this thread suffers, the last one.
+  static void set(const Record& record) noexcept;
   /// Null if there is none. Valid until the thread's next set() or reset().
   static const Record* get();
   static void reset();
+
+  /// Whether the last failure is that of renewing a token that the service refuses, so that a
+  /// refusal of the service is a consequence of it.
+  static bool explainsRefusal();
+  /// States that the last failure explains the refusals that follow.
+  static void explainRefusal();
+  /// States the opposite: another call begins, or the token has been renewed since.
+  static void ceaseToExplain();
 };
 
 }  // namespace CloudStorage::Client

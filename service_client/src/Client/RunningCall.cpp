@@ -1,26 +1,128 @@
 #include "Client/RunningCall.h"
 
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "Client/CallControl.h"
+#include "Recording/Recorder.h"
+
 namespace CloudStorage::Client {
 namespace {
 
+using Kind = Http::TransportFailure::Kind;
+using std::chrono::milliseconds;
+
 thread_local RunningCall* callOfThread = nullptr;
+
+milliseconds timeUntil(CallBudget::TimePoint deadline, CallBudget::TimePoint now) {
+  if (deadline == CallBudget::TimePoint::max()) return milliseconds::max();
+  return std::max(std::chrono::duration_cast<milliseconds>(deadline - now), milliseconds::zero());
+}
+
+Http::Response failed(Http::TransportFailure reason) {
+  Http::Response response;
+  response.failure = std::move(reason);
+  return response;
+}
+
+/// While a callback of the host runs, so that the calls that it makes are not reported.
+class Reporting {
+ public:
+  Reporting() { isRunning = true; }
+  ~Reporting() { isRunning = false; }
+  Reporting(const Reporting&) = delete;
+  Reporting& operator=(const Reporting&) = delete;
+
+  static thread_local bool isRunning;
+};
+thread_local bool Reporting::isRunning = false;
 
 }  // namespace
 
-RunningCall::RunningCall(CallBudget& budget, const Clock& now)
-    : budget_(budget), now_(now), outer_(callOfThread) {
+RunningCall::RunningCall(CallBudget& budget, const Clock& now, Service service)
+    : budget_(budget), now_(now), service_(service), outer_(callOfThread) {
   callOfThread = this;
 }
 
 RunningCall::~RunningCall() { callOfThread = outer_; }
 
-std::chrono::milliseconds RunningCall::timeLeft() {
+milliseconds RunningCall::timeLeft() {
+  const auto deadline = CallControl::ofThread().deadline;
   const RunningCall* call = callOfThread;
-  return call == nullptr ? CallBudget::kTime : call->budget_.timeLeft(call->now_());
+  if (call == nullptr) {
+    const milliseconds whole = CallBudget::kTime;
+    return std::min(whole, timeUntil(deadline, std::chrono::steady_clock::now()));
+  }
+  const auto now = call->now_();
+  return std::min(call->budget_.timeLeft(now), timeUntil(deadline, now));
 }
 
 bool RunningCall::takeRequest() {
   return callOfThread == nullptr || callOfThread->budget_.takeRequest();
+}
+
+std::optional<Http::TransportFailure> RunningCall::endReason() {
+  const auto& event = CallControl::ofThread().cancelEvent;
+  if ((callOfThread != nullptr && callOfThread->isCancelled()) || (event && event->isTriggered())) {
+    return Http::TransportFailure{Kind::Cancelled, "CallCancelled", "The host cancelled the call",
+                                  true};
+  }
+  if (timeLeft() == milliseconds::zero()) return outOfTime();
+  return std::nullopt;
+}
+
+Http::TransportFailure RunningCall::outOfTime() {
+  const RunningCall* call = callOfThread;
+  const auto deadline = CallControl::ofThread().deadline;
+  if (call == nullptr || timeUntil(deadline, call->now_()) < call->budget_.timeLeft(call->now_())) {
+    return {Kind::DeadlineExceeded, "DeadlineExceeded",
+            "The call has not ended by the deadline that the host has set", true};
+  }
+  return {Kind::Timeout, "CallTimeout",
+          "The call has not ended within " + std::to_string(CallBudget::kTime.count()) + " minutes",
+          true};
+}
+
+bool RunningCall::isCancellable() { return CallControl::ofThread().cancelEvent != nullptr; }
+
+void RunningCall::wait(milliseconds delay) {
+  const auto event = CallControl::ofThread().cancelEvent;
+  if (event) {
+    event->wait(delay);
+  } else {
+    std::this_thread::sleep_for(delay);
+  }
+}
+
+Http::Response RunningCall::send(Http::Transport& transport, Http::Request& request) {
+  if (auto reason = endReason()) return failed(*std::move(reason));
+  const auto& control = CallControl::ofThread();
+  const auto event = control.cancelEvent;  // until the end, also if the host replaces it
+  request.interrupt.descriptor = event ? event->descriptor() : -1;
+  request.interrupt.deadline = control.deadline;
+  request.timeLimit = std::min(request.timeLimit, timeLeft());
+  Http::Response response = Recording::send(transport, request);
+  if (response.failure) {
+    if (auto reason = endReason()) response.failure = std::move(reason);
+  }
+  if (callOfThread != nullptr) {
+    auto& usage = callOfThread->budget_.usage();
+    ++usage.requests;
+    usage.bytes += response.body.size();
+  }
+  return response;
+}
+
+void RunningCall::report(const char* operation, std::size_t entries) {
+  RunningCall* call = callOfThread;
+  if (call == nullptr) return;
+  call->budget_.usage().entries += entries;
+  const auto callback = CallControl::ofThread().progress;  // which may replace itself
+  if (!callback || Reporting::isRunning) return;
+  const Reporting reporting;
+  if (!callback({call->service_, operation, call->budget_.usage()})) call->budget_.cancel();
 }
 
 }  // namespace CloudStorage::Client

@@ -6,15 +6,12 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "Auth/Digest.h"
 #include "Auth/Redactor.h"
 #include "Client/ErrorMarshalling.h"
-#include "Client/LastFailure.h"
 #include "Http/CurlTransport.h"
-#include "Recording/Recorder.h"
 
 namespace CloudStorage::Client {
 namespace {
@@ -44,12 +41,6 @@ Http::Response failed(Http::TransportFailure failure) {
   return response;
 }
 
-Http::Response timeOver() {
-  const auto minutes = std::to_string(CallBudget::kTime.count());
-  return failed({Http::TransportFailure::Kind::Timeout, "CallTimeout",
-                 "The call has not ended within " + minutes + " minutes", true});
-}
-
 Http::Response tooManyRequests() {
   const auto count = std::to_string(CallBudget::kRequests);
   return failed({Http::TransportFailure::Kind::Refused, "MalformedResponse",
@@ -68,7 +59,8 @@ std::string_view secretOf(std::string_view header) {
 }  // namespace
 
 ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment)
-    : retryStrategy_(parts.retryStrategy),
+    : service_(parts.service()),
+      retryStrategy_(parts.retryStrategy),
       errorMarshaller_(parts.errorMarshaller),
       readRateLimiter_(parts.readRateLimiter),
       writeRateLimiter_(parts.writeRateLimiter),
@@ -81,18 +73,21 @@ ServiceCall::ServiceCall(const ClientParts& parts, ClientEnvironment environment
   if (!environment_.now) environment_.now = std::chrono::system_clock::now;
   if (!environment_.steadyNow) environment_.steadyNow = std::chrono::steady_clock::now;
   if (!environment_.sleep) {
-    environment_.sleep = [](std::chrono::milliseconds delay) {
-      std::this_thread::sleep_for(delay);
-    };
+    environment_.sleep = RunningCall::wait;
   }
 }
 
-Http::Response ServiceCall::transfer(Http::Request& request) const {
-  request.timeLimit = RunningCall::timeLeft();
-  if (request.timeLimit == request.timeLimit.zero()) return timeOver();
+Http::Response ServiceCall::transfer(const char* operation, Http::Request& request) const {
+  Http::Response response = exchange(request);
+  RunningCall::report(operation, 0);
+  return response;
+}
+
+Http::Response ServiceCall::exchange(Http::Request& request) const {
+  request.timeLimit = std::chrono::milliseconds::max();
   if (!RunningCall::takeRequest()) return tooManyRequests();
   if (writeRateLimiter_) writeRateLimiter_->acquire(request.body.size());
-  Http::Response response = Recording::send(*environment_.transport, request);
+  Http::Response response = RunningCall::send(*environment_.transport, request);
   if (readRateLimiter_) readRateLimiter_->acquire(response.body.size());
   return response;
 }
@@ -114,8 +109,7 @@ Http::Request ServiceCall::encode(Http::Method method, const Http::URI& uri,
 }
 
 Error ServiceCall::withResponse(Error error, const Http::Response& response) {
-  error.httpResponseCode = response.status;
-  error.responseHeaders = response.headers;
+  addResponse(error, response);
   return error;
 }
 
@@ -131,6 +125,7 @@ Error ServiceCall::redacted(Error error, const Http::Request& request,
   const Auth::Redactor redactor(secrets);
   error.message = redactor.line(error.message);
   error.exceptionName = redactor.line(error.exceptionName);
+  error.requestId = Util::oneLine(redactor.line(error.requestId), kRequestIdLimit);
   return error;
 }
 
@@ -153,17 +148,15 @@ Error ServiceCall::errorOfCurrentException() {
 }
 
 void ServiceCall::noteFailure(const char* operation, const Error& error) const {
-  LastFailure::set(errorMarshaller_->service(), operation, error);
-}
-
-Error ServiceCall::timeIsOver(Http::Method method) const {
-  return errorMarshaller_->marshall(timeOver(), method);
+  // The failure of the renewal states why the service refuses the token.
+  if (error.kind == FailureKind::LinkAgain && LastFailure::explainsRefusal()) return;
+  LastFailure::set(service_, operation, error);
 }
 
 bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                                unsigned long retries) const {
-  if (RunningCall::timeLeft() == std::chrono::milliseconds::zero()) {
-    error = timeIsOver(request.method);
+  if (auto reason = RunningCall::endReason()) {
+    error = errorMarshaller_->marshall(failed(*std::move(reason)), request.method);
     return false;
   }
   // Must be called exactly once per failure: the drives' strategies refresh the access token in it.
@@ -172,7 +165,7 @@ bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, Er
   if (location != nullptr && !policy.redirect(*location, request)) return false;
   const std::chrono::milliseconds delay(retryStrategy_->getDelayBeforeNextRetry(error, retries));
   if (delay >= RunningCall::timeLeft()) {
-    error = timeIsOver(request.method);
+    error = errorMarshaller_->marshall(failed(RunningCall::outOfTime()), request.method);
     return false;
   }
   environment_.sleep(delay);

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Client/LastFailure.h"
 #include "Client/Operation.h"
 #include "Client/RequestPolicy.h"
 #include "Client/RunningCall.h"
@@ -41,13 +42,13 @@ class ServiceCall {
     return run(operation.name, [&]() -> OutcomeOf<Parse> {
       CallBudget ownBudget;
       const RunningCall call(model.budget != nullptr ? *model.budget : ownBudget,
-                             environment_.steadyNow);
+                             environment_.steadyNow, service_);
       const Util::Outcome<Http::URI, Error> uri = locate();
       if (!uri.isSuccess()) return uri.getError();
       Http::Request request = encode(operation.method, uri.getResult(), model);
       request.isSentOnce = policy.isSentOnce();
       for (unsigned long retries = 0;; ++retries) {
-        auto outcome = attempt(request, model.doesRequireAuthorization(), policy, parse);
+        auto outcome = attempt(operation, request, model.doesRequireAuthorization(), policy, parse);
         if (outcome.isSuccess()) return outcome;
         Error error = std::move(outcome).getError();
         if (!prepareRetry(request, policy, error, retries)) return error;
@@ -69,31 +70,38 @@ class ServiceCall {
   }
 
   /// The outcome of `work`, which is the whole or a part of the operation with this name, like
-  /// guarded(). Its failure becomes the last one of the thread.
+  /// guarded(). Its failure becomes the last one of the thread, unless the thread could not renew the
+  /// token that the service refuses: then the failure of the renewal stays the last one.
   template <typename Work>
   std::invoke_result_t<Work> run(const char* operation, const Work& work) const {
+    LastFailure::ceaseToExplain();
     auto outcome = guarded(work);
     if (!outcome.isSuccess()) noteFailure(operation, outcome.getError());
     return outcome;
   }
 
+  /// The error for the exception that is being handled.
+  static Error errorOfCurrentException();
+
   std::chrono::system_clock::time_point now() const { return environment_.now(); }
-  /// Sends `request` once, with the time limit of the running call. For the requests that a policy
-  /// sends itself.
-  Http::Response transfer(Http::Request& request) const;
+  /// Sends `request` once, with the limits of the running call, as part of `operation`. For the
+  /// requests that a policy sends itself.
+  Http::Response transfer(const char* operation, Http::Request& request) const;
 
  private:
   /// A policy recovers from each cause once; the limit ensures that an attempt ends.
   static constexpr int kMaxRecoveries = 3;
 
   template <typename Parse>
-  OutcomeOf<Parse> attempt(Http::Request& request, bool isAuthorized, RequestPolicy& policy,
-                           const Parse& parse) const {
+  OutcomeOf<Parse> attempt(const Operation& operation, Http::Request& request, bool isAuthorized,
+                           RequestPolicy& policy, const Parse& parse) const {
     for (int recoveries = 0;; ++recoveries) {
       Http::Request authorized = request;
       if (isAuthorized) policy.authorize(authorized);
-      Http::Response response = transfer(authorized);
+      Http::Response response = exchange(authorized);
       auto outcome = read(response, request.method, parse);
+      RunningCall::report(operation.name,
+                          outcome.isSuccess() ? entriesIn(outcome.getResult(), 0) : 0);
       if (outcome.isSuccess()) return outcome;
 
       Error error = redacted(std::move(outcome).getError(), authorized, policy);
@@ -109,21 +117,31 @@ class ServiceCall {
     return withResponse(std::move(outcome).getError(), response);
   }
 
+  /// The number of entries in `result`. The first form is preferred; it exists only for listings.
+  template <typename Result>
+  static auto entriesIn(const Result& result, int /*preferred*/) -> decltype(result.entryCount()) {
+    return result.entryCount();
+  }
+  template <typename Result>
+  static std::size_t entriesIn(const Result& /*result*/, long /*otherwise*/) {
+    return 0;
+  }
+
+  Http::Response exchange(Http::Request& request) const;
   static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
   /// `error` with the status and the headers of the response that caused it.
   static Error withResponse(Error error, const Http::Response& response);
   /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
-  static Error errorOfCurrentException();
   void noteFailure(const char* operation, const Error& error) const;
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
-  /// the service redirected the request. If there is no time for that, `error` becomes the error
-  /// that states so.
+  /// the service redirected the request. If the call must end, `error` becomes the error that
+  /// states so.
   bool prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                     unsigned long retries) const;
-  Error timeIsOver(Http::Method method) const;
 
+  Service service_;
   std::shared_ptr<RetryStrategy> retryStrategy_;
   std::shared_ptr<WSErrorMarshaller> errorMarshaller_;
   std::shared_ptr<Util::RateLimiter> readRateLimiter_;

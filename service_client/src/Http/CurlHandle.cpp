@@ -1,34 +1,16 @@
 #include "Http/CurlHandle.h"
 
-#include <pthread.h>
-
+#include <algorithm>
+#include <chrono>
 #include <new>
 
+#include "CloudStorage/Util/Threading/CancellationDeferred.h"
 #include "Http/StandardDescriptors.h"
 
 namespace CloudStorage::Http {
 namespace {
 
-/// Defers the cancellation of the thread.
-class CancellationDeferred {
- public:
-  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
-  ~CancellationDeferred() { pthread_setcancelstate(former_, nullptr); }
-  CancellationDeferred(const CancellationDeferred&) = delete;
-  CancellationDeferred& operator=(const CancellationDeferred&) = delete;
-
-  /// Runs `work` as if this object did not exist.
-  template <typename Work>
-  auto except(const Work& work) const {
-    pthread_setcancelstate(former_, nullptr);
-    const auto result = work();
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
-    return result;
-  }
-
- private:
-  int former_ = PTHREAD_CANCEL_ENABLE;
-};
+using Util::Threading::CancellationDeferred;
 
 /// The easy handle's part in the multi handle, which ends with the transfer, however that ends.
 class Membership {
@@ -45,6 +27,38 @@ class Membership {
   CURLM* multi_;
   CURL* easy_;
   CURLMcode result_;
+};
+
+/// One wait for the network, which an interrupt ends.
+class Wait {
+ public:
+  explicit Wait(const Request::Interrupt& interrupt)
+      : interrupt_(interrupt), event_{interrupt.descriptor, CURL_WAIT_POLLIN, 0} {}
+
+  CURLMcode on(CURLM* multi) {
+    const unsigned count = event_.fd < 0 ? 0 : 1;
+    return curl_multi_poll(multi, &event_, count, longest(), nullptr);
+  }
+
+  bool isInterrupted() const { return event_.revents != 0 || timeLeft() <= timeLeft().zero(); }
+
+ private:
+  using Time = std::chrono::milliseconds;
+
+  Time timeLeft() const {
+    using Clock = std::chrono::steady_clock;
+    if (interrupt_.deadline == Clock::time_point::max()) return Time::max();
+    return std::chrono::ceil<Time>(interrupt_.deadline - Clock::now());
+  }
+
+  // libcurl shortens it for limits of its own.
+  int longest() const {
+    constexpr Time kLongest{1000};
+    return static_cast<int>(std::clamp(timeLeft(), Time::zero(), kLongest).count());
+  }
+
+  const Request::Interrupt& interrupt_;
+  curl_waitfd event_;
 };
 
 CURLcode codeOf(CURLMcode code) {
@@ -76,21 +90,23 @@ CurlHandle::~CurlHandle() {
   multi_.reset();
 }
 
-CURLcode CurlHandle::perform() {
+CURLcode CurlHandle::perform(const Request::Interrupt& interrupt) {
   isReusable_ = false;
-  const CURLcode code = transfer();
+  const CURLcode code = transfer(interrupt);
   isReusable_ = code == CURLE_OK;
   return code;
 }
 
-CURLcode CurlHandle::transfer() {
-  constexpr int kLongestWait = 1000;  // milliseconds; libcurl shortens it for its own limits
+CURLcode CurlHandle::transfer(const Request::Interrupt& interrupt) {
   const CancellationDeferred cancellation;
+  // A name lookup cannot be ended. libcurl otherwise waits for it at the end of the transfer.
+  if (interrupt.isSet()) curl_easy_setopt(easy_.get(), CURLOPT_QUICK_EXIT, 1L);
   const Membership membership(multi_.get(), easy_.get());
   CURLMcode code = membership.result();
   for (int running = 1; code == CURLM_OK && running != 0;) {
-    code = cancellation.except(
-        [&] { return curl_multi_poll(multi_.get(), nullptr, 0, kLongestWait, nullptr); });
+    Wait wait(interrupt);
+    code = cancellation.except([&] { return wait.on(multi_.get()); });
+    if (wait.isInterrupted()) return CURLE_ABORTED_BY_CALLBACK;
     if (code == CURLM_OK) code = curl_multi_perform(multi_.get(), &running);
   }
   return code == CURLM_OK ? resultOf(multi_.get()) : codeOf(code);

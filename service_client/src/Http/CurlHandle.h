@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "CloudStorage/Http/Transport.h"
+
 namespace CloudStorage::Http {
 
 /// A handle of libcurl with the connections that it keeps open between transfers. One thread uses
@@ -19,10 +21,10 @@ class CurlHandle {
   /// For setting options and for information on the last transfer.
   CURL* get() const { return easy_.get(); }
 
-  /// Runs one transfer. If the thread is cancelled meanwhile, it ends here, but only while it waits
+  /// Runs one transfer. Ends it with CURLE_ABORTED_BY_CALLBACK if `interrupt` does. If the thread is cancelled meanwhile, it ends here, but only while it waits
   /// for the network: libcurl is then in a defined state, which it is not if the thread ends in one
   /// of the system calls in its midst.
-  CURLcode perform();
+  CURLcode perform(const Request::Interrupt& interrupt);
 
   /// Resets all options and keeps the connections.
   void reset();
@@ -40,7 +42,7 @@ class CurlHandle {
     void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
   };
 
-  CURLcode transfer();
+  CURLcode transfer(const Request::Interrupt& interrupt);
 
   // The connections belong to the multi handle, which must outlive the other.
   std::unique_ptr<CURLM, MultiDeleter> multi_;

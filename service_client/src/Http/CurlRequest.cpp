@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "Http/CurlSetup.h"
-#include "Http/HeaderChecks.h"
 #include "Http/StandardDescriptors.h"
+#include "Util/Text.h"
 
 namespace CloudStorage::Http {
 namespace {
@@ -97,7 +97,7 @@ CurlRequest::CurlRequest(const Request& request, const CurlTransport::Options& o
   // on its headers, and `Expect` would delay each larger upload.
   for (const char* own : {"Accept:", "Content-Type:", "Expect:"}) addHeaderLine(own);
   for (const auto& [name, value] : request.headers) {
-    if (trimmed(value).empty()) continue;
+    if (Util::trimmed(value).empty()) continue;
     std::string line(name);
     line.append(": ").append(value);
     addHeaderLine(line.c_str());

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "Auth/Digest.h"
+#include "Config/ProcessSettings.h"
 #include "Http/CurlFailure.h"
 #include "Http/CurlHandlePool.h"
 #include "Http/CurlRequest.h"
@@ -52,7 +53,7 @@ class Exchange {
     const CurlRequest options(request, options_);
     CURLcode code = options.applyTo(handle_.get());
     if (code == CURLE_OK) code = setCallbacks();
-    if (code == CURLE_OK) code = handle_.perform();
+    if (code == CURLE_OK) code = handle_.perform(request.interrupt);
     if (code != CURLE_OK && stop_ != Stop::ErrorBodyCut) return failed(transferFailure(code));
     if (!headers_.areComplete()) return failed(brokenHeaders());
 
@@ -213,6 +214,9 @@ class Exchange {
 
 CurlTransport::CurlTransport(Options options) : options_(std::move(options)) {
   handles_ = std::make_unique<CurlHandlePool>();
+  if (!options_.trustAnchors) {
+    options_.trustAnchors = Config::ProcessSettings::current()->trustAnchors;
+  }
   if (!options_.trustAnchors) options_.trustAnchors = TrustAnchors::processWide();
 }
 

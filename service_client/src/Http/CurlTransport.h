@@ -38,7 +38,7 @@ class CurlTransport final : public Transport {
     /// Whether requests accept responses compressed with gzip or deflate.
     bool acceptCompressed = false;
     Limits limits;
-    /// The process-wide ones if null.
+    /// If null, those that the host has set, or else the process-wide ones.
     std::shared_ptr<TrustAnchors> trustAnchors;
   };
 

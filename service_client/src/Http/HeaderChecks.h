@@ -15,14 +15,6 @@ inline bool isValidHeaderValue(std::string_view value) {
   return value.find_first_of("\r\n\0"sv) == std::string_view::npos;
 }
 
-/// `text` without the white space around it.
-inline std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kWhiteSpace = " \t\r\n";
-  const auto first = text.find_first_not_of(kWhiteSpace);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
-}
-
 /// Whether a response is an HTML page according to its content type. No service sends one as a
 /// result; it comes from another source, such as the login page of a network.
 inline bool isHtml(const Response& response) {

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "Http/HeaderChecks.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Http {
@@ -28,9 +27,9 @@ void ResponseHeaders::addHeader(std::string_view line) {
   const auto colon = line.find(':');
   if (colon == std::string_view::npos) return;
 
-  const std::string name = Util::lowerCase(trimmed(line.substr(0, colon)));
+  const std::string name = Util::lowerCase(Util::trimmed(line.substr(0, colon)));
   if (name.empty()) return;
-  const std::string_view value = trimmed(line.substr(colon + 1));
+  const std::string_view value = Util::trimmed(line.substr(colon + 1));
   const auto [entry, isNew] = values_.emplace(name, value);
   if (isNew) return;
   if (name == "location") {

@@ -25,7 +25,7 @@ void TrustAnchors::StoreDeleter::operator()(X509_STORE* store) const { X509_STOR
 TrustAnchors::TrustAnchors(Sources sources) : sources_(std::move(sources)) {}
 
 TrustAnchors::Sources TrustAnchors::sourcesFromEnvironment() {
-  return {environmentVariable("SSL_CERT_FILE"), environmentVariable("SSL_CERT_DIR")};
+  return {environmentVariable("SSL_CERT_FILE"), environmentVariable("SSL_CERT_DIR"), false};
 }
 
 const std::shared_ptr<TrustAnchors>& TrustAnchors::processWide() {
@@ -68,9 +68,13 @@ Util::Outcome<TrustAnchors::Store, Util::Status> TrustAnchors::load() const {
                             X509_STORE_load_path(store.get(), sources_.directory.c_str()) == 1;
   ERR_clear_error();  // otherwise a missing file's error would be reported for the handshake
   if (!hasFile) {
-    return failure("SSL_CERT_FILE names a file without readable certificates: " + sources_.file);
+    return failure((sources_.areSetByHost ? "The host" : "SSL_CERT_FILE") +
+                   std::string(" names a file without readable certificates: ") + sources_.file);
   }
-  if (!hasDirectory) return failure("SSL_CERT_DIR cannot be used: " + sources_.directory);
+  if (!hasDirectory) {
+    return failure((sources_.areSetByHost ? "The host's folder" : "SSL_CERT_DIR") +
+                   std::string(" cannot be used: ") + sources_.directory);
+  }
   return store;
 }
 

@@ -21,6 +21,8 @@ class TrustAnchors {
   struct Sources {
     std::string file;       ///< a file with concatenated PEM certificates
     std::string directory;  ///< a folder with hashed names, or several separated by colons
+    /// Whether the host has set them, as opposed to the environment.
+    bool areSetByHost = false;
   };
 
   explicit TrustAnchors(Sources sources);

@@ -1,6 +1,7 @@
 #include "Util/Json.h"
 
 #include <algorithm>
+#include <charconv>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -43,17 +44,49 @@ bool descend(element from, std::string_view step, element& found) {
   return from.get(array) == simdjson::SUCCESS && findElement(array, step, found);
 }
 
-std::string textAt(element root, std::string_view path) {
-  element current = root;
+bool follow(std::string_view path, element& current) {
   while (!path.empty()) {
     const std::size_t end = std::min(path.find('/'), path.size());
     element next;
-    if (!descend(current, path.substr(0, end), next)) return {};
+    if (!descend(current, path.substr(0, end), next)) return false;
     current = next;
     path.remove_prefix(std::min(end + 1, path.size()));
   }
+  return true;
+}
+
+std::string textAt(element root, std::string_view path) {
   std::string_view value;
-  return current.get(value) == simdjson::SUCCESS ? std::string(value) : std::string();
+  const bool isText = follow(path, root) && root.get(value) == simdjson::SUCCESS;
+  return isText ? std::string(value) : std::string();
+}
+
+std::optional<std::int64_t> numberIn(std::string_view text) {
+  std::int64_t value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+std::optional<std::int64_t> numberAt(element root, std::string_view path) {
+  if (!follow(path, root)) return std::nullopt;
+  std::int64_t value = 0;
+  if (root.get(value) == simdjson::SUCCESS) return value;
+  std::string_view text;
+  return root.get(text) == simdjson::SUCCESS ? numberIn(text) : std::nullopt;
+}
+
+/// Calls `read` with the JSON object `body`, unless it is none.
+template <typename Read>
+void withRoot(std::string_view body, Read read) {
+  const simdjson::padded_string padded(replaceInvalidUtf8(skipByteOrderMark(body)));
+  if (padded.data() == nullptr) throw std::bad_alloc();  // the constructor does not report it
+  simdjson::dom::parser parser;
+  if (parser.allocate(std::max<std::size_t>(padded.size(), 64), kDepthLimit) != simdjson::SUCCESS) {
+    throw std::bad_alloc();
+  }
+  element root;
+  if (parser.parse(padded).get(root) == simdjson::SUCCESS && root.is_object()) read(root);
 }
 
 simdjson::error_code iterate(std::string& body, Parser& parser,
@@ -69,17 +102,16 @@ simdjson::error_code iterate(std::string& body, Parser& parser,
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths) {
   std::vector<std::string> found(paths.size());
-  const simdjson::padded_string padded(replaceInvalidUtf8(skipByteOrderMark(body)));
-  if (padded.data() == nullptr) throw std::bad_alloc();  // the constructor does not report it
-  simdjson::dom::parser parser;
-  if (parser.allocate(std::max<std::size_t>(padded.size(), 64), kDepthLimit) != simdjson::SUCCESS) {
-    throw std::bad_alloc();
-  }
-  element root;
-  if (parser.parse(padded).get(root) != simdjson::SUCCESS || !root.is_object()) return found;
+  withRoot(body, [&](element root) {
+    std::transform(paths.begin(), paths.end(), found.begin(),
+                   [root](std::string_view path) { return textAt(root, path); });
+  });
+  return found;
+}
 
-  std::transform(paths.begin(), paths.end(), found.begin(),
-                 [root](std::string_view path) { return textAt(root, path); });
+std::optional<std::int64_t> number(std::string_view body, std::string_view path) {
+  std::optional<std::int64_t> found;
+  withRoot(body, [&](element root) { found = numberAt(root, path); });
   return found;
 }
 
@@ -136,10 +168,13 @@ void read(Value value, std::int64_t& out) {
   if (value.value.get_int64().get(out) != simdjson::SUCCESS) out = 0;
 }
 
-void read(Value value, std::uint64_t& out) {
+void read(Value value, std::uint64_t& out) { readNumber(value, out); }
+
+bool readNumber(Value value, std::uint64_t& out) {
   auto error = value.value.get_uint64().get(out);
   if (error == simdjson::INCORRECT_TYPE) error = value.value.get_uint64_in_string().get(out);
   if (error != simdjson::SUCCESS) out = 0;
+  return error == simdjson::SUCCESS;
 }
 
 void read(Value value, IsoTime& out) {

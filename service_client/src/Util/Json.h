@@ -7,6 +7,7 @@
 #include <exception>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,10 @@ namespace CloudStorage::Util::Json {
 /// object is nested deeper than 64 levels. Invalid UTF-8 is replaced.
 std::vector<std::string> texts(std::string_view body,
                                std::initializer_list<std::string_view> paths);
+
+/// The whole number at `path` in `body`, also if it is the content of a string. Nothing if there is
+/// none; the conditions are those of texts().
+std::optional<std::int64_t> number(std::string_view body, std::string_view path);
 
 /// The following read a received JSON object once, from front to back. Texts are views into the
 /// text that was parsed. Input that is not JSON throws a simdjson_error.
@@ -112,6 +117,8 @@ void read(Value value, bool& out);
 void read(Value value, std::int64_t& out);
 /// Also accepts a text of digits, the form in which some services send large numbers.
 void read(Value value, std::uint64_t& out);
+/// The same. Returns false if the number is absent.
+bool readNumber(Value value, std::uint64_t& out);
 void read(Value value, IsoTime& out);
 /// Reads those elements that are ids and not empty.
 void readIds(Value value, std::vector<std::string_view>& out);

@@ -123,6 +123,13 @@ std::string_view skipByteOrderMark(std::string_view text) {
   return text;
 }
 
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kWhiteSpace = " \t\r\n";
+  const auto first = text.find_first_not_of(kWhiteSpace);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
+}
+
 std::string lowerCase(std::string_view text) {
   std::string lower(text);
   for (char& c : lower) {

@@ -24,6 +24,9 @@ std::string toName(std::string_view bytes);
 /// `text` without a leading UTF-8 byte order mark.
 std::string_view skipByteOrderMark(std::string_view text);
 
+/// `text` without the spaces, tabs and line breaks around it.
+std::string_view trimmed(std::string_view text);
+
 /// `text` with A to Z converted to a to z, independent of the process's locale.
 std::string lowerCase(std::string_view text);
 

@@ -1,6 +1,7 @@
 """The sandbox's control over its drives, and the consent of an account holder."""
 
 import ctypes
+import json
 import os
 import ssl
 import urllib.parse
@@ -23,17 +24,45 @@ def control(what, service, **details):
     return sandbox.control("POST", what, body, part="drives")
 
 
+def _service(service):
+    return sandbox.state()["drives"]["services"][NAMES[service]]
+
+
+def token_path(service):
+    return urllib.parse.urlsplit(_service(service)["tokenEndpoint"]).path
+
+
+def _browser():
+    internet = sandbox.state()["internet"]
+    proxy = f"http://{internet['proxyHost']}:{internet['proxyPort']}"
+    return urllib.request.build_opener(
+        urllib.request.ProxyHandler({"https": proxy}),
+        urllib.request.HTTPSHandler(context=ssl.create_default_context(cafile=internet["caFile"])),
+    )
+
+
+def exchange(service, code):
+    """The access token and the refresh token for a code, without the library."""
+    client = _service(service)
+    form = {
+        "grant_type": "authorization_code",
+        "code": code,
+        "client_id": client["clientId"],
+        "client_secret": client["clientSecret"],
+        "redirect_uri": sandbox.state()["drives"]["redirectUri"],
+    }
+    body = urllib.parse.urlencode(form).encode()
+    with _browser().open(client["tokenEndpoint"], body, timeout=30) as response:
+        tokens = json.load(response)
+    return tokens["access_token"], tokens["refresh_token"]
+
+
 def consent(url, account, decision="allow"):
     """Opens an authorization address and submits the account holder's decision.
 
     Returns the address of the redirect page.
     """
-    internet = sandbox.state()["internet"]
-    proxy = f"http://{internet['proxyHost']}:{internet['proxyPort']}"
-    browser = urllib.request.build_opener(
-        urllib.request.ProxyHandler({"https": proxy}),
-        urllib.request.HTTPSHandler(context=ssl.create_default_context(cafile=internet["caFile"])),
-    )
+    browser = _browser()
     with browser.open(url, timeout=30) as page:
         address = page.url
     form = urllib.parse.urlencode({"account": account, "decision": decision})
@@ -47,15 +76,25 @@ def query_of(url):
     return dict(urllib.parse.parse_qsl(urllib.parse.urlsplit(url).query, strict_parsing=True))
 
 
+def _converted(function, text):
+    library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
+    convert = getattr(library, function)
+    convert.argtypes = [ctypes.c_char_p]
+    convert.restype = ctypes.c_void_p
+    library.libvemlo_global_init()
+    converted = convert(text.encode())
+    try:
+        return ctypes.string_at(converted).decode()
+    finally:
+        ctypes.CDLL(None).free(ctypes.c_void_p(converted))
+        library.libvemlo_global_cleanup()
+
+
 def deciphered(text):
     """The plain text of `text`, which encrypt_string() of the library has encrypted."""
-    library = ctypes.CDLL(os.environ["VEMLO_LIBRARY"])
-    library.decrypt_string.argtypes = [ctypes.c_char_p]
-    library.decrypt_string.restype = ctypes.c_void_p
-    library.libvemlo_global_init()
-    plain = library.decrypt_string(text.encode())
-    try:
-        return ctypes.string_at(plain).decode()
-    finally:
-        ctypes.CDLL(None).free(ctypes.c_void_p(plain))
-        library.libvemlo_global_cleanup()
+    return _converted("decrypt_string", text)
+
+
+def enciphered(text):
+    """What decrypt_string() of the library turns into `text`, as one line."""
+    return "".join(_converted("encrypt_string", text).split())

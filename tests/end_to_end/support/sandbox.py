@@ -35,13 +35,16 @@ class Account(NamedTuple):
     access_key: str
     secret_key: str
 
-    def independent_client(self):
+    def independent_client(self, connections=10):
         """boto3, for a view of the store that does not depend on the library."""
         import boto3
         from botocore.config import Config
 
         # An empty set of proxies keeps boto3 from reading those of the environment; None does not.
-        config = Config(s3={"addressing_style": "path"}, retries={"max_attempts": 0}, proxies={})
+        config = Config(
+            s3={"addressing_style": "path"}, retries={"max_attempts": 0}, proxies={},
+            max_pool_connections=connections,
+        )  # fmt: skip
         return boto3.client(
             "s3", endpoint_url=self.endpoint, region_name="us-east-1", config=config,
             aws_access_key_id=self.access_key, aws_secret_access_key=self.secret_key,

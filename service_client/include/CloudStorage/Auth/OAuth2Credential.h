@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "CloudStorage/Auth/AuthorizationCredential.h"
 #include "CloudStorage/Util/Status.h"
@@ -20,6 +21,8 @@ class CLOUDSTORAGE_API TokenRefresher {
   struct Tokens {
     std::string accessToken;
     std::string refreshToken;
+    /// Seconds, or -1 if the service did not state it. Not known of tokens that the host has set.
+    std::int64_t lifetime = -1;
   };
 
   virtual ~TokenRefresher() = default;
@@ -29,6 +32,10 @@ class CLOUDSTORAGE_API TokenRefresher {
   /// the token endpoint. The code of a failure is the HTTP status of the response, or -1 if there
   /// is none. Safe for concurrent calls.
   virtual Util::Status refresh(Tokens& tokens) = 0;
+
+  /// Tells the host that a refresh has replaced `former` by `renewed`. Called on the thread of the
+  /// refresh, without a lock. May block, and may use the credential.
+  virtual void report(const Tokens& /*former*/, const Tokens& /*renewed*/) const {}
 
   /// The bearer token that requests send for `accessToken`.
   virtual std::string bearerOf(const std::string& accessToken) const { return accessToken; }
@@ -53,8 +60,11 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   /// last attempt (see accessTokenForAttempt) used an older token returns success at once, and a
   /// thread that waited for a refresh that failed returns that failure without a request of its
   /// own. After a refusal no request is sent for some seconds, unless tokens are set in the
-  /// meantime. On failure the tokens do not change. Blocks for one request, its own or another
-  /// thread's, and not beyond the time that is left to the call of this thread. Does not throw.
+  /// meantime. On failure the tokens do not change. Renewed tokens are reported to the host before
+  /// the function returns, even if other tokens were set in the meantime. Blocks for one request,
+  /// its own or another thread's, and for a report; a thread that only shares another one's result
+  /// does not wait for its report. Does not wait for other threads beyond the time that is left to
+  /// the call of this thread. Does not throw.
   virtual Util::Status refreshAccessToken();
 
   std::string accessToken() const;
@@ -74,9 +84,12 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
 
  private:
   class RefreshTurn;
+  struct FailedRefresh;
 
   Util::Status refreshUnlessDone();
   std::optional<Util::Status> resultSinceAttempt() const;
+  static Util::Status share(const FailedRefresh& failure);
+  bool mayRefresh() const;
   bool wasJustRefused() const;
   void replace(std::string accessToken, std::string refreshToken);
 
@@ -89,12 +102,15 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   Clock now_;
   std::uint64_t generation_ = 0;  // incremented whenever the access token is replaced
   std::uint64_t failedRefreshes_ = 0;
-  Util::Status lastFailure_;
+  std::shared_ptr<const FailedRefresh> lastFailure_;  // null: none
   std::optional<std::chrono::system_clock::time_point> refusedAt_;  // for the current tokens
 
-  // One refresh at a time.
-  bool isRefreshing_ = false;  // guarded by mutex_
-  std::condition_variable refreshEnded_;
+  // One refresh at a time, and none before the tokens of the former one have been reported. Only
+  // the reporting thread itself may refresh again, in a call that the host makes meanwhile.
+  bool isRefreshing_ = false;  // guarded by mutex_, as are the following
+  unsigned reports_ = 0;       // more than one if they are nested
+  std::thread::id reporter_;
+  std::condition_variable turnChanged_;
 };
 
 }  // namespace CloudStorage::Auth

@@ -51,6 +51,11 @@ enum class CoreErrors : std::uint32_t {
   /// An internal failure of the service (5xx).
   ServiceFailure = 27,
 
+  /// The host cancelled the call.
+  Cancelled = 28,
+  /// The deadline that the host set has passed.
+  DeadlineExceeded = 29,
+
   /// Any failure of Google Drive and Amazon Drive, and of the network on the way to them. The
   /// error's retryable flag states whether the failure may be temporary.
   TemporaryFailure = 259,

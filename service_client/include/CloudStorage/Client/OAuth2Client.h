@@ -13,7 +13,8 @@
 
 namespace CloudStorage::Auth {
 class OAuth2TokenEndpoint;
-}
+class ProofKey;
+}  // namespace CloudStorage::Auth
 
 namespace CloudStorage::Client {
 
@@ -25,6 +26,7 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
                                       public std::enable_shared_from_this<OAuth2Client> {
  public:
   /// Makes `credential` refreshable by setting its token refresher to the service's token endpoint.
+  /// What the host has set with vemlo_client_set_application() takes precedence over `clientSpec`.
   /// Does not connect.
   OAuth2Client(Auth::OAuth2ClientSpec clientSpec,
                std::shared_ptr<Auth::OAuth2Credential> credential,
@@ -37,8 +39,8 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
 
   const Auth::OAuth2ClientSpec& clientSpec() const { return clientSpec_; }
 
-  /// The address of the web page on which a user gives consent. Sends no request, and fails only
-  /// with std::bad_alloc.
+  /// The address of the web page on which a user gives consent. Sends no request. Fails only with
+  /// std::bad_alloc, or with std::runtime_error if there are no random numbers for a proof key.
   virtual std::string buildAuthorizeUrl(const Auth::OAuth2RequestOptions& options) const;
 
   /// Exchanges an authorization code for tokens and stores them in `credential`; its refresh token
@@ -69,6 +71,8 @@ class CLOUDSTORAGE_API OAuth2Client : public WSClient,
   ClientEnvironment environment_;
   std::shared_ptr<Auth::OAuth2TokenEndpoint> tokenEndpoint_;
   std::shared_ptr<const DriveCall> call_;
+  /// Of the last address for consent, if it has one.
+  std::shared_ptr<Auth::ProofKey> proofKey_;
 };
 
 }  // namespace CloudStorage::Client

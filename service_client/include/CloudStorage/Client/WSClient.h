@@ -27,6 +27,9 @@ struct ClientParts {
   /// Object-store clients only.
   std::shared_ptr<Util::Threading::Executor> executor;
   Config::ProxySetting proxy;
+
+  /// The client's service; 0 if there is no marshaller, as in a test.
+  Service service() const { return errorMarshaller ? errorMarshaller->service() : Service(); }
 };
 
 /// A client's dependencies on the network, the clocks and the scheduler. Members that are null are

@@ -24,6 +24,9 @@ struct WSError {
   int httpResponseCode = 0;
   /// What can be done about the failure. Not part of the logged form.
   FailureKind kind = FailureKind::None;
+  /// What the service calls the request in its own logs; empty if it did not say. Not part of the
+  /// logged form.
+  std::string requestId{};
 };
 
 using Error = WSError<CoreErrors>;

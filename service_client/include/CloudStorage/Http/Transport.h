@@ -30,6 +30,17 @@ struct Request {
   /// itself if the connection, which stayed open after an earlier request, turns out to be closed;
   /// the service may have received the request before that.
   bool isSentOnce = false;
+  /// What ends the transfer at once, whatever stage it has reached.
+  struct Interrupt {
+    /// Does so while it is readable; -1: none.
+    int descriptor = -1;
+    std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::time_point::max();
+
+    bool isSet() const {
+      return descriptor >= 0 || deadline != std::chrono::steady_clock::time_point::max();
+    }
+  };
+  Interrupt interrupt;
   /// How long the transfer may take, in addition to the transport's own limits.
   std::chrono::milliseconds timeLimit = std::chrono::milliseconds::max();
 };
@@ -43,6 +54,8 @@ struct TransportFailure {
     Interrupted,       ///< the connection broke while sending or receiving
     ResponseTooLarge,  ///< the response exceeds the size limit
     Refused,           ///< the client did not send the request, because it cannot be sent
+    Cancelled,         ///< the host cancelled the call
+    DeadlineExceeded,  ///< the deadline of the call, which the host has set, has passed
   };
 
   Kind kind = Kind::Unreachable;

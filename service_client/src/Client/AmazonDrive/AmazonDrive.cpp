@@ -6,9 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/AmazonDrive/AmazonDriveClient.h"
@@ -26,7 +29,9 @@ Http::URI endpointUri() {
   return *Http::URI::parse("https://drive.amazonaws.com/drive/v1/account/endpoint");
 }
 
-Http::URI profileUri() { return *Http::URI::parse("https://api.amazon.com/user/profile"); }
+constexpr char kProfile[] = "https://api.amazon.com/user/profile";
+
+Http::URI profileUri() { return *Http::URI::parse(kProfile); }
 
 // The access token is sent to the addresses that the service supplies, so they must be https and
 // those of the service.
@@ -103,6 +108,7 @@ Util::Outcome<Model::GetEndpointResult, Error> parseEndpoints(Http::Response&& r
 
 Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
     const Model::ComRequest& request) const {
+  ListingExtent::reset();  // the first request of a listing
   return call().send({"getEndpoint", Http::Method::Get}, endpointUri, request, parseEndpoints);
 }
 
@@ -110,16 +116,19 @@ Util::Outcome<Model::GetEndpointResult, Error> AmazonDriveClient::getEndpoint(
 
 namespace {
 
+template <typename Owner>
+void readProfile(Json::Object profile, Owner& owner) {
+  for (const auto& [key, value] : profile) {
+    if (key == "name") Json::read(value, owner.name);
+    if (key == "email") Json::read(value, owner.email);
+  }
+}
+
 Util::Outcome<Model::GetProfileResult, Error> parseProfile(Http::Response&& response,
                                                            Json::Parser& json) {
   Model::GetProfileResult result;
-  const auto storage =
-      readJson(std::move(response), isWholeResult, json, [&result](Json::Object object) {
-        for (const auto& [key, value] : object) {
-          if (key == "name") Json::read(value, result.name);
-          if (key == "email") Json::read(value, result.email);
-        }
-      });
+  const auto storage = readJson(std::move(response), isWholeResult, json,
+                                [&result](Json::Object object) { readProfile(object, result); });
   if (!storage.isSuccess()) return storage.getError();
   return result;
 }
@@ -215,11 +224,11 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> AmazonDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send(
+  return ListingExtent::noted(call().send(
       {"listFileResource", Http::Method::Get}, [&] { return nodesUri(request.endpoint); }, request,
       [&request](Http::Response&& response, Json::Parser& json) {
         return parseNodes(std::move(response), json, request);
-      });
+      }));
 }
 
 std::string Model::FileResource::toString() const {
@@ -276,6 +285,40 @@ Util::Outcome<Model::FileResource, Error> AmazonDriveClient::folderCreate(
       "folderCreate", [&] { return nodesUri(request.endpoint); }, request, parseNode);
 }
 
+// The owner of the account
+
+namespace {
+
+constexpr char kQuota[] = "https://drive.amazonaws.com/drive/v1/account/quota";
+
+void readQuota(Json::Object quota, Account& account) {
+  std::int64_t available = -1;
+  for (const auto& [key, value] : quota) {
+    if (key == "quota") readSpace(value, account.totalSpace);
+    if (key == "available") readSpace(value, available);
+  }
+  if (available >= 0 && account.totalSpace >= available) {
+    account.usedSpace = account.totalSpace - available;
+  }
+}
+
+// 404: the account is served elsewhere.
+bool isWithheld(const Error& error) {
+  return error.httpResponseCode == 403 || error.httpResponseCode == 404;
+}
+
+}  // namespace
+
+// The quota first: the drive responds to an expired token with 401 in any case.
+Util::Outcome<Account, Error> AmazonDriveClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    return AccountRequests(call(), isWithheld)
+        .send({"getSpace", Http::Method::Get}, kQuota, AccountRequest(), readQuota)
+        .send({"getAccount", Http::Method::Get}, kProfile, AccountRequest(), readProfile<Account>)
+        .account();
+  });
+}
+
 // Errors
 
 namespace {
@@ -284,6 +327,8 @@ namespace {
 /// other.
 /// The service recommends a retry after 429 and 503, which it sends before any work is done.
 constexpr ErrorRow kRows[] = {
+    {401, "", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::LinkAgain},
+    {409, "", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::ExistsAlready},
     {429, "", CoreErrors::TemporaryFailure, Retry::Always},
     {500, "", CoreErrors::TemporaryFailure, Retry::Reads},
     {502, "", CoreErrors::TemporaryFailure, Retry::Reads},
@@ -303,9 +348,11 @@ ServiceMessage readMessage(const Http::Response& response) {
 
 }  // namespace
 
+ErrorTable errorTable() { return kRows; }
+
 Error AmazonDriveErrorMarshaller::marshall(const Http::Response& response,
                                            Http::Method method) const {
-  return marshallError(response, method, readMessage, kRows);
+  return withInvalidName(marshallError(response, method, readMessage, kRows), method);
 }
 
 }  // namespace CloudStorage::Client::AmazonDrive

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -7,6 +8,8 @@
 #include "Auth/AzureSharedKeySigner.h"
 #include "Client/AzureSSB/AzureRegions.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Redirect.h"
 #include "Client/ServiceCall.h"
@@ -14,6 +17,7 @@
 #include "CloudStorage/Client/AzureSSB/AzureSSBClient.h"
 #include "Http/PercentEncoding.h"
 #include "Util/Text.h"
+#include "Util/Time.h"
 #include "Util/Xml.h"
 
 namespace CloudStorage::Client::AzureSSB {
@@ -201,10 +205,25 @@ ServiceMessage readMessage(const Http::Response& response) {
   return message;
 }
 
+/// The service reports a wrong clock like a wrong key. It accepts 15 minutes.
+bool isClockWrong(const Http::Response& response) {
+  constexpr std::chrono::minutes kAccepted(15);
+  const auto date = response.headers.find("date");
+  if (date == response.headers.end()) return false;
+  const auto theirs = Util::parseHttpDate(date->second);
+  return theirs && std::chrono::abs(std::chrono::system_clock::now() - *theirs) > kAccepted;
+}
+
 }  // namespace
 
+ErrorTable errorTable() { return kRows; }
+
 Error AzureSSBErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
-  return marshallError(response, method, readMessage, kRows);
+  Error error = marshallError(response, method, readMessage, kRows);
+  if (error.errorType == CoreErrors::SignatureMismatch && isClockWrong(response)) {
+    error.kind = FailureKind::WrongClock;
+  }
+  return error;
 }
 
 // Containers
@@ -264,9 +283,9 @@ void Model::ListContainerRequest::addQueryStringParameters(Http::URI& uri) const
 
 Util::Outcome<Model::ListContainerResult, Error> AzureSSBClient::listContainer(
     const Model::ListContainerRequest& request) const {
-  return implementation_->send(
+  return ListingExtent::noted(implementation_->send(
       {"listContainer", Http::Method::Get}, [&] { return implementation_->accountUri(); }, request,
-      [&](Http::Response&& response) { return parseContainers(std::move(response), request); });
+      [&](Http::Response&& response) { return parseContainers(std::move(response), request); }));
 }
 
 void Model::CreateContainerRequest::addQueryStringParameters(Http::URI& uri) const {
@@ -332,10 +351,10 @@ void Model::ListBlobRequest::addQueryStringParameters(Http::URI& uri) const {
 
 Util::Outcome<Model::ListBlobResult, Error> AzureSSBClient::listBlob(
     const Model::ListBlobRequest& request) const {
-  return implementation_->send(
+  return ListingExtent::noted(implementation_->send(
       {"listBlob", Http::Method::Get},
       [&] { return implementation_->containerUri(request.container.value()); }, request,
-      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); });
+      [&](Http::Response&& response) { return parseBlobs(std::move(response), request); }));
 }
 
 Http::HeaderValueCollection Model::PutBlobRequest::getRequestSpecificHeaders() const {

@@ -5,12 +5,16 @@
 #include <utility>
 
 #include "Auth/OAuth2TokenEndpoint.h"
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/Dropbox/DropboxClient.h"
+#include "Config/ProcessSettings.h"
 #include "Util/Json.h"
 
 namespace CloudStorage::Client::Dropbox {
@@ -57,6 +61,15 @@ Tokens splitTokens(const std::string& text) {
   return {text.substr(0, separator), text.substr(separator + 1)};
 }
 
+// The tokens that belong together. A refresh token that is joined to the access token takes
+// precedence, because both are from the same grant.
+Tokens separate(const Tokens& tokens) {
+  Tokens separated = splitTokens(tokens.accessToken);
+  if (separated.refreshToken.empty()) separated.refreshToken = tokens.refreshToken;
+  separated.lifetime = tokens.lifetime;
+  return separated;
+}
+
 std::string joinTokens(const Tokens& tokens) {
   if (tokens.refreshToken.empty()) return tokens.accessToken;
   return tokens.accessToken + kTokenSeparator + tokens.refreshToken;
@@ -69,23 +82,31 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   DropboxTokenEndpoint(const Auth::OAuth2TokenEndpoint& endpoint, bool joinsTokens)
       : OAuth2TokenEndpoint(endpoint), joinsTokens_(joinsTokens) {}
 
-  // A refresh token that is joined to the access token takes precedence, because both are from the
-  // same grant.
+  // The form of the access token stays as it is.
   Util::Status refresh(Tokens& tokens) override {
-    Tokens joined = splitTokens(tokens.accessToken);
-    if (joined.refreshToken.empty()) return OAuth2TokenEndpoint::refresh(tokens);
-    auto status = OAuth2TokenEndpoint::refresh(joined);
-    if (status.isSuccess()) tokens.accessToken = joinTokens(joined);
+    if (splitTokens(tokens.accessToken).refreshToken.empty()) {
+      return OAuth2TokenEndpoint::refresh(tokens);
+    }
+    Tokens separated = separate(tokens);
+    auto status = OAuth2TokenEndpoint::refresh(separated);
+    if (!status.isSuccess()) return status;
+    tokens.accessToken = joinTokens(separated);
+    tokens.lifetime = separated.lifetime;
     return status;
+  }
+
+  void report(const Tokens& former, const Tokens& renewed) const override {
+    Tokens reported = separate(renewed);
+    reported.accessToken = joinsTokens_ ? joinTokens(reported) : renewed.accessToken;
+    OAuth2TokenEndpoint::report(separate(former), reported);
   }
 
   std::string bearerOf(const std::string& accessToken) const override {
     return splitTokens(accessToken).accessToken;
   }
 
-  Util::Status exchange(const std::string& code, const std::string& scope,
-                        Tokens& tokens) override {
-    auto status = OAuth2TokenEndpoint::exchange(code, scope, tokens);
+  Util::Status exchange(const Grant& grant, Tokens& tokens) override {
+    auto status = OAuth2TokenEndpoint::exchange(grant, tokens);
     if (status.isSuccess() && joinsTokens_) tokens.accessToken = joinTokens(tokens);
     return status;
   }
@@ -94,8 +115,11 @@ class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
   bool joinsTokens_;
 };
 
-constexpr DropboxClient::Options kBuildOptions = {VEMLO_DROPBOX_DURABLE_TOKEN,
-                                                  VEMLO_DROPBOX_OFFLINE_ACCESS};
+DropboxClient::Options currentOptions() {
+  const auto settings = Config::ProcessSettings::current();
+  return {settings->dropboxDurableToken.value_or(VEMLO_DROPBOX_DURABLE_TOKEN),
+          VEMLO_DROPBOX_OFFLINE_ACCESS};
+}
 
 }  // namespace
 
@@ -109,15 +133,14 @@ DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec,
     : OAuth2Client(std::move(clientSpec), std::move(credential), std::move(retryStrategy),
                    std::move(errorMarshaller), std::move(readRateLimiter),
                    std::move(writeRateLimiter), std::move(proxy)),
-      options_(kBuildOptions) {
-  setTokenEndpoint(
-      std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), kBuildOptions.joinsTokens));
+      options_(currentOptions()) {
+  setTokenEndpoint(std::make_shared<DropboxTokenEndpoint>(tokenEndpoint(), options_.joinsTokens));
 }
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment)
     : DropboxClient(std::move(clientSpec), std::move(parts), std::move(environment),
-                    kBuildOptions) {}
+                    currentOptions()) {}
 
 DropboxClient::DropboxClient(Auth::OAuth2ClientSpec clientSpec, ClientParts parts,
                              ClientEnvironment environment, Options options)
@@ -235,7 +258,7 @@ std::string Model::ListFolderRequest::serializePayload() const {
 
 Folder DropboxClient::listFolder(const Model::ListFolderRequest& request) const {
   // Guarded as a whole, because the code between the requests allocates memory.
-  return call().run("listFolder", [&] { return listPages(call(), request); });
+  return ListingExtent::noted(call().run("listFolder", [&] { return listPages(call(), request); }));
 }
 
 // Creation
@@ -286,20 +309,91 @@ Util::Outcome<Model::Metadata, Error> DropboxClient::createFolder(
       });
 }
 
+// The owner of the account
+
+namespace {
+
+constexpr char kCurrentAccount[] = "https://api.dropboxapi.com/2/users/get_current_account";
+constexpr char kSpaceUsage[] = "https://api.dropboxapi.com/2/users/get_space_usage";
+// The body for a function without arguments.
+constexpr char kNoArguments[] = "null";
+
+void readAccount(Json::Object owner, Account& account) {
+  for (const auto& [key, value] : owner) {
+    if (key == "email") Json::read(value, account.email);
+    if (key != "name") continue;
+    Json::readObject(value, [&](Json::Object name) {
+      for (const auto& [part, text] : name) {
+        if (part == "display_name") Json::read(text, account.name);
+      }
+    });
+  }
+}
+
+// A member of a team may have a limit, within that of the team.
+void readAllocation(Json::Object allocation, Account& account) {
+  std::int64_t ofAll = -1;
+  std::int64_t ofMember = -1;
+  for (const auto& [key, value] : allocation) {
+    if (key == "allocated") readSpace(value, ofAll);
+    if (key == "user_within_team_space_allocated") readSpace(value, ofMember);
+  }
+  account.totalSpace = ofMember > 0 ? ofMember : ofAll;
+}
+
+void readSpaceUsage(Json::Object usage, Account& account) {
+  for (const auto& [key, value] : usage) {
+    if (key == "used") readSpace(value, account.usedSpace);
+    if (key != "allocation") continue;
+    Json::readObject(value, [&](Json::Object allocation) { readAllocation(allocation, account); });
+  }
+}
+
+bool isWithheld(const Error& error) { return error.errorType == CoreErrors::AccessDenied; }
+
+}  // namespace
+
+Util::Outcome<Account, Error> DropboxClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    const AccountRequest request(kNoArguments);
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Post}, kCurrentAccount, request, readAccount)
+        .send({"getSpace", Http::Method::Post}, kSpaceUsage, request, readSpaceUsage)
+        .account();
+  });
+}
+
 // Errors
 
 namespace {
 
+/// The layer's own words for invalid requests, which the service describes in plain text only.
+constexpr char kMalformedToken[] = "malformed_token";
+constexpr char kMalformedPath[] = "malformed_path";
+
 /// Codes are paths into nested unions, to which the service may add further segments.
 constexpr ErrorRow kRows[] = {
+    {400, kMalformedToken, CoreErrors::InvalidRequest, Retry::Never, FailureKind::LinkAgain},
+    {400, kMalformedPath, CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
     {401, "missing_scope", CoreErrors::AccessDenied, Retry::Never},
     {401, "route_access_denied", CoreErrors::AccessDenied, Retry::Never},
     {401, "user_suspended", CoreErrors::AccountProblem, Retry::Never},
+    {401, "", CoreErrors::NotAuthenticated, Retry::Never, FailureKind::LinkAgain},
     {403, "invalid_account_type", CoreErrors::AccountProblem, Retry::Never},
     {409, "path/not_found", CoreErrors::NotFound, Retry::Never},
-    {409, "path/malformed_path", CoreErrors::InvalidRequest, Retry::Never},
+    {409, "path/malformed_path", CoreErrors::InvalidRequest, Retry::Never,
+     FailureKind::NameNotAllowed},
     {409, "path/no_write_permission", CoreErrors::AccessDenied, Retry::Never},
     {409, "path/insufficient_space", CoreErrors::QuotaExceeded, Retry::Never},
+    {409, "path/conflict", CoreErrors::Conflict, Retry::Never, FailureKind::ExistsAlready},
+    {409, "path/disallowed_name", CoreErrors::Conflict, Retry::Never, FailureKind::NameNotAllowed},
+    {409, "path/not_folder", CoreErrors::Conflict, Retry::Never, FailureKind::NotFound},
+    {409, "path/restricted_content", CoreErrors::Conflict, Retry::Never, FailureKind::Denied},
+    {409, "path/team_folder", CoreErrors::Conflict, Retry::Never, FailureKind::Denied},
+    {409, "path/insufficient_quota", CoreErrors::Conflict, Retry::Never, FailureKind::Quota},
+    {409, "too_many_write_operations", CoreErrors::Conflict, Retry::Never, FailureKind::Wait},
+    {409, "reset", CoreErrors::Conflict, Retry::Never, FailureKind::Wait},
+    {409, "", CoreErrors::Conflict, Retry::Never, FailureKind::NotUnderstood},
     {422, "no_permission", CoreErrors::AccessDenied, Retry::Never},
 };
 
@@ -318,6 +412,17 @@ std::string plainTextOf(std::string_view body) {
   return text;
 }
 
+/// What the service's plain text about an invalid request means; empty if it is about neither.
+std::string finerCodeOf(const std::string& text) {
+  const auto mentions = [&text](const char* words) {
+    return text.find(words) != std::string::npos;
+  };
+  if (mentions("path: ") && mentions("did not match pattern")) return kMalformedPath;
+  const bool isAboutToken =
+      mentions("access token is malformed") || mentions("HTTP header \"Authorization\"");
+  return isAboutToken ? kMalformedToken : "";
+}
+
 ServiceMessage readMessage(const Http::Response& response) {
   const auto texts = Json::texts(response.body, {"error_summary", "user_message/text"});
   const std::string& summary = texts[0];
@@ -326,11 +431,16 @@ ServiceMessage readMessage(const Http::Response& response) {
   if (!message.code.empty() || !message.message.empty()) return message;
 
   message.message = plainTextOf(response.body);
-  if (response.status == 400 && !message.message.empty()) message.code = "bad_input";
+  if (response.status == 400 && !message.message.empty()) {
+    message.code = "bad_input";
+    message.finerCode = finerCodeOf(response.body);
+  }
   return message;
 }
 
 }  // namespace
+
+ErrorTable errorTable() { return kRows; }
 
 Error DropboxErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   return marshallError(response, method, readMessage, kRows);

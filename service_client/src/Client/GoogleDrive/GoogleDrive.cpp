@@ -3,9 +3,12 @@
 #include <string>
 #include <string_view>
 
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
 #include "Client/Paging.h"
 #include "CloudStorage/Client/GoogleDrive/GoogleDriveClient.h"
@@ -157,10 +160,11 @@ void Model::ListFileResourceRequest::addQueryStringParameters(Http::URI& uri) co
 
 Util::Outcome<Model::ListFileResourceResult, Error> GoogleDriveClient::listFileResource(
     const Model::ListFileResourceRequest& request) const {
-  return call().send({"listFileResource", Http::Method::Get}, filesUri, request,
-                     [&request](Http::Response&& response, Json::Parser& json) {
-                       return parseFileList(std::move(response), json, request);
-                     });
+  return ListingExtent::noted(
+      call().send({"listFileResource", Http::Method::Get}, filesUri, request,
+                  [&request](Http::Response&& response, Json::Parser& json) {
+                    return parseFileList(std::move(response), json, request);
+                  }));
 }
 
 // Creation
@@ -191,6 +195,55 @@ Util::Outcome<Model::FileResource, Error> GoogleDriveClient::uploadFile(
   return call().create("uploadFile", filesUri, request, parseFile<confirmsCreation>);
 }
 
+// The owner of the account
+
+namespace {
+
+constexpr char kAbout[] =
+    "https://www.googleapis.com/drive/v3/about"
+    "?fields=user(displayName,emailAddress),storageQuota(usage,limit)&prettyPrint=false";
+
+void readUser(Json::Object user, Account& account) {
+  for (const auto& [key, value] : user) {
+    if (key == "displayName") Json::read(value, account.name);
+    if (key == "emailAddress") Json::read(value, account.email);
+  }
+}
+
+// Without a limit the service sends none.
+void readQuota(Json::Object quota, Account& account) {
+  for (const auto& [key, value] : quota) {
+    if (key == "usage") readSpace(value, account.usedSpace);
+    if (key == "limit") readSpace(value, account.totalSpace);
+  }
+}
+
+void readAbout(Json::Object about, Account& account) {
+  for (const auto& [key, value] : about) {
+    if (key == "user") {
+      Json::readObject(value, [&](Json::Object user) { readUser(user, account); });
+    } else if (key == "storageQuota") {
+      Json::readObject(value, [&](Json::Object quota) { readQuota(quota, account); });
+    }
+  }
+}
+
+// The service refuses requests with 403 for other reasons, too, such as exceeded limits.
+bool isWithheld(const Error& error) {
+  return error.httpResponseCode == 403 && (error.exceptionName == "insufficientPermissions" ||
+                                           error.exceptionName == "PERMISSION_DENIED");
+}
+
+}  // namespace
+
+Util::Outcome<Account, Error> GoogleDriveClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Get}, kAbout, AccountRequest(), readAbout)
+        .account();
+  });
+}
+
 // Errors
 
 namespace {
@@ -200,8 +253,28 @@ namespace {
 /// Exceeded limits and 503 are sent before any work is done. After other failures of the service a
 /// repeated creation could create a second folder.
 constexpr ErrorRow kRows[] = {
-    {403, "rateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always},
-    {403, "userRateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always},
+    {403, "rateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always, FailureKind::Wait},
+    {403, "userRateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Always, FailureKind::Wait},
+    {401, "", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::LinkAgain},
+    {403, "dailyLimitExceeded", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::Wait},
+    {403, "sharingRateLimitExceeded", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Wait},
+    {403, "RESOURCE_EXHAUSTED", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::Wait},
+    {403, "quotaExceeded", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::Quota},
+    {403, "storageQuotaExceeded", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::Quota},
+    {403, "teamDriveFileLimitExceeded", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Quota},
+    {403, "numChildrenInNonRootLimitExceeded", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Quota},
+    {403, "activeItemCreationLimitExceeded", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Quota},
+    {403, "myDriveHierarchyTooDeep", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Quota},
+    {403, "teamDriveHierarchyTooDeep", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::Quota},
+    {403, "accessNotConfigured", CoreErrors::TemporaryFailure, Retry::Never,
+     FailureKind::HostFault},
+    {403, "SERVICE_DISABLED", CoreErrors::TemporaryFailure, Retry::Never, FailureKind::HostFault},
     {429, "", CoreErrors::TemporaryFailure, Retry::Always},
     {500, "", CoreErrors::TemporaryFailure, Retry::Reads},
     {502, "", CoreErrors::TemporaryFailure, Retry::Reads},
@@ -210,11 +283,13 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "", CoreErrors::TemporaryFailure, Retry::Never},
 };
 
-/// Newer front ends omit the list of errors.
+/// Newer front ends omit the list of errors. They state the reason among the details, of which the
+/// first may be a link to the documentation.
 ServiceMessage readMessage(const Http::Response& response) {
   const auto texts =
-      Json::texts(response.body, {"error/errors/0/reason", "error/status", "error/message"});
-  ServiceMessage message{texts[0], texts[2]};
+      Json::texts(response.body, {"error/errors/0/reason", "error/status", "error/message",
+                                  "error/details/0/reason", "error/details/1/reason"});
+  ServiceMessage message{texts[0], texts[2], texts[3].empty() ? texts[4] : texts[3]};
   if (message.code.empty()) message.code = texts[1];
   if (message.code.empty()) {
     message.code = std::to_string(response.status);
@@ -224,6 +299,8 @@ ServiceMessage readMessage(const Http::Response& response) {
 }
 
 }  // namespace
+
+ErrorTable errorTable() { return kRows; }
 
 Error GoogleDriveErrorMarshaller::marshall(const Http::Response& response,
                                            Http::Method method) const {

@@ -5,9 +5,12 @@
 #include <string_view>
 #include <utility>
 
+#include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
 #include "Client/JsonResponse.h"
+#include "Client/ListingExtent.h"
 #include "Client/OneDrive/DriveItemJson.h"
 #include "Client/OneDrive/OneDriveAddressing.h"
 #include "Client/OneDrive/OneDriveRequestPolicy.h"
@@ -49,6 +52,7 @@ Util::Outcome<Model::DriveMetadata, Error> parseDrive(Http::Response&& response,
 
 Util::Outcome<Model::DriveMetadata, Error> OneDriveClient::getDriveMetadata(
     const Model::GetDriveMetadataRequest& request) const {
+  ListingExtent::reset();  // the first request of a listing
   return call().send(
       {"getDriveMetadata", Http::Method::Get}, [&] { return driveUri(request.driveId); }, request,
       parseDrive);
@@ -126,11 +130,14 @@ const KnownFilter* filterFor(const Model::ListChildrenRequest& request) {
 
 // Returns false if there is no list.
 bool readItems(Json::Value value, std::size_t limit, const KnownFilter* filter,
-               std::vector<Model::DriveItem>& items) {
+               Model::ListChildrenResult& result) {
+  auto& items = result.items;
   items.clear();
-  return Json::readObjects(value, limit, [&items, filter](Json::Object object) {
+  result.received = 0;
+  return Json::readObjects(value, limit, [&result, &items, filter](Json::Object object) {
     Model::DriveItem& item = items.emplace_back();
     readItem(object, item);
+    ++result.received;
     if (item.id.empty() || (filter != nullptr && !filter->accepts(item))) items.pop_back();
   });
 }
@@ -144,7 +151,7 @@ Children parseChildren(Http::Response&& response, Json::Parser& json,
   const auto storage = readJson(std::move(response), isWholeResult, json, [&](Json::Object object) {
     for (const auto& [key, value] : object) {
       if (key == "@odata.nextLink") Json::readToken(value, result.nextToken);
-      if (key == "value") hasItems = readItems(value, limit, filter, result.items);
+      if (key == "value") hasItems = readItems(value, limit, filter, result);
     }
   });
   if (!storage.isSuccess()) return storage.getError();
@@ -172,7 +179,7 @@ void Model::ListChildrenRequest::addQueryStringParameters(Http::URI& uri) const 
 }
 
 Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request) const {
-  return ServiceCall::guarded([this, &request] {
+  return ListingExtent::noted(ServiceCall::guarded([this, &request] {
     const KnownFilter* const filter = filterFor(request);
     ListingPolicy policy(call(), remoteItems_, request, filter != nullptr);
     const auto locate = [&] {
@@ -187,7 +194,7 @@ Children OneDriveClient::listChildren(const Model::ListChildrenRequest& request)
     };
     return policy.outcomeOf(call().send({"listChildren", Http::Method::Get}, locate, request,
                                         policy, parseAndRemember));
-  });
+  }));
 }
 
 // Creation
@@ -218,13 +225,68 @@ Util::Outcome<Model::DriveItem, Error> OneDriveClient::createFolder(
   });
 }
 
+// The owner of the account
+
+namespace {
+
+constexpr char kUser[] =
+    "https://graph.microsoft.com/v1.0/me?$select=displayName,mail,userPrincipalName";
+constexpr char kQuota[] = "https://graph.microsoft.com/v1.0/me/drive?$select=quota";
+
+// Personal accounts have no mailbox, but their principal name is the address of their owner.
+void readUser(Json::Object user, Account& account) {
+  std::string principalName;
+  for (const auto& [key, value] : user) {
+    if (key == "displayName") Json::read(value, account.name);
+    if (key == "mail") Json::read(value, account.email);
+    if (key == "userPrincipalName") Json::read(value, principalName);
+  }
+  if (account.email.empty()) account.email = std::move(principalName);
+}
+
+void readQuota(Json::Object quota, Account& account) {
+  for (const auto& [key, value] : quota) {
+    if (key == "used") readSpace(value, account.usedSpace);
+    if (key == "total") readSpace(value, account.totalSpace);
+  }
+  if (account.totalSpace == 0) account.totalSpace = -1;  // there is no limit
+}
+
+void readDriveQuota(Json::Object drive, Account& account) {
+  for (const auto& [key, value] : drive) {
+    if (key != "quota") continue;
+    Json::readObject(value, [&](Json::Object quota) { readQuota(quota, account); });
+  }
+}
+
+bool isWithheld(const Error& error) {
+  return error.httpResponseCode == 403 && error.errorType == CoreErrors::AccessDenied;
+}
+
+}  // namespace
+
+Util::Outcome<Account, Error> OneDriveClient::getAccount() const {
+  return ServiceCall::guarded([this] {
+    return AccountRequests(call(), isWithheld)
+        .send({"getAccount", Http::Method::Get}, kUser, AccountRequest(), readUser)
+        .send({"getSpace", Http::Method::Get}, kQuota, AccountRequest(), readDriveQuota)
+        .account();
+  });
+}
+
 // Errors
 
 namespace {
 
 constexpr ErrorRow kRows[] = {
     {400, "notSupported", CoreErrors::NotImplemented, Retry::Never},
+    {400, "invalidFileName", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "invalidPath", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "pathIsTooLong", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {400, "pathTooDeep", CoreErrors::InvalidRequest, Retry::Never, FailureKind::NameNotAllowed},
+    {401, "", CoreErrors::NotAuthenticated, Retry::Never, FailureKind::LinkAgain},
     {403, "quotaLimitReached", CoreErrors::QuotaExceeded, Retry::Never},
+    {409, "nameAlreadyExists", CoreErrors::Conflict, Retry::Never, FailureKind::ExistsAlready},
     {410, "", CoreErrors::Conflict, Retry::Never},
     {501, "", CoreErrors::NotImplemented, Retry::Never},
     {503, "activityLimitReached", CoreErrors::Throttled, Retry::Always},
@@ -233,14 +295,17 @@ constexpr ErrorRow kRows[] = {
 };
 
 ServiceMessage readMessage(const Http::Response& response) {
-  const auto texts = Json::texts(response.body, {"error/code", "error/message"});
-  return {texts[0], texts[1]};
+  const auto texts = Json::texts(response.body, {"error/code", "error/message",
+                                                 "error/innerError/code", "error/innererror/code"});
+  return {texts[0], texts[1], texts[2].empty() ? texts[3] : texts[2]};
 }
 
 }  // namespace
 
+ErrorTable errorTable() { return kRows; }
+
 Error OneDriveErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
-  return marshallError(response, method, readMessage, kRows);
+  return withInvalidName(marshallError(response, method, readMessage, kRows), method);
 }
 
 }  // namespace CloudStorage::Client::OneDrive

@@ -96,7 +96,7 @@ std::optional<ItemLocation> FolderPolicy::requestRemoteItem() {
   request.uri = itemUri({{}, folderId_.value()}).getResult();
   request.uri.addQueryStringParameter("$select", "id,remoteItem");
   authorize(request);
-  const Http::Response response = call_.transfer(request);
+  const Http::Response response = call_.transfer("getDriveItem", request);
   if (!response.isSuccessStatus() || !Http::mayBeJson(response)) return std::nullopt;
   auto ids =
       Util::Json::texts(response.body, {"remoteItem/parentReference/driveId", "remoteItem/id"});

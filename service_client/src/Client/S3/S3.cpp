@@ -6,9 +6,15 @@
 
 #include "Auth/AWSV4Signer.h"
 #include "Client/ErrorMarshalling.h"
+#include "Client/ErrorTables.h"
+#include "Client/ListingExtent.h"
 #include "Client/OptionalParameters.h"
+#include "Client/Paging.h"
 #include "Client/S3/S3Addressing.h"
+#include "Client/S3/S3ListingPages.h"
+#include "Client/S3/S3ObjectsReader.h"
 #include "Client/S3/S3RequestPolicy.h"
+#include "Client/S3/S3WholeListings.h"
 #include "Client/ServiceCall.h"
 #include "Client/XmlResponse.h"
 #include "CloudStorage/Client/S3/S3Client.h"
@@ -63,6 +69,14 @@ struct S3Client::Implementation {
     if (!outcome.isSuccess() || Http::URI::isPathSegment(bucket)) return outcome;
     return localError("InvalidRequest", "The bucket name is empty or a relative path");
   }
+
+  using Listing = Util::Outcome<Model::ListObjectsV2Result, Error>;
+
+  template <typename Parse>
+  Listing listPage(const Model::ListObjectsV2Request& request, S3ListingPolicy& policy,
+                   const Parse& parse) const;
+  Listing listOnePage(const Model::ListObjectsV2Request& request);
+  Listing listAllPages(Model::ListObjectsV2Request request);
 
   S3Service service() { return {endpoint, call, signer, regions, clock}; }
 
@@ -129,15 +143,17 @@ constexpr ErrorRow kRows[] = {
     {kAnyStatus, "AuthorizationHeaderMalformed", CoreErrors::WrongRegion, Retry::ServerErrors},
     {kAnyStatus, "IllegalLocationConstraintException", CoreErrors::WrongRegion,
      Retry::ServerErrors},
-    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::ServerErrors},
-    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::ServerErrors},
-    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::ServerErrors},
+    {kAnyStatus, "TemporaryRedirect", CoreErrors::Redirected, Retry::ServerErrors,
+     FailureKind::WrongRegion},
+    {kAnyStatus, "Redirect", CoreErrors::Redirected, Retry::ServerErrors, FailureKind::WrongRegion},
+    {kAnyStatus, "Found", CoreErrors::Redirected, Retry::ServerErrors, FailureKind::WrongRegion},
 
     {kAnyStatus, "InvalidArgument", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidRequest", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidURI", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "MalformedXML", CoreErrors::InvalidRequest, Retry::ServerErrors},
-    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::ServerErrors},
+    {kAnyStatus, "KeyTooLongError", CoreErrors::InvalidRequest, Retry::ServerErrors,
+     FailureKind::NameNotAllowed},
     {kAnyStatus, "MissingContentLength", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "InvalidDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
     {kAnyStatus, "BadDigest", CoreErrors::InvalidRequest, Retry::ServerErrors},
@@ -160,6 +176,8 @@ Util::Outcome<Result, Error> parseStored(Http::Response&& response) {
 }
 
 }  // namespace
+
+ErrorTable errorTable() { return kRows; }
 
 Error S3ErrorMarshaller::marshall(const Http::Response& response, Http::Method method) const {
   const auto readMessage = [](const Http::Response& failed) { return readXmlError(failed.body); };
@@ -199,6 +217,7 @@ Util::Outcome<Model::ListBucketsResult, Error> parseBuckets(Http::Response&& res
     result.buckets.push_back({name, document.text(Xml::child(node, "CreationDate"))});
   }
   result.storage = document.storage();
+  result.continuationToken = document.text(Xml::lastChild(document.root(), "ContinuationToken"));
   return result;
 }
 
@@ -213,7 +232,7 @@ Model::BucketLocationConstraint locationOf(const Model::CreateBucketRequest& req
 }  // namespace
 
 Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
-  return implementation_->call.run(
+  return ListingExtent::noted(implementation_->call.run(
       "listBuckets", [&]() -> Util::Outcome<Model::ListBucketsResult, Error> {
         auto& own = *implementation_;
         S3EndpointPolicy policy(own.service(), own.regions.region(),
@@ -221,7 +240,7 @@ Util::Outcome<Model::ListBucketsResult, Error> S3Client::listBuckets() const {
         return own.call.send(
             {"listBuckets", Http::Method::Get}, [&] { return own.checked(own.endpoint.base); },
             ListBucketsRequest(), policy, parseBuckets);
-      });
+      }));
 }
 
 std::string Model::CreateBucketRequest::serializePayload() const {
@@ -269,82 +288,30 @@ Util::Outcome<Model::CreateBucketResult, Error> S3Client::createBucket(
 
 namespace {
 
-// With `encoding-type=url` a plus sign is a space.
-std::string_view decodeKey(Xml::Document& document, std::string_view text) {
-  std::string encoded(text);
-  std::replace(encoded.begin(), encoded.end(), '+', ' ');
-  return document.replace(text, Util::toName(Http::uriDecode(encoded)));
-}
+using Listing = Util::Outcome<Model::ListObjectsV2Result, Error>;
 
-Model::Object readObject(Xml::Document& document, pugi::xml_node node) {
-  return {document.text(Xml::child(node, "Key")), document.text(Xml::child(node, "LastModified")),
-          document.text(Xml::child(node, "ETag")), document.text(Xml::child(node, "Size")),
-          document.text(Xml::child(node, "StorageClass"))};
-}
-
-void decodeKeys(Xml::Document& document, Model::ListObjectsV2Result& result) {
-  for (auto& object : result.objects) object.key = decodeKey(document, object.key);
-  for (auto& prefix : result.commonPrefixes) prefix = decodeKey(document, prefix);
-}
-
-/// Reads the elements of a page of keys one by one. At most `most` of them may be entries.
-class ObjectsReader {
- public:
-  ObjectsReader(Xml::Document& document, std::size_t most) : document_(document), most_(most) {}
-
-  /// Returns false if there are too many entries.
-  bool read(pugi::xml_node node) {
-    if (Xml::isNamed(node, "CommonPrefixes")) return readPrefixes(node);
-    if (Xml::isNamed(node, "Contents")) {
-      if (++received_ > most_) return false;
-      result_.objects.push_back(readObject(document_, node));
-    } else if (Xml::isNamed(node, "EncodingType")) {
-      isEncoded_ = document_.text(node) == "url";
-    }
-    return true;
-  }
-
-  Model::ListObjectsV2Result result() && {
-    // Stores that do not support the parameter neither encode keys nor send the element.
-    if (isEncoded_) decodeKeys(document_, result_);
-    result_.storage = document_.storage();
-    return std::move(result_);
-  }
-
- private:
-  bool readPrefixes(pugi::xml_node group) {
-    const std::size_t before = received_;
-    for (auto node = group.first_child(); node; node = node.next_sibling()) {
-      if (!Xml::isNamed(node, "Prefix")) continue;
-      if (++received_ > most_) return false;
-      const std::string_view prefix = document_.text(node);
-      if (!prefix.empty()) result_.commonPrefixes.push_back(prefix);
-    }
-    return received_ > before || ++received_ <= most_;  // an empty group is an entry, too
-  }
-
-  Xml::Document& document_;
-  std::size_t most_;
-  std::size_t received_ = 0;
-  // It is found in the same pass, because a search among a thousand siblings is expensive.
-  bool isEncoded_ = false;
-  Model::ListObjectsV2Result result_;
-};
-
-Util::Outcome<Model::ListObjectsV2Result, Error> parseObjects(Http::Response&& response,
-                                                              std::size_t most,
-                                                              S3ListingPolicy& policy) {
+Listing parseObjects(Http::Response&& response, std::size_t most, S3ObjectsReader::Reads reads,
+                     S3ListingPolicy& policy) {
   XmlDocument received = takeXml(response);
   policy.setIsXml(received->status().getCode() != Xml::kNotXml);
   const auto listing = asListing(std::move(received), response, "ListBucketResult", kRows);
   if (!listing.isSuccess()) return listing.getError();
   Xml::Document& document = *listing.getResult();
 
-  ObjectsReader reader(document, most);
+  S3ObjectsReader reader(document, most, reads);
   for (auto node = document.root().first_child(); node; node = node.next_sibling()) {
     if (!reader.read(node)) return tooManyEntries(most);
   }
   return std::move(reader).result();
+}
+
+// `page`, unless it does not say how to continue: then keys would be missing silently.
+Listing checkedForMore(Listing page, const Model::ListObjectsV2Request& request) {
+  if (!page.isSuccess() || !page.getResult().isTruncated) return page;
+  const std::string& next = page.getResult().nextContinuationToken;
+  if (next.empty()) return malformedResponse("More keys follow, but not how to get them");
+  if (isRepeated(next, request.continuationToken)) return repeatedPage();
+  return page;
 }
 
 }  // namespace
@@ -360,21 +327,48 @@ void Model::ListObjectsV2Request::addQueryStringParameters(Http::URI& uri) const
   uri.sortQuery();  // in the signature's order, so that request and signature cannot differ
 }
 
-Util::Outcome<Model::ListObjectsV2Result, Error> S3Client::listObjectsV2(
-    const Model::ListObjectsV2Request& request) const {
-  return implementation_->call.run(
-      "listObjectsV2", [&]() -> Util::Outcome<Model::ListObjectsV2Result, Error> {
-        auto& own = *implementation_;
-        const std::string& bucket = request.bucket.value();
-        S3ListingPolicy policy(own.service(), bucket);
-        const std::size_t most = mostEntriesOf(request.maxKeys);
-        return own.call.send(
-            {"listObjectsV2", Http::Method::Get}, [&] { return own.checked(policy.uri(), bucket); },
-            request, policy,
-            [&](Http::Response&& response) {
-              return parseObjects(std::move(response), most, policy);
-            });
-      });
+template <typename Parse>
+Listing S3Client::Implementation::listPage(const Model::ListObjectsV2Request& request,
+                                           S3ListingPolicy& policy, const Parse& parse) const {
+  const std::string& bucket = request.bucket.value();
+  return call.send(
+      {"listObjectsV2", Http::Method::Get}, [&] { return checked(policy.uri(), bucket); }, request,
+      policy, parse);
+}
+
+Listing S3Client::Implementation::listOnePage(const Model::ListObjectsV2Request& request) {
+  S3ListingPolicy policy(service(), request.bucket.value());
+  return listPage(request, policy, [&](Http::Response&& response) {
+    return parseObjects(std::move(response), mostEntriesOf(request.maxKeys),
+                        S3ObjectsReader::Reads::Everything, policy);
+  });
+}
+
+Listing S3Client::Implementation::listAllPages(Model::ListObjectsV2Request request) {
+  CallBudget ownBudget;
+  if (request.budget == nullptr) request.budget = &ownBudget;  // which all pages share
+  S3ListingPages pages;
+  for (;;) {
+    S3ListingPolicy policy(service(), request.bucket.value());
+    const auto outcome = listPage(request, policy, [&](Http::Response&& response) {
+      auto page = parseObjects(std::move(response), mostEntriesOf(request.maxKeys),
+                               S3ObjectsReader::Reads::CommonPrefixes, policy);
+      return checkedForMore(std::move(page), request);
+    });
+    if (!outcome.isSuccess()) return outcome;
+    pages.add(outcome.getResult());
+    if (!outcome.getResult().isTruncated) return std::move(pages).result();
+    request.continuationToken = outcome.getResult().nextContinuationToken;
+    // Keys that XML cannot represent may be on later pages, too.
+    if (policy.hasRecoveredEncoding()) request.encodingType = "url";
+  }
+}
+
+Listing S3Client::listObjectsV2(const Model::ListObjectsV2Request& request) const {
+  auto& own = *implementation_;
+  return ListingExtent::noted(own.call.run("listObjectsV2", [&]() -> Listing {
+    return areListingsWhole() ? own.listAllPages(request) : own.listOnePage(request);
+  }));
 }
 
 Util::Outcome<Model::PutObjectResult, Error> S3Client::putObject(

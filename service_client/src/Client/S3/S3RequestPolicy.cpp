@@ -150,7 +150,7 @@ std::string S3BucketPolicy::requestRegion() {
   request.method = Http::Method::Head;
   request.uri = bucketUri(service().endpoint, region(), bucket_);
   authorize(request);
-  return headerOrEmpty(service().call.transfer(request), kRegionHeader);
+  return headerOrEmpty(service().call.transfer("headBucket", request), kRegionHeader);
 }
 
 bool S3ListingPolicy::recover(const Http::Response& response, const Error& error,

@@ -106,6 +106,8 @@ class S3ListingPolicy : public S3BucketPolicy {
   /// Whether the last response was XML, whatever it contained.
   void setIsXml(bool isXml) { isXml_ = isXml; }
   bool recover(const Http::Response& response, const Error& error, Http::Request& request) override;
+  /// Whether the request made the service encode keys because of its first response.
+  bool hasRecoveredEncoding() const { return encodingRecovered_; }
 
  private:
   bool isXml_ = true;

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <string>
 
+#include "CloudStorage/Client/Account.h"
 #include "CloudStorage/Client/AmazonDrive/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
@@ -31,6 +32,9 @@ class CLOUDSTORAGE_API AmazonDriveClient : public OAuth2Client {
   };
   Endpoints endpoints() const;
   void setEndpoints(Endpoints endpoints);
+
+  /// The owner of the account, in two requests.
+  Util::Outcome<Account, Error> getAccount() const;
 
  private:
   mutable std::mutex endpointsMutex_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -95,6 +96,11 @@ struct ListFileResourceResult {
   std::string nextToken;
   /// Holds the texts of the nodes, which are views.
   std::shared_ptr<const void> storage{};
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return files.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !nextToken.empty(); }
 };
 
 }  // namespace Model

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <memory>
@@ -89,6 +90,11 @@ struct ListContainerResult {
   std::string nextMarker;
   /// Holds the texts of the containers, which are views.
   std::shared_ptr<const std::string> storage{};
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return containers.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !nextMarker.empty(); }
 };
 
 /// The result of a created container; nothing is read from the response.
@@ -112,6 +118,11 @@ struct ListBlobResult {
   std::vector<BlobPrefix> blobPrefixes;
   /// Holds the names, which are views.
   std::shared_ptr<const std::string> storage{};
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return blobs.size() + blobPrefixes.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !nextMarker.empty(); }
 };
 
 /// The result of a stored blob; nothing is read from the response.

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "CloudStorage/Client/Account.h"
 #include "CloudStorage/Client/Dropbox/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
@@ -41,6 +42,9 @@ class CLOUDSTORAGE_API DropboxClient : public OAuth2Client {
       const Model::ListFolderRequest& request) const;
   virtual Util::Outcome<Model::Metadata, Error> createFolder(
       const Model::CreateFolderRequest& request) const;
+
+  /// The owner of the account, in two requests.
+  Util::Outcome<Account, Error> getAccount() const;
 
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "CloudStorage/Client/Dropbox/EntryList.h"
@@ -51,6 +52,11 @@ struct ListFolderResult {
   /// Where a continuation begins; every response contains one.
   std::string cursor;
   bool hasMore = false;
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return entries.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return hasMore; }
 };
 
 }  // namespace Model

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "CloudStorage/Client/Account.h"
 #include "CloudStorage/Client/GoogleDrive/Model.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Util/Outcome.h"
@@ -19,6 +20,9 @@ class CLOUDSTORAGE_API GoogleDriveClient : public OAuth2Client {
       const Model::ListFileResourceRequest& request) const;
   virtual Util::Outcome<Model::FileResource, Error> uploadFile(
       const Model::UploadFileRequest& request) const;
+
+  /// The owner of the account, in one request.
+  Util::Outcome<Account, Error> getAccount() const;
 
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(

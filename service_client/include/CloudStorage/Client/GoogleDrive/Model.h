@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -83,6 +84,11 @@ struct ListFileResourceResult {
   std::vector<FileResource> files;
   /// Holds the texts of the files, which are views.
   std::shared_ptr<const void> storage{};
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return files.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !nextPageToken.empty(); }
 };
 
 }  // namespace Model

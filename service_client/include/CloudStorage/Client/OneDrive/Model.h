@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -91,6 +92,13 @@ struct ListChildrenResult {
   std::string nextToken;
   /// Holds the texts of the items, which are views.
   std::shared_ptr<const void> storage{};
+  /// Includes the items that were filtered out.
+  std::size_t received = 0;
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return received; }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !nextToken.empty(); }
 };
 
 }  // namespace Model

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "CloudStorage/Client/Account.h"
 #include "CloudStorage/Client/OAuth2Client.h"
 #include "CloudStorage/Client/OneDrive/Model.h"
 #include "CloudStorage/Client/OneDrive/RemoteItems.h"
@@ -22,6 +23,9 @@ class CLOUDSTORAGE_API OneDriveClient : public OAuth2Client {
       const Model::ListChildrenRequest& request) const;
   virtual Util::Outcome<Model::DriveItem, Error> createFolder(
       const Model::CreateFolderRequest& request) const;
+
+  /// The owner of the account, in two requests.
+  Util::Outcome<Account, Error> getAccount() const;
 
  protected:
   std::vector<Http::URI::QueryParameter> authorizationParameters(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -94,6 +95,13 @@ struct ListBucketsResult {
   std::vector<Bucket> buckets;
   /// Holds the texts of the buckets, which are views.
   std::shared_ptr<const std::string> storage{};
+  /// Where the list continues; empty if it is complete. Accounts with very many buckets only.
+  std::string continuationToken{};
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return buckets.size(); }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return !continuationToken.empty(); }
 };
 
 /// The result of a created bucket; nothing is read from the response.
@@ -110,13 +118,24 @@ struct Object {
   std::string_view storageClass;
 };
 
-/// One page, in the service's order.
+/// One page, or all pages, in the service's order. See S3Client::listObjectsV2().
 struct ListObjectsV2Result {
+  /// Empty if the result has all pages.
   std::vector<Object> objects;
   /// Each includes the delimiter at the end.
   std::vector<std::string_view> commonPrefixes;
   /// Holds the texts above, which are views.
-  std::shared_ptr<const std::string> storage{};
+  std::shared_ptr<const void> storage{};
+  bool isTruncated = false;
+  /// Selects the next page.
+  std::string nextContinuationToken{};
+  /// Includes those that the lists above omit.
+  std::size_t received = 0;
+
+  /// How many entries the response had.
+  std::size_t entryCount() const { return received; }
+  /// Whether the service has more entries than these.
+  bool isPartial() const { return isTruncated; }
 };
 
 /// The result of a stored object; nothing is read from the response.
