@@ -173,8 +173,8 @@ VEMLO_CLIENT_API const char *vemlo_client_kind_name(int32_t kind);
  *  @{ */
 
 /**
- * The time on the clock of vemlo_client_set_deadline(): CLOCK_MONOTONIC in milliseconds. It does not
- * change when the time of day is set.
+ * The time on the clock of vemlo_client_set_deadline(): CLOCK_MONOTONIC in milliseconds. It does
+ * not change when the time of day is set.
  *
  * @return the milliseconds since a point in the past that differs from computer to computer.
  */
@@ -232,8 +232,8 @@ VEMLO_CLIENT_API void vemlo_client_cancellation_reset(vemlo_client_cancellation 
 VEMLO_CLIENT_API int vemlo_client_cancellation_is_triggered(
     const vemlo_client_cancellation *cancellation);
 
-/** Releases `cancellation`. Threads whose calls depend on it keep what they need of it. Does nothing
- *  if it is null. */
+/** Releases `cancellation`. Threads whose calls depend on it keep what they need of it. Does
+ *  nothing if it is null. */
 VEMLO_CLIENT_API void vemlo_client_cancellation_release(vemlo_client_cancellation *cancellation);
 
 /**
@@ -256,8 +256,8 @@ typedef struct vemlo_client_progress {
   uint64_t requests;
   /** The number of bytes in the bodies of the responses so far, decompressed. */
   uint64_t bytes;
-  /** The number of entries in the listings so far: buckets or folders, and whatever else the service
-   *  lists beside them. */
+  /** The number of entries in the listings so far: buckets or folders, and whatever else the
+   *  service lists beside them. */
   uint64_t entries;
 } vemlo_client_progress;
 
@@ -383,9 +383,9 @@ VEMLO_CLIENT_API int vemlo_client_set_application(int32_t service,
 VEMLO_CLIENT_API int vemlo_client_set_state(const char *state);
 
 /**
- * Sets whether consent is bound to the session that asked for it (PKCE, RFC 7636, with S256). A code
- * can then be exchanged only on the session that made the address, and only for the last address
- * that it made.
+ * Sets whether consent is bound to the session that asked for it (PKCE, RFC 7636, with S256). A
+ * code can then be exchanged only on the session that made the address, and only for the last
+ * address that it made.
  *
  * @param enabled  0, the initial value, or another number.
  */
@@ -478,9 +478,9 @@ VEMLO_CLIENT_API void vemlo_client_free_account(vemlo_client_account *account);
  *  @{ */
 
 /**
- * Sets whether S3 listings are followed to their end. s3_list_directory() otherwise gets one page of
- * at most 1,000 keys, so that 1,000 files hide all folders behind them. Applies to calls that begin
- * from now on.
+ * Sets whether S3 listings are followed to their end. s3_list_directory() otherwise gets one page
+ * of at most 1,000 keys, so that 1,000 files hide all folders behind them. Applies to calls that
+ * begin from now on.
  *
  * @param enabled  0, the initial value, or another number.
  */

@@ -40,5 +40,17 @@ class Reference(unittest.TestCase):
                 self.assertEqual(groups, {family.rstrip("_")})
 
 
+class KindsOfFailures(unittest.TestCase):
+    def test_there_is_advice_on_each(self):
+        header = (ROOT / "service_client/include/libvemlo_service_client.h").read_text(
+            encoding="utf-8")
+        body = re.search(r"typedef enum vemlo_client_kind \{(.*?)\}", header, re.S)[1]
+        kinds = re.findall(r"\bVEMLO_CLIENT_(\w+) =", body)
+        hosting = (ROOT / "docs/hosting.md").read_text(encoding="utf-8")
+        table = hosting.partition("| kind | for the user | the host |")[2].partition("\n\n")[0]
+        self.assertEqual(re.findall(r"^\| `(\w+)` \|", table, re.M), kinds[1:])
+        self.assertEqual(kinds[0], "NO_FAILURE")
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -58,11 +58,12 @@ include(CPack)
 """
 MAIN = """
 #include <libvemlo.h>
+#include <libvemlo_service_client.h>
 int main(void) {
   libvemlo_global_init();
   libvemlo_s3_cleanup(libvemlo_s3_init("", "", "", "", 0));
   libvemlo_global_cleanup();
-  return 0;
+  return vemlo_client_now() > 0 ? 0 : 1;
 }
 """
 LAYER_HOST = "#include <CloudStorage/Client/S3/S3Client.h>\n"
@@ -95,6 +96,12 @@ class Subproject(unittest.TestCase):
         self.assertEqual(lines_with("-- target: ", self.output),
                          ["vemlo", "vemlo_objects", "vemlo_service_client",
                           "vemlo_service_client_objects"])
+
+    def test_a_target_of_the_host_finds_both_headers_and_both_libraries(self):
+        run("cmake", "--build", self.build_tree, "--target", "CMakeFiles/host.dir/host.c.o")
+        *_, link = run("ninja", "-C", self.build_tree, "-t", "commands", "host").splitlines()
+        for library in ("libvemlo.so", "libvemlo_service_client.so"):
+            self.assertIn(f"/{library}", link)
 
     def test_no_variable_of_the_host_is_changed(self):
         self.assertEqual(lines_with("-- changed: ", self.output), [])

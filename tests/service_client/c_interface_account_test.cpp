@@ -9,6 +9,8 @@
 #include "Client/LastFailure.h"
 #include "libvemlo_service_client.h"
 #include "support/attempt_fixture.h"
+#include "support/settings_guard.h"
+#include "support/token_recorder.h"
 
 namespace {
 
@@ -318,6 +320,27 @@ TEST_P(DriveAccount, RenewsAnExpiredTokenOnceAndAtOnce) {
     EXPECT_EQ(requests()[index].headers.at("authorization"), "Bearer token-2");
   }
   for (const auto delay : delays()) EXPECT_EQ(delay, 0);
+}
+
+TEST_P(DriveAccount, HandsOutRenewedTokens) {
+  const TestSupport::TokenRecorder recorder;
+  enqueueExpired();
+  enqueueJson(R"({"access_token":"token-2","refresh_token":"refresh-2","expires_in":3600})");
+  enqueueAccount();
+  EXPECT_TRUE(lookUp().isSuccess());
+  const TestSupport::RenewedTokens renewed{static_cast<std::int32_t>(GetParam()), "refresh-1",
+                                           "token-2", "refresh-2", 3600};
+  EXPECT_THAT(recorder.received(), ElementsAre(renewed));
+}
+
+TEST_P(DriveAccount, RenewsAsTheApplicationThatTheHostHasSet) {
+  const TestSupport::SettingsGuard guard;
+  const vemlo_client_application application{sizeof(application), "our id", "our secret", nullptr};
+  ASSERT_EQ(vemlo_client_set_application(static_cast<std::int32_t>(GetParam()), &application), 0);
+  enqueueJson(kRefreshed);
+  enqueueAccount();
+  EXPECT_TRUE(lookUp("").isSuccess());
+  EXPECT_THAT(requests()[0].body, HasSubstr("client_id=our%20id&client_secret=our%20secret"));
 }
 
 TEST_P(DriveAccount, FailsIfTheRenewedTokenIsNotAcceptedEither) {

@@ -96,7 +96,8 @@ class OAuth2CredentialReport : public ::testing::Test {
                         Client::CallBudget::TimePoint now;
                         const Client::RunningCall::Clock clock = [&now] { return now; };
                         Client::CallBudget budget;
-                        const Client::RunningCall call(budget, clock);
+                        const Client::RunningCall call(budget, clock,
+                                                       CloudStorage::Client::Service::GoogleDrive);
                         budget.timeLeft(now);
                         now += Client::CallBudget::kTime;
                         return attemptAndRefresh();

@@ -246,7 +246,7 @@ TEST(RecorderOfClients, HasTheRequestsForTokens) {
   spec.clientSecret = "the-client-secret";
   CloudStorage::Auth::TokenRefresher::Tokens tokens;
   CloudStorage::Auth::OAuth2TokenEndpoint endpoint(spec, transport);
-  EXPECT_TRUE(endpoint.exchange("the-code", "", tokens).isSuccess());
+  EXPECT_TRUE(endpoint.exchange({"the-code"}, tokens).isSuccess());
   EXPECT_EQ(tokens.accessToken, "fresh-access-token");
   ASSERT_EQ(file.entries().size(), 2U);
   EXPECT_THAT(file.entries()[1].at("request").at("postData").at("text").get<std::string>(),

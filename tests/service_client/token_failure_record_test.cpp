@@ -43,7 +43,7 @@ class TokenFailureRecord : public ::testing::TestWithParam<Request> {
   bool request(const std::string& refreshToken = kRefreshToken) {
     TokenRefresher::Tokens tokens{"old", refreshToken};
     return GetParam() == Request::Refresh ? endpoint.refresh(tokens).isSuccess()
-                                          : endpoint.exchange(kCode, "", tokens).isSuccess();
+                                          : endpoint.exchange({kCode}, tokens).isSuccess();
   }
 
   // The record after `response`, which is a failure.

@@ -102,7 +102,7 @@ class CLOUDSTORAGE_API OAuth2Credential : public AuthorizationCredential {
   Clock now_;
   std::uint64_t generation_ = 0;  // incremented whenever the access token is replaced
   std::uint64_t failedRefreshes_ = 0;
-  std::shared_ptr<const FailedRefresh> lastFailure_;  // null: none
+  std::shared_ptr<const FailedRefresh> lastFailure_;                // null: none
   std::optional<std::chrono::system_clock::time_point> refusedAt_;  // for the current tokens
 
   // One refresh at a time, and none before the tokens of the former one have been reported. Only

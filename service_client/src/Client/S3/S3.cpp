@@ -350,7 +350,7 @@ Listing S3Client::Implementation::listAllPages(Model::ListObjectsV2Request reque
   S3ListingPages pages;
   for (;;) {
     S3ListingPolicy policy(service(), request.bucket.value());
-    const auto outcome = listPage(request, policy, [&](Http::Response&& response) {
+    auto outcome = listPage(request, policy, [&](Http::Response&& response) {
       auto page = parseObjects(std::move(response), mostEntriesOf(request.maxKeys),
                                S3ObjectsReader::Reads::CommonPrefixes, policy);
       return checkedForMore(std::move(page), request);
