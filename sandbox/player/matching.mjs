@@ -91,8 +91,8 @@ function jsonMatches(recorded, actual) {
   if (typeof recorded === 'string' && typeof actual === 'string') {
     return textMatches(recorded, actual);
   }
-  const areObjects = [recorded, actual].every((value) => value !== null && typeof value === 'object');
-  if (!areObjects) return recorded === actual;
+  const isObject = (value) => value !== null && typeof value === 'object';
+  if (!isObject(recorded) || !isObject(actual)) return recorded === actual;
   const names = Object.keys(recorded);
   return (
     Array.isArray(recorded) === Array.isArray(actual) &&

@@ -159,9 +159,16 @@ describe('the comparison of requests', () => {
 
   it('tells methods and types of JSON apart', () => {
     assert.ok(!areEqual(request('/'), request('/', '', '', 'PUT')));
-    for (const [one, other] of [['{"a":1}', '{"a":"1"}'], ['[]', '{}'], ['{"a":null}', '{}'], ['[1,2]', '[2,1]']]) {
+    const pairs = [
+      ['{"a":1}', '{"a":"1"}'],
+      ['[]', '{}'],
+      ['{"a":null}', '{}'],
+      ['[1,2]', '[2,1]'],
+    ];
+    for (const [one, other] of pairs) {
       assert.ok(!areEqual(request('/', one), request('/', other)), `${one} ${other}`);
     }
-    assert.ok(areEqual(request('/', '{"a":{"b":[1,"x"]},"c":2}'), request('/', '{"c":2,"a":{"b":[1,"x"]}}')));
+    const sorted = '{"a":{"b":[1,"x"]},"c":2}';
+    assert.ok(areEqual(request('/', sorted), request('/', '{"c":2,"a":{"b":[1,"x"]}}')));
   });
 });

@@ -508,7 +508,9 @@ VEMLO_CLIENT_API int vemlo_client_was_listing_cut_short(void);
  * complete after each response, so that it can be read if the program ends unexpectedly. It is
  * created for its owner only (mode 0600). Blocks while the file is opened.
  *
- * Recording makes calls slower and costs memory for the largest response.
+ * Recording makes calls slower and costs memory for the largest response. Requests in progress
+ * while the recording begins or ends, and those of processes that are forked from this one, are
+ * omitted.
  *
  * @param path  the file, which must not exist.
  * @return 0: done.
@@ -522,8 +524,8 @@ VEMLO_CLIENT_API int vemlo_client_start_recording(const char *path);
  *
  * @return 0: done.
  *         -1: none is running.
- *         Positive: the `errno` of the first write that failed; what was written before can be
- *         read.
+ *         Positive: the `errno` of the first write that failed. Nothing was recorded after it; what
+ *         was written before can be read.
  */
 VEMLO_CLIENT_API int vemlo_client_stop_recording(void);
 

@@ -1,4 +1,4 @@
-"""The recordings of the earlier tests contain no token, no code, no secret and no e-mail address."""
+"""The recordings of the earlier tests contain no token, code, secret or e-mail address."""
 
 import json
 import os

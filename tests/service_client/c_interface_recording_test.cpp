@@ -199,19 +199,32 @@ TEST(Recording, IsNotContinuedByAForkedProcess) {
   EXPECT_EQ(file.text().find("child"), std::string::npos);
 }
 
-/// In this process files cannot become larger than `size`.
-void limitFiles(rlim_t size) {
-  const rlimit limit{size, size};
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-}
+/// As long as it exists, this process cannot make files larger than `size`. That holds for the
+/// output of the test, too, if it is a file.
+class FileLimit {
+ public:
+  explicit FileLimit(rlim_t size) {
+    EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &former_), 0);
+    const rlimit limit{size, former_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  ~FileLimit() { ::setrlimit(RLIMIT_FSIZE, &former_); }
+  FileLimit(const FileLimit&) = delete;
+  FileLimit& operator=(const FileLimit&) = delete;
+
+ private:
+  rlimit former_{};
+};
 
 TEST(Recording, ThatCannotBeWrittenEndsWithTheEntryBefore) {
   TestSupport::inFreshProcess([] {
     RecordingFile file;
     ASSERT_EQ(vemlo_client_start_recording(file.path().c_str()), 0);
     exchange("one");
-    limitFiles(file.text().size() + 2000);
-    exchange(std::string(5000, 'x'));
+    {
+      const FileLimit limit(file.text().size() + 2000);
+      exchange(std::string(5000, 'x'));
+    }
     exchange("after a gap");
     EXPECT_EQ(file.entries().size(), 1U);
     EXPECT_EQ(vemlo_client_stop_recording(), EFBIG);
@@ -223,8 +236,12 @@ TEST(Recording, ThatCannotBeWrittenEndsWithTheEntryBefore) {
 TEST(Recording, ThatCannotBeginLeavesNoFile) {
   TestSupport::inFreshProcess([] {
     const TemporaryFolder folder;
-    limitFiles(10);
-    EXPECT_EQ(vemlo_client_start_recording(folder.file("a").c_str()), EFBIG);
+    int error = 0;
+    {
+      const FileLimit limit(10);
+      error = vemlo_client_start_recording(folder.file("a").c_str());
+    }
+    EXPECT_EQ(error, EFBIG);
     EXPECT_NE(::access(folder.file("a").c_str(), F_OK), 0);
     EXPECT_EQ(vemlo_client_stop_recording(), -1);
   });

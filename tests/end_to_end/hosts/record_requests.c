@@ -1,5 +1,5 @@
-/* Preloaded into the programs of the tests: records the requests of those that use the library, in a
- * file of their own in the folder RECORDINGS_FOLDER. */
+/* Preloaded into the programs of the tests: records the requests of those that use the library, in
+ * a file of their own in the folder RECORDINGS_FOLDER. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
