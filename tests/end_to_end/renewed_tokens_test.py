@@ -1,13 +1,14 @@
 """Accounts that live on what the host is told about renewed tokens."""
 
 import concurrent.futures
+import functools
 import multiprocessing
 import unittest
 from typing import NamedTuple
 
 from support import log, sandbox, service_client
-from support.drive_case import DriveTest, at_once, for_each_drive, listings
-from support.drive_sessions import DRIVES, DriveSession, Folder
+from support.drive_case import DriveTest, at_once, for_each_drive
+from support.drive_sessions import AMAZON_DRIVE, DRIVES, DROPBOX, DriveSession, Folder
 from support.libvemlo import proxy_setting
 from support.trust import trust_sandbox
 
@@ -71,10 +72,21 @@ class StoredTokens:
         self.assertEqual(live_in_a_new_process(self.drive, stored, root.id).renewed, [])
 
 
-class RevokedAccounts(DriveTest):
-    """All services in parallel: each failure takes six seconds of pauses between attempts."""
+def calls_of(session, root):
+    """All functions of a session that send requests with an access token."""
+    yield functools.partial(session.folders_quietly, root)
+    yield functools.partial(session.make_folder_quietly, root, b"New")
+    if session.drive != DROPBOX:
+        yield session.root_quietly
+    if session.drive == AMAZON_DRIVE:
+        yield session.get_endpoint_quietly
+        yield session.test_api_quietly
 
-    def test_end(self):
+
+class RevokedAccounts(DriveTest):
+    """All calls in parallel: each failure takes six seconds of pauses between attempts."""
+
+    def test_have_to_be_linked_again_whatever_is_called(self):
         service_client.set_durable_token()
         sessions = []
         for drive in DRIVES:
@@ -86,10 +98,21 @@ class RevokedAccounts(DriveTest):
         for drive in DRIVES:
             self.control("expire", drive)
             self.control("revoke", drive)
+        calls = [
+            functools.partial(self.outcome_of, session, call)
+            for session, root in zip(sessions, roots)
+            for call in calls_of(session, root)
+        ]
         with service_client.renewed_tokens() as renewed, log.captured():
-            results = at_once(*listings(sessions, roots))
-        self.assertEqual(results, [(1, None)] * len(DRIVES))
+            at_once(*calls)
         self.assertEqual(renewed, [])
+
+    def outcome_of(self, session, call):
+        code, _ = call()
+        failure = service_client.last_failure()
+        with self.subTest(drive=session.drive.family, function=call):
+            self.assertEqual((code, failure.kind), (1, "link again"))
+            self.assertEqual(failure.service, service_client.SERVICES[session.drive.family])
 
 
 if __name__ == "__main__":

@@ -70,8 +70,8 @@ class ServiceCall {
   }
 
   /// The outcome of `work`, which is the whole or a part of the operation with this name, like
-  /// guarded(). Its failure becomes the last one of the thread, unless the thread could not renew the
-  /// token that the service refuses: then the failure of the renewal stays the last one.
+  /// guarded(). Its failure becomes the last one of the thread, unless the thread could not renew
+  /// the token that the service refuses: then the failure of the renewal stays the last one.
   template <typename Work>
   std::invoke_result_t<Work> run(const char* operation, const Work& work) const {
     LastFailure::ceaseToExplain();

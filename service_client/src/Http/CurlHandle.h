@@ -21,9 +21,10 @@ class CurlHandle {
   /// For setting options and for information on the last transfer.
   CURL* get() const { return easy_.get(); }
 
-  /// Runs one transfer. Ends it with CURLE_ABORTED_BY_CALLBACK if `interrupt` does. If the thread is cancelled meanwhile, it ends here, but only while it waits
-  /// for the network: libcurl is then in a defined state, which it is not if the thread ends in one
-  /// of the system calls in its midst.
+  /// Runs one transfer. Ends it with CURLE_ABORTED_BY_CALLBACK if `interrupt` does. If the thread
+  /// is cancelled meanwhile, it ends here, but only while it waits for the network: libcurl is then
+  /// in a defined state, which it is not if the thread ends in one of the system calls in its
+  /// midst.
   CURLcode perform(const Request::Interrupt& interrupt);
 
   /// Resets all options and keeps the connections.

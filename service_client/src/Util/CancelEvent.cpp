@@ -14,8 +14,8 @@
 namespace CloudStorage::Util {
 namespace {
 
-/// Keeps `errno`, which a signal handler must not change, and defers the cancellation of the thread,
-/// because a function that throws nothing must not be left in this way either.
+/// Keeps `errno`, which a signal handler must not change, and defers the cancellation of the
+/// thread, because a function that throws nothing must not be left in this way either.
 class Undisturbed {
  public:
   Undisturbed() = default;

@@ -138,13 +138,14 @@ class DriveSession:
 
     # Folders
 
-    @logged
-    def root(self):
+    def root_quietly(self):
         if self.drive == DROPBOX:
             return 0, Folder(b"/", b"")
         record = DirectoryArray()
         code = self._function("get_root_directory")(self.handle, ctypes.byref(record))
         return code, self._taken_folder(code, record)
+
+    root = logged(root_quietly)
 
     def folders_quietly(self, parent):
         entries, count = DirectoryArray(), ctypes.c_int(UNTOUCHED_COUNT)
@@ -163,20 +164,23 @@ class DriveSession:
 
     folders = logged(folders_quietly)
 
-    @logged
-    def make_folder(self, parent, name):
+    def make_folder_quietly(self, parent, name):
         record = DirectoryArray()
         code = self._function("create_directory")(
             self.handle, Directory(None, parent.id), name, ctypes.byref(record)
         )
         return code, self._taken_folder(code, record)
 
+    make_folder = logged(make_folder_quietly)
+
     # Amazon Drive only
 
-    @logged
-    def get_endpoint(self):
+    def get_endpoint_quietly(self):
         return self.vemlo.amazon_drive_get_endpoint(self.handle), None
 
-    @logged
-    def test_api(self):
+    get_endpoint = logged(get_endpoint_quietly)
+
+    def test_api_quietly(self):
         return self.vemlo.amazon_drive_test_api(self.handle), None
+
+    test_api = logged(test_api_quietly)

@@ -56,6 +56,37 @@ class _Application(ctypes.Structure):
     ]
 
 
+class _Failure(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_size_t),
+        ("kind", ctypes.c_int32),
+        ("service", ctypes.c_int32),
+        ("error", ctypes.c_int32),
+        ("http_status", ctypes.c_int32),
+        ("retry_after", ctypes.c_int64),
+        ("operation", ctypes.c_char_p),
+        ("code", ctypes.c_char_p),
+        ("message", ctypes.c_char_p),
+        ("request_id", ctypes.c_char_p),
+    ]
+
+
+class Failure(NamedTuple):
+    kind: str
+    service: int
+    operation: str
+
+
+def last_failure():
+    """The last failure of this thread."""
+    library = load()
+    library.vemlo_client_kind_name.restype = ctypes.c_char_p
+    failure = _Failure(ctypes.sizeof(_Failure))
+    assert library.vemlo_client_get_last_failure(ctypes.byref(failure)) == 0
+    kind = library.vemlo_client_kind_name(failure.kind).decode()
+    return Failure(kind, failure.service, failure.operation.decode())
+
+
 _TokenCallback = ctypes.CFUNCTYPE(None, ctypes.POINTER(_Tokens), ctypes.c_void_p)
 
 

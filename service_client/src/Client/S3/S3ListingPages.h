@@ -10,8 +10,8 @@
 
 namespace CloudStorage::Client::S3 {
 
-/// The common prefixes of the pages of a listing, each once: some stores repeat a prefix on the next
-/// page. Copies them, because the keys beside them may take many times their memory.
+/// The common prefixes of the pages of a listing, each once: some stores repeat a prefix on the
+/// next page. Copies them, because the keys beside them may take many times their memory.
 class S3ListingPages {
  public:
   void add(const Model::ListObjectsV2Result& page);

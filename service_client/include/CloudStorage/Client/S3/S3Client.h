@@ -33,8 +33,8 @@ class CLOUDSTORAGE_API S3Client : public WSClient {
   virtual Util::Outcome<Model::CreateBucketResult, Error> createBucket(
       const Model::CreateBucketRequest& request) const;
   /// One page; or the common prefixes of all pages, each once, if the host wants whole listings
-  /// (vemlo_client_set_whole_s3_listings). If the bucket is not in the session's region, finds its region and
-  /// caches it.
+  /// (vemlo_client_set_whole_s3_listings). If the bucket is not in the session's region, finds its
+  /// region and caches it.
   virtual Util::Outcome<Model::ListObjectsV2Result, Error> listObjectsV2(
       const Model::ListObjectsV2Request& request) const;
   virtual Util::Outcome<Model::PutObjectResult, Error> putObject(
