@@ -201,8 +201,8 @@ LIBVEMLO_API session *libvemlo_azure_ssb_init(const char *region, const char *ac
  * Sets up the log as libvemlo_s3_init() does.
  *
  * @param proxy  Null: no proxy.
- * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only on a failure that
- *         paragraph 9 describes.
+ * @return The session, to be closed with libvemlo_google_drive_cleanup(). Null only on a failure
+ *         that paragraph 9 describes.
  *
  * Not while another thread opens the first session. Does not block.
  */

@@ -26,8 +26,9 @@
  *  4. Result codes: 0 is success. -1 means bad arguments: nothing was changed, and nothing was
  *     requested. Other codes are stated at the function. A function that sets something and returns
  *     nothing changes nothing if there is no memory.
- *  5. Any thread may call any function at any time, and no function blocks, unless its comment
- *     states otherwise. No function throws, and no function writes to the log.
+ *  5. Any thread may call any function at any time, but not while the thread ends (in
+ *     destructors of thread-specific data). No function blocks, unless its comment states
+ *     otherwise. No function throws, and no function writes to the log.
  *  6. A callback must return normally: it must not throw, jump out or end the thread. It may call
  *     any function of this header and of libvemlo.h.
  */
@@ -108,7 +109,7 @@ typedef enum vemlo_client_kind {
   VEMLO_CLIENT_NOT_UNDERSTOOD = 15,
   /** The host cancelled the call. */
   VEMLO_CLIENT_CANCELLED = 16,
-  /** The deadline that the host set has passed. */
+  /** The deadline that the host set has passed, or would pass before the next attempt. */
   VEMLO_CLIENT_DEADLINE = 17,
   /** The program is at fault: the request cannot be sent in this form, the service does not accept
    *  the registered application, or there is no memory. */
@@ -262,7 +263,8 @@ typedef struct vemlo_client_progress {
 } vemlo_client_progress;
 
 /**
- * Called on the thread that makes a call, after each response that the call receives.
+ * Called on the thread that makes a call, after each request of the call, also one
+ * without a response.
  *
  * @return 0 to continue. Any other number ends the call, as vemlo_client_cancellation_trigger()
  *         does, unless it needs no further request.

@@ -269,6 +269,46 @@ TEST_P(CallControl, RequestsAndLogAreTheSameAsWithoutIt) {
 
 INSTANTIATE_TEST_SUITE_P(Services, CallControl, testing::ValuesIn(allServices()), ServiceName());
 
+using ControlledRenewal = CallControl;
+
+TEST_P(ControlledRenewal, ProgressCallbackMayUseTheSessionAfterARenewal) {
+  cloud->addFolders(3);
+  const auto handle = openAuthorized();
+  ASSERT_TRUE(lists(handle.get()));
+  cloud->expireToken();
+  bool isRenewalReported = false;
+  bool hasListed = false;
+  const Observed observed([&](const vemlo_client_progress& progress) {
+    if (std::string(progress.operation) != "refreshAccessToken") return 0;
+    isRenewalReported = true;
+    hasListed = lists(handle.get());
+    return 0;
+  });
+  EXPECT_TRUE(lists(handle.get()));
+  EXPECT_TRUE(isRenewalReported);
+  EXPECT_TRUE(hasListed);
+  EXPECT_EQ(cloud->count(Subject::Tokens), 2U);
+}
+
+TEST_P(ControlledRenewal, FailedRenewalExplainsTheFailureWhateverTheCallbackCalls) {
+  const auto handle = openAuthorized();
+  ASSERT_TRUE(lists(handle.get()));
+  cloud->expireToken();
+  cloud->refusesNewTokens = true;
+  const auto other = openAuthorized(std::make_shared<Cloud>(service()));
+  const Observed observed([&](const vemlo_client_progress& /*progress*/) {
+    EXPECT_TRUE(lists(other.get()));
+    return 0;
+  });
+  EXPECT_FALSE(lists(handle.get()));
+  EXPECT_EQ(lastFailure().kind, VEMLO_CLIENT_LINK_AGAIN);
+  EXPECT_STREQ(lastFailure().operation, "refreshAccessToken");
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, ControlledRenewal,
+                         testing::ValuesIn(servicesWith(&Service::Facts::usesTokens)),
+                         ServiceName());
+
 constexpr std::size_t kThreads = 16;
 constexpr int kRounds = 10'000;
 
@@ -297,6 +337,7 @@ TEST_P(ConcurrentControl, CallsEndInOneWayOrTheOther) {
     while (rounds++ < kRounds) {
       vemlo_client_reset_last_failure();
       vemlo_client_set_deadline(random() % 4 == 0 ? 1 : 0);
+      if (random() % 64 == 0) cloud->expireToken();
       vemlo_client_cancellation_trigger(cancellations[random() % kThreads].get());
       if (random() % 4 != 0) vemlo_client_cancellation_reset(own);
       const bool succeeded = lists(handle.get());

@@ -287,6 +287,12 @@ TEST_P(Interrupts, EndTheCallAtOnceAndLeaveTheSessionUsable) {
   const int code = failureCodeOf(each.call, service);
   EXPECT_EQ(effects.code, code == 0 ? storeCode : code);
   EXPECT_TRUE(effects.isFailure);
+  vemlo_client_failure failure{};
+  failure.size = sizeof failure;
+  EXPECT_EQ(vemlo_client_get_last_failure(&failure), 0);
+  EXPECT_EQ(failure.kind,
+            each.end == End::Cancelled ? VEMLO_CLIENT_CANCELLED : VEMLO_CLIENT_DEADLINE);
+  EXPECT_EQ(failure.error, storeCode);
   EXPECT_LE(server.count(subjectOf(each.call)) - before, 1U) << "it is retried";
   EXPECT_LE(time, kLongest);
 

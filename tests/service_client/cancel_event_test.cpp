@@ -4,11 +4,14 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <new>
 #include <thread>
 
+#include "Client/CallControl.h"
 #include "Http/CurlTransport.h"
 #include "Util/CancelEvent.h"
+#include "support/google_drive_fixture.h"
 #include "support/loopback_server.h"
 
 namespace {
@@ -81,6 +84,23 @@ TEST(CancelEvent, EndsATransferThatIsSending) {
   const auto response = transport.send(request);  // would last a minute
   trigger.join();
   EXPECT_TRUE(response.failure);
+}
+
+TEST(CancelEvent, CancelsTheCallAlsoIfItIsResetAtOnce) {
+  using CloudStorage::Client::CallControl;
+  TestSupport::GoogleDriveFixture fixture;
+  const auto event = std::make_shared<const CancelEvent>();
+  CallControl::ofThread().cancelEvent = event;
+  fixture.enqueue([&](const auto&) {  // as a transport does that the event has interrupted
+    return TestSupport::failedResponse(CloudStorage::Http::TransportFailure::Kind::Cancelled,
+                                       "CURLE_ABORTED_BY_CALLBACK", "aborted", true);
+  });
+  const auto outcome = fixture.makeClient()->listFileResource({});
+  CallControl::ofThread() = {};
+  ASSERT_FALSE(outcome.isSuccess());
+  EXPECT_EQ(outcome.getError().errorType, CloudStorage::Client::CoreErrors::Cancelled);
+  EXPECT_EQ(outcome.getError().exceptionName, "CallCancelled");
+  EXPECT_EQ(fixture.requests().size(), 1U);
 }
 
 }  // namespace

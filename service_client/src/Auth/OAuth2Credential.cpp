@@ -13,6 +13,9 @@ namespace {
 
 constexpr int kNotRefreshed = -1;
 
+// As hosts see it.
+constexpr char kOperation[] = "refreshAccessToken";
+
 // Longer than a call takes that is refused, fails to refresh its token and is retried three times;
 // short enough that a user does not notice it after the cause has been removed.
 constexpr std::chrono::seconds kRefusalMemory(5);
@@ -26,8 +29,8 @@ bool isRefusal(const Util::Status& status) {
 }
 
 // The state of the credential at a thread's last attempt. One record per thread is sufficient: a
-// call ends before its thread begins another, and without a record the thread only sends one more
-// refresh request.
+// call ends before its thread begins another, except for those of the host's callbacks, and without
+// a record the thread only sends one more refresh request.
 struct AttemptRecord {
   std::uint64_t credential = 0;  // 0: none
   std::uint64_t generation = 0;
@@ -123,7 +126,12 @@ bool OAuth2Credential::isEmpty() const {
 }
 
 Util::Status OAuth2Credential::refreshAccessToken() {
-  return Util::guardedStatus([this] { return refreshUnlessDone(); });
+  return Util::guardedStatus([this] {
+    auto status = refreshUnlessDone();
+    // Not earlier, because the host's callback may make calls that need the new token.
+    Client::RunningCall::report(kOperation, 0);
+    return status;
+  });
 }
 
 Util::Status OAuth2Credential::refreshUnlessDone() {

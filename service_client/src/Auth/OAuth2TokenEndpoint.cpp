@@ -232,7 +232,6 @@ Util::Status OAuth2TokenEndpoint::refresh(Tokens& tokens) {
   auto outcome = Http::isValidHeaderValue(tokens.refreshToken)
                      ? guardedRequest(clientSpec_, *transport_, form)
                      : TokensOutcome(invalid("the refresh token contains control characters"));
-  Client::RunningCall::report(kRefresh, 0);
   if (!outcome.isSuccess()) {
     Client::LastFailure::set(service_, kRefresh, outcome.getError().error);
     Client::LastFailure::explainRefusal();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "CloudStorage/Client/Service.h"
 #include "CloudStorage/Client/WSError.h"
@@ -21,6 +22,9 @@ class LastFailure {
     std::int64_t retryAfter = -1;
   };
 
+  /// Keeps a failure that explains refusals while a callback of the host makes other calls.
+  class Explanation;
+
   /// Without memory, the record has no texts.
   static void set(Service service, const char* operation, const Error& error) noexcept;
   /// Makes the failure of another thread, from which this thread suffers, the last one.
@@ -36,6 +40,21 @@ class LastFailure {
   static void explainRefusal();
   /// States the opposite: another call begins, or the token has been renewed since.
   static void ceaseToExplain();
+};
+
+class LastFailure::Explanation {
+ public:
+  Explanation() {
+    if (explainsRefusal()) record_ = *get();
+  }
+  ~Explanation() {
+    if (record_) set(*record_);
+  }
+  Explanation(const Explanation&) = delete;
+  Explanation& operator=(const Explanation&) = delete;
+
+ private:
+  std::optional<Record> record_;
 };
 
 }  // namespace CloudStorage::Client

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Client/CallControl.h"
+#include "Client/LastFailure.h"
 #include "Recording/Recorder.h"
 
 namespace CloudStorage::Client {
@@ -19,6 +20,10 @@ thread_local RunningCall* callOfThread = nullptr;
 milliseconds timeUntil(CallBudget::TimePoint deadline, CallBudget::TimePoint now) {
   if (deadline == CallBudget::TimePoint::max()) return milliseconds::max();
   return std::max(std::chrono::duration_cast<milliseconds>(deadline - now), milliseconds::zero());
+}
+
+Http::TransportFailure cancelled() {
+  return {Kind::Cancelled, "CallCancelled", "The host cancelled the call", true};
 }
 
 Http::Response failed(Http::TransportFailure reason) {
@@ -70,8 +75,7 @@ bool RunningCall::takeRequest() {
 std::optional<Http::TransportFailure> RunningCall::endReason() {
   const auto& event = CallControl::ofThread().cancelEvent;
   if ((callOfThread != nullptr && callOfThread->isCancelled()) || (event && event->isTriggered())) {
-    return Http::TransportFailure{Kind::Cancelled, "CallCancelled", "The host cancelled the call",
-                                  true};
+    return cancelled();
   }
   if (timeLeft() == milliseconds::zero()) return outOfTime();
   return std::nullopt;
@@ -82,7 +86,7 @@ Http::TransportFailure RunningCall::outOfTime() {
   const auto deadline = CallControl::ofThread().deadline;
   if (call == nullptr || timeUntil(deadline, call->now_()) < call->budget_.timeLeft(call->now_())) {
     return {Kind::DeadlineExceeded, "DeadlineExceeded",
-            "The call has not ended by the deadline that the host has set", true};
+            "The call cannot end by the deadline that the host has set", true};
   }
   return {Kind::Timeout, "CallTimeout",
           "The call has not ended within " + std::to_string(CallBudget::kTime.count()) + " minutes",
@@ -100,6 +104,10 @@ void RunningCall::wait(milliseconds delay) {
   }
 }
 
+void RunningCall::cancelCall() {
+  if (callOfThread != nullptr) callOfThread->budget_.cancel();
+}
+
 Http::Response RunningCall::send(Http::Transport& transport, Http::Request& request) {
   if (auto reason = endReason()) return failed(*std::move(reason));
   const auto& control = CallControl::ofThread();
@@ -109,6 +117,9 @@ Http::Response RunningCall::send(Http::Transport& transport, Http::Request& requ
   request.timeLimit = std::min(request.timeLimit, timeLeft());
   Http::Response response = Recording::send(transport, request);
   if (response.failure) {
+    // The host may have reset the event that has ended the transfer.
+    const bool isEnded = response.failure->kind == Kind::Cancelled;
+    if (isEnded && timeLeft() != milliseconds::zero()) cancelCall();
     if (auto reason = endReason()) response.failure = std::move(reason);
   }
   if (callOfThread != nullptr) {
@@ -129,6 +140,7 @@ void RunningCall::report(const char* operation, std::size_t entries) {
   const auto callback = CallControl::ofThread().progress;  // which may replace itself
   if (!callback || Reporting::isRunning) return;
   const Reporting reporting;
+  const LastFailure::Explanation explanation;
   if (!callback({call->service_, operation, usage})) call->budget_.cancel();
 }
 

@@ -153,14 +153,19 @@ void ServiceCall::noteFailure(const char* operation, const Error& error) const {
   LastFailure::set(service_, operation, error);
 }
 
+bool ServiceCall::mustEnd(Error& error, Http::Method method) const {
+  auto reason = RunningCall::endReason();
+  if (!reason) return false;
+  error = errorMarshaller_->marshall(failed(*std::move(reason)), method);
+  return true;
+}
+
 bool ServiceCall::prepareRetry(Http::Request& request, RequestPolicy& policy, Error& error,
                                unsigned long retries) const {
-  if (auto reason = RunningCall::endReason()) {
-    error = errorMarshaller_->marshall(failed(*std::move(reason)), request.method);
-    return false;
-  }
+  if (mustEnd(error, request.method)) return false;
   // Must be called exactly once per failure: the drives' strategies refresh the access token in it.
-  if (!retryStrategy_->shouldRetry(error, retries)) return false;
+  const bool isGranted = retryStrategy_->shouldRetry(error, retries);
+  if (mustEnd(error, request.method) || !isGranted) return false;
   const std::string* location = redirectLocation(error);
   if (location != nullptr && !policy.redirect(*location, request)) return false;
   const std::chrono::milliseconds delay(retryStrategy_->getDelayBeforeNextRetry(error, retries));

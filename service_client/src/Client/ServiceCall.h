@@ -135,6 +135,8 @@ class ServiceCall {
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
   void noteFailure(const char* operation, const Error& error) const;
+  /// Whether the call must end now. If so, `error` becomes the error that states why.
+  bool mustEnd(Error& error, Http::Method method) const;
   /// Whether `request` is to be retried. If so, waits for the delay and sets the address to which
   /// the service redirected the request. If the call must end, `error` becomes the error that
   /// states so.
