@@ -26,8 +26,8 @@
  *  4. Result codes: 0 is success. -1 means bad arguments: nothing was changed, and nothing was
  *     requested. Other codes are stated at the function. A function that sets something and returns
  *     nothing changes nothing if there is no memory.
- *  5. Any thread may call any function at any time, but not while the thread ends (in
- *     destructors of thread-specific data). No function blocks, unless its comment states
+ *  5. Any thread may call any function at any time, except while the thread ends (in
+ *     destructors of thread-specific data), and no function blocks, unless its comment states
  *     otherwise. No function throws, and no function writes to the log.
  *  6. A callback must return normally: it must not throw, jump out or end the thread. It may call
  *     any function of this header and of libvemlo.h.

@@ -58,14 +58,14 @@ RunningCall::RunningCall(CallBudget& budget, const Clock& now, Service service)
 RunningCall::~RunningCall() { callOfThread = outer_; }
 
 milliseconds RunningCall::timeLeft() {
-  const auto deadline = CallControl::ofThread().deadline;
+  const auto now =
+      callOfThread == nullptr ? std::chrono::steady_clock::now() : callOfThread->now_();
+  return std::min(budgetLeft(), timeUntil(CallControl::ofThread().deadline, now));
+}
+
+milliseconds RunningCall::budgetLeft() {
   const RunningCall* call = callOfThread;
-  if (call == nullptr) {
-    const milliseconds whole = CallBudget::kTime;
-    return std::min(whole, timeUntil(deadline, std::chrono::steady_clock::now()));
-  }
-  const auto now = call->now_();
-  return std::min(call->budget_.timeLeft(now), timeUntil(deadline, now));
+  return call == nullptr ? CallBudget::kTime : call->budget_.timeLeft(call->now_());
 }
 
 bool RunningCall::takeRequest() {
@@ -114,7 +114,8 @@ Http::Response RunningCall::send(Http::Transport& transport, Http::Request& requ
   const auto event = control.cancelEvent;  // until the end, also if the host replaces it
   request.interrupt.descriptor = event ? event->descriptor() : -1;
   request.interrupt.deadline = control.deadline;
-  request.timeLimit = std::min(request.timeLimit, timeLeft());
+  // Without the deadline, which the transport reports in another way.
+  request.timeLimit = std::min(request.timeLimit, budgetLeft());
   Http::Response response = Recording::send(transport, request);
   if (response.failure) {
     // The host may have reset the event that has ended the transfer.

@@ -54,6 +54,7 @@ class RunningCall {
   static void report(const char* operation, std::size_t entries);
 
  private:
+  static std::chrono::milliseconds budgetLeft();
   static void cancelCall();
   bool isCancelled() const { return budget_.isCancelled(); }
 
