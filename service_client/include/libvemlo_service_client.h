@@ -75,7 +75,8 @@ typedef enum vemlo_client_service {
 typedef enum vemlo_client_kind {
   /** There is no failure. */
   VEMLO_CLIENT_NO_FAILURE = 0,
-  /** The service no longer accepts the account's tokens: the user has to give consent again. */
+  /** The service no longer accepts the account's tokens, or there are none: the user has to give
+   *  consent again. */
   VEMLO_CLIENT_LINK_AGAIN = 1,
   /** Too many requests, or something else is in progress: try again later. */
   VEMLO_CLIENT_WAIT = 2,
@@ -190,6 +191,10 @@ VEMLO_CLIENT_API int64_t vemlo_client_now(void);
  * VEMLO_CLIENT_DEADLINE. Its session can still be used, and other threads' calls are not affected,
  * except that one that waits for tokens that this thread renews renews them itself.
  *
+ * A call that ends while it renews tokens may lose a refresh token that the service has just
+ * replaced. Microsoft still accepts the former one; other services may not, or only for a while.
+ * The user then has to give consent again.
+ *
  * The deadline stays set until it is replaced.
  *
  * @param deadline  a time of vemlo_client_now(), such as vemlo_client_now() + 5000. 0: none.
@@ -199,7 +204,8 @@ VEMLO_CLIENT_API int64_t vemlo_client_now(void);
 VEMLO_CLIENT_API int vemlo_client_set_deadline(int64_t deadline);
 
 /** What ends calls early. One thread or several let their calls depend on it, and any thread
- *  triggers it. */
+ *  triggers it. A child process that is forked shares its state with the parent: a trigger or a
+ *  reset in one of them applies to both. So a child creates a cancellation of its own. */
 typedef struct vemlo_client_cancellation vemlo_client_cancellation;
 
 /**
@@ -316,7 +322,8 @@ typedef void (*vemlo_client_token_callback)(const vemlo_client_tokens *tokens, v
 
 /**
  * Sets the callback of the process, for open sessions, too. When the function returns, a call of
- * the former callback may still be running. OneDrive replaces the refresh token with each renewal,
+ * the former callback may still be running, so what `user` refers to must live until all calls have
+ * returned that were running then. OneDrive replaces the refresh token with each renewal,
  * so a host that does not store what the callback receives loses the account when the stored one
  * ends.
  *
@@ -387,7 +394,8 @@ VEMLO_CLIENT_API int vemlo_client_set_state(const char *state);
 /**
  * Sets whether consent is bound to the session that asked for it (PKCE, RFC 7636, with S256). A
  * code can then be exchanged only on the session that made the address, and only for the last
- * address that it made.
+ * address that it made. Belongs to the process and applies to the next address of any session,
+ * also of one that is open.
  *
  * @param enabled  0, the initial value, or another number.
  */
@@ -448,7 +456,8 @@ typedef struct vemlo_client_account {
  * request first or in between if the access token is empty or has expired; the token callback then
  * receives the renewed tokens. Nothing is logged. Blocks for these requests, with the deadline, the
  * cancellation and the progress of the thread. Nothing is retried but a request with an expired
- * token.
+ * token, and a token request that could not connect. A request that the scopes of the tokens do not
+ * allow is no failure.
  *
  * @param service        one of the four drive services.
  * @param access_token   as the functions of libvemlo.h take it. May be empty if there is a refresh

@@ -237,6 +237,22 @@ TEST_F(S3WholeListing, FailsIfAPageNamesItselfAsTheNext) {
   EXPECT_EQ(requests().size(), 2U);
 }
 
+TEST_F(S3WholeListing, FailsIfItsPagesFollowEachOtherInACircle) {
+  enqueuePages({page("", "a"), page("", "b"), page("", "a"), page("", "b"), lastPage("")});
+  expectMalformed("repeats the token");
+  EXPECT_EQ(requests().size(), 3U);
+}
+
+TEST_F(S3WholeListing, FailsIfAPageContinuesWhereTheListingBegan) {
+  enqueuePages({page("", "b"), page("", "a"), lastPage("")});
+  auto request = requestForFolders();
+  request.continuationToken = "a";
+  const auto listing = makeClient(kStore)->listObjectsV2(request);
+  ASSERT_FALSE(listing.isSuccess());
+  EXPECT_THAT(listing.getError().message, HasSubstr("repeats the token"));
+  EXPECT_EQ(requests().size(), 2U);
+}
+
 TEST_F(S3WholeListing, FailsAsAWholeIfOnePageFails) {
   enqueuePages({page(prefixes({"a/"}), "two")});
   enqueue(response(403, s3Error("AccessDenied")));

@@ -76,9 +76,10 @@ class DriveFailureRecord : public ::testing::Test, protected TestSupport::DriveF
   ~DriveFailureRecord() override { LastFailure::reset(); }
 
   // A client of a session of its own, so that no refusal is remembered.
-  std::shared_ptr<typename Drive::Client> newClient(bool hasRefreshToken = true) {
+  std::shared_ptr<typename Drive::Client> newClient(const std::string& accessToken = "token-1",
+                                                    const std::string& refreshToken = "refresh-1") {
     const auto session = std::make_shared<TestSupport::DriveFixture<Drive>>();
-    if (!hasRefreshToken) session->credential->setRefreshToken("");
+    session->credential->setTokens(accessToken, refreshToken);
     sessions.push_back(session);
     auto environment = session->environment();
     environment.transport = service;
@@ -88,6 +89,13 @@ class DriveFailureRecord : public ::testing::Test, protected TestSupport::DriveF
 
   void respondToTokenRequest(const std::function<Response()>& respond) {
     service->respondToTokenRequest = [respond](const Request&) { return respond(); };
+  }
+
+  void refuseWithoutToken(int status) {
+    service->respond = [status](const Request& request) {
+      EXPECT_EQ(request.headers.count("authorization"), 0U);
+      return response(status, "", {{"request-id", "of the API"}});
+    };
   }
 
   std::shared_ptr<Service401> service = std::make_shared<Service401>();
@@ -141,7 +149,7 @@ TYPED_TEST(DriveFailureRecord, NewTokenThatIsRefusedIsTheFailureOfTheRequest) {
 TYPED_TEST(DriveFailureRecord, WithoutARefreshTokenTheRefusalIsTheFailure) {
   for (const auto& [operation, call] : TestSupport::driveCalls(TypeParam())) {
     SCOPED_TRACE(operation);
-    EXPECT_EQ(call(*this->newClient(false)).httpResponseCode, 401);
+    EXPECT_EQ(call(*this->newClient("token-1", "")).httpResponseCode, 401);
     ASSERT_NE(LastFailure::get(), nullptr);
     EXPECT_EQ(LastFailure::get()->error.kind, Kind::LinkAgain);
     EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
@@ -166,7 +174,7 @@ TYPED_TEST(DriveFailureRecord, FailedRenewalOfAnEarlierCallExplainsNothing) {
   const auto [operation, call] = TestSupport::driveCalls(TypeParam()).front();
   call(*this->newClient());
   ASSERT_TRUE(LastFailure::explainsRefusal());
-  EXPECT_EQ(call(*this->newClient(false)).httpResponseCode, 401);
+  EXPECT_EQ(call(*this->newClient("token-1", "")).httpResponseCode, 401);
   EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
 }
 
@@ -178,6 +186,61 @@ TYPED_TEST(DriveFailureRecord, OtherFailureAfterAFailedRenewalIsTheLastOne) {
   EXPECT_EQ(call(*this->newClient()).httpResponseCode, 404);
   EXPECT_EQ(LastFailure::get()->error.kind, Kind::NotFound);
   EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
+}
+
+TYPED_TEST(DriveFailureRecord, RefusalOfARequestWithoutATokenHidesNoFailedRenewal) {
+  for (const auto& renewal : {invalidGrant, unreachable}) {
+    this->respondToTokenRequest(renewal);
+    const auto kind = renewal == invalidGrant ? Kind::LinkAgain : Kind::Offline;
+    for (const int status : {400, 401, 403}) {
+      this->refuseWithoutToken(status);
+      for (const auto& [operation, call] : TestSupport::driveCalls(TypeParam())) {
+        SCOPED_TRACE(std::string(operation) + ' ' + std::to_string(status));
+        LastFailure::reset();
+        EXPECT_EQ(call(*this->newClient("")).httpResponseCode, status);
+        ASSERT_NE(LastFailure::get(), nullptr);
+        EXPECT_EQ(LastFailure::get()->error.kind, kind);
+        EXPECT_THAT(LastFailure::get()->operation, StrEq("refreshAccessToken"));
+      }
+    }
+  }
+}
+
+TYPED_TEST(DriveFailureRecord, WithoutAnyTokenEachRefusalMeansToLinkAgain) {
+  for (const int status : {400, 401, 403}) {
+    this->refuseWithoutToken(status);
+    for (const auto& [operation, call] : TestSupport::driveCalls(TypeParam())) {
+      SCOPED_TRACE(std::string(operation) + ' ' + std::to_string(status));
+      EXPECT_EQ(call(*this->newClient("", "")).httpResponseCode, status);
+      ASSERT_NE(LastFailure::get(), nullptr);
+      EXPECT_EQ(LastFailure::get()->error.kind, Kind::LinkAgain);
+      EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
+      EXPECT_EQ(LastFailure::get()->error.httpResponseCode, status);
+    }
+  }
+  EXPECT_EQ(this->service->tokenRequests(), 0);
+}
+
+TYPED_TEST(DriveFailureRecord, WithoutATokenOtherFailuresKeepTheirMeaning) {
+  this->respondToTokenRequest(unreachable);
+  this->service->respond = [](const Request&) { return response(404); };
+  const auto [operation, call] = TestSupport::driveCalls(TypeParam()).front();
+  EXPECT_EQ(call(*this->newClient("")).httpResponseCode, 404);
+  EXPECT_EQ(LastFailure::get()->error.kind, Kind::NotFound);
+  EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
+}
+
+TYPED_TEST(DriveFailureRecord, RefusalOfARequestWithATokenIsItsOwnFailure) {
+  for (const int status : {400, 403}) {
+    this->service->respond = [status](const Request&) { return response(status); };
+    for (const auto& [operation, call] : TestSupport::driveCalls(TypeParam())) {
+      SCOPED_TRACE(std::string(operation) + ' ' + std::to_string(status));
+      EXPECT_EQ(call(*this->newClient()).httpResponseCode, status);
+      ASSERT_NE(LastFailure::get(), nullptr);
+      EXPECT_NE(LastFailure::get()->error.kind, Kind::LinkAgain);
+      EXPECT_THAT(LastFailure::get()->operation, StrEq(operation));
+    }
+  }
 }
 
 TYPED_TEST(DriveFailureRecord, RememberedRefusalIsTheFailureOfLaterCalls) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -33,12 +34,28 @@ inline void readSpace(Util::Json::Value value, std::int64_t& out) {
             : -1;
 }
 
+/// The policy of such a request. Without a token, the service says nothing about its scopes.
+class AccountPolicy final : public BearerPolicy {
+ public:
+  /// `isWithheld` tells whether a request failed only because the scopes of the tokens do not allow
+  /// it.
+  AccountPolicy(std::shared_ptr<Auth::OAuth2Credential> credential,
+                bool (*isWithheld)(const Error&))
+      : BearerPolicy(std::move(credential)), isWithheld_(isWithheld) {}
+
+  bool isExpected(const Error& error) const override {
+    return error.kind != FailureKind::LinkAgain && isWithheld_(error);
+  }
+
+ private:
+  bool (*isWithheld_)(const Error&);
+};
+
 /// Adds to an account what the responses to several requests contain. All of them share the limits
 /// of one call.
 class AccountRequests {
  public:
-  /// `isWithheld` tells whether a request failed only because the scopes of the tokens do not allow
-  /// it. Such a request adds nothing.
+  /// See AccountPolicy. A request that is withheld adds nothing, and is no failure for the host.
   AccountRequests(const DriveCall& call, bool (*isWithheld)(const Error&))
       : call_(call), isWithheld_(isWithheld) {}
 
@@ -57,9 +74,12 @@ class AccountRequests {
       if (!storage.isSuccess()) return storage.getError();
       return account;
     };
+    AccountPolicy policy(call_.credential(), isWithheld_);
     auto outcome = call_.send(
-        operation, [&] { return *Http::URI::parse(address); }, request, parse);
-    if (outcome.isSuccess() || !isWithheld_(outcome.getError())) outcome_ = std::move(outcome);
+        operation, [&] { return *Http::URI::parse(address); }, request, policy, parse);
+    if (outcome.isSuccess() || !policy.isExpected(outcome.getError())) {
+      outcome_ = std::move(outcome);
+    }
     return *this;
   }
 

@@ -33,6 +33,9 @@ class RequestPolicy {
     return false;
   }
 
+  /// Whether the caller goes on as planned after `error`, so that nothing has failed for the host.
+  virtual bool isExpected(const Error& /*error*/) const { return false; }
+
   /// Sets the address of `request` to `location`, to which the service redirected it. Returns false
   /// if the request must not be sent there.
   virtual bool redirect(const std::string& /*location*/, Http::Request& /*request*/) {

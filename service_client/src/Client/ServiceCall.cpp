@@ -129,6 +129,13 @@ Error ServiceCall::redacted(Error error, const Http::Request& request,
   return error;
 }
 
+// Services and gateways respond to such requests with any of these statuses.
+bool ServiceCall::isRefusalWithoutToken(const Error& error, const Http::Request& request) {
+  const int status = error.httpResponseCode;
+  return (status == 400 || status == 401 || status == 403) &&
+         request.headers.count("authorization") == 0;
+}
+
 Error ServiceCall::errorOfCurrentException() {
   try {
     try {

@@ -39,7 +39,8 @@ class ServiceCall {
   template <typename Locate, typename Parse>
   OutcomeOf<Parse> send(const Operation& operation, const Locate& locate, const WSRequest& model,
                         RequestPolicy& policy, const Parse& parse) const {
-    return run(operation.name, [&]() -> OutcomeOf<Parse> {
+    const auto isFailure = [&](const Error& error) { return !policy.isExpected(error); };
+    const auto work = [&]() -> OutcomeOf<Parse> {
       CallBudget ownBudget;
       const RunningCall call(model.budget != nullptr ? *model.budget : ownBudget,
                              environment_.steadyNow, service_);
@@ -53,7 +54,8 @@ class ServiceCall {
         Error error = std::move(outcome).getError();
         if (!prepareRetry(request, policy, error, retries)) return error;
       }
-    });
+    };
+    return runNoting(isFailure, operation.name, work);
   }
 
   /// The layer's only exception barrier: the outcome of `work`, or the error for the exception that
@@ -74,10 +76,7 @@ class ServiceCall {
   /// the token that the service refuses: then the failure of the renewal stays the last one.
   template <typename Work>
   std::invoke_result_t<Work> run(const char* operation, const Work& work) const {
-    LastFailure::ceaseToExplain();
-    auto outcome = guarded(work);
-    if (!outcome.isSuccess()) noteFailure(operation, outcome.getError());
-    return outcome;
+    return runNoting([](const Error& /*error*/) { return true; }, operation, work);
   }
 
   /// The error for the exception that is being handled.
@@ -89,6 +88,18 @@ class ServiceCall {
   Http::Response transfer(const char* operation, Http::Request& request) const;
 
  private:
+  /// Like run(), but only what `isFailure` names becomes the last failure.
+  template <typename IsFailure, typename Work>
+  std::invoke_result_t<Work> runNoting(const IsFailure& isFailure, const char* operation,
+                                       const Work& work) const {
+    LastFailure::ceaseToExplain();
+    auto outcome = guarded(work);
+    if (!outcome.isSuccess() && isFailure(outcome.getError())) {
+      noteFailure(operation, outcome.getError());
+    }
+    return outcome;
+  }
+
   /// A policy recovers from each cause once; the limit ensures that an attempt ends.
   static constexpr int kMaxRecoveries = 3;
 
@@ -105,6 +116,9 @@ class ServiceCall {
       if (outcome.isSuccess()) return outcome;
 
       Error error = redacted(std::move(outcome).getError(), authorized, policy);
+      if (isAuthorized && isRefusalWithoutToken(error, authorized)) {
+        error.kind = FailureKind::LinkAgain;
+      }
       if (recoveries == kMaxRecoveries || !policy.recover(response, error, request)) return error;
     }
   }
@@ -134,6 +148,9 @@ class ServiceCall {
   /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
+  /// Whether `error` is the refusal of a request that should have a token and was sent without one,
+  /// because there is none or it could not be renewed. Its code says nothing else about the account.
+  static bool isRefusalWithoutToken(const Error& error, const Http::Request& request);
   void noteFailure(const char* operation, const Error& error) const;
   /// Whether the call must end now. If so, `error` becomes the error that states why.
   bool mustEnd(Error& error, Http::Method method) const;

@@ -6,6 +6,7 @@ from typing import NamedTuple
 
 from .libvemlo import load
 
+S3 = 1
 SERVICES = {"amazon_drive": 3, "google_drive": 4, "one_drive": 5, "dropbox": 6}
 
 
@@ -118,6 +119,54 @@ def renewed_tokens():
         yield received
     finally:
         library.vemlo_client_set_token_callback(None, None)
+
+
+class _Progress(ctypes.Structure):
+    _fields_ = [
+        ("size", ctypes.c_size_t),
+        ("service", ctypes.c_int32),
+        ("operation", ctypes.c_char_p),
+        ("requests", ctypes.c_uint64),
+        ("bytes", ctypes.c_uint64),
+        ("entries", ctypes.c_uint64),
+    ]
+
+
+_ProgressCallback = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.POINTER(_Progress), ctypes.c_void_p)
+
+
+class Progress(NamedTuple):
+    service: int
+    operation: str
+    requests: int
+    bytes: int
+    entries: int
+
+
+@contextlib.contextmanager
+def progress(last_request=None):
+    """Records the progress of this thread's calls in the list that is the value.
+
+    Ends a call after its request number `last_request`.
+    """
+    reported = []
+
+    @_ProgressCallback
+    def record(step, _):
+        content = step.contents
+        assert content.size == ctypes.sizeof(_Progress)
+        operation = content.operation.decode()
+        reported.append(
+            Progress(content.service, operation, content.requests, content.bytes, content.entries)
+        )
+        return int(content.requests == last_request)
+
+    library = load()
+    library.vemlo_client_set_progress_callback(record, None)
+    try:
+        yield reported
+    finally:
+        library.vemlo_client_set_progress_callback(None, None)
 
 
 def set_durable_token():

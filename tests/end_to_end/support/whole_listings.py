@@ -40,6 +40,26 @@ class WholeListings:
         self.assert_done(found)
         return found.names, self.client.vemlo_client_was_listing_cut_short()
 
+    def assert_progress(self, names, entry_count):
+        """A whole listing reports each page, and can be cancelled between two pages."""
+        page_count = -(-entry_count // PAGE)
+        with service_client.progress() as steps:
+            self.assertEqual(self.folders(), (names, 0))
+        self.assertEqual([step.requests for step in steps], list(range(1, page_count + 1)))
+        self.assertEqual({step[:2] for step in steps}, {(service_client.S3, "listObjectsV2")})
+        for before, after in zip(steps, steps[1:]):
+            self.assertLess(before.entries, after.entries)
+            self.assertLess(before.bytes, after.bytes)
+        self.assertEqual(steps[-1].entries, entry_count)
+
+        half = page_count // 2
+        with service_client.progress(last_request=half) as steps:
+            self.assert_failed(self.session.folders(self.bucket), 28, "CallCancelled")
+        self.assertEqual(len(steps), half)
+        self.assertEqual(service_client.last_failure().kind, "cancelled")
+        self.assertEqual(self.client.vemlo_client_was_listing_cut_short(), 0)
+        self.assertEqual(self.folders(), (names, 0))
+
     def assert_whole_with_the_switch_only(self, file_count, folder_count):
         folders = [f"{number:04}-folder/" for number in range(folder_count)]
         files = [
@@ -52,7 +72,7 @@ class WholeListings:
         shown = [entry.encode() for entry in first_page if entry.endswith("/")]
         self.assertEqual(self.folders(), (shown, 1))
         self.want_whole_listings()
-        self.assertEqual(self.folders(), (names, 0))
+        self.assert_progress(names, file_count + folder_count)
         self.want_whole_listings(0)
         self.assertEqual(self.folders(), (shown, 1))
         self.assertEqual(self.folders(names[0]), ([], 0))

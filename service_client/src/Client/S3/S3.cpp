@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "Auth/AWSV4Signer.h"
@@ -306,11 +307,12 @@ Listing parseObjects(Http::Response&& response, std::size_t most, S3ObjectsReade
 }
 
 // `page`, unless it does not say how to continue: then keys would be missing silently.
-Listing checkedForMore(Listing page, const Model::ListObjectsV2Request& request) {
+// The service has been sent all of `tokens`: one of them again would begin a listing without end.
+Listing checkedForMore(Listing page, const std::unordered_set<std::string>& tokens) {
   if (!page.isSuccess() || !page.getResult().isTruncated) return page;
   const std::string& next = page.getResult().nextContinuationToken;
   if (next.empty()) return malformedResponse("More keys follow, but not how to get them");
-  if (isRepeated(next, request.continuationToken)) return repeatedPage();
+  if (tokens.count(next) != 0) return repeatedPage();
   return page;
 }
 
@@ -348,12 +350,14 @@ Listing S3Client::Implementation::listAllPages(Model::ListObjectsV2Request reque
   CallBudget ownBudget;
   if (request.budget == nullptr) request.budget = &ownBudget;  // which all pages share
   S3ListingPages pages;
+  std::unordered_set<std::string> tokens;
   for (;;) {
+    if (request.continuationToken.isPresent()) tokens.insert(request.continuationToken.value());
     S3ListingPolicy policy(service(), request.bucket.value());
     auto outcome = listPage(request, policy, [&](Http::Response&& response) {
       auto page = parseObjects(std::move(response), mostEntriesOf(request.maxKeys),
                                S3ObjectsReader::Reads::CommonPrefixes, policy);
-      return checkedForMore(std::move(page), request);
+      return checkedForMore(std::move(page), tokens);
     });
     if (!outcome.isSuccess()) return outcome;
     pages.add(outcome.getResult());
