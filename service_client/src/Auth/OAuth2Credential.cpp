@@ -68,14 +68,14 @@ class OAuth2Credential::RefreshTurn {
   /// refresh, but not longer than the call of this thread may run.
   explicit RefreshTurn(OAuth2Credential& credential) : credential_(credential) {
     using Client::RunningCall;
-    using Clock = std::chrono::steady_clock;
-    const auto end = Clock::now() + RunningCall::timeLeft();
+    using Steady = std::chrono::steady_clock;
+    const auto end = Steady::now() + RunningCall::timeLeft();
     // A host that cancels the call does not notify the condition variable.
-    const Clock::duration longest =
+    const Steady::duration longest =
         RunningCall::isCancellable() ? std::chrono::milliseconds(20) : RunningCall::timeLeft();
     std::unique_lock<std::mutex> lock(credential_.mutex_);
-    while (!isDecided() && !RunningCall::endReason() && Clock::now() < end) {
-      credential_.turnChanged_.wait_for(lock, std::min(longest, end - Clock::now()));
+    while (!isDecided() && !RunningCall::endReason() && Steady::now() < end) {
+      credential_.turnChanged_.wait_for(lock, std::min(longest, end - Steady::now()));
     }
     hasIt_ = !othersResult_ && credential_.mayRefresh();
     if (hasIt_) credential_.isRefreshing_ = true;
