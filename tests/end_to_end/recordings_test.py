@@ -14,7 +14,9 @@ from support import recordings, sandbox
 from support.case import LibraryTest
 from support.libvemlo import SERVICES
 
-E_MAIL = re.compile(r"(@|%40|\\+u0040)(example\.|sandbox\.)")
+E_MAIL = re.compile(
+    r"(@|%(25)?40|\\+(u00|x)40|&(amp;)?(commat|#0*64|#x0*40);)(example\.|sandbox\.)"
+)
 LEAST_ENTRIES = 5
 
 
@@ -58,8 +60,9 @@ class Recordings(LibraryTest):
 
     def test_with_a_secret_are_detected(self):
         """In any spelling, in a header, in the text of a body and in the bytes of one."""
-        secret = 'ya29.a0/AfH"6SMB+~=\\x'
+        secret = 'ya29.a0/AfH"6SMB+~=\\x&y<\'>z'
         words = recordings.spellings(secret)
+        self.assertIn("ya29.a0/AfH&quot;6SMB+~=\\x&amp;y&lt;&#x27;&gt;z", words)
         searched = recordings.Spellings(words)
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "planted.har"
@@ -71,7 +74,8 @@ class Recordings(LibraryTest):
                     har = {"log": {"version": "1.2", "entries": [{"response": planted}]}}
                     path.write_text(json.dumps(har), encoding="utf-8")
                     self.assertIn(word, searched.found_in(path))
-            self.assertTrue(E_MAIL.search("ann%40example.test"))
+            for sign in ("@", "%40", "%2540", "\\\\u0040", "&#64;", "&#x40;", "&commat;"):
+                self.assertTrue(E_MAIL.search(f"ann{sign}example.test"), sign)
 
 
 if __name__ == "__main__":

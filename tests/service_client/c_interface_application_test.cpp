@@ -143,7 +143,9 @@ TYPED_TEST(Application, IsThatOfItsServiceOnly) {
 TYPED_TEST(Application, BadArgumentsChangeNothing) {
   const auto good = application("my id", "my secret", "https://my.host/");
   ASSERT_EQ(vemlo_client_set_application(this->number(), &good), 0);
-  for (const std::size_t size : {std::size_t{0}, sizeof good - 1}) {
+  const std::size_t firstVersion =
+      offsetof(vemlo_client_application, redirect_uri) + sizeof good.redirect_uri;
+  for (const std::size_t size : {std::size_t{0}, firstVersion - 1}) {
     auto other = application("other", nullptr, nullptr);
     other.size = size;
     EXPECT_EQ(vemlo_client_set_application(this->number(), &other), -1) << size;
@@ -163,6 +165,7 @@ TYPED_TEST(Application, RecordOfALaterVersionIsTaken) {
     const char* later;
   } record{application("my id", nullptr, nullptr), "unknown"};
   record.known.size = sizeof record;
+  ASSERT_EQ(record.known.size, sizeof(vemlo_client_application) + sizeof(const char*));
   EXPECT_EQ(vemlo_client_set_application(this->number(), &record.known), 0);
   EXPECT_EQ(this->open()->clientSpec().clientId, "my id");
 }

@@ -82,6 +82,63 @@ TEST(Redactor, SecretEscapedAsInJsonIsReplaced) {
   EXPECT_EQ(redacted(R"(one\ntwo\tthree)", "one\ntwo\tthree"), "***");
 }
 
+constexpr char kOddSecret[] = "ab&c'\"defgh+ij/kl<m>";
+
+TEST(Redactor, SecretEscapedAsInHtmlAndXmlIsReplaced) {
+  for (const std::string text :
+       {"ab&amp;c&apos;&quot;defgh+ij/kl&lt;m&gt;",
+        "ab&amp;c&#39;&quot;defgh&#43;ij&#47;kl&lt;m&gt;",
+        "ab&#x26;c&#x27;&#x22;defgh&#x2B;ij&#X2f;kl&#x3C;m&#x3e;",
+        "ab&#038;c&#0039;&#34;defgh&plus;ij&sol;kl&#60;m>", "ab&c&#39;\"defgh+ij/kl&lt;m&gt;"}) {
+    EXPECT_EQ(redacted("<b>" + text + ".</b>", kOddSecret), "<b>***.</b>") << text;
+    EXPECT_EQ(Redactor({kOddSecret}).text("<b>" + text + ".</b>", "#"), "<b>#.</b>") << text;
+  }
+  EXPECT_EQ(redacted("&#97;&#x62;&#99;", "abc"), "***") << "also what need not be escaped";
+}
+
+TEST(Redactor, SecretWithEscapesWithinEscapesIsReplaced) {
+  for (const std::string text :
+       {"ab%2526c%2527%2522defgh%252Bij%252Fkl%253cm%253E",
+        R"(ab\\u0026c'\\\"defgh\\u002bij\\/kl<m>)",
+        R"(ab\\u0026c'\\u0022defgh+ij/kl\\u003cm\\u003e)",
+        "ab&amp;amp;c&amp;#39;&amp;quot;defgh+ij/kl&amp;lt;m&amp;gt;",
+        R"(ab\u0026amp;c\u0026#39;\u0026quot;defgh+ij\/kl\u0026lt;m\u0026gt;)",
+        R"(ab&amp;c'\&quot;defgh+ij\/kl\u003cm&gt;)", R"(ab%26c%27%22defgh%2Bij\/kl%3Cm%3E)"}) {
+    EXPECT_EQ(redacted("x=" + text + ";", kOddSecret), "x=***;") << text;
+    EXPECT_EQ(Redactor({kOddSecret}).text("x=" + text + ";", "#"), "x=#;") << text;
+  }
+}
+
+TEST(Redactor, EscapedTextWithoutTheSecretStays) {
+  for (const std::string text :
+       {"ab&amp;c&apos;&quot;defgh", "a &amp; b &unknown; &# &#; &#x; &#99999999999; & &amp",
+        "%2 %zz %252 %25", R"(\u00 \u00zz \ \x \q)", "&", "%", "\\"}) {
+    EXPECT_EQ(redacted(text, kOddSecret), text);
+    EXPECT_EQ(Redactor({kOddSecret}).text(text, "#"), text);
+  }
+}
+
+TEST(Redactor, EscapeThatTheEndOfALongTextHasCutOffIsReplaced) {
+  const std::string filler(250, 'x');
+  for (const std::string end : {"abcde&am", "abcde&#3", "abcde%252", "abcde\\\\u00"}) {
+    EXPECT_EQ(redacted(filler + " " + end, "abcde&fgh"), filler + " ***") << end;
+  }
+}
+
+TEST(Redactor, HostileTextThatResemblesTheSecretEnds) {
+  const std::string secret = std::string(16000, '%') + "b";
+  const std::string text = repeated("%25", 200000);
+  EXPECT_EQ(redacted(text, secret), "***");
+  EXPECT_EQ(Redactor({secret}).text(text, "#"), "#");
+}
+
+TEST(Redactor, LongTextWithManyEscapesIsKept) {
+  std::vector<std::string> secrets;
+  for (int count = 0; count < 128; ++count) secrets.push_back("a token " + std::to_string(count));
+  const std::string text = repeated("a%20b%C3%A9&amp;\\u00e9", 5000);
+  EXPECT_TRUE(Redactor(secrets).text(text + "a%20token%20117.", "#") == text + "#.");
+}
+
 TEST(Redactor, SecretInBase64IsReplaced) {
   for (const std::string secret : {"abc", "abcd", "abcde", kSecret, "\xfb\xef\xbe\xff\xfe\xfd"}) {
     EXPECT_EQ(redacted("<" + base64Encode(secret) + ">", secret), "<***>") << secret;
@@ -89,9 +146,8 @@ TEST(Redactor, SecretInBase64IsReplaced) {
   EXPECT_EQ(redacted("<YWJjZGVmZw>", "abcdefg"), "<***>") << "without padding";
   EXPECT_EQ(redacted("<--++__//>", "\xfb\xef\xbe\xff\xff\xff"), "<--++__//>");
   EXPECT_EQ(redacted("<----____>", "\xfb\xef\xbe\xff\xff\xff"), "<***>") << "for URLs";
-  EXPECT_EQ(redacted("<%2b%2B%2B%2B%2f%2F\\/\\/>", "\xfb\xef\xbe\xff\xff\xff"),
-            "<%2b%2B%2B%2B%2f%2F\\/\\/>")
-      << "no one mixes these";
+  EXPECT_EQ(redacted("<%2b%2B%2B%2B%2f%2F\\/\\/>", "\xfb\xef\xbe\xff\xff\xff"), "<***>")
+      << "an address in JSON";
   EXPECT_EQ(redacted("<%2b%2B%2B%2B%2f%2F%2F%2f>", "\xfb\xef\xbe\xff\xff\xff"), "<***>");
 }
 

@@ -72,6 +72,64 @@ TEST(SecretFields, OfXmlAreMasked) {
   EXPECT_EQ(masked("<StringToSign"), "<StringToSign");
 }
 
+TEST(SecretFields, OfQuotedHeadersAreMasked) {
+  EXPECT_EQ(masked(R"({"Authorization":"Basic dTpw","proxy-authorization":"Bearer a","n":1})"),
+            R"({"Authorization":"#","proxy-authorization":"#","n":1})");
+  EXPECT_EQ(masked(R"({"cookie":"a=b; c=d","Set-Cookie":["a=b","c=d"]})"),
+            R"({"cookie":"#","Set-Cookie":["#","#"]})");
+  EXPECT_EQ(masked("Host: a\r\nAuthorization: Bearer a,b;c)\r\nCookie: a=b&c=d; e\nAccept: *"),
+            "Host: a\r\nAuthorization: #\r\nCookie: #\nAccept: *");
+  EXPECT_EQ(masked(R"({"m":"Authorization: Basic a=\r\nx: y"})"),
+            R"({"m":"Authorization: #\r\nx: y"})");
+  EXPECT_EQ(masked("?authorization=Bearer%20abc&x=1"), "?authorization=#&x=1");
+}
+
+TEST(SecretFields, TokensAndAuthorizationCodesInJsonAreMasked) {
+  EXPECT_EQ(masked(R"({"token":"abc", "token" : 17})"), R"({"token":"#", "token" : "#"})");
+  EXPECT_EQ(masked(R"({"code":"4/0AX4XfWh-abcdefghij","x":1})"), R"({"code":"#","x":1})");
+  EXPECT_EQ(masked(R"({"m":"{\"code\":\"4/0AX4XfWh-abcdefghij\"}"})"),
+            R"({"m":"{\"code\":\"#\"}"})");
+  for (const char* text :
+       {R"({"code":404})", R"({"code":"itemNotFound"})", R"({"code":"4/0AX4XfWh-abcdefgh"})",
+        R"({"code":123456789012345678901})", R"({"code":"Invalid_Authentication.Token"})",
+        R"({"code":["a"]})", "Unexpected token: abc", "code: 4/0AX4XfWh-abcdefghij"}) {
+    EXPECT_EQ(masked(text), text);
+  }
+}
+
+TEST(SecretFields, OfXmlWithCredentialsAreMasked) {
+  EXPECT_EQ(masked("<C><AccessKeyId>a</AccessKeyId><SecretAccessKey>b=</SecretAccessKey>"
+                   "<SessionToken>c</SessionToken><s:Token x=\"1\">d</s:Token></C>"),
+            "<C><AccessKeyId>#</AccessKeyId><SecretAccessKey>#</SecretAccessKey>"
+            "<SessionToken>#</SessionToken><s:Token x=\"1\">#</s:Token></C>");
+  EXPECT_EQ(masked("&lt;SessionToken&gt;c&lt;/SessionToken&gt;&lt;a&gt;b"),
+            "&lt;SessionToken&gt;#&lt;/SessionToken&gt;&lt;a&gt;b");
+  EXPECT_EQ(masked("<NextContinuationToken>c</NextContinuationToken><Code>Denied</Code>"),
+            "<NextContinuationToken>c</NextContinuationToken><Code>Denied</Code>");
+}
+
+TEST(SecretFields, InArraysAreMasked) {
+  EXPECT_EQ(masked(R"({"refresh_token":["a","b\"c" , ["d"], 12,null],"x":["y"]})"),
+            R"({"refresh_token":["#","#" , ["#"], "#",null],"x":["y"]})");
+  EXPECT_EQ(masked(R"({"m":"{\"token\":[\"a\",\"b\"],\"x\":[\"y\"]}"})"),
+            R"({"m":"{\"token\":[\"#\",\"#\"],\"x\":[\"y\"]}"})");
+  EXPECT_EQ(masked(R"({"token":["cut o)"), R"({"token":["#)");
+  EXPECT_EQ(masked(R"({"token":[],"x":["y"]})"), R"({"token":[],"x":["y"]})");
+  EXPECT_EQ(masked(R"({"token":[{"x":"y","token":"z"}]})"), R"({"token":[{"x":"y","token":"#"}]})");
+}
+
+TEST(SecretFields, UsersOfAddressesAreMasked) {
+  EXPECT_EQ(masked("see https://user:p@ss@a.test:1/b@c?d@e"), "see https://#@a.test:1/b@c?d@e");
+  EXPECT_EQ(masked(R"({"u":"http:\/\/user:pass@a.test\/b","v":"socks5://user@a.test"})"),
+            R"({"u":"http:\/\/#@a.test\/b","v":"socks5://#@a.test"})");
+  EXPECT_EQ(masked("?u=https%3A%2F%2Fuser%3Apass%40a.test%2Fb%40c"),
+            "?u=https%3A%2F%2F#%40a.test%2Fb%40c");
+  for (const char* text : {"https://a.test/b@c", "https://a.test?b@c", "https://a.test, b@c",
+                           "https://@a.test", "://", "?u=https%3A%2F%2Fa.test%2Fb%40c"}) {
+    EXPECT_EQ(masked(text), text);
+  }
+}
+
 TEST(SecretFields, OtherFieldsStay) {
   for (const char* text :
        {R"({"error":{"code":"InvalidAuthenticationToken","message":"state: x"}})",
@@ -84,7 +142,8 @@ TEST(SecretFields, OtherFieldsStay) {
 
 TEST(SecretFields, ManyIncompleteOnesTakeLinearTime) {
   for (const std::string piece :
-       {"<StringToSign", "sig%3D", "\\\"sig\\\":\\\"", "sig=", "\"sig\""}) {
+       {"<StringToSign", "sig%3D", "\\\"sig\\\":\\\"", "sig=", "\"sig\"", "\"sig\":[",
+        "\"sig\":[\"", "<token", "&lt;token", "://a", "%3A%2F%2Fa%40", "cookie:"}) {
     std::string text;
     while (text.size() < std::size_t{8} << 20U) text += piece;
     EXPECT_LE(masked(text).size(), text.size() + 1) << piece;  // ends at all

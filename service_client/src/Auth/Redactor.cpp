@@ -1,9 +1,9 @@
 #include "Auth/Redactor.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "Auth/Digest.h"
+#include "Util/CharacterEscapes.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Auth {
@@ -27,62 +27,99 @@ constexpr std::size_t kShortestBase64 = 8;
 /// How many bytes may be compared for a text: enough for any text but one that is made to cost as
 /// much as possible. Takes about a second.
 constexpr std::size_t kMostWork = 500'000'000;
+/// To read an escape takes as long as to compare so many bytes.
+constexpr std::size_t kWorkOfEscape = 32;
 
-/// A way to write the bytes of a word: the number of characters at the beginning of `text`, which
-/// is not empty, that mean `byte`; 0 if they mean anything else.
-using Spelling = std::size_t (*)(std::string_view text, char byte);
+/// A way to write texts: one encoding within another, or one alone.
+struct Spelling {
+  Util::CharacterReader outer;
+  Util::CharacterReader inner;
 
-std::size_t plain(std::string_view text, char byte) { return text.front() == byte ? 1 : 0; }
+  /// How many characters at the beginning of `text`, which is not empty, mean `byte`; 0 if they
+  /// mean anything else.
+  std::size_t lengthOf(std::string_view text, char byte) const {
+    const auto character = Util::readNested(text, outer, inner);
+    if (character.code == static_cast<unsigned char>(byte)) return character.size;
+    // In forms a plus sign means a space.
+    const bool isOfForms = outer == Util::readPercentEncoded || inner == Util::readPercentEncoded;
+    return isOfForms && byte == ' ' && text.front() == '+' ? 1 : 0;
+  }
+};
 
-// Whether the first `count` characters of `text` are the number of `byte`.
-bool isHexOf(std::string_view text, std::size_t count, char byte) {
-  if (text.size() < count) return false;
-  constexpr int kBase = 16;
-  unsigned value = 0;
-  const char* const end = text.data() + count;
-  return std::from_chars(text.data(), end, value, kBase).ptr == end &&
-         value == static_cast<unsigned char>(byte);
+/// All but the plain one.
+constexpr Spelling kSpellings[] = {
+    {Util::readPlain, Util::readPercentEncoded},
+    {Util::readPlain, Util::readBackslashEscaped},
+    {Util::readPlain, Util::readCharacterReference},
+    {Util::readPercentEncoded, Util::readPercentEncoded},
+    {Util::readPercentEncoded, Util::readBackslashEscaped},
+    {Util::readPercentEncoded, Util::readCharacterReference},
+    {Util::readBackslashEscaped, Util::readPercentEncoded},
+    {Util::readBackslashEscaped, Util::readBackslashEscaped},
+    {Util::readBackslashEscaped, Util::readCharacterReference},
+    {Util::readCharacterReference, Util::readPercentEncoded},
+    {Util::readCharacterReference, Util::readBackslashEscaped},
+    {Util::readCharacterReference, Util::readCharacterReference},
+};
+/// The characters without which a text has no spelling but the plain one.
+constexpr std::string_view kSignsOfEncoding = "%+\\&";
+
+bool isSignOfEscape(char character) {
+  return Util::kSignsOfEscapes.find(character) != std::string_view::npos;
 }
 
-// Also the form in which forms encode spaces.
-std::size_t percentEncoded(std::string_view text, char byte) {
-  if (text.front() == '%') return isHexOf(text.substr(1), 2, byte) ? 3 : 0;
-  return text.front() == byte || (text.front() == '+' && byte == ' ') ? 1 : 0;
-}
-
-std::size_t escapedAsInJson(std::string_view text, char byte) {
-  if (text.front() != '\\') return plain(text, byte);
-  if (text.size() < 2) return 0;
-  constexpr std::string_view kLetters = "\"\\/bfnrt";
-  constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
-  if (text[1] == 'u') return isHexOf(text.substr(2), 4, byte) ? 6 : 0;
-  const auto letter = kLetters.find(text[1]);
-  return letter != std::string_view::npos && kMeanings[letter] == byte ? 2 : 0;
-}
-
-/// The spellings beside the plain one, and the characters without which a text has none of them.
-constexpr Spelling kEncodings[] = {percentEncoded, escapedAsInJson};
-constexpr std::string_view kSignsOfEncoding = "%+\\";
-
-// Whether `text` is the beginning of an encoded byte, of which the rest is missing.
+// Whether `text` may be the beginning of an encoded byte, of which the rest is missing.
 bool isCutOff(std::string_view text) {
   if (text.empty()) return true;
-  return (text.front() == '%' && text.size() < 3) || (text.front() == '\\' && text.size() < 6);
+  return isSignOfEscape(text.front()) && text.size() < Util::kLongestEscape &&
+         text.find(' ') == std::string_view::npos;
+}
+
+/// How much of a word is at the beginning of a text.
+struct Match {
+  std::size_t length;  ///< in the text
+  bool isWhole;
+};
+
+Match plainMatch(std::string_view text, std::string_view word) {
+  const std::size_t longest = std::min(text.size(), word.size());
+  const auto* const end = std::mismatch(word.begin(), word.begin() + longest, text.begin()).first;
+  const auto length = static_cast<std::size_t>(end - word.begin());
+  return {length, length == word.size()};
 }
 
 // The length of `word` at the beginning of `text`; 0 if it is not there.
-std::size_t lengthIn(std::string_view text, std::string_view word, Spelling spelling,
+std::size_t lengthIn(std::string_view text, std::string_view word, const Spelling& spelling,
                      bool mayBeCutOff, std::size_t& work) {
   std::size_t length = 0;
-  for (std::size_t index = 0; index < word.size(); ++index, ++work) {
+  for (std::size_t index = 0; index < word.size(); ++index) {
     const std::string_view rest = text.substr(length);
-    const std::size_t characters = rest.empty() ? 0 : spelling(rest, word[index]);
+    work += !rest.empty() && isSignOfEscape(rest.front()) ? kWorkOfEscape : 1;
+    const std::size_t characters = rest.empty() ? 0 : spelling.lengthOf(rest, word[index]);
     if (characters == 0) {
       return mayBeCutOff && index >= kShortestPart && isCutOff(rest) ? text.size() : 0;
     }
     length += characters;
   }
   return length;
+}
+
+// The same for any spelling.
+std::size_t lengthIn(std::string_view text, std::string_view word, bool mayBeEncoded,
+                     bool mayBeCutOff, std::size_t& work) {
+  const Match plain = plainMatch(text, word);
+  work += plain.length;
+  const bool isEnd = plain.length == text.size() && plain.length >= kShortestPart;
+  std::size_t longest = plain.isWhole || (mayBeCutOff && isEnd) ? plain.length : 0;
+  // An escape is needed up to where the text differs from the word.
+  const std::string_view same = text.substr(0, plain.length + 1);
+  if (!mayBeEncoded || same.find_first_of(kSignsOfEncoding) == std::string_view::npos) {
+    return longest;
+  }
+  for (const Spelling& spelling : kSpellings) {
+    longest = std::max(longest, lengthIn(text, word, spelling, mayBeCutOff, work));
+  }
+  return longest;
 }
 
 // The part that is the same in every text in Base64 that contains `secret` after `offset` bytes
@@ -110,8 +147,9 @@ Redactor::Redactor(const std::vector<std::string>& secrets) {
 
 void Redactor::add(std::string word) {
   if (word.empty() || std::find(words_.begin(), words_.end(), word) != words_.end()) return;
-  for (const char first : {word.front(), '%', '\\'}) {
-    isFirst_.at(static_cast<unsigned char>(first)) = true;
+  isFirst_.at(static_cast<unsigned char>(word.front())) = true;
+  for (const char sign : Util::kSignsOfEscapes) {
+    isFirst_.at(static_cast<unsigned char>(sign)) = true;
   }
   words_.push_back(std::move(word));
 }
@@ -142,6 +180,7 @@ std::string Redactor::line(std::string_view text) const {
   std::size_t work = 0;
   while (!rest.empty() && redacted.size() < Util::kLineLimit + kLongestCharacter) {
     const std::size_t length = matchAt(rest, mayBeEncoded, mayBeCutOff, work);
+    if (work > kMostWork) return std::string(kMask);
     redacted += length == 0 ? rest.substr(0, 1) : kMask;
     rest.remove_prefix(std::max<std::size_t>(length, 1));
   }
@@ -167,15 +206,20 @@ std::size_t Redactor::matchAt(std::string_view text, bool mayBeEncoded, bool may
                               std::size_t& work) const {
   const char first = text.front();
   if (!isFirst_.at(static_cast<unsigned char>(first))) return 0;
-  const bool isEncoded = mayBeEncoded && (first == '%' || first == '\\');
   std::size_t longest = 0;
   work += words_.size();
   for (const std::string& word : words_) {
-    if (first != word.front() && !isEncoded) continue;
-    longest = std::max(longest, lengthIn(text, word, plain, mayBeCutOff, work));
-    if (!mayBeEncoded) continue;
-    for (const Spelling encoding : kEncodings) {
-      longest = std::max(longest, lengthIn(text, word, encoding, mayBeCutOff, work));
+    if (first != word.front()) continue;
+    longest = std::max(longest, lengthIn(text, word, mayBeEncoded, mayBeCutOff, work));
+  }
+  if (!mayBeEncoded || !isSignOfEscape(first)) return longest;
+  for (const Spelling& spelling : kSpellings) {
+    work += kWorkOfEscape;
+    const auto character = Util::readNested(text, spelling.outer, spelling.inner);
+    if (character.size <= 1) continue;  // is no escape
+    for (const std::string& word : words_) {
+      if (character.code != static_cast<unsigned char>(word.front())) continue;
+      longest = std::max(longest, lengthIn(text, word, spelling, mayBeCutOff, work));
     }
   }
   return longest;

@@ -15,14 +15,14 @@ class Redactor {
   explicit Redactor(const std::vector<std::string>& secrets);
 
   /// `text` as one line (see Util::oneLine()) in which asterisks replace every secret, whether it
-  /// is unchanged, percent-encoded, escaped as in JSON, or part of a text in Base64. Truncated to
-  /// Util::kLineLimit bytes after that. The part of a secret that the end of a long text has cut
-  /// off is replaced, too.
+  /// is unchanged, percent-encoded, escaped as in JSON, HTML or XML, one of these within another,
+  /// or part of a text in Base64. Truncated to Util::kLineLimit bytes after that. The part of a
+  /// secret that the end of a long text has cut off is replaced, too. If that takes too long,
+  /// because a hostile text resembles the secrets all along, the result is the asterisks alone.
   std::string line(std::string_view text) const;
 
-  /// `text`, of any length and with any bytes, in which `mask` replaces what line() replaces. If
-  /// that takes too long, because a hostile text resembles the secrets all along, the result is
-  /// `mask` alone.
+  /// `text`, of any length and with any bytes, in which `mask` replaces what line() replaces; `mask`
+  /// alone if that takes too long.
   std::string text(std::string_view text, std::string_view mask) const;
 
  private:

@@ -7,11 +7,14 @@
 #include <utility>
 #include <variant>
 
+#include "CInterface/Arguments.h"
 #include "Client/AccountLookup.h"
 #include "Client/ServiceCall.h"
 #include "libvemlo_service_client.h"
 
 using namespace CloudStorage;
+using CInterface::isNullOrEmpty;
+using CInterface::textOrEmpty;
 
 namespace {
 
@@ -36,14 +39,10 @@ HeapText copyOf(const std::string& text) {
   return copy;
 }
 
-std::string textOrEmpty(const char* text) { return text == nullptr ? std::string() : text; }
-
-bool isEmpty(const char* text) { return text == nullptr || *text == '\0'; }
-
 Config::ProxySetting settingOf(const vemlo_client_proxy* proxy) {
   if (proxy == nullptr) return {};
-  return {textOrEmpty(proxy->host), proxy->port, textOrEmpty(proxy->username),
-          textOrEmpty(proxy->password)};
+  return {std::string(textOrEmpty(proxy->host)), proxy->port,
+          std::string(textOrEmpty(proxy->username)), std::string(textOrEmpty(proxy->password))};
 }
 
 }  // namespace
@@ -52,7 +51,7 @@ int vemlo_client_get_account(int32_t service, const char* access_token, const ch
                              const vemlo_client_proxy* proxy, vemlo_client_account* account) {
   const auto drive = static_cast<Client::Service>(service);
   if (!Client::isDrive(drive)) return kBadArguments;
-  if (access_token == nullptr || (isEmpty(access_token) && isEmpty(refresh_token))) {
+  if (access_token == nullptr || (isNullOrEmpty(access_token) && isNullOrEmpty(refresh_token))) {
     return kBadArguments;
   }
   if (proxy != nullptr && proxy->size < kProxySize) return kBadArguments;
@@ -60,8 +59,8 @@ int vemlo_client_get_account(int32_t service, const char* access_token, const ch
 
   using Done = Util::Outcome<std::monostate, Client::Error>;
   const auto done = Client::ServiceCall::guarded([&]() -> Done {
-    const auto found =
-        Client::lookUpAccount(drive, access_token, textOrEmpty(refresh_token), settingOf(proxy));
+    const auto found = Client::lookUpAccount(
+        drive, access_token, std::string(textOrEmpty(refresh_token)), settingOf(proxy));
     if (!found.isSuccess()) return found.getError();
     HeapText name = copyOf(found.getResult().name);
     HeapText email = copyOf(found.getResult().email);

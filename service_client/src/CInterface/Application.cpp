@@ -8,12 +8,16 @@
 #include <string_view>
 
 #include "Auth/ConsentState.h"
+#include "CInterface/Arguments.h"
 #include "CInterface/Settings.h"
+#include "Client/AccountLookup.h"
 #include "CloudStorage/Client/Service.h"
 #include "Http/TrustAnchors.h"
 #include "libvemlo_service_client.h"
 
 using CloudStorage::CInterface::changeSettings;
+using CloudStorage::CInterface::isGivenEmpty;
+using CloudStorage::CInterface::textOrEmpty;
 using CloudStorage::Client::Service;
 using CloudStorage::Config::Application;
 using CloudStorage::Config::ProcessSettings;
@@ -23,12 +27,8 @@ namespace {
 
 constexpr int kBadArguments = -1;
 constexpr int kNoMemory = 1;
-
-bool isDrive(std::int32_t service) {
-  return service >= VEMLO_CLIENT_AMAZON_DRIVE && service <= VEMLO_CLIENT_DROPBOX;
-}
-
-std::string_view textOf(const char* text) { return text == nullptr ? "" : text; }
+constexpr std::size_t kSizeOfFirstVersion = offsetof(vemlo_client_application, redirect_uri) +
+                                            sizeof(vemlo_client_application::redirect_uri);
 
 bool hasControlCharacter(std::string_view text) {
   return std::any_of(text.begin(), text.end(), [](char character) {
@@ -37,14 +37,12 @@ bool hasControlCharacter(std::string_view text) {
   });
 }
 
-bool isEmpty(const char* text) { return text != nullptr && *text == '\0'; }
-
 bool isValid(const vemlo_client_application& application) {
-  if (application.size < sizeof application) return false;
-  if (isEmpty(application.client_id) || isEmpty(application.redirect_uri)) return false;
-  return !hasControlCharacter(textOf(application.client_id)) &&
-         !hasControlCharacter(textOf(application.client_secret)) &&
-         !hasControlCharacter(textOf(application.redirect_uri));
+  if (application.size < kSizeOfFirstVersion) return false;
+  if (isGivenEmpty(application.client_id) || isGivenEmpty(application.redirect_uri)) return false;
+  return !hasControlCharacter(textOrEmpty(application.client_id)) &&
+         !hasControlCharacter(textOrEmpty(application.client_secret)) &&
+         !hasControlCharacter(textOrEmpty(application.redirect_uri));
 }
 
 std::optional<std::string> optionalText(const char* text) {
@@ -54,10 +52,10 @@ std::optional<std::string> optionalText(const char* text) {
 }  // namespace
 
 int vemlo_client_set_application(int32_t service, const vemlo_client_application* application) {
-  if (!isDrive(service)) return kBadArguments;
+  const auto key = static_cast<Service>(service);
+  if (!CloudStorage::Client::isDrive(key)) return kBadArguments;
   if (application != nullptr && !isValid(*application)) return kBadArguments;
   return changeSettings([=](ProcessSettings& settings) {
-    const auto key = static_cast<Service>(service);
     if (application == nullptr) {
       settings.applications.erase(key);
       return;
@@ -70,7 +68,7 @@ int vemlo_client_set_application(int32_t service, const vemlo_client_application
 
 int vemlo_client_set_state(const char* state) {
   constexpr std::size_t kLongestState = 500;
-  const std::string_view text = textOf(state);
+  const std::string_view text = textOrEmpty(state);
   if (text.size() > kLongestState || hasControlCharacter(text)) return kBadArguments;
   try {
     CloudStorage::Auth::ConsentState::set(std::string(text));
@@ -86,8 +84,8 @@ void vemlo_client_set_pkce(int enabled) {
 
 int vemlo_client_set_trust(const char* file, const char* folder) {
   return changeSettings([=](ProcessSettings& settings) {
-    const TrustAnchors::Sources sources{std::string(textOf(file)), std::string(textOf(folder)),
-                                        true};
+    const TrustAnchors::Sources sources{std::string(textOrEmpty(file)),
+                                        std::string(textOrEmpty(folder)), true};
     const bool isNone = sources.file.empty() && sources.directory.empty();
     settings.trustAnchors = isNone ? nullptr : std::make_shared<TrustAnchors>(sources);
   });

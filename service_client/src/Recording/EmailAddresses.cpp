@@ -1,62 +1,67 @@
 #include "Recording/EmailAddresses.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
+
+#include "Util/CharacterEscapes.h"
 
 namespace CloudStorage::Recording {
 namespace {
 
-/// A character as it is written in a text.
-struct Character {
-  unsigned code;
-  std::size_t size;
-};
+using Util::WrittenCharacter;
 
 constexpr unsigned kFirstBeyondAscii = 0x80;
-
-// The character whose number `digits` at the beginning of `text` state between two signs.
-Character numbered(std::string_view text, std::string_view before, std::size_t digits) {
-  constexpr int kHexadecimal = 16;
-  unsigned code = 0;
-  const std::size_t size = before.size() + digits;
-  if (text.size() < size || text.substr(0, before.size()) != before) return {0, 0};
-  const char* const end = text.data() + size;
-  const auto result = std::from_chars(text.data() + before.size(), end, code, kHexadecimal);
-  return result.ptr == end ? Character{code, size} : Character{0, 0};
-}
-
-Character characterAt(std::string_view text) {
-  const Character plain{static_cast<unsigned char>(text.front()), 1};
-  Character encoded{0, 0};
-  switch (text.front()) {
-    case '%':
-      encoded = numbered(text, "%", 2);
-      break;
-    case '\\':
-      encoded = numbered(text, "\\u", 4);
-      if (encoded.size == 0 && text.size() > 1) encoded = {'\\', 2};  // such as a line break
-      break;
-    case '&':
-      if (text.substr(0, 5) == "&#64;" || text.substr(0, 6) == "&#x40;") {
-        encoded = {'@', text.find(';') + 1};
-      }
-      break;
-    default:
-      break;
-  }
-  return encoded.size == 0 ? plain : encoded;
-}
 
 bool isLetterOrDigit(unsigned code) {
   return (code >= 'a' && code <= 'z') || (code >= 'A' && code <= 'Z') ||
          (code >= '0' && code <= '9') || code >= kFirstBeyondAscii;
 }
 
+Util::CharacterReader readerOf(char first) {
+  switch (first) {
+    case '%':
+      return Util::readPercentEncoded;
+    case '\\':
+      return Util::readBackslashEscaped;
+    case '&':
+      return Util::readCharacterReference;
+    default:
+      return Util::readPlain;
+  }
+}
+
 bool isOfLocalPart(unsigned code) {
   constexpr std::string_view kSigns = ".!#$'*+-^_`{|}~";
   return isLetterOrDigit(code) ||
          (code < kFirstBeyondAscii && kSigns.find(static_cast<char>(code)) != kSigns.npos);
+}
+
+// The character at the beginning of `text`, however it is escaped. Two escapes within each other
+// count if they may be a part of an address only: `\\n` in a text is not a line break.
+WrittenCharacter characterAt(std::string_view text) {
+  const Util::CharacterReader reader = readerOf(text.front());
+  const WrittenCharacter nested = Util::readNested(text, reader, reader);
+  const WrittenCharacter single = reader(text);
+  const bool isNested = nested.size > single.size;
+  if (isNested && (nested.code == '@' || isOfLocalPart(nested.code))) return nested;
+  return single.size == 0 ? Util::readPlain(text) : single;
+}
+
+// The length of the address of a host in brackets at the beginning of `text`; 0 if it is none.
+std::size_t hostLiteralLength(std::string_view text) {
+  constexpr std::size_t kLongest = 48;
+  std::size_t position = 0;
+  bool hasSeparator = false;
+  for (std::size_t count = 0; position < text.size() && count < kLongest; ++count) {
+    const WrittenCharacter character = characterAt(text.substr(position));
+    position += character.size;
+    const bool isSeparator = character.code == '.' || character.code == ':';
+    hasSeparator = hasSeparator || isSeparator;
+    if (count == 0 && character.code == '[') continue;
+    if (character.code == ']' && hasSeparator) return position;
+    if (count == 0 || (!isSeparator && !isLetterOrDigit(character.code))) return 0;
+  }
+  return 0;
 }
 
 // The length of the domain at the beginning of `text`; 0 if it is none of an e-mail address.
@@ -70,7 +75,7 @@ std::size_t domainLength(std::string_view text) {
   bool hasDot = false;
   bool isDomain = false;
   while (!isAnnotation && position < text.size()) {
-    const Character character = characterAt(text.substr(position));
+    const WrittenCharacter character = characterAt(text.substr(position));
     const bool isPart = isLetterOrDigit(character.code);
     if (!isPart && character.code != '.' && character.code != '-') break;
     if (position == 0 && !isPart) break;
@@ -82,6 +87,39 @@ std::size_t domainLength(std::string_view text) {
   return isDomain ? length : 0;
 }
 
+std::size_t hostLength(std::string_view text) {
+  const std::size_t domain = domainLength(text);
+  return domain != 0 ? domain : hostLiteralLength(text);
+}
+
+/// The last two quotes of a text. Between them may be a local part with signs that no other has.
+class Quotes {
+ public:
+  void add(std::size_t position, std::string_view spelling) {
+    before_ = last_;
+    last_ = {position, spelling};
+  }
+
+  /// Where the part in quotes begins that ends at `position`; `position` if there is none. Quotes
+  /// that are written in different ways are not a pair.
+  std::size_t beginOf(std::size_t position) const {
+    constexpr std::size_t kLongest = 66;
+    const std::size_t size = last_.spelling.size();
+    const bool isPair = size != 0 && last_.spelling == before_.spelling;
+    const bool isEnd = isPair && last_.position + size == position;
+    const std::size_t distance = last_.position - before_.position;
+    return isEnd && distance > size && distance < kLongest ? before_.position : position;
+  }
+
+ private:
+  struct Quote {
+    std::size_t position = 0;
+    std::string_view spelling;
+  };
+  Quote before_;
+  Quote last_;
+};
+
 }  // namespace
 
 std::string maskEmailAddresses(std::string_view text, std::string_view mask) {
@@ -89,16 +127,19 @@ std::string maskEmailAddresses(std::string_view text, std::string_view mask) {
   masked.reserve(text.size());
   std::size_t copied = 0;     // `text` up to here is in `masked`
   std::size_t localPart = 0;  // where the part before an at sign may begin
+  Quotes quotes;
   for (std::size_t position = 0; position < text.size();) {
-    const Character character = characterAt(text.substr(position));
+    const WrittenCharacter character = characterAt(text.substr(position));
     const std::size_t next = position + character.size;
-    const bool isAddress = character.code == '@' && localPart < position;
-    const std::size_t domain = isAddress ? domainLength(text.substr(next)) : 0;
-    if (domain != 0) {
+    if (character.code == '@' && localPart == position) localPart = quotes.beginOf(position);
+    const bool isAddress = character.code == '@' && localPart < position && localPart >= copied;
+    const std::size_t host = isAddress ? hostLength(text.substr(next)) : 0;
+    if (host != 0) {
       masked.append(text.substr(copied, localPart - copied)).append(mask);
-      copied = next + domain;
+      copied = next + host;
     }
-    position = next + domain;
+    if (character.code == '"') quotes.add(position, text.substr(position, character.size));
+    position = next + host;
     if (!isOfLocalPart(character.code)) localPart = position;
   }
   return masked.append(text.substr(copied));

@@ -1,6 +1,5 @@
 #include "Recording/Recorder.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "CloudStorage/Util/Threading/CancellationDeferred.h"
 #include "Recording/ExchangeRedactor.h"
 #include "Recording/HarEntry.h"
 #include "Recording/HarFile.h"
@@ -20,17 +20,7 @@
 namespace CloudStorage::Recording {
 namespace {
 
-/// Defers the cancellation of the thread, which must not end it in the midst of an entry.
-class CancellationDeferred {
- public:
-  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
-  ~CancellationDeferred() { pthread_setcancelstate(former_, nullptr); }
-  CancellationDeferred(const CancellationDeferred&) = delete;
-  CancellationDeferred& operator=(const CancellationDeferred&) = delete;
-
- private:
-  int former_ = PTHREAD_CANCEL_ENABLE;
-};
+using Util::Threading::CancellationDeferred;
 
 class Recorder {
  public:
@@ -47,7 +37,7 @@ class Recorder {
   bool belongsToThisProcess() const { return process_ == ::getpid(); }
 
   void add(const Exchange& exchange, const Http::Transport& transport) {
-    const CancellationDeferred cancellation;
+    const CancellationDeferred cancellation;  // must not end the thread in the midst of an entry
     try {
       std::vector<std::string> known = knownSecrets();
       for (std::string& secret : transport.secrets()) known.push_back(std::move(secret));

@@ -4,6 +4,7 @@
 #include <array>
 #include <iterator>
 
+#include "Recording/FieldSyntax.h"
 #include "Util/Text.h"
 
 namespace CloudStorage::Recording {
@@ -22,13 +23,16 @@ constexpr std::string_view kNames[] = {
     "signature",     "tempauth",          "xamzcredential",
     "xamzsignature", "xamzsecuritytoken",
 };
-/// Names that are secret as those of parameters only. A member named "code" states an error's.
+/// Names that are secret as those of parameters only.
 constexpr std::string_view kParameters[] = {"code",  "codechallenge", "credential", "nonce",
                                             "state", "sessionstate",  "token"};
 constexpr std::string_view kElements[] = {
     "authenticationerrordetail", "awsaccesskeyid",    "canonicalrequest", "canonicalrequestbytes",
     "signatureprovided",         "stringtosignbytes", "stringtosign",
 };
+/// Names of headers, as texts quote them: the value ends with the line.
+constexpr std::string_view kHeaders[] = {"authorization", "proxyauthorization", "cookie",
+                                         "setcookie"};
 constexpr std::size_t kLongestName = 32;
 
 template <std::size_t Count>
@@ -56,95 +60,32 @@ bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
-/// One sign between a name and its value, in one of its spellings.
-struct Sign {
-  char meaning;
-  std::string_view spelling;
-};
-constexpr Sign kSigns[] = {
-    {'=', "="},     {':', ":"},       {'"', "\""},      {'\'', "'"},      {' ', " "},
-    {' ', "\t"},    {' ', "\n"},      {' ', "\r"},      {'\\', "\\"},     {'=', "%3D"},
-    {'=', "%3d"},   {':', "%3A"},     {':', "%3a"},     {'"', "%22"},     {'"', "&quot;"},
-    {'"', "&#34;"}, {'=', "\\u003d"}, {'=', "\\u003D"}, {'"', "\\u0022"}, {' ', "%20"},
-};
-
-const Sign* signAt(std::string_view text) {
-  const Sign* longest = nullptr;
-  for (const Sign& sign : kSigns) {
-    if (startsWith(text, sign.spelling) &&
-        (longest == nullptr || sign.spelling.size() > longest->spelling.size())) {
-      longest = &sign;
-    }
-  }
-  return longest;
-}
-
-/// What separates a name from its value.
-struct Separator {
-  std::size_t size = 0;
-  /// The equals sign or the colon; null if there is none.
-  const Sign* assignment = nullptr;
-  /// The quote at which the value begins; null if it is bare.
-  const Sign* quote = nullptr;
-  bool isQuoteEscaped = false;
-  bool isNameQuoted = false;
-
-  /// Returns false if `sign` is part of the value.
-  bool add(const Sign& sign, char previous) {
-    const bool isAssignment = sign.meaning == '=' || sign.meaning == ':';
-    const bool isQuote = sign.meaning == '"' || sign.meaning == '\'';
-    if (isAssignment && assignment != nullptr) return false;
-    if (isAssignment) assignment = &sign;
-    if (isQuote && assignment == nullptr) isNameQuoted = true;
-    if (isQuote && assignment != nullptr) {
-      quote = &sign;
-      isQuoteEscaped = previous == '\\';
-    }
-    size += sign.spelling.size();
-    return true;
-  }
-};
-
-Separator separatorOf(std::string_view text) {
-  constexpr std::size_t kLongest = 64;
-  Separator separator;
-  const Sign* sign = signAt(text);
-  char previous = '\0';
-  while (sign != nullptr && separator.size < kLongest && separator.quote == nullptr) {
-    if (!separator.add(*sign, previous)) break;
-    previous = sign->meaning;
-    sign = signAt(text.substr(separator.size));
-  }
-  return separator;
-}
-
-// The position of the quote that ends the value at the beginning of `text`.
-std::size_t closingQuote(std::string_view text, const Separator& separator) {
-  const std::string_view quote = separator.quote->spelling;
-  if (separator.isQuoteEscaped) return text.find(std::string("\\").append(quote));
-  std::size_t position = 0;
-  while (position < text.size() && !startsWith(text.substr(position), quote)) {
-    position += text[position] == '\\' ? 2 : 1;
-  }
-  return position;
-}
-
-// The position of the sign that ends the bare value at the beginning of `text`.
-std::size_t endOfBare(std::string_view text, const Separator& separator) {
-  const bool isParameter = separator.assignment->meaning == '=';
-  constexpr std::string_view kEnds = "&#\"'<> \t\r\n\\,;)}]";
-  constexpr std::size_t kEndsOfParameter = 10;
-  text =
-      text.substr(0, text.find_first_of(isParameter ? kEnds.substr(0, kEndsOfParameter) : kEnds));
-  if (separator.assignment->spelling.size() == 1) return text.size();
-  for (const std::string_view sign : {"%26", "%22", "%23"}) text = text.substr(0, text.find(sign));
-  return text.size();
-}
-
 // JSON's values other than texts and numbers contain no secret.
 bool isConstantOrGroup(std::string_view value) {
   return value.empty() || value.find_first_of("[{") == 0 || value == "null" || value == "true" ||
          value == "false";
+}
+
+// A member named "code" contains an error's number or name, or an authorization code.
+bool isAuthorizationCode(std::string_view value) {
+  constexpr std::size_t kLongestWord = 20;
+  return value.size() > kLongestWord && !std::all_of(value.begin(), value.end(), [](char c) {
+           return (isOfName(c) && c != '-' && (c < '0' || c > '9')) || c == '.';
+         });
+}
+
+// How many characters before the at sign of an address name a user, and the password. `text` is
+// what follows the two slashes.
+std::size_t userLength(std::string_view text, bool isEncoded) {
+  constexpr std::size_t kLongest = 1024;
+  text = text.substr(0, kLongest);
+  text = text.substr(0, text.find_first_of("/?#\"'<> \t\r\n\\&"));
+  if (!isEncoded) return text.rfind('@');
+  for (const std::string_view sign : {"%2F", "%2f", "%3F", "%3f", "%23", "%26", "%22", "%20"}) {
+    text = text.substr(0, text.find(sign));
+  }
+  const std::size_t at = text.rfind("%40");
+  return at != kNone ? at : text.rfind('@');
 }
 
 class Scanner {
@@ -155,10 +96,10 @@ class Scanner {
     while (position_ < text_.size()) {
       const std::size_t begin = position_;
       while (position_ < text_.size() && isOfName(text_[position_])) ++position_;
-      if (position_ == begin) {
-        ++position_;
-      } else {
+      if (position_ != begin) {
         read(begin);
+      } else if (!readUser()) {
+        ++position_;
       }
     }
     return std::move(fields_);
@@ -171,10 +112,53 @@ class Scanner {
     const std::string_view given = text_.substr(begin, position_ - begin);
     if (given.empty() || given.size() > kLongestName) return;
     const std::string name = normalized(given);
-    if (contains(kElements, name) && endsWith(text_.substr(0, begin), "<")) return readElement();
-    if (contains(kNames, name) || (contains(kParameters, name) && isParameterAt(begin))) {
-      readValue();
+    const std::string_view sign = signOfElementAt(begin);
+    if (!sign.empty()) {
+      const bool isSecret = contains(kElements, name) || contains(kNames, name) || name == "token";
+      if (isSecret) readElement(sign.size() > 1);
+    } else if (contains(kHeaders, name)) {
+      readValue(Value::Header);
+    } else if (contains(kNames, name) || (contains(kParameters, name) && isParameterAt(begin))) {
+      readValue(Value::Any);
+    } else if (name == "token" || name == "code") {
+      readValue(name == "token" ? Value::Member : Value::Code);
     }
+  }
+
+  // Reads what precedes the host in an address whose slashes begin at the position.
+  bool readUser() {
+    constexpr std::string_view kBegins[] = {"://", ":\\/\\/"};
+    constexpr std::string_view kEncoded[] = {"%3A%2F%2F", "%3a%2f%2f"};
+    const std::string_view rest = text_.substr(position_);
+    const auto read = [&](std::string_view sign, bool isEncoded) {
+      if (!startsWith(rest, sign)) return false;
+      const std::size_t size = userLength(rest.substr(sign.size()), isEncoded);
+      if (size == kNone || size == 0) return false;
+      const std::size_t begin = position_ + sign.size();
+      add(begin, begin + size, false);
+      return true;
+    };
+    return std::any_of(std::begin(kBegins), std::end(kBegins),
+                       [&](std::string_view sign) { return read(sign, false); }) ||
+           std::any_of(std::begin(kEncoded), std::end(kEncoded),
+                       [&](std::string_view sign) { return read(sign, true); });
+  }
+
+  // The sign before the name of an XML element, perhaps with a prefix, that begins there; empty if
+  // it is none.
+  std::string_view signOfElementAt(std::size_t begin) const {
+    std::string_view before = text_.substr(0, begin);
+    if (endsWith(before, ":")) {
+      before.remove_suffix(1);
+      for (std::size_t count = 0; count < kLongestName && !before.empty(); ++count) {
+        if (!isOfName(before.back())) break;
+        before.remove_suffix(1);
+      }
+    }
+    for (const std::string_view sign : {"<", "&lt;"}) {
+      if (endsWith(before, sign)) return sign;
+    }
+    return {};
   }
 
   // How many characters before a name are the rest of an escape, such as `%26` or `\u0026`.
@@ -195,21 +179,74 @@ class Scanner {
                        [&](std::string_view sign) { return endsWith(before, sign); });
   }
 
-  void readElement() {
-    const std::size_t open = std::min(text_.find('>', position_), text_.size() - 1);
-    add(open + 1, text_.find("</", open), false);
+  void readElement(bool isEscaped) {
+    const std::string_view open = isEscaped ? "&gt;" : ">";
+    const std::size_t begin = std::min(text_.find(open, position_), text_.size() - open.size());
+    add(begin + open.size(), text_.find(isEscaped ? "&lt;/" : "</", begin), false);
   }
 
-  void readValue() {
+  /// The kinds of values.
+  enum class Value {
+    Any,
+    Header,
+    Member,  ///< only with a name in quotes
+    Code,    ///< the same, if it is an authorization code
+  };
+
+  void readValue(Value kind) {
     const Separator separator = separatorOf(text_.substr(position_));
     if (separator.assignment == nullptr) return;
+    const bool isMember = kind == Value::Member || kind == Value::Code;
+    if (isMember && !separator.isNameQuoted) return;
     const std::size_t begin = position_ + separator.size;
     const std::string_view rest = text_.substr(begin);
-    const std::size_t size =
-        separator.quote != nullptr ? closingQuote(rest, separator) : endOfBare(rest, separator);
     const bool isBareInJson = separator.quote == nullptr && separator.isNameQuoted;
-    if (isBareInJson && isConstantOrGroup(rest.substr(0, size))) return;
+    if (isBareInJson && startsWith(rest, "[") && kind != Value::Code) return readArray(begin);
+    const std::size_t size = sizeOf(rest, separator, kind);
+    const std::string_view value = rest.substr(0, size);
+    if (isBareInJson && isConstantOrGroup(value)) return;
+    if (kind == Value::Code && (isBareInJson || !isAuthorizationCode(value))) return;
     add(begin, size == kNone ? kNone : begin + size, isBareInJson);
+  }
+
+  static std::size_t sizeOf(std::string_view rest, const Separator& separator, Value kind) {
+    if (separator.quote != nullptr) return closingQuote(rest, separator);
+    const bool isHeader = kind == Value::Header && !separator.isNameQuoted;
+    return isHeader ? endOfHeader(rest, separator) : endOfBare(rest, separator);
+  }
+
+  // Reads the texts and numbers of the array at `begin`, also those in arrays within it.
+  void readArray(std::size_t begin) {
+    std::size_t depth = 0;
+    char previous = '\0';
+    for (position_ = begin; position_ < text_.size();) {
+      const char c = text_[position_];
+      const Sign* const sign = signAt(text_.substr(position_));
+      if (sign != nullptr && sign->meaning == '"') {
+        readElementInQuotes(*sign, previous == '\\');
+      } else if (c == '-' || (c >= '0' && c <= '9')) {
+        add(position_, text_.find_first_of(",] \t\r\n", position_), true);
+      } else if (c == '{') {
+        return;
+      } else {
+        if (c == '[') ++depth;
+        if (c == ']') --depth;
+        ++position_;
+        if (depth == 0) return;
+      }
+      previous = c;
+    }
+  }
+
+  void readElementInQuotes(const Sign& quote, bool isEscaped) {
+    Separator separator;
+    separator.quote = &quote;
+    separator.isQuoteEscaped = isEscaped;
+    const std::size_t begin = position_ + quote.spelling.size();
+    const std::size_t size = closingQuote(text_.substr(begin), separator);
+    add(begin, size == kNone ? kNone : begin + size, false);
+    position_ = std::max(position_, begin);
+    if (position_ < text_.size()) position_ += quote.spelling.size() + (isEscaped ? 1 : 0);
   }
 
   void add(std::size_t begin, std::size_t end, bool isBareInJson) {

@@ -8,6 +8,7 @@ import base64
 import collections
 import ctypes
 import functools
+import html
 import json
 import os
 import pathlib
@@ -61,9 +62,21 @@ def _inside_base64(secret):
             yield text[begin_:end]
 
 
+def _references(secret):
+    """The secret with the character references of HTML and XML."""
+    return {
+        html.escape(secret),
+        html.escape(secret).replace("&#x27;", "&#39;").replace("&quot;", "&#34;"),
+        html.escape(secret).replace("+", "&#43;").replace("/", "&#47;").replace("=", "&#61;"),
+        html.escape(secret).replace("+", "&#x2B;").replace("/", "&#x2F;").replace("=", "&#x3D;"),
+        "".join(f"&#{ord(c)};" for c in secret),
+        "".join(f"&#x{ord(c):x};" for c in secret),
+    }
+
+
 def spellings(secret):
     """The secret unchanged, percent-encoded, in Base64 (also within a longer text) and escaped as
-    in JSON."""
+    in JSON, HTML and XML; encoded or escaped twice, too."""
     data = secret.encode()
     encoded = [urllib.parse.quote(secret, safe=safe) for safe in ("", "/", "/:@")]
     base64_ = [base64.b64encode(data).decode().rstrip("="), *_inside_base64(data)]
@@ -78,6 +91,9 @@ def spellings(secret):
         json.dumps(json.dumps(secret))[3:-3],
         "".join(f"%{byte:02X}" for byte in data),
         "".join(f"\\u{ord(c):04x}" for c in secret),
+        *(urllib.parse.quote(text, safe="") for text in encoded),
+        *_references(secret),
+        *(html.escape(text) for text in _references(secret)),
     }
 
 
