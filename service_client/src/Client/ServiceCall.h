@@ -149,7 +149,8 @@ class ServiceCall {
   /// authorized.
   static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
   /// Whether `error` is the refusal of a request that should have a token and was sent without one,
-  /// because there is none or it could not be renewed. Its code says nothing else about the account.
+  /// because there is none or it could not be renewed. Its code says nothing else about the
+  /// account.
   static bool isRefusalWithoutToken(const Error& error, const Http::Request& request);
   void noteFailure(const char* operation, const Error& error) const;
   /// Whether the call must end now. If so, `error` becomes the error that states why.
