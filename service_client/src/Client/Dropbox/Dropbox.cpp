@@ -4,9 +4,9 @@
 #include <string_view>
 #include <utility>
 
-#include "Auth/OAuth2TokenEndpoint.h"
 #include "Client/AccountRequests.h"
 #include "Client/DriveCall.h"
+#include "Client/Dropbox/DropboxTokenEndpoint.h"
 #include "Client/Dropbox/EntryJson.h"
 #include "Client/ErrorMarshalling.h"
 #include "Client/ErrorTables.h"
@@ -49,71 +49,6 @@ void addPath(Json::ObjectWriter& arguments, const Util::Field<std::string>& path
 // Authorization
 
 namespace {
-
-using Tokens = Auth::TokenRefresher::Tokens;
-
-// Does not occur in the service's tokens.
-constexpr char kTokenSeparator = '|';
-
-Tokens splitTokens(const std::string& text) {
-  const auto separator = text.find(kTokenSeparator);
-  if (separator == std::string::npos) return {text, {}};
-  return {text.substr(0, separator), text.substr(separator + 1)};
-}
-
-// The tokens that belong together. A refresh token that is joined to the access token takes
-// precedence, because both are from the same grant.
-Tokens separate(const Tokens& tokens) {
-  Tokens separated = splitTokens(tokens.accessToken);
-  if (separated.refreshToken.empty()) separated.refreshToken = tokens.refreshToken;
-  separated.lifetime = tokens.lifetime;
-  return separated;
-}
-
-std::string joinTokens(const Tokens& tokens) {
-  if (tokens.refreshToken.empty()) return tokens.accessToken;
-  return tokens.accessToken + kTokenSeparator + tokens.refreshToken;
-}
-
-/// Supports access tokens that also contain the refresh token. A host stores a single text per
-/// account, which remains usable after the access token has expired only if it holds both tokens.
-class DropboxTokenEndpoint final : public Auth::OAuth2TokenEndpoint {
- public:
-  DropboxTokenEndpoint(const Auth::OAuth2TokenEndpoint& endpoint, bool joinsTokens)
-      : OAuth2TokenEndpoint(endpoint), joinsTokens_(joinsTokens) {}
-
-  // The form of the access token stays as it is.
-  Util::Status refresh(Tokens& tokens) override {
-    if (splitTokens(tokens.accessToken).refreshToken.empty()) {
-      return OAuth2TokenEndpoint::refresh(tokens);
-    }
-    Tokens separated = separate(tokens);
-    auto status = OAuth2TokenEndpoint::refresh(separated);
-    if (!status.isSuccess()) return status;
-    tokens.accessToken = joinTokens(separated);
-    tokens.lifetime = separated.lifetime;
-    return status;
-  }
-
-  void report(const Tokens& former, const Tokens& renewed) const override {
-    Tokens reported = separate(renewed);
-    reported.accessToken = joinsTokens_ ? joinTokens(reported) : renewed.accessToken;
-    OAuth2TokenEndpoint::report(separate(former), reported);
-  }
-
-  std::string bearerOf(const std::string& accessToken) const override {
-    return splitTokens(accessToken).accessToken;
-  }
-
-  Util::Status exchange(const Grant& grant, Tokens& tokens) override {
-    auto status = OAuth2TokenEndpoint::exchange(grant, tokens);
-    if (status.isSuccess() && joinsTokens_) tokens.accessToken = joinTokens(tokens);
-    return status;
-  }
-
- private:
-  bool joinsTokens_;
-};
 
 DropboxClient::Options currentOptions() {
   const auto settings = Config::ProcessSettings::current();
