@@ -21,8 +21,8 @@ class Redactor {
   /// because a hostile text resembles the secrets all along, the result is the asterisks alone.
   std::string line(std::string_view text) const;
 
-  /// `text`, of any length and with any bytes, in which `mask` replaces what line() replaces; `mask`
-  /// alone if that takes too long.
+  /// `text`, of any length and with any bytes, in which `mask` replaces what line() replaces;
+  /// `mask` alone if that takes too long.
   std::string text(std::string_view text, std::string_view mask) const;
 
  private:
