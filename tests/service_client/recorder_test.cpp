@@ -138,7 +138,9 @@ TEST_F(Recorder, SecretsOfTheRequestAreRedactedWhereverTheyAre) {
   const std::string token = "ya29.a0 AfH/6SMB+~\"x";
   for (const std::string& form :
        {token, Http::uriEncode(token, false), base64Encode(token), base64Encode("id:" + token),
-        std::string(R"(ya29.a0\u0020AfH\/6SMB+~\"x)")}) {
+        std::string(R"(ya29.a0\u0020AfH\/6SMB+~\"x)"),
+        std::string("ya29.a0&#32;AfH&#x2F;6SMB&#43;~&quot;x"),
+        Http::uriEncode(Http::uriEncode(token, false), false)}) {
     record(requestTo("https://a.test/", {{"authorization", "Bearer " + token}}),
            response(400, "You sent <" + form + '>', {{"x-detail", form}}));
   }
@@ -170,6 +172,16 @@ TEST_F(Recorder, SecretsOfEarlierExchangesAreRedacted) {
   EXPECT_EQ(entry.at("response").at("content").at("text"),
             "[redacted] [redacted] [redacted] [redacted] [redacted] [redacted]");
   EXPECT_EQ(entry.at("request").at("url"), "https://a.test/%5Bredacted%5D");
+}
+
+TEST_F(Recorder, FieldsOfBodiesAreRedacted) {
+  const auto entry = record(
+      requestTo("https://a.test/"),
+      response(400, R"({"Authorization":"Basic the-word","code":"4/0the-code-of-authorization",)"
+                    R"("token":["the-first","the-second"],"proxy":"http://the-user:the-word@b/",)"
+                    R"("error":{"code":"itemNotFound","status":404}})"));
+  EXPECT_THAT(file.text(), Not(HasSubstr("the-")));
+  EXPECT_THAT(entry.at("response").dump(), HasSubstr("itemNotFound"));
 }
 
 TEST_F(Recorder, TokenIsRedactedWhoseNameHasEscapes) {

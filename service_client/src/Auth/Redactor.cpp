@@ -1,6 +1,8 @@
 #include "Auth/Redactor.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 #include "Auth/Digest.h"
 #include "Util/CharacterEscapes.h"
@@ -88,11 +90,39 @@ Match plainMatch(std::string_view text, std::string_view word) {
   return {length, length == word.size()};
 }
 
+/// What an escape means in each of the spellings. Kept, because many words are compared with it.
+class Readings {
+ public:
+  using Characters = std::array<Util::WrittenCharacter, std::size(kSpellings)>;
+
+  /// Of the beginning of `text`, which is not empty.
+  const Characters& of(std::string_view text, std::size_t& work) {
+    if (text.data() == text_) return characters_;
+    text_ = text.data();
+    for (std::size_t index = 0; index < characters_.size(); ++index) {
+      const Spelling& spelling = kSpellings[index];
+      characters_.at(index) = Util::readNested(text, spelling.outer, spelling.inner);
+    }
+    work += characters_.size() * kWorkOfEscape;
+    return characters_;
+  }
+
+ private:
+  const char* text_ = nullptr;
+  Characters characters_{};
+};
+
+/// How much of a word is known to be at the beginning of a text.
+struct Known {
+  std::size_t ofWord;
+  std::size_t ofText;
+};
+
 // The length of `word` at the beginning of `text`; 0 if it is not there.
-std::size_t lengthIn(std::string_view text, std::string_view word, const Spelling& spelling,
-                     bool mayBeCutOff, std::size_t& work) {
-  std::size_t length = 0;
-  for (std::size_t index = 0; index < word.size(); ++index) {
+std::size_t lengthIn(std::string_view text, std::string_view word, Known known,
+                     const Spelling& spelling, bool mayBeCutOff, std::size_t& work) {
+  std::size_t length = known.ofText;
+  for (std::size_t index = known.ofWord; index < word.size(); ++index) {
     const std::string_view rest = text.substr(length);
     work += !rest.empty() && isSignOfEscape(rest.front()) ? kWorkOfEscape : 1;
     const std::size_t characters = rest.empty() ? 0 : spelling.lengthOf(rest, word[index]);
@@ -105,19 +135,25 @@ std::size_t lengthIn(std::string_view text, std::string_view word, const Spellin
 }
 
 // The same for any spelling.
-std::size_t lengthIn(std::string_view text, std::string_view word, bool mayBeEncoded,
-                     bool mayBeCutOff, std::size_t& work) {
+std::size_t lengthIn(std::string_view text, std::string_view word, Readings& readings,
+                     bool mayBeEncoded, bool mayBeCutOff, std::size_t& work) {
   const Match plain = plainMatch(text, word);
   work += plain.length;
   const bool isEnd = plain.length == text.size() && plain.length >= kShortestPart;
   std::size_t longest = plain.isWhole || (mayBeCutOff && isEnd) ? plain.length : 0;
+  if (!mayBeEncoded) return longest;
   // An escape is needed up to where the text differs from the word.
-  const std::string_view same = text.substr(0, plain.length + 1);
-  if (!mayBeEncoded || same.find_first_of(kSignsOfEncoding) == std::string_view::npos) {
-    return longest;
-  }
-  for (const Spelling& spelling : kSpellings) {
-    longest = std::max(longest, lengthIn(text, word, spelling, mayBeCutOff, work));
+  const std::size_t sign = text.substr(0, plain.length + 1).find_first_of(kSignsOfEncoding);
+  if (sign == std::string_view::npos || sign >= word.size()) return longest;
+  const auto& characters = readings.of(text.substr(sign), work);
+  for (std::size_t index = 0; index < characters.size(); ++index) {
+    const auto [code, size] = characters.at(index);
+    ++work;
+    // Without a size the escape is cut off. A plus sign may be a space.
+    const bool isKnown = size != 0 && text[sign] != '+';
+    if (isKnown && code != static_cast<unsigned char>(word[sign])) continue;
+    const Known known = isKnown ? Known{sign + 1, sign + size} : Known{sign, sign};
+    longest = std::max(longest, lengthIn(text, word, known, kSpellings[index], mayBeCutOff, work));
   }
   return longest;
 }
@@ -207,19 +243,22 @@ std::size_t Redactor::matchAt(std::string_view text, bool mayBeEncoded, bool may
   const char first = text.front();
   if (!isFirst_.at(static_cast<unsigned char>(first))) return 0;
   std::size_t longest = 0;
+  Readings readings;
   work += words_.size();
   for (const std::string& word : words_) {
     if (first != word.front()) continue;
-    longest = std::max(longest, lengthIn(text, word, mayBeEncoded, mayBeCutOff, work));
+    longest = std::max(longest, lengthIn(text, word, readings, mayBeEncoded, mayBeCutOff, work));
   }
   if (!mayBeEncoded || !isSignOfEscape(first)) return longest;
-  for (const Spelling& spelling : kSpellings) {
-    work += kWorkOfEscape;
-    const auto character = Util::readNested(text, spelling.outer, spelling.inner);
-    if (character.size <= 1) continue;  // is no escape
+  const auto& characters = readings.of(text, work);
+  for (std::size_t index = 0; index < characters.size(); ++index) {
+    const auto [code, size] = characters.at(index);
+    ++work;
+    if (size <= 1) continue;  // is no escape
     for (const std::string& word : words_) {
-      if (character.code != static_cast<unsigned char>(word.front())) continue;
-      longest = std::max(longest, lengthIn(text, word, spelling, mayBeCutOff, work));
+      if (code != static_cast<unsigned char>(word.front())) continue;
+      longest =
+          std::max(longest, lengthIn(text, word, {1, size}, kSpellings[index], mayBeCutOff, work));
     }
   }
   return longest;
