@@ -4,12 +4,14 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Client/ServiceCall.h"
 #include "CloudStorage/Client/S3/S3Client.h"
 #include "CloudStorage/Client/SerializableWSRequest.h"
 #include "libvemlo/retry_strategies.h"
 #include "support/attempt_fixture.h"
+#include "support/scripted_transport.h"
 
 namespace {
 
@@ -39,19 +41,32 @@ class EmptyRequest : public CloudStorage::Client::SerializableWSRequest {
 
 struct Nothing {};
 
+class TransportWithSecrets : public TestSupport::ScriptedTransport {
+ public:
+  explicit TransportWithSecrets(std::vector<std::string> secrets) : secrets_(std::move(secrets)) {}
+  std::vector<std::string> secrets() const override { return secrets_; }
+
+ private:
+  std::vector<std::string> secrets_;
+};
+
 CloudStorage::Util::Outcome<Nothing, Error> parseNothing(Http::Response&&) { return Nothing(); }
 
 // The error of a service that repeats `secret` to a request authorized with `header`.
-Error errorWith(const std::string& header, const std::string& secret) {
+Error errorWith(const std::string& header, const std::string& secret,
+                std::vector<std::string> secretsOfTransport = {}) {
   TestSupport::AttemptFixture fixture;
-  fixture.enqueue(TestSupport::response(403, "<Error><Code>Denied" + secret +
-                                                 "</Code><Message>not " + secret +
-                                                 ", no.</Message></Error>"));
+  const auto transport = std::make_shared<TransportWithSecrets>(std::move(secretsOfTransport));
+  auto environment = fixture.environment();
+  environment.transport = transport;
+  transport->enqueue(TestSupport::response(403, "<Error><Code>Denied" + secret +
+                                                    "</Code><Message>not " + secret +
+                                                    ", no.</Message></Error>"));
   ClientParts parts;
   parts.retryStrategy = std::make_shared<S3RetryStrategy>(nullptr);
   parts.errorMarshaller = std::make_shared<CloudStorage::Client::S3::S3ErrorMarshaller>();
   GivenHeader policy(header);
-  const ServiceCall call(parts, fixture.environment());
+  const ServiceCall call(parts, environment);
   return call
       .send(
           {"get", Http::Method::Get}, [] { return Http::URI::parse("https://host/").value(); },
@@ -69,6 +84,12 @@ void expectRemoved(const std::string& header, const std::string& secret) {
 TEST(ServiceCallSecrets, BearerTokenIsInNoError) {
   expectRemoved("Bearer ya29.a0AfH6SMB-token_~+/x", "ya29.a0AfH6SMB-token_~+/x");
   expectRemoved("Bearer eyJhbGciOiJub25lIn0==", "eyJhbGciOiJub25lIn0==");
+}
+
+TEST(ServiceCallSecrets, CredentialsOfTheProxyAreInNoError) {
+  const std::string credentials = "dXNlcjpwYXNzd29yZA==";
+  EXPECT_THAT(errorWith("", credentials).message, HasSubstr(credentials));
+  EXPECT_THAT(errorWith("", credentials, {credentials}).message, Not(HasSubstr(credentials)));
 }
 
 TEST(ServiceCallSecrets, WholeBearerTokenIsInNoError) {

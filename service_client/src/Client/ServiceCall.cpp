@@ -115,11 +115,11 @@ Error ServiceCall::withResponse(Error error, const Http::Response& response) {
 
 // Services and proxies may quote the request in their messages.
 Error ServiceCall::redacted(Error error, const Http::Request& request,
-                            const RequestPolicy& policy) {
-  std::vector<std::string> secrets;
+                            const RequestPolicy& policy) const {
+  std::vector<std::string> secrets = environment_.transport->secrets();
   const auto authorization = request.headers.find("authorization");
   if (authorization != request.headers.end()) {
-    secrets = policy.secretsIn(request);
+    for (std::string& secret : policy.secretsIn(request)) secrets.push_back(std::move(secret));
     secrets.emplace_back(secretOf(authorization->second));
   }
   const Auth::Redactor redactor(secrets);

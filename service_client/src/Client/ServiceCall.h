@@ -145,9 +145,9 @@ class ServiceCall {
   static Http::Request encode(Http::Method method, const Http::URI& uri, const WSRequest& model);
   /// `error` with the status and the headers of the response that caused it.
   static Error withResponse(Error error, const Http::Response& response);
-  /// `error` with texts of one line each, without the secrets of `request`, which `policy` has
-  /// authorized.
-  static Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy);
+  /// `error` with texts of one line each, without the secrets of the transport and of `request`,
+  /// which `policy` has authorized.
+  Error redacted(Error error, const Http::Request& request, const RequestPolicy& policy) const;
   /// Whether `error` is the refusal of a request that should have a token and was sent without one,
   /// because there is none or it could not be renewed. Its code says nothing else about the
   /// account.
