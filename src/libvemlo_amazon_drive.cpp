@@ -232,7 +232,7 @@ int amazon_drive_list_directory(session* handle, const directory* parent, direct
       for (const auto& file : page.files) folders.add(file.id, file.name);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    if (VLOG_IS_ON(9)) libvemlo::logDirectoryCount(folders.size());
+    libvemlo::logDirectoryCount(VLOG_IS_ON(9), folders.size());
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

@@ -183,7 +183,7 @@ int one_drive_list_directory(session* handle, const directory* parent, directory
       addFolders(page, folders);
       pageToken = page.nextToken;
     } while (!pageToken.empty());
-    if (VLOG_IS_ON(9)) libvemlo::logDirectoryCount(folders.size());
+    libvemlo::logDirectoryCount(VLOG_IS_ON(9), folders.size());
 
     std::move(folders).handOutArray(children, count);
     return libvemlo::kSuccess;

@@ -52,9 +52,11 @@ class VerboseLine : public LogLine {
       : LogLine(file, line, google::GLOG_INFO, &google::LogMessage::SendToLog) {}
 };
 
-// States the number of directories in a listing. The place in the source is that of the caller.
-inline void logDirectoryCount(std::size_t count, const char* file = __builtin_FILE(),
-                              int line = __builtin_LINE()) {
+// States the number of directories in a listing if `isVerbose`, which is VLOG_IS_ON(9) in the file
+// of the caller. The place in the source is that of the caller, too.
+inline void logDirectoryCount(bool isVerbose, std::size_t count,
+                              const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+  if (!isVerbose) return;
   VerboseLine(file, line) << "Got " << std::to_string(count) << " directories. ";
 }
 

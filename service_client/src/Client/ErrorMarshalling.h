@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,7 @@
 namespace CloudStorage::Client {
 
 /// Whether a retry of a failed request could help.
-enum class Retry {
+enum class Retry : std::uint8_t {
   Never,
   Reads,         ///< GET and HEAD; any other request may have been executed and would run twice
   ServerErrors,  ///< if the status is 5xx, whatever the code says

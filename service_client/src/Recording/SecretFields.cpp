@@ -221,21 +221,27 @@ class Scanner {
     char previous = '\0';
     for (position_ = begin; position_ < text_.size();) {
       const char c = text_[position_];
-      const Sign* const sign = signAt(text_.substr(position_));
-      if (sign != nullptr && sign->meaning == '"') {
-        readElementInQuotes(*sign, previous == '\\');
-      } else if (c == '-' || (c >= '0' && c <= '9')) {
-        add(position_, text_.find_first_of(",] \t\r\n", position_), true);
-      } else if (c == '{') {
-        return;
-      } else {
-        if (c == '[') ++depth;
-        if (c == ']') --depth;
+      if (c == '{') return;
+      if (!readElement(c, previous == '\\')) {
+        depth += c == '[' ? 1 : 0;
+        depth -= c == ']' ? 1 : 0;
         ++position_;
         if (depth == 0) return;
       }
       previous = c;
     }
+  }
+
+  // Returns false if neither a text nor a number begins with `c`, which is at the position.
+  bool readElement(char c, bool isEscaped) {
+    const Sign* const sign = signAt(text_.substr(position_));
+    if (sign != nullptr && sign->meaning == '"') {
+      readElementInQuotes(*sign, isEscaped);
+      return true;
+    }
+    if (c != '-' && (c < '0' || c > '9')) return false;
+    add(position_, text_.find_first_of(",] \t\r\n", position_), true);
+    return true;
   }
 
   void readElementInQuotes(const Sign& quote, bool isEscaped) {

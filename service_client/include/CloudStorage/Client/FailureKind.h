@@ -7,7 +7,7 @@ namespace CloudStorage::Client {
 /// What a failure means for the user and the host, across all services: what can be done about it.
 /// The numbers cross the C interface and are part of the binary interface; its header describes
 /// them.
-enum class FailureKind : std::int32_t {
+enum class FailureKind : std::uint8_t {
   None = 0,
   LinkAgain = 1,
   Wait = 2,
