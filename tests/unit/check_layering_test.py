@@ -29,6 +29,9 @@ GOOD = {
     "service_client/src/Http/CurlTransport.cpp": ["<curl/curl.h>", '"Http/CurlHandles.h"'],
     "service_client/src/Http/CurlHandles.h": ["<curl/curl.h>"],
     "service_client/src/Util/Xml.h": ["<pugixml.hpp>"],
+    "bindings/cpp/libvemlo.hpp": ['"libvemlo/drive.hpp"'],
+    "bindings/cpp/libvemlo/drive.hpp":
+        ["<libvemlo.h>", "<libvemlo_service_client.h>", "<string_view>", '"call.hpp"'],
     "tools/vemlo/main.cpp":
         ['"libvemlo.h"', "<libvemlo_service_client.h>", "<curl/curlver.h>"],
 }
@@ -55,6 +58,9 @@ BAD = [
     ("src/libvemlo_s3.cpp", '"libvemlo_service_client.h"'),
     ("src/libvemlo/session.h", "<libvemlo_service_client.h>"),
     ("src/libvemlo_s3.cpp", '"CInterface/Records.h"'),
+    ("bindings/cpp/libvemlo.hpp", '"CloudStorage/Client/WSClient.h"'),
+    ("bindings/cpp/libvemlo/drive.hpp", '"libvemlo/session.h"'),
+    ("bindings/cpp/libvemlo/drive.hpp", "<glog/logging.h>"),
     ("service_client/src/CInterface/Failures.cpp", '"libvemlo.h"'),
     ("service_client/src/Client/ServiceCall.h", '"libvemlo_service_client.h"'),
     ("service_client/include/CloudStorage/Client/WSClient.h", '"libvemlo_service_client.h"'),
