@@ -19,8 +19,8 @@ namespace vemlo {
 /// What authorizes a session with a drive. The refresh token of Dropbox is always empty; its access
 /// token holds both (see `Settings::dropboxDurableTokens`).
 struct Tokens {
-  std::string access;
-  std::string refresh;
+  std::string access{};
+  std::string refresh{};
 };
 
 namespace detail {

@@ -22,11 +22,11 @@ namespace vemlo {
 /// An application's registration with a drive service. What is not set keeps its built-in value.
 struct Application {
   Service service;
-  std::optional<std::string> clientId;
+  std::optional<std::string> clientId{};
   /// Empty: none is sent, for applications that are registered as public clients.
-  std::optional<std::string> clientSecret;
+  std::optional<std::string> clientSecret{};
   /// Where the service sends users back to, as it is registered.
-  std::optional<std::string> redirectUri;
+  std::optional<std::string> redirectUri{};
 };
 
 /// Tokens that have been renewed, valid during the callback.
@@ -47,7 +47,7 @@ struct Settings {
   /// Of the log: 0 for failures only, 9 for every step. Only the first library of a process sets
   /// it.
   int verbosity = 0;
-  std::vector<Application> applications;
+  std::vector<Application> applications{};
   /// Whether consent is bound to the session that asked for it: `Drive::link` then has to be called
   /// on the session that made the address.
   bool pkce = true;
@@ -58,11 +58,11 @@ struct Settings {
   bool dropboxDurableTokens = true;
   /// A file with PEM certificates to trust in place of the system's, and folders with such files
   /// under hashed names.
-  std::string trustFile;
-  std::string trustFolder;
+  std::string trustFile{};
+  std::string trustFolder{};
   /// Called on the thread that renewed tokens, before its call continues. It must not throw. A host
   /// that does not store the tokens loses accounts whose service replaces the refresh token.
-  std::function<void(const RenewedTokens&)> tokensRenewed;
+  std::function<void(const RenewedTokens&)> tokensRenewed{};
 };
 
 /// The library, set up for this process. At most one object may exist at a time. It must be created

@@ -17,29 +17,29 @@ namespace vemlo {
 
 struct S3Account {
   /// `[http[s]://]host[:port][/base]`; https without a scheme. Empty: https://s3.amazonaws.com.
-  std::string endpoint;
+  std::string endpoint{};
   /// The region for which requests are signed. Empty: the one that the endpoint names, otherwise
   /// "us-east-1".
-  std::string region;
-  std::string accessKey;
-  std::string secretKey;
+  std::string region{};
+  std::string accessKey{};
+  std::string secretKey{};
 };
 
 struct AzureAccount {
   /// The name of a region or cloud such as "westeurope", "china" or "usgovvirginia", which selects
   /// the cloud. Empty or unknown: the global cloud.
-  std::string region;
+  std::string region{};
   /// The storage account.
-  std::string name;
+  std::string name{};
   /// One of the account's keys, base64.
-  std::string key;
+  std::string key{};
 };
 
 /// A location in which a bucket can be created.
 struct Location {
   int code;
   /// Empty for a customized endpoint, which has no locations to choose from.
-  std::string_view name;
+  std::string_view name{};
 };
 
 enum class Flavour { Aws, China, Wasabi, Customized };

@@ -12,12 +12,12 @@ namespace vemlo {
 /// An HTTP proxy.
 struct Proxy {
   /// Empty: no proxy.
-  std::string host;
+  std::string host{};
   /// 0: port 1080.
   std::uint16_t port = 0;
   /// Empty: no credentials are sent to the proxy.
-  std::string username;
-  std::string password;
+  std::string username{};
+  std::string password{};
 };
 
 namespace detail {
