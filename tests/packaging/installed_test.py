@@ -39,6 +39,20 @@ add_executable(host host.cpp)
 target_compile_features(host PRIVATE cxx_std_17)
 target_link_libraries(host PRIVATE libvemlo::service_client)
 """
+BINDING_HOST = """
+#include <libvemlo.hpp>
+int main() {
+  const vemlo::Library library;
+  return vemlo::Drive(vemlo::Service::Dropbox).root().id == "/" ? 0 : 1;
+}
+"""
+BINDING_PROJECT = """
+cmake_minimum_required(VERSION 3.16)
+project(host LANGUAGES CXX)
+find_package(libvemlo REQUIRED COMPONENTS cpp)
+add_executable(host host.cpp)
+target_link_libraries(host PRIVATE libvemlo::cpp)
+"""
 VERSION_PROJECT = """
 cmake_minimum_required(VERSION 3.16)
 project(host LANGUAGES C)
@@ -91,6 +105,14 @@ class Installed(unittest.TestCase):
         run("cc", folder / "host.c", *flags, "-o", folder / "host")
         run(folder / "host", env=self.prefix.environment)
 
+    def test_the_cpp_binding_is_found(self):
+        folder = self.temporary_folder(host_cpp=BINDING_HOST, CMakeLists_txt=BINDING_PROJECT)
+        run(self.prefix.build_with_cmake(folder, folder / "build") / "host", env={})
+
+        flags = self.prefix.pkg_config("--cflags", "--libs", "libvemlo").split()
+        run("c++", "-std=c++17", folder / "host.cpp", *flags, "-o", folder / "host")
+        run(folder / "host", env=self.prefix.environment)
+
     def test_versions(self):
         self.assertEqual(self.prefix.pkg_config("--modversion", "libvemlo"), self.version)
         major = int(self.version.split(".")[0])
@@ -103,7 +125,7 @@ class Installed(unittest.TestCase):
                 self.assertIn(expected, output)
 
     def test_components(self):
-        for wanted, found in (("service_client", True), ("libvemlo service_client", True),
+        for wanted, found in (("service_client", True), ("libvemlo service_client cpp", True),
                               ("nonsense", False), ("service_client nonsense", False)):
             with self.subTest(wanted=wanted):
                 folder = self.temporary_folder(

@@ -92,9 +92,9 @@ class Subproject(unittest.TestCase):
         cls.output = configure_host(cls.folder)
         cls.build_tree = cls.folder / "build"
 
-    def test_only_the_libraries_are_built(self):
+    def test_only_the_libraries_and_the_binding_are_there(self):
         self.assertEqual(lines_with("-- target: ", self.output),
-                         ["vemlo", "vemlo_objects", "vemlo_service_client",
+                         ["vemlo", "vemlo_cpp", "vemlo_objects", "vemlo_service_client",
                           "vemlo_service_client_objects"])
 
     def test_a_target_of_the_host_finds_both_headers_and_both_libraries(self):
