@@ -1,0 +1,115 @@
+"""What the sessions of all services have in common."""
+
+from __future__ import annotations
+
+import ctypes
+import warnings
+from dataclasses import dataclass, field
+from types import TracebackType
+from typing import Any, Optional, Type, TypeVar
+
+from . import _c
+from ._held import Held
+from .calls import NO_LIMITS, Limits, make
+from .failures import BadArguments, HostFault, encoded
+from .library import held_library
+from .listings import Folders, Names
+
+AnySession = TypeVar("AnySession", bound="Session")
+
+
+@dataclass(frozen=True)
+class Proxy:
+    """An HTTP proxy.
+
+    Attributes:
+        host: empty: no proxy.
+        port: 0: port 1080.
+        username: empty: no credentials are sent to the proxy.
+        password: what goes with the user name.
+    """
+
+    host: str
+    port: int = 0
+    username: str = ""
+    password: str = field(default="", repr=False)
+
+
+def proxy_record(proxy: Optional[Proxy], record: Any) -> Any:
+    """The record of the C interface for a proxy, as an argument; None if there is no proxy."""
+    if proxy is None:
+        return None
+    if not 0 <= proxy.port <= 0xFFFF:
+        raise BadArguments(f"{proxy.port} is no port.")
+    record.host, record.port = encoded(proxy.host), proxy.port
+    record.username, record.password = encoded(proxy.username), encoded(proxy.password)
+    return ctypes.byref(record)
+
+
+def _open(function: str, arguments: Any, proxy: Any) -> Any:
+    """A session of the C interface, and what holds it and the library until it is released."""
+    library = held_library()
+    use = object()
+    library.begin(use)
+    handle = getattr(_c.load(), function)(*arguments, proxy)
+    if handle is None:
+        library.end(use)
+        raise HostFault("The session cannot be opened.")
+
+    def release() -> None:
+        # Closes a session of any service, not only of S3.
+        _c.load().libvemlo_s3_cleanup(handle)
+        library.end(use)
+
+    return handle, Held("session", release)
+
+
+class Session:
+    """An open account. A context manager that closes it.
+
+    Calls on one session may run on several threads at once. If it is closed meanwhile, they end
+    normally, and the session is released after the last of them.
+
+    Raises:
+        HostFault: no Library is open, or the session cannot be opened.
+    """
+
+    _held: Optional[Held] = None
+
+    def __init__(self, function: str, *arguments: bytes, proxy: Optional[Proxy]) -> None:
+        record = proxy_record(proxy, _c.ProxySetting())
+        self._handle, self._held = _open(function, arguments, record)
+
+    def close(self) -> None:
+        """Closes it: no new call may begin. Does nothing if it is closed."""
+        if self._held is not None:
+            self._held.close()
+
+    def _call(self, function: str, *arguments: Any, limits: Limits = NO_LIMITS) -> None:
+        assert self._held is not None
+        with self._held.used():
+            make(function, self._handle, *arguments, limits=limits)
+
+    def _folders(self, function: str, *arguments: Any, limits: Limits) -> Folders:
+        return Folders._of(
+            lambda found, count: self._call(function, *arguments, found, count, limits=limits)
+        )
+
+    def _names(self, function: str, limits: Limits) -> Names:
+        return Names._of(lambda found, count: self._call(function, found, count, limits=limits))
+
+    def __enter__(self: AnySession) -> AnySession:
+        return self
+
+    def __exit__(
+        self,
+        kind: Optional[Type[BaseException]],
+        value: Optional[BaseException],
+        traceback: Optional[TracebackType],
+    ) -> None:
+        self.close()
+
+    def __del__(self) -> None:
+        if self._held is not None and not self._held.is_closed:
+            warnings.warn(f"{self!r} was not closed", ResourceWarning, source=self)
+            self.close()
