@@ -1,0 +1,3 @@
+module vemlo
+
+go 1.19
