@@ -180,15 +180,17 @@ class RefusedRequests:
 
 
 class S3Locations(BindingCase):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        for driver in cls.drivers:
+            S3.open(driver, "s", through=("", 0), endpoint=sandbox.account("radosgw").endpoint)
+
     def test_one_that_the_store_does_not_have(self):
-        for driver in self.drivers:
-            S3.open(driver, "s", endpoint=sandbox.account("radosgw").endpoint, through=("", 0))
         failed = self.assert_fails("wrong region", "create-bucket", "s", new_name(), 4)
         self.assertEqual((failed.code, failed.service_code), (24, "InvalidLocationConstraint"))
 
     def test_one_that_no_store_has(self):
-        for driver in self.drivers:
-            S3.open(driver, "s", endpoint=sandbox.account("radosgw").endpoint, through=("", 0))
         failed = self.assert_fails("host fault", "create-bucket", "s", new_name(), 99)
         self.assertEqual((failed.code, failed.status), (1, 0))
 

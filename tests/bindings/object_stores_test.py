@@ -118,6 +118,13 @@ class S3Buckets(StoreCase):
             in_one_line = "".join(encrypted.split())
             self.assertEqual(self.assert_same("decrypt", in_one_line), [["text", text]])
 
+    def test_a_key_of_azure_that_is_no_base64(self):
+        azure = sandbox.state()["azure"]
+        for _, failed in self.results(
+            "open", "a", "azure", "", 0, "", azure["accountName"], "no*base64"
+        ):  # fmt: skip
+            self.assertEqual((failed.code, failed.status), (-1, 0))
+
     def test_what_cannot_be_decrypted(self):
         for _, failed in self.results("decrypt", "of no use"):
             self.assertEqual((failed.kind, failed.code), ("host fault", -1))
