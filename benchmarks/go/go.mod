@@ -1,7 +1,0 @@
-module listings
-
-go 1.19
-
-require vemlo v0.0.0
-
-replace vemlo => ../../bindings/go
