@@ -1,5 +1,7 @@
 #include "bridge.h"
 
+#include <string.h>
+
 #include "_cgo_export.h"
 
 /* Calls of the host's callbacks may be nested in calls, so what they set is undone afterwards. */
@@ -142,6 +144,22 @@ int vemlo_go_account_of(int32_t service, const char *access_token, const char *r
                                proxy.password};
   account->size = sizeof *account;
   return vemlo_client_get_account(service, access_token, refresh_token, &record, account);
+}
+
+size_t vemlo_go_measure(char *const *texts, int count, size_t *lengths) {
+  size_t sum = 0;
+  for (int i = 0; i < count; ++i) {
+    lengths[i] = texts[i] == NULL ? 0 : strlen(texts[i]);
+    sum += lengths[i];
+  }
+  return sum;
+}
+
+void vemlo_go_copy(char *const *texts, int count, const size_t *lengths, char *target) {
+  for (int i = 0; i < count; ++i) {
+    if (lengths[i] > 0) memcpy(target, texts[i], lengths[i]);
+    target += lengths[i];
+  }
 }
 
 void vemlo_go_free_listing(directory *folders, int count) {

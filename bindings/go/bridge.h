@@ -51,6 +51,11 @@ int vemlo_go_drive_create(const vemlo_go_drive *drive, session *handle, char *pa
 int vemlo_go_account_of(int32_t service, const char *access_token, const char *refresh_token,
                         proxy_setting proxy, vemlo_client_account *account);
 
+/* Sets `lengths` to those of `count` texts, 0 for null, and returns their sum. */
+size_t vemlo_go_measure(char *const *texts, int count, size_t *lengths);
+/* Copies the texts of these lengths to `target`, one after the other. */
+void vemlo_go_copy(char *const *texts, int count, const size_t *lengths, char *target);
+
 /* Releases a listing, also one without folders. */
 void vemlo_go_free_listing(directory *folders, int count);
 

@@ -34,10 +34,16 @@ func foldersOf(records *C.directory, count C.int) []Folder {
 	if count <= 0 {
 		return nil
 	}
-	folders := make([]Folder, count)
-	for i, record := range unsafe.Slice(records, count) {
-		folders[i] = Folder{Name: C.GoString(record.name), ID: C.GoString(record.id)}
-	}
+	folders := make([]Folder, 0, count)
+	// A record consists of the pointers to its name and its ID.
+	name := ""
+	eachText((**C.char)(unsafe.Pointer(records)), 2*int(count), func(i int, text string) {
+		if i%2 == 0 {
+			name = text
+		} else {
+			folders = append(folders, Folder{Name: name, ID: text})
+		}
+	})
 	return folders
 }
 
@@ -45,11 +51,32 @@ func namesOf(texts **C.char, count C.int) []string {
 	if count <= 0 {
 		return nil
 	}
-	names := make([]string, count)
-	for i, text := range unsafe.Slice(texts, count) {
-		names[i] = C.GoString(text)
-	}
+	names := make([]string, 0, count)
+	eachText(texts, int(count), func(_ int, text string) { names = append(names, text) })
 	return names
+}
+
+// eachText calls a function with copies of texts, null being an empty one. Many texts share one
+// piece of memory, because allocating each of them alone costs as much as parsing the response. It
+// is a small piece, so that a text that is kept for long does not keep a long listing.
+func eachText(texts **C.char, count int, take func(i int, text string)) {
+	const most = 1000
+	var lengths [most]C.size_t
+	rest := unsafe.Slice(texts, count)
+	for first := 0; first < count; first += most {
+		part := rest[first:]
+		if len(part) > most {
+			part = part[:most]
+		}
+		size := C.vemlo_go_measure(&part[0], C.int(len(part)), &lengths[0])
+		copied := make([]byte, size+1)
+		C.vemlo_go_copy(&part[0], C.int(len(part)), &lengths[0], (*C.char)(unsafe.Pointer(&copied[0])))
+		text := *(*string)(unsafe.Pointer(&copied)) // which nobody writes to any more
+		for i := range part {
+			take(first+i, text[:lengths[i]])
+			text = text[lengths[i]:]
+		}
+	}
 }
 
 // list makes a call that lists folders.

@@ -59,6 +59,7 @@ class Driver:
             name: value for name, value in os.environ.items()
             if not name.startswith("SSL_CERT_") and not name.lower().endswith("_proxy")
         }  # fmt: skip
+        environment["PYTHONPATH"] = environment.get("DRIVER_PYTHONPATH", "")
         self.process = subprocess.Popen(
             command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._log,
             encoding="ascii", env=environment,

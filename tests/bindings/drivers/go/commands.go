@@ -11,15 +11,13 @@ import (
 type driver struct {
 	settings vemlo.Settings
 	library  *vemlo.Library
-	drives   map[string]*vemlo.Drive
-	stores   map[string]store
+	sessions map[string]io.Closer
 }
 
 // A store is a session with S3 or with Azure blobs.
 type store interface {
 	Folders(ctx context.Context, bucket, prefix string) (vemlo.Listing, error)
 	CreateFolder(ctx context.Context, bucket, path string) error
-	io.Closer
 }
 
 // A command is one that makes a call, or none.
@@ -97,52 +95,46 @@ func proxyOf(host, port string) vemlo.Proxy {
 }
 
 func (d *driver) open(_ context.Context, _ command, words []string) (int, error) {
-	name, service, proxy := words[0], serviceNamed(words[1]), proxyOf(words[2], words[3])
-	arguments := words[4:]
-	switch {
-	case service == vemlo.ServiceS3 && len(arguments) == 4:
-		s3, err := d.library.OpenS3(vemlo.S3Config{Endpoint: arguments[0], Region: arguments[1],
-			AccessKey: arguments[2], SecretKey: arguments[3], Proxy: proxy})
-		if err != nil {
-			return 0, err
-		}
-		d.stores[name] = s3
-	case service == vemlo.ServiceAzureBlobs && len(arguments) == 3:
-		blobs, err := d.library.OpenAzureBlobs(vemlo.AzureConfig{Region: arguments[0],
-			Account: arguments[1], Key: arguments[2], Proxy: proxy})
-		if err != nil {
-			return 0, err
-		}
-		d.stores[name] = blobs
-	case len(arguments) == 0:
-		drive, err := d.library.OpenDrive(service, proxy)
-		if err != nil {
-			return 0, err
-		}
-		d.drives[name] = drive
-	default:
-		refuse("open has other arguments")
+	name := words[0]
+	session, err := d.openSession(serviceNamed(words[1]), proxyOf(words[2], words[3]), words[4:])
+	if err != nil {
+		return 0, err
 	}
+	if former := d.sessions[name]; former != nil {
+		former.Close()
+	}
+	d.sessions[name] = session
 	return 0, nil
 }
 
-func (d *driver) close(_ context.Context, _ command, words []string) (int, error) {
-	name := words[0]
-	if drive := d.drives[name]; drive != nil {
-		delete(d.drives, name)
-		return 0, drive.Close()
+func (d *driver) openSession(service vemlo.Service, proxy vemlo.Proxy,
+	arguments []string) (io.Closer, error) {
+	switch {
+	case service == vemlo.ServiceS3 && len(arguments) == 4:
+		return d.library.OpenS3(vemlo.S3Config{Endpoint: arguments[0], Region: arguments[1],
+			AccessKey: arguments[2], SecretKey: arguments[3], Proxy: proxy})
+	case service == vemlo.ServiceAzureBlobs && len(arguments) == 3:
+		return d.library.OpenAzureBlobs(vemlo.AzureConfig{Region: arguments[0],
+			Account: arguments[1], Key: arguments[2], Proxy: proxy})
+	case len(arguments) == 0:
+		return d.library.OpenDrive(service, proxy)
 	}
-	store := d.store(name)
-	delete(d.stores, name)
-	return 0, store.Close()
+	refuse("open has other arguments")
+	return nil, nil
+}
+
+func (d *driver) close(_ context.Context, _ command, words []string) (int, error) {
+	session := d.sessions[words[0]]
+	if session == nil {
+		refuse("no session called " + words[0])
+	}
+	delete(d.sessions, words[0])
+	return 0, session.Close()
 }
 
 func (d *driver) closeEverything() error {
-	for _, drive := range d.drives {
-		drive.Close()
-	}
-	for _, store := range d.stores {
-		store.Close()
+	for _, session := range d.sessions {
+		session.Close()
 	}
 	if d.library == nil {
 		return nil
@@ -151,16 +143,16 @@ func (d *driver) closeEverything() error {
 }
 
 func (d *driver) drive(name string) *vemlo.Drive {
-	drive := d.drives[name]
-	if drive == nil {
+	drive, isDrive := d.sessions[name].(*vemlo.Drive)
+	if !isDrive {
 		refuse("no drive called " + name)
 	}
 	return drive
 }
 
 func (d *driver) store(name string) store {
-	store := d.stores[name]
-	if store == nil {
+	store, isStore := d.sessions[name].(store)
+	if !isStore {
 		refuse("no object store called " + name)
 	}
 	return store
@@ -244,8 +236,8 @@ func (d *driver) buckets(ctx context.Context, c command, words []string) (int, e
 }
 
 func (d *driver) create(ctx context.Context, c command, words []string) (int, error) {
-	if d.drives[words[0]] == nil {
-		return 0, d.store(words[0]).CreateFolder(ctx, words[1], words[2])
+	if store, isStore := d.sessions[words[0]].(store); isStore {
+		return 0, store.CreateFolder(ctx, words[1], words[2])
 	}
 	folder, err := d.drive(words[0]).CreateFolder(ctx, words[1], words[2])
 	return 0, c.result(err, "folder", folder.Name, folder.ID)

@@ -5,6 +5,7 @@ package main
 import (
 	"bufio"
 	"context"
+	"io"
 	"os"
 	"runtime/debug"
 	"strconv"
@@ -19,8 +20,7 @@ import (
 func main() {
 	d := &driver{
 		settings: vemlo.Settings{Applications: map[vemlo.Service]vemlo.Application{}},
-		drives:   map[string]*vemlo.Drive{},
-		stores:   map[string]store{},
+		sessions: map[string]io.Closer{},
 	}
 	input := bufio.NewScanner(os.Stdin)
 	input.Buffer(nil, 1<<24)

@@ -1,0 +1,7 @@
+module examples
+
+go 1.19
+
+require vemlo v0.0.0
+
+replace vemlo => /usr/share/gocode/src/vemlo
