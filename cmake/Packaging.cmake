@@ -57,9 +57,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel${multi_arch_same})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${package_version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "connect cloud storage accounts - what hosts are built with
-The C headers of libvemlo, their manual, examples in C and Python, and what
-pkg-config and CMake need to find the library. The C++ headers of the layer
-below it are for hosts that bring service clients of their own.")
+The C headers of libvemlo, their manual, examples in C, C++ and Python, and
+what pkg-config and CMake need to find the library. The C++ headers of the
+layer below it are for hosts that bring service clients of their own.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ${tool_package})
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)

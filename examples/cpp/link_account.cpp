@@ -281,7 +281,8 @@ void linkAccount(const Arguments& arguments) {
   };
   const vemlo::Library library(settings);
   const auto account = openAccount(arguments, file);
-  std::cout << "Chosen: " << account->describe(pickFolder(*account)) << '\n';
+  const Place chosen = pickFolder(*account);
+  std::cout << "Chosen: " << account->describe(chosen) << '\n';
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ from urllib.parse import parse_qs, urlsplit
 from installed import EXAMPLES, ROOT, installed
 from support import drives, sandbox
 
+# By the language of a host, what its user enters to choose the root folder.
+ROOT_CHOICE = {"c": [], "cpp": ["1"], "python": ["1"]}
 CONSENT = [os.environ["VEMLO_NODE"], ROOT / "sandbox" / "cli.mjs", "consent"]
 
 
@@ -42,7 +44,9 @@ class Examples(unittest.TestCase):
         cls.prefix = cls.enterClassContext(installed())
         folder = cls.enterClassContext(tempfile.TemporaryDirectory())
         # The sanitizer reports memory that they do not release, including results of the library.
-        cls.programs = cls.prefix.build_with_make(folder, "-fsanitize=address,undefined")
+        sanitizers = "-fsanitize=address,undefined"
+        cls.programs = cls.prefix.build_with_make(folder, sanitizers)
+        cls.cpp_host = cls.prefix.build_cpp(folder, sanitizers)
 
     def setUp(self):
         self.account = sandbox.account("radosgw")
@@ -71,6 +75,7 @@ class Examples(unittest.TestCase):
         """Starts a host, by its language."""
         endpoint = self.account.endpoint
         return {"c": lambda: self.start(self.programs / "link_s3", endpoint, **variables),
+                "cpp": lambda: self.start(self.cpp_host, "s3", endpoint, **variables),
                 "python": lambda: self.python("s3", endpoint, **variables)}
 
     def python(self, *arguments, **variables):
@@ -111,10 +116,11 @@ class Examples(unittest.TestCase):
                 output, errors, code = start().finish(self.number_of_bucket(), ".")
                 self.assertEqual((errors, code), ("", 0), output)
                 self.assertIn("1  Photos/\n", output)
-                self.assertEqual("1000 entries so far\n" in output, language == "python")
+                self.assertEqual("1000 entries so far\n" in output, language != "c")
 
     def test_wrong_keys_lead_to_advice(self):
         messages = {"c": "Cannot list the buckets (code 13). Check the keys.\n",
+                    "cpp": "Cannot list the buckets (wrong keys). Check the keys.\n",
                     "python": "Cannot list the buckets (wrong keys). Check the keys.\n"}
         for language, start in self.s3_hosts(S3_SECRET_KEY=sandbox.MADE_UP_SECRET).items():
             with self.subTest(language=language):
@@ -128,8 +134,9 @@ class Examples(unittest.TestCase):
         arguments = (tokens, internet["proxyHost"], internet["proxyPort"])
         if language == "python":
             return self.python("google-drive", *arguments)
-        return self.start(self.programs / "link_google_drive", *arguments,
-                          SSL_CERT_FILE=internet["caFile"])
+        command = {"c": [self.programs / "link_google_drive"],
+                   "cpp": [self.cpp_host, "google-drive"]}
+        return self.start(*command[language], *arguments, SSL_CERT_FILE=internet["caFile"])
 
     def consent(self, host):
         """Opens the address that the host prints, and gives the host the code."""
@@ -139,8 +146,7 @@ class Examples(unittest.TestCase):
         host.write_line(parse_qs(urlsplit(address).query)["code"][0])
 
     def test_a_google_drive_account_is_linked_and_a_folder_made_and_picked(self):
-        # The host in Python lets the user choose the root folder first.
-        for language, choices in (("c", []), ("python", ["1"])):
+        for language, choices in ROOT_CHOICE.items():
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 host = self.start_google_drive(language, tokens)
@@ -160,18 +166,18 @@ class Examples(unittest.TestCase):
     def link(self, language, tokens):
         host = self.start_google_drive(language, tokens)
         self.consent(host)
-        output, errors, code = host.finish(*(["1"] if language == "python" else []), ".")
+        output, errors, code = host.finish(*ROOT_CHOICE[language], ".")
         self.assertEqual((errors, code), ("", 0), output)
 
     def test_renewed_tokens_are_stored(self):
-        for language in ("c", "python"):
+        for language in ROOT_CHOICE:
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 self.link(language, tokens)
                 first = tokens.read_text(encoding="ascii").splitlines()
                 drives.control("expire", "google-drive")
                 host = self.start_google_drive(language, tokens)
-                output, errors, code = host.finish(*(["1"] if language == "python" else []), ".")
+                output, errors, code = host.finish(*ROOT_CHOICE[language], ".")
                 self.assertEqual((errors, code), ("", 0), output)
                 renewed = tokens.read_text(encoding="ascii").splitlines()
                 self.assertNotEqual(renewed[0], first[0])
@@ -180,7 +186,7 @@ class Examples(unittest.TestCase):
                 self.assertEqual([*tokens.parent.iterdir()], [tokens])
 
     def test_revoked_tokens_lead_to_consent(self):
-        for language in ("c", "python"):
+        for language in ROOT_CHOICE:
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 self.link(language, tokens)
@@ -190,12 +196,12 @@ class Examples(unittest.TestCase):
                 self.assertEqual(host.read_line(), "Cannot reach the account (link again). "
                                                    "Link the account again.")
                 self.consent(host)
-                output, _, code = host.finish(*(["1"] if language == "python" else []), ".")
+                output, _, code = host.finish(*ROOT_CHOICE[language], ".")
                 self.assertEqual(code, 0, output)
                 self.assertIn("Chosen: ", output)
 
     def test_damaged_stored_tokens_require_a_new_consent(self):
-        for language in ("c", "python"):
+        for language in ROOT_CHOICE:
             with self.subTest(language=language), tempfile.TemporaryDirectory() as folder:
                 tokens = pathlib.Path(folder) / "tokens"
                 tokens.write_text("of no use\n" * 2, encoding="ascii")

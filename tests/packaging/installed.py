@@ -61,6 +61,14 @@ class Prefix:
             env=self.environment)
         return programs
 
+    def build_cpp(self, folder, more_flags=""):
+        """Builds the example in C++ with pkg-config and returns the program."""
+        program = pathlib.Path(folder) / "link_account"
+        flags = f"-std=c++17 -O2 -Wall -Wextra -Wconversion -Wshadow -Werror {more_flags}"
+        run("c++", *flags.split(), *sorted((EXAMPLES / "cpp").glob("*.cpp")), "-o", program,
+            *self.pkg_config("--cflags", "--libs", "libvemlo").split(), env=self.environment)
+        return program
+
     def build_with_cmake(self, sources, folder):
         programs = pathlib.Path(folder)
         environment = {name: value for name, value in self.environment.items()

@@ -85,6 +85,11 @@ class Installed(unittest.TestCase):
         programs = self.prefix.build_with_cmake(ROOT / "examples" / "c", self.temporary_folder())
         self.assert_usage(programs / "list_buckets", env={})
 
+    def test_the_example_in_cpp_builds_with_cmake_and_runs_without_library_paths(self):
+        programs = self.prefix.build_with_cmake(ROOT / "examples" / "cpp", self.temporary_folder())
+        with self.assertRaisesRegex(AssertionError, r"link_account failed: usage: link_account "):
+            run(programs / "link_account", env={})
+
     def assert_usage(self, program, env):
         """The program starts, and fails because its arguments are missing."""
         with self.assertRaisesRegex(AssertionError, r"list_buckets failed: \Z"):
