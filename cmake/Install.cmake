@@ -70,3 +70,10 @@ install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
   DESTINATION ${folder} COMPONENT development)
 install(DIRECTORY examples DESTINATION ${folder} COMPONENT development
   PATTERN __pycache__ EXCLUDE)
+
+# Go compiles its binding from source, as part of each program.
+if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
+  install(DIRECTORY bindings/go/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/gocode/src/vemlo
+    COMPONENT go FILES_MATCHING PATTERN "*.go" PATTERN "*.[ch]" PATTERN go.mod
+    PATTERN "*_test.go" EXCLUDE PATTERN internal EXCLUDE)
+endif()

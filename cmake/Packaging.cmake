@@ -3,6 +3,7 @@
 set(runtime_package libvemlo1)
 set(development_package libvemlo-dev)
 set(tool_package vemlo)
+set(go_package golang-vemlo-dev)
 # A revision below 1 yields to a package of the distribution.
 set(package_revision 0vemlo1)
 set(package_version ${PROJECT_VERSION}-${package_revision})
@@ -16,7 +17,7 @@ set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/PackagingTools.cmake)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime development go)
 if(VEMLO_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -69,6 +70,17 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
 "connect cloud storage accounts - command line
 Lists and makes buckets, containers and folders of S3 and compatible stores
 and of Azure storage blobs, and links accounts of drive services.")
+
+set(CPACK_DEBIAN_GO_PACKAGE_NAME ${go_package})
+set(CPACK_DEBIAN_GO_PACKAGE_SECTION golang)
+set(CPACK_DEBIAN_GO_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_GO_PACKAGE_DEPENDS "${development_package} (>= ${PROJECT_VERSION}), pkg-config")
+set(CPACK_DEBIAN_GO_PACKAGE_RECOMMENDS "golang-go (>= 2:1.19)")
+set(CPACK_COMPONENT_GO_DESCRIPTION
+"connect cloud storage accounts - Go binding
+The sources of the package vemlo, with which programs in Go use the library
+libvemlo: contexts end calls, and failures are errors with a kind. A module
+finds it with a replace directive.")
 
 # Files that Debian requires in every package. An installation without packages leaves them out.
 configure_file(cmake/debian/changelog.in changelog.Debian @ONLY)

@@ -6,7 +6,7 @@ import textwrap
 import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
-LANGUAGES = {"c": [".c", ".h"], "python": [".py"]}
+LANGUAGES = {"c": [".c", ".h"], "go": [".go"], "python": [".py"]}
 
 
 def documents():

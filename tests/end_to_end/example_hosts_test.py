@@ -27,6 +27,7 @@ class HostsCase(unittest.TestCase):
         programs = pathlib.Path(os.environ["VEMLO_HOSTS"])
         self.hosts = {"c": [programs / "link_google_drive"],
                       "cpp": [programs / "link_account_cpp", "google-drive"],
+                      "go": [programs / "link_account_go", "google-drive"],
                       "python": PYTHON_HOST}  # fmt: skip
         self.tokens = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tokens"
 

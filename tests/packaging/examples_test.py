@@ -13,7 +13,7 @@ from installed import EXAMPLES, ROOT, installed
 from support import drives, sandbox
 
 # By the language of a host, what its user enters to choose the root folder.
-ROOT_CHOICE = {"c": [], "cpp": ["1"], "python": ["1"]}
+ROOT_CHOICE = {"c": [], "cpp": ["1"], "go": ["1"], "python": ["1"]}
 CONSENT = [os.environ["VEMLO_NODE"], ROOT / "sandbox" / "cli.mjs", "consent"]
 
 
@@ -47,6 +47,7 @@ class Examples(unittest.TestCase):
         sanitizers = "-fsanitize=address,undefined"
         cls.programs = cls.prefix.build_with_make(folder, sanitizers)
         cls.cpp_host = cls.prefix.build_cpp(folder, sanitizers)
+        cls.go_programs = cls.prefix.build_with_go(folder)
 
     def setUp(self):
         self.account = sandbox.account("radosgw")
@@ -76,6 +77,8 @@ class Examples(unittest.TestCase):
         endpoint = self.account.endpoint
         return {"c": lambda: self.start(self.programs / "link_s3", endpoint, **variables),
                 "cpp": lambda: self.start(self.cpp_host, "s3", endpoint, **variables),
+                "go": lambda: self.start(self.go_programs / "link_account", "s3", endpoint,
+                                         **variables),
                 "python": lambda: self.python("s3", endpoint, **variables)}
 
     def python(self, *arguments, **variables):
@@ -94,8 +97,10 @@ class Examples(unittest.TestCase):
 
     def test_buckets_are_listed(self):
         account = self.account
-        result = self.start(self.programs / "list_buckets", *account).finish()
-        self.assertEqual(result, ("".join(name + "\n" for name in account.bucket_names()), "", 0))
+        buckets = "".join(name + "\n" for name in account.bucket_names())
+        for programs in (self.programs, self.go_programs):
+            result = self.start(programs / "list_buckets", *account).finish()
+            self.assertEqual(result, (buckets, "", 0))
 
     def test_an_s3_folder_is_made_and_picked(self):
         for language, start in self.s3_hosts().items():
@@ -121,6 +126,7 @@ class Examples(unittest.TestCase):
     def test_wrong_keys_lead_to_advice(self):
         messages = {"c": "Cannot list the buckets (code 13). Check the keys.\n",
                     "cpp": "Cannot list the buckets (wrong keys). Check the keys.\n",
+                    "go": "Cannot list the buckets (wrong keys). Check the keys.\n",
                     "python": "Cannot list the buckets (wrong keys). Check the keys.\n"}
         for language, start in self.s3_hosts(S3_SECRET_KEY=sandbox.MADE_UP_SECRET).items():
             with self.subTest(language=language):
@@ -135,7 +141,8 @@ class Examples(unittest.TestCase):
         if language == "python":
             return self.python("google-drive", *arguments)
         command = {"c": [self.programs / "link_google_drive"],
-                   "cpp": [self.cpp_host, "google-drive"]}
+                   "cpp": [self.cpp_host, "google-drive"],
+                   "go": [self.go_programs / "link_account", "google-drive"]}
         return self.start(*command[language], *arguments, SSL_CERT_FILE=internet["caFile"])
 
     def consent(self, host):

@@ -69,6 +69,16 @@ class Prefix:
             *self.pkg_config("--cflags", "--libs", "libvemlo").split(), env=self.environment)
         return program
 
+    def build_with_go(self, folder):
+        """Builds the examples in Go and returns the folder with the programs."""
+        modules = shutil.copytree(EXAMPLES / "go", pathlib.Path(folder) / "go")
+        environment = {**self.environment, "GOPROXY": "off", "GOFLAGS": "-mod=mod",
+                       "GOCACHE": str(BUILD_TREE / "go" / "cache")}
+        binding = self.path / "share" / "gocode" / "src" / "vemlo"
+        run("go", "mod", "edit", f"-replace=vemlo={binding}", cwd=modules, env=environment)
+        run("go", "build", "-o", "bin/", "./...", cwd=modules, env=environment)
+        return modules / "bin"
+
     def build_with_cmake(self, sources, folder):
         programs = pathlib.Path(folder)
         environment = {name: value for name, value in self.environment.items()

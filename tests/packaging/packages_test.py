@@ -50,8 +50,9 @@ class Packages(unittest.TestCase):
             package = Package(path)
             cls.packages[package.field("Package")] = package
 
-    def test_three_packages(self):
-        self.assertEqual(set(self.packages), {"libvemlo1", "libvemlo-dev", "vemlo"})
+    def test_packages(self):
+        self.assertEqual(set(self.packages),
+                         {"libvemlo1", "libvemlo-dev", "vemlo", "golang-vemlo-dev"})
 
     def test_every_file_is_in_one_package(self):
         places = {
@@ -77,6 +78,10 @@ class Packages(unittest.TestCase):
                 "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
             },
             "vemlo": {"usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz"},
+            "golang-vemlo-dev": {
+                "usr/share/gocode/src/vemlo/go.mod", "usr/share/gocode/src/vemlo/drive.go",
+                "usr/share/gocode/src/vemlo/bridge.c", "usr/share/gocode/src/vemlo/bridge.h",
+            },
         }
         for name, files in places.items():
             for package_name, package in self.packages.items():
@@ -91,6 +96,13 @@ class Packages(unittest.TestCase):
         self.assertRegex(depends["vemlo"], r"libvemlo1 \(>= ")
         for library in ("libcurl4", "libssl3", "libgoogle-glog0v6", "libpococrypto80", "libc6"):
             self.assertIn(library + " ", depends["libvemlo1"])
+
+    def test_the_go_binding_is_for_all_architectures_and_without_tests(self):
+        package = self.packages["golang-vemlo-dev"]
+        self.assertEqual(package.field("Architecture"), "all")
+        self.assertRegex(package.field("Depends"), r"libvemlo-dev \(>= \S+\), pkg-config")
+        self.assertEqual([name for name in package.files if "test" in name or "internal" in name],
+                         [])
 
     def test_dependency_of_packages_that_use_the_library(self):
         runtime = self.packages["libvemlo1"]
@@ -159,7 +171,8 @@ class Packages(unittest.TestCase):
 
     def test_libraries_of_several_architectures_may_be_installed(self):
         fields = {name: package.field("Multi-Arch") for name, package in self.packages.items()}
-        self.assertEqual(fields, {"libvemlo1": "same", "libvemlo-dev": "same", "vemlo": "no"})
+        self.assertEqual(fields, {"libvemlo1": "same", "libvemlo-dev": "same", "vemlo": "no",
+                                  "golang-vemlo-dev": "no"})
 
     def test_libraries_are_stripped(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -20,7 +20,7 @@ func (s *tokenStore) load() (vemlo.Tokens, error) {
 	if err != nil {
 		return vemlo.Tokens{}, err
 	}
-	lines := strings.Fields(string(text))
+	lines := strings.Split(strings.TrimSpace(string(text)), "\n")
 	if len(lines) != 2 {
 		return vemlo.Tokens{}, errors.New("the file does not have two lines")
 	}
