@@ -65,6 +65,13 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
   ${headers} ${PROJECT_SOURCE_DIR}/docs/man/libvemlo.3
   ${PROJECT_SOURCE_DIR}/scripts/manual-pages ${PROJECT_SOURCE_DIR}/scripts/public_header.py)
 install(DIRECTORY ${pages}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
+  # Where Debian's Python finds it if the prefix is /usr.
+  install(DIRECTORY bindings/python/vemlo DESTINATION lib/python3/dist-packages COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+  install(FILES docs/bindings/python.md
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/python3-vemlo COMPONENT python)
+endif()
 set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)
 install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
   DESTINATION ${folder} COMPONENT development)

@@ -1,7 +1,8 @@
-# Debian packages of the libraries, of the files for building hosts, and of the command-line host
-# if it is built: cpack --config <build tree>/CPackConfig.cmake
+# Debian packages of the libraries, of the files for building hosts, of the bindings, and of the
+# command-line host if it is built: cpack --config <build tree>/CPackConfig.cmake
 set(runtime_package libvemlo1)
 set(development_package libvemlo-dev)
+set(python_package python3-vemlo)
 set(tool_package vemlo)
 set(go_package golang-vemlo-dev)
 # A revision below 1 yields to a package of the distribution.
@@ -17,7 +18,7 @@ set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/PackagingTools.cmake)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL runtime development go)
+set(CPACK_COMPONENTS_ALL runtime development python go)
 if(VEMLO_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -61,6 +62,25 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 The C headers of libvemlo, their manual, examples in C, C++ and Python, and
 what pkg-config and CMake need to find the library. The C++ headers of the
 layer below it are for hosts that bring service clients of their own.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${python_package})
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= 3.9), ${runtime_package} (>= ${PROJECT_VERSION})")
+# They compile the modules when the package is installed, and remove what was compiled.
+foreach(script IN ITEMS postinst prerm)
+  configure_file(cmake/debian/python-${script}.in python/${script} @ONLY
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                     WORLD_READ WORLD_EXECUTE)
+endforeach()
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_BINARY_DIR}/python/postinst ${PROJECT_BINARY_DIR}/python/prerm)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+"connect cloud storage accounts - for Python
+The module vemlo, with which programs in Python let their users link accounts
+of S3 and compatible stores, Azure storage blobs, Google Drive, OneDrive,
+Dropbox and Amazon Drive, and choose the folder that transfers will use.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ${tool_package})
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)

@@ -15,8 +15,8 @@ import unittest
 
 from support import drives, output
 
-EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
-PYTHON_HOST = [sys.executable, "-B", EXAMPLES / "python" / "link_account.py", "google-drive"]
+ROOT = pathlib.Path(__file__).parents[2]
+PYTHON_HOST = [sys.executable, "-B", ROOT / "examples/python/link_account.py", "google-drive"]
 # A port that no process listens on.
 NOWHERE = ("127.0.0.1", "1")
 REDIRECT = "https://vemlo.example/redirect.php"
@@ -32,7 +32,8 @@ class HostsCase(unittest.TestCase):
         self.tokens = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "tokens"
 
     def start(self, host, proxy):
-        environment = {**os.environ, "LIBVEMLO": os.environ["VEMLO_LIBRARY"]}
+        environment = {**os.environ, "LIBVEMLO": os.environ["VEMLO_LIBRARY"],
+                       "PYTHONPATH": str(ROOT / "bindings/python")}  # fmt: skip
         process = subprocess.Popen(
             [*self.hosts[host], self.tokens, *proxy], env=environment, encoding="utf-8",
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,

@@ -51,7 +51,8 @@ class Prefix:
     @property
     def environment(self):
         return {**os.environ, "PKG_CONFIG_PATH": str(self.libraries / "pkgconfig"),
-                "CMAKE_PREFIX_PATH": str(self.path), "LD_LIBRARY_PATH": str(self.libraries)}
+                "CMAKE_PREFIX_PATH": str(self.path), "LD_LIBRARY_PATH": str(self.libraries),
+                "PYTHONPATH": str(self.path / "lib/python3/dist-packages")}
 
     def build_with_make(self, folder, more_flags=""):
         """Builds the examples in C and returns the folder with the programs."""

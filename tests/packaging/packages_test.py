@@ -4,10 +4,11 @@ import os
 import pathlib
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 
-from installed import BUILD_TREE, LIBDIR, run
+from installed import BUILD_TREE, LIBDIR, ROOT, run
 
 CONFIG = BUILD_TREE / "CPackConfig.cmake"
 HOST = """
@@ -52,7 +53,8 @@ class Packages(unittest.TestCase):
 
     def test_packages(self):
         self.assertEqual(set(self.packages),
-                         {"libvemlo1", "libvemlo-dev", "vemlo", "golang-vemlo-dev"})
+                         {"libvemlo1", "libvemlo-dev", "python3-vemlo", "vemlo",
+                          "golang-vemlo-dev"})
 
     def test_every_file_is_in_one_package(self):
         places = {
@@ -77,6 +79,11 @@ class Packages(unittest.TestCase):
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
                 "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
             },
+            "python3-vemlo": {
+                "usr/lib/python3/dist-packages/vemlo/__init__.py",
+                "usr/lib/python3/dist-packages/vemlo/py.typed",
+                "usr/share/doc/python3-vemlo/python.md", "usr/share/doc/python3-vemlo/copyright",
+            },
             "vemlo": {"usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz"},
             "golang-vemlo-dev": {
                 "usr/share/gocode/src/vemlo/go.mod", "usr/share/gocode/src/vemlo/drive.go",
@@ -94,6 +101,8 @@ class Packages(unittest.TestCase):
         version = self.packages["libvemlo1"].field("Version")
         self.assertIn(f"libvemlo1 (= {version})", depends["libvemlo-dev"])
         self.assertRegex(depends["vemlo"], r"libvemlo1 \(>= ")
+        self.assertRegex(depends["python3-vemlo"],
+                         r"^python3 \(>= 3\.9\), libvemlo1 \(>= [\d.]+\)$")
         for library in ("libcurl4", "libssl3", "libgoogle-glog0v6", "libpococrypto80", "libc6"):
             self.assertIn(library + " ", depends["libvemlo1"])
 
@@ -171,8 +180,26 @@ class Packages(unittest.TestCase):
 
     def test_libraries_of_several_architectures_may_be_installed(self):
         fields = {name: package.field("Multi-Arch") for name, package in self.packages.items()}
-        self.assertEqual(fields, {"libvemlo1": "same", "libvemlo-dev": "same", "vemlo": "no",
+        self.assertEqual(fields, {"libvemlo1": "same", "libvemlo-dev": "same",
+                                  "python3-vemlo": "no", "vemlo": "no",
                                   "golang-vemlo-dev": "no"})
+
+    def test_the_python_package_is_for_all_architectures_and_works(self):
+        package = self.packages["python3-vemlo"]
+        self.assertEqual(package.field("Architecture"), "all")
+        modules = {path for path in package.files if "/vemlo/" in path}
+        sources = (ROOT / "bindings/python/vemlo").iterdir()
+        self.assertEqual({pathlib.PurePath(path).name for path in modules if path[-1] != "/"},
+                         {path.name for path in sources if path.is_file()})
+        with tempfile.TemporaryDirectory() as root:
+            for name in ("libvemlo1", "python3-vemlo"):
+                run("dpkg-deb", "--extract", self.packages[name].path, root)
+            environment = {**os.environ, "PYTHONPATH": f"{root}/usr/lib/python3/dist-packages",
+                           "LD_LIBRARY_PATH": f"{root}/usr/{LIBDIR}"}
+            text = run(sys.executable, "-c", "import vemlo\nwith vemlo.Library():\n"
+                       " print(vemlo.__file__, vemlo.decrypt(vemlo.encrypt('text')))",
+                       env=environment)
+        self.assertEqual(text, f"{root}/usr/lib/python3/dist-packages/vemlo/__init__.py text\n")
 
     def test_libraries_are_stripped(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -65,6 +65,18 @@ def resident_kilobytes():
         return int(file.read().split()[1]) * os.sysconf("SC_PAGESIZE") // 1024
 
 
+def open_session(service, arguments, proxy):
+    if service == "s3":
+        endpoint, region, access_key, secret_key = arguments
+        return vemlo.S3(endpoint, region, access_key, secret_key, proxy)
+    if service == "azure":
+        region, account_name, key = arguments
+        return vemlo.AzureBlobs(region, account_name, key, proxy)
+    if arguments:
+        raise NotUnderstood(arguments)
+    return vemlo.Drive(SERVICES[service], proxy)
+
+
 class Driver:
     """The methods carry out the commands of their names and return the lines of the results."""
 
@@ -108,14 +120,7 @@ class Driver:
     # Sessions
 
     def do_open(self, name, service, host, port, *arguments):
-        proxy = vemlo.Proxy(host, int(port))
-        if service == "s3":
-            session = vemlo.S3(*arguments, proxy)
-        elif service == "azure":
-            session = vemlo.AzureBlobs(*arguments, proxy)
-        else:
-            session = vemlo.Drive(SERVICES[service], proxy, *arguments)
-        self.sessions[name] = session
+        self.sessions[name] = open_session(service, arguments, vemlo.Proxy(host, int(port)))
         return []
 
     def do_close(self, name):

@@ -19,7 +19,8 @@ from urllib.parse import parse_qs, urlsplit
 import vemlo
 
 HOSTS = ("www.googleapis.com", "accounts.google.com", "graph.microsoft.com", "api.dropboxapi.com",
-         "login.microsoftonline.com", "drive.amazonaws.com", "api.amazon.com")  # fmt: skip
+         "login.microsoftonline.com", "s3.example.com", "oauth2.googleapis.com",
+         "drive.amazonaws.com", "api.amazon.com")  # fmt: skip
 
 
 class Request(NamedTuple):
