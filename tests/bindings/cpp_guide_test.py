@@ -11,7 +11,7 @@ import textwrap
 import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
-GUIDE = ROOT / "docs" / "bindings" / "cpp.md"
+GUIDE = ROOT / "docs/bindings/cpp.md"
 FLAGS = ["-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-x", "c++", "-"]
 FOLDERS = ("include", "service_client/include", "bindings/cpp")
 # Parts of a program use what the text around them names.

@@ -1,4 +1,7 @@
-"""The code in the documentation is part of the examples, which other tests build and run."""
+"""The code in the documentation is part of the examples, which other tests build and run.
+
+That of the guide to a binding is run by a test of that binding.
+"""
 
 import pathlib
 import re
@@ -6,11 +9,13 @@ import textwrap
 import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
-LANGUAGES = {"c": [".c", ".h"], "python": [".py"]}
+RUN_BY_TESTS = {ROOT / "docs/bindings/cpp.md": ROOT / "tests/bindings/cpp_guide_test.py"}
+LANGUAGES = {"c": [".c", ".h"], "cpp": [".cpp", ".h"], "python": [".py"], "go": [".go"]}
 
 
 def documents():
-    return [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
+    found = [ROOT / "README.md", *sorted((ROOT / "docs").rglob("*.md"))]
+    return [path for path in found if path not in RUN_BY_TESTS]
 
 
 def code_blocks(document):
@@ -38,6 +43,13 @@ class CodeBlocks(unittest.TestCase):
                 with self.subTest(document=document.name, code=code):
                     self.assertTrue(is_from(code, sources(language)))
         self.assertGreaterEqual(checked, 5)
+
+    def test_the_tests_that_run_other_blocks_name_their_documents(self):
+        for document, test in RUN_BY_TESTS.items():
+            with self.subTest(document=document.name):
+                self.assertTrue(code_blocks(document))
+                name = document.relative_to(ROOT).as_posix()
+                self.assertIn(name, test.read_text(encoding="utf-8"))
 
     def test_a_different_block_is_detected(self):
         text = sources("c")[0]
