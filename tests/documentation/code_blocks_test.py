@@ -9,8 +9,11 @@ import textwrap
 import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
-RUN_BY_TESTS = {ROOT / "docs/bindings/python.md": ROOT / "tests/bindings/python/guide_test.py"}
-LANGUAGES = {"c": [".c", ".h"], "go": [".go"], "python": [".py"]}
+RUN_BY_TESTS = {
+    ROOT / "docs/bindings/cpp.md": ROOT / "tests/bindings/cpp_guide_test.py",
+    ROOT / "docs/bindings/python.md": ROOT / "tests/bindings/python/guide_test.py",
+}
+LANGUAGES = {"c": [".c", ".h"], "cpp": [".cpp", ".h"], "python": [".py"], "go": [".go"]}
 
 
 def documents():

@@ -15,6 +15,7 @@ ROOT = pathlib.Path(__file__).parents[2]
 EXAMPLES = ROOT / "examples"
 BUILD_TREE = pathlib.Path(os.environ["VEMLO_BUILD_TREE"])
 LIBDIR = os.environ["VEMLO_LIBDIR"]
+CPP_HOST = ("link_account", "console", "token_file")
 LIBRARIES_ALONE = ["-DVEMLO_BUILD_TOOL=OFF", "-DVEMLO_BUILD_TESTS=OFF",
                    "-DVEMLO_BUILD_BENCHMARKS=OFF"]
 
@@ -63,10 +64,11 @@ class Prefix:
         return programs
 
     def build_cpp(self, folder, more_flags=""):
-        """Builds the example in C++ with pkg-config and returns the program."""
+        """Builds the host in C++ with pkg-config and returns the program."""
         program = pathlib.Path(folder) / "link_account"
+        sources = (EXAMPLES / "cpp" / f"{name}.cpp" for name in CPP_HOST)
         flags = f"-std=c++17 -O2 -Wall -Wextra -Wconversion -Wshadow -Werror {more_flags}"
-        run("c++", *flags.split(), *sorted((EXAMPLES / "cpp").glob("*.cpp")), "-o", program,
+        run("c++", *flags.split(), *sources, "-o", program,
             *self.pkg_config("--cflags", "--libs", "libvemlo").split(), env=self.environment)
         return program
 
