@@ -7,8 +7,8 @@
 #include <string>
 
 #include "account_file.h"
+#include "command_failure.h"
 #include "error_checks.h"
-#include "failure.h"
 #include "fuzz_input.h"
 
 namespace {
@@ -47,11 +47,11 @@ void checkInput(std::string_view input) {
   static const Folder folder;
   folder.write(input);
   try {
-    for (const auto& [service, account] : vemlo::readAccounts()) {
+    for (const auto& [service, account] : tool::readAccounts()) {
       require(service.size() + account.accessToken.size() <= input.size());
     }
-  } catch (const vemlo::Failure& failure) {
-    require(failure.code() == vemlo::ExitCode::LocalFailure);
+  } catch (const tool::CommandFailure& failure) {
+    require(failure.code() == tool::ExitCode::LocalFailure);
     require(*failure.what() != '\0');
   }
 }

@@ -17,11 +17,11 @@
 #include <string_view>
 #include <system_error>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "open_file.h"
 #include "private_file.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -29,7 +29,7 @@ using std::filesystem::path;
 
 [[noreturn]] void fail(const std::string& what, const path& file) {
   const std::string reason = std::generic_category().message(errno);
-  throw Failure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
+  throw CommandFailure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
 }
 
 path configurationFolder() {
@@ -38,8 +38,8 @@ path configurationFolder() {
   if (configured != nullptr && *configured == '/') return configured;
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return path(home) / ".config";
-  throw Failure(ExitCode::LocalFailure,
-                "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
+  throw CommandFailure(ExitCode::LocalFailure,
+                       "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
 }
 
 path accountFolder() { return configurationFolder() / "vemlo"; }
@@ -58,8 +58,9 @@ bool isAccount(const Json& account) {
 Json parse(const std::string& text, const std::string& file) {
   Json accounts = Json::parse(text, nullptr, false);
   if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
-    throw Failure(ExitCode::LocalFailure,
-                  "'" + file + "' is damaged; repair it, or remove it and link the accounts again");
+    throw CommandFailure(
+        ExitCode::LocalFailure,
+        "'" + file + "' is damaged; repair it, or remove it and link the accounts again");
   }
   return accounts;
 }
@@ -152,4 +153,4 @@ bool removeAccount(const std::string& service) {
   return existed;
 }
 
-}  // namespace vemlo
+}  // namespace tool

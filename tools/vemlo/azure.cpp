@@ -6,14 +6,14 @@
 #include <memory>
 #include <string>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "object_store.h"
 #include "proxy.h"
 #include "result_codes.h"
 #include "secrets.h"
 #include "session_guard.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 struct AzureOptions {
@@ -30,21 +30,22 @@ session* openHandle(const AzureOptions& options, const std::string& key, const P
   session* handle = libvemlo_azure_ssb_init(options.cloud.c_str(), options.account.c_str(),
                                             key.c_str(), &setting);
   if (handle == nullptr) {
-    throw Failure(ExitCode::BadUsage, "the key is no base64 text; is it copied as a whole?");
+    throw CommandFailure(ExitCode::BadUsage, "the key is no base64 text; is it copied as a whole?");
   }
   return handle;
 }
 
 SessionGuard openSession(const AzureOptions& options) {
   if (options.account.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the storage account is missing: give --account or set VEMLO_AZURE_ACCOUNT");
+    throw CommandFailure(
+        ExitCode::BadUsage,
+        "the storage account is missing: give --account or set VEMLO_AZURE_ACCOUNT");
   }
   const std::string key = readSecret(options.keyFile, "VEMLO_AZURE_KEY");
   if (key.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the key is missing: give --key-file, or set VEMLO_AZURE_KEY or "
-                  "VEMLO_AZURE_KEY_FILE");
+    throw CommandFailure(ExitCode::BadUsage,
+                         "the key is missing: give --key-file, or set VEMLO_AZURE_KEY or "
+                         "VEMLO_AZURE_KEY_FILE");
   }
   const Proxy proxy = resolveProxy(options.proxy);
   return SessionGuard([&] { return openHandle(options, key, proxy); });
@@ -98,4 +99,4 @@ void addAzureCommands(CLI::App& app) {
   create->callback([options] { createContainer(*options); });
 }
 
-}  // namespace vemlo
+}  // namespace tool

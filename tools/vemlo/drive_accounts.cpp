@@ -8,14 +8,14 @@
 #include "account_file.h"
 #include "authorization_response.h"
 #include "browser.h"
+#include "command_failure.h"
 #include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
-#include "failure.h"
 #include "output.h"
 #include "proxy.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr const char* kLoginFooter =
@@ -70,7 +70,7 @@ void login(const Arguments& arguments) {
 void logout(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
   if (!removeAccount(drive.name)) {
-    throw Failure(ExitCode::BadUsage, "no " + drive.title + " account is linked");
+    throw CommandFailure(ExitCode::BadUsage, "no " + drive.title + " account is linked");
   }
   writeMessage("the " + drive.title + " account is forgotten here");
   const std::string url = DriveSession(drive, {}, false).logoutUrl();
@@ -82,9 +82,9 @@ void logout(const Arguments& arguments) {
 void whoAmI(const Arguments& arguments) {
   const Drive& drive = driveNamed(arguments.service);
   if (drive.logAccountHolder == nullptr) {
-    throw Failure(ExitCode::BadUsage, "the library cannot ask " + drive.title +
-                                          " whose account it is; `vemlo ls " + drive.name +
-                                          ":/` shows whether it is still linked");
+    throw CommandFailure(ExitCode::BadUsage, "the library cannot ask " + drive.title +
+                                                 " whose account it is; `vemlo ls " + drive.name +
+                                                 ":/` shows whether it is still linked");
   }
   const Account account = linkedAccount(drive);
   const DriveSession session(drive, account, resolveProxy(arguments.proxy), false);
@@ -154,4 +154,4 @@ void addDriveAccountCommands(CLI::App& app) {
   addAccounts(app);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 
-namespace vemlo {
+namespace tool {
 
 /// Adds `login`, `logout`, `whoami` and `accounts`.
 void addDriveAccountCommands(CLI::App& app);
 
-}  // namespace vemlo
+}  // namespace tool

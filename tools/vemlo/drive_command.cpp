@@ -1,10 +1,10 @@
 #include "drive_command.h"
 
-namespace vemlo {
+namespace tool {
 
 CLI::App& addDriveCommand(CLI::App& app, const std::string& name, const std::string& description) {
   return *app.add_subcommand(name, description)
               ->group("Google Drive, OneDrive, Dropbox and Amazon Drive");
 }
 
-}  // namespace vemlo
+}  // namespace tool

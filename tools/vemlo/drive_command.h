@@ -3,7 +3,7 @@
 #include <CLI/App.hpp>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// Adds a command that `--help` lists among the commands of the drives.
 ///
@@ -11,4 +11,4 @@ namespace vemlo {
 /// environment variable that is read for one command would otherwise replace an option of another.
 CLI::App& addDriveCommand(CLI::App& app, const std::string& name, const std::string& description);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "command_failure.h"
 #include "drive_command.h"
 #include "drive_session.h"
 #include "drives.h"
-#include "failure.h"
 #include "output.h"
 #include "proxy.h"
 #include "suggestion.h"
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 struct Arguments {
@@ -69,9 +69,9 @@ std::vector<Folder> foldersNamed(const std::string& name, std::vector<Folder> fo
   names.reserve(folders.size());
   for (const Folder& folder : folders) names.push_back(folder.name);
   const std::string meant = closest(name, names);
-  throw Failure(ExitCode::ServiceFailed,
-                "there is no folder '" + name + "' in " + parent +
-                    (meant.empty() ? "" : "; did you mean '" + meant + "'?"));
+  throw CommandFailure(ExitCode::ServiceFailed,
+                       "there is no folder '" + name + "' in " + parent +
+                           (meant.empty() ? "" : "; did you mean '" + meant + "'?"));
 }
 
 Folder requireSingle(const std::vector<Folder>& folders, const std::string& name,
@@ -81,9 +81,9 @@ Folder requireSingle(const std::vector<Folder>& folders, const std::string& name
   if (found.size() > 1) {
     std::string ids;
     for (const Folder& folder : found) ids += (ids.empty() ? "" : ", ") + folder.id;
-    throw Failure(ExitCode::ServiceFailed, "there are " + std::to_string(found.size()) +
-                                               " folders '" + name + "' in " + parent +
-                                               "; begin at one of them with --id: " + ids);
+    throw CommandFailure(ExitCode::ServiceFailed, "there are " + std::to_string(found.size()) +
+                                                      " folders '" + name + "' in " + parent +
+                                                      "; begin at one of them with --id: " + ids);
   }
   return found.front();
 }
@@ -96,9 +96,9 @@ void requireNewName(const Drive& drive, const std::string& name, const std::stri
     const bool isSame =
         folder.name == name || (drive.ignoresCase && upperCase(folder.name) == upperCase(name));
     if (!isSame) continue;
-    throw Failure(ExitCode::ServiceFailed,
-                  "there is a folder '" + folder.name + "' in " + parent +
-                      " already; nothing was changed. Use it, or choose another name");
+    throw CommandFailure(ExitCode::ServiceFailed,
+                         "there is a folder '" + folder.name + "' in " + parent +
+                             " already; nothing was changed. Use it, or choose another name");
   }
 }
 
@@ -141,8 +141,8 @@ void listFolders(const Arguments& arguments) {
 void makeFolder(const Arguments& arguments) {
   const Location location = parseLocation(arguments);
   if (location.names.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the new folder's name is missing, as in " + location.drive.name + ":/NAME");
+    throw CommandFailure(ExitCode::BadUsage, "the new folder's name is missing, as in " +
+                                                 location.drive.name + ":/NAME");
   }
   const DriveSession session = openSession(location.drive, arguments);
   const std::size_t depth = location.names.size() - 1;
@@ -187,4 +187,4 @@ void addDriveFolderCommands(CLI::App& app) {
              makeFolder);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 
-namespace vemlo {
+namespace tool {
 
 /// Adds `ls` and `mkdir` of the drives.
 void addDriveFolderCommands(CLI::App& app);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -5,11 +5,11 @@
 #include <ctime>
 #include <memory>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "progress.h"
 #include "result_codes.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// Copies a text that the library has allocated and releases it. Empty for null.
@@ -31,7 +31,7 @@ std::string loginCommand(const Drive& drive) { return "vemlo login " + drive.nam
 std::string encrypted(const std::string& token) {
   char* const ciphertext = encrypt_string(token.c_str());
   if (ciphertext == nullptr) {
-    throw Failure(ExitCode::LocalFailure, "the tokens cannot be enciphered");
+    throw CommandFailure(ExitCode::LocalFailure, "the tokens cannot be enciphered");
   }
   return take(ciphertext);
 }
@@ -51,8 +51,9 @@ Account linkedAccount(const Drive& drive) {
   const std::map<std::string, Account> accounts = readAccounts();
   const auto found = accounts.find(drive.name);
   if (found == accounts.end()) {
-    throw Failure(ExitCode::BadUsage, "no " + drive.title + " account is linked; link one with `" +
-                                          loginCommand(drive) + "`");
+    throw CommandFailure(
+        ExitCode::BadUsage,
+        "no " + drive.title + " account is linked; link one with `" + loginCommand(drive) + "`");
   }
   return found->second;
 }
@@ -99,9 +100,9 @@ void DriveSession::use(const Account& account) {
   const std::string access = take(accessToken);
   const std::string refresh = take(refreshToken);
   if (!isComplete) {
-    throw Failure(ExitCode::LocalFailure, "the stored tokens of the " + drive_.title +
-                                              " account are damaged; link it again with `" +
-                                              loginCommand(drive_) + "`");
+    throw CommandFailure(ExitCode::LocalFailure, "the stored tokens of the " + drive_.title +
+                                                     " account are damaged; link it again with `" +
+                                                     loginCommand(drive_) + "`");
   }
   drive_.setToken(session_.handle(), access.c_str(), refresh.c_str());
   hasStoredTokens_ = true;
@@ -163,4 +164,4 @@ void DriveSession::require(const std::string& action, const std::function<int()>
   requireDriveSuccess(code, action, advice);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -11,17 +11,17 @@
 #include "proxy.h"
 #include "session_guard.h"
 
-namespace vemlo {
+namespace tool {
 
 struct Folder {
   std::string name;
   std::string id;
 };
 
-/// The linked account of a drive. Throws Failure if there is none.
+/// The linked account of a drive. Throws CommandFailure if there is none.
 Account linkedAccount(const Drive& drive);
 
-/// A session of a drive service. Every failure is thrown as Failure.
+/// A session of a drive service. Every failure is thrown as CommandFailure.
 class DriveSession {
  public:
   /// Not authorized until `link` has succeeded.
@@ -64,4 +64,4 @@ class DriveSession {
   SessionGuard session_;
 };
 
-}  // namespace vemlo
+}  // namespace tool

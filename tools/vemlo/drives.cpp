@@ -1,9 +1,9 @@
 #include "drives.h"
 
-#include "failure.h"
+#include "command_failure.h"
 #include "suggestion.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 Drive googleDrive() {
@@ -102,8 +102,8 @@ const Drive& driveNamed(const std::string& name) {
   std::string advice;
   if (!meant.empty()) advice = "; did you mean '" + meant + "'?";
   if (isObjectStore) advice = "; `vemlo " + name + " --help` lists the commands of " + name;
-  throw Failure(ExitCode::BadUsage,
-                "no drive is called '" + name + "'; there are: " + listOfDrives() + advice);
+  throw CommandFailure(ExitCode::BadUsage,
+                       "no drive is called '" + name + "'; there are: " + listOfDrives() + advice);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace vemlo {
+namespace tool {
 
 /// A drive service: the library's functions for it, which have the same form for every drive, and
 /// what the commands need besides.
@@ -39,7 +39,7 @@ std::vector<std::string> driveNames();
 /// The names of all drives, separated by ", ".
 std::string listOfDrives();
 
-/// The drive with this name. Throws Failure if there is none.
+/// The drive with this name. Throws CommandFailure if there is none.
 const Drive& driveNamed(const std::string& name);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -8,16 +8,16 @@
 #include <string>
 
 #include "azure.h"
+#include "command_failure.h"
 #include "drive_accounts.h"
 #include "drive_folders.h"
-#include "failure.h"
 #include "help_formatter.h"
 #include "output.h"
 #include "s3.h"
 #include "terminal.h"
 #include "usage.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr const char* kFooter =
@@ -76,24 +76,24 @@ void run(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     writeResult(version.what() + std::string("\n"));
   } catch (const CLI::ParseError& error) {
-    throw Failure(ExitCode::BadUsage, describe(error, app));
+    throw CommandFailure(ExitCode::BadUsage, describe(error, app));
   }
 }
 
 }  // namespace
-}  // namespace vemlo
+}  // namespace tool
 
 int main(int argc, char** argv) {
-  auto code = vemlo::ExitCode::Done;
+  auto code = tool::ExitCode::Done;
   try {
-    vemlo::prepareProcess();
-    vemlo::run(argc, argv);
-  } catch (const vemlo::Failure& failure) {
-    vemlo::writeMessage(failure.what());
+    tool::prepareProcess();
+    tool::run(argc, argv);
+  } catch (const tool::CommandFailure& failure) {
+    tool::writeMessage(failure.what());
     code = failure.code();
   } catch (const std::exception& error) {
-    vemlo::writeMessage(error.what());
-    code = vemlo::ExitCode::LocalFailure;
+    tool::writeMessage(error.what());
+    code = tool::ExitCode::LocalFailure;
   }
   return static_cast<int>(code);
 }

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "output.h"
 #include "progress.h"
 #include "result_codes.h"
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 struct Arguments {
@@ -81,7 +81,7 @@ void listFolders(const ObjectStore& store, const Arguments& arguments) {
                isAbsolute ? "no folders whose names begin with '/'; " + advice : "no folders");
 }
 
-/// Whether the folder is there, as far as the account may look. Throws Failure with `action`, which
+/// Whether the folder is there, as far as the account may look. Throws CommandFailure with `action`, which
 /// the look is a part of.
 bool exists(const ObjectStore& store, session* handle, const Arguments& arguments,
             const std::string& path, const std::string& action) {
@@ -98,12 +98,13 @@ bool exists(const ObjectStore& store, session* handle, const Arguments& argument
 
 void makeFolder(const ObjectStore& store, const Arguments& arguments) {
   requireBucketName(arguments.bucket, store.bucketWord);
-  if (arguments.folder.empty()) throw Failure(ExitCode::BadUsage, "the folder's path is empty");
+  if (arguments.folder.empty())
+    throw CommandFailure(ExitCode::BadUsage, "the folder's path is empty");
   if (arguments.folder.front() == '/') {
     const std::string meant = relative(arguments.folder);
-    throw Failure(ExitCode::BadUsage,
-                  "the folder's path must not begin with '/'; give " +
-                      (meant.empty() ? "a name, such as photos/2020" : "'" + meant + "' instead"));
+    throw CommandFailure(ExitCode::BadUsage, "the folder's path must not begin with '/'; give " +
+                                                 (meant.empty() ? "a name, such as photos/2020"
+                                                                : "'" + meant + "' instead"));
   }
   const std::string path = withSlash(arguments.folder);
   const std::string where = " in " + store.bucketWord + " '" + arguments.bucket + "'";
@@ -157,10 +158,11 @@ void addObjectStoreCommands(CLI::App& service, const ObjectStore& store) {
 }
 
 void requireBucketName(const std::string& name, const std::string& bucketWord) {
-  if (name.empty()) throw Failure(ExitCode::BadUsage, "the " + bucketWord + "'s name is empty");
+  if (name.empty())
+    throw CommandFailure(ExitCode::BadUsage, "the " + bucketWord + "'s name is empty");
   if (name.find('/') != std::string::npos) {
-    throw Failure(ExitCode::BadUsage, "the " + bucketWord + "'s name must not contain '/'");
+    throw CommandFailure(ExitCode::BadUsage, "the " + bucketWord + "'s name must not contain '/'");
   }
 }
 
-}  // namespace vemlo
+}  // namespace tool

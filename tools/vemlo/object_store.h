@@ -8,7 +8,7 @@
 
 #include "session_guard.h"
 
-namespace vemlo {
+namespace tool {
 
 /// An object store: the library's functions for it, which have the same form for every store, and
 /// what the commands need besides.
@@ -17,7 +17,7 @@ struct ObjectStore {
   std::string bucketWord;
   /// The description of `ls` in `--help`.
   std::string listDescription;
-  /// Throws Failure if the options do not describe an account.
+  /// Throws CommandFailure if the options do not describe an account.
   std::function<SessionGuard()> open;
   int (*listBuckets)(session*, char***, int*) = nullptr;
   int (*listFolders)(session*, const char* bucket, const char* prefix, directory**, int*) = nullptr;
@@ -27,8 +27,8 @@ struct ObjectStore {
 /// Adds the commands that list buckets, list folders and make a folder.
 void addObjectStoreCommands(CLI::App& service, const ObjectStore& store);
 
-/// Throws Failure if a bucket's name is empty or contains a slash: requests would then address the
+/// Throws CommandFailure if a bucket's name is empty or contains a slash: requests would then address the
 /// whole account, or a path in the bucket.
 void requireBucketName(const std::string& name, const std::string& bucketWord);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using TextRow = std::vector<std::string>;
@@ -104,12 +104,12 @@ void writeResult(std::string_view text) {
   // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;
   if (errno == EPIPE) endByClosedPipe();
-  throw Failure(ExitCode::LocalFailure,
-                "cannot write the output: " + std::generic_category().message(errno));
+  throw CommandFailure(ExitCode::LocalFailure,
+                       "cannot write the output: " + std::generic_category().message(errno));
 }
 
 void writeMessage(std::string_view message) {
   std::fprintf(stderr, "vemlo: %s\n", printable(message).c_str());
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-namespace vemlo {
+namespace tool {
 
 /// A value of a listing. The empty alternative stands for a missing value.
 using Cell = std::variant<std::monostate, int, std::string>;
@@ -22,17 +22,17 @@ struct Listing {
 void addJsonFlag(CLI::App& command, bool& asJson);
 
 /// Writes a listing to standard output: as a JSON array with one object per row, or as a table,
-/// which is empty if there are no rows. Throws Failure if it cannot be written.
+/// which is empty if there are no rows. Throws CommandFailure if it cannot be written.
 void writeListing(const Listing& listing, bool asJson);
 
 /// Likewise. In place of an empty table, writes `emptyMessage` to standard error.
 void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage);
 
-/// Writes to standard output and flushes it. Throws Failure if it cannot be written. Ends the
+/// Writes to standard output and flushes it. Throws CommandFailure if it cannot be written. Ends the
 /// process by SIGPIPE if it is a pipe that nobody reads any more.
 void writeResult(std::string_view text);
 
 /// Writes one line to standard error, after the program's name.
 void writeMessage(std::string_view message);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -11,7 +11,7 @@
 
 #include "terminal.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using std::chrono::milliseconds;
@@ -75,4 +75,4 @@ int withProgress(bool isQuiet, const std::function<int()>& call) {
   return call();
 }
 
-}  // namespace vemlo
+}  // namespace tool

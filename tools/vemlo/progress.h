@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace vemlo {
+namespace tool {
 
 /// Returns what `call` returns. While a slow call runs, a spinner and the elapsed seconds are shown
 /// on standard error; they are erased when the call returns. Nothing is shown if `isQuiet` is set,
@@ -10,4 +10,4 @@ namespace vemlo {
 /// to it.
 int withProgress(bool isQuiet, const std::function<int()>& call);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -3,17 +3,18 @@
 #include <charconv>
 #include <string_view>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "secrets.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// The message does not contain the address, in which users may have put a password.
 [[noreturn]] void rejectAddress() {
-  throw Failure(ExitCode::BadUsage,
-                "the proxy must be given as [http://]HOST:PORT; its user goes into --proxy-user, "
-                "the password into --proxy-password-file");
+  throw CommandFailure(
+      ExitCode::BadUsage,
+      "the proxy must be given as [http://]HOST:PORT; its user goes into --proxy-user, "
+      "the password into --proxy-password-file");
 }
 
 std::uint16_t parsePort(std::string_view text) {
@@ -68,4 +69,4 @@ Proxy resolveProxy(const ProxyOptions& options) {
   return proxy;
 }
 
-}  // namespace vemlo
+}  // namespace tool

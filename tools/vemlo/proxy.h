@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// The proxy as specified by the user.
 struct ProxyOptions {
@@ -28,7 +28,7 @@ struct Proxy {
 
 void addProxyOptions(CLI::App& command, ProxyOptions& options);
 
-/// Throws Failure if the address is invalid or the password cannot be read.
+/// Throws CommandFailure if the address is invalid or the password cannot be read.
 Proxy resolveProxy(const ProxyOptions& options);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "failure.h"
+#include "command_failure.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 struct Meaning {
@@ -67,9 +67,9 @@ void require(int code, const std::string& action, const Meaning (&meanings)[Coun
                                            [code](const Meaning& m) { return m.code == code; });
   const std::string text =
       meaning == std::end(meanings) ? "the service call failed" : meaning->text;
-  throw Failure(code < 0 ? ExitCode::BadUsage : ExitCode::ServiceFailed,
-                "cannot " + action + ": " + text + " (code " + std::to_string(code) + ")" +
-                    (advice.empty() ? "" : "; " + advice));
+  throw CommandFailure(code < 0 ? ExitCode::BadUsage : ExitCode::ServiceFailed,
+                       "cannot " + action + ": " + text + " (code " + std::to_string(code) + ")" +
+                           (advice.empty() ? "" : "; " + advice));
 }
 
 }  // namespace
@@ -80,4 +80,4 @@ void requireDriveSuccess(int code, const std::string& action, const std::string&
   require(code, action, kDriveMeanings, advice);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "object_store.h"
 #include "output.h"
 #include "proxy.h"
@@ -16,7 +16,7 @@
 #include "secrets.h"
 #include "session_guard.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 struct S3Options {
@@ -34,14 +34,15 @@ struct S3Options {
 
 SessionGuard openSession(const S3Options& options) {
   if (options.accessKey.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the access key is missing: give --access-key or set VEMLO_S3_ACCESS_KEY");
+    throw CommandFailure(ExitCode::BadUsage,
+                         "the access key is missing: give --access-key or set VEMLO_S3_ACCESS_KEY");
   }
   const std::string secretKey = readSecret(options.secretKeyFile, "VEMLO_S3_SECRET_KEY");
   if (secretKey.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the secret key is missing: give --secret-key-file, or set VEMLO_S3_SECRET_KEY "
-                  "or VEMLO_S3_SECRET_KEY_FILE");
+    throw CommandFailure(
+        ExitCode::BadUsage,
+        "the secret key is missing: give --secret-key-file, or set VEMLO_S3_SECRET_KEY "
+        "or VEMLO_S3_SECRET_KEY_FILE");
   }
   const Proxy proxy = resolveProxy(options.proxy);
 
@@ -56,8 +57,8 @@ void createBucket(const S3Options& options) {
   requireBucketName(options.bucket, "bucket");
   const S3Flavour& flavour = chooseFlavour(options.flavour, options.endpoint);
   if (options.endpoint.empty() && &flavour != &flavourOfEndpoint(options.endpoint)) {
-    throw Failure(ExitCode::BadUsage,
-                  "the flavour '" + flavour.name + "' needs an endpoint: give --endpoint");
+    throw CommandFailure(ExitCode::BadUsage,
+                         "the flavour '" + flavour.name + "' needs an endpoint: give --endpoint");
   }
   const int location = locationCode(flavour, options.region);
 
@@ -142,4 +143,4 @@ void addS3Commands(CLI::App& app) {
   regions->callback([options] { listRegions(*options); });
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "failure.h"
+#include "command_failure.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr int kEndOfTable = 17;
@@ -81,8 +81,8 @@ int locationCode(const S3Flavour& flavour, const std::string& location) {
     if (matches(candidate, location)) return candidate.location_contraint;
     known += (known.empty() ? "" : ", ") + describe(candidate);
   }
-  throw Failure(ExitCode::BadUsage, "the flavour '" + flavour.name + "' has no region '" +
-                                        location + "'; it has: " + known);
+  throw CommandFailure(ExitCode::BadUsage, "the flavour '" + flavour.name + "' has no region '" +
+                                               location + "'; it has: " + known);
 }
 
-}  // namespace vemlo
+}  // namespace tool

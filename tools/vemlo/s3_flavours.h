@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace vemlo {
+namespace tool {
 
 /// A kind of S3 service. It determines the locations of buckets.
 struct S3Flavour {
@@ -28,7 +28,7 @@ const S3Flavour& chooseFlavour(const std::string& name, const std::string& endpo
 std::vector<location_contraint_name_mapping> locationsOf(const S3Flavour& flavour);
 
 /// The code of a location that is given by its name, in any case, or by its code; for an empty
-/// `location`, the code of the default. Throws Failure if the flavour has no such location.
+/// `location`, the code of the default. Throws CommandFailure if the flavour has no such location.
 int locationCode(const S3Flavour& flavour, const std::string& location);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -6,9 +6,9 @@
 #include <iostream>
 #include <system_error>
 
-#include "failure.h"
+#include "command_failure.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 std::string environment(const std::string& variable) {
@@ -22,7 +22,7 @@ std::string readLine(std::istream& stream, const std::string& source) {
   if (!line.empty() && line.back() == '\r') line.pop_back();
   // A NUL would silently truncate the secret. It indicates a file in another encoding.
   if (line.empty() || line.find('\0') != std::string::npos) {
-    throw Failure(ExitCode::LocalFailure, "no secret in the first line of " + source);
+    throw CommandFailure(ExitCode::LocalFailure, "no secret in the first line of " + source);
   }
   return line;
 }
@@ -31,8 +31,8 @@ std::string readFile(const std::string& file) {
   if (file == "-") return readLine(std::cin, "standard input");
   std::ifstream stream(file);
   if (!stream) {
-    throw Failure(ExitCode::LocalFailure, "cannot read the secret file '" + file +
-                                              "': " + std::generic_category().message(errno));
+    throw CommandFailure(ExitCode::LocalFailure, "cannot read the secret file '" + file + "': " +
+                                                     std::generic_category().message(errno));
   }
   return readLine(stream, "'" + file + "'");
 }
@@ -46,4 +46,4 @@ std::string readSecret(const std::string& file, const std::string& variable) {
   return fileOfEnvironment.empty() ? "" : readFile(fileOfEnvironment);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,7 +4,7 @@
 
 #include "terminal.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// The first session of a process sets up the log, in colour even if it is written to a file. So a
@@ -23,4 +23,4 @@ Library::Library() {
 
 Library::~Library() { libvemlo_global_cleanup(); }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace vemlo {
+namespace tool {
 
 /// Initializes the library, with a log that fits the terminal, and cleans it up. At most one object
 /// may exist at a time.
@@ -35,4 +35,4 @@ class SessionGuard {
   std::unique_ptr<session, Close> handle_;
 };
 
-}  // namespace vemlo
+}  // namespace tool

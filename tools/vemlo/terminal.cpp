@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string_view>
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 std::string_view environment(const char* variable) {
@@ -35,4 +35,4 @@ std::size_t columns() {
 
 bool showsColours() { return canOverwriteLines() && environment("NO_COLOR").empty(); }
 
-}  // namespace vemlo
+}  // namespace tool

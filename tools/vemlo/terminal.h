@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace vemlo {
+namespace tool {
 
 /// Whether standard error is a terminal on which a line can be overwritten.
 bool canOverwriteLines();
@@ -15,4 +15,4 @@ bool showsColours();
 /// terminal on standard output, else 80.
 std::size_t columns();
 
-}  // namespace vemlo
+}  // namespace tool

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cwchar>
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -137,4 +137,4 @@ std::string upperCase(std::string word) {
   return word;
 }
 
-}  // namespace vemlo
+}  // namespace tool

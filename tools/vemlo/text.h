@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace vemlo {
+namespace tool {
 
 /// `text` made safe to show on a terminal, as a service may return any name. Characters that
 /// control the terminal or change the direction of the text are escaped as in JSON. Bytes that are
@@ -26,4 +26,4 @@ std::string wrapped(std::string_view text, std::size_t columns);
 /// `word` in upper case. Only ASCII letters change.
 std::string upperCase(std::string word);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <vector>
 
+#include "command_failure.h"
 #include "drives.h"
-#include "failure.h"
 #include "suggestion.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using Apps = std::vector<const CLI::App*>;
@@ -68,8 +68,8 @@ std::string adviceFor(const std::string& word, const CLI::App& app) {
   constexpr std::size_t kLongest = 24;
   const std::string named = word.size() > kLongest ? "" : " '" + word + "'";
   const std::string owner = app.get_parent() == nullptr ? "" : " of '" + app.get_name() + "'";
-  throw Failure(ExitCode::BadUsage,
-                "unknown command" + named + owner + "; " + adviceFor(word, app));
+  throw CommandFailure(ExitCode::BadUsage,
+                       "unknown command" + named + owner + "; " + adviceFor(word, app));
 }
 
 /// The options of a command, including those of the service and of the program.
@@ -135,4 +135,4 @@ std::string describe(const CLI::ParseError& error, const CLI::App& app) {
          helpCommand(command);
 }
 
-}  // namespace vemlo
+}  // namespace tool
