@@ -47,8 +47,10 @@ void checkInput(std::string_view input) {
   static const Folder folder;
   folder.write(input);
   try {
-    for (const auto& [service, account] : tool::readAccounts()) {
-      require(service.size() + account.accessToken.size() <= input.size());
+    for (const auto& [name, account] : tool::readAccounts()) {
+      std::size_t size = name.size() + account.linked.size();
+      for (const auto& [member, value] : account.values) size += member.size() + value.size();
+      require(size <= input.size());
     }
   } catch (const tool::CommandFailure& failure) {
     require(failure.code() == tool::ExitCode::LocalFailure);

@@ -45,12 +45,11 @@ void addProxyOptions(CLI::App& command, ProxyOptions& options) {
       .add_option("--proxy-password-file", options.passwordFile,
                   "File with the proxy password in its first line; '-' reads a line of standard "
                   "input, after the key's, before the code's (Env:VEMLO_PROXY_PASSWORD, the "
-                  "password itself, "
-                  "or VEMLO_PROXY_PASSWORD_FILE)")
+                  "password itself, or VEMLO_PROXY_PASSWORD_FILE)")
       ->type_name("FILE");
 }
 
-Proxy resolveProxy(const ProxyOptions& options) {
+vemlo::Proxy resolveProxy(const ProxyOptions& options) {
   if (options.address.empty()) return {};
 
   constexpr std::string_view kScheme = "http://";
@@ -61,10 +60,10 @@ Proxy resolveProxy(const ProxyOptions& options) {
   const std::size_t colon = address.rfind(':');
   if (colon == std::string_view::npos || !isHost(address.substr(0, colon))) rejectAddress();
 
-  Proxy proxy;
+  vemlo::Proxy proxy;
   proxy.host = address.substr(0, colon);
   proxy.port = parsePort(address.substr(colon + 1));
-  proxy.user = options.user;
+  proxy.username = options.user;
   proxy.password = readSecret(options.passwordFile, "VEMLO_PROXY_PASSWORD");
   return proxy;
 }

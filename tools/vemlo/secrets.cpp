@@ -1,5 +1,7 @@
 #include "secrets.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -7,14 +9,10 @@
 #include <system_error>
 
 #include "command_failure.h"
+#include "terminal.h"
 
 namespace tool {
 namespace {
-
-std::string environment(const std::string& variable) {
-  const char* value = std::getenv(variable.c_str());
-  return value == nullptr ? "" : value;
-}
 
 std::string readLine(std::istream& stream, const std::string& source) {
   std::string line;
@@ -39,11 +37,24 @@ std::string readFile(const std::string& file) {
 
 }  // namespace
 
+std::string environment(const std::string& variable) {
+  const char* value = std::getenv(variable.c_str());
+  return value == nullptr ? "" : value;
+}
+
 std::string readSecret(const std::string& file, const std::string& variable) {
   if (!file.empty()) return readFile(file);
   if (std::string secret = environment(variable); !secret.empty()) return secret;
   const std::string fileOfEnvironment = environment(variable + "_FILE");
   return fileOfEnvironment.empty() ? "" : readFile(fileOfEnvironment);
+}
+
+std::string readOrAskForSecret(const std::string& file, const std::string& variable,
+                               const std::string& prompt) {
+  std::string secret = readSecret(file, variable);
+  if (!secret.empty() || isatty(STDIN_FILENO) == 0) return secret;
+  const HiddenInput hidden(prompt);
+  return readLine(std::cin, "standard input");
 }
 
 }  // namespace tool

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <termios.h>
+
 #include <cstddef>
+#include <string>
 
 namespace tool {
 
@@ -14,5 +17,21 @@ bool showsColours();
 /// The number of columns to write help texts for: the value of COLUMNS, else the width of the
 /// terminal on standard output, else 80.
 std::size_t columns();
+
+/// Whether the terminal shows UTF-8, as far as the locale of the environment tells.
+bool showsUtf8();
+
+/// During its lifetime, standard input, a terminal, does not show what is typed.
+class HiddenInput {
+ public:
+  /// Writes the prompt to standard error.
+  explicit HiddenInput(const std::string& prompt);
+  ~HiddenInput();
+  HiddenInput(const HiddenInput&) = delete;
+  HiddenInput& operator=(const HiddenInput&) = delete;
+
+ private:
+  termios shown_{};
+};
 
 }  // namespace tool
