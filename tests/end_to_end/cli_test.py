@@ -7,7 +7,6 @@ import unittest
 
 from support import programs, sandbox
 from support.case import LibraryTest
-from support.error_codes import Code
 from support.tool import BAD_USAGE, DONE, LOCAL_FAILURE, SERVICE_FAILED, TOOL
 
 
@@ -39,12 +38,10 @@ class S3ToolTest(LibraryTest):
         self.assertEqual((result.log.text, result.status), ("", DONE))
         self.assertEqual(result.output, output)
 
-    def assert_refused(self, result, code, words):
-        """A line of the library, a line of the tool, and nothing on standard output."""
+    def assert_refused(self, result, words):
+        """One line of the tool, and nothing on standard output."""
         self.assertEqual((result.status, result.output), (SERVICE_FAILED, ""))
-        self.assertEqual(len(result.log.records("E")), 1)
-        self.assertRegex(result.log.lines[-1], rf"^vemlo: cannot .*{words} \(code {code:d}\)$")
-        self.assertEqual(len(result.log.lines), 2)
+        self.assertRegex(result.log.text, rf"\Avemlo: cannot [^\n]*{words}[^\n]*\n\Z")
 
 
 class Buckets(S3ToolTest):
@@ -103,15 +100,17 @@ class Refusals(S3ToolTest):
     def test_wrong_secret(self):
         environment = {**self.keys, "VEMLO_S3_SECRET_KEY": sandbox.MADE_UP_SECRET}
         result = self.tool("s3", "buckets", environment=environment)
-        self.assert_refused(result, Code.SignatureMismatch, "is the secret key right.")
+        self.assert_refused(
+            result, "the secret key is wrong; check --access-key and --secret-key-file"
+        )
 
     def test_unknown_key(self):
         result = self.tool("s3", "buckets", "--access-key", "nobody")
-        self.assert_refused(result, Code.UnknownAccessKey, "unknown access key")
+        self.assert_refused(result, "the service does not know the access key")
 
     def test_unreachable_server(self):
         result = self.tool("s3", "buckets", "--endpoint", "http://127.0.0.1:1")
-        self.assert_refused(result, Code.NetworkFailure, "not reached.*")
+        self.assert_refused(result, "was not reached; check the network, the proxy and the endpoint")
 
     def test_bad_usage_sends_no_request(self):
         result = self.tool("s3", "buckets", "--endpoint", "http://127.0.0.1:1", "--colour")
@@ -141,14 +140,14 @@ class CreateBucket(S3ToolTest):
 
     def test_region_that_the_server_does_not_have(self):
         result = self.create("--flavour", "aws", "--region", "Northern California")
-        self.assert_refused(result, Code.InvalidLocation, "no such location")
+        self.assert_refused(result, "no such region; choose another one with --region")
         self.assertNotIn(self.bucket, self.account.bucket_names())
 
     def test_bucket_of_another_owner(self):
         self.assert_prints(self.create(), "")
         self.keys = keys_of(sandbox.account("radosgw", "other"))
         result = self.create()
-        self.assert_refused(result, Code.BucketAlreadyExists, "taken by another account")
+        self.assert_refused(result, "taken by another account")
 
 
 class Proxy(S3ToolTest):
@@ -190,7 +189,7 @@ class Proxy(S3ToolTest):
 
     def test_credentials_that_are_missing(self):
         result = self.tool("s3", "buckets", "--proxy", self.address("authProxyPort"))
-        self.assert_refused(result, Code.NetworkFailure, "not reached.*")
+        self.assert_refused(result, "was not reached; check the network, the proxy and the endpoint")
         self.assertEqual(sandbox.requests(), [])
 
     def test_a_region_by_name_is_requested_at_its_own_host(self):

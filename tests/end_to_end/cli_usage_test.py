@@ -96,8 +96,8 @@ class BadUsage(ToolTest):
             ("buckets",): "unknown command 'buckets'; did you mean `vemlo s3 buckets`?",
             ("s3", "containers"): "did you mean `vemlo azure containers`?",
             ("s3", "login", "dropbox"): "did you mean `vemlo login`?",
-            ("dropbox", "ls"): "unknown command 'dropbox'; a drive is named behind the command",
-            ("dropbox:/", "ls"): "a drive is named behind the command, as in `vemlo ls dropbox:/`",
+            ("dropbox", "ls"): "unknown command 'dropbox'; an account is named behind the command",
+            ("dropbox:/", "ls"): "an account is named behind the command, as in `vemlo ls dropbox:/`",
             ("",): "unknown command ''; `vemlo --help` lists the commands",
         }
         for arguments, message in cases.items():
@@ -136,8 +136,6 @@ class BadUsage(ToolTest):
             "Google-Drive": "did you mean 'google-drive'?",
             "onedrvie": "did you mean 'onedrive'?",
             "amazon": "did you mean 'amazon-drive'?",
-            "s3": "`vemlo s3 --help` lists the commands of s3",
-            "azure": "`vemlo azure --help` lists the commands of azure",
         }
         for drive, message in cases.items():
             for command in (("login", drive), ("ls", f"{drive}:/Photos")):
@@ -184,10 +182,8 @@ class BadUsage(ToolTest):
     def test_an_azure_key_that_is_no_base64(self):
         environment = {**AZURE_KEYS, "VEMLO_AZURE_KEY": "confidential!"}
         result = run("azure", "containers", environment=environment)
-        self.assertEqual((result.returncode, result.stdout), (BAD_USAGE, ""))
-        logged, message = result.stderr.splitlines()
-        self.assertRegex(message, r"vemlo: the key is no base64 text")
-        self.assertNotIn("confidential", logged + message)
+        self.assert_fails(result, BAD_USAGE, "the key is no base64 text")
+        self.assertNotIn("confidential", result.stderr)
 
     def test_proxy_must_be_host_and_port(self):
         malformed = (
@@ -254,7 +250,7 @@ class CreateBucket(ToolTest):
 
     def test_messages_cannot_control_the_terminal(self):
         result = self.create("photos", "--region", "\x1b[31m\r\n\x9b1m\u202eevil")
-        self.assert_fails(result, BAD_USAGE, r"'\u001b[31m\u000d\u000a\u009b1m\u202eevil'")
+        self.assert_fails(result, BAD_USAGE, r"'\x1b[31m\x0d\x0a\u009b1m\u202eevil'")
 
 
 class Folders(ToolTest):
@@ -303,9 +299,10 @@ class DriveFolders(ToolTest):
     DRIVES = ("google-drive", "onedrive", "dropbox", "amazon-drive")
 
     def test_arguments_are_required(self):
-        for command in ("login", "logout", "whoami"):
-            self.assert_fails(run(command), BAD_USAGE, "SERVICE is required")
-        for command in ("ls", "mkdir"):
+        self.assert_fails(run("login"), BAD_USAGE, "SERVICE is required")
+        for command in ("logout", "whoami"):
+            self.assert_fails(run(command), BAD_USAGE, "NAME is required")
+        for command in ("ls", "tree", "mkdir"):
             self.assert_fails(run(command), BAD_USAGE, "LOCATION is required")
             result = run(command, "dropbox:/", "dropbox:/")
             self.assert_fails(result, BAD_USAGE, "too many arguments")

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "account_file.h"
+#include "command_failure.h"
 #include "error_checks.h"
-#include "failure.h"
 #include "fuzz_input.h"
 
 namespace {
@@ -47,11 +47,13 @@ void checkInput(std::string_view input) {
   static const Folder folder;
   folder.write(input);
   try {
-    for (const auto& [service, account] : vemlo::readAccounts()) {
-      require(service.size() + account.accessToken.size() <= input.size());
+    for (const auto& [name, account] : tool::readAccounts()) {
+      std::size_t size = name.size() + account.linked.size();
+      for (const auto& [member, value] : account.values) size += member.size() + value.size();
+      require(size <= input.size());
     }
-  } catch (const vemlo::Failure& failure) {
-    require(failure.code() == vemlo::ExitCode::LocalFailure);
+  } catch (const tool::CommandFailure& failure) {
+    require(failure.code() == tool::ExitCode::LocalFailure);
     require(*failure.what() != '\0');
   }
 }

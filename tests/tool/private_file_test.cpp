@@ -16,7 +16,7 @@ std::string objection(mode_t mode, uid_t owner, const std::string& file = "accou
   struct stat attributes {};
   attributes.st_mode = mode;
   attributes.st_uid = owner;
-  return vemlo::objectionTo(file, attributes, kUser);
+  return tool::objectionTo(file, attributes, kUser);
 }
 
 TEST(PrivateFile, IsOneThatOnlyItsOwnerCanAccess) {

@@ -33,7 +33,7 @@ GOOD = {
     "bindings/cpp/libvemlo/drive.hpp":
         ["<libvemlo.h>", "<libvemlo_service_client.h>", "<string_view>", '"call.hpp"'],
     "tools/vemlo/main.cpp":
-        ['"libvemlo.h"', "<libvemlo_service_client.h>", "<curl/curlver.h>"],
+        ["<libvemlo.hpp>", "<curl/curlver.h>"],
 }
 
 # Pairs of a file and an include that it must not have.
@@ -79,6 +79,9 @@ BAD = [
     ("service_client/include/CloudStorage/Client/WSClient.h", "<curl/curl.h>"),
     ("tools/vemlo/main.cpp", '"CloudStorage/Client/S3/S3Client.h"'),
     ("tools/vemlo/main.cpp", '"libvemlo/session.h"'),
+    ("tools/vemlo/main.cpp", "<libvemlo.h>"),
+    ("tools/vemlo/main.cpp", "<libvemlo_service_client.h>"),
+    ("tools/vemlo/main.cpp", "<libvemlo/call.hpp>"),
 ]
 
 

@@ -10,18 +10,20 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "open_file.h"
 #include "private_file.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -29,7 +31,7 @@ using std::filesystem::path;
 
 [[noreturn]] void fail(const std::string& what, const path& file) {
   const std::string reason = std::generic_category().message(errno);
-  throw Failure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
+  throw CommandFailure(ExitCode::LocalFailure, what + " '" + file.string() + "': " + reason);
 }
 
 path configurationFolder() {
@@ -38,35 +40,79 @@ path configurationFolder() {
   if (configured != nullptr && *configured == '/') return configured;
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return path(home) / ".config";
-  throw Failure(ExitCode::LocalFailure,
-                "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
+  throw CommandFailure(ExitCode::LocalFailure,
+                       "there is no place for the accounts: set HOME or XDG_CONFIG_HOME");
 }
 
 path accountFolder() { return configurationFolder() / "vemlo"; }
 
 path accountFile() { return accountFolder() / "accounts.json"; }
 
-bool isAccount(const Json& account) {
-  constexpr std::array kMembers{"linked", "accessToken", "refreshToken"};
-  return account.is_object() &&
-         std::all_of(kMembers.begin(), kMembers.end(), [&account](const char* member) {
-           return account.contains(member) && account[member].is_string();
-         });
+/// The members that the accounts of a service have; none for a service of a later version.
+std::vector<std::string> valuesOf(const std::string& service) {
+  static const std::vector<std::string> kTokens{"accessToken", "refreshToken"};
+  static const std::map<std::string, std::vector<std::string>> kValues{
+      {"google-drive", kTokens},
+      {"onedrive", kTokens},
+      {"dropbox", kTokens},
+      {"amazon-drive", kTokens},
+      {"s3", {"endpoint", "signingRegion", "accessKey", "secretKey"}},
+      {"azure", {"account", "cloud", "key"}}};
+  const auto found = kValues.find(service);
+  return found == kValues.end() ? std::vector<std::string>() : found->second;
 }
 
-/// An object with one member per account, named after the service.
+bool hasText(const Json& account, const std::string& member) {
+  return account.contains(member) && account[member].is_string();
+}
+
+/// The service of an account. Earlier versions named an account after its service.
+std::string serviceOf(const std::string& name, const Json& account) {
+  return hasText(account, "service") ? account["service"].get<std::string>() : name;
+}
+
+bool isAccount(const std::string& name, const Json& account) {
+  if (!account.is_object() || !hasText(account, "linked")) return false;
+  if (account.contains("service") && !account["service"].is_string()) return false;
+  const std::vector<std::string> values = valuesOf(serviceOf(name, account));
+  return std::all_of(values.begin(), values.end(),
+                     [&account](const std::string& member) { return hasText(account, member); });
+}
+
+/// An object with one member per account, with the account's name.
 Json parse(const std::string& text, const std::string& file) {
   Json accounts = Json::parse(text, nullptr, false);
-  if (!accounts.is_object() || !std::all_of(accounts.begin(), accounts.end(), isAccount)) {
-    throw Failure(ExitCode::LocalFailure,
-                  "'" + file + "' is damaged; repair it, or remove it and link the accounts again");
+  bool isIntact = accounts.is_object();
+  if (isIntact) {
+    for (const auto& [name, account] : accounts.items()) isIntact &= isAccount(name, account);
+  }
+  if (!isIntact) {
+    throw CommandFailure(
+        ExitCode::LocalFailure,
+        "'" + file + "' is damaged; repair it, or remove it and link the accounts again");
   }
   return accounts;
+}
+
+Account accountFrom(const std::string& name, const Json& stored) {
+  Account account{serviceOf(name, stored), stored["linked"], {}};
+  for (const std::string& member : valuesOf(account.service)) {
+    account.values[member] = stored[member];
+  }
+  return account;
+}
+
+/// Writes the members of `account` to `stored` and keeps its others.
+void write(const Account& account, Json& stored) {
+  stored["service"] = account.service;
+  stored["linked"] = account.linked;
+  for (const auto& [member, value] : account.values) stored[member] = value;
 }
 
 bool writeAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t size = ::write(descriptor, text.data(), text.size());
+    if (size < 0 && errno == EINTR) continue;
     if (size < 0) return false;
     text.remove_prefix(static_cast<std::size_t>(size));
   }
@@ -120,36 +166,56 @@ void changeAccounts(const std::function<void(Json& accounts)>& change) {
 
 }  // namespace
 
-std::map<std::string, Account> readAccounts() {
-  const path file = accountFile();
-  const std::optional<std::string> text = readPrivateFile(file);
-  return text ? parseAccounts(*text, file.string()) : std::map<std::string, Account>();
+bool operator==(const Account& left, const Account& right) {
+  return left.service == right.service && left.linked == right.linked &&
+         left.values == right.values;
 }
 
-std::map<std::string, Account> parseAccounts(const std::string& text, const std::string& file) {
-  std::map<std::string, Account> accounts;
+Account newAccount(const std::string& service) {
+  const std::time_t seconds = std::time(nullptr);
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  std::array<char, sizeof "YYYY-MM-DDTHH:MM:SSZ"> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return {service, text.data(), {}};
+}
+
+Accounts readAccounts() {
+  const path file = accountFile();
+  const std::optional<std::string> text = readPrivateFile(file);
+  return text ? parseAccounts(*text, file.string()) : Accounts();
+}
+
+Accounts parseAccounts(const std::string& text, const std::string& file) {
+  Accounts accounts;
   const Json stored = parse(text, file);
-  for (const auto& [service, account] : stored.items()) {
-    accounts[service] = {account["linked"], account["accessToken"], account["refreshToken"]};
-  }
+  for (const auto& [name, account] : stored.items()) accounts[name] = accountFrom(name, account);
   return accounts;
 }
 
-bool storeAccount(const std::string& service, const Account& account) {
+bool storeAccount(const std::string& name, const Account& account) {
   bool existed = false;
   changeAccounts([&](Json& accounts) {
-    existed = accounts.contains(service);
-    accounts[service] = {{"linked", account.linked},
-                         {"accessToken", account.accessToken},
-                         {"refreshToken", account.refreshToken}};
+    existed = accounts.contains(name);
+    accounts[name] = Json::object();
+    write(account, accounts[name]);
   });
   return existed;
 }
 
-bool removeAccount(const std::string& service) {
+bool updateAccount(const std::string& name, const Account& before, const Account& after) {
+  bool isCurrent = false;
+  changeAccounts([&](Json& accounts) {
+    isCurrent = accounts.contains(name) && accountFrom(name, accounts[name]) == before;
+    if (isCurrent) write(after, accounts[name]);
+  });
+  return isCurrent;
+}
+
+bool removeAccount(const std::string& name) {
   bool existed = false;
-  changeAccounts([&](Json& accounts) { existed = accounts.erase(service) > 0; });
+  changeAccounts([&](Json& accounts) { existed = accounts.erase(name) > 0; });
   return existed;
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -3,35 +3,50 @@
 #include <map>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
-/// A linked account as it is stored. The tokens are encrypted.
+/// A linked account as it is stored.
 struct Account {
+  /// The name of the service, such as "google-drive" or "s3".
+  std::string service;
   /// The time at which it was linked, in UTC, such as 2026-11-21T05:10:00Z.
   std::string linked;
-  std::string accessToken;
-  std::string refreshToken;
+  /// What the service needs, by the names in the file. Tokens and secret keys are encrypted.
+  std::map<std::string, std::string> values;
 };
 
-/// The linked accounts by the names of their services, from $XDG_CONFIG_HOME/vemlo/accounts.json or
-/// ~/.config/vemlo/accounts.json. Empty if the file does not exist. Throws Failure if the file
-/// cannot be read, is accessible to other users, or is damaged.
-std::map<std::string, Account> readAccounts();
+bool operator==(const Account& left, const Account& right);
 
-/// The linked accounts in the content of such a file. Throws Failure if it is damaged; the message
-/// contains `file`, the file's name.
-std::map<std::string, Account> parseAccounts(const std::string& text, const std::string& file);
+/// An account of this service that is linked now, without values.
+Account newAccount(const std::string& service);
 
-/// Stores an account in place of the service's previous one. The rest of the file is preserved,
-/// including concurrent changes by other processes. Throws Failure as `readAccounts` does, and if
-/// the file cannot be written; it is then unchanged.
+using Accounts = std::map<std::string, Account>;
+
+/// The linked accounts by name, from $XDG_CONFIG_HOME/vemlo/accounts.json or
+/// ~/.config/vemlo/accounts.json. Empty if the file does not exist. Throws CommandFailure if the
+/// file cannot be read, is accessible to other users, or is damaged.
+Accounts readAccounts();
+
+/// The linked accounts in the content of such a file. Throws CommandFailure if it is damaged; the
+/// message contains `file`, the file's name.
+Accounts parseAccounts(const std::string& text, const std::string& file);
+
+/// Stores an account in place of the previous one of this name. The rest of the file is preserved,
+/// including concurrent changes by other processes. Throws CommandFailure as `readAccounts` does,
+/// and if the file cannot be written; it is then unchanged.
 ///
-/// @return Whether the service had an account before.
-bool storeAccount(const std::string& service, const Account& account);
+/// @return Whether there was an account of this name before.
+bool storeAccount(const std::string& name, const Account& account);
 
-/// Removes the account of a service, with the same guarantees and failures as `storeAccount`.
+/// Changes the values of an account from those of `before` to those of `after`, with the guarantees
+/// and failures of `storeAccount`.
 ///
-/// @return Whether the service had an account.
-bool removeAccount(const std::string& service);
+/// @return False if the stored account is not `before`; nothing is changed then.
+bool updateAccount(const std::string& name, const Account& before, const Account& after);
 
-}  // namespace vemlo
+/// Removes an account, with the guarantees and failures of `storeAccount`.
+///
+/// @return Whether there was an account of this name.
+bool removeAccount(const std::string& name);
+
+}  // namespace tool

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <charconv>
 
-#include "failure.h"
+#include "command_failure.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
@@ -49,12 +49,13 @@ void requireNoError(std::string_view address) {
   const std::string error = parameter(address, "error");
   if (error.empty()) return;
   if (error == "access_denied") {
-    throw Failure(ExitCode::ServiceFailed,
-                  "access was denied on the page of the service; nothing has changed");
+    throw CommandFailure(ExitCode::ServiceFailed,
+                         "access was denied on the page of the service; nothing has changed");
   }
   const std::string description = parameter(address, "error_description");
-  throw Failure(ExitCode::ServiceFailed, "the service sent no code but the error '" + error + "'" +
-                                             (description.empty() ? "" : ": " + description));
+  throw CommandFailure(ExitCode::ServiceFailed,
+                       "the service sent no code but the error '" + error + "'" +
+                           (description.empty() ? "" : ": " + description));
 }
 
 /// Some browsers leave the scheme out of an address that is copied.
@@ -67,7 +68,7 @@ bool isAddress(std::string_view text) {
 
 std::string authorizationCode(std::string_view pasted) {
   pasted = trimmed(pasted);
-  if (pasted.empty()) throw Failure(ExitCode::LocalFailure, "no code was given");
+  if (pasted.empty()) throw CommandFailure(ExitCode::LocalFailure, "no code was given");
   std::string code;
   if (isAddress(pasted)) {
     requireNoError(pasted);
@@ -78,11 +79,12 @@ std::string authorizationCode(std::string_view pasted) {
   }
   // A NUL would silently truncate the code.
   if (code.empty() || code.find('\0') != std::string::npos) {
-    throw Failure(ExitCode::BadUsage,
-                  "no code stands in that; paste the whole address of the page that the browser "
-                  "ends at, which has 'code=' in it, or the code alone");
+    throw CommandFailure(
+        ExitCode::BadUsage,
+        "no code stands in that; paste the whole address of the page that the browser "
+        "ends at, which has 'code=' in it, or the code alone");
   }
   return code;
 }
 
-}  // namespace vemlo
+}  // namespace tool

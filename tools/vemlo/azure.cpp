@@ -1,63 +1,37 @@
 #include "azure.h"
 
-#include <libvemlo.h>
-
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
-#include "failure.h"
-#include "object_store.h"
+#include "azure_account.h"
+#include "object_store_commands.h"
+#include "open_library.h"
 #include "proxy.h"
-#include "result_codes.h"
-#include "secrets.h"
-#include "session_guard.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
-struct AzureOptions {
-  std::string account;
-  std::string keyFile;
-  std::string cloud;
+struct Arguments {
+  AzureOptions account;
   ProxyOptions proxy;
-
   std::string container;
 };
 
-session* openHandle(const AzureOptions& options, const std::string& key, const Proxy& proxy) {
-  const proxy_setting setting = proxy.setting();
-  session* handle = libvemlo_azure_ssb_init(options.cloud.c_str(), options.account.c_str(),
-                                            key.c_str(), &setting);
-  if (handle == nullptr) {
-    throw Failure(ExitCode::BadUsage, "the key is no base64 text; is it copied as a whole?");
-  }
-  return handle;
+ObjectStorage openStorage(const Arguments& arguments, bool isQuiet) {
+  const vemlo::AzureAccount account = resolve(arguments.account);
+  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
+  return {openAzure(account, proxy), {{serviceNamed("azure"), ""}, isQuiet}};
 }
 
-SessionGuard openSession(const AzureOptions& options) {
-  if (options.account.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the storage account is missing: give --account or set VEMLO_AZURE_ACCOUNT");
-  }
-  const std::string key = readSecret(options.keyFile, "VEMLO_AZURE_KEY");
-  if (key.empty()) {
-    throw Failure(ExitCode::BadUsage,
-                  "the key is missing: give --key-file, or set VEMLO_AZURE_KEY or "
-                  "VEMLO_AZURE_KEY_FILE");
-  }
-  const Proxy proxy = resolveProxy(options.proxy);
-  return SessionGuard([&] { return openHandle(options, key, proxy); });
+void createContainer(const Arguments& arguments) {
+  requireBucketName(arguments.container, "container");
+  const OpenLibrary library;
+  openStorage(arguments, false).makeBucket(arguments.container, "");
 }
 
-void createContainer(const AzureOptions& options) {
-  requireBucketName(options.container, "container");
-  const SessionGuard session = openSession(options);
-  requireSuccess(azure_ssb_create_bucket(session.handle(), options.container.c_str()),
-                 "create container '" + options.container + "'");
-}
-
-void addAccountOptions(CLI::App& command, AzureOptions& options) {
+void addAccountOptions(CLI::App& command, Arguments& arguments) {
+  AzureOptions& options = arguments.account;
   command.add_option("--account", options.account, "The storage account's name")
       ->envname("VEMLO_AZURE_ACCOUNT")
       ->type_name("NAME");
@@ -73,29 +47,24 @@ void addAccountOptions(CLI::App& command, AzureOptions& options) {
                   "without it, and if unknown, the global cloud")
       ->envname("VEMLO_AZURE_REGION")
       ->type_name("NAME");
-  addProxyOptions(command, options.proxy);
+  addProxyOptions(command, arguments.proxy);
 }
 
 }  // namespace
 
 void addAzureCommands(CLI::App& app) {
-  CLI::App* azure = app.add_subcommand("azure", "Azure storage blobs");
+  CLI::App* azure = app.add_subcommand("azure", "Azure storage blobs, with a key given by options");
   azure->require_subcommand(1);
-  const auto options = std::make_shared<AzureOptions>();  // kept alive by the callbacks
-  addAccountOptions(*azure, *options);
-
-  ObjectStore store;
-  store.bucketWord = "container";
-  store.listDescription = "List the folders directly below a folder";
-  store.open = [options] { return openSession(*options); };
-  store.listBuckets = azure_ssb_list_bucket;
-  store.listFolders = azure_ssb_list_directory;
-  store.makeFolder = azure_ssb_create_directory;
-  addObjectStoreCommands(*azure, store);
+  const auto arguments = std::make_shared<Arguments>();  // kept alive by the callbacks
+  addAccountOptions(*azure, *arguments);
+  addObjectStoreCommands(*azure, serviceNamed("azure"),
+                         [arguments](bool isQuiet) { return openStorage(*arguments, isQuiet); });
 
   CLI::App* create = azure->add_subcommand("create-container", "Make a container; prints nothing");
-  create->add_option("NAME", options->container, "The container's name")->required()->type_name("");
-  create->callback([options] { createContainer(*options); });
+  create->add_option("NAME", arguments->container, "The container's name")
+      ->required()
+      ->type_name("");
+  create->callback([arguments] { createContainer(*arguments); });
 }
 
-}  // namespace vemlo
+}  // namespace tool

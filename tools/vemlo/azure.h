@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 
-namespace vemlo {
+namespace tool {
 
 /// Adds `azure` and its commands.
 void addAzureCommands(CLI::App& app);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 bool hasDesktop() {
@@ -54,4 +54,4 @@ void openBrowser(const std::string& url) {
   posix_spawn_file_actions_destroy(&files);
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// Opens a web page in the user's browser. Does nothing without a desktop session, and ignores
 /// failures.
 void openBrowser(const std::string& url);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -5,7 +5,7 @@
 
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// Longer lines are hard to read.
@@ -56,4 +56,4 @@ std::string HelpFormatter::entry(const std::string& name, const std::string& des
   return wrapped(head + "\n" + std::string(indent, ' ') + description, columns_) + "\n";
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// Formats help texts for a number of columns.
 class HelpFormatter : public CLI::Formatter {
@@ -24,4 +24,4 @@ class HelpFormatter : public CLI::Formatter {
   std::size_t columns_;
 };
 
-}  // namespace vemlo
+}  // namespace tool

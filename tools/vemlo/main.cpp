@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <libvemlo.h>
 
 #include <CLI/CLI.hpp>
 #include <clocale>
@@ -7,17 +6,23 @@
 #include <memory>
 #include <string>
 
+#include "accounts.h"
 #include "azure.h"
-#include "drive_accounts.h"
-#include "drive_folders.h"
-#include "failure.h"
+#include "command_failure.h"
 #include "help_formatter.h"
+#include "interrupt.h"
+#include "list.h"
+#include "login.h"
+#include "make_folder.h"
+#include "open_library.h"
 #include "output.h"
 #include "s3.h"
 #include "terminal.h"
+#include "tree.h"
 #include "usage.h"
+#include "whoami.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr const char* kFooter =
@@ -32,9 +37,6 @@ constexpr const char* kFooter =
     "When the reader of the output has closed its pipe, as `head` does, vemlo ends silently by "
     "SIGPIPE, which a shell reports as 141.\n";
 
-/// The only level at which the library logs more than failures.
-constexpr int kAllSteps = 9;
-
 void prepareProcess() {
   // A connection must not get the descriptor of a standard stream that the caller has closed, or
   // output would be written to it. The stream is opened for the opposite direction, so that using
@@ -46,6 +48,7 @@ void prepareProcess() {
   std::signal(SIGPIPE, SIG_IGN);
   // Tables are UTF-8 in every locale; `displayWidth` depends on this setting.
   std::setlocale(LC_CTYPE, "C.UTF-8");
+  handleInterrupts();
 }
 
 void run(int argc, const char* const* argv) {
@@ -55,18 +58,21 @@ void run(int argc, const char* const* argv) {
   app.fallthrough();
   app.footer(kFooter);
   app.set_version_flag("--version", "vemlo " VEMLO_VERSION, "Print the version and exit");
-  app.add_flag(
-      "-v,--verbose", ::verbose,
-      "Also log to standard error how `ls` and `mkdir` look for folders on Google Drive, "
-      "OneDrive and Amazon Drive: ids, counts, and the metadata of the root folder, but no "
-      "key, token or code. All other commands log the same with and without it");
-  app.parse_complete_callback([] {
-    if (::verbose > 0) ::verbose = kAllSteps;
-  });
+  // A number, as in --verbose=1, is accepted for compatibility.
+  const auto verbosity = std::make_shared<int>(0);
+  app.add_flag("-v,--verbose", *verbosity,
+               "Also show the library's log on standard error: failures as they happen, and how "
+               "folders of Google Drive, OneDrive and Amazon Drive are found, but no key and no "
+               "token");
+  app.parse_complete_callback([verbosity] { setVerbose(*verbosity > 0); });
   addS3Commands(app);
   addAzureCommands(app);
-  addDriveAccountCommands(app);
-  addDriveFolderCommands(app);
+  addLoginCommand(app);
+  addWhoAmICommand(app);
+  addAccountsCommands(app);
+  addListCommand(app);
+  addTreeCommand(app);
+  addMakeFolderCommand(app);
 
   requireKnownCommands(app, argc, argv);
   try {
@@ -76,24 +82,31 @@ void run(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     writeResult(version.what() + std::string("\n"));
   } catch (const CLI::ParseError& error) {
-    throw Failure(ExitCode::BadUsage, describe(error, app));
+    throw CommandFailure(ExitCode::BadUsage, describe(error, app));
   }
 }
 
 }  // namespace
-}  // namespace vemlo
+}  // namespace tool
 
 int main(int argc, char** argv) {
-  auto code = vemlo::ExitCode::Done;
+  auto code = tool::ExitCode::Done;
+  std::string message;
   try {
-    vemlo::prepareProcess();
-    vemlo::run(argc, argv);
-  } catch (const vemlo::Failure& failure) {
-    vemlo::writeMessage(failure.what());
+    tool::prepareProcess();
+    tool::run(argc, argv);
+  } catch (const tool::CommandFailure& failure) {
+    message = failure.what();
     code = failure.code();
   } catch (const std::exception& error) {
-    vemlo::writeMessage(error.what());
-    code = vemlo::ExitCode::LocalFailure;
+    message = error.what();
+    code = tool::ExitCode::LocalFailure;
   }
+  if (code != tool::ExitCode::Done && tool::wasInterrupted()) {
+    // Whatever the command failed with, it is because of that.
+    tool::writeMessage("cancelled");
+    tool::endByInterrupt();
+  }
+  if (code != tool::ExitCode::Done) tool::writeMessage(message);
   return static_cast<int>(code);
 }

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-namespace vemlo {
+namespace tool {
 
 /// Owns a file descriptor, which is negative if the file could not be opened.
 class OpenFile {
@@ -25,4 +25,4 @@ class OpenFile {
   int descriptor_;
 };
 
-}  // namespace vemlo
+}  // namespace tool

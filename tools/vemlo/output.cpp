@@ -7,22 +7,22 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using TextRow = std::vector<std::string>;
 
 std::string tableCell(const Cell& cell) {
-  if (const auto* number = std::get_if<int>(&cell)) return std::to_string(*number);
-  if (const auto* text = std::get_if<std::string>(&cell)) return printable(*text);
+  if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
+  if (const auto* text = std::get_if<std::string>(&cell)) return printableName(*text);
   return "-";
 }
 
 std::string jsonCell(const Cell& cell) {
-  if (const auto* number = std::get_if<int>(&cell)) return std::to_string(*number);
+  if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
   if (const auto* text = std::get_if<std::string>(&cell)) return jsonString(*text);
   return "null";
 }
@@ -37,11 +37,9 @@ std::vector<TextRow> textRows(const Listing& listing) {
   return rows;
 }
 
-std::string table(const Listing& listing) {
-  if (listing.rows.empty()) return {};
-  const std::vector<TextRow> rows = textRows(listing);
-
-  std::vector<std::size_t> widths(listing.columns.size());
+/// The rows in aligned columns.
+std::string aligned(const std::vector<TextRow>& rows) {
+  std::vector<std::size_t> widths(rows.front().size());
   for (const TextRow& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], displayWidth(row[i]));
@@ -57,6 +55,10 @@ std::string table(const Listing& listing) {
     }
   }
   return out;
+}
+
+std::string table(const Listing& listing) {
+  return listing.rows.empty() ? std::string() : aligned(textRows(listing));
 }
 
 std::string json(const Listing& listing) {
@@ -86,6 +88,21 @@ std::string json(const Listing& listing) {
 
 }  // namespace
 
+Listing withoutEmptyColumns(const Listing& listing) {
+  Listing result{{}, std::vector<std::vector<Cell>>(listing.rows.size())};
+  for (std::size_t i = 0; i < listing.columns.size(); ++i) {
+    const bool isEmpty = std::all_of(
+        listing.rows.begin(), listing.rows.end(),
+        [i](const auto& row) { return std::holds_alternative<std::monostate>(row[i]); });
+    if (isEmpty) continue;
+    result.columns.push_back(listing.columns[i]);
+    for (std::size_t j = 0; j < listing.rows.size(); ++j) {
+      result.rows[j].push_back(listing.rows[j][i]);
+    }
+  }
+  return result;
+}
+
 void addJsonFlag(CLI::App& command, bool& asJson) {
   command.add_flag("--json", asJson, "Print a JSON array of objects instead of a table");
 }
@@ -99,17 +116,25 @@ void writeListing(const Listing& listing, bool asJson, const std::string& emptyM
   if (listing.rows.empty() && !asJson) writeMessage(emptyMessage);
 }
 
+void writeFields(const Listing& listing) {
+  std::vector<TextRow> rows;
+  for (std::size_t i = 0; i < listing.columns.size(); ++i) {
+    rows.push_back({listing.columns[i], tableCell(listing.rows.front()[i])});
+  }
+  writeResult(aligned(rows));
+}
+
 void writeResult(std::string_view text) {
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;
   if (errno == EPIPE) endByClosedPipe();
-  throw Failure(ExitCode::LocalFailure,
-                "cannot write the output: " + std::generic_category().message(errno));
+  throw CommandFailure(ExitCode::LocalFailure,
+                       "cannot write the output: " + std::generic_category().message(errno));
 }
 
 void writeMessage(std::string_view message) {
   std::fprintf(stderr, "vemlo: %s\n", printable(message).c_str());
 }
 
-}  // namespace vemlo
+}  // namespace tool

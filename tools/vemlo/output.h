@@ -1,15 +1,16 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
-namespace vemlo {
+namespace tool {
 
 /// A value of a listing. The empty alternative stands for a missing value.
-using Cell = std::variant<std::monostate, int, std::string>;
+using Cell = std::variant<std::monostate, std::int64_t, std::string>;
 
 /// The result of a command. Every row has one cell per column.
 struct Listing {
@@ -18,21 +19,28 @@ struct Listing {
   std::vector<std::vector<Cell>> rows;
 };
 
+/// The listing without the columns that have no value in any row.
+Listing withoutEmptyColumns(const Listing& listing);
+
 /// Adds the flag that selects the output of `writeListing`.
 void addJsonFlag(CLI::App& command, bool& asJson);
 
 /// Writes a listing to standard output: as a JSON array with one object per row, or as a table,
-/// which is empty if there are no rows. Throws Failure if it cannot be written.
+/// which is empty if there are no rows. Throws CommandFailure if it cannot be written.
 void writeListing(const Listing& listing, bool asJson);
 
 /// Likewise. In place of an empty table, writes `emptyMessage` to standard error.
 void writeListing(const Listing& listing, bool asJson, const std::string& emptyMessage);
 
-/// Writes to standard output and flushes it. Throws Failure if it cannot be written. Ends the
+/// Writes the only row of a listing to standard output, with a line for each value. Throws
+/// CommandFailure if it cannot be written.
+void writeFields(const Listing& listing);
+
+/// Writes to standard output and flushes it. Throws CommandFailure if it cannot be written. Ends the
 /// process by SIGPIPE if it is a pipe that nobody reads any more.
 void writeResult(std::string_view text);
 
 /// Writes one line to standard error, after the program's name.
 void writeMessage(std::string_view message);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <system_error>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "open_file.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr std::size_t kMaxSize = std::size_t{1} << 20U;
@@ -19,7 +19,7 @@ constexpr const char* kMoveAway =
     "; move it away, and link the accounts again with `vemlo login SERVICE`";
 
 [[noreturn]] void fail(const std::string& message) {
-  throw Failure(ExitCode::LocalFailure, message);
+  throw CommandFailure(ExitCode::LocalFailure, message);
 }
 
 std::string quoted(const std::filesystem::path& file) { return "'" + file.string() + "'"; }
@@ -95,4 +95,4 @@ std::optional<std::string> readPrivateFile(const std::filesystem::path& file) {
   return readAll(open.descriptor(), file);
 }
 
-}  // namespace vemlo
+}  // namespace tool

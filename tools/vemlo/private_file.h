@@ -7,12 +7,12 @@
 #include <optional>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// The content of a file with secrets, or no value if there is no such file. Never blocks on what
 /// is not a regular file.
 ///
-/// Throws Failure if the file cannot be read, is not a regular file of this user, or is accessible
+/// Throws CommandFailure if the file cannot be read, is not a regular file of this user, or is accessible
 /// to other users. The message says what to do.
 std::optional<std::string> readPrivateFile(const std::filesystem::path& file);
 
@@ -20,4 +20,4 @@ std::optional<std::string> readPrivateFile(const std::filesystem::path& file);
 std::string objectionTo(const std::filesystem::path& file, const struct stat& attributes,
                         uid_t user);
 
-}  // namespace vemlo
+}  // namespace tool

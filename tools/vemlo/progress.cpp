@@ -1,7 +1,6 @@
 #include "progress.h"
 
-#include <libvemlo.h>
-
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -9,13 +8,15 @@
 #include <string>
 #include <thread>
 
+#include "open_library.h"
 #include "terminal.h"
 
-namespace vemlo {
-namespace {
+namespace tool {
 
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
+
+namespace {
 
 constexpr milliseconds kDelay{500};
 constexpr milliseconds kFrameTime{125};
@@ -24,15 +25,14 @@ constexpr milliseconds kFrameTime{125};
 /// overwrites the frame.
 void draw(const std::string& frame) { std::fprintf(stderr, "%s\r", frame.c_str()); }
 
-std::string frameAfter(Clock::duration elapsed) {
-  constexpr char kShapes[] = {'|', '/', '-', '\\'};
-  const auto shape = static_cast<std::size_t>(elapsed / kFrameTime) % sizeof kShapes;
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
-  return kShapes[shape] + (" " + std::to_string(seconds) + " s");
+std::string numberOf(std::uint64_t count, const char* one, const char* several) {
+  return std::to_string(count) + " " + (count == 1 ? one : several);
 }
 
-/// Shows a spinner during its lifetime, from a separate thread because the library's calls block.
-class Spinner {
+}  // namespace
+
+/// Draws from a thread of its own, because the library's calls block.
+class ProgressDisplay::Spinner {
  public:
   Spinner() : thread_([this] { spin(); }) {}
 
@@ -48,31 +48,56 @@ class Spinner {
   Spinner(const Spinner&) = delete;
   Spinner& operator=(const Spinner&) = delete;
 
+  void update(const vemlo::Progress& progress) {
+    const std::lock_guard lock(mutex_);
+    requests_ = progress.requests;
+    entries_ = progress.entries;
+  }
+
  private:
+  std::string frameAfter(Clock::duration elapsed) const {
+    constexpr char kShapes[] = {'|', '/', '-', '\\'};
+    const auto shape = static_cast<std::size_t>(elapsed / kFrameTime) % sizeof kShapes;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    std::string frame = kShapes[shape] + (" " + std::to_string(seconds) + " s");
+    if (requests_ > 0) frame += ", " + numberOf(requests_, "request", "requests");
+    if (entries_ > 0) frame += ", " + numberOf(entries_, "entry", "entries");
+    return frame;
+  }
+
   void spin() {
     const Clock::time_point start = Clock::now();
-    std::string frame;
+    std::size_t width = 0;
     std::unique_lock lock(mutex_);
-    while (
-        !ended_.wait_for(lock, frame.empty() ? kDelay : kFrameTime, [this] { return isEnded_; })) {
-      frame = frameAfter(Clock::now() - start);
+    while (!ended_.wait_for(lock, width == 0 ? kDelay : kFrameTime, [this] { return isEnded_; })) {
+      std::string frame = frameAfter(Clock::now() - start);
+      frame.resize(std::max(frame.size(), width), ' ');
+      width = frame.size();
       draw(frame);
     }
-    if (!frame.empty()) draw(std::string(frame.size(), ' '));
+    if (width > 0) draw(std::string(width, ' '));
   }
 
   std::mutex mutex_;
   std::condition_variable ended_;
   bool isEnded_ = false;
+  std::uint64_t requests_ = 0;
+  std::uint64_t entries_ = 0;
   std::thread thread_;  // the last member because it uses the others
 };
 
-}  // namespace
+ProgressDisplay::ProgressDisplay(bool isQuiet)
+    : spinner_(isQuiet || !canOverwriteLines() || isVerbose() ? nullptr
+                                                              : std::make_unique<Spinner>()) {}
 
-int withProgress(bool isQuiet, const std::function<int()>& call) {
-  if (isQuiet || !canOverwriteLines() || ::verbose != 0) return call();
-  const Spinner spinner;
-  return call();
+ProgressDisplay::~ProgressDisplay() = default;
+
+void ProgressDisplay::watch(vemlo::Call& call) {
+  if (spinner_ == nullptr) return;
+  call.progress = [this](const vemlo::Progress& progress) {
+    spinner_->update(progress);
+    return true;
+  };
 }
 
-}  // namespace vemlo
+}  // namespace tool

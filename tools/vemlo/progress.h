@@ -1,13 +1,26 @@
 #pragma once
 
-#include <functional>
+#include <libvemlo.hpp>
+#include <memory>
 
-namespace vemlo {
+namespace tool {
 
-/// Returns what `call` returns. While a slow call runs, a spinner and the elapsed seconds are shown
-/// on standard error; they are erased when the call returns. Nothing is shown if `isQuiet` is set,
-/// if standard error is not a terminal that can overwrite a line, or if the verbose log is written
-/// to it.
-int withProgress(bool isQuiet, const std::function<int()>& call);
+/// While a call takes long, shows on standard error a spinner, the elapsed seconds and how far the
+/// call has come; it is erased with the object. Shows nothing if `isQuiet` is set, if standard error
+/// is not a terminal that can overwrite a line, or if the log is shown there.
+class ProgressDisplay {
+ public:
+  explicit ProgressDisplay(bool isQuiet);
+  ~ProgressDisplay();
+  ProgressDisplay(const ProgressDisplay&) = delete;
+  ProgressDisplay& operator=(const ProgressDisplay&) = delete;
 
-}  // namespace vemlo
+  /// Lets the display follow the call, which must end before the display.
+  void watch(vemlo::Call& call);
+
+ private:
+  class Spinner;
+  std::unique_ptr<Spinner> spinner_;
+};
+
+}  // namespace tool

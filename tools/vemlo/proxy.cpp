@@ -3,17 +3,18 @@
 #include <charconv>
 #include <string_view>
 
-#include "failure.h"
+#include "command_failure.h"
 #include "secrets.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// The message does not contain the address, in which users may have put a password.
 [[noreturn]] void rejectAddress() {
-  throw Failure(ExitCode::BadUsage,
-                "the proxy must be given as [http://]HOST:PORT; its user goes into --proxy-user, "
-                "the password into --proxy-password-file");
+  throw CommandFailure(
+      ExitCode::BadUsage,
+      "the proxy must be given as [http://]HOST:PORT; its user goes into --proxy-user, "
+      "the password into --proxy-password-file");
 }
 
 std::uint16_t parsePort(std::string_view text) {
@@ -44,12 +45,11 @@ void addProxyOptions(CLI::App& command, ProxyOptions& options) {
       .add_option("--proxy-password-file", options.passwordFile,
                   "File with the proxy password in its first line; '-' reads a line of standard "
                   "input, after the key's, before the code's (Env:VEMLO_PROXY_PASSWORD, the "
-                  "password itself, "
-                  "or VEMLO_PROXY_PASSWORD_FILE)")
+                  "password itself, or VEMLO_PROXY_PASSWORD_FILE)")
       ->type_name("FILE");
 }
 
-Proxy resolveProxy(const ProxyOptions& options) {
+vemlo::Proxy resolveProxy(const ProxyOptions& options) {
   if (options.address.empty()) return {};
 
   constexpr std::string_view kScheme = "http://";
@@ -60,12 +60,12 @@ Proxy resolveProxy(const ProxyOptions& options) {
   const std::size_t colon = address.rfind(':');
   if (colon == std::string_view::npos || !isHost(address.substr(0, colon))) rejectAddress();
 
-  Proxy proxy;
+  vemlo::Proxy proxy;
   proxy.host = address.substr(0, colon);
   proxy.port = parsePort(address.substr(colon + 1));
-  proxy.user = options.user;
+  proxy.username = options.user;
   proxy.password = readSecret(options.passwordFile, "VEMLO_PROXY_PASSWORD");
   return proxy;
 }
 
-}  // namespace vemlo
+}  // namespace tool

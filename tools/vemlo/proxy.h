@@ -1,12 +1,10 @@
 #pragma once
 
-#include <libvemlo.h>
-
 #include <CLI/App.hpp>
-#include <cstdint>
+#include <libvemlo.hpp>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// The proxy as specified by the user.
 struct ProxyOptions {
@@ -15,20 +13,9 @@ struct ProxyOptions {
   std::string passwordFile;
 };
 
-/// The proxy in the form that the library needs. An empty host means no proxy.
-struct Proxy {
-  std::string host;
-  std::uint16_t port = 0;
-  std::string user;
-  std::string password;
-
-  /// The result points into this object.
-  proxy_setting setting() const { return {host.c_str(), port, user.c_str(), password.c_str()}; }
-};
-
 void addProxyOptions(CLI::App& command, ProxyOptions& options);
 
-/// Throws Failure if the address is invalid or the password cannot be read.
-Proxy resolveProxy(const ProxyOptions& options);
+/// No address is no proxy. Throws CommandFailure if the address is invalid or the password cannot be read.
+vemlo::Proxy resolveProxy(const ProxyOptions& options);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -2,9 +2,9 @@
 
 #include <CLI/App.hpp>
 
-namespace vemlo {
+namespace tool {
 
 /// Adds `s3` and its commands.
 void addS3Commands(CLI::App& app);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -1,15 +1,12 @@
 #include "s3_flavours.h"
 
-#include <strings.h>
-
 #include <algorithm>
 
-#include "failure.h"
+#include "command_failure.h"
+#include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
-
-constexpr int kEndOfTable = 17;
 
 std::string hostOf(const std::string& endpoint) {
   const std::size_t scheme = endpoint.find("://");
@@ -20,29 +17,29 @@ std::string hostOf(const std::string& endpoint) {
 bool isInDomain(const std::string& host, const std::string& domain) {
   if (domain.empty() || host.size() < domain.size()) return false;
   const std::size_t start = host.size() - domain.size();
-  if (strcasecmp(host.c_str() + start, domain.c_str()) != 0) return false;
+  if (upperCase(host.substr(start)) != upperCase(domain)) return false;
   return start == 0 || host[start - 1] == '.';
 }
 
 /// A location as the user may specify it, for messages.
-std::string describe(const location_contraint_name_mapping& location) {
-  const std::string code = std::to_string(location.location_contraint);
-  return location.name == nullptr ? code : std::string(location.name) + " (" + code + ")";
+std::string describe(const vemlo::Location& location) {
+  const std::string code = std::to_string(location.code);
+  return location.name.empty() ? code : std::string(location.name) + " (" + code + ")";
 }
 
-bool matches(const location_contraint_name_mapping& location, const std::string& text) {
-  if (text == std::to_string(location.location_contraint)) return true;
-  return location.name != nullptr && strcasecmp(location.name, text.c_str()) == 0;
+bool matches(const vemlo::Location& location, const std::string& text) {
+  if (text == std::to_string(location.code)) return true;
+  return !location.name.empty() && upperCase(std::string(location.name)) == upperCase(text);
 }
 
 }  // namespace
 
 const std::vector<S3Flavour>& s3Flavours() {
   static const std::vector<S3Flavour> kFlavours{
-      {"aws", "amazonaws.com", s3_get_location_contraint_name_mappings},
-      {"china", "amazonaws.com.cn", s3_cn_get_location_contraint_name_mappings},
-      {"wasabi", "wasabisys.com", wasabi_get_location_contraint_name_mappings},
-      {"custom", "", customized_get_location_contraint_name_mappings},
+      {"aws", "amazonaws.com", vemlo::Flavour::Aws},
+      {"china", "amazonaws.com.cn", vemlo::Flavour::China},
+      {"wasabi", "wasabisys.com", vemlo::Flavour::Wasabi},
+      {"custom", "", vemlo::Flavour::Customized},
   };
   return kFlavours;
 }
@@ -64,25 +61,17 @@ const S3Flavour& chooseFlavour(const std::string& name, const std::string& endpo
   return flavourOfEndpoint(endpoint);
 }
 
-std::vector<location_contraint_name_mapping> locationsOf(const S3Flavour& flavour) {
-  std::vector<location_contraint_name_mapping> locations;
-  for (const auto* entry = flavour.table(); entry->location_contraint != kEndOfTable; ++entry) {
-    locations.push_back(*entry);
-  }
-  return locations;
-}
-
 int locationCode(const S3Flavour& flavour, const std::string& location) {
-  const std::vector<location_contraint_name_mapping> locations = locationsOf(flavour);
-  if (location.empty()) return locations.front().location_contraint;
+  const std::vector<vemlo::Location> locations = vemlo::locationsOf(flavour.id);
+  if (location.empty()) return locations.front().code;
 
   std::string known;
   for (const auto& candidate : locations) {
-    if (matches(candidate, location)) return candidate.location_contraint;
+    if (matches(candidate, location)) return candidate.code;
     known += (known.empty() ? "" : ", ") + describe(candidate);
   }
-  throw Failure(ExitCode::BadUsage, "the flavour '" + flavour.name + "' has no region '" +
-                                        location + "'; it has: " + known);
+  throw CommandFailure(ExitCode::BadUsage, "the flavour '" + flavour.name + "' has no region '" +
+                                               location + "'; it has: " + known);
 }
 
-}  // namespace vemlo
+}  // namespace tool

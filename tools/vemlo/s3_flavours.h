@@ -1,18 +1,17 @@
 #pragma once
 
-#include <libvemlo.h>
-
+#include <libvemlo.hpp>
 #include <string>
 #include <vector>
 
-namespace vemlo {
+namespace tool {
 
 /// A kind of S3 service. It determines the locations of buckets.
 struct S3Flavour {
   std::string name;
   /// The domain of its endpoints; empty if they have no common domain.
   std::string domain;
-  location_contraint_name_mapping* (*table)();
+  vemlo::Flavour id;
 };
 
 const std::vector<S3Flavour>& s3Flavours();
@@ -24,11 +23,8 @@ const S3Flavour& flavourOfEndpoint(const std::string& endpoint);
 /// The flavour with this name, which must exist; for an empty name, the flavour of the endpoint.
 const S3Flavour& chooseFlavour(const std::string& name, const std::string& endpoint);
 
-/// The locations in which the flavour can make buckets, the default first.
-std::vector<location_contraint_name_mapping> locationsOf(const S3Flavour& flavour);
-
 /// The code of a location that is given by its name, in any case, or by its code; for an empty
-/// `location`, the code of the default. Throws Failure if the flavour has no such location.
+/// `location`, the code of the default. Throws CommandFailure if the flavour has no such location.
 int locationCode(const S3Flavour& flavour, const std::string& location);
 
-}  // namespace vemlo
+}  // namespace tool

@@ -6,7 +6,7 @@
 
 #include "text.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 /// The number of letters to insert, remove, replace or exchange with the next one.
@@ -62,4 +62,4 @@ std::string closest(const std::string& word, const std::vector<std::string>& kno
   return found;
 }
 
-}  // namespace vemlo
+}  // namespace tool

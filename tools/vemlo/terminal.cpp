@@ -1,13 +1,16 @@
 #include "terminal.h"
 
+#include <langinfo.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <charconv>
+#include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 std::string_view environment(const char* variable) {
@@ -33,6 +36,29 @@ std::size_t columns() {
   return kUsual;
 }
 
+bool showsUtf8() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  if (locale == nullptr) return false;
+  const bool isUtf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  freelocale(locale);
+  return isUtf8;
+}
+
+HiddenInput::HiddenInput(const std::string& prompt) {
+  std::fputs(prompt.c_str(), stderr);
+  tcgetattr(STDIN_FILENO, &shown_);
+  termios hidden = shown_;
+  hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  // What was typed before is discarded: it was shown, so it was not meant to be the secret.
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+}
+
+HiddenInput::~HiddenInput() {
+  tcsetattr(STDIN_FILENO, TCSANOW, &shown_);
+  // The line break that the user has typed is not shown.
+  std::fputs("\n", stderr);
+}
+
 bool showsColours() { return canOverwriteLines() && environment("NO_COLOR").empty(); }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -1,8 +1,11 @@
 #pragma once
 
-#include <cstddef>
+#include <termios.h>
 
-namespace vemlo {
+#include <cstddef>
+#include <string>
+
+namespace tool {
 
 /// Whether standard error is a terminal on which a line can be overwritten.
 bool canOverwriteLines();
@@ -15,4 +18,20 @@ bool showsColours();
 /// terminal on standard output, else 80.
 std::size_t columns();
 
-}  // namespace vemlo
+/// Whether the terminal shows UTF-8, as far as the locale of the environment tells.
+bool showsUtf8();
+
+/// During its lifetime, standard input, a terminal, does not show what is typed.
+class HiddenInput {
+ public:
+  /// Writes the prompt to standard error.
+  explicit HiddenInput(const std::string& prompt);
+  ~HiddenInput();
+  HiddenInput(const HiddenInput&) = delete;
+  HiddenInput& operator=(const HiddenInput&) = delete;
+
+ private:
+  termios shown_{};
+};
+
+}  // namespace tool

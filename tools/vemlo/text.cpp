@@ -6,35 +6,40 @@
 #include <cstdio>
 #include <cwchar>
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-/// Removes the first character from `rest`, which must not be empty, and returns it. Returns U+FFFD
-/// for a byte that does not start a well-formed sequence.
-char32_t takeCharacter(std::string_view& rest) {
+struct Character {
+  char32_t code;
+  bool isValid = true;
+};
+
+constexpr Character kInvalid{kReplacement, false};
+
+/// Removes the first character from `rest`, which must not be empty, and returns it. A byte that
+/// does not start a well-formed sequence is removed alone.
+Character takeCharacter(std::string_view& rest) {
   const auto lead = static_cast<unsigned char>(rest.front());
   rest.remove_prefix(1);
-  if (lead < 0x80) return lead;
-  if (lead < 0xC2 || lead > 0xF4) return kReplacement;
+  if (lead < 0x80) return {lead};
+  if (lead < 0xC2 || lead > 0xF4) return kInvalid;
 
   const std::size_t followers = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-  if (rest.size() < followers) return kReplacement;
+  if (rest.size() < followers) return kInvalid;
   char32_t character = lead & (0x3FU >> followers);
   for (const char follower : rest.substr(0, followers)) {
     const auto byte = static_cast<unsigned char>(follower);
-    if ((byte & 0xC0U) != 0x80U) return kReplacement;
+    if ((byte & 0xC0U) != 0x80U) return kInvalid;
     character = (character << 6U) | (byte & 0x3FU);
   }
 
   constexpr std::array<char32_t, 4> kSmallest{0, 0x80, 0x800, 0x10000};
   const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
-  if (character < kSmallest.at(followers) || isSurrogate || character > 0x10FFFF) {
-    return kReplacement;
-  }
+  if (character < kSmallest.at(followers) || isSurrogate || character > 0x10FFFF) return kInvalid;
   rest.remove_prefix(followers);
-  return character;
+  return {character};
 }
 
 /// Control characters, line separators, and marks that change the direction of the text.
@@ -46,23 +51,29 @@ bool isUnsafe(char32_t character) {
          within(0x200E, 0x200F) || within(0x2028, 0x202E) || within(0x2066, 0x2069);
 }
 
-void appendEscape(std::string& out, char32_t character) {
-  std::array<char, 12> escape{};
-  std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(character));
-  out += escape.data();
+std::string escape(const char* format, char32_t code) {
+  std::array<char, 12> text{};
+  std::snprintf(text.data(), text.size(), format, static_cast<unsigned>(code));
+  return text.data();
 }
 
-/// Moves the next character from `rest` to `out`, escaped if it is unsafe.
-void appendNext(std::string& out, std::string_view& rest) {
+/// Removes the first character from `rest` and returns how it is shown.
+std::string takePrintable(std::string_view& rest) {
   const std::string_view before = rest;
-  const char32_t character = takeCharacter(rest);
-  if (isUnsafe(character)) {
-    appendEscape(out, character);
-  } else if (character == kReplacement) {
-    out += u8"\uFFFD";
-  } else {
-    out += before.substr(0, before.size() - rest.size());
-  }
+  const auto [code, isValid] = takeCharacter(rest);
+  if (!isValid) return escape("\\x%02x", static_cast<unsigned char>(before.front()));
+  if (isUnsafe(code)) return escape(code < 0x80 ? "\\x%02x" : "\\u%04x", code);
+  return std::string(before.substr(0, before.size() - rest.size()));
+}
+
+/// Removes the first character from `rest` and returns it as it stands in a JSON string.
+std::string takeJson(std::string_view& rest) {
+  const std::string_view before = rest;
+  const auto [code, isValid] = takeCharacter(rest);
+  if (!isValid) return u8"\uFFFD";
+  if (isUnsafe(code)) return escape("\\u%04x", code);
+  const bool isSpecial = code == U'"' || code == U'\\';
+  return (isSpecial ? "\\" : "") + std::string(before.substr(0, before.size() - rest.size()));
 }
 
 /// Where a broken line continues: below what follows its last two spaces.
@@ -94,23 +105,29 @@ std::string wrappedLine(std::string_view line, std::size_t columns, std::size_t 
 
 std::string printable(std::string_view text) {
   std::string out;
-  while (!text.empty()) appendNext(out, text);
+  while (!text.empty()) out += takePrintable(text);
+  return out;
+}
+
+std::string printableName(std::string_view name) {
+  std::string out;
+  while (!name.empty()) {
+    if (name.front() == '\\') out += '\\';
+    out += takePrintable(name);
+  }
   return out;
 }
 
 std::string jsonString(std::string_view text) {
   std::string out = "\"";
-  while (!text.empty()) {
-    if (text.front() == '"' || text.front() == '\\') out += '\\';
-    appendNext(out, text);
-  }
+  while (!text.empty()) out += takeJson(text);
   return out + "\"";
 }
 
 std::size_t displayWidth(std::string_view text) {
   std::size_t width = 0;
   while (!text.empty()) {
-    const int columns = wcwidth(static_cast<wchar_t>(takeCharacter(text)));
+    const int columns = wcwidth(static_cast<wchar_t>(takeCharacter(text).code));
     // An unknown character most likely takes one column.
     width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
   }
@@ -137,4 +154,4 @@ std::string upperCase(std::string word) {
   return word;
 }
 
-}  // namespace vemlo
+}  // namespace tool

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <vector>
 
-#include "drives.h"
-#include "failure.h"
+#include "command_failure.h"
+#include "services.h"
 #include "suggestion.h"
 
-namespace vemlo {
+namespace tool {
 namespace {
 
 using Apps = std::vector<const CLI::App*>;
@@ -36,9 +36,9 @@ const CLI::App* commandNamed(const CLI::App& app, const std::string& name) {
   return found == commands.end() ? nullptr : *found;
 }
 
-bool isDrive(const std::string& word) {
-  const std::vector<std::string> names = driveNames();
-  return std::find(names.begin(), names.end(), word.substr(0, word.find(':'))) != names.end();
+bool isLocation(const std::string& word) {
+  return word.find(":/") != std::string::npos ||
+         findService(word.substr(0, word.find(':'))) != nullptr;
 }
 
 /// The command with this name at any other place; null if there is none.
@@ -54,7 +54,9 @@ const CLI::App* commandElsewhere(const CLI::App& app, const std::string& name) {
 
 /// What to do in place of the unknown command `word` of `app`.
 std::string adviceFor(const std::string& word, const CLI::App& app) {
-  if (isDrive(word)) return "a drive is named behind the command, as in `vemlo ls dropbox:/`";
+  if (isLocation(word)) {
+    return "an account is named behind the command, as in `vemlo ls dropbox:/`";
+  }
   const CLI::App* elsewhere = commandElsewhere(app, word);
   if (elsewhere != nullptr) return "did you mean `" + commandLine(*elsewhere) + "`?";
   std::vector<std::string> known{"--help", "--version"};
@@ -68,8 +70,8 @@ std::string adviceFor(const std::string& word, const CLI::App& app) {
   constexpr std::size_t kLongest = 24;
   const std::string named = word.size() > kLongest ? "" : " '" + word + "'";
   const std::string owner = app.get_parent() == nullptr ? "" : " of '" + app.get_name() + "'";
-  throw Failure(ExitCode::BadUsage,
-                "unknown command" + named + owner + "; " + adviceFor(word, app));
+  throw CommandFailure(ExitCode::BadUsage,
+                       "unknown command" + named + owner + "; " + adviceFor(word, app));
 }
 
 /// The options of a command, including those of the service and of the program.
@@ -135,4 +137,4 @@ std::string describe(const CLI::ParseError& error, const CLI::App& app) {
          helpCommand(command);
 }
 
-}  // namespace vemlo
+}  // namespace tool

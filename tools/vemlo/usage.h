@@ -3,9 +3,9 @@
 #include <CLI/App.hpp>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
-/// Throws Failure if the arguments name a command that does not exist. The message contains the
+/// Throws CommandFailure if the arguments name a command that does not exist. The message contains the
 /// command that was probably meant.
 void requireKnownCommands(const CLI::App& app, int argc, const char* const* argv);
 
@@ -13,4 +13,4 @@ void requireKnownCommands(const CLI::App& app, int argc, const char* const* argv
 /// secret that would end up in a log, unless the value is that of a known option.
 std::string describe(const CLI::ParseError& error, const CLI::App& app);
 
-}  // namespace vemlo
+}  // namespace tool

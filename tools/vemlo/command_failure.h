@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace vemlo {
+namespace tool {
 
 /// The exit codes of the process. Scripts rely on the numbers: do not change them, nor their
 /// description in `--help`.
@@ -15,9 +15,10 @@ enum class ExitCode {
 };
 
 /// Ends the command. `main` prints the message, which must be one line without secrets.
-class Failure : public std::runtime_error {
+class CommandFailure : public std::runtime_error {
  public:
-  Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
+  CommandFailure(ExitCode code, const std::string& message)
+      : std::runtime_error(message), code_(code) {}
 
   ExitCode code() const { return code_; }
 
@@ -25,4 +26,4 @@ class Failure : public std::runtime_error {
   ExitCode code_;
 };
 
-}  // namespace vemlo
+}  // namespace tool

@@ -1,0 +1,31 @@
+#include "account_command.h"
+
+#include <CLI/CLI.hpp>
+
+#include "services.h"
+
+namespace tool {
+
+CLI::App& addAccountCommand(CLI::App& app, const std::string& name,
+                            const std::string& description) {
+  return *app.add_subcommand(name, description)->group("Linked accounts");
+}
+
+void addLocationArguments(CLI::App& command, LocationArguments& arguments,
+                          const std::string& description) {
+  command.add_option("LOCATION", arguments.location, description)->required()->type_name("");
+  command
+      .add_option("--id", arguments.startId,
+                  "The id of the folder that the path begins at, instead of the root")
+      ->type_name("ID");
+  addProxyOptions(command, arguments.proxy);
+}
+
+OpenLocation::OpenLocation(const LocationArguments& arguments, bool isQuiet)
+    : location_(parseLocation(arguments.location)) {
+  const Account account = linkedAccount(location_.account);
+  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
+  storage_ = openStorage(library_, location_.account, account, {arguments.startId, proxy, isQuiet});
+}
+
+}  // namespace tool

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <libvemlo.hpp>
+#include <string>
+#include <utility>
+
+#include "advice.h"
+#include "interrupt.h"
+#include "progress.h"
+
+namespace tool {
+
+/// How a command calls the library: with a display of progress, and until the user interrupts it.
+struct Calls {
+  Caller caller;
+  bool isQuiet = false;
+
+  /// Returns what `function` returns for a vemlo::Call. Throws vemlo::Failure.
+  template <typename Function>
+  auto attempt(Function function) const {
+    ProgressDisplay display(isQuiet);
+    vemlo::Call call;
+    call.cancellation = &interruption();
+    display.watch(call);
+    return function(std::as_const(call));
+  }
+
+  /// Likewise, but throws a failure as CommandFailure. `action` is what is attempted.
+  template <typename Function>
+  auto make(const std::string& action, Function function) const {
+    try {
+      return attempt(function);
+    } catch (const vemlo::Failure& failure) {
+      throw explain(action, failure, caller);
+    }
+  }
+};
+
+}  // namespace tool

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/App.hpp>
+
+namespace tool {
+
+/// Adds `login`.
+void addLoginCommand(CLI::App& app);
+
+}  // namespace tool

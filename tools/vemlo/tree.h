@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/App.hpp>
+
+namespace tool {
+
+/// Adds `tree`.
+void addTreeCommand(CLI::App& app);
+
+}  // namespace tool
