@@ -11,7 +11,7 @@ from installed import BUILD_TREE, LIBRARIES_ALONE, ROOT, configure, run
 OBJECTS = ["src/CMakeFiles/vemlo_objects.dir/libvemlo/retry_strategies.cpp.o",
            "src/CMakeFiles/vemlo_objects.dir/libvemlo/object_store.cpp.o",
            "service_client/CMakeFiles/vemlo_service_client_objects.dir/src/Util/Text.cpp.o"]
-FOLDERS = ["cmake", "docs", "examples", "include", "scripts", "service_client", "src"]
+FOLDERS = ["bindings", "cmake", "docs", "examples", "include", "scripts", "service_client", "src"]
 FILES = ["CMakeLists.txt", "CHANGELOG.md"]
 
 
