@@ -46,8 +46,8 @@ def calls_to(what):
     """The calls in the block have half a minute, and Ctrl-C ends them.
 
     Python runs its signal handlers after a call, not during it. So cancel_on_sigint() replaces the
-    handler before a call begins, and triggers the cancellation from a thread of its own. There is no
-    moment in which Ctrl-C would leave a call running.
+    handler before a call begins, and triggers the cancellation from a thread of its own. There is
+    no moment in which Ctrl-C would leave a call running.
     """
     try:
         with vemlo.cancel_on_sigint() as cancellation, vemlo.call_limits(

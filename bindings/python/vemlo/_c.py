@@ -1,4 +1,4 @@
-"""The two C headers as ctypes sees them, and the library itself, which is loaded when it is used."""
+"""The two C headers as ctypes sees them, and the library, which is loaded when it is used."""
 
 from __future__ import annotations
 

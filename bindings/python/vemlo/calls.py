@@ -178,7 +178,7 @@ def call_limits(
     cancellation: Optional[Cancellation] = None,
     progress: Optional[ProgressFunction] = None,
 ) -> Iterator[None]:
-    """Sets what the calls depend on that this thread makes in the block. What is None stays as it is.
+    """Sets what this thread's calls in the block depend on. What is None stays as it is.
 
     Calls that are given a timeout, a cancellation or a progress function of their own use these in
     place of those of the block.

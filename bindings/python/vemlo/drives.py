@@ -81,9 +81,10 @@ class Drive(Session):
         cancellation: Optional[Cancellation] = None,
         progress: Optional[ProgressFunction] = None,
     ) -> Tokens:
-        """Exchanges an authorization code, percent-decoded, for tokens, which authorize the session.
+        """Exchanges an authorization code for tokens, which authorize the session.
 
-        Not while another call on the session runs. If it fails, the log contains the code.
+        The code is given percent-decoded. Not while another call on the session runs. If it
+        fails, the log contains the code.
         """
         access, refresh = ctypes.c_void_p(), ctypes.c_void_p()
         outputs = [access] if self._service == Service.DROPBOX else [access, refresh]

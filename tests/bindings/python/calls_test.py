@@ -1,5 +1,6 @@
 """How calls are made: limits, progress, threads, and Ctrl-C."""
 
+import json
 import os
 import signal
 import threading
@@ -20,7 +21,8 @@ def never(request):
 def google_pages(request):
     """Pages without end."""
     number = int(request.query.get("pageToken", 0)) + 1
-    return response(f'{{"files": [{{"id": "{number}", "name": "n"}}], "nextPageToken": "{number}"}}')
+    page = {"files": [{"id": str(number), "name": "n"}], "nextPageToken": str(number)}
+    return response(json.dumps(page))
 
 
 class Limits(CloudCase):
@@ -108,9 +110,10 @@ class Progress(CloudCase):
         self.assertEqual(len(drive.cloud.requests), 3)
 
     def test_none_continues(self):
+        drive = self.drive(vemlo.Service.GOOGLE_DRIVE, google_pages)
         with self.assertRaises(vemlo.Cancelled):
-            self.drive(vemlo.Service.GOOGLE_DRIVE, google_pages).folders(
-                "root", progress=lambda progress: None if progress.requests < 5 else False)  # fmt: skip
+            drive.folders("root", progress=lambda step: None if step.requests < 5 else False)
+        self.assertEqual(len(drive.cloud.requests), 5)
 
     def test_what_it_raises_ends_the_call_and_is_raised(self):
         drive = self.drive(vemlo.Service.GOOGLE_DRIVE, google_pages)

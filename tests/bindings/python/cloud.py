@@ -62,7 +62,8 @@ def s3_folders(names):
 
 def s3_buckets(names):
     buckets = "".join(f"<Bucket><Name>{name}</Name></Bucket>" for name in names)
-    return response(f"<ListAllMyBucketsResult><Buckets>{buckets}</Buckets></ListAllMyBucketsResult>")
+    text = f"<Buckets>{buckets}</Buckets>"
+    return response(f"<ListAllMyBucketsResult>{text}</ListAllMyBucketsResult>")
 
 
 def s3_error(code, status, message="No way.", headers=""):

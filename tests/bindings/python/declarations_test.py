@@ -56,8 +56,10 @@ class Declarations(unittest.TestCase):
         for name, record in records.items():
             for member, _ in record._fields_:
                 descriptor = getattr(record, member)
-                yield f"sizeof({name}), offsetof({name}, {member}), sizeof((({name} *)0)->{member})", (
-                    ctypes.sizeof(record), descriptor.offset, descriptor.size)  # fmt: skip
+                yield (
+                    f"sizeof({name}), offsetof({name}, {member}), sizeof((({name} *)0)->{member})",
+                    (ctypes.sizeof(record), descriptor.offset, descriptor.size),
+                )
 
     def test_the_records_are_laid_out_as_in_c(self):
         expressions, expected = zip(*self.sizes())

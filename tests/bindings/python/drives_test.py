@@ -9,7 +9,7 @@ from unittest import mock
 from urllib.parse import unquote_to_bytes
 
 import vemlo
-from vemlo import _c, failures
+from vemlo import _c, listings
 
 from cloud import CloudCase, response, s3_buckets, s3_folders
 
@@ -36,6 +36,17 @@ class Folders(CloudCase):
             folders[3]
         name, identifier = folders[0]
         self.assertEqual((name, identifier), ("Ordner ü 0", "id 0"))
+
+    def test_every_entry_of_a_long_listing_is_in_its_place(self):
+        count = 2 * listings._PIECE + 1
+        for length in (listings._PIECE, count):
+            drive = self.drive(vemlo.Service.GOOGLE_DRIVE, response(files(length)))
+            self.assertEqual([*drive.folders("root")],
+                             [(f"Ordner ü {n}", f"id {n}") for n in range(length)])  # fmt: skip
+        names = [f"{n}/" for n in range(count)]
+        s3 = self.s3(lambda r: s3_buckets(names) if r.path == "/" else s3_folders(names))
+        self.assertEqual([*s3.buckets()], names)
+        self.assertEqual([*s3.folders("bucket")], [(name, None) for name in names])
 
     def test_names_are_a_sequence(self):
         names = self.s3(s3_buckets(["a", "b"])).buckets()
@@ -86,7 +97,8 @@ class Folders(CloudCase):
             self.assertEqual((sent["name"], sent["parents"]), ("Málaga", ["up"]))
 
     def test_the_root_folder(self):
-        google = self.drive(vemlo.Service.GOOGLE_DRIVE, response('{"id": "0A", "name": "My Drive"}'))
+        root = response('{"id": "0A", "name": "My Drive"}')
+        google = self.drive(vemlo.Service.GOOGLE_DRIVE, root)
         self.assertEqual(google.root(), vemlo.Folder("My Drive", "0A"))
         dropbox = self.drive(vemlo.Service.DROPBOX, response())
         self.assertEqual(dropbox.root(), vemlo.Folder("/", "/"))
@@ -183,7 +195,7 @@ class RenewedTokens(CloudCase):
         self.library.close()
         reported = []
         with vemlo.Library(vemlo.Settings(trust_file=vemlo_trust(self), tokens_renewed=receive)), \
-                mock.patch.object(sys, "unraisablehook", lambda args: reported.append(args.exc_value)):
+                mock.patch.object(sys, "unraisablehook", lambda args: reported.append(args[1])):
             self.assertEqual(self.expired_drive().root().id, "0A")
         self.assertEqual([str(error) for error in reported], ["the disk is full"])
 

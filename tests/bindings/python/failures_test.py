@@ -69,7 +69,8 @@ class OfServices(CloudCase):
             s3.folders("bucket")
         copy = pickle.loads(pickle.dumps(caught.exception))
         self.assertIs(type(copy), vemlo.NotFound)
-        self.assertEqual((str(copy), copy.__dict__), (str(caught.exception), caught.exception.__dict__))
+        self.assertEqual(str(copy), str(caught.exception))
+        self.assertEqual(copy.__dict__, caught.exception.__dict__)
 
     def test_a_failure_is_not_that_of_an_earlier_call(self):
         s3 = self.s3(s3_error("AccessDenied", "403 Forbidden"))

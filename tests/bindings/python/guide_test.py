@@ -3,7 +3,6 @@
 import contextlib
 import io
 import json
-import os
 import pathlib
 import re
 import tempfile
@@ -46,19 +45,23 @@ def blocks(document):
 class Guide(unittest.TestCase):
     def setUp(self):
         self.cloud = self.enterContext(Cloud(respond))
-        os.environ["SSL_CERT_FILE"] = certificate()
         self.enterContext(contextlib.chdir(self.enterContext(tempfile.TemporaryDirectory())))
 
     @contextlib.contextmanager
     def instead_of_the_services(self):
-        """Lets sessions without a proxy reach the cloud."""
-        record = vemlo._session.proxy_record
+        """Lets sessions without a proxy reach the cloud, and trust it."""
+        record, apply = vemlo._session.proxy_record, vemlo.library._apply
+
+        def apply_and_trust(settings):
+            apply(settings)
+            vemlo._c.load().vemlo_client_set_trust(certificate().encode(), None)
 
         def with_proxy(proxy, into):
             return record(proxy or self.cloud.proxy, into)
 
         with mock.patch.object(vemlo._session, "proxy_record", with_proxy), \
-                mock.patch.object(vemlo.account, "proxy_record", with_proxy):  # fmt: skip
+                mock.patch.object(vemlo.account, "proxy_record", with_proxy), \
+                mock.patch.object(vemlo.library, "_apply", apply_and_trust):  # fmt: skip
             yield
 
     def run_blocks(self, texts, variables):
@@ -96,8 +99,10 @@ class Guide(unittest.TestCase):
         self.assertGreater(len(texts), 10)
         variables = self.variables()
         output = self.run_blocks(texts, variables)
-        for line in ("holiday\n", "photos/2020/\n", "Open https://accounts.google.com", "Holiday 1\n",
-                     "j@example.test\n", "1 entries so far\n", "You ended it.\n", "Holiday 1\n"):  # fmt: skip
+        for line in (
+            "holiday\n", "photos/2020/\n", "Open https://accounts.google.com", "Holiday 1\n",
+            "j@example.test\n", "1 entries so far\n", "You ended it.\n",
+        ):  # fmt: skip
             with self.subTest(line=line):
                 self.assertIn(line, output)
         recording = pathlib.Path("calls.har").read_text(encoding="utf-8")

@@ -34,8 +34,10 @@ class Wheel(unittest.TestCase):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
         # In a copy, because the build writes into the source tree.
         sources = shutil.copytree(ROOT / "bindings/python", cls.folder / "python")
-        output, code = run(sys.executable, "-m", "pip", "wheel", "--no-build-isolation", "--no-deps",
-                           "--no-index", "--quiet", "--wheel-dir", cls.folder, sources)  # fmt: skip
+        output, code = run(
+            sys.executable, "-m", "pip", "wheel", "--no-build-isolation", "--no-deps", "--no-index",
+            "--quiet", "--wheel-dir", cls.folder, sources,
+        )  # fmt: skip
         if code != 0:
             raise AssertionError(output)
         (cls.wheel,) = cls.folder.glob("*.whl")
