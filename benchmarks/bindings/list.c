@@ -1,5 +1,5 @@
-/* Lists a folder of Google Drive with the C functions, as often as each line of standard input says,
- * and prints how many bytes the names and ids have.
+/* Lists a folder of Google Drive with the C functions, as often as each line of standard input
+ * says, and prints how many bytes the names and ids have.
  *
  *   list_c PROXY-PORT */
 #include <libvemlo.h>

@@ -1,4 +1,4 @@
-/* The functions of the six services in two tables: one for the drives, one for the object stores. */
+/* The functions of the six services: one table for the drives, one for the object stores. */
 #ifndef SERVICES_H
 #define SERVICES_H
 
