@@ -78,7 +78,7 @@ class Login(StoreTest):
 
     def test_of_an_account_that_may_not_list_buckets(self):
         server = self.server(error("AccessDenied"), 403)
-        message = "may not list its buckets, so the keys cannot be checked; link it with --no-check"
+        message = "may not list its buckets, or the keys are wrong; if they are right, link it with --no-check"
         self.assert_fails(self.login(), SERVICE_FAILED, message)
         self.assertFalse(self.file.exists())
         server.requests.clear()
