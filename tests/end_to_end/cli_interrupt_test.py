@@ -4,6 +4,7 @@ import contextlib
 import os
 import signal
 import subprocess
+import termios
 import threading
 import unittest
 
@@ -97,6 +98,20 @@ class Interrupt(AccountFileTest):
         terminal.read_to_end()
         self.assertEqual(terminal.process.returncode, -signal.SIGINT)
         self.assertFalse(self.file.exists())
+
+    def test_shows_what_is_typed_again_after_the_wait_for_a_secret(self):
+        server = self.server("")
+        del server.environment["VEMLO_S3_SECRET_KEY"]
+        terminal = self.start(server, "login", "s3", is_input=True)
+        terminal.read_until("Secret key: ")
+        self.wait_for_read(terminal.process)
+        hidden = termios.tcgetattr(terminal.screen)[3] & termios.ECHO
+        terminal.type("\x03")
+        terminal.read_until(CANCELLED)
+        shown = termios.tcgetattr(terminal.screen)[3] & termios.ECHO
+        terminal.read_to_end()
+        self.assertEqual((hidden, bool(shown)), (0, True))
+        self.assertEqual(terminal.process.returncode, -signal.SIGINT)
 
     @staticmethod
     def status_of(process):
