@@ -2,6 +2,7 @@
 
 import fcntl
 import json
+import signal
 import subprocess
 import unittest
 
@@ -126,7 +127,7 @@ class TokensOfTwoProcesses(DriveTest):
         self.link("onedrive")
         drives.control("expire", "onedrive")
 
-    def list_and_change(self, change):
+    def list_and_change(self, change, interrupts=False):
         """Lists folders; `change` is applied to the accounts before renewed tokens are stored."""
         with open(self.folder / "accounts.lock", "w", encoding="utf-8") as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
@@ -139,9 +140,14 @@ class TokensOfTwoProcesses(DriveTest):
             accounts = self.accounts()
             change(accounts)
             self.keep(json.dumps(accounts))
+            if interrupts:
+                process.send_signal(signal.SIGINT)
         output, messages = process.communicate(timeout=60)
         self.shown += output + messages
-        self.assertEqual((messages, process.returncode), ("vemlo: no folders\n", DONE))
+        ended = ("vemlo: no folders\n", DONE)
+        if interrupts:
+            ended = ("vemlo: cancelled\n", -signal.SIGINT)
+        self.assertEqual((messages, process.returncode), ended)
         return accounts
 
     def test_newer_tokens_are_not_overwritten(self):
@@ -161,6 +167,11 @@ class TokensOfTwoProcesses(DriveTest):
     def test_an_account_that_was_forgotten_stays_forgotten(self):
         self.list_and_change(lambda accounts: accounts.pop("onedrive"))
         self.assertEqual(self.accounts(), {})
+
+    def test_an_interrupted_command_stores_the_tokens_that_it_has(self):
+        before = self.list_and_change(lambda accounts: None, interrupts=True)
+        self.assertNotEqual(self.accounts()["onedrive"], before["onedrive"])
+        self.assertEqual(self.ids("onedrive:/"), {})
 
     def test_other_accounts_are_kept(self):
         def link(accounts):
