@@ -211,6 +211,29 @@ class TokensOfTwoProcesses(DriveTest):
         self.assertIn("cannot lock", warning)
 
 
+class S3(DriveTest):
+    def test_a_bucket_is_made_in_the_region_that_is_named(self):
+        account = sandbox.account("radosgw")
+        linked = self.tool(
+            "login", "s3", "--access-key", account.access_key, "--secret-key-file", "-",
+            input=f"{account.secret_key}\n",
+        )  # fmt: skip
+        self.assertEqual((linked.stderr, linked.returncode),
+                         ("vemlo: the S3 account is linked\n", DONE))
+        sandbox.control("DELETE", "log")
+        bucket = sandbox.new_bucket_name()
+        self.assert_prints(self.tool("mkdir", f"s3:/{bucket}", "--region", "Frankfurt"), "")
+        hosts = [request["host"] for request in sandbox.requests()]
+        self.assertEqual(hosts, ["s3.eu-central-1.amazonaws.com"])
+        self.assertIn(bucket, account.bucket_names())
+        (listed,) = json.loads(self.tool("whoami", "s3", "--json").stdout)
+        self.assertEqual(listed["buckets"], len(account.bucket_names()))
+        self.assertEqual(listed["endpoint"], "https://s3.amazonaws.com")
+
+    def tearDown(self):
+        """There are no tokens."""
+
+
 class Azure(DriveTest):
     def test_linked_account(self):
         azure = sandbox.state()["azure"]

@@ -35,7 +35,7 @@ constexpr const char* kFooter =
     "the buckets or containers to check the keys.\n"
     "\n"
     "An account of the same name that was linked before is replaced once that has worked. If a "
-    "service does not accept a code, the error line in the system log shows it, and on Google "
+    "service does not accept a code, the error line in the log shows it, and on Google "
     "Drive and Amazon Drive the tokens if some were received.\n"
     "\n"
     "Accounts are kept in $XDG_CONFIG_HOME/vemlo/accounts.json, or in ~/.config without that "
