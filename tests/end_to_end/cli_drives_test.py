@@ -47,14 +47,14 @@ class DriveTest(AccountFileTest):
         self.shown += result.stdout + result.stderr
         return result
 
-    def login(self, service, pasted=lambda address: address, **decision):
+    def login(self, service, *options, pasted=lambda address: address, **decision):
         """Opens the address that the tool prints and gives the tool what the user would paste.
 
         `pasted` returns it for the address of the redirect page. Returns the exit code and the
         lines on standard error.
         """
         process = subprocess.Popen(
-            [TOOL, "login", service, "--no-browser"], env=environment_with(self.environment),
+            [TOOL, "login", service, "--no-browser", *options], env=environment_with(self.environment),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
         )  # fmt: skip
         url = process.stdout.readline().rstrip("\n")

@@ -3,64 +3,16 @@
 The tests use a fake server, which lets them decide when and how it responds.
 """
 
-import contextlib
-import http.server
 import json
 import os
-import pty
 import re
-import subprocess
+import tempfile
 import threading
 import unittest
 
-from support.tool import (
-    AZURE_KEYS, DONE, KEYS, SERVICE_FAILED, TOOL, ToolTest, environment_with, run,
-)  # fmt: skip
-
-
-class FakeS3Server(contextlib.AbstractContextManager):
-    """Responds to each upload with success and to other requests with `body`, after `wait`."""
-
-    def __init__(self, body="", status=200, wait=lambda: None):
-        requests = self.requests = []
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_GET(self):
-                wait()
-                self.respond(status, body)
-
-            def do_PUT(self):
-                self.respond(200, "")
-
-            def respond(self, status, body):
-                requests.append(f"{self.command} {self.path}")
-                self.send_response(status)
-                self.send_header("Content-Length", str(len(body.encode())))
-                self.end_headers()
-                self.wfile.write(body.encode())
-
-            def log_message(self, *_):
-                pass
-
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self.thread = threading.Thread(target=self.server.serve_forever, args=(0.01,))
-        endpoint = f"http://127.0.0.1:{self.server.server_port}"
-        self.environment = {**KEYS, "VEMLO_S3_ENDPOINT": endpoint}
-
-    def __enter__(self):
-        self.thread.start()
-        return self
-
-    def __exit__(self, *_):
-        self.server.shutdown()
-        self.thread.join()
-        self.server.server_close()
-
-
-def folders(*names):
-    """A listing of folders in the format of an S3 server."""
-    prefixes = [f"<CommonPrefixes><Prefix>{name}</Prefix></CommonPrefixes>" for name in names]
-    return f"<ListBucketResult>{''.join(prefixes)}</ListBucketResult>"
+from support.fake_s3 import FakeS3Server, folders
+from support.terminal import Terminal, lines_shown
+from support.tool import AZURE_KEYS, DONE, SERVICE_FAILED, ToolTest, run
 
 
 class Folders(ToolTest):
@@ -137,40 +89,11 @@ class Folders(ToolTest):
             self.assert_prints(result, "[]\n")
 
 
-class Terminal:
+class LsTerminal(Terminal):
     """A process of `ls` whose standard error is a terminal."""
 
     def __init__(self, server, *options, **variables):
-        self.screen, terminal = pty.openpty()
-        variables = {"TERM": "xterm", "NO_COLOR": "", **server.environment, **variables}
-        self.process = subprocess.Popen(
-            [TOOL, "s3", "ls", "photos", *options], env=environment_with(variables),
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=terminal, encoding="utf-8",
-        )  # fmt: skip
-        os.close(terminal)
-
-    def read_to_end(self, on_more=lambda received: None):
-        """Returns standard output and the text sent to the terminal."""
-        received = b""
-        # Reading fails when the process has closed the terminal.
-        with contextlib.suppress(OSError):
-            while more := os.read(self.screen, 65536):
-                received += more
-                on_more(received.decode())
-        os.close(self.screen)
-        output, _ = self.process.communicate(timeout=60)
-        return output, received.decode()
-
-
-def lines_shown(sent):
-    """The lines that a terminal finally shows. A carriage return lets text overwrite a line."""
-    shown = []
-    for line in re.sub(r"\x1b\[[0-9;]*m", "", sent).split("\n"):
-        cells = ""
-        for part in line.split("\r"):
-            cells = part + cells[len(part) :]
-        shown.append(cells.rstrip())
-    return shown
+        super().__init__("s3", "ls", "photos", *options, **server.environment, **variables)
 
 
 class Progress(ToolTest):
@@ -185,13 +108,38 @@ class Progress(ToolTest):
                 is_spinning.set()
 
         with FakeS3Server(body, status, wait=lambda: is_spinning.wait(30)) as server:
-            output, sent = Terminal(server).read_to_end(watch)
+            output, sent = LsTerminal(server).read_to_end(watch)
         self.assertTrue(is_spinning.is_set(), "there was no spinner")
         return output, lines_shown(sent)
 
     def test_a_spinner_shows_on_a_terminal_and_is_erased(self):
         output, shown = self.run_with_spinner(folders("2019/"))
         self.assertEqual((output, shown), ("NAME\n2019/\n", [""]))
+
+    def test_the_spinner_counts_requests_and_entries(self):
+        """The second page arrives when the display shows what the first one has brought."""
+        page = folders("1/", "2/").replace(
+            "</ListBucketResult>",
+            "<IsTruncated>true</IsTruncated><NextContinuationToken>next</NextContinuationToken>"
+            "</ListBucketResult>",
+        )
+        is_shown = threading.Event()
+        pages = iter([page, folders("3/")])
+
+        def respond(*_):
+            page = next(pages)
+            if "<IsTruncated>" not in page:
+                is_shown.wait(30)
+            return 200, page
+
+        def watch(sent):
+            if ", 1 request, 2 entries" in sent:
+                is_shown.set()
+
+        with FakeS3Server(respond) as server:
+            output, sent = LsTerminal(server).read_to_end(watch)
+        self.assertTrue(is_shown.is_set(), sent)
+        self.assertEqual((output, lines_shown(sent)), ("NAME\n1/\n2/\n3/\n", [""]))
 
     def test_the_spinner_leaves_no_text_beside_messages(self):
         body = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"
@@ -205,8 +153,8 @@ class Progress(ToolTest):
         # The delay is real: only a call that takes longer than the delay of the spinner shows that
         # there is no spinner.
         with FakeS3Server(folders("2019/"), wait=lambda: threading.Event().wait(1)) as server:
-            json_terminal = Terminal(server, "--json")
-            verbose_terminal = Terminal(server, "--verbose")
+            json_terminal = LsTerminal(server, "--json")
+            verbose_terminal = LsTerminal(server, "--verbose")
             result = run("s3", "ls", "photos", environment=server.environment)
             self.assert_prints(result, "NAME\n2019/\n")
             self.assertEqual(json_terminal.read_to_end(), ('[{"name":"2019/"}]\n', ""))
@@ -216,9 +164,28 @@ class Progress(ToolTest):
 
     def test_no_spinner_on_a_terminal_that_cannot_overwrite_a_line(self):
         with FakeS3Server(folders("2019/"), wait=lambda: threading.Event().wait(1)) as server:
-            terminals = [Terminal(server, TERM=kind) for kind in ("dumb", "")]
+            terminals = [LsTerminal(server, TERM=kind) for kind in ("dumb", "")]
             for terminal in terminals:
                 self.assertEqual(terminal.read_to_end(), ("NAME\n2019/\n", ""))
+
+
+class Log(ToolTest):
+    def test_is_shown_only_if_asked_for(self):
+        with FakeS3Server("<Error><Code>AccessDenied</Code></Error>", 403) as server:
+            quiet = run("s3", "ls", "photos", environment=server.environment)
+            self.assert_fails(quiet, SERVICE_FAILED, "the account may not do this; ask its")
+            shown = run("s3", "ls", "photos", "-v", environment=server.environment)
+        logged, message = shown.stderr.splitlines()
+        self.assertRegex(logged, r"\AE\d{8} .* Error type: 15, Exception: AccessDenied")
+        self.assertEqual(message + "\n", quiet.stderr)
+
+    def test_is_in_no_file(self):
+        """Where the logger would write it if it were told nothing."""
+        with tempfile.TemporaryDirectory() as folder:
+            with FakeS3Server("<Error><Code>AccessDenied</Code></Error>", 403) as server:
+                environment = {**server.environment, "TMPDIR": folder, "TEST_TMPDIR": folder}
+                run("s3", "ls", "photos", environment=environment)
+            self.assertEqual(os.listdir(folder), [])
 
 
 class Colours(ToolTest):
@@ -227,7 +194,7 @@ class Colours(ToolTest):
 
     def logged_on_terminal(self, **variables):
         with FakeS3Server(self.REFUSED, 403) as server:
-            _, sent = Terminal(server, "--verbose", **variables).read_to_end()
+            _, sent = LsTerminal(server, "--verbose", **variables).read_to_end()
         self.assertIn("Error type: 15", sent)
         return sent
 

@@ -4,12 +4,10 @@ import ctypes
 import fcntl
 import json
 import os
-import pathlib
 import re
 import resource
 import signal
 import subprocess
-import time
 import unittest
 import urllib.parse
 
@@ -343,14 +341,6 @@ class File(LoginTest):
         self.assertEqual(self.tool("accounts", environment=environment).stdout, listed.stdout)
         nowhere = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": ""})
         self.assert_fails(nowhere, LOCAL_FAILURE, "set HOME or XDG_CONFIG_HOME")
-
-    def wait_for_lock(self, process):
-        """Returns when the kernel lists the process as waiting for a lock."""
-        deadline = time.monotonic() + 30
-        waiting = re.compile(rf"-> FLOCK .* {process.pid} ")
-        while not waiting.search(pathlib.Path("/proc/locks").read_text()):
-            self.assertLess(time.monotonic(), deadline, "the tool does not wait for the lock")
-            time.sleep(0.01)
 
     def test_concurrent_changes_are_all_kept(self):
         accounts = self.keep_accounts("google-drive", "dropbox")

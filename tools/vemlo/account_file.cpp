@@ -147,6 +147,16 @@ void makeAccountFolder() {
   if (error) fail("cannot make the folder", folder);
 }
 
+/// Waits although the user interrupts: whoever holds the lock soon releases it, and tokens that are
+/// not stored may be lost.
+bool waitForLock(int descriptor) {
+  int result = 0;
+  do {
+    result = ::flock(descriptor, LOCK_EX);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
+}
+
 /// Changes the file under a lock that excludes other processes. The lock is on a separate file
 /// because the file with the accounts is replaced.
 void changeAccounts(const std::function<void(Json& accounts)>& change) {
@@ -154,7 +164,7 @@ void changeAccounts(const std::function<void(Json& accounts)>& change) {
   const path lock = accountFolder() / "accounts.lock";
   const OpenFile open(
       ::open(lock.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!open.isOpen() || ::flock(open.descriptor(), LOCK_EX) != 0) fail("cannot lock", lock);
+  if (!open.isOpen() || !waitForLock(open.descriptor())) fail("cannot lock", lock);
 
   const path file = accountFile();
   const std::optional<std::string> text = readPrivateFile(file);

@@ -35,7 +35,7 @@ constexpr const char* kFooter =
     "the buckets or containers to check the keys.\n"
     "\n"
     "An account of the same name that was linked before is replaced once that has worked. If a "
-    "service does not accept a code, the error line in the system log shows it, and on Google "
+    "service does not accept a code, the error line in the log shows it, and on Google "
     "Drive and Amazon Drive the tokens if some were received.\n"
     "\n"
     "Accounts are kept in $XDG_CONFIG_HOME/vemlo/accounts.json, or in ~/.config without that "
@@ -108,7 +108,8 @@ void check(const ObjectStore& store, const Calls& calls) {
     throw CommandFailure(ExitCode::ServiceFailed,
                          "cannot " + action + ": it may not list its " +
                              calls.caller.service.bucketWord +
-                             "s, so the keys cannot be checked; link it with --no-check");
+                             "s, or the keys are wrong; if they are right, link it with "
+                             "--no-check");
   }
 }
 
@@ -176,8 +177,8 @@ void addStoreOptions(CLI::App& command, Arguments& arguments) {
 
 void addLoginCommand(CLI::App& app) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command =
-      addAccountCommand(app, "login", "Link an account, so that others commands can use it");
+  CLI::App& command = addAccountCommand(
+      app, "login", "Link an account, so that other commands can use it by its name");
   command.footer(kFooter + command.get_footer());
   command.add_option("SERVICE", arguments->service, "One of " + listOfServices())
       ->required()

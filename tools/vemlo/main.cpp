@@ -35,7 +35,9 @@ constexpr const char* kFooter =
     "  2  bad usage, such as an unknown option, a missing key, or an account that is not linked\n"
     "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n"
     "When the reader of the output has closed its pipe, as `head` does, vemlo ends silently by "
-    "SIGPIPE, which a shell reports as 141.\n";
+    "SIGPIPE, which a shell reports as 141. When the user interrupts it, it ends by SIGINT, which "
+    "a "
+    "shell reports as 130.\n";
 
 void prepareProcess() {
   // A connection must not get the descriptor of a standard stream that the caller has closed, or

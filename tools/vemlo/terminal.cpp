@@ -45,12 +45,12 @@ bool showsUtf8() {
 }
 
 HiddenInput::HiddenInput(const std::string& prompt) {
-  std::fputs(prompt.c_str(), stderr);
   tcgetattr(STDIN_FILENO, &shown_);
   termios hidden = shown_;
   hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
   // What was typed before is discarded: it was shown, so it was not meant to be the secret.
   tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  std::fputs(prompt.c_str(), stderr);
 }
 
 HiddenInput::~HiddenInput() {

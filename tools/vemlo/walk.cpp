@@ -67,7 +67,7 @@ void Walk::report(const std::string& message) {
 
 CLI::Option* addDepthOption(CLI::App& command, std::size_t& depth) {
   return command.add_option("--depth", depth, "How many levels to show; without it all")
-      ->check(CLI::Range(1, static_cast<int>(kDeepest)))
+      ->check(CLI::Range(1, static_cast<int>(kDeepest)).description(""))
       ->type_name("NUMBER");
 }
 

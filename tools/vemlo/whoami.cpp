@@ -66,10 +66,12 @@ Listing describeStore(OpenLibrary& library, const Calls& calls, const Account& a
   const auto storage = openStorage(library, arguments.name, account,
                                    {"", resolveProxy(arguments.proxy), calls.isQuiet});
   const auto count = storage->foldersIn({}).folders.size();
-  const char* address = calls.caller.service.id == vemlo::Service::S3 ? "endpoint" : "account";
-  return {{"service", address, "keys", calls.caller.service.bucketWord + "s"},
-          {{account.service, textCell(account.values.at(address)), "accepted",
-            static_cast<std::int64_t>(count)}}};
+  const bool isS3 = calls.caller.service.id == vemlo::Service::S3;
+  const char* member = isS3 ? "endpoint" : "account";
+  const std::string& given = account.values.at(member);
+  const std::string address = given.empty() ? "https://s3.amazonaws.com" : given;
+  return {{"service", member, "keys", calls.caller.service.bucketWord + "s"},
+          {{account.service, address, "accepted", static_cast<std::int64_t>(count)}}};
 }
 
 void whoAmI(const Arguments& arguments) {

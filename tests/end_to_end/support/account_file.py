@@ -3,8 +3,10 @@
 import json
 import os
 import pathlib
+import re
 import stat
 import tempfile
+import time
 
 from .tool import ToolTest, run
 
@@ -44,3 +46,11 @@ class AccountFileTest(ToolTest):
         for path, mode in ((self.folder, 0o700), (self.file, 0o600)):
             self.assertEqual(stat.S_IMODE(path.stat().st_mode), mode)
         self.assertEqual(sorted(os.listdir(self.folder)), ["accounts.json", "accounts.lock"])
+
+    def wait_for_lock(self, process):
+        """Returns when the kernel lists the process as waiting for a lock."""
+        deadline = time.monotonic() + 30
+        waiting = re.compile(rf"-> FLOCK .* {process.pid} ")
+        while not waiting.search(pathlib.Path("/proc/locks").read_text()):
+            self.assertLess(time.monotonic(), deadline, "the tool does not wait for the lock")
+            time.sleep(0.01)
