@@ -20,8 +20,8 @@ type AzureConfig struct {
 // goroutines at once.
 type AzureBlobs struct{ *session }
 
-// OpenAzureBlobs opens a session with an Azure storage account. Nothing is requested. Fails if the
-// key is not base64.
+// OpenAzureBlobs opens a session with an Azure storage account. Nothing is requested. Fails with
+// the kind WrongKeys if the key is not base64.
 func (l *Library) OpenAzureBlobs(config AzureConfig) (*AzureBlobs, error) {
 	var texts texts
 	region := texts.add("the region", config.Region)

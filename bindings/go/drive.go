@@ -145,19 +145,19 @@ func (d *Drive) folder(ctx context.Context, r request,
 	return Folder{Name: C.GoString(record.name), ID: C.GoString(record.id)}, nil
 }
 
-// RequestEndpoints requests the addresses at which the account is served, even if they are known.
+// FindEndpoints requests the addresses at which the account is served, even if they are known.
 // Other calls request them when necessary. Amazon Drive only.
-func (d *Drive) RequestEndpoints(ctx context.Context) error {
+func (d *Drive) FindEndpoints(ctx context.Context) error {
 	_, err := d.run(ctx, request{}, func() C.int {
 		return C.amazon_drive_get_endpoint(d.handle)
 	})
 	return err
 }
 
-// CheckTokens checks that the session's tokens are valid by reading the account's profile. On
+// LogAccount checks that the session's tokens are valid by reading the account's profile. On
 // success the library logs the name and the e-mail address of the account's holder. Amazon Drive
 // only.
-func (d *Drive) CheckTokens(ctx context.Context) error {
+func (d *Drive) LogAccount(ctx context.Context) error {
 	_, err := d.run(ctx, request{}, func() C.int {
 		return C.amazon_drive_test_api(d.handle)
 	})

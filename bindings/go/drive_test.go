@@ -164,7 +164,7 @@ func TestTheAccountOfTokens(t *testing.T) {
 
 func TestFunctionsOfAmazonDriveFailOnOtherDrives(t *testing.T) {
 	drive := openDrive(t, vemlo.GoogleDrive, "access")
-	for _, err := range []error{drive.RequestEndpoints(background), drive.CheckTokens(background)} {
+	for _, err := range []error{drive.FindEndpoints(background), drive.LogAccount(background)} {
 		if !errors.Is(err, vemlo.HostFault) {
 			t.Error(err)
 		}

@@ -118,9 +118,9 @@ func TestTextsThatAreNotUTF8ArePassedOnUnchanged(t *testing.T) {
 	}
 }
 
-func TestAKeyThatIsNotBase64IsAHostFault(t *testing.T) {
+func TestAKeyThatIsNotBase64IsAWrongKey(t *testing.T) {
 	_, err := library.OpenAzureBlobs(vemlo.AzureConfig{Account: "account", Key: "%"})
-	if failureOf(t, err).Code != -1 || !errors.Is(err, vemlo.HostFault) {
+	if failureOf(t, err).Code != -1 || !errors.Is(err, vemlo.WrongKeys) {
 		t.Error(err)
 	}
 }

@@ -31,9 +31,17 @@ func (l *Library) open(service Service, what texts, open func() *C.session) (*se
 	handle := open()
 	if handle == nil {
 		l.end()
-		return nil, hostFault(service, "the session cannot be opened", nil)
+		return nil, notOpened(service)
 	}
 	return &session{library: l, service: service, handle: handle}, nil
+}
+
+func notOpened(service Service) *Failure {
+	failure := hostFault(service, "the session cannot be opened", nil)
+	if service == ServiceAzureBlobs {
+		failure.Kind, failure.sentence = WrongKeys, "the key of the storage account is not base64"
+	}
+	return failure
 }
 
 // Close closes the session. Calls that begin afterwards fail; calls that run complete normally, and

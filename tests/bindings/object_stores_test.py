@@ -123,7 +123,7 @@ class S3Buckets(StoreCase):
         for _, failed in self.results(
             "open", "a", "azure", "", 0, "", azure["accountName"], "no*base64"
         ):  # fmt: skip
-            self.assertEqual((failed.code, failed.status), (-1, 0))
+            self.assertEqual((failed.kind, failed.code, failed.status), ("wrong keys", -1, 0))
 
     def test_what_cannot_be_decrypted(self):
         for _, failed in self.results("decrypt", "of no use"):

@@ -11,7 +11,7 @@ from typing import Any, Optional, Type, TypeVar
 from . import _c
 from ._held import Held
 from .calls import NO_LIMITS, Limits, make
-from .failures import BadArguments, HostFault, encoded
+from .failures import BadArguments, Failure, HostFault, encoded
 from .library import held_library
 from .listings import Folders, Names
 
@@ -46,7 +46,7 @@ def proxy_record(proxy: Optional[Proxy], record: Any) -> Any:
     return ctypes.byref(record)
 
 
-def _open(function: str, arguments: Any, proxy: Any) -> Any:
+def _open(function: str, arguments: Any, proxy: Any, not_opened: Failure) -> Any:
     """A session of the C interface, and what holds it and the library until it is released."""
     library = held_library()
     use = object()
@@ -54,7 +54,7 @@ def _open(function: str, arguments: Any, proxy: Any) -> Any:
     handle = getattr(_c.load(), function)(*arguments, proxy)
     if handle is None:
         library.end(use)
-        raise HostFault("The session cannot be opened.")
+        raise not_opened
 
     def release() -> None:
         # Closes a session of any service, not only of S3.
@@ -76,9 +76,13 @@ class Session:
 
     _held: Optional[Held] = None
 
+    @staticmethod
+    def _not_opened() -> Failure:
+        return HostFault("The session cannot be opened.")
+
     def __init__(self, function: str, *arguments: bytes, proxy: Optional[Proxy]) -> None:
         record = proxy_record(proxy, _c.ProxySetting())
-        self._handle, self._held = _open(function, arguments, record)
+        self._handle, self._held = _open(function, arguments, record, self._not_opened())
 
     def close(self) -> None:
         """Closes it: no new call may begin. Does nothing if it is closed."""

@@ -8,7 +8,7 @@ from typing import List, NamedTuple, Optional, Tuple, Union
 from . import _c
 from ._session import Proxy, Session
 from .calls import Cancellation, Limits, ProgressFunction
-from .failures import BadArguments, decoded, encoded
+from .failures import BadArguments, Failure, WrongKeys, decoded, encoded
 from .listings import Folders, Names
 
 _END_OF_LOCATIONS = 17
@@ -140,7 +140,14 @@ class AzureBlobs(Session):
         account_name: the storage account.
         key: one of the account's keys, base64.
         proxy: None: no proxy.
+
+    Raises:
+        WrongKeys: the key is not base64 text; the log says so, too.
     """
+
+    @staticmethod
+    def _not_opened() -> Failure:
+        return WrongKeys("The key of the storage account is not base64 text.")
 
     def __init__(
         self, region: str, account_name: str, key: str, proxy: Optional[Proxy] = None

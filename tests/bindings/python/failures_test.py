@@ -143,7 +143,7 @@ class BadArguments(CloudCase):
             self.s3(response()).folders(b"bucket")
 
     def test_a_key_that_is_not_base64(self):
-        with self.assertRaises(vemlo.HostFault) as caught:
+        with self.assertRaises(vemlo.WrongKeys) as caught:
             vemlo.AzureBlobs("westeurope", "account", "!")
         self.assertEqual(caught.exception.code, -1)
 

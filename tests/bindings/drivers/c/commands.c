@@ -44,12 +44,13 @@ static opened *sessionNamed(const char *name) {
 
 static uint16_t portIn(const char *word) { return (uint16_t)strtoul(word, NULL, 10); }
 
-static int report(const driver_command *command, const service_entry *service, int code) {
+static int reportKind(const driver_command *command, const service_entry *service, int code,
+                      int32_t kindOfBadArguments) {
   vemlo_client_failure failure = {.size = sizeof failure};
   output_line line;
   if (code == 0 || command->isQuiet) return code == 0;
   vemlo_client_get_last_failure(&failure);
-  if (code == BAD_ARGUMENTS) failure.kind = VEMLO_CLIENT_HOST_FAULT;
+  if (code == BAD_ARGUMENTS) failure.kind = kindOfBadArguments;
   beginLine(&line, "failed");
   addText(&line, vemlo_client_kind_name(failure.kind));
   addText(&line, service == NULL ? "" : service->word);
@@ -63,6 +64,10 @@ static int report(const driver_command *command, const service_entry *service, i
   addText(&line, failure.request_id);
   endLine(&line);
   return 0;
+}
+
+static int report(const driver_command *command, const service_entry *service, int code) {
+  return reportKind(command, service, code, VEMLO_CLIENT_HOST_FAULT);
 }
 
 static void showText(const driver_command *command, const char *word, const char *text) {
@@ -154,7 +159,8 @@ static int openSession(driver_command *command) {
   }
   handle = service->store == NULL ? service->drive->open(&proxy)
                                   : service->store->open(words + 5, &proxy);
-  if (handle == NULL) return report(command, service, BAD_ARGUMENTS);
+  /* Only an Azure key that is no base64 text keeps a session from being opened. */
+  if (handle == NULL) return reportKind(command, service, BAD_ARGUMENTS, VEMLO_CLIENT_WRONG_KEYS);
   while (i < MAX_SESSIONS && sessions[i].name != NULL) ++i;
   if (i == MAX_SESSIONS) refuse("too many sessions");
   sessions[i] = (opened){strdup(words[1]), service, handle};
