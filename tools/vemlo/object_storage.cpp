@@ -134,8 +134,8 @@ bool ObjectStorage::hasBucket(const std::string& bucket) const {
   }
 }
 
-/// Whether the folder is there, as far as the account may look. Throws CommandFailure with `action`,
-/// which the look is a part of.
+/// Whether the folder is there, as far as the account may look. Throws CommandFailure with
+/// `action`, which the look is a part of.
 bool ObjectStorage::hasFolder(const std::string& bucket, const std::string& key,
                               const std::string& action) const {
   try {
