@@ -37,7 +37,8 @@ class Drives:
         (listed,) = json.loads(self.tool("whoami", "work", "--json").stdout)
         self.assertEqual((listed["service"], listed["email"]), (self.service, self.holder))
         self.assertIsInstance(listed["name"], str)
-        shown = dict(line.split(None, 1) for line in self.tool("whoami", "work").stdout.splitlines())
+        lines = self.tool("whoami", "work").stdout.splitlines()
+        shown = dict(line.split(None, 1) for line in lines)
         self.assertEqual(list(shown), ["service", "name", "email", "used", "total"])
         self.assertEqual((shown["name"], shown["email"]), (listed["name"], self.holder))
         for which in ("used", "total"):
@@ -75,10 +76,10 @@ class Drives:
     def test_advice_names_the_account(self):
         drives.control("expire", self.service)
         drives.control("revoke", self.service)
-        login = f"`vemlo login {self.service} --as work`"
+        advice = f"link it again with `vemlo login {self.service} --as work`"
         for command in (("ls", "work:/"), ("whoami", "work"), ("tree", "work:/")):
             with self.subTest(command=command):
-                self.assert_fails(self.tool(*command), SERVICE_FAILED, f"link it again with {login}")
+                self.assert_fails(self.tool(*command), SERVICE_FAILED, advice)
 
 
 @for_each_drive
@@ -255,7 +256,8 @@ class Azure(DriveTest):
             "login", "azure", "--account", azure["accountName"], "--key-file", "-", input="a2V5\n"
         )
         # Azurite reports a wrong key as a lack of rights.
-        self.assert_fails(wrong, SERVICE_FAILED, "may not list its containers, or the keys are wrong")
+        message = "may not list its containers, or the keys are wrong"
+        self.assert_fails(wrong, SERVICE_FAILED, message)
         self.assertEqual(list(self.accounts()), ["blobs"])
 
     def tearDown(self):

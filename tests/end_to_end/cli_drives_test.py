@@ -54,7 +54,8 @@ class DriveTest(AccountFileTest):
         lines on standard error.
         """
         process = subprocess.Popen(
-            [TOOL, "login", service, "--no-browser", *options], env=environment_with(self.environment),
+            [TOOL, "login", service, "--no-browser", *options],
+            env=environment_with(self.environment),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
         )  # fmt: skip
         url = process.stdout.readline().rstrip("\n")
@@ -151,7 +152,8 @@ class Folders:
         return f"{self.service}:{path}"
 
     def test_made_and_listed_by_path(self):
-        for path in ("/Photos", "/Letters/", "//Photos//2019", "Photos/2020", "/Photos/2019/Málaga"):
+        paths = ("/Photos", "/Letters/", "//Photos//2019", "Photos/2020", "/Photos/2019/Málaga")
+        for path in paths:
             self.assert_prints(self.tool("mkdir", self.at(path)), "")
         for root in (self.at("/"), self.at(""), self.service):
             self.assert_prints(self.tool("ls", root), "NAME\nLetters\nPhotos\n")
@@ -272,13 +274,15 @@ class SingleServices(DriveTest):
         drives.control("expire", "google-drive")
         drives.control("revoke", "google-drive")
         result = self.tool("ls", "google-drive:/")
-        advice = "link it again with `vemlo login google-drive` (Token has been expired or revoked.)"
-        self.assert_service_fails(result, "no longer accepts the account's tokens", advice)
+        advice = "link it again with `vemlo login google-drive`"
+        words = "(Token has been expired or revoked.)"
+        self.assert_service_fails(result, "no longer accepts the account's tokens", advice, words)
 
     def test_a_service_that_is_not_reached(self):
         self.link("dropbox")
         result = self.tool("ls", "dropbox:/", "--proxy", "127.0.0.1:1")
-        self.assert_service_fails(result, "list the folders in 'dropbox:/': the service was not reached")
+        message = "list the folders in 'dropbox:/': the service was not reached"
+        self.assert_service_fails(result, message)
 
     def test_a_refresh_token_that_was_replaced_is_kept(self):
         """The service accepts the former one no more, so the second call needs the new one."""

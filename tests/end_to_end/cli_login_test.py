@@ -250,7 +250,8 @@ class Accounts(LoginTest):
         for command, location in commands:
             with self.subTest(command=command):
                 service = location.split(":")[0]
-                expected = f"no account is called '{service}'; link one with `vemlo login {service}`"
+                advice = f"link one with `vemlo login {service}`"
+                expected = f"no account is called '{service}'; {advice}"
                 self.assert_fails(self.tool(command, location), BAD_USAGE, expected)
 
     def test_tokens_that_the_library_has_not_encrypted(self):
@@ -287,7 +288,8 @@ class Logout(LoginTest):
         self.assertEqual(self.accounts(), {})
 
     def test_without_any_account(self):
-        self.assert_fails(self.tool("logout", "dropbox"), BAD_USAGE, "no account is called 'dropbox'")
+        result = self.tool("logout", "dropbox")
+        self.assert_fails(result, BAD_USAGE, "no account is called 'dropbox'")
         self.assertFalse(self.file.exists())
 
 

@@ -97,7 +97,7 @@ class BadUsage(ToolTest):
             ("s3", "containers"): "did you mean `vemlo azure containers`?",
             ("s3", "login", "dropbox"): "did you mean `vemlo login`?",
             ("dropbox", "ls"): "unknown command 'dropbox'; an account is named behind the command",
-            ("dropbox:/", "ls"): "an account is named behind the command, as in `vemlo ls dropbox:/`",
+            ("dropbox:/", "ls"): "an account is named behind the command, as in `vemlo ls ",
             ("",): "unknown command ''; `vemlo --help` lists the commands",
         }
         for arguments, message in cases.items():

@@ -10,8 +10,8 @@
 
 namespace tool {
 
-/// The linked account of this name. Throws CommandFailure if there is none, or if it is of a service
-/// that this version does not know.
+/// The linked account of this name. Throws CommandFailure if there is none, or if it is of a
+/// service that this version does not know.
 Account linkedAccount(const std::string& name);
 
 /// Throws CommandFailure: no account is linked with this name.

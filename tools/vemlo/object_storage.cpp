@@ -55,7 +55,7 @@ Folders ObjectStorage::foldersIn(const Folder& parent) {
 }
 
 Folder ObjectStorage::make(const std::string& path, const std::string& region) {
-  const Folder folder = find(path);
+  Folder folder = find(path);
   const std::string key = prefixIn(folder.path);
   if (key.empty()) {
     makeBucket(folder.path, region);
@@ -73,7 +73,7 @@ Folder ObjectStorage::make(const std::string& path, const std::string& region) {
 }
 
 Folder ObjectStorage::makeAll(const std::string& path, const std::string& region) {
-  const Folder folder = find(path);
+  Folder folder = find(path);
   const std::string bucket = bucketIn(folder.path);
   if (!hasBucket(bucket)) makeBucket(bucket, region);
   const std::string key = prefixIn(folder.path);
@@ -134,8 +134,8 @@ bool ObjectStorage::hasBucket(const std::string& bucket) const {
   }
 }
 
-/// Whether the folder is there, as far as the account may look. Throws CommandFailure with `action`,
-/// which the look is a part of.
+/// Whether the folder is there, as far as the account may look. Throws CommandFailure with
+/// `action`, which the look is a part of.
 bool ObjectStorage::hasFolder(const std::string& bucket, const std::string& key,
                               const std::string& action) const {
   try {

@@ -28,8 +28,8 @@ class ObjectStore {
                             const vemlo::Call& call) const = 0;
 };
 
-/// The folders of an object store. The first name of a path is that of a bucket; what follows it, and
-/// a slash, is the prefix of the folder's keys.
+/// The folders of an object store. The first name of a path is that of a bucket; what follows it,
+/// and a slash, is the prefix of the folder's keys.
 class ObjectStorage : public Storage {
  public:
   ObjectStorage(std::unique_ptr<const ObjectStore> store, const Calls& calls);
@@ -63,8 +63,8 @@ class ObjectStorage : public Storage {
   Calls calls_;
 };
 
-/// Throws CommandFailure if a bucket's name is empty or contains a slash: requests would then address
-/// the whole account, or a path in the bucket.
+/// Throws CommandFailure if a bucket's name is empty or contains a slash: requests would then
+/// address the whole account, or a path in the bucket.
 void requireBucketName(const std::string& name, const std::string& bucketWord);
 
 }  // namespace tool

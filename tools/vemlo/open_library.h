@@ -9,8 +9,8 @@ namespace tool {
 bool isVerbose();
 void setVerbose(bool isVerbose);
 
-/// The library with the settings of this tool. Its log goes to the system log, and to standard error
-/// if the user wants to see it. At most one object may exist at a time.
+/// The library with the settings of this tool. Its log goes to the system log, and to standard
+/// error if the user wants to see it. At most one object may exist at a time.
 class OpenLibrary {
  public:
   OpenLibrary();

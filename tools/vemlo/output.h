@@ -36,8 +36,8 @@ void writeListing(const Listing& listing, bool asJson, const std::string& emptyM
 /// CommandFailure if it cannot be written.
 void writeFields(const Listing& listing);
 
-/// Writes to standard output and flushes it. Throws CommandFailure if it cannot be written. Ends the
-/// process by SIGPIPE if it is a pipe that nobody reads any more.
+/// Writes to standard output and flushes it. Throws CommandFailure if it cannot be written. Ends
+/// the process by SIGPIPE if it is a pipe that nobody reads any more.
 void writeResult(std::string_view text);
 
 /// Writes one line to standard error, after the program's name.

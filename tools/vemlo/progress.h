@@ -6,8 +6,8 @@
 namespace tool {
 
 /// While a call takes long, shows on standard error a spinner, the elapsed seconds and how far the
-/// call has come; it is erased with the object. Shows nothing if `isQuiet` is set, if standard error
-/// is not a terminal that can overwrite a line, or if the log is shown there.
+/// call has come; it is erased with the object. Shows nothing if `isQuiet` is set, if standard
+/// error is not a terminal that can overwrite a line, or if the log is shown there.
 class ProgressDisplay {
  public:
   explicit ProgressDisplay(bool isQuiet);

@@ -15,7 +15,8 @@ struct ProxyOptions {
 
 void addProxyOptions(CLI::App& command, ProxyOptions& options);
 
-/// No address is no proxy. Throws CommandFailure if the address is invalid or the password cannot be read.
+/// No address is no proxy. Throws CommandFailure if the address is invalid or the password cannot
+/// be read.
 vemlo::Proxy resolveProxy(const ProxyOptions& options);
 
 }  // namespace tool

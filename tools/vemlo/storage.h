@@ -41,7 +41,8 @@ class Storage {
   /// The folders directly below a folder, in the service's order.
   virtual Folders foldersIn(const Folder& parent) = 0;
 
-  /// Makes the folder at a path, which is not empty and must not exist. Its parent must exist, except in a bucket.
+  /// Makes the folder at a path, which is not empty and must not exist. Its parent must exist,
+  /// except in a bucket.
   ///
   /// @param region  where to make a bucket; empty: where the service does by default. Nothing else
   ///                takes one.

@@ -11,9 +11,9 @@ namespace tool {
 /// A drive's account that has just been linked.
 Account accountWith(const vemlo::Tokens& tokens, const std::string& service);
 
-/// The tokens of a linked drive. Those that the service renews are stored at once, unless the stored
-/// account is no longer the one that this process has read or written last: another process has
-/// renewed the tokens or linked the account again.
+/// The tokens of a linked drive. Those that the service renews are stored at once, unless the
+/// stored account is no longer the one that this process has read or written last: another process
+/// has renewed the tokens or linked the account again.
 class StoredTokens {
  public:
   /// Throws CommandFailure if the tokens cannot be decrypted. No call may run after the end of this

@@ -5,8 +5,8 @@
 
 namespace tool {
 
-/// Throws CommandFailure if the arguments name a command that does not exist. The message contains the
-/// command that was probably meant.
+/// Throws CommandFailure if the arguments name a command that does not exist. The message contains
+/// the command that was probably meant.
 void requireKnownCommands(const CLI::App& app, int argc, const char* const* argv);
 
 /// The message for arguments that `app` has not accepted. It contains no value, which may be a

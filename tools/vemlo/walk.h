@@ -18,8 +18,8 @@ struct Step {
   std::size_t depth() const { return isLast.size(); }
 };
 
-/// Visits all folders below one, each before those in it. A folder that cannot be listed is reported
-/// to the user, and the walk goes on.
+/// Visits all folders below one, each before those in it. A folder that cannot be listed is
+/// reported to the user, and the walk goes on.
 class Walk {
  public:
   using Visit = std::function<void(const Step&)>;
@@ -27,8 +27,8 @@ class Walk {
   /// @param depth  how many levels to visit; 0: all.
   Walk(Storage& storage, std::size_t depth, Visit visit);
 
-  /// Visits the folders in `start`, which are `found`, and those below. Throws CommandFailure if the
-  /// user interrupts.
+  /// Visits the folders in `start`, which are `found`, and those below. Throws CommandFailure if
+  /// the user interrupts.
   void run(const Folder& start, const Folders& found);
 
   /// Throws CommandFailure unless all folders were listed.
