@@ -21,8 +21,10 @@ class Folders(Completing):
         self.link(self.service)
         root = f"{self.service}:/"
         self.assertEqual(self.candidates("ls", root), [])
-        self.seed(self.service, {"name": "Photos 1", "items": [{"name": "2019"}]}, {"name": "Plans"})
-        self.assertCountEqual(self.candidates("ls", f"{root}P"), [f"{root}Photos 1/", f"{root}Plans/"])
+        photos = {"name": "Photos 1", "items": [{"name": "2019"}]}
+        self.seed(self.service, photos, {"name": "Plans"}, {"name": "Letters"})
+        found = self.candidates("ls", f"{root}P")
+        self.assertCountEqual(found, [f"{root}Photos 1/", f"{root}Plans/"])
         self.assertEqual(self.candidates("ls", f"{root}Photos 1/"), [f"{root}Photos 1/2019/"])
         self.assertEqual(self.candidates("ls", f"{root}Nowhere/"), [])
 
