@@ -84,7 +84,12 @@ class Packages(unittest.TestCase):
                 "usr/lib/python3/dist-packages/vemlo/py.typed",
                 "usr/share/doc/python3-vemlo/python.md", "usr/share/doc/python3-vemlo/copyright",
             },
-            "vemlo": {"usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz"},
+            "vemlo": {
+                "usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz",
+                "usr/share/bash-completion/completions/vemlo",
+                "usr/share/fish/vendor_completions.d/vemlo.fish",
+                "usr/share/zsh/vendor-completions/_vemlo",
+            },
             "golang-vemlo-dev": {
                 "usr/share/gocode/src/vemlo/go.mod", "usr/share/gocode/src/vemlo/drive.go",
                 "usr/share/gocode/src/vemlo/bridge.c", "usr/share/gocode/src/vemlo/bridge.h",

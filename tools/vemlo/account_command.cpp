@@ -5,11 +5,18 @@
 #include "services.h"
 
 namespace tool {
+namespace {
+
+constexpr const char* kGroup = "Linked accounts";
+
+}  // namespace
 
 CLI::App& addAccountCommand(CLI::App& app, const std::string& name,
                             const std::string& description) {
-  return *app.add_subcommand(name, description)->group("Linked accounts");
+  return *app.add_subcommand(name, description)->group(kGroup);
 }
+
+bool isAccountCommand(const CLI::App& command) { return command.get_group() == kGroup; }
 
 void addLocationArguments(CLI::App& command, LocationArguments& arguments,
                           const std::string& description) {

@@ -16,6 +16,9 @@ namespace tool {
 /// environment variable that is read for one command would otherwise replace an option of another.
 CLI::App& addAccountCommand(CLI::App& app, const std::string& name, const std::string& description);
 
+/// Whether a command is one that `addAccountCommand` has added.
+bool isAccountCommand(const CLI::App& command);
+
 /// The arguments of a command about a place in a linked account.
 struct LocationArguments {
   std::string location;

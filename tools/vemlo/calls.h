@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <libvemlo.hpp>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,6 +16,8 @@ namespace tool {
 struct Calls {
   Caller caller;
   bool isQuiet = false;
+  /// When calls end at the latest.
+  std::optional<std::chrono::steady_clock::time_point> deadline{};
 
   /// Returns what `function` returns for a vemlo::Call. Throws vemlo::Failure.
   template <typename Function>
@@ -21,6 +25,7 @@ struct Calls {
     ProgressDisplay display(isQuiet);
     vemlo::Call call;
     call.cancellation = &interruption();
+    call.deadline = deadline;
     display.watch(call);
     return function(std::as_const(call));
   }

@@ -50,7 +50,7 @@ Account linkedAccount(const std::string& name) {
 std::unique_ptr<Storage> openStorage(OpenLibrary& library, const std::string& name,
                                      const Account& account, const OpenOptions& options) {
   const Service& service = serviceNamed(account.service);
-  const Calls calls{{service, name}, options.isQuiet};
+  const Calls calls{{service, name}, options.isQuiet, options.deadline};
   if (service.isDrive()) {
     return std::make_unique<DriveStorage>(library, calls, account, options.proxy, options.startId);
   }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <libvemlo.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "account_file.h"
@@ -24,6 +26,8 @@ struct OpenOptions {
   vemlo::Proxy proxy;
   /// Suppresses the display of progress.
   bool isQuiet = false;
+  /// When calls end at the latest.
+  std::optional<std::chrono::steady_clock::time_point> deadline{};
 };
 
 /// The folders of a linked account. The library must live longer than the result.

@@ -9,6 +9,7 @@
 #include "accounts.h"
 #include "azure.h"
 #include "command_failure.h"
+#include "completion.h"
 #include "help_formatter.h"
 #include "interrupt.h"
 #include "list.h"
@@ -75,6 +76,7 @@ void run(int argc, const char* const* argv) {
   addListCommand(app);
   addTreeCommand(app);
   addMakeFolderCommand(app);
+  addCompletionCommands(app);
 
   requireKnownCommands(app, argc, argv);
   try {

@@ -52,6 +52,8 @@ const CLI::App* commandElsewhere(const CLI::App& app, const std::string& name) {
   return nullptr;
 }
 
+bool isHidden(const CLI::App& command) { return command.get_group().empty(); }
+
 /// What to do in place of the unknown command `word` of `app`.
 std::string adviceFor(const std::string& word, const CLI::App& app) {
   if (isLocation(word)) {
@@ -60,7 +62,9 @@ std::string adviceFor(const std::string& word, const CLI::App& app) {
   const CLI::App* elsewhere = commandElsewhere(app, word);
   if (elsewhere != nullptr) return "did you mean `" + commandLine(*elsewhere) + "`?";
   std::vector<std::string> known{"--help", "--version"};
-  for (const CLI::App* command : app.get_subcommands({})) known.push_back(command->get_name());
+  for (const CLI::App* command : app.get_subcommands({})) {
+    if (!isHidden(*command)) known.push_back(command->get_name());
+  }
   const std::string meant = closest(word, known);
   return meant.empty() ? helpCommand(app) + " lists the commands" : "did you mean '" + meant + "'?";
 }
