@@ -75,6 +75,8 @@ endif()
 set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)
 install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
   DESTINATION ${folder} COMPONENT development)
+file(GLOB guides CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/bindings/*.md)
+install(FILES ${guides} DESTINATION ${folder}/bindings COMPONENT development)
 install(DIRECTORY examples DESTINATION ${folder} COMPONENT development
   PATTERN __pycache__ EXCLUDE)
 

@@ -5,19 +5,19 @@
 #include <signal.h>
 #include <stdio.h>
 
-static vemlo_client_cancellation *cancellation;
-
-static void endCalls(int number) {
-  (void)number;
-  vemlo_client_cancellation_trigger(cancellation);
-}
-
 static int showProgress(const vemlo_client_progress *progress, void *user) {
   (void)user;
   if (progress->entries >= 1000) {
     printf("%llu entries so far\n", (unsigned long long)progress->entries);
   }
   return 0;
+}
+
+static vemlo_client_cancellation *cancellation;
+
+static void endCalls(int number) {
+  (void)number;
+  vemlo_client_cancellation_trigger(cancellation);
 }
 
 int prepareCalls(void) {

@@ -68,14 +68,16 @@ vemlo::Cancellation* cancellation = nullptr;
 
 void endCalls(int /*signal*/) { cancellation->trigger(); }
 
-// A call has half a minute, and shows its progress if it takes long.
+// Returns whether the call continues.
+bool showProgress(const vemlo::Progress& progress) {
+  if (progress.entries >= 1000) std::cout << progress.entries << " entries so far\n";
+  return true;
+}
+
 vemlo::Call newCall() {
   vemlo::Call call = vemlo::Call::within(std::chrono::seconds(30));
   call.cancellation = cancellation;
-  call.progress = [](const vemlo::Progress& progress) {
-    if (progress.entries >= 1000) std::cout << progress.entries << " entries so far\n";
-    return true;
-  };
+  call.progress = showProgress;
   return call;
 }
 

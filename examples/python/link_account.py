@@ -42,21 +42,32 @@ def show_progress(progress):
 
 
 @contextlib.contextmanager
-def calls_to(what):
-    """The calls in the block have half a minute, and Ctrl-C ends them.
+def ended_by_ctrl_c():
+    """Ctrl-C ends the calls in the block.
 
     Python runs its signal handlers after a call, not during it. So cancel_on_sigint() replaces the
     handler before a call begins, and triggers the cancellation from a thread of its own. There is
     no moment in which Ctrl-C would leave a call running.
     """
+    with vemlo.cancel_on_sigint() as cancellation, vemlo.call_limits(cancellation=cancellation):
+        yield
+
+
+@contextlib.contextmanager
+def advice_on_failure(what):
     try:
-        with vemlo.cancel_on_sigint() as cancellation, vemlo.call_limits(
-            timeout=30, cancellation=cancellation, progress=show_progress
-        ):
-            yield
+        yield
     except vemlo.Failure as failure:
         advice = ADVICE.get(failure.kind, "The log says more.")
         raise Problem(f"Cannot {what} ({failure.kind.label}). {advice}") from failure
+
+
+@contextlib.contextmanager
+def calls_to(what):
+    """The calls in the block have half a minute together, and their failures become advice."""
+    with advice_on_failure(what), ended_by_ctrl_c():
+        with vemlo.call_limits(timeout=30, progress=show_progress):
+            yield
 
 
 def code_in(pasted):

@@ -12,6 +12,12 @@ PROGRAMS = {
     "Python": "python/first_folder.py",
     "Go": "go/first_folder/main.go",
 }
+SOURCES = {
+    "C": [*ROOT.glob("include/*.h"), *ROOT.glob("service_client/include/*.h")],
+    "C++": [*ROOT.glob("bindings/cpp/libvemlo/*.hpp")],
+    "Python": [*ROOT.glob("bindings/python/vemlo/*.py")],
+    "Go": [*ROOT.glob("bindings/go/*.go")],
+}
 COMMENT = re.compile(r'/\*.*?\*/|^(//|#!)[^\n]*|^""".*?"""', re.M | re.S)
 
 
@@ -24,7 +30,27 @@ def row(beginning):
     return [cell.strip() for cell in found.split("|")]
 
 
+def vocabulary():
+    """Pairs of language and name in the table of the words, but none that stands for several."""
+    table = INDEX.read_text(encoding="utf-8").partition("## One vocabulary\n\n")[2]
+    lines = table.partition("\n\n")[0].splitlines()[2:]
+    cells = [cell for line in lines for cell in zip(SOURCES, line.strip("|").split("|"))]
+    terms = [(language, term) for language, cell in cells for term in re.findall("`(.+?)`", cell)]
+    return [(language, name) for language, term in terms if not re.search(r"<|\.\.\.", term)
+            for name in re.findall(r"\w+", term)]
+
+
 class BindingsIndex(unittest.TestCase):
+    def test_the_words_are_names_of_the_interfaces(self):
+        names = {language: {name for path in paths
+                            for name in re.findall(r"\w+", path.read_text(encoding="utf-8"))}
+                 for language, paths in SOURCES.items()}
+        words = vocabulary()
+        self.assertEqual({language for language, _ in words}, set(SOURCES))
+        for language, name in words:
+            with self.subTest(language=language, name=name):
+                self.assertTrue(name in names[language])
+
     def test_the_lines_of_the_programs(self):
         stated = dict(zip(row(""), row("lines of the program below")))
         counted = {

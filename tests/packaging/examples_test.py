@@ -45,7 +45,7 @@ class Examples(unittest.TestCase):
         # The sanitizer reports memory that they do not release, including results of the library.
         sanitizers = "-fsanitize=address,undefined"
         cls.programs = cls.prefix.build_with_make(folder, sanitizers)
-        cls.cpp_host = cls.prefix.build_cpp(folder, sanitizers)
+        cls.cpp_programs = cls.prefix.build_cpp(folder, sanitizers)
         cls.go_programs = cls.prefix.build_with_go(folder)
 
     def setUp(self):
@@ -75,14 +75,15 @@ class Examples(unittest.TestCase):
         """Starts a host, by its language."""
         endpoint = self.account.endpoint
         return {"c": lambda: self.start(self.programs / "link_s3", endpoint, **variables),
-                "cpp": lambda: self.start(self.cpp_host, "s3", endpoint, **variables),
+                "cpp": lambda: self.start(self.cpp_programs / "link_account", "s3", endpoint,
+                                          **variables),
                 "go": lambda: self.start(self.go_programs / "link_account", "s3", endpoint,
                                          **variables),
-                "python": lambda: self.python("s3", endpoint, **variables)}
+                "python": lambda: self.python("link_account", "s3", endpoint, **variables)}
 
-    def python(self, *arguments, **variables):
+    def python(self, program, *arguments, **variables):
         library = str(self.prefix.libraries / "libvemlo.so.1")
-        host = EXAMPLES / "python" / "link_account.py"
+        host = EXAMPLES / "python" / f"{program}.py"
         return self.start(sys.executable, "-B", host, *arguments, LIBVEMLO=library,
                           SSL_CERT_FILE=sandbox.state()["internet"]["caFile"], **variables)
 
@@ -94,12 +95,28 @@ class Examples(unittest.TestCase):
         self.assertEqual((errors, code), ("", 0), output)
         self.assertTrue(output.endswith(f"Chosen: {chosen}\n"), output)
 
+    def start_list_buckets(self, language, account):
+        if language == "python":
+            return self.python("list_buckets", *account)
+        folders = {"c": self.programs, "cpp": self.cpp_programs, "go": self.go_programs}
+        return self.start(folders[language] / "list_buckets", *account)
+
     def test_buckets_are_listed(self):
-        account = self.account
-        buckets = "".join(name + "\n" for name in account.bucket_names())
-        for programs in (self.programs, self.go_programs):
-            result = self.start(programs / "list_buckets", *account).finish()
-            self.assertEqual(result, (buckets, "", 0))
+        buckets = "".join(name + "\n" for name in self.account.bucket_names())
+        for language in ROOT_CHOICE:
+            with self.subTest(language=language):
+                result = self.start_list_buckets(language, self.account).finish()
+                self.assertEqual(result, (buckets, "", 0))
+
+    def test_buckets_are_not_listed_with_wrong_keys(self):
+        wrong = self.account._replace(secret_key=sandbox.MADE_UP_SECRET)
+        for language in ROOT_CHOICE:
+            with self.subTest(language=language):
+                buckets, errors, code = self.start_list_buckets(language, wrong).finish()
+                self.assertEqual((buckets, code), ("", 1))
+                self.assertIn("SignatureDoesNotMatch", errors)
+                description = "listBuckets failed (wrong keys): SignatureDoesNotMatch"
+                self.assertEqual(description in errors, language != "c", errors)
 
     def test_an_s3_folder_is_made_and_picked(self):
         for language, start in self.s3_hosts().items():
@@ -138,9 +155,9 @@ class Examples(unittest.TestCase):
         internet = sandbox.state()["internet"]
         arguments = (tokens, internet["proxyHost"], internet["proxyPort"])
         if language == "python":
-            return self.python("google-drive", *arguments)
+            return self.python("link_account", "google-drive", *arguments)
         command = {"c": [self.programs / "link_google_drive"],
-                   "cpp": [self.cpp_host, "google-drive"],
+                   "cpp": [self.cpp_programs / "link_account", "google-drive"],
                    "go": [self.go_programs / "link_account", "google-drive"]}
         return self.start(*command[language], *arguments, SSL_CERT_FILE=internet["caFile"])
 

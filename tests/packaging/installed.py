@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).parents[2]
 EXAMPLES = ROOT / "examples"
 BUILD_TREE = pathlib.Path(os.environ["VEMLO_BUILD_TREE"])
 LIBDIR = os.environ["VEMLO_LIBDIR"]
-CPP_HOST = ("link_account", "console", "token_file")
+CPP_PROGRAMS = {"link_account": ("console", "token_file"), "list_buckets": ()}
 LIBRARIES_ALONE = ["-DVEMLO_BUILD_TOOL=OFF", "-DVEMLO_BUILD_TESTS=OFF",
                    "-DVEMLO_BUILD_BENCHMARKS=OFF"]
 
@@ -64,13 +64,15 @@ class Prefix:
         return programs
 
     def build_cpp(self, folder, more_flags=""):
-        """Builds the host in C++ with pkg-config and returns the program."""
-        program = pathlib.Path(folder) / "link_account"
-        sources = (EXAMPLES / "cpp" / f"{name}.cpp" for name in CPP_HOST)
+        """Builds the hosts in C++ with pkg-config and returns the folder with the programs."""
+        programs = pathlib.Path(folder) / "cpp"
+        programs.mkdir()
         flags = f"-std=c++17 -O2 -Wall -Wextra -Wconversion -Wshadow -Werror {more_flags}"
-        run("c++", *flags.split(), *sources, "-o", program,
-            *self.pkg_config("--cflags", "--libs", "libvemlo").split(), env=self.environment)
-        return program
+        for name, parts in CPP_PROGRAMS.items():
+            sources = (EXAMPLES / "cpp" / f"{part}.cpp" for part in (name, *parts))
+            run("c++", *flags.split(), *sources, "-o", programs / name,
+                *self.pkg_config("--cflags", "--libs", "libvemlo").split(), env=self.environment)
+        return programs
 
     def build_with_go(self, folder):
         """Builds the examples in Go and returns the folder with the programs."""

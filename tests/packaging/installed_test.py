@@ -53,6 +53,12 @@ find_package(libvemlo REQUIRED COMPONENTS cpp)
 add_executable(host host.cpp)
 target_link_libraries(host PRIVATE libvemlo::cpp)
 """
+DOCUMENTS = sorted([
+    *(f"libvemlo-dev/{name}.md" for name in ("abi", "error-codes", "hosting")),
+    *(f"libvemlo-dev/bindings/{name}.md" for name in ("README", "cpp", "go", "python",
+                                                      "side-by-side")),
+    "python3-vemlo/python.md",
+])
 VERSION_PROJECT = """
 cmake_minimum_required(VERSION 3.16)
 project(host LANGUAGES C)
@@ -153,13 +159,16 @@ class Installed(unittest.TestCase):
         self.assertIn("libvemlo_dropbox_cleanup(session *handle);", shown)
 
     def test_documents_lead_to_installed_files(self):
-        folder = self.prefix.path / "share/doc/libvemlo-dev"
+        folder = self.prefix.path / "share/doc"
         documents = {path: path.read_text(encoding="utf-8") for path in folder.rglob("*.md")}
-        self.assertEqual(len(documents), 3)
+        self.assertEqual(sorted(str(path.relative_to(folder)) for path in documents), DOCUMENTS)
         for path, text in documents.items():
-            for target in re.findall(r"\]\(([^)#]+)", text):
+            for target in re.findall(r"\]\(([^)#\s]+)[)#]", text):
                 with self.subTest(document=path.name, target=target):
                     self.assertTrue((path.parent / target).exists())
+            for target in re.findall(r"/usr/(share/doc/[\w./-]+\w)", text):
+                with self.subTest(document=path.name, target=target):
+                    self.assertTrue((self.prefix.path / target).exists())
 
         headers = "".join((self.prefix.path / "include" / name).read_text(encoding="utf-8")
                           for name in ("libvemlo.h", "libvemlo_service_client.h"))

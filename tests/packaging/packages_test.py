@@ -77,7 +77,10 @@ class Packages(unittest.TestCase):
                 "usr/share/doc/libvemlo-dev/hosting.md",
                 "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
+                "usr/share/doc/libvemlo-dev/examples/cpp/link_account.cpp",
                 "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
+                "usr/share/doc/libvemlo-dev/examples/go/link_account/main.go",
+                "usr/share/doc/libvemlo-dev/bindings/side-by-side.md",
             },
             "python3-vemlo": {
                 "usr/lib/python3/dist-packages/vemlo/__init__.py",

@@ -56,7 +56,7 @@ var advice = map[vemlo.Kind]string{
 	vemlo.Deadline:       "Try again later.",
 }
 
-// explain returns an error for the user, which wraps the failure.
+// explain returns an error for the user, which wraps the kind of the failure.
 func explain(what string, err error) error {
 	var failure *vemlo.Failure
 	if !errors.As(err, &failure) {
@@ -66,24 +66,20 @@ func explain(what string, err error) error {
 	if text == "" {
 		text = failure.Error()
 	}
-	return fmt.Errorf("Cannot %s (%w). %s", what, reason{failure}, text)
+	return fmt.Errorf("Cannot %s (%w). %s", what, failure.Kind, text)
 }
 
-// A reason is a failure that is shown as its kind alone.
-type reason struct{ *vemlo.Failure }
-
-func (r reason) Error() string { return r.Kind.Error() }
-func (r reason) Unwrap() error { return r.Failure }
+// showProgress returns whether the call continues.
+func showProgress(progress vemlo.Progress) bool {
+	if progress.Entries >= 1000 {
+		fmt.Printf("%d entries so far\n", progress.Entries)
+	}
+	return true
+}
 
 // callContext returns the context of one call, which has half a minute and reports its progress.
 func callContext(ctx context.Context) (context.Context, context.CancelFunc) {
-	ctx = vemlo.WithProgress(ctx, func(progress vemlo.Progress) bool {
-		if progress.Entries >= 1000 {
-			fmt.Printf("%d entries so far\n", progress.Entries)
-		}
-		return true
-	})
-	return context.WithTimeout(ctx, 30*time.Second)
+	return context.WithTimeout(vemlo.WithProgress(ctx, showProgress), 30*time.Second)
 }
 
 func openAccount(library *vemlo.Library, user *user, tokens *tokenStore,
