@@ -29,7 +29,7 @@ type Account struct {
 }
 
 // AccountOf asks a drive service whose account the tokens belong to. The access token may be empty
-// if there is a refresh token. Renewed tokens are reported to Settings.Renewed.
+// if there is a refresh token. Renewed tokens are reported to Settings.TokensRenewed.
 func (l *Library) AccountOf(ctx context.Context, service Service, tokens Tokens,
 	proxy Proxy) (Account, error) {
 	var texts texts

@@ -46,8 +46,8 @@ var (
 
 func settings() vemlo.Settings {
 	return vemlo.Settings{
-		TrustFile: cloud.trust,
-		Renewed:   func(tokens vemlo.RenewedTokens) { renewed <- tokens },
+		TrustFile:     cloud.trust,
+		TokensRenewed: func(tokens vemlo.RenewedTokens) { renewed <- tokens },
 	}
 }
 
@@ -145,6 +145,9 @@ func serveS3(response http.ResponseWriter, request *http.Request) {
 		return
 	case s3Errors[bucket] != 0:
 		response.Header().Set("x-amz-request-id", "request-1")
+		if bucket == "InvalidBucketName" {
+			response.Header().Set("Retry-After", "9223372037") // seconds; one more than a Duration holds
+		}
 		response.WriteHeader(s3Errors[bucket])
 		fmt.Fprintf(response, "<Error><Code>%s</Code><Message>about %s</Message></Error>", bucket, bucket)
 		return

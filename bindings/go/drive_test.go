@@ -137,7 +137,7 @@ func TestRevokedTokensRequireANewLink(t *testing.T) {
 
 func TestAPanicInTheCallbackForTokensContinuesAfterTheCall(t *testing.T) {
 	other := settings()
-	other.Renewed = func(vemlo.RenewedTokens) { panic("out of tokens") }
+	other.TokensRenewed = func(vemlo.RenewedTokens) { panic("out of tokens") }
 	reopen(t, other)
 	drive := openDrive(t, vemlo.GoogleDrive, "expired")
 	if reason := recovered(func() { _, _ = drive.Root(background) }); reason != "out of tokens" {

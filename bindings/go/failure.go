@@ -6,6 +6,7 @@ import "C"
 import (
 	"context"
 	"errors"
+	"math"
 	"time"
 )
 
@@ -15,6 +16,26 @@ var (
 	// ErrInUse is wrapped by the failure of a call that must not be made while others run.
 	ErrInUse = errors.New("in use")
 )
+
+// seconds converts a number of seconds that a service has sent, however large. Negative numbers,
+// which stand for none, stay negative.
+func seconds(number C.int64_t) time.Duration {
+	if number > C.int64_t(math.MaxInt64/time.Second) {
+		return math.MaxInt64
+	}
+	if number < 0 {
+		return -1
+	}
+	return time.Duration(number) * time.Second
+}
+
+// kindOf returns the kind of a number of the C interface.
+func kindOf(number C.int32_t) Kind {
+	if number < C.VEMLO_CLIENT_LINK_AGAIN || number > C.VEMLO_CLIENT_HOST_FAULT {
+		return NotUnderstood
+	}
+	return Kind(number)
+}
 
 // What the C functions return for bad arguments.
 const badArguments = -1
@@ -40,8 +61,8 @@ type Failure struct {
 	Operation string
 	// ServiceCode is the error's name as the service or the transport reported it.
 	ServiceCode string
-	// Message is the service's own message.
-	Message string
+	// ServiceMessage is the service's own message.
+	ServiceMessage string
 	// RequestID is what the service calls the request in its own logs.
 	RequestID string
 
@@ -56,7 +77,7 @@ func (f *Failure) Error() string {
 		return f.sentence
 	}
 	text := f.Operation + " failed (" + f.Kind.Error() + ")"
-	for _, detail := range []string{f.ServiceCode, f.Message} {
+	for _, detail := range []string{f.ServiceCode, f.ServiceMessage} {
 		if detail != "" {
 			text += ": " + detail
 		}
@@ -92,16 +113,16 @@ func lastFailure(ctx context.Context, service Service, code int) *Failure {
 			sentence: "the service's response lacks what was asked for"}
 	}
 	failure := &Failure{
-		Kind:        Kind(record.kind),
-		Service:     Service(record.service),
-		Code:        code,
-		Number:      int(record.error),
-		HTTPStatus:  int(record.http_status),
-		RetryAfter:  time.Duration(record.retry_after) * time.Second,
-		Operation:   C.GoString(record.operation),
-		ServiceCode: C.GoString(record.code),
-		Message:     C.GoString(record.message),
-		RequestID:   C.GoString(record.request_id),
+		Kind:           kindOf(record.kind),
+		Service:        Service(record.service),
+		Code:           code,
+		Number:         int(record.error),
+		HTTPStatus:     int(record.http_status),
+		RetryAfter:     seconds(record.retry_after),
+		Operation:      C.GoString(record.operation),
+		ServiceCode:    C.GoString(record.code),
+		ServiceMessage: C.GoString(record.message),
+		RequestID:      C.GoString(record.request_id),
 	}
 	switch {
 	case failure.Kind == Deadline:

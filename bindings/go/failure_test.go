@@ -3,6 +3,7 @@ package vemlo_test
 import (
 	"errors"
 	"io/fs"
+	"math"
 	"net/http"
 	"path/filepath"
 	"strings"
@@ -42,7 +43,7 @@ func TestFailureHasTheFieldsOfTheServicesError(t *testing.T) {
 	got := *failureOf(t, err)
 	want := vemlo.Failure{Kind: vemlo.Denied, Service: vemlo.ServiceS3, Code: got.Code,
 		Number: got.Code, HTTPStatus: http.StatusForbidden, RetryAfter: got.RetryAfter,
-		Operation: got.Operation, ServiceCode: "AccessDenied", Message: "about AccessDenied",
+		Operation: got.Operation, ServiceCode: "AccessDenied", ServiceMessage: "about AccessDenied",
 		RequestID: "request-1"}
 	if got != want || got.Code <= 0 || got.RetryAfter >= 0 || got.Operation == "" {
 		t.Errorf("%+v", got)
@@ -50,6 +51,24 @@ func TestFailureHasTheFieldsOfTheServicesError(t *testing.T) {
 	sentence := got.Operation + " failed (denied): AccessDenied: about AccessDenied"
 	if err.Error() != sentence {
 		t.Errorf("%q, not %q", err.Error(), sentence)
+	}
+}
+
+func TestTimesBeyondTheRangeOfADurationAreItsLongest(t *testing.T) {
+	_, err := openS3(t).Folders(background, "InvalidBucketName", "")
+	if got := failureOf(t, err).RetryAfter; got != math.MaxInt64 {
+		t.Error(got)
+	}
+}
+
+func TestALocationThatIsNoNumberOfCIsBadArguments(t *testing.T) {
+	before := cloud.requests.Load()
+	err := openS3(t).CreateBucket(background, "bucket", 1<<32+16)
+	if failureOf(t, err).Code != -1 || !errors.Is(err, vemlo.HostFault) {
+		t.Error(err)
+	}
+	if cloud.requests.Load() != before {
+		t.Error("a request was sent")
 	}
 }
 

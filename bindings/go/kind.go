@@ -4,7 +4,7 @@ package vemlo
 import "C"
 
 // A Service is a cloud service. The numbers never change.
-type Service int
+type Service int32
 
 const (
 	ServiceS3         Service = C.VEMLO_CLIENT_S3
@@ -35,9 +35,9 @@ func (s Service) String() string {
 }
 
 // A Kind says what a failure means for the user and the host. It is an error itself, so that
-// errors.Is(err, vemlo.LinkAgain) tells whether err is a failure of that kind. Treat a kind that is
-// not listed here like NotUnderstood. The numbers never change.
-type Kind int
+// errors.Is(err, vemlo.LinkAgain) tells whether err is a failure of that kind. The numbers never change; a
+// kind of a later version of the library is NotUnderstood.
+type Kind int32
 
 const (
 	// The service no longer accepts the account's tokens, or there are none: the user has to give
@@ -71,7 +71,7 @@ const (
 	ServiceTrouble Kind = C.VEMLO_CLIENT_SERVICE_TROUBLE
 	// What the service responded has no meaning here: it is perhaps not this kind of service, or a
 	// network sign-in page. Or the service refused the request for a reason that has no kind of its
-	// own; the failure's ServiceCode and Message state it.
+	// own; the failure's ServiceCode and ServiceMessage state it.
 	NotUnderstood Kind = C.VEMLO_CLIENT_NOT_UNDERSTOOD
 	// The host cancelled the call: by its context, or in the callback for progress.
 	Cancelled Kind = C.VEMLO_CLIENT_CANCELLED

@@ -51,12 +51,12 @@ type Settings struct {
 	// TrustFile is a file with PEM certificates, and TrustFolder a folder with such files under
 	// hashed names. They are trusted in place of the system's certificates, unless both are empty.
 	TrustFile, TrustFolder string
-	// Renewed is called with tokens that have been renewed, on the goroutine whose call renewed
+	// TokensRenewed is called with tokens that have been renewed, on the goroutine whose call renewed
 	// them, before that call continues. Without it, a program loses OneDrive accounts, whose refresh
 	// token changes with each renewal. It is called once per renewal; calls of different goroutines
 	// run it at the same time. It may make calls. A panic in it continues when the call has
 	// returned; it must not call runtime.Goexit.
-	Renewed func(RenewedTokens)
+	TokensRenewed func(RenewedTokens)
 }
 
 // A Library is the library, open in this process. Its methods may be called by several goroutines
@@ -145,8 +145,8 @@ func (s *Settings) apply() error {
 	C.vemlo_client_set_pkce(cBool(!s.DisablePKCE))
 	C.vemlo_client_set_whole_s3_listings(cBool(!s.DisableWholeS3Listings))
 	C.vemlo_client_set_dropbox_durable_token(cBool(!s.DisableDurableDropboxTokens))
-	if s.Renewed != nil {
-		callback := s.Renewed
+	if s.TokensRenewed != nil {
+		callback := s.TokensRenewed
 		renewed.Store(&callback)
 		C.vemlo_go_report_tokens(1)
 	}
@@ -186,7 +186,7 @@ func vemloGoTokens(tokens *C.vemlo_client_tokens, handle C.uintptr_t) {
 			Access:  C.GoString(tokens.access_token),
 			Refresh: C.GoString(tokens.refresh_token),
 		},
-		Lifetime: time.Duration(tokens.lifetime) * time.Second,
+		Lifetime: seconds(tokens.lifetime),
 	}
 	callOf(handle).protect(func() { (*callback)(report) })
 }

@@ -10,7 +10,7 @@ type Flavour int
 
 const (
 	AWS        Flavour = iota // the global endpoint of AWS
-	AWSChina                  // that of AWS in China
+	China                     // that of AWS in China
 	Wasabi                    // Wasabi
 	Customized                // any other endpoint
 )
@@ -30,7 +30,7 @@ func Locations(flavour Flavour) []Location {
 	switch flavour {
 	case AWS:
 		table = C.s3_get_location_contraint_name_mappings()
-	case AWSChina:
+	case China:
 		table = C.s3_cn_get_location_contraint_name_mappings()
 	case Wasabi:
 		table = C.wasabi_get_location_contraint_name_mappings()

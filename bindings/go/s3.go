@@ -49,6 +49,9 @@ func (s *S3) Buckets(ctx context.Context) (Buckets, error) {
 // CreateBucket creates a bucket in a location, which is the Code of one of the Locations for the
 // kind of endpoint.
 func (s *S3) CreateBucket(ctx context.Context, name string, location int) error {
+	if location != int(C.int(location)) {
+		return hostFault(s.service, "there is no such location", nil)
+	}
 	var texts texts
 	bucket := texts.add("the name", name)
 	_, err := s.run(ctx, request{texts: texts}, func() C.int {

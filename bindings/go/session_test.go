@@ -166,7 +166,7 @@ func TestLocationsEndBeforeTheEndOfTheirTable(t *testing.T) {
 			t.Errorf("%v", got)
 		}
 	}
-	for _, flavour := range []vemlo.Flavour{vemlo.AWS, vemlo.AWSChina, vemlo.Wasabi} {
+	for _, flavour := range []vemlo.Flavour{vemlo.AWS, vemlo.China, vemlo.Wasabi} {
 		locations := vemlo.Locations(flavour)
 		if len(locations) == 0 {
 			t.Error("there are no locations")

@@ -269,7 +269,7 @@ std::unique_ptr<Account> openAccount(const Arguments& arguments, const TokenFile
 // is `usedRefreshToken`.
 void storeRenewed(const TokenFile& file, const vemlo::RenewedTokens& renewed) noexcept {
   try {
-    file.write({std::string(renewed.accessToken), std::string(renewed.refreshToken)});
+    file.write({std::string(renewed.access), std::string(renewed.refresh)});
   } catch (const std::exception& error) {
     std::cout << "Cannot store the renewed tokens: " << error.what() << '\n';
   }

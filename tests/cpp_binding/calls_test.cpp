@@ -155,6 +155,57 @@ TEST_F(CppCalls, NothingOfACallRemainsOnTheThread) {
   EXPECT_EQ(reports, 1);
 }
 
+TEST_F(CppCalls, TimesAtTheEdgesAreNoOverflow) {
+  using std::chrono::milliseconds;
+  const LoopbackServer server(alwaysSend(buckets()));
+  const auto store = storeOf(server);
+  EXPECT_EQ(store.buckets(vemlo::Call::within(milliseconds::max())).size(), 2U);
+  vemlo::Call call;
+  for (const auto passed : {std::chrono::steady_clock::time_point::min(),
+                            *vemlo::Call::within(milliseconds::min()).deadline}) {
+    call.deadline = passed;
+    EXPECT_EQ(failureOf([&] { store.buckets(call); }).kind(), Kind::Deadline);
+  }
+}
+
+TEST_F(CppCalls, CallInACallbackLeavesTheOuterCallAsItWas) {
+  const LoopbackServer other(alwaysSend(buckets()));
+  const auto otherStore = storeOf(other);
+  const LoopbackServer server([](LoopbackServer::Connection& connection) {
+    connection.readRequest();
+    connection.send(httpResponse("200 OK",
+                                 "<ListBucketResult><IsTruncated>true</IsTruncated>"
+                                 "<NextContinuationToken>n</NextContinuationToken>"
+                                 "</ListBucketResult>"));
+    stayedSilent(connection);
+  });
+  vemlo::Cancellation cancellation;
+  vemlo::Call inner = vemlo::Call::within(10'000ms);
+  inner.cancellation = &cancellation;
+  inner.progress = [](const vemlo::Progress&) { return true; };
+  int reports = 0;
+  vemlo::Call outer = vemlo::Call::within(300ms);
+  outer.progress = [&](const vemlo::Progress&) {
+    ++reports;
+    EXPECT_EQ(otherStore.buckets(inner).size(), 2U);
+    EXPECT_EQ(otherStore.buckets().size(), 2U);
+    return true;
+  };
+  const auto failure = failureOf([&] { storeOf(server).folders("bucket", "", outer); });
+  EXPECT_EQ(failure.kind(), Kind::Deadline);
+  EXPECT_EQ(reports, 2);
+}
+
+TEST_F(CppCalls, EntriesAreReachedThroughIterators) {
+  const LoopbackServer server(
+      alwaysSend(httpResponse("200 OK",
+                              "<ListBucketResult><CommonPrefixes><Prefix>a/</Prefix></"
+                              "CommonPrefixes></ListBucketResult>")));
+  const auto folders = storeOf(server).folders("bucket", "");
+  EXPECT_EQ(folders.begin()->name(), "a/");
+  EXPECT_EQ(folders.begin()->id(), "");
+}
+
 TEST_F(CppCalls, CallWithoutMembersLeavesTheThreadAsItIs) {
   const LoopbackServer server(alwaysSend(buckets()));
   const auto store = storeOf(server);

@@ -136,6 +136,7 @@ TEST_F(CppRecording, HoldsTheRequests) {
   vemlo::Recording recording(path_);
   storeOf(server).buckets();
   recording.stop();
+  recording.stop();  // does nothing
   std::ifstream file(path_);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   EXPECT_THAT(text, HasSubstr("ListAllMyBucketsResult"));

@@ -35,7 +35,7 @@ StoredTokens::StoredTokens(OpenLibrary& library, std::string name, Account accou
 void StoredTokens::store(const vemlo::RenewedTokens& renewed) {
   try {
     Account after = account_;
-    write({std::string(renewed.accessToken), std::string(renewed.refreshToken)}, after);
+    write({std::string(renewed.access), std::string(renewed.refresh)}, after);
     if (updateAccount(name_, account_, after)) account_ = after;
   } catch (const std::exception& error) {
     writeMessage("the renewed tokens of the account '" + name_ +

@@ -75,33 +75,40 @@ struct Call {
   const Cancellation* cancellation = nullptr;
   /// Called on the calling thread after each request of the call. Returns whether to continue;
   /// otherwise the call ends with a `Failure` of `Kind::Cancelled`, unless it needs no further
-  /// request. An exception ends the call, too, and leaves it. It must not make calls that set
-  /// members of a `Call` themselves.
+  /// request. An exception ends the call, too, and leaves it.
   std::function<bool(const Progress&)> progress;
 
   /// A call that ends after `time` at the latest.
   static Call within(std::chrono::milliseconds time) {
+    using Clock = std::chrono::steady_clock;
+    const auto now = Clock::now();
+    const auto longest =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now);
     Call call;
-    call.deadline = std::chrono::steady_clock::now() + time;
+    call.deadline = now + std::clamp(time, std::chrono::milliseconds(0), longest);
     return call;
   }
 };
 
 namespace detail {
 
-/// Sets for the calling thread what a call depends on, and removes it in the end.
+/// Sets for the calling thread what a call depends on, and removes it in the end. A callback of a
+/// call may make calls itself; what these do not set stays that of the outer call, and is set again
+/// after them.
 class CallScope {
  public:
-  explicit CallScope(const Call& call) : call_(call) {
-    if (call.deadline) vemlo_client_set_deadline(onClockOfLibrary(*call.deadline));
-    if (call.cancellation != nullptr) vemlo_client_set_cancellation(call.cancellation->get());
-    if (call.progress) vemlo_client_set_progress_callback(report, this);
+  explicit CallScope(const Call& call)
+      : outer_(innermost()), former_(outer_ == nullptr ? Limits() : outer_->limits_) {
+    if (call.deadline) limits_.deadline = onClockOfLibrary(*call.deadline);
+    if (call.cancellation != nullptr) limits_.cancellation = call.cancellation->get();
+    if (call.progress) limits_.progress = &call.progress;
+    apply(limits_, former_);
+    innermost() = this;
   }
 
   ~CallScope() {
-    if (call_.deadline) vemlo_client_set_deadline(0);
-    if (call_.cancellation != nullptr) vemlo_client_set_cancellation(nullptr);
-    if (call_.progress) vemlo_client_set_progress_callback(nullptr, nullptr);
+    innermost() = outer_;
+    apply(former_, limits_);
   }
 
   CallScope(const CallScope&) = delete;
@@ -113,34 +120,59 @@ class CallScope {
   }
 
  private:
+  struct Limits {
+    std::int64_t deadline = 0;
+    vemlo_client_cancellation* cancellation = nullptr;
+    const std::function<bool(const Progress&)>* progress = nullptr;
+  };
+
+  /// The scope of the call that the thread makes, null if it makes none.
+  static CallScope*& innermost() {
+    thread_local CallScope* scope = nullptr;
+    return scope;
+  }
+
+  static void apply(const Limits& limits, const Limits& former) {
+    if (limits.deadline != former.deadline) vemlo_client_set_deadline(limits.deadline);
+    if (limits.cancellation != former.cancellation) {
+      vemlo_client_set_cancellation(limits.cancellation);
+    }
+    if (limits.progress != former.progress) {
+      vemlo_client_set_progress_callback(limits.progress == nullptr ? nullptr : report, nullptr);
+    }
+  }
+
   static std::int64_t onClockOfLibrary(std::chrono::steady_clock::time_point deadline) {
     using std::chrono::duration_cast;
     using std::chrono::milliseconds;
-    const auto left = duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
-    // 0 would mean that there is no deadline.
-    return std::max<std::int64_t>(vemlo_client_now() + left.count(), 1);
+    const auto now = std::chrono::steady_clock::now();
+    if (deadline <= now) return 1;  // has passed; 0 would mean that there is none
+    return vemlo_client_now() +
+           std::max<std::int64_t>(duration_cast<milliseconds>(deadline - now).count(), 1);
   }
 
-  static int report(const vemlo_client_progress* progress, void* user) noexcept {
-    auto& scope = *static_cast<CallScope*>(user);
+  static int report(const vemlo_client_progress* progress, void* /*user*/) noexcept {
+    CallScope& scope = *innermost();
     try {
       const Progress reached{static_cast<Service>(progress->service), progress->operation,
                              progress->requests, progress->bytes, progress->entries};
-      return scope.call_.progress(reached) ? 0 : 1;
+      return (*scope.limits_.progress)(reached) ? 0 : 1;
     } catch (...) {
       scope.thrown_ = std::current_exception();
       return 1;
     }
   }
 
-  const Call& call_;
+  CallScope* const outer_;
+  const Limits former_;
+  Limits limits_ = former_;
   std::exception_ptr thrown_;
 };
 
 /// Makes a call of the C interface. Throws its failure if its result is not 0.
 template <typename Function>
 void make(const Call& call, Function function) {
-  const CallScope scope(call);
+  CallScope scope(call);
   vemlo_client_reset_last_failure();
   const int code = function();
   scope.rethrow();

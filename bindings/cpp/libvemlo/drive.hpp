@@ -17,7 +17,7 @@
 namespace vemlo {
 
 /// What authorizes a session with a drive. The refresh token of Dropbox is always empty; its access
-/// token holds both (see `Settings::dropboxDurableTokens`).
+/// token holds both (see `Settings::durableDropboxTokens`).
 struct Tokens {
   std::string access{};
   std::string refresh{};

@@ -21,8 +21,7 @@ enum class Service : std::int32_t {
   Dropbox = VEMLO_CLIENT_DROPBOX,
 };
 
-/// What a failure means for the user and the host; libvemlo_service_client.h describes each. Treat
-/// a number that is not listed like `NotUnderstood`.
+/// What a failure means for the user and the host; libvemlo_service_client.h describes each.
 enum class Kind : std::int32_t {
   LinkAgain = VEMLO_CLIENT_LINK_AGAIN,
   Wait = VEMLO_CLIENT_WAIT,
@@ -89,9 +88,15 @@ class Failure : public std::runtime_error {
 
 namespace detail {
 
+/// Kinds of a later version of the library are treated like `NotUnderstood`.
+inline Kind kindOf(std::int32_t number) {
+  const auto last = static_cast<std::int32_t>(Kind::HostFault);
+  return number >= 1 && number <= last ? static_cast<Kind>(number) : Kind::NotUnderstood;
+}
+
 inline FailureDetails detailsOf(const vemlo_client_failure& record, int code) {
   FailureDetails details;
-  details.kind = static_cast<Kind>(record.kind);
+  details.kind = kindOf(record.kind);
   details.service = static_cast<Service>(record.service);
   details.code = code;
   details.error = record.error;

@@ -35,8 +35,8 @@ struct RenewedTokens {
   /// The refresh token with which they were renewed. The host finds its account by it.
   std::string_view usedRefreshToken;
   /// In the form that `Drive::setTokens` takes.
-  std::string_view accessToken;
-  std::string_view refreshToken;
+  std::string_view access;
+  std::string_view refresh;
   /// How long the access token is valid, if the service said so.
   std::optional<std::chrono::seconds> lifetime;
 };
@@ -55,7 +55,7 @@ struct Settings {
   bool wholeS3Listings = true;
   /// Whether the access token of a Dropbox account is a text that holds the refresh token, too,
   /// without which the account ends after four hours.
-  bool dropboxDurableTokens = true;
+  bool durableDropboxTokens = true;
   /// A file with PEM certificates to trust in place of the system's, and folders with such files
   /// under hashed names.
   std::string trustFile{};
@@ -75,7 +75,7 @@ class Library {
     applyApplications();
     vemlo_client_set_pkce(settings_.pkce ? 1 : 0);
     vemlo_client_set_whole_s3_listings(settings_.wholeS3Listings ? 1 : 0);
-    vemlo_client_set_dropbox_durable_token(settings_.dropboxDurableTokens ? 1 : 0);
+    vemlo_client_set_dropbox_durable_token(settings_.durableDropboxTokens ? 1 : 0);
     const std::string file = detail::argument(settings_.trustFile);
     const std::string folder = detail::argument(settings_.trustFolder);
     if (vemlo_client_set_trust(file.c_str(), folder.c_str()) != 0) throw std::bad_alloc();

@@ -59,11 +59,16 @@ class Listing {
     using iterator_category = std::input_iterator_tag;
     using value_type = Entry;
     using difference_type = std::ptrdiff_t;
-    using pointer = const Entry*;
     using reference = Entry;
+    /// Holds the entry that `->` refers to.
+    struct pointer {  // NOLINT(readability-identifier-naming): the name that iterators have for it
+      Entry entry;
+      const Entry* operator->() const noexcept { return &entry; }
+    };
 
     explicit Iterator(const Record* at) noexcept : at_(at) {}
     Entry operator*() const noexcept { return Entry(*at_); }
+    pointer operator->() const noexcept { return {**this}; }
     Iterator& operator++() noexcept {
       ++at_;
       return *this;

@@ -24,16 +24,17 @@ class Recording {
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 
-  /// Ends the recording. Throws std::system_error if something could not be written. Blocks while a
-  /// response is being written.
+  /// Ends the recording; does nothing if it has ended. Throws std::system_error if something could
+  /// not be written. Blocks while a response is being written.
   void stop() {
+    if (!isRunning_) return;
     isRunning_ = false;
     require(vemlo_client_stop_recording());
   }
 
  private:
   static void require(int code) {
-    if (code < 0) throw Failure("the file has no name, or another recording is or is not running");
+    if (code < 0) throw Failure("the file has no name, or another recording is running");
     if (code > 0) throw std::system_error(code, std::generic_category(), "recording");
   }
 

@@ -112,7 +112,7 @@ func run(arguments []string) error {
 	ctx, stop := signal.NotifyContext(context.Background(), os.Interrupt)
 	defer stop()
 	tokens := &tokenStore{path: arguments[1]}
-	library, err := vemlo.Open(vemlo.Settings{Renewed: tokens.storeRenewed})
+	library, err := vemlo.Open(vemlo.Settings{TokensRenewed: tokens.storeRenewed})
 	if err != nil {
 		return err
 	}

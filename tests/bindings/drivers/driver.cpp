@@ -80,8 +80,8 @@ void show(const vemlo::RenewedTokens& renewed) {
   Line("renewed")
       .text(wordOf(renewed.service))
       .text(renewed.usedRefreshToken)
-      .text(renewed.accessToken)
-      .text(renewed.refreshToken)
+      .text(renewed.access)
+      .text(renewed.refresh)
       .number(renewed.lifetime ? renewed.lifetime->count() : -1)
       .write();
 }
@@ -226,7 +226,7 @@ class Driver {
   std::size_t openLibrary(const Command& command) {
     settings_.pkce = command.word(1) == "1";
     settings_.wholeS3Listings = command.word(2) == "1";
-    settings_.dropboxDurableTokens = command.word(3) == "1";
+    settings_.durableDropboxTokens = command.word(3) == "1";
     settings_.tokensRenewed = [](const vemlo::RenewedTokens& renewed) { show(renewed); };
     library_.emplace(settings_);
     return 0;

@@ -73,7 +73,7 @@ func (d *driver) openLibrary(_ context.Context, _ command, words []string) (int,
 	d.settings.DisablePKCE = words[0] == "0"
 	d.settings.DisableWholeS3Listings = words[1] == "0"
 	d.settings.DisableDurableDropboxTokens = words[2] == "0"
-	d.settings.Renewed = showRenewedTokens
+	d.settings.TokensRenewed = showRenewedTokens
 	var err error
 	d.library, err = vemlo.Open(d.settings)
 	return 0, err
@@ -266,7 +266,7 @@ func (d *driver) convert(_ context.Context, c command, words []string) (int, err
 }
 
 func (d *driver) locations(_ context.Context, c command, words []string) (int, error) {
-	flavours := map[string]vemlo.Flavour{"aws": vemlo.AWS, "china": vemlo.AWSChina,
+	flavours := map[string]vemlo.Flavour{"aws": vemlo.AWS, "china": vemlo.China,
 		"wasabi": vemlo.Wasabi, "custom": vemlo.Customized}
 	flavour, known := flavours[words[0]]
 	if !known {

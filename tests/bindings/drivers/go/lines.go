@@ -99,7 +99,7 @@ func showFailure(err error) {
 	}
 	show("failed", failure.Kind, nameOf(failure.Service), failure.Code, failure.Number,
 		failure.HTTPStatus, seconds(failure.RetryAfter), failure.Operation, failure.ServiceCode,
-		failure.Message, failure.RequestID)
+		failure.ServiceMessage, failure.RequestID)
 }
 
 // seconds are -1 if the duration is not known.
