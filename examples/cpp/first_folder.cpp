@@ -2,13 +2,14 @@
 //
 //   first_folder PROXY-HOST PROXY-PORT
 #include <cstdint>
+#include <cstdlib>
 #include <iostream>
 #include <libvemlo.hpp>
 #include <string>
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  const vemlo::Proxy proxy{argv[1], static_cast<std::uint16_t>(std::stoi(argv[2])), "", ""};
+  const vemlo::Proxy proxy{argv[1], static_cast<std::uint16_t>(std::atoi(argv[2])), "", ""};
   try {
     const vemlo::Library library;
     vemlo::Drive drive(vemlo::Service::GoogleDrive, proxy);

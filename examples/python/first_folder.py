@@ -22,6 +22,8 @@ def main():
 
 
 if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
     try:
         main()
     except vemlo.Failure as failure:

@@ -10,7 +10,8 @@ namespace tool {
 /// A command line whose last word is still being typed.
 class TypedWords {
  public:
-  /// @param words  what follows the program's name; the last one, which may be empty, is being typed.
+  /// @param words  what follows the program's name; the last one, which may be empty, is being
+  /// typed.
   TypedWords(const CLI::App& app, const std::vector<std::string>& words);
 
   /// The innermost command so far; null if one is named that does not exist.

@@ -57,6 +57,9 @@ func linkAndRun(proxy vemlo.Proxy) error {
 }
 
 func main() {
+	if len(os.Args) != 3 {
+		os.Exit(2)
+	}
 	port, err := strconv.ParseUint(os.Args[2], 10, 16)
 	if err == nil {
 		err = linkAndRun(vemlo.Proxy{Host: os.Args[1], Port: uint16(port)})
