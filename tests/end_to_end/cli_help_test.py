@@ -47,6 +47,7 @@ class Help(ToolTest):
             ("azure", "mkdir"): "without '/' at its beginning",
             ("login",): "hides them from a glance but does not protect them",
             ("login", "--as", "work"): "One of google-drive, onedrive, dropbox, amazon-drive, s3",
+            ("completion",): "in ~/.zshrc, after compinit",
             ("logout",): "The account's name",
             ("whoami",): "the space in use",
             ("tree",): "--ascii",
