@@ -1,9 +1,11 @@
 """Completion of the command-line tool's arguments, by the tool and in the shells."""
 
 import html
+import os
 import pathlib
 import re
 import subprocess
+import tempfile
 import threading
 
 from support.account_file import AccountFileTest
@@ -226,6 +228,14 @@ class Failures(CompletionTest):
         self.assertEqual(self.lines("ls", "work:/"), [])
 
 
+    def test_a_password_file_that_nobody_writes_is_not_waited_for(self):
+        self.link("work", "http://127.0.0.1:1")
+        pipe = os.path.join(self.enterContext(tempfile.TemporaryDirectory()), "pipe")
+        os.mkfifo(pipe)
+        words = ["ls", "--proxy", "127.0.0.1:1", "--proxy-user", "u", "--proxy-password-file", pipe]
+        self.assertEqual(self.lines(*words, "work:/"), [])
+
+
 class Scripts(CompletionTest):
     def test_each_is_the_installed_file_and_valid(self):
         for shell, file in FILES.items():
@@ -341,6 +351,11 @@ class Bash(CompletionTest):
         self.serve(tree(photos=["a b/x"]))
         self.shell.type("COMP_WORDBREAKS=${COMP_WORDBREAKS//:}\r")
         self.assertEqual(self.shell.complete("ls wo\tpho\ta\t"), ["ls", "work:/photos/a b/"])
+
+    def test_no_candidate_where_unset_variables_are_errors(self):
+        self.shell.type("set -u\r")
+        self.assertEqual(self.shell.complete("ls nobody:/x\t"), ["ls", "nobody:/x"])
+        self.assertNotIn("unbound", self.shell.received)
 
     def test_commands_in_what_is_typed_are_not_run(self):
         file = self.home / "made"

@@ -61,7 +61,7 @@ _vemlo() {
 
   mapfile -t lines < <(command vemlo complete -- "${arguments[@]}" 2>/dev/null </dev/null)
   COMPREPLY=()
-  if [[ ${lines[0]} == $'\tfile' ]]; then
+  if [[ ${lines[0]-} == $'\tfile' ]]; then
     compopt -o bashdefault -o default
     return
   fi
