@@ -59,8 +59,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel${multi_arch_same})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${package_version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "connect cloud storage accounts - what hosts are built with
-The C headers of libvemlo, their manual, examples in C, C++ and Python, and
-what pkg-config and CMake need to find the library. The C++ headers of the
+The headers of libvemlo for C and C++, their manual, examples, and what
+pkg-config and CMake need to find the library. The C++ headers of the
 layer below it are for hosts that bring service clients of their own.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${python_package})

@@ -153,13 +153,20 @@ class Installed(unittest.TestCase):
         self.assertIn("libvemlo_dropbox_cleanup(session *handle);", shown)
 
     def test_documents_lead_to_installed_files(self):
-        folder = self.prefix.path / "share/doc/libvemlo-dev"
+        folder = self.prefix.path / "share/doc"
         documents = {path: path.read_text(encoding="utf-8") for path in folder.rglob("*.md")}
-        self.assertEqual(len(documents), 3)
+        self.assertEqual(sorted(path.relative_to(folder).as_posix() for path in documents), [
+            "golang-vemlo-dev/go.md", "libvemlo-dev/abi.md", "libvemlo-dev/cpp.md",
+            "libvemlo-dev/error-codes.md", "libvemlo-dev/hosting.md", "python3-vemlo/python.md",
+        ])  # fmt: skip
         for path, text in documents.items():
-            for target in re.findall(r"\]\(([^)#]+)", text):
+            for target in re.findall(r"\]\(([^)#\s]+)[)#]", text):
                 with self.subTest(document=path.name, target=target):
                     self.assertTrue((path.parent / target).exists())
+            # The installed examples that a guide names.
+            for target in re.findall(r"`/usr/(share/doc/[^`]+)`", text):
+                with self.subTest(document=path.name, target=target):
+                    self.assertTrue((self.prefix.path / target).exists())
 
         headers = "".join((self.prefix.path / "include" / name).read_text(encoding="utf-8")
                           for name in ("libvemlo.h", "libvemlo_service_client.h"))

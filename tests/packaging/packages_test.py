@@ -77,17 +77,21 @@ class Packages(unittest.TestCase):
                 "usr/share/doc/libvemlo-dev/hosting.md",
                 "usr/share/doc/libvemlo-dev/error-codes.md", "usr/share/doc/libvemlo-dev/abi.md",
                 "usr/share/doc/libvemlo-dev/examples/c/link_s3.c",
-                "usr/share/doc/libvemlo-dev/examples/python/link_account.py",
+                "usr/share/doc/libvemlo-dev/examples/cpp/link_account.cpp",
+                "usr/share/doc/libvemlo-dev/cpp.md",
             },
             "python3-vemlo": {
                 "usr/lib/python3/dist-packages/vemlo/__init__.py",
                 "usr/lib/python3/dist-packages/vemlo/py.typed",
                 "usr/share/doc/python3-vemlo/python.md", "usr/share/doc/python3-vemlo/copyright",
+                "usr/share/doc/python3-vemlo/examples/link_account.py",
             },
             "vemlo": {"usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz"},
             "golang-vemlo-dev": {
                 "usr/share/gocode/src/vemlo/go.mod", "usr/share/gocode/src/vemlo/drive.go",
                 "usr/share/gocode/src/vemlo/bridge.c", "usr/share/gocode/src/vemlo/bridge.h",
+                "usr/share/gocode/src/vemlo/nocgo.go", "usr/share/doc/golang-vemlo-dev/go.md",
+                "usr/share/doc/golang-vemlo-dev/examples/go.mod",
             },
         }
         for name, files in places.items():
