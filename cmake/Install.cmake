@@ -42,6 +42,18 @@ function(install_compressed component source folder name)
   install(FILES ${compressed} DESTINATION ${folder} COMPONENT ${component} ${ARGN})
 endfunction()
 
+# install_guide(<component> <language> <folder>): installs the guide to a binding. It is alone there,
+# so a link to another document becomes its text.
+function(install_guide component language folder)
+  set(source ${PROJECT_SOURCE_DIR}/docs/bindings/${language}.md)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+  file(READ ${source} text)
+  string(REGEX REPLACE "\\[([^]\n]+)\\]\\(\\.\\./[^)]*\\)" "\\1" text "${text}")
+  file(WRITE ${PROJECT_BINARY_DIR}/guides/${language}.md "${text}")
+  install(FILES ${PROJECT_BINARY_DIR}/guides/${language}.md DESTINATION ${folder}
+    COMPONENT ${component})
+endfunction()
+
 if(VEMLO_BUILD_TOOL)
   install_compressed(tool ${PROJECT_SOURCE_DIR}/docs/man/vemlo.1
     ${CMAKE_INSTALL_MANDIR}/man1 vemlo.1)
@@ -69,14 +81,19 @@ if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
   # Where Debian's Python finds it if the prefix is /usr.
   install(DIRECTORY bindings/python/vemlo DESTINATION lib/python3/dist-packages COMPONENT python
     FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
-  install(FILES docs/bindings/python.md
-    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/python3-vemlo COMPONENT python)
+  set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/python3-vemlo)
+  install_guide(python python ${folder})
+  install(DIRECTORY examples/python/ DESTINATION ${folder}/examples COMPONENT python
+    PATTERN __pycache__ EXCLUDE)
 endif()
 set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvemlo-dev)
 install(FILES docs/hosting.md docs/error-codes.md docs/abi.md
   DESTINATION ${folder} COMPONENT development)
-file(GLOB guides CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/bindings/*.md)
-install(FILES ${guides} DESTINATION ${folder}/bindings COMPONENT development)
+foreach(language IN ITEMS cpp go python)
+  install_guide(development ${language} ${folder}/bindings)
+endforeach()
+install(FILES docs/bindings/README.md docs/bindings/side-by-side.md
+  DESTINATION ${folder}/bindings COMPONENT development)
 install(DIRECTORY examples DESTINATION ${folder} COMPONENT development
   PATTERN __pycache__ EXCLUDE)
 
@@ -85,4 +102,7 @@ if(VEMLO_SERVICE_CLIENT STREQUAL "bundled")
   install(DIRECTORY bindings/go/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/gocode/src/vemlo
     COMPONENT go FILES_MATCHING PATTERN "*.go" PATTERN "*.[ch]" PATTERN go.mod
     PATTERN "*_test.go" EXCLUDE PATTERN internal EXCLUDE)
+  set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/golang-vemlo-dev)
+  install_guide(go go ${folder})
+  install(DIRECTORY examples/go/ DESTINATION ${folder}/examples COMPONENT go)
 endif()

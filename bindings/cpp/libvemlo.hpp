@@ -27,6 +27,9 @@
 /// taken in the global namespace.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "libvemlo.hpp takes C++17: compile with -std=c++17 or a newer standard."
+#else
 #include "libvemlo/account.hpp"
 #include "libvemlo/call.hpp"
 #include "libvemlo/drive.hpp"
@@ -36,3 +39,4 @@
 #include "libvemlo/object_stores.hpp"
 #include "libvemlo/recording.hpp"
 #include "libvemlo/texts.hpp"
+#endif

@@ -12,7 +12,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
 GUIDE = ROOT / "docs/bindings/cpp.md"
-FLAGS = ["-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-x", "c++", "-"]
+FLAGS = ["-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-x", "c++", "-"]
 FOLDERS = ("include", "service_client/include", "bindings/cpp")
 # Parts of a program use what the text around them names.
 PREAMBLE = """
@@ -52,10 +52,11 @@ def function(number, block):
     return f"void part{number}({', '.join(parameters)}) {{\n{textwrap.indent(block, '  ')}}}\n"
 
 
-def compile_text(text):
+def compile_text(text, standard="c++17"):
     folders = [f"-I{ROOT / folder}" for folder in FOLDERS]
     return subprocess.run(
-        [os.environ["VEMLO_CXX"], *folders, *FLAGS, "-Wno-unused-parameter", "-Wno-unused-variable"], input=text,
+        [os.environ["VEMLO_CXX"], f"-std={standard}", *folders, *FLAGS,
+         "-Wno-unused-parameter", "-Wno-unused-variable"], input=text,
         capture_output=True, encoding="utf-8", check=False,
     )  # fmt: skip
 
@@ -78,6 +79,14 @@ class Guide(unittest.TestCase):
 
     def test_a_wrong_part_is_found(self):
         self.assertNotEqual(compile_text(PREAMBLE + function(0, "drive.rot();\n")).returncode, 0)
+
+    def test_an_older_standard_is_refused_with_advice(self):
+        include = "#include <libvemlo.hpp>\n"
+        result = compile_text(include, "c++14")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertEqual(result.stderr.count("error:"), 1, result.stderr)
+        self.assertIn("compile with -std=c++17", result.stderr)
+        self.assert_compiles(include)
 
 
 if __name__ == "__main__":

@@ -57,7 +57,7 @@ DOCUMENTS = sorted([
     *(f"libvemlo-dev/{name}.md" for name in ("abi", "error-codes", "hosting")),
     *(f"libvemlo-dev/bindings/{name}.md" for name in ("README", "cpp", "go", "python",
                                                       "side-by-side")),
-    "python3-vemlo/python.md",
+    "golang-vemlo-dev/go.md", "python3-vemlo/python.md",
 ])
 VERSION_PROJECT = """
 cmake_minimum_required(VERSION 3.16)
@@ -166,7 +166,8 @@ class Installed(unittest.TestCase):
             for target in re.findall(r"\]\(([^)#\s]+)[)#]", text):
                 with self.subTest(document=path.name, target=target):
                     self.assertTrue((path.parent / target).exists())
-            for target in re.findall(r"/usr/(share/doc/[\w./-]+\w)", text):
+            # The installed examples that a guide names.
+            for target in re.findall(r"`/usr/(share/doc/[^`]+)`", text):
                 with self.subTest(document=path.name, target=target):
                     self.assertTrue((self.prefix.path / target).exists())
 

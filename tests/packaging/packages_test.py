@@ -86,6 +86,7 @@ class Packages(unittest.TestCase):
                 "usr/lib/python3/dist-packages/vemlo/__init__.py",
                 "usr/lib/python3/dist-packages/vemlo/py.typed",
                 "usr/share/doc/python3-vemlo/python.md", "usr/share/doc/python3-vemlo/copyright",
+                "usr/share/doc/python3-vemlo/examples/link_account.py",
             },
             "vemlo": {
                 "usr/bin/vemlo", "usr/share/man/man1/vemlo.1.gz",
@@ -96,6 +97,8 @@ class Packages(unittest.TestCase):
             "golang-vemlo-dev": {
                 "usr/share/gocode/src/vemlo/go.mod", "usr/share/gocode/src/vemlo/drive.go",
                 "usr/share/gocode/src/vemlo/bridge.c", "usr/share/gocode/src/vemlo/bridge.h",
+                "usr/share/gocode/src/vemlo/nocgo.go", "usr/share/doc/golang-vemlo-dev/go.md",
+                "usr/share/doc/golang-vemlo-dev/examples/go.mod",
             },
         }
         for name, files in places.items():

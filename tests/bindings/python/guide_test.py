@@ -88,7 +88,7 @@ class Guide(unittest.TestCase):
 
     def variables(self):
         return {
-            "vemlo": vemlo, "access_key": "key", "secret_key": "secret",
+            "vemlo": vemlo,
             "stored_tokens": vemlo.Tokens("access", "refresh"),
             "code_from_redirect": lambda state: "code", "on_cancel_button": lambda cancel: cancel(),
             "accounts": [types.SimpleNamespace(refresh_token="other")],
@@ -97,6 +97,8 @@ class Guide(unittest.TestCase):
     def test_the_guide(self):
         texts = blocks("docs/bindings/python.md")
         self.assertGreater(len(texts), 10)
+        arguments = ["list_buckets.py", "https://s3.example.com", "key", "secret"]
+        self.enterContext(mock.patch("sys.argv", arguments))
         variables = self.variables()
         output = self.run_blocks(texts, variables)
         for line in (
