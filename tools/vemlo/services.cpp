@@ -1,7 +1,5 @@
 #include "services.h"
 
-#include <algorithm>
-
 #include "command_failure.h"
 #include "suggestion.h"
 
@@ -16,11 +14,6 @@ const std::vector<Service>& services() {
       {vemlo::Service::S3, "s3", "S3", "bucket", false},
       {vemlo::Service::AzureBlobs, "azure", "Azure", "container", false}};
   return kServices;
-}
-
-const Service& serviceOf(vemlo::Service id) {
-  return *std::find_if(services().begin(), services().end(),
-                       [id](const Service& service) { return service.id == id; });
 }
 
 const Service* findService(const std::string& name) {

@@ -22,9 +22,6 @@ struct Service {
 
 const std::vector<Service>& services();
 
-/// The service with this id.
-const Service& serviceOf(vemlo::Service id);
-
 /// The service with this name; null if there is none.
 const Service* findService(const std::string& name);
 
