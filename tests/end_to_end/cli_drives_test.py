@@ -248,6 +248,27 @@ class Expiry:
 class SingleServices(DriveTest):
     """Behaviour that only one of the services has."""
 
+    # The path of a listing, the requests for the root that go to it before, and the response where
+    # there are no folders.
+    EMPTY_LISTINGS = {
+        "onedrive": ("/v1.0/me/drive/items/", 1, {"value": []}),
+        "dropbox": ("/2/files/list_folder", 0, {"entries": [], "cursor": "x", "has_more": False}),
+        "amazon-drive": ("/drive/v1/nodes", 1, {"data": [], "count": 0}),
+    }
+
+    def test_a_folder_that_another_process_makes_meanwhile_is_used(self):
+        """A listing from before the other process has made it is what a fault responds with."""
+        for service, (path, before, listing) in self.EMPTY_LISTINGS.items():
+            with self.subTest(service=service):
+                self.link(service)
+                self.assert_prints(self.tool("mkdir", f"{service}:/a"), "")
+                fault = {"kind": "status", "status": 200, "body": json.dumps(listing)}
+                sandbox.control("POST", "faults", {**fault, "pathPrefix": path, "after": before})
+                self.assert_prints(self.tool("mkdir", "-p", f"{service}:/a/b"), "")
+                self.assertEqual(sandbox.control("GET", "faults"), [])
+                self.assertEqual(list(self.ids(f"{service}:/")), ["a"])
+                self.assertEqual(list(self.ids(f"{service}:/a")), ["b"])
+
     def test_two_folders_of_one_name_are_reported_and_can_be_distinguished(self):
         self.link("google-drive")
         twin = {"name": "Photos", "items": [{"name": "2019"}]}

@@ -5,30 +5,10 @@ import termios
 import unittest
 
 from support import drives
-from support.account_file import AccountFileTest
-from support.fake_s3 import FakeS3Server, buckets, error, folders, tree
+from support.fake_s3 import buckets, error, folders, tree
+from support.store_case import SECRET, StoreTest
 from support.terminal import Terminal, lines_shown
 from support.tool import BAD_USAGE, DONE, LOCAL_FAILURE, SERVICE_FAILED
-
-SECRET = "a-secret-key"
-
-
-class StoreTest(AccountFileTest):
-    def server(self, body="", status=200):
-        server = self.enterContext(FakeS3Server(body, status))
-        self.options = ("--endpoint", server.endpoint, "--access-key", "access")
-        return server
-
-    def login(self, *options, secret=SECRET, **more):
-        return self.tool(
-            "login", "s3", *self.options, "--secret-key-file", "-", *options,
-            input=f"{secret}\n", **more,
-        )  # fmt: skip
-
-    def assert_says(self, result, message):
-        self.assertEqual((result.stdout, result.returncode), ("", DONE))
-        self.assertEqual(result.stderr, f"vemlo: {message}\n")
-
 
 class Login(StoreTest):
     def test_lists_the_buckets_and_stores_the_keys_encrypted(self):

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "error_numbers.h"
 #include "open_library.h"
 
 namespace tool {
@@ -14,14 +15,6 @@ struct Explanation {
   /// What the user can do; empty if that follows from the reason.
   std::string advice;
 };
-
-/// The numbers of docs/error-codes.md that say more than the kind.
-constexpr int kUnknownAccessKey = 12;
-constexpr int kSignatureMismatch = 13;
-constexpr int kNoLocation = 24;
-constexpr int kNoBucket = 19;
-constexpr int kTakenByAnotherAccount = 20;
-constexpr int kTooManyBuckets = 23;
 
 std::string whenToTryAgain(const vemlo::FailureDetails& details) {
   if (!details.retryAfter) return "try again in a few minutes";

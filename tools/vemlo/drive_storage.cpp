@@ -119,18 +119,42 @@ Folder DriveStorage::makeAll(const std::string& path, const std::string& region)
       return isSameName(candidate.name, name);
     });
     isNew = found == folders.end();
-    const Folder next = isNew ? makeIn(folder, name) : *found;
+    const Folder next = isNew ? makeUnlessThere(folder, name) : *found;
     folder = next;
   }
   return folder;
 }
 
 Folder DriveStorage::makeIn(const Folder& parent, const std::string& name) {
-  const std::string path = joined(parent.path, name);
-  const vemlo::Folder made = calls_.make(
-      "make folder " + describe(path),
+  try {
+    return tryToMakeIn(parent, name);
+  } catch (const vemlo::Failure& failure) {
+    throw explain(actionOfMaking(parent, name), failure, calls_.caller);
+  }
+}
+
+/// Makes a folder that was not there, or finds the one that another process has made meanwhile.
+Folder DriveStorage::makeUnlessThere(const Folder& parent, const std::string& name) {
+  try {
+    return tryToMakeIn(parent, name);
+  } catch (const vemlo::Failure& failure) {
+    if (failure.kind() == vemlo::Kind::ExistsAlready) {
+      for (const Folder& folder : foldersIn(parent).folders) {
+        if (isSameName(folder.name, name)) return folder;
+      }
+    }
+    throw explain(actionOfMaking(parent, name), failure, calls_.caller);
+  }
+}
+
+Folder DriveStorage::tryToMakeIn(const Folder& parent, const std::string& name) {
+  const vemlo::Folder made = calls_.attempt(
       [&](const vemlo::Call& call) { return drive_.createFolder(parent.id, name, call); });
   return {made.name, made.id, joined(parent.path, made.name)};
+}
+
+std::string DriveStorage::actionOfMaking(const Folder& parent, const std::string& name) const {
+  return "make folder " + describe(joined(parent.path, name));
 }
 
 bool DriveStorage::isSameName(const std::string& left, const std::string& right) const {

@@ -29,6 +29,9 @@ class DriveStorage : public Storage {
   Folder start() const;
   Folder child(const Folder& parent, const std::string& name);
   Folder makeIn(const Folder& parent, const std::string& name);
+  Folder makeUnlessThere(const Folder& parent, const std::string& name);
+  Folder tryToMakeIn(const Folder& parent, const std::string& name);
+  std::string actionOfMaking(const Folder& parent, const std::string& name) const;
   bool isSameName(const std::string& left, const std::string& right) const;
 
   Calls calls_;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "command_failure.h"
+#include "error_numbers.h"
 #include "output.h"
 
 namespace tool {
@@ -21,6 +22,13 @@ std::string withoutLastSlash(const std::string& path) {
   return path.empty() || path.back() != '/' ? path : path.substr(0, path.size() - 1);
 }
 
+/// No store is asked for a folder whose key begins with a slash.
+void requireFirstName(const std::string& key) {
+  if (key.empty() || key.front() != '/') return;
+  throw CommandFailure(ExitCode::BadUsage,
+                       "a folder's name is empty: there are two slashes behind that of the bucket");
+}
+
 }  // namespace
 
 ObjectStorage::ObjectStorage(std::unique_ptr<const ObjectStore> store, const Calls& calls)
@@ -28,6 +36,7 @@ ObjectStorage::ObjectStorage(std::unique_ptr<const ObjectStore> store, const Cal
 
 Folder ObjectStorage::find(const std::string& path) {
   const std::string folder = withoutLastSlash(path);
+  if (!folder.empty()) requireBucketName(bucketIn(folder), bucketWord());
   return {folder.substr(folder.rfind('/') + 1), "", folder};
 }
 
@@ -64,6 +73,7 @@ Folder ObjectStorage::make(const std::string& path, const std::string& region) {
   if (!region.empty()) {
     throw CommandFailure(ExitCode::BadUsage, "--region is for " + bucketWord() + "s alone");
   }
+  requireFirstName(key);
   if (!makeFolder(bucketIn(folder.path), key)) {
     throw CommandFailure(ExitCode::ServiceFailed,
                          "there is a folder " + describe(folder.path) +
@@ -75,9 +85,24 @@ Folder ObjectStorage::make(const std::string& path, const std::string& region) {
 Folder ObjectStorage::makeAll(const std::string& path, const std::string& region) {
   Folder folder = find(path);
   const std::string bucket = bucketIn(folder.path);
-  if (!hasBucket(bucket)) makeBucket(bucket, region);
   const std::string key = prefixIn(folder.path);
-  if (!key.empty()) makeFolder(bucket, key);
+  requireFirstName(key);
+  const int location = store_->locationOf(region);
+  // The list of the buckets is not asked for: the account may not see it, or not all of it.
+  if (key.empty()) {
+    if (!hasBucket(bucket)) requireBucket(bucket, location);
+    return folder;
+  }
+  try {
+    tryToMakeFolder(bucket, key);
+  } catch (const vemlo::Failure& failure) {
+    if (failure.details().error != kNoBucket) {
+      throw explain(actionOfMaking(bucket, key), failure, calls_.caller);
+    }
+    requireBucket(bucket, location);
+    calls_.make(actionOfMaking(bucket, key),
+                [&](const vemlo::Call& call) { store_->createFolder(bucket, key, call); });
+  }
   return folder;
 }
 
@@ -108,36 +133,61 @@ vemlo::Folders ObjectStorage::folders(const std::string& bucket, const std::stri
 void ObjectStorage::makeBucket(const std::string& bucket, const std::string& region) const {
   requireBucketName(bucket, bucketWord());
   const int location = store_->locationOf(region);
-  const std::string& account = calls_.caller.account;
-  const std::string described = account.empty() ? "'" + bucket + "'" : describe(bucket);
-  calls_.make("create " + bucketWord() + " " + described,
+  calls_.make(actionOfMaking(bucket),
               [&](const vemlo::Call& call) { store_->createBucket(bucket, location, call); });
 }
 
 bool ObjectStorage::makeFolder(const std::string& bucket, const std::string& key) const {
-  const std::string action = "make folder " + describe(bucket + "/" + withoutLastSlash(key));
-  if (hasFolder(bucket, key, action)) return false;
-  calls_.make(action, [&](const vemlo::Call& call) { store_->createFolder(bucket, key, call); });
-  return true;
-}
-
-bool ObjectStorage::hasBucket(const std::string& bucket) const {
-  requireBucketName(bucket, bucketWord());
   try {
-    const vemlo::Names names =
-        calls_.attempt([this](const vemlo::Call& call) { return store_->buckets(call); });
-    return std::find(names.begin(), names.end(), bucket) != names.end();
+    return tryToMakeFolder(bucket, key);
   } catch (const vemlo::Failure& failure) {
-    if (failure.kind() == vemlo::Kind::Denied) return false;
-    throw explain("list the " + bucketWord() + "s of '" + calls_.caller.account + "'", failure,
-                  calls_.caller);
+    throw explain(actionOfMaking(bucket, key), failure, calls_.caller);
   }
 }
 
-/// Whether the folder is there, as far as the account may look. Throws CommandFailure with
-/// `action`, which the look is a part of.
-bool ObjectStorage::hasFolder(const std::string& bucket, const std::string& key,
-                              const std::string& action) const {
+std::string ObjectStorage::actionOfMaking(const std::string& bucket) const {
+  return "create " + bucketWord() + " " +
+         (calls_.caller.account.empty() ? "'" + bucket + "'" : describe(bucket));
+}
+
+std::string ObjectStorage::actionOfMaking(const std::string& bucket, const std::string& key) const {
+  return "make folder " + describe(bucket + "/" + withoutLastSlash(key));
+}
+
+/// Makes a bucket unless the account has one of this name, which another process may just have
+/// made.
+void ObjectStorage::requireBucket(const std::string& bucket, int location) const {
+  try {
+    calls_.attempt([&](const vemlo::Call& call) { store_->createBucket(bucket, location, call); });
+  } catch (const vemlo::Failure& failure) {
+    if (failure.details().error == kBucketOfThisAccount) return;
+    throw explain(actionOfMaking(bucket), failure, calls_.caller);
+  }
+}
+
+/// Whether a bucket is there, as far as the account may look into it.
+bool ObjectStorage::hasBucket(const std::string& bucket) const {
+  try {
+    // Hardly any key begins with a slash, so the response is short, whatever the bucket contains.
+    calls_.attempt([&](const vemlo::Call& call) { return store_->folders(bucket, "/", call); });
+    return true;
+  } catch (const vemlo::Failure& failure) {
+    const bool isUnknown =
+        failure.kind() == vemlo::Kind::Denied || failure.details().error == kNoBucket;
+    if (isUnknown) return false;
+    throw explain("look into " + describe(bucket), failure, calls_.caller);
+  }
+}
+
+/// `makeFolder`, but throws vemlo::Failure.
+bool ObjectStorage::tryToMakeFolder(const std::string& bucket, const std::string& key) const {
+  if (hasFolder(bucket, key)) return false;
+  calls_.attempt([&](const vemlo::Call& call) { store_->createFolder(bucket, key, call); });
+  return true;
+}
+
+/// Whether the folder is there, as far as the account may look. Throws vemlo::Failure.
+bool ObjectStorage::hasFolder(const std::string& bucket, const std::string& key) const {
   try {
     // The folder itself, and others whose names begin with its name.
     const vemlo::Folders found = calls_.attempt([&](const vemlo::Call& call) {
@@ -146,7 +196,7 @@ bool ObjectStorage::hasFolder(const std::string& bucket, const std::string& key,
     return std::any_of(found.begin(), found.end(),
                        [&key](const vemlo::FolderEntry& entry) { return entry.name() == key; });
   } catch (const vemlo::Failure& failure) {
-    if (failure.kind() != vemlo::Kind::Denied) throw explain(action, failure, calls_.caller);
+    if (failure.kind() != vemlo::Kind::Denied) throw;
   }
   writeMessage("the account may not list folders; the folder is made without a look for it");
   return false;
@@ -158,6 +208,9 @@ void requireBucketName(const std::string& name, const std::string& bucketWord) {
   }
   if (name.find('/') != std::string::npos) {
     throw CommandFailure(ExitCode::BadUsage, "the " + bucketWord + "'s name must not contain '/'");
+  }
+  if (name == "." || name == "..") {
+    throw CommandFailure(ExitCode::BadUsage, "no " + bucketWord + " is called '" + name + "'");
   }
 }
 

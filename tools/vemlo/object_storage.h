@@ -55,16 +55,19 @@ class ObjectStorage : public Storage {
 
  private:
   const std::string& bucketWord() const { return calls_.caller.service.bucketWord; }
+  std::string actionOfMaking(const std::string& bucket) const;
+  std::string actionOfMaking(const std::string& bucket, const std::string& key) const;
+  void requireBucket(const std::string& bucket, int location) const;
   bool hasBucket(const std::string& bucket) const;
-  bool hasFolder(const std::string& bucket, const std::string& key,
-                 const std::string& action) const;
+  bool tryToMakeFolder(const std::string& bucket, const std::string& key) const;
+  bool hasFolder(const std::string& bucket, const std::string& key) const;
 
   std::unique_ptr<const ObjectStore> store_;
   Calls calls_;
 };
 
-/// Throws CommandFailure if a bucket's name is empty or contains a slash: requests would then
-/// address the whole account, or a path in the bucket.
+/// Throws CommandFailure if a bucket's name is empty, relative or contains a slash: requests would
+/// then address the whole account, or a path in the bucket.
 void requireBucketName(const std::string& name, const std::string& bucketWord);
 
 }  // namespace tool

@@ -12,10 +12,10 @@ class FakeS3Server(contextlib.AbstractContextManager):
     """Responds to each upload with success and to other requests with `body`, after `wait`.
 
     `body` may be a function that returns the status and the body for a bucket and a prefix; the
-    bucket is empty for the list of buckets.
+    bucket is empty for the list of buckets. `upload` may be one that does so for a path.
     """
 
-    def __init__(self, body="", status=200, wait=lambda: None):
+    def __init__(self, body="", status=200, wait=lambda: None, upload=lambda path: (200, "")):
         requests = self.requests = []
 
         class Handler(http.server.BaseHTTPRequestHandler):
@@ -29,7 +29,7 @@ class FakeS3Server(contextlib.AbstractContextManager):
 
             def do_PUT(self):
                 self.rfile.read(int(self.headers.get("Content-Length", "0")))
-                self.respond(200, "")
+                self.respond(*upload(self.path))
 
             def respond(self, status, body):
                 requests.append(f"{self.command} {self.path}")

@@ -1,0 +1,110 @@
+"""What the command-line tool does where an account of an object store may not see everything, and
+where another process works at the same time."""
+
+import unittest
+
+from support.fake_s3 import buckets, error, folders, tree
+from support.store_case import StoreTest
+from support.tool import BAD_USAGE, DONE, SERVICE_FAILED
+
+DENIED = (403, error("AccessDenied"))
+
+
+class MakeFolder(StoreTest):
+    def link(self, body, **options):
+        self.fake = self.server(body, **options)
+        self.login("--no-check")
+        self.fake.requests.clear()
+
+    def made(self):
+        return [request for request in self.fake.requests if request.startswith("PUT")]
+
+    def assert_made(self, *requests, location="s3:/photos/a/b"):
+        self.assert_prints(self.tool("mkdir", "-p", location), "")
+        self.assertEqual(self.made(), list(requests))
+
+    def test_in_a_bucket_of_an_account_that_may_not_list_buckets(self):
+        self.link(lambda bucket, _: (200, folders()) if bucket else DENIED, upload=self.in_photos)
+        self.assert_made("PUT /photos/a/b/")
+        self.fake.requests.clear()
+        self.assert_made(location="s3:/photos")
+
+    @staticmethod
+    def in_photos(path):
+        return (200, "") if path.count("/") > 1 else DENIED
+
+    def test_of_an_account_that_may_list_nothing(self):
+        self.link(lambda *_: DENIED, upload=self.in_photos)
+        result = self.tool("mkdir", "-p", "s3:/photos/a/b")
+        self.assertEqual((result.stdout, result.returncode), ("", DONE))
+        self.assertEqual(self.made(), ["PUT /photos/a/b/"])
+
+    def test_in_a_missing_bucket_of_an_account_that_may_list_nothing(self):
+        def upload(path):
+            is_made = self.fake.requests.count("PUT /photos")
+            is_missing = path != "/photos" and not is_made
+            return (404, error("NoSuchBucket")) if is_missing else (200, "")
+
+        self.link(lambda *_: DENIED, upload=upload)
+        result = self.tool("mkdir", "-p", "s3:/photos/a/b")
+        self.assertEqual((result.stdout, result.returncode), ("", DONE))
+        self.assertEqual(self.made(), ["PUT /photos/a/b/", "PUT /photos", "PUT /photos/a/b/"])
+
+    def test_in_a_bucket_that_another_process_makes_meanwhile(self):
+        def upload(path):
+            is_bucket = path == "/photos"
+            return (409, error("BucketAlreadyOwnedByYou")) if is_bucket else (200, "")
+
+        self.link(tree(), upload=upload)
+        self.assert_made("PUT /photos", "PUT /photos/a/b/")
+        self.fake.requests.clear()
+        self.assert_made("PUT /photos", location="s3:/photos")
+
+    def test_in_a_bucket_of_another_account(self):
+        self.link(tree(), upload=lambda _: (409, error("BucketAlreadyExists")))
+        for location in ("s3:/photos", "s3:/photos/a"):
+            result = self.tool("mkdir", "-p", location)
+            message = "cannot create bucket 's3:/photos': the name is taken by another account"
+            self.assert_fails(result, SERVICE_FAILED, message)
+
+    def test_in_a_bucket_that_the_list_of_buckets_does_not_show(self):
+        """The list has further pages, which the service does not say how to ask for."""
+        self.link(lambda bucket, _: (200, folders() if bucket else CUT_SHORT))
+        self.assert_made(location="s3:/photos")
+        self.assert_made("PUT /photos/a/b/")
+
+    def test_without_a_name_is_refused_before_any_request(self):
+        self.link(tree())
+        for options in ((), ("-p",)):
+            result = self.tool("mkdir", *options, "s3:/photos//a")
+            self.assert_fails(result, BAD_USAGE, "a folder's name is empty: there are two slashes")
+        self.assertEqual(self.fake.requests, [])
+
+    def test_a_region_that_does_not_exist_is_refused_before_any_request(self):
+        self.link(tree(photos=["a/"]))
+        for location in ("s3:/photos", "s3:/photos/a", "s3:/new"):
+            result = self.tool("mkdir", "-p", "--region", "nope", location)
+            self.assert_fails(result, BAD_USAGE, "the flavour 'custom' has no region 'nope'")
+        self.assertEqual(self.fake.requests, [])
+
+    def test_a_name_that_no_bucket_has_is_refused_before_any_request(self):
+        self.link(tree())
+        commands = ("ls",), ("tree",), ("mkdir",), ("mkdir", "-p"), ("ls", "-R")
+        for command in commands:
+            for name in (".", ".."):
+                result = self.tool(*command, f"s3:/{name}/a")
+                self.assert_fails(result, BAD_USAGE, f"no bucket is called '{name}'")
+        for command in (("ls", ".."), ("mkdir", "..", "a"), ("create-bucket", "..")):
+            result = self.tool("s3", *command, environment=self.fake.environment)
+            self.assert_fails(result, BAD_USAGE, "no bucket is called '..'")
+        self.assertEqual(self.fake.requests, [])
+
+
+CUT_SHORT = buckets("letters").replace(
+    "</ListAllMyBucketsResult>",
+    "<ContinuationToken>next</ContinuationToken></ListAllMyBucketsResult>",
+)
+
+
+if __name__ == "__main__":
+    unittest.main()
