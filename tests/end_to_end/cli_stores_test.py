@@ -1,6 +1,7 @@
 """What the command-line tool does where an account of an object store may not see everything, and
 where another process works at the same time."""
 
+import json
 import unittest
 
 from support.fake_s3 import buckets, error, folders, tree
@@ -104,6 +105,49 @@ CUT_SHORT = buckets("letters").replace(
     "</ListAllMyBucketsResult>",
     "<ContinuationToken>next</ContinuationToken></ListAllMyBucketsResult>",
 )
+
+
+class ListOfBucketsThatIsCutShort(StoreTest):
+    def setUp(self):
+        super().setUp()
+        self.fake = self.server(lambda bucket, _: (200, folders() if bucket else CUT_SHORT))
+        self.login("--no-check")
+
+    def assert_incomplete(self, result, listed, what):
+        message = f"vemlo: the listing of {what} is incomplete: the service has more entries"
+        self.assertEqual((result.stdout, result.returncode), (listed, SERVICE_FAILED))
+        self.assertTrue(result.stderr.startswith(message), result.stderr)
+
+    def test_fails_when_it_is_shown(self):
+        by_options = self.tool("s3", "buckets", environment=self.fake.environment)
+        self.assert_incomplete(by_options, "NAME\nletters\n", "the buckets")
+        self.assert_incomplete(self.tool("ls", "s3:/"), "NAME\nletters\n", "'s3:/'")
+        self.assert_incomplete(self.tool("ls", "-R", "s3:/"), "s3:/letters\n", "'s3:/'")
+        self.assert_incomplete(self.tool("ls", "--json", "s3:/"), '[{"name":"letters"}]\n', "'s3:/'")
+
+    def test_is_not_counted_as_whole(self):
+        self.assertIn("buckets   more than 1\n", self.tool("whoami", "s3").stdout)
+        (described,) = json.loads(self.tool("whoami", "--json", "s3").stdout)
+        self.assertIsNone(described["buckets"])
+
+
+class WhoAmI(StoreTest):
+    def test_of_an_account_that_may_not_list_buckets(self):
+        fake = self.server(*reversed(DENIED))
+        self.login("--no-check")
+        result = self.tool("whoami", "s3")
+        fields = (
+            ("service", "s3"), ("endpoint", fake.endpoint), ("keys", "not known"), ("buckets", "-"),
+        )  # fmt: skip
+        self.assertEqual(result.stdout, "".join(f"{name:<10}{value}\n" for name, value in fields))
+        message = "vemlo: the account may not list its buckets, or its keys are wrong\n"
+        self.assertEqual((result.stderr, result.returncode), (message, DONE))
+
+    def test_of_an_account_with_wrong_keys(self):
+        self.server(error("SignatureDoesNotMatch"), 403)
+        self.login("--no-check")
+        message = "cannot list the buckets of 's3': the secret key is wrong"
+        self.assert_fails(self.tool("whoami", "s3"), SERVICE_FAILED, message)
 
 
 if __name__ == "__main__":

@@ -5,22 +5,11 @@
 #include "azure_account.h"
 #include "command_failure.h"
 #include "drive_storage.h"
-#include "object_storage.h"
 #include "s3_account.h"
 #include "services.h"
 #include "suggestion.h"
 
 namespace tool {
-namespace {
-
-std::unique_ptr<const ObjectStore> openStore(const std::string& name, const Account& account,
-                                             const vemlo::Proxy& proxy) {
-  return account.service == "s3" ? openS3(s3AccountFrom(account, name), proxy)
-                                 : openAzure(azureAccountFrom(account, name), proxy);
-}
-
-}  // namespace
-
 void rejectAccount(const std::string& name) {
   const Accounts accounts = readAccounts();
   std::string advice = "`vemlo accounts` lists those that are linked";
@@ -45,6 +34,12 @@ Account linkedAccount(const std::string& name) {
                                                  name + "'");
   }
   return found->second;
+}
+
+std::unique_ptr<const ObjectStore> openStore(const std::string& name, const Account& account,
+                                             const vemlo::Proxy& proxy) {
+  return account.service == "s3" ? openS3(s3AccountFrom(account, name), proxy)
+                                 : openAzure(azureAccountFrom(account, name), proxy);
 }
 
 std::unique_ptr<Storage> openStorage(OpenLibrary& library, const std::string& name,

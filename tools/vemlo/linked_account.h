@@ -7,6 +7,7 @@
 #include <string>
 
 #include "account_file.h"
+#include "object_storage.h"
 #include "open_library.h"
 #include "storage.h"
 
@@ -18,6 +19,10 @@ Account linkedAccount(const std::string& name);
 
 /// Throws CommandFailure: no account is linked with this name.
 [[noreturn]] void rejectAccount(const std::string& name);
+
+/// The object store of a linked account.
+std::unique_ptr<const ObjectStore> openStore(const std::string& name, const Account& account,
+                                             const vemlo::Proxy& proxy);
 
 /// How a linked account is opened.
 struct OpenOptions {

@@ -61,7 +61,7 @@ void list(const Arguments& arguments) {
     return;
   }
   writeListing(listing, arguments.json);
-  writeCutShort(storage.describe(folder.path));
+  throw cutShort(storage.describe(folder.path));
 }
 
 }  // namespace

@@ -36,6 +36,10 @@ void listBuckets(const Service& service, const Open& open, const Arguments& argu
   const vemlo::Names buckets = open(arguments.json).buckets();
   Listing names{{"name"}, {}};
   for (const std::string_view bucket : buckets) names.rows.push_back({std::string(bucket)});
+  if (buckets.isCutShort()) {
+    writeListing(names, arguments.json);
+    throw cutShort("the " + service.bucketWord + "s");
+  }
   writeListing(names, arguments.json, "no " + service.bucketWord + "s");
 }
 
@@ -52,8 +56,7 @@ void listFolders(const Service& service, const Open& open, const Arguments& argu
   }
   if (folders.isCutShort()) {
     writeListing(names, arguments.json);
-    writeCutShort(storage.describe(arguments.bucket));
-    return;
+    throw cutShort(storage.describe(arguments.bucket));
   }
   // Names that begin with '/' are possible, but most likely the user thinks of a path of a disk.
   const bool isAbsolute = !arguments.folder.empty() && arguments.folder.front() == '/';

@@ -17,9 +17,10 @@ Listing listingOf(const std::vector<Folder>& folders, bool showsIds) {
   return listing;
 }
 
-void writeCutShort(const std::string& folder) {
-  writeMessage("the listing of " + folder +
-               " is incomplete: the service has more entries than it has handed out");
+CommandFailure cutShort(const std::string& what) {
+  return {ExitCode::ServiceFailed,
+          "the listing of " + what +
+              " is incomplete: the service has more entries than it has handed out"};
 }
 
 }  // namespace tool

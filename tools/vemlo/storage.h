@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "command_failure.h"
 #include "output.h"
 
 namespace tool {
@@ -61,7 +62,7 @@ class Storage {
 /// A listing of folders by name, and by id where they have one.
 Listing listingOf(const std::vector<Folder>& folders, bool showsIds);
 
-/// Tells the user that a listing does not show all folders. `folder` is described.
-void writeCutShort(const std::string& folder);
+/// The failure of a command that cannot show all entries. `what` is listed.
+CommandFailure cutShort(const std::string& what);
 
 }  // namespace tool

@@ -25,10 +25,7 @@ void Walk::run(const Folder& start, const Folders& found) {
 }
 
 void Walk::visitAll(const Folders& found, const Folder& parent) {
-  if (found.isCutShort) {
-    writeCutShort(storage_.describe(parent.path));
-    isComplete_ = false;
-  }
+  if (found.isCutShort) report(cutShort(storage_.describe(parent.path)).what());
   for (std::size_t i = 0; i < found.folders.size(); ++i) {
     isLast_.push_back(i + 1 == found.folders.size());
     visit_({found.folders[i], isLast_});

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,17 +62,33 @@ Listing describeDrive(OpenLibrary& library, const Calls& calls, const Account& a
         sizeCell(owner.usedSpace, arguments.json), sizeCell(owner.totalSpace, arguments.json)}}};
 }
 
-Listing describeStore(OpenLibrary& library, const Calls& calls, const Account& account,
-                      const Arguments& arguments) {
-  const auto storage = openStorage(library, arguments.name, account,
-                                   {"", resolveProxy(arguments.proxy), calls.isQuiet});
-  const auto count = storage->foldersIn({}).folders.size();
+/// The number of buckets, which is in words if the service does not list all of them.
+Cell countOf(const vemlo::Names& buckets, bool asJson) {
+  const auto count = std::distance(buckets.begin(), buckets.end());
+  if (!buckets.isCutShort()) return static_cast<std::int64_t>(count);
+  return asJson ? Cell() : Cell("more than " + std::to_string(count));
+}
+
+Listing describeStore(const Calls& calls, const Account& account, const Arguments& arguments) {
+  const auto store = openStore(arguments.name, account, resolveProxy(arguments.proxy));
+  const std::string buckets = calls.caller.service.bucketWord + "s";
+  std::string keys = "accepted";
+  Cell count;
+  try {
+    count = countOf(calls.attempt([&](const vemlo::Call& call) { return store->buckets(call); }),
+                    arguments.json);
+  } catch (const vemlo::Failure& failure) {
+    if (failure.kind() != vemlo::Kind::Denied) {
+      throw explain("list the " + buckets + " of '" + arguments.name + "'", failure, calls.caller);
+    }
+    keys = "not known";
+    writeMessage("the account may not list its " + buckets + ", or its keys are wrong");
+  }
   const bool isS3 = calls.caller.service.id == vemlo::Service::S3;
   const char* member = isS3 ? "endpoint" : "account";
   const std::string& given = account.values.at(member);
   const std::string address = given.empty() ? "https://s3.amazonaws.com" : given;
-  return {{"service", member, "keys", calls.caller.service.bucketWord + "s"},
-          {{account.service, address, "accepted", static_cast<std::int64_t>(count)}}};
+  return {{"service", member, "keys", buckets}, {{account.service, address, keys, count}}};
 }
 
 void whoAmI(const Arguments& arguments) {
@@ -80,7 +97,7 @@ void whoAmI(const Arguments& arguments) {
   OpenLibrary library;
   const Calls calls{{service, arguments.name}, arguments.json};
   const Listing listing = service.isDrive() ? describeDrive(library, calls, account, arguments)
-                                            : describeStore(library, calls, account, arguments);
+                                            : describeStore(calls, account, arguments);
   if (arguments.json) {
     writeListing(listing, true);
   } else {
