@@ -39,6 +39,18 @@ class AzureStore : public ObjectStore {
   vemlo::AzureBlobs azure_;
 };
 
+void requireAccountNameOfAzure(const std::string& name) {
+  constexpr std::size_t kShortest = 3;
+  constexpr std::size_t kLongest = 24;
+  constexpr const char* kInName = "abcdefghijklmnopqrstuvwxyz0123456789";
+  const bool isName = name.size() >= kShortest && name.size() <= kLongest &&
+                      name.find_first_not_of(kInName) == std::string::npos;
+  if (isName) return;
+  throw CommandFailure(ExitCode::BadUsage,
+                       "--account or VEMLO_AZURE_ACCOUNT must be the storage account's name, which "
+                       "has 3 to 24 lower-case letters and digits");
+}
+
 }  // namespace
 
 vemlo::AzureAccount resolve(const AzureOptions& options, bool mayAsk) {
@@ -47,6 +59,7 @@ vemlo::AzureAccount resolve(const AzureOptions& options, bool mayAsk) {
                          "the storage account is missing: give --account or set "
                          "VEMLO_AZURE_ACCOUNT");
   }
+  requireAccountNameOfAzure(options.account);
   const std::string key = mayAsk ? readOrAskForSecret(options.keyFile, "VEMLO_AZURE_KEY", "Key: ")
                                  : readSecret(options.keyFile, "VEMLO_AZURE_KEY");
   if (key.empty()) {
