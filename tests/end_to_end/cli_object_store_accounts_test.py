@@ -402,6 +402,14 @@ class Names(StoreTest):
         drawn = self.tool("tree", "--ascii", "--depth", "1", "work:/photos").stdout.splitlines()
         self.assertEqual([line[4:] for line in drawn[1:]], shown)
 
+    def test_are_escaped_in_messages_as_in_tables(self):
+        message = "there is a folder 'work:/photos/\\\\u202eevil' already"
+        result = self.tool("mkdir", "work:/photos/\\u202eevil")
+        self.assert_fails(result, SERVICE_FAILED, message)
+        message = "there is a folder 'work:/photos/\\u202eevil' already"
+        result = self.tool("mkdir", "work:/photos/\u202eevil")
+        self.assert_fails(result, SERVICE_FAILED, message)
+
     def test_are_exact_in_json(self):
         listed = json.loads(self.tool("ls", "work:/photos", "--json").stdout)
         names = [folder["name"] for folder in listed]

@@ -26,9 +26,14 @@ TEST(PrintableText, EscapesBytesThatAreNotUtf8) {
   EXPECT_EQ(tool::printable(u8"\ufffd"), u8"\ufffd");             // a valid character
 }
 
-TEST(PrintableName, LooksLikeNoOther) {
-  EXPECT_EQ(tool::printableName("\x1b"), R"(\x1b)");
-  EXPECT_EQ(tool::printableName(R"(\x1b)"), R"(\\x1b)");
+TEST(PrintableText, EscapesWhatShowsNothing) {
+  EXPECT_EQ(tool::printable(u8"a\u200b\u2060\ufeff"), R"(a\u200b\u2060\ufeff)");
+  EXPECT_EQ(tool::printable(u8"\u200c\u200d"), u8"\u200c\u200d");
+}
+
+TEST(PrintableText, DoublesBackslashesSoThatNoneLooksLikeAnEscape) {
+  EXPECT_EQ(tool::printable("\x1b"), R"(\x1b)");
+  EXPECT_EQ(tool::printable(R"(\x1b)"), R"(\\x1b)");
 }
 
 TEST(JsonString, IsExact) {

@@ -42,7 +42,7 @@ void listAll(const Arguments& arguments) {
       if (arguments.showsIds) row.push_back(id.empty() ? Cell() : Cell(id));
       return;
     }
-    writeResult(printableName(path) + (arguments.showsIds ? "\t" + printableName(id) : "") + "\n");
+    writeResult(printable(path) + (arguments.showsIds ? "\t" + printable(id) : "") + "\n");
   });
   const Folder start = location.storage().find(location.path());
   walk.run(start, location.storage().foldersIn(start));

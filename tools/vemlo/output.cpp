@@ -17,7 +17,7 @@ using TextRow = std::vector<std::string>;
 
 std::string tableCell(const Cell& cell) {
   if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
-  if (const auto* text = std::get_if<std::string>(&cell)) return printableName(*text);
+  if (const auto* text = std::get_if<std::string>(&cell)) return printable(*text);
   return "-";
 }
 

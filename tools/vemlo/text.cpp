@@ -42,13 +42,16 @@ Character takeCharacter(std::string_view& rest) {
   return {character};
 }
 
-/// Control characters, line separators, and marks that change the direction of the text.
+/// Control characters, line separators, marks that change the direction of the text, and characters
+/// that show nothing. The joiners U+200C and U+200D are not among these: languages and emoji need
+/// them.
 bool isUnsafe(char32_t character) {
   const auto within = [character](char32_t first, char32_t last) {
     return character >= first && character <= last;
   };
-  return within(0x00, 0x1F) || within(0x7F, 0x9F) || character == 0x061C ||
-         within(0x200E, 0x200F) || within(0x2028, 0x202E) || within(0x2066, 0x2069);
+  return within(0x00, 0x1F) || within(0x7F, 0x9F) || character == 0x061C || character == 0x200B ||
+         within(0x200E, 0x200F) || within(0x2028, 0x202E) || character == 0x2060 ||
+         within(0x2066, 0x2069) || character == 0xFEFF;
 }
 
 std::string escape(const char* format, char32_t code) {
@@ -105,15 +108,9 @@ std::string wrappedLine(std::string_view line, std::size_t columns, std::size_t 
 
 std::string printable(std::string_view text) {
   std::string out;
-  while (!text.empty()) out += takePrintable(text);
-  return out;
-}
-
-std::string printableName(std::string_view name) {
-  std::string out;
-  while (!name.empty()) {
-    if (name.front() == '\\') out += '\\';
-    out += takePrintable(name);
+  while (!text.empty()) {
+    if (text.front() == '\\') out += '\\';
+    out += takePrintable(text);
   }
   return out;
 }

@@ -7,12 +7,10 @@
 namespace tool {
 
 /// `text` made safe to show on a terminal, as a service may return any name. Characters that
-/// control the terminal or change the direction of the text, and bytes that are not valid UTF-8,
-/// are escaped, as in \x1b and \u202e.
+/// control the terminal, change the direction of the text or show nothing, and bytes that are not
+/// valid UTF-8, are escaped, as in \x1b and \u202e. Backslashes are doubled, so that no name looks
+/// like the escape of another.
 std::string printable(std::string_view text);
-
-/// Likewise, with backslashes doubled, so that different names never look the same.
-std::string printableName(std::string_view name);
 
 /// `text` as a JSON string, including the quotes. Safe on a terminal. Bytes that are not valid
 /// UTF-8 are replaced by U+FFFD, because JSON cannot represent them.

@@ -35,8 +35,8 @@ constexpr Lines kUtf8Lines{u8"\u251c\u2500\u2500 ", u8"\u2514\u2500\u2500 ", u8"
 constexpr Lines kAsciiLines{"|-- ", "`-- ", "|   ", "    "};
 
 std::string lineOf(const Folder& folder, bool showsIds) {
-  return printableName(folder.name) +
-         (showsIds && !folder.id.empty() ? "  [" + printableName(folder.id) + "]" : "") + "\n";
+  return printable(folder.name) +
+         (showsIds && !folder.id.empty() ? "  [" + printable(folder.id) + "]" : "") + "\n";
 }
 
 std::string branches(const std::vector<bool>& isLast, const Lines& lines) {
@@ -59,7 +59,7 @@ void showTree(const Arguments& arguments) {
     ++count;
     writeResult(branches(step.isLast, lines) + lineOf(step.folder, arguments.showsIds));
   });
-  writeResult(printableName(arguments.at.location) + "\n");
+  writeResult(printable(arguments.at.location) + "\n");
   walk.run(start, found);
   writeMessage(std::to_string(count) + (count == 1 ? " folder" : " folders"));
   walk.requireComplete();
