@@ -63,6 +63,35 @@ class Help(ToolTest):
                 exit_codes = r"Exit codes:\n  0  .+\n  1  .+\n  2  .+\n  3  .+\n"
                 self.assertRegex(result.stdout, exit_codes)
 
+    def help_of(self, *level):
+        shown = run(*level, "--help", environment={"COLUMNS": "100"}).stdout
+        return " ".join(shown.split())
+
+    def test_options_may_stand_behind_the_commands_that_it_names(self):
+        named = "Options of `vemlo`, `vemlo s3` and `vemlo azure` may also stand behind the command"
+        self.assertIn(named, self.help_of())
+        for command in (("s3", "buckets", "--endpoint"), ("azure", "containers", "--account")):
+            result = run(*command, "a", "--colour")
+            self.assertIn("--colour", result.stderr)
+            self.assertNotIn("must stand", result.stderr)
+
+    def test_other_lines_of_input_are_named_where_there_are_any(self):
+        line = "'-' reads a line of standard input"
+        orders = {
+            ("login",): ", after the key's, before the code's",
+            ("s3",): ", after the key's",
+            ("azure",): ", after the key's",
+            ("ls",): "", ("tree",): "", ("mkdir",): "", ("whoami",): "",
+        }  # fmt: skip
+        for level, order in orders.items():
+            with self.subTest(level=level):
+                self.assertIn(f"{line}{order} (Env:VEMLO_PROXY_PASSWORD", self.help_of(*level))
+
+    def test_json_is_described_by_what_it_replaces(self):
+        self.assertIn("a JSON array of objects instead of a table", self.help_of("ls"))
+        self.assertIn("the new folder as a JSON array of one object", self.help_of("mkdir"))
+        self.assertNotIn("instead of a table", self.help_of("mkdir"))
+
     def test_the_texts_fit_the_terminal(self):
         levels = ((), ("s3",), ("s3", "create-bucket"), ("azure", "ls"), ("login",), ("mkdir",))
         for level, columns in itertools.product(levels, (40, 79, 200)):

@@ -47,7 +47,7 @@ void addAccountOptions(CLI::App& command, Arguments& arguments) {
                   "without it, and if unknown, the global cloud")
       ->envname("VEMLO_AZURE_REGION")
       ->type_name("NAME");
-  addProxyOptions(command, arguments.proxy);
+  addProxyOptions(command, arguments.proxy, ", after the key's");
 }
 
 }  // namespace

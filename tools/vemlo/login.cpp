@@ -221,7 +221,7 @@ void addLoginCommand(CLI::App& app) {
   arguments->ofService.emplace_back(
       "stores", command.add_flag("--no-check", arguments->noCheck,
                                  "S3 and Azure: do not check the keys by listing the buckets"));
-  addProxyOptions(command, arguments->proxy);
+  addProxyOptions(command, arguments->proxy, ", after the key's, before the code's");
   command.callback([arguments] { login(*arguments); });
 }
 

@@ -27,8 +27,8 @@ namespace tool {
 namespace {
 
 constexpr const char* kFooter =
-    "Options of `vemlo` and `vemlo SERVICE` may also stand behind the command; their --help lists "
-    "them.\n"
+    "Options of `vemlo`, `vemlo s3` and `vemlo azure` may also stand behind the command; their "
+    "--help lists them.\n"
     "\n"
     "Exit codes:\n"
     "  0  done\n"

@@ -52,7 +52,7 @@ void addMakeFolderCommand(CLI::App& app) {
                   "Where to make a bucket of S3: a name or code that `vemlo s3 regions` lists")
       ->type_name("NAME");
   command.add_flag("--ids", arguments->showsIds, "Print the id as well as the name");
-  addJsonFlag(command, arguments->json);
+  addJsonFlag(command, arguments->json, "Print the new folder as a JSON array of one object");
   command.callback([arguments] { makeFolder(*arguments); });
 }
 

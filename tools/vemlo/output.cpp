@@ -103,8 +103,8 @@ Listing withoutEmptyColumns(const Listing& listing) {
   return result;
 }
 
-void addJsonFlag(CLI::App& command, bool& asJson) {
-  command.add_flag("--json", asJson, "Print a JSON array of objects instead of a table");
+void addJsonFlag(CLI::App& command, bool& asJson, const std::string& description) {
+  command.add_flag("--json", asJson, description);
 }
 
 void writeListing(const Listing& listing, bool asJson) {

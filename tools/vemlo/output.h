@@ -23,7 +23,9 @@ struct Listing {
 Listing withoutEmptyColumns(const Listing& listing);
 
 /// Adds the flag that selects the output of `writeListing`.
-void addJsonFlag(CLI::App& command, bool& asJson);
+void addJsonFlag(
+    CLI::App& command, bool& asJson,
+    const std::string& description = "Print a JSON array of objects instead of a table");
 
 /// Writes a listing to standard output: as a JSON array with one object per row, or as a table,
 /// which is empty if there are no rows. Throws CommandFailure if it cannot be written.

@@ -34,7 +34,7 @@ bool isHost(std::string_view text) {
 
 }  // namespace
 
-void addProxyOptions(CLI::App& command, ProxyOptions& options) {
+void addProxyOptions(CLI::App& command, ProxyOptions& options, const std::string& order) {
   command.add_option("--proxy", options.address, "HTTP proxy, as [http://]HOST:PORT")
       ->envname("VEMLO_PROXY")
       ->type_name("ADDRESS");
@@ -44,8 +44,10 @@ void addProxyOptions(CLI::App& command, ProxyOptions& options) {
   command
       .add_option("--proxy-password-file", options.passwordFile,
                   "File with the proxy password in its first line; '-' reads a line of standard "
-                  "input, after the key's, before the code's (Env:VEMLO_PROXY_PASSWORD, the "
-                  "password itself, or VEMLO_PROXY_PASSWORD_FILE)")
+                  "input" +
+                      order +
+                      " (Env:VEMLO_PROXY_PASSWORD, the password itself, or "
+                      "VEMLO_PROXY_PASSWORD_FILE)")
       ->type_name("FILE");
 }
 

@@ -76,7 +76,7 @@ void addAccountOptions(CLI::App& command, Arguments& arguments) {
                   "File with the secret key in its first line; '-' reads a line of standard input "
                   "(Env:VEMLO_S3_SECRET_KEY, the key itself, or VEMLO_S3_SECRET_KEY_FILE)")
       ->type_name("FILE");
-  addProxyOptions(command, arguments.proxy);
+  addProxyOptions(command, arguments.proxy, ", after the key's");
 }
 
 void addFlavourOption(CLI::App& command, Arguments& arguments) {
