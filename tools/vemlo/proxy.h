@@ -13,7 +13,8 @@ struct ProxyOptions {
   std::string passwordFile;
 };
 
-/// @param order  which other lines of standard input come first and later, if the command reads any.
+/// @param order  which other lines of standard input come first and later, if the command reads
+/// any.
 void addProxyOptions(CLI::App& command, ProxyOptions& options, const std::string& order = "");
 
 /// No address is no proxy. Throws CommandFailure if the address is invalid or the password cannot
