@@ -52,8 +52,8 @@ class Login(StoreTest):
         self.server(error("SignatureDoesNotMatch"), 403)
         before = self.keep_accounts("dropbox")
         message = (
-            "cannot link the account: the secret key is wrong; check --access-key and "
-            "--secret-key-file (no)"
+            "cannot link the account: the secret key is wrong; link the account again with "
+            "`vemlo login s3 --as work` (no)"
         )
         self.assert_fails(self.login("--as", "work"), SERVICE_FAILED, message)
         self.assertEqual(self.accounts(), before)

@@ -4,7 +4,6 @@ where another process works at the same time."""
 import json
 import unittest
 
-from support import drives
 from support.fake_s3 import buckets, error, folders, tree
 from support.store_case import StoreTest
 from support.tool import BAD_USAGE, DONE, SERVICE_FAILED
@@ -200,71 +199,6 @@ class Endpoints(StoreTest):
                 self.assert_fails(result, BAD_USAGE, "--account or VEMLO_AZURE_ACCOUNT must be")
         for name in ("abc", "0" * 24):
             self.assertEqual(self.tool(*command, name, input="a2V5\n").returncode, DONE)
-
-
-class LinkingAgain(StoreTest):
-    def setUp(self):
-        super().setUp()
-        self.fake = self.server(buckets())
-        self.login("--as", "work", "--signing-region", "eu-1")
-        self.linked = {**self.accounts()["work"]}
-
-    def again(self, *options, service="s3", **environment):
-        result = self.tool(
-            "login", service, "--as", "work", "--secret-key-file", "-", *options,
-            input="another\n", environment=environment,
-        )  # fmt: skip
-        self.assertEqual(result.returncode, DONE, result.stderr)
-        return self.accounts()["work"]
-
-    def assert_linked(self, account, **changed):
-        for member in ("endpoint", "signingRegion", "accessKey"):
-            self.assertEqual(account[member], changed.get(member, self.linked[member]), member)
-        self.assertEqual(drives.deciphered(account["secretKey"]), "another")
-
-    def test_takes_what_is_not_given_from_the_account_that_is_replaced(self):
-        self.assert_linked(self.again())
-        self.assert_linked(self.again("--signing-region", "eu-2"), signingRegion="eu-2")
-        self.assert_linked(
-            self.again(VEMLO_S3_ACCESS_KEY="new", VEMLO_S3_REGION="eu-3"),
-            accessKey="new", signingRegion="eu-3",
-        )  # fmt: skip
-
-    def test_with_another_endpoint_takes_nothing_from_it(self):
-        other = self.server(buckets())
-        account = self.again("--endpoint", other.endpoint, "--access-key", "new")
-        self.assert_linked(account, endpoint=other.endpoint, signingRegion="", accessKey="new")
-        no_key = self.tool("login", "s3", "--as", "work", "--endpoint", "http://127.0.0.1:1")
-        self.assert_fails(no_key, BAD_USAGE, "the access key is missing")
-
-    def test_takes_nothing_from_an_account_of_another_service_or_name(self):
-        message = "the access key is missing"
-        self.assert_fails(self.tool("login", "s3"), BAD_USAGE, message)
-        self.keep_accounts("dropbox")
-        self.assert_fails(self.tool("login", "s3", "--as", "dropbox"), BAD_USAGE, message)
-
-    def test_can_follow_the_advice(self):
-        wrong = self.server(error("SignatureDoesNotMatch"), 403)
-        account = {**self.linked, "endpoint": wrong.endpoint}
-        self.keep(json.dumps({"work": account}))
-        result = self.tool("ls", "work:/")
-        message = "the secret key is wrong; link the account again with `vemlo login s3 --as work`"
-        self.assert_fails(result, SERVICE_FAILED, message)
-        wrong.requests.clear()
-        command = ("login", "s3", "--as", "work", "--secret-key-file", "-")
-        result = self.tool(*command, input="another\n")
-        self.assert_fails(result, SERVICE_FAILED, "check --access-key and --secret-key-file")
-        self.assertEqual(len(wrong.requests), 1)
-        self.assertEqual(self.accounts()["work"], account)
-
-    def test_of_azure_takes_the_account_and_the_cloud(self):
-        command = ("login", "azure", "--no-check", "--key-file", "-")
-        self.tool(*command, "--account", "abc", "--cloud", "china", input="a2V5\n")
-        self.assertEqual(self.tool(*command, input="a2V6\n").returncode, DONE)
-        account = self.accounts()["azure"]
-        self.assertEqual((account["account"], account["cloud"]), ("abc", "china"))
-        self.tool(*command, "--account", "def", input="a2V5\n")
-        self.assertEqual(self.accounts()["azure"]["cloud"], "")
 
 
 if __name__ == "__main__":

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,9 +34,7 @@ constexpr const char* kFooter =
     "as `vemlo s3` and `vemlo azure` do; asks for a secret that is missing at a terminal. Lists "
     "the buckets or containers to check the keys.\n"
     "\n"
-    "An account of the same name that was linked before is replaced once that has worked; what is "
-    "given neither by options nor by the environment, but for the secret, is taken from it if it "
-    "is of the same endpoint or storage account. If a "
+    "An account of the same name that was linked before is replaced once that has worked. If a "
     "service does not accept a code, the error line in the log shows it, and on Google "
     "Drive and Amazon Drive the tokens if some were received.\n"
     "\n"
@@ -74,18 +71,9 @@ void requireOptionsOf(const Service& service, const Arguments& arguments) {
   }
 }
 
-void complete(std::string& value, const std::string& fallback) {
-  if (value.empty()) value = fallback;
-}
-
-using Values = std::map<std::string, std::string>;
-
-/// The values of the account that a login replaces; empty if there is none of this service.
-Values valuesReplacedBy(const Calls& calls, const Accounts& accounts) {
-  const auto replaced = accounts.find(calls.caller.account);
-  const bool isOfService =
-      replaced != accounts.end() && replaced->second.service == calls.caller.service.name;
-  return isOfService ? replaced->second.values : Values();
+/// Without an option, the environment determines the value, as for `vemlo s3` and `vemlo azure`.
+void completeFromEnvironment(std::string& value, const char* variable) {
+  if (value.empty()) value = environment(variable);
 }
 
 std::string readPastedLine() {
@@ -113,46 +101,33 @@ Account linkDrive(const Calls& calls, const Arguments& arguments) {
 /// Checks the keys of an object store.
 void check(const ObjectStore& store, const Calls& calls) {
   const std::string action = "link the account";
-  // Nothing is linked yet, so that advice has to name the options.
-  const Caller caller{calls.caller.service, ""};
   try {
     calls.attempt([&](const vemlo::Call& call) { return store.buckets(call); });
   } catch (const vemlo::Failure& failure) {
-    if (failure.kind() != vemlo::Kind::Denied) throw explain(action, failure, caller);
+    if (failure.kind() != vemlo::Kind::Denied) throw explain(action, failure, calls.caller);
     throw CommandFailure(ExitCode::ServiceFailed,
-                         "cannot " + action + ": it may not list its " + caller.service.bucketWord +
+                         "cannot " + action + ": it may not list its " +
+                             calls.caller.service.bucketWord +
                              "s, or the keys are wrong; if they are right, link it with "
                              "--no-check");
   }
 }
 
-/// What is not given is taken from the environment, as for `vemlo s3` and `vemlo azure`, and else
-/// from the account that is replaced, unless that is of another endpoint.
-Account linkS3(const Calls& calls, const Arguments& arguments, Values replaced) {
+Account linkS3(const Calls& calls, const Arguments& arguments) {
   S3Options options = arguments.s3;
-  complete(options.endpoint, environment("VEMLO_S3_ENDPOINT"));
-  complete(options.signingRegion, environment("VEMLO_S3_REGION"));
-  complete(options.accessKey, environment("VEMLO_S3_ACCESS_KEY"));
-  if (options.endpoint.empty() || options.endpoint == replaced["endpoint"]) {
-    options.endpoint = replaced["endpoint"];
-    complete(options.signingRegion, replaced["signingRegion"]);
-    complete(options.accessKey, replaced["accessKey"]);
-  }
+  completeFromEnvironment(options.endpoint, "VEMLO_S3_ENDPOINT");
+  completeFromEnvironment(options.signingRegion, "VEMLO_S3_REGION");
+  completeFromEnvironment(options.accessKey, "VEMLO_S3_ACCESS_KEY");
   const vemlo::S3Account account = resolve(options, true);
   const auto store = openS3(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
   return toStored(account);
 }
 
-/// Likewise; an account of another name is another storage account.
-Account linkAzure(const Calls& calls, const Arguments& arguments, Values replaced) {
+Account linkAzure(const Calls& calls, const Arguments& arguments) {
   AzureOptions options = arguments.azure;
-  complete(options.account, environment("VEMLO_AZURE_ACCOUNT"));
-  complete(options.cloud, environment("VEMLO_AZURE_REGION"));
-  if (options.account.empty() || options.account == replaced["account"]) {
-    options.account = replaced["account"];
-    complete(options.cloud, replaced["cloud"]);
-  }
+  completeFromEnvironment(options.account, "VEMLO_AZURE_ACCOUNT");
+  completeFromEnvironment(options.cloud, "VEMLO_AZURE_REGION");
   const vemlo::AzureAccount account = resolve(options, true);
   const auto store = openAzure(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
@@ -165,15 +140,13 @@ void login(const Arguments& arguments) {
   requireAccountName(name);
   requireOptionsOf(service, arguments);
   // Report a damaged file before the user goes through the consent.
-  const Accounts accounts = readAccounts();
+  readAccounts();
 
   const OpenLibrary library;
   const Calls calls{{service, name}};
-  const Values replaced = valuesReplacedBy(calls, accounts);
-  const Account account = service.isDrive() ? linkDrive(calls, arguments)
-                          : service.id == vemlo::Service::S3
-                              ? linkS3(calls, arguments, replaced)
-                              : linkAzure(calls, arguments, replaced);
+  const Account account = service.isDrive()                  ? linkDrive(calls, arguments)
+                          : service.id == vemlo::Service::S3 ? linkS3(calls, arguments)
+                                                             : linkAzure(calls, arguments);
   const bool isReplaced = storeAccount(name, account);
   writeMessage("the " + accountTitle(calls.caller) + " is linked" +
                (isReplaced ? ", in place of the one linked before" : ""));
