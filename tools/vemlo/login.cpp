@@ -1,7 +1,8 @@
 #include "login.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "browser.h"
 #include "calls.h"
 #include "command_failure.h"
+#include "input_line.h"
 #include "location.h"
 #include "open_library.h"
 #include "output.h"
@@ -76,12 +78,6 @@ void completeFromEnvironment(std::string& value, const char* variable) {
   if (value.empty()) value = environment(variable);
 }
 
-std::string readPastedLine() {
-  std::string line;
-  std::getline(std::cin, line);
-  return line;
-}
-
 Account linkDrive(const Calls& calls, const Arguments& arguments) {
   const Service& service = calls.caller.service;
   vemlo::Drive drive(service.id, resolveProxy(arguments.proxy));
@@ -92,7 +88,7 @@ Account linkDrive(const Calls& calls, const Arguments& arguments) {
   writeMessage(
       "then paste the address of the page that the browser ends at, or the code which that page "
       "shows:");
-  const std::string code = authorizationCode(readPastedLine());
+  const std::string code = authorizationCode(readLine(STDIN_FILENO, "standard input"));
   const vemlo::Tokens tokens = calls.make(
       "link the account", [&](const vemlo::Call& call) { return drive.link(code, call); });
   return accountWith(tokens, service.name);
