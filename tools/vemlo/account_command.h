@@ -16,6 +16,9 @@ namespace tool {
 /// environment variable that is read for one command would otherwise replace an option of another.
 CLI::App& addAccountCommand(CLI::App& app, const std::string& name, const std::string& description);
 
+/// A check for an option whose value must not be empty, as that of a variable can be that is not set.
+std::string rejectEmpty(const std::string& value);
+
 /// The arguments of a command about a place in a linked account.
 struct LocationArguments {
   std::string location;

@@ -54,10 +54,19 @@ DriveStorage::DriveStorage(OpenLibrary& library, const Calls& calls, const Accou
   drive_.setTokens(tokens_.tokens());
 }
 
-Folder DriveStorage::start() const {
+template <typename Function>
+auto DriveStorage::request(const std::string& action, Function function) {
+  return calls_.make(action, function, [this] {
+    if (!tokens_.takeNewer()) return false;
+    drive_.setTokens(tokens_.tokens());
+    return true;
+  });
+}
+
+Folder DriveStorage::start() {
   if (!startId_.empty()) return {"", startId_, ""};
-  const vemlo::Folder root = calls_.make(
-      "find the root folder", [this](const vemlo::Call& call) { return drive_.root(call); });
+  const vemlo::Folder root = request("find the root folder",
+                                     [this](const vemlo::Call& call) { return drive_.root(call); });
   return {"", root.id, ""};
 }
 
@@ -77,8 +86,8 @@ Folder DriveStorage::child(const Folder& parent, const std::string& name) {
 
 Folders DriveStorage::foldersIn(const Folder& parent) {
   const vemlo::Folders listed =
-      calls_.make("list the folders in " + describe(parent.path),
-                  [&](const vemlo::Call& call) { return drive_.folders(parent.id, call); });
+      request("list the folders in " + describe(parent.path),
+              [&](const vemlo::Call& call) { return drive_.folders(parent.id, call); });
   Folders found;
   found.isCutShort = listed.isCutShort();
   for (const vemlo::FolderEntry entry : listed) {
@@ -127,9 +136,9 @@ Folder DriveStorage::makeAll(const std::string& path, const std::string& region)
 
 Folder DriveStorage::makeIn(const Folder& parent, const std::string& name) {
   const std::string path = joined(parent.path, name);
-  const vemlo::Folder made = calls_.make(
-      "make folder " + describe(path),
-      [&](const vemlo::Call& call) { return drive_.createFolder(parent.id, name, call); });
+  const vemlo::Folder made = request("make folder " + describe(path), [&](const vemlo::Call& call) {
+    return drive_.createFolder(parent.id, name, call);
+  });
   return {made.name, made.id, joined(parent.path, made.name)};
 }
 

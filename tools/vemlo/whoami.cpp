@@ -9,6 +9,7 @@
 #include <string>
 
 #include "account_command.h"
+#include "account_members.h"
 #include "calls.h"
 #include "linked_account.h"
 #include "open_library.h"
@@ -49,12 +50,14 @@ Cell sizeCell(const std::optional<std::uint64_t>& bytes, bool asJson) {
 }
 
 Listing describeDrive(OpenLibrary& library, const Calls& calls, const Account& account,
-                      const Arguments& arguments) {
-  const StoredTokens tokens(library, arguments.name, account);
-  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
-  const vemlo::Account owner = calls.make("ask whose account it is", [&](const vemlo::Call& call) {
-    return vemlo::accountOf(calls.caller.service.id, tokens.tokens(), proxy, call);
-  });
+                      const Arguments& arguments, const vemlo::Proxy& proxy) {
+  StoredTokens tokens(library, arguments.name, account);
+  const vemlo::Account owner = calls.make(
+      "ask whose account it is",
+      [&](const vemlo::Call& call) {
+        return vemlo::accountOf(calls.caller.service.id, tokens.tokens(), proxy, call);
+      },
+      [&tokens] { return tokens.takeNewer(); });
   return {
       {"service", "name", "email", "used", "total"},
       {{calls.caller.service.name, textCell(owner.name), textCell(owner.email),
@@ -62,12 +65,11 @@ Listing describeDrive(OpenLibrary& library, const Calls& calls, const Account& a
 }
 
 Listing describeStore(OpenLibrary& library, const Calls& calls, const Account& account,
-                      const Arguments& arguments) {
-  const auto storage = openStorage(library, arguments.name, account,
-                                   {"", resolveProxy(arguments.proxy), calls.isQuiet});
+                      const Arguments& arguments, const vemlo::Proxy& proxy) {
+  const auto storage = openStorage(library, arguments.name, account, {"", proxy, calls.isQuiet});
   const auto count = storage->foldersIn({}).folders.size();
   const bool isS3 = calls.caller.service.id == vemlo::Service::S3;
-  const char* member = isS3 ? "endpoint" : "account";
+  const char* member = isS3 ? member::kEndpoint : member::kAccount;
   const std::string& given = account.values.at(member);
   const std::string address = given.empty() ? "https://s3.amazonaws.com" : given;
   return {{"service", member, "keys", calls.caller.service.bucketWord + "s"},
@@ -75,12 +77,15 @@ Listing describeStore(OpenLibrary& library, const Calls& calls, const Account& a
 }
 
 void whoAmI(const Arguments& arguments) {
+  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
+  OpenLibrary library;
+  // After all that waits for the user: another process may renew the tokens in the meantime.
   const Account account = linkedAccount(arguments.name);
   const Service& service = serviceNamed(account.service);
-  OpenLibrary library;
   const Calls calls{{service, arguments.name}, arguments.json};
-  const Listing listing = service.isDrive() ? describeDrive(library, calls, account, arguments)
-                                            : describeStore(library, calls, account, arguments);
+  const Listing listing = service.isDrive()
+                              ? describeDrive(library, calls, account, arguments, proxy)
+                              : describeStore(library, calls, account, arguments, proxy);
   if (arguments.json) {
     writeListing(listing, true);
   } else {
