@@ -118,6 +118,13 @@ std::string printableName(std::string_view name) {
   return out;
 }
 
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    if (!takeCharacter(text).isValid) return false;
+  }
+  return true;
+}
+
 std::string jsonString(std::string_view text) {
   std::string out = "\"";
   while (!text.empty()) out += takeJson(text);

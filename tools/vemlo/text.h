@@ -14,6 +14,8 @@ std::string printable(std::string_view text);
 /// Likewise, with backslashes doubled, so that different names never look the same.
 std::string printableName(std::string_view name);
 
+bool isUtf8(std::string_view text);
+
 /// `text` as a JSON string, including the quotes. Safe on a terminal. Bytes that are not valid
 /// UTF-8 are replaced by U+FFFD, because JSON cannot represent them.
 std::string jsonString(std::string_view text);
