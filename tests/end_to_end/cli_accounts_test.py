@@ -2,12 +2,14 @@
 
 import fcntl
 import json
+import os
 import signal
 import subprocess
 import unittest
 
 from cli_drives_test import TITLES, DriveTest, for_each_drive
 from support import drives, sandbox
+from support.relay import Relay
 from support.tool import DONE, SERVICE_FAILED, TOOL, environment_with
 
 
@@ -201,6 +203,51 @@ class TokensOfTwoProcesses(DriveTest):
         # One of them has stored its tokens, and these are a pair that works.
         drives.control("expire", "onedrive")
         self.assertEqual(self.tool("ls", "onedrive:/").returncode, DONE)
+
+    def test_tokens_that_are_renewed_while_a_command_waits_for_the_user_are_used(self):
+        # The service ends the access if a refresh token is used again.
+        drives.control("rotation", "onedrive", rotation="replaceOnce")
+        self.addCleanup(drives.control, "rotation", "onedrive", rotation="replace")
+        for command in (("ls", "onedrive:/"), ("whoami", "onedrive")):
+            with self.subTest(command=command):
+                drives.control("expire", "onedrive")
+                pipe = self.home / "pipe"
+                os.mkfifo(pipe)
+                variables = {**self.environment, "VEMLO_PROXY_PASSWORD_FILE": str(pipe)}
+                process = subprocess.Popen(
+                    [TOOL, *command], env=environment_with(variables),
+                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
+                )  # fmt: skip
+                self.addCleanup(process.kill)
+                with open(pipe, "w", encoding="utf-8") as password:
+                    self.assertEqual(self.tool("ls", "onedrive:/").returncode, DONE)
+                    password.write("password\n")
+                output, messages = process.communicate(timeout=60)
+                self.shown += output + messages
+                self.assertEqual(process.returncode, DONE, messages)
+                pipe.unlink()
+
+    def test_newer_tokens_are_used_when_the_service_refuses_the_older(self):
+        internet = sandbox.state()["internet"]
+        for command in (("ls", "onedrive:/"), ("whoami", "onedrive")):
+            with self.subTest(command=command):
+                good = self.accounts()
+                stale = {member: drives.enciphered("stale")
+                         for member in ("accessToken", "refreshToken")}
+                self.keep(json.dumps({"onedrive": {**good["onedrive"], **stale}}))
+                relay = Relay(internet["proxyHost"], internet["proxyPort"],
+                              lambda accounts=good: self.keep(json.dumps(accounts)))
+                with relay:
+                    result = self.tool(*command, "--proxy", relay.address)
+                self.assertEqual(result.returncode, DONE, result.stderr)
+
+    def test_tokens_that_are_refused_and_not_newer_are_not_tried_again(self):
+        drives.control("revoke", "onedrive")
+        sandbox.control("DELETE", "log")
+        advice = "link it again with `vemlo login onedrive`"
+        self.assert_fails(self.tool("ls", "onedrive:/"), SERVICE_FAILED, advice)
+        paths = [entry["path"].split("?")[0] for entry in sandbox.requests()]
+        self.assertEqual(paths.count(drives.token_path("onedrive")), 1)
 
     def test_a_failure_to_store_is_a_warning(self):
         (self.folder / "accounts.lock").unlink()

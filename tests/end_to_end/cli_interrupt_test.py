@@ -124,30 +124,98 @@ class Interrupt(AccountFileTest):
         while not self.status_of(process)["State"].startswith("S"):
             self.assertIsNone(process.poll())
 
-    def catches_interrupts(self, process):
-        return int(self.status_of(process)["SigCgt"], 16) & (1 << (signal.SIGINT - 1)) != 0
+    def wait_until_interrupts(self, process, name, are):
+        """Returns when the named set of signals in the status contains SIGINT, or when not."""
+        bit = 1 << (signal.SIGINT - 1)
+        while bool(int(self.status_of(process)[name], 16) & bit) != are:
+            self.assertIsNone(process.poll())
 
-    def test_a_second_one_ends_the_process_whatever_it_does(self):
-        server = self.server(folders())
+    def start_with_full_pipe(self, *arguments, environment, **options):
+        """Starts a process that waits at its first message, and interrupts it there.
+
+        Returns it and the other end of the pipe.
+        """
         reading, writing = os.pipe()
         self.addCleanup(os.close, reading)
-        # The message that follows the first one cannot be written, because the pipe is full.
         os.set_blocking(writing, False)
         with contextlib.suppress(BlockingIOError):
             while True:
                 os.write(writing, b"x" * 4096)
         os.set_blocking(writing, True)
         process = subprocess.Popen(
-            [TOOL, "s3", "ls", "photos"], stderr=writing, stdout=subprocess.DEVNULL,
-            env=environment_with(server.environment),
+            [TOOL, *arguments], stderr=writing, stdout=subprocess.DEVNULL,
+            env=environment_with({**self.environment, **environment}), **options,
         )  # fmt: skip
         self.addCleanup(process.kill)
         os.close(writing)
-        self.assertTrue(self.asked.wait(60))
-        self.assertTrue(self.catches_interrupts(process))
+        self.wait_until_interrupts(process, "SigCgt", True)
         process.send_signal(signal.SIGINT)
-        while self.catches_interrupts(process):
-            self.assertIsNone(process.poll())
+        self.wait_until_interrupts(process, "ShdPnd", False)
+        return process, reading
+
+    def assert_ends_when_the_pipe_is_read(self, process, reading):
+        messages = b""
+        while more := os.read(reading, 65536):
+            messages += more
+        self.assertEqual(process.wait(60), -signal.SIGINT)
+        self.assertTrue(messages.decode().endswith(f"{CANCELLED}\n"), messages[-200:])
+
+    def test_before_the_wait_for_a_pasted_code_is_not_lost(self):
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        self.addCleanup(os.close, writing)
+        command = ("login", "dropbox", "--no-browser")
+        started = self.start_with_full_pipe(*command, environment={}, stdin=reading)
+        self.assert_ends_when_the_pipe_is_read(*started)
+
+    def test_before_the_wait_for_a_secret_is_not_lost(self):
+        screen, terminal = os.openpty()
+        self.addCleanup(os.close, screen)
+        self.addCleanup(os.close, terminal)
+        started = self.start_with_full_pipe(
+            "login", "s3", environment={"VEMLO_S3_ACCESS_KEY": "access"}, stdin=terminal
+        )
+        self.assert_ends_when_the_pipe_is_read(*started)
+        self.assertTrue(termios.tcgetattr(screen)[3] & termios.ECHO)
+
+    def test_other_signals_show_what_is_typed_again(self):
+        server = self.server("")
+        del server.environment["VEMLO_S3_SECRET_KEY"]
+        for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            with self.subTest(signal=number):
+                terminal = self.start(server, "login", "s3", is_input=True)
+                terminal.read_until("Secret key: ")
+                self.assertFalse(termios.tcgetattr(terminal.screen)[3] & termios.ECHO)
+                terminal.process.send_signal(number)
+                self.assertEqual(terminal.process.wait(60), -number)
+                self.assertTrue(termios.tcgetattr(terminal.screen)[3] & termios.ECHO)
+                terminal.read_to_end()
+
+    def test_other_signals_erase_the_spinner(self):
+        terminal = self.start(self.server(folders()), "s3", "ls", "photos")
+        terminal.read_until(r"[|/\\-] \d+ s")
+        terminal.process.send_signal(signal.SIGTERM)
+        _, sent = terminal.read_to_end()
+        self.assertEqual(terminal.process.returncode, -signal.SIGTERM)
+        self.assertEqual(lines_shown(sent), [""])
+
+    def test_other_signals_are_ignored_where_the_parent_ignores_them(self):
+        server = self.server(folders("2019/"))
+        previous = signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        try:
+            terminal = self.start(server, "s3", "ls", "photos")
+        finally:
+            signal.signal(signal.SIGHUP, previous)
+        self.assertTrue(self.asked.wait(60))
+        terminal.process.send_signal(signal.SIGHUP)
+        self.released.set()
+        self.assertEqual(terminal.read_to_end()[0], "NAME\n2019/\n")
+        self.assertEqual(terminal.process.returncode, DONE)
+
+    def test_a_second_one_ends_the_process_whatever_it_does(self):
+        # The message that follows the first one cannot be written, because the pipe is full.
+        environment = self.server(folders()).environment
+        process, _ = self.start_with_full_pipe("s3", "ls", "photos", environment=environment)
         process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(60), -signal.SIGINT)
 

@@ -254,6 +254,13 @@ class Accounts(LoginTest):
                 expected = f"no account is called '{service}'; {advice}"
                 self.assert_fails(self.tool(command, location), BAD_USAGE, expected)
 
+    def test_an_empty_id_is_not_the_root(self):
+        self.keep_accounts("dropbox")
+        for command in (("ls", "dropbox:/"), ("tree", "dropbox:/"), ("mkdir", "dropbox:/x")):
+            with self.subTest(command=command):
+                result = self.tool(*command, "--id", "")
+                self.assert_fails(result, BAD_USAGE, "--id: the value is empty")
+
     def test_tokens_that_the_library_has_not_encrypted(self):
         self.keep_accounts("dropbox")
         result = self.tool("ls", "dropbox:/")
@@ -298,6 +305,9 @@ class File(LoginTest):
         "", " ", "{", "[]", "null", '"google-drive"', '{"google-drive": {}} more',
         '{"dropbox": null}', '{"dropbox": {"linked": "", "accessToken": ""}}',
         '{"dropbox": {"linked": "", "accessToken": "", "refreshToken": 1}}', "[" * 100000,
+        '{"a": {"linked": "", "service": "x", "m": ' + "[" * 32 + "]" * 32 + "}}",
+        '{"a": {"linked": "", "service": "x", "m": ' + "[" * 100000 + "]" * 100000 + "}}",
+        '{"": {"linked": "", "service": "x"}}', '{"a:b": {"linked": "", "service": "x"}}',
     )  # fmt: skip
 
     def test_a_damaged_file_is_reported_and_not_changed(self):
@@ -344,14 +354,41 @@ class File(LoginTest):
         nowhere = self.tool("accounts", environment={"XDG_CONFIG_HOME": "", "HOME": ""})
         self.assert_fails(nowhere, LOCAL_FAILURE, "set HOME or XDG_CONFIG_HOME")
 
+    def start_logout(self, name):
+        process = subprocess.Popen(
+            [TOOL, "logout", name], env=environment_with(self.environment),
+            stderr=subprocess.PIPE, encoding="utf-8",
+        )  # fmt: skip
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.kill)
+        return process
+
+    def test_an_interruption_ends_the_wait_for_another_process(self):
+        accounts = self.keep_accounts("google-drive")
+        with open(self.folder / "accounts.lock", "w", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            process = self.start_logout("google-drive")
+            self.wait_for_lock(process)
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(timeout=60), -signal.SIGINT)
+        self.assertEqual(process.stderr.read(), "vemlo: cancelled\n")
+        self.assertEqual(self.accounts(), accounts)
+
+    def test_what_a_killed_process_has_left_behind_is_removed(self):
+        self.keep_accounts("google-drive", "dropbox")
+        left = self.folder / "accounts.json.new"
+        target = self.home / "target"
+        for leave in (lambda: left.write_text("tokens"), lambda: left.symlink_to(target)):
+            leave()
+            self.assertEqual(self.tool("logout", min(self.accounts())).returncode, DONE)
+            self.assertFalse(os.path.lexists(left))
+            self.assertFalse(target.exists())
+
     def test_concurrent_changes_are_all_kept(self):
         accounts = self.keep_accounts("google-drive", "dropbox")
         with open(self.folder / "accounts.lock", "w", encoding="utf-8") as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
-            command = [TOOL, "logout", "google-drive"]
-            process = subprocess.Popen(
-                command, env=environment_with(self.environment), stderr=subprocess.DEVNULL
-            )
+            process = self.start_logout("google-drive")
             self.wait_for_lock(process)
             # The change of another process that holds the lock.
             accounts["onedrive"] = accounts["dropbox"]

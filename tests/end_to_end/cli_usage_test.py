@@ -348,6 +348,19 @@ class Secrets(ToolTest):
         result = self.buckets("--secret-key-file", str(self.folder))
         self.assert_fails(result, LOCAL_FAILURE, f"'{self.folder}'")
 
+    def test_a_line_without_end_is_not_read_to_the_end(self):
+        for file in ("/dev/zero", "-"):
+            with self.subTest(file=file), open("/dev/zero", "rb") as endless:
+                result = self.buckets("--secret-key-file", file, stdin=endless)
+                self.assert_fails(result, LOCAL_FAILURE, "is longer than 64 KiB")
+
+    def test_a_pasted_line_without_end_is_not_read_to_the_end(self):
+        with open("/dev/zero", "rb") as endless:
+            result = run("login", "dropbox", "--no-browser", stdin=endless,
+                         environment={"XDG_CONFIG_HOME": str(self.folder)})
+        self.assertIn("standard input is longer than 64 KiB", result.stderr.splitlines()[-1])
+        self.assertEqual(result.returncode, LOCAL_FAILURE)
+
     def test_the_variable_that_names_a_file_is_used_if_the_other_is_empty(self):
         missing = str(self.folder / "missing")
         named = {"VEMLO_S3_SECRET_KEY": "", "VEMLO_S3_SECRET_KEY_FILE": missing}

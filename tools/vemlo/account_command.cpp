@@ -18,20 +18,26 @@ CLI::App& addAccountCommand(CLI::App& app, const std::string& name,
 
 bool isAccountCommand(const CLI::App& command) { return command.get_group() == kGroup; }
 
+std::string rejectEmpty(const std::string& value) {
+  return value.empty() ? "the value is empty" : "";
+}
+
 void addLocationArguments(CLI::App& command, LocationArguments& arguments,
                           const std::string& description) {
   command.add_option("LOCATION", arguments.location, description)->required()->type_name("");
   command
       .add_option("--id", arguments.startId,
                   "The id of the folder that the path begins at, instead of the root")
+      ->check(rejectEmpty)
       ->type_name("ID");
   addProxyOptions(command, arguments.proxy);
 }
 
 OpenLocation::OpenLocation(const LocationArguments& arguments, bool isQuiet)
     : location_(parseLocation(arguments.location)) {
-  const Account account = linkedAccount(location_.account);
   const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
+  // After all that waits for the user: another process may renew the tokens in the meantime.
+  const Account account = linkedAccount(location_.account);
   storage_ = openStorage(library_, location_.account, account, {arguments.startId, proxy, isQuiet});
 }
 

@@ -19,6 +19,10 @@ CLI::App& addAccountCommand(CLI::App& app, const std::string& name, const std::s
 /// Whether a command is one that `addAccountCommand` has added.
 bool isAccountCommand(const CLI::App& command);
 
+/// A check for an option whose value must not be empty, as that of a variable can be that is not
+/// set.
+std::string rejectEmpty(const std::string& value);
+
 /// The arguments of a command about a place in a linked account.
 struct LocationArguments {
   std::string location;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -17,16 +18,21 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "command_failure.h"
+#include "message.h"
 #include "open_file.h"
 #include "private_file.h"
+#include "services.h"
+#include "waiting.h"
 
 namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using std::chrono::milliseconds;
 using std::filesystem::path;
 
 [[noreturn]] void fail(const std::string& what, const path& file) {
@@ -49,17 +55,9 @@ path accountFolder() { return configurationFolder() / "vemlo"; }
 path accountFile() { return accountFolder() / "accounts.json"; }
 
 /// The members that the accounts of a service have; none for a service of a later version.
-std::vector<std::string> valuesOf(const std::string& service) {
-  static const std::vector<std::string> kTokens{"accessToken", "refreshToken"};
-  static const std::map<std::string, std::vector<std::string>> kValues{
-      {"google-drive", kTokens},
-      {"onedrive", kTokens},
-      {"dropbox", kTokens},
-      {"amazon-drive", kTokens},
-      {"s3", {"endpoint", "signingRegion", "accessKey", "secretKey"}},
-      {"azure", {"account", "cloud", "key"}}};
-  const auto found = kValues.find(service);
-  return found == kValues.end() ? std::vector<std::string>() : found->second;
+std::vector<std::string> membersOf(const std::string& service) {
+  const Service* known = findService(service);
+  return known == nullptr ? std::vector<std::string>() : known->members;
 }
 
 bool hasText(const Json& account, const std::string& member) {
@@ -72,17 +70,26 @@ std::string serviceOf(const std::string& name, const Json& account) {
 }
 
 bool isAccount(const std::string& name, const Json& account) {
+  // With such a name no location could be written.
+  if (name.empty() || name.find(':') != std::string::npos) return false;
   if (!account.is_object() || !hasText(account, "linked")) return false;
   if (account.contains("service") && !account["service"].is_string()) return false;
-  const std::vector<std::string> values = valuesOf(serviceOf(name, account));
-  return std::all_of(values.begin(), values.end(),
+  const std::vector<std::string> members = membersOf(serviceOf(name, account));
+  return std::all_of(members.begin(), members.end(),
                      [&account](const std::string& member) { return hasText(account, member); });
 }
 
 /// An object with one member per account, with the account's name.
 Json parse(const std::string& text, const std::string& file) {
-  Json accounts = Json::parse(text, nullptr, false);
-  bool isIntact = accounts.is_object();
+  // What handles the result calls itself for each level.
+  constexpr int kDeepest = 32;
+  bool isIntact = true;
+  const auto limitDepth = [&isIntact](int depth, Json::parse_event_t, const Json&) {
+    isIntact &= depth <= kDeepest;
+    return isIntact;
+  };
+  Json accounts = Json::parse(text, limitDepth, false);
+  isIntact &= accounts.is_object();
   if (isIntact) {
     for (const auto& [name, account] : accounts.items()) isIntact &= isAccount(name, account);
   }
@@ -96,7 +103,7 @@ Json parse(const std::string& text, const std::string& file) {
 
 Account accountFrom(const std::string& name, const Json& stored) {
   Account account{serviceOf(name, stored), stored["linked"], {}};
-  for (const std::string& member : valuesOf(account.service)) {
+  for (const std::string& member : membersOf(account.service)) {
     account.values[member] = stored[member];
   }
   return account;
@@ -119,13 +126,18 @@ bool writeAll(int descriptor, std::string_view text) {
   return ::fsync(descriptor) == 0;
 }
 
-/// Replaces the file atomically: a reader sees the old or the new file, also if writing fails.
+/// Replaces the file atomically: a reader sees the old or the new file, also if writing fails. The
+/// caller holds the lock.
 void writeFile(const Json& accounts) {
+  const std::string text = accounts.dump(2) + "\n";
   const path file = accountFile();
-  std::string temporary = file.string() + ".XXXXXX";
-  OpenFile open(::mkostemp(temporary.data(), O_CLOEXEC));  // readable by its owner only
+  // One name for all, so that what a killed process has left behind is removed here.
+  const path temporary = file.string() + ".new";
+  ::unlink(temporary.c_str());
+  OpenFile open(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!open.isOpen()) fail("cannot write", file);
-  if (!writeAll(open.descriptor(), accounts.dump(2) + "\n") || !open.close() ||
+  if (!writeAll(open.descriptor(), text) || !open.close() ||
       std::rename(temporary.c_str(), file.c_str()) != 0) {
     const int error = errno;
     ::unlink(temporary.c_str());
@@ -147,24 +159,32 @@ void makeAccountFolder() {
   if (error) fail("cannot make the folder", folder);
 }
 
-/// Waits although the user interrupts: whoever holds the lock soon releases it, and tokens that are
-/// not stored may be lost.
-bool waitForLock(int descriptor) {
-  int result = 0;
-  do {
-    result = ::flock(descriptor, LOCK_EX);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+/// Waits for a time, until the user interrupts the command or although the user does so.
+using Wait = void (*)(milliseconds time);
+
+/// Tries again and again, because a signal that arrives just before a blocking flock() would not
+/// end it.
+void takeLock(int descriptor, const path& lock, Wait wait) {
+  constexpr milliseconds kPause{50};
+  constexpr milliseconds kSilence{1000};
+  milliseconds waited{0};
+  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) fail("cannot lock", lock);
+    wait(kPause);
+    waited += kPause;
+    if (waited == kSilence) writeMessage("waiting for another vemlo, which changes the accounts");
+  }
 }
 
 /// Changes the file under a lock that excludes other processes. The lock is on a separate file
 /// because the file with the accounts is replaced.
-void changeAccounts(const std::function<void(Json& accounts)>& change) {
+void changeAccounts(Wait wait, const std::function<void(Json& accounts)>& change) {
   makeAccountFolder();
   const path lock = accountFolder() / "accounts.lock";
   const OpenFile open(
       ::open(lock.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!open.isOpen() || !waitForLock(open.descriptor())) fail("cannot lock", lock);
+  if (!open.isOpen()) fail("cannot lock", lock);
+  takeLock(open.descriptor(), lock, wait);
 
   const path file = accountFile();
   const std::optional<std::string> text = readPrivateFile(file);
@@ -205,7 +225,7 @@ Accounts parseAccounts(const std::string& text, const std::string& file) {
 
 bool storeAccount(const std::string& name, const Account& account) {
   bool existed = false;
-  changeAccounts([&](Json& accounts) {
+  changeAccounts(waitFor, [&](Json& accounts) {
     existed = accounts.contains(name);
     accounts[name] = Json::object();
     write(account, accounts[name]);
@@ -215,7 +235,9 @@ bool storeAccount(const std::string& name, const Account& account) {
 
 bool updateAccount(const std::string& name, const Account& before, const Account& after) {
   bool isCurrent = false;
-  changeAccounts([&](Json& accounts) {
+  // The user's interruption does not end the wait, because tokens that are not stored may be lost.
+  const Wait wait = [](milliseconds time) { std::this_thread::sleep_for(time); };
+  changeAccounts(wait, [&](Json& accounts) {
     isCurrent = accounts.contains(name) && accountFrom(name, accounts[name]) == before;
     if (isCurrent) write(after, accounts[name]);
   });
@@ -224,7 +246,7 @@ bool updateAccount(const std::string& name, const Account& before, const Account
 
 bool removeAccount(const std::string& name) {
   bool existed = false;
-  changeAccounts([&](Json& accounts) { existed = accounts.erase(name) > 0; });
+  changeAccounts(waitFor, [&](Json& accounts) { existed = accounts.erase(name) > 0; });
   return existed;
 }
 

@@ -33,13 +33,14 @@ Accounts parseAccounts(const std::string& text, const std::string& file);
 
 /// Stores an account in place of the previous one of this name. The rest of the file is preserved,
 /// including concurrent changes by other processes. Throws CommandFailure as `readAccounts` does,
-/// and if the file cannot be written; it is then unchanged.
+/// and if the file cannot be written or the user interrupts a wait for another process; it is then
+/// unchanged.
 ///
 /// @return Whether there was an account of this name before.
 bool storeAccount(const std::string& name, const Account& account);
 
 /// Changes the values of an account from those of `before` to those of `after`, with the guarantees
-/// and failures of `storeAccount`.
+/// and failures of `storeAccount`, except that an interruption does not end it.
 ///
 /// @return False if the stored account is not `before`; nothing is changed then.
 bool updateAccount(const std::string& name, const Account& before, const Account& after);

@@ -6,6 +6,7 @@
 
 #include "account_command.h"
 #include "account_file.h"
+#include "account_members.h"
 #include "advice.h"
 #include "command_failure.h"
 #include "linked_account.h"
@@ -30,8 +31,9 @@ Cell valueOf(const Account& account, const std::string& member) {
 void listAccounts(const Arguments& arguments) {
   Listing listing{{"name", "service", "linked", "endpoint", "account"}, {}};
   for (const auto& [name, account] : readAccounts()) {
-    listing.rows.push_back({name, account.service, account.linked, valueOf(account, "endpoint"),
-                            valueOf(account, "account")});
+    listing.rows.push_back({name, account.service, account.linked,
+                            valueOf(account, member::kEndpoint),
+                            valueOf(account, member::kAccount)});
   }
   writeListing(arguments.json ? listing : withoutEmptyColumns(listing), arguments.json,
                "no accounts");

@@ -1,5 +1,6 @@
 #include "azure_account.h"
 
+#include "account_members.h"
 #include "command_failure.h"
 #include "encryption.h"
 #include "secrets.h"
@@ -72,13 +73,15 @@ vemlo::AzureAccount resolve(const AzureOptions& options, bool mayAsk) {
 
 Account toStored(const vemlo::AzureAccount& account) {
   Account stored = newAccount("azure");
-  stored.values = {
-      {"account", account.name}, {"cloud", account.region}, {"key", encrypted(account.key)}};
+  stored.values = {{member::kAccount, account.name},
+                   {member::kCloud, account.region},
+                   {member::kKey, encrypted(account.key)}};
   return stored;
 }
 
 vemlo::AzureAccount azureAccountFrom(const Account& stored, const std::string& name) {
-  return {stored.values.at("cloud"), stored.values.at("account"), decrypted(stored, "key", name)};
+  return {stored.values.at(member::kCloud), stored.values.at(member::kAccount),
+          decrypted(stored, member::kKey, name)};
 }
 
 std::unique_ptr<const ObjectStore> openAzure(const vemlo::AzureAccount& account,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <libvemlo.hpp>
 #include <optional>
 #include <string>
@@ -30,14 +31,19 @@ struct Calls {
     return function(std::as_const(call));
   }
 
-  /// Likewise, but throws a failure as CommandFailure. `action` is what is attempted.
+  /// Likewise, but throws a failure as CommandFailure. `action` is what is attempted. If the
+  /// service asks to link the account again, and `takeNewerTokens` returns true, calls `function`
+  /// once more.
   template <typename Function>
-  auto make(const std::string& action, Function function) const {
+  auto make(const std::string& action, Function function,
+            const std::function<bool()>& takeNewerTokens = nullptr) const {
     try {
       return attempt(function);
     } catch (const vemlo::Failure& failure) {
-      throw explain(action, failure, caller);
+      const bool isOver = failure.kind() == vemlo::Kind::LinkAgain && takeNewerTokens != nullptr;
+      if (!isOver || !takeNewerTokens()) throw explain(action, failure, caller);
     }
+    return make(action, function);
   }
 };
 

@@ -1,6 +1,7 @@
 #include "drive_storage.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "command_failure.h"
@@ -54,10 +55,19 @@ DriveStorage::DriveStorage(OpenLibrary& library, const Calls& calls, const Accou
   drive_.setTokens(tokens_.tokens());
 }
 
-Folder DriveStorage::start() const {
+template <typename Function>
+auto DriveStorage::request(const std::string& action, Function function) {
+  return calls_.make(action, function, [this] {
+    if (!tokens_.takeNewer()) return false;
+    drive_.setTokens(tokens_.tokens());
+    return true;
+  });
+}
+
+Folder DriveStorage::start() {
   if (!startId_.empty()) return {"", startId_, ""};
-  const vemlo::Folder root = calls_.make(
-      "find the root folder", [this](const vemlo::Call& call) { return drive_.root(call); });
+  const vemlo::Folder root = request("find the root folder",
+                                     [this](const vemlo::Call& call) { return drive_.root(call); });
   return {"", root.id, ""};
 }
 
@@ -77,8 +87,8 @@ Folder DriveStorage::child(const Folder& parent, const std::string& name) {
 
 Folders DriveStorage::foldersIn(const Folder& parent) {
   const vemlo::Folders listed =
-      calls_.make("list the folders in " + describe(parent.path),
-                  [&](const vemlo::Call& call) { return drive_.folders(parent.id, call); });
+      request("list the folders in " + describe(parent.path),
+              [&](const vemlo::Call& call) { return drive_.folders(parent.id, call); });
   Folders found;
   found.isCutShort = listed.isCutShort();
   for (const vemlo::FolderEntry entry : listed) {
@@ -126,31 +136,30 @@ Folder DriveStorage::makeAll(const std::string& path, const std::string& region)
 }
 
 Folder DriveStorage::makeIn(const Folder& parent, const std::string& name) {
-  try {
-    return tryToMakeIn(parent, name);
-  } catch (const vemlo::Failure& failure) {
-    throw explain(actionOfMaking(parent, name), failure, calls_.caller);
-  }
+  const vemlo::Folder made = request(actionOfMaking(parent, name), [&](const vemlo::Call& call) {
+    return drive_.createFolder(parent.id, name, call);
+  });
+  return {made.name, made.id, joined(parent.path, made.name)};
 }
 
 /// Makes a folder that was not there, or finds the one that another process has made meanwhile.
 Folder DriveStorage::makeUnlessThere(const Folder& parent, const std::string& name) {
-  try {
-    return tryToMakeIn(parent, name);
-  } catch (const vemlo::Failure& failure) {
-    if (failure.kind() == vemlo::Kind::ExistsAlready) {
-      for (const Folder& folder : foldersIn(parent).folders) {
-        if (isSameName(folder.name, name)) return folder;
-      }
+  const std::string action = actionOfMaking(parent, name);
+  std::optional<vemlo::Failure> refusal;
+  const vemlo::Folder made = request(action, [&](const vemlo::Call& call) -> vemlo::Folder {
+    try {
+      return drive_.createFolder(parent.id, name, call);
+    } catch (const vemlo::Failure& failure) {
+      if (failure.kind() != vemlo::Kind::ExistsAlready) throw;
+      refusal = failure;
+      return {};
     }
-    throw explain(actionOfMaking(parent, name), failure, calls_.caller);
+  });
+  if (!refusal) return {made.name, made.id, joined(parent.path, made.name)};
+  for (const Folder& folder : foldersIn(parent).folders) {
+    if (isSameName(folder.name, name)) return folder;
   }
-}
-
-Folder DriveStorage::tryToMakeIn(const Folder& parent, const std::string& name) {
-  const vemlo::Folder made = calls_.attempt(
-      [&](const vemlo::Call& call) { return drive_.createFolder(parent.id, name, call); });
-  return {made.name, made.id, joined(parent.path, made.name)};
+  throw explain(action, *refusal, calls_.caller);
 }
 
 std::string DriveStorage::actionOfMaking(const Folder& parent, const std::string& name) const {

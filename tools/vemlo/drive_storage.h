@@ -26,11 +26,15 @@ class DriveStorage : public Storage {
   std::string wordForFoldersIn(const Folder& parent) const override;
 
  private:
-  Folder start() const;
+  /// Makes a call, and once more if the service no longer accepts the tokens and another process
+  /// has stored newer ones.
+  template <typename Function>
+  auto request(const std::string& action, Function function);
+
+  Folder start();
   Folder child(const Folder& parent, const std::string& name);
   Folder makeIn(const Folder& parent, const std::string& name);
   Folder makeUnlessThere(const Folder& parent, const std::string& name);
-  Folder tryToMakeIn(const Folder& parent, const std::string& name);
   std::string actionOfMaking(const Folder& parent, const std::string& name) const;
   bool isSameName(const std::string& left, const std::string& right) const;
 

@@ -1,47 +1,61 @@
 #include "interrupt.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+
+#include "terminal.h"
 
 namespace tool {
 namespace {
 
-volatile std::sig_atomic_t isInterrupted = 0;
-
 /// Never released, because the handler may run at any time.
 vemlo::Cancellation* cancellation = nullptr;
 
-void handle(int /*signal*/) {
-  isInterrupted = 1;
+/// Restores the terminal, and ends the process as the signal does that nobody handles.
+[[noreturn]] void endBySignal(int signal) {
+  restoreTerminal();
+  std::signal(signal, SIG_DFL);
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, signal);
+  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  std::raise(signal);
+  std::abort();  // not reached
+}
+
+void interrupt(int signal) {
+  if (wasInterrupted()) endBySignal(signal);
+  const int error = errno;
+  noteInterruption();
   cancellation->trigger();
+  errno = error;
+}
+
+void end(int signal) { endBySignal(signal); }
+
+void handle(int signal, void (*handler)(int)) {
+  struct sigaction action {};
+  sigaction(signal, nullptr, &action);
+  if (action.sa_handler == SIG_IGN) return;
+  action = {};
+  action.sa_handler = handler;
+  // A process in the background would otherwise be stopped where it restores the terminal.
+  sigaddset(&action.sa_mask, SIGTTOU);
+  sigaction(signal, &action, nullptr);
 }
 
 }  // namespace
 
-void handleInterrupts() {
+void handleSignals() {
   cancellation = new vemlo::Cancellation;
-  struct sigaction action {};
-  sigaction(SIGINT, nullptr, &action);
-  if (action.sa_handler == SIG_IGN) return;
-  action = {};
-  action.sa_handler = handle;
-  // Not SA_RESTART: an interrupted command does not wait for input.
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
+  prepareInterruption();
+  handle(SIGINT, interrupt);
+  for (const int signal : {SIGTERM, SIGHUP, SIGQUIT}) handle(signal, end);
 }
-
-bool wasInterrupted() { return isInterrupted != 0; }
 
 const vemlo::Cancellation& interruption() { return *cancellation; }
 
-void endByInterrupt() {
-  std::signal(SIGINT, SIG_DFL);
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-  std::raise(SIGINT);
-  std::abort();  // not reached
-}
+void endByInterrupt() { endBySignal(SIGINT); }
 
 }  // namespace tool

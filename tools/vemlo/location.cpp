@@ -28,12 +28,14 @@ void requireAccountName(const std::string& name) {
   constexpr const char* kLetters =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
   constexpr std::size_t kLongest = 64;
-  const bool isName = !name.empty() && name.size() <= kLongest && name.front() != '-' &&
+  // A dot alone could be taken for a folder.
+  const bool isName = name.find_first_not_of("-_.") != std::string::npos &&
+                      name.size() <= kLongest && name.front() != '-' &&
                       name.find_first_not_of(kLetters) == std::string::npos;
   if (isName) return;
   throw CommandFailure(ExitCode::BadUsage,
-                       "an account's name has up to 64 letters, digits, '-', '_' and '.', and "
-                       "does not begin with '-'");
+                       "an account's name has up to 64 letters, digits, '-', '_' and '.', at "
+                       "least one letter or digit, and does not begin with '-'");
 }
 
 }  // namespace tool

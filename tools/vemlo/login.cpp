@@ -1,18 +1,23 @@
 #include "login.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "account_command.h"
 #include "account_file.h"
+#include "account_members.h"
 #include "authorization_response.h"
 #include "azure_account.h"
 #include "browser.h"
 #include "calls.h"
 #include "command_failure.h"
+#include "input_line.h"
 #include "location.h"
 #include "open_library.h"
 #include "output.h"
@@ -21,6 +26,7 @@
 #include "secrets.h"
 #include "services.h"
 #include "stored_tokens.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -31,8 +37,10 @@ constexpr const char* kFooter =
     "browser was sent to in the end, or the code alone.\n"
     "\n"
     "For S3 and Azure, takes the keys from the options, and what is not given from the environment "
-    "as `vemlo s3` and `vemlo azure` do; asks for a secret that is missing at a terminal. Lists "
-    "the buckets or containers to check the keys.\n"
+    "as `vemlo s3` and `vemlo azure` do. Without an endpoint, or without the name of a storage "
+    "account, an account of the same service that is replaced lends what is not given, but not its "
+    "secret. Asks for a secret that is missing at a terminal. Lists the buckets or containers to "
+    "check the keys.\n"
     "\n"
     "An account of the same name that was linked before is replaced once that has worked. If a "
     "service does not accept a code, the error line in the log shows it, and on Google "
@@ -76,10 +84,36 @@ void completeFromEnvironment(std::string& value, const char* variable) {
   if (value.empty()) value = environment(variable);
 }
 
-std::string readPastedLine() {
-  std::string line;
-  std::getline(std::cin, line);
-  return line;
+/// The account that is replaced, if it is of the same service.
+std::optional<Account> accountBefore(const Caller& caller) {
+  const Accounts accounts = readAccounts();
+  const auto found = accounts.find(caller.account);
+  if (found == accounts.end() || found->second.service != caller.service.name) return std::nullopt;
+  return found->second;
+}
+
+/// Takes each value that is not given, with its name in the file, from the account that is
+/// replaced. The first one says which store or account it is: if it is given, nothing is taken.
+void completeFromAccount(const Caller& caller,
+                         const std::vector<std::pair<std::string*, const char*>>& values) {
+  const auto& [first, name] = values.front();
+  const std::optional<Account> before = accountBefore(caller);
+  if (!before || !first->empty()) return;
+  for (const auto& [value, member] : values) {
+    if (value->empty()) *value = before->values.at(member);
+  }
+  if (first->empty()) return;
+  writeMessage(std::string("the ") + name + " '" + *first +
+               "' of the account linked before is kept");
+}
+
+/// Throws CommandFailure if a value of the user cannot be stored.
+void requireText(const Account& account) {
+  for (const auto& [member, value] : account.values) {
+    if (isUtf8(value)) continue;
+    throw CommandFailure(ExitCode::BadUsage,
+                         "what is given for '" + member + "' is no text in UTF-8");
+  }
 }
 
 Account linkDrive(const Calls& calls, const Arguments& arguments) {
@@ -92,7 +126,7 @@ Account linkDrive(const Calls& calls, const Arguments& arguments) {
   writeMessage(
       "then paste the address of the page that the browser ends at, or the code which that page "
       "shows:");
-  const std::string code = authorizationCode(readPastedLine());
+  const std::string code = authorizationCode(readLine(STDIN_FILENO, "standard input"));
   const vemlo::Tokens tokens = calls.make(
       "link the account", [&](const vemlo::Call& call) { return drive.link(code, call); });
   return accountWith(tokens, service.name);
@@ -101,13 +135,13 @@ Account linkDrive(const Calls& calls, const Arguments& arguments) {
 /// Checks the keys of an object store.
 void check(const ObjectStore& store, const Calls& calls) {
   const std::string action = "link the account";
+  const Service& service = calls.caller.service;
   try {
     calls.attempt([&](const vemlo::Call& call) { return store.buckets(call); });
   } catch (const vemlo::Failure& failure) {
-    if (failure.kind() != vemlo::Kind::Denied) throw explain(action, failure, calls.caller);
+    if (failure.kind() != vemlo::Kind::Denied) throw explain(action, failure, {service, ""});
     throw CommandFailure(ExitCode::ServiceFailed,
-                         "cannot " + action + ": it may not list its " +
-                             calls.caller.service.bucketWord +
+                         "cannot " + action + ": it may not list its " + service.bucketWord +
                              "s, or the keys are wrong; if they are right, link it with "
                              "--no-check");
   }
@@ -118,20 +152,29 @@ Account linkS3(const Calls& calls, const Arguments& arguments) {
   completeFromEnvironment(options.endpoint, "VEMLO_S3_ENDPOINT");
   completeFromEnvironment(options.signingRegion, "VEMLO_S3_REGION");
   completeFromEnvironment(options.accessKey, "VEMLO_S3_ACCESS_KEY");
+  completeFromAccount(calls.caller, {{&options.endpoint, member::kEndpoint},
+                                     {&options.signingRegion, member::kSigningRegion},
+                                     {&options.accessKey, member::kAccessKey}});
   const vemlo::S3Account account = resolve(options, true);
+  const Account stored = toStored(account);
+  requireText(stored);
   const auto store = openS3(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
-  return toStored(account);
+  return stored;
 }
 
 Account linkAzure(const Calls& calls, const Arguments& arguments) {
   AzureOptions options = arguments.azure;
   completeFromEnvironment(options.account, "VEMLO_AZURE_ACCOUNT");
   completeFromEnvironment(options.cloud, "VEMLO_AZURE_REGION");
+  completeFromAccount(calls.caller,
+                      {{&options.account, member::kAccount}, {&options.cloud, member::kCloud}});
   const vemlo::AzureAccount account = resolve(options, true);
+  const Account stored = toStored(account);
+  requireText(stored);
   const auto store = openAzure(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
-  return toStored(account);
+  return stored;
 }
 
 void login(const Arguments& arguments) {
@@ -186,6 +229,7 @@ void addLoginCommand(CLI::App& app) {
   command
       .add_option("--as", arguments->name,
                   "The name to give to the account; without it that of the service")
+      ->check(rejectEmpty)
       ->type_name("NAME");
   arguments->ofService.emplace_back(
       "drives", command.add_flag("--no-browser", arguments->noBrowser,

@@ -51,7 +51,7 @@ void prepareProcess() {
   std::signal(SIGPIPE, SIG_IGN);
   // Tables are UTF-8 in every locale; `displayWidth` depends on this setting.
   std::setlocale(LC_CTYPE, "C.UTF-8");
-  handleInterrupts();
+  handleSignals();
 }
 
 void run(int argc, const char* const* argv) {

@@ -133,8 +133,4 @@ void writeResult(std::string_view text) {
                        "cannot write the output: " + std::generic_category().message(errno));
 }
 
-void writeMessage(std::string_view message) {
-  std::fprintf(stderr, "vemlo: %s\n", printable(message).c_str());
-}
-
 }  // namespace tool

@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include "message.h"
+
 namespace tool {
 
 /// A value of a listing. The empty alternative stands for a missing value.
@@ -41,8 +43,5 @@ void writeFields(const Listing& listing);
 /// Writes to standard output and flushes it. Throws CommandFailure if it cannot be written. Ends
 /// the process by SIGPIPE if it is a pipe that nobody reads any more.
 void writeResult(std::string_view text);
-
-/// Writes one line to standard error, after the program's name.
-void writeMessage(std::string_view message);
 
 }  // namespace tool

@@ -73,9 +73,11 @@ class ProgressDisplay::Spinner {
       std::string frame = frameAfter(Clock::now() - start);
       frame.resize(std::max(frame.size(), width), ' ');
       width = frame.size();
+      setColumnsToErase(width);
       draw(frame);
     }
     if (width > 0) draw(std::string(width, ' '));
+    setColumnsToErase(0);
   }
 
   std::mutex mutex_;

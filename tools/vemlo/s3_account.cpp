@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "account_members.h"
 #include "command_failure.h"
 #include "encryption.h"
 #include "s3_flavours.h"
@@ -94,6 +95,12 @@ void requireEndpoint(const std::string& endpoint) {
 }  // namespace
 
 vemlo::S3Account resolve(const S3Options& options, bool mayAsk) {
+  // The message does not repeat it, and it is not stored, because it may contain a password.
+  if (options.endpoint.find('@') != std::string::npos) {
+    throw CommandFailure(ExitCode::BadUsage,
+                         "the endpoint must not contain a user or password; the keys go into "
+                         "--access-key and --secret-key-file");
+  }
   requireEndpoint(options.endpoint);
   if (options.accessKey.empty()) {
     throw CommandFailure(ExitCode::BadUsage,
@@ -112,16 +119,16 @@ vemlo::S3Account resolve(const S3Options& options, bool mayAsk) {
 
 Account toStored(const vemlo::S3Account& account) {
   Account stored = newAccount("s3");
-  stored.values = {{"endpoint", account.endpoint},
-                   {"signingRegion", account.region},
-                   {"accessKey", account.accessKey},
-                   {"secretKey", encrypted(account.secretKey)}};
+  stored.values = {{member::kEndpoint, account.endpoint},
+                   {member::kSigningRegion, account.region},
+                   {member::kAccessKey, account.accessKey},
+                   {member::kSecretKey, encrypted(account.secretKey)}};
   return stored;
 }
 
 vemlo::S3Account s3AccountFrom(const Account& stored, const std::string& name) {
-  return {stored.values.at("endpoint"), stored.values.at("signingRegion"),
-          stored.values.at("accessKey"), decrypted(stored, "secretKey", name)};
+  return {stored.values.at(member::kEndpoint), stored.values.at(member::kSigningRegion),
+          stored.values.at(member::kAccessKey), decrypted(stored, member::kSecretKey, name)};
 }
 
 std::unique_ptr<const ObjectStore> openS3(const vemlo::S3Account& account,

@@ -1,22 +1,22 @@
 #include "secrets.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
 #include <system_error>
 
 #include "command_failure.h"
+#include "input_line.h"
+#include "open_file.h"
 #include "terminal.h"
 
 namespace tool {
 namespace {
 
-std::string readLine(std::istream& stream, const std::string& source) {
-  std::string line;
-  std::getline(stream, line);
+std::string readSecretLine(int descriptor, const std::string& source) {
+  std::string line = readLine(descriptor, source);
   if (!line.empty() && line.back() == '\r') line.pop_back();
   // A NUL would silently truncate the secret. It indicates a file in another encoding.
   if (line.empty() || line.find('\0') != std::string::npos) {
@@ -26,13 +26,14 @@ std::string readLine(std::istream& stream, const std::string& source) {
 }
 
 std::string readFile(const std::string& file) {
-  if (file == "-") return readLine(std::cin, "standard input");
-  std::ifstream stream(file);
-  if (!stream) {
+  if (file == "-") return readSecretLine(STDIN_FILENO, "standard input");
+  // Not blocking: a pipe is waited for when it is read, and that wait can be interrupted.
+  const OpenFile open(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!open.isOpen()) {
     throw CommandFailure(ExitCode::LocalFailure, "cannot read the secret file '" + file + "': " +
                                                      std::generic_category().message(errno));
   }
-  return readLine(stream, "'" + file + "'");
+  return readSecretLine(open.descriptor(), "'" + file + "'");
 }
 
 }  // namespace
@@ -54,7 +55,7 @@ std::string readOrAskForSecret(const std::string& file, const std::string& varia
   std::string secret = readSecret(file, variable);
   if (!secret.empty() || isatty(STDIN_FILENO) == 0) return secret;
   const HiddenInput hidden(prompt);
-  return readLine(std::cin, "standard input");
+  return readSecretLine(STDIN_FILENO, "standard input");
 }
 
 }  // namespace tool

@@ -1,18 +1,26 @@
 #include "services.h"
 
+#include <algorithm>
+
+#include "account_members.h"
 #include "command_failure.h"
 #include "suggestion.h"
 
 namespace tool {
 
 const std::vector<Service>& services() {
+  using Id = vemlo::Service;
+  static const std::vector<std::string> kTokens{member::kAccessToken, member::kRefreshToken};
+  static const std::vector<std::string> kOfS3{member::kEndpoint, member::kSigningRegion,
+                                              member::kAccessKey, member::kSecretKey};
+  static const std::vector<std::string> kOfAzure{member::kAccount, member::kCloud, member::kKey};
   static const std::vector<Service> kServices{
-      {vemlo::Service::GoogleDrive, "google-drive", "Google Drive", "", false},
-      {vemlo::Service::OneDrive, "onedrive", "OneDrive", "", true},
-      {vemlo::Service::Dropbox, "dropbox", "Dropbox", "", true},
-      {vemlo::Service::AmazonDrive, "amazon-drive", "Amazon Drive", "", false},
-      {vemlo::Service::S3, "s3", "S3", "bucket", false},
-      {vemlo::Service::AzureBlobs, "azure", "Azure", "container", false}};
+      {Id::GoogleDrive, "google-drive", "Google Drive", "", false, kTokens},
+      {Id::OneDrive, "onedrive", "OneDrive", "", true, kTokens},
+      {Id::Dropbox, "dropbox", "Dropbox", "", true, kTokens},
+      {Id::AmazonDrive, "amazon-drive", "Amazon Drive", "", false, kTokens},
+      {Id::S3, "s3", "S3", "bucket", false, kOfS3},
+      {Id::AzureBlobs, "azure", "Azure", "container", false, kOfAzure}};
   return kServices;
 }
 

@@ -15,7 +15,9 @@ struct Service {
   /// The term of an object store for a bucket; empty for a drive.
   std::string bucketWord;
   /// Whether names of folders that differ in case only are the same.
-  bool ignoresCase = false;
+  bool ignoresCase;
+  /// The texts that the account file has for an account.
+  std::vector<std::string> members;
 
   bool isDrive() const { return bucketWord.empty(); }
 };

@@ -3,18 +3,21 @@
 #include <exception>
 #include <utility>
 
+#include "account_members.h"
 #include "encryption.h"
 #include "output.h"
 
 namespace tool {
 namespace {
 
-constexpr const char* kAccess = "accessToken";
-constexpr const char* kRefresh = "refreshToken";
-
 void write(const vemlo::Tokens& tokens, Account& account) {
-  account.values[kAccess] = encrypted(tokens.access);
-  account.values[kRefresh] = encrypted(tokens.refresh);
+  account.values[member::kAccessToken] = encrypted(tokens.access);
+  account.values[member::kRefreshToken] = encrypted(tokens.refresh);
+}
+
+vemlo::Tokens tokensOf(const Account& account, const std::string& name) {
+  return {decrypted(account, member::kAccessToken, name),
+          decrypted(account, member::kRefreshToken, name)};
 }
 
 }  // namespace
@@ -26,10 +29,20 @@ Account accountWith(const vemlo::Tokens& tokens, const std::string& service) {
 }
 
 StoredTokens::StoredTokens(OpenLibrary& library, std::string name, Account account)
-    : name_(std::move(name)),
-      account_(std::move(account)),
-      tokens_{decrypted(account_, kAccess, name_), decrypted(account_, kRefresh, name_)} {
+    : name_(std::move(name)), account_(std::move(account)), tokens_(tokensOf(account_, name_)) {
   library.onRenewedTokens([this](const vemlo::RenewedTokens& renewed) { store(renewed); });
+}
+
+bool StoredTokens::takeNewer() {
+  const Accounts accounts = readAccounts();
+  const auto found = accounts.find(name_);
+  if (found == accounts.end() || found->second == account_ ||
+      found->second.service != account_.service) {
+    return false;
+  }
+  tokens_ = tokensOf(found->second, name_);
+  account_ = found->second;
+  return true;
 }
 
 void StoredTokens::store(const vemlo::RenewedTokens& renewed) {

@@ -24,6 +24,12 @@ class StoredTokens {
 
   const vemlo::Tokens& tokens() const { return tokens_; }
 
+  /// Takes over the stored tokens if they are no longer those that this process has read or written
+  /// last. Throws CommandFailure if they cannot be read.
+  ///
+  /// @return Whether they are others.
+  bool takeNewer();
+
  private:
   void store(const vemlo::RenewedTokens& renewed);
 

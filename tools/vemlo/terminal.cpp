@@ -2,10 +2,14 @@
 
 #include <langinfo.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -16,6 +20,18 @@ namespace {
 std::string_view environment(const char* variable) {
   const char* value = std::getenv(variable);
   return value == nullptr ? "" : value;
+}
+
+/// The settings of standard input while what is typed is shown.
+termios shownInput{};
+volatile std::sig_atomic_t isInputHidden = 0;
+
+std::atomic<std::size_t> columnsToErase{0};
+static_assert(std::atomic<std::size_t>::is_always_lock_free, "signal handlers use it");
+
+void writeToTerminal(std::string_view text) {
+  // What cannot be erased stays.
+  [[maybe_unused]] const ssize_t size = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
 }  // namespace
@@ -44,9 +60,26 @@ bool showsUtf8() {
   return isUtf8;
 }
 
+void setColumnsToErase(std::size_t number) { columnsToErase = number; }
+
+void restoreTerminal() {
+  if (isInputHidden != 0) tcsetattr(STDIN_FILENO, TCSANOW, &shownInput);
+  constexpr std::string_view kSpaces = "                                ";
+  std::size_t columns = columnsToErase;
+  if (columns == 0) return;
+  writeToTerminal("\r");
+  while (columns > 0) {
+    const std::size_t part = std::min(columns, kSpaces.size());
+    writeToTerminal(kSpaces.substr(0, part));
+    columns -= part;
+  }
+  writeToTerminal("\r");
+}
+
 HiddenInput::HiddenInput(const std::string& prompt) {
-  tcgetattr(STDIN_FILENO, &shown_);
-  termios hidden = shown_;
+  tcgetattr(STDIN_FILENO, &shownInput);
+  isInputHidden = 1;
+  termios hidden = shownInput;
   hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
   // What was typed before is discarded: it was shown, so it was not meant to be the secret.
   tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
@@ -54,7 +87,8 @@ HiddenInput::HiddenInput(const std::string& prompt) {
 }
 
 HiddenInput::~HiddenInput() {
-  tcsetattr(STDIN_FILENO, TCSANOW, &shown_);
+  tcsetattr(STDIN_FILENO, TCSANOW, &shownInput);
+  isInputHidden = 0;
   // The line break that the user has typed is not shown.
   std::fputs("\n", stderr);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <termios.h>
-
 #include <cstddef>
 #include <string>
 
@@ -21,6 +19,13 @@ std::size_t columns();
 /// Whether the terminal shows UTF-8, as far as the locale of the environment tells.
 bool showsUtf8();
 
+/// Notes how many columns of the last line on standard error are to be erased; 0: none.
+void setColumnsToErase(std::size_t number);
+
+/// Shows again what is typed, and erases the line that is to be erased. For signal handlers that
+/// end the process.
+void restoreTerminal();
+
 /// During its lifetime, standard input, a terminal, does not show what is typed.
 class HiddenInput {
  public:
@@ -29,9 +34,6 @@ class HiddenInput {
   ~HiddenInput();
   HiddenInput(const HiddenInput&) = delete;
   HiddenInput& operator=(const HiddenInput&) = delete;
-
- private:
-  termios shown_{};
 };
 
 }  // namespace tool

@@ -115,6 +115,13 @@ std::string printable(std::string_view text) {
   return out;
 }
 
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    if (!takeCharacter(text).isValid) return false;
+  }
+  return true;
+}
+
 std::string jsonString(std::string_view text) {
   std::string out = "\"";
   while (!text.empty()) out += takeJson(text);

@@ -12,6 +12,8 @@ namespace tool {
 /// like the escape of another.
 std::string printable(std::string_view text);
 
+bool isUtf8(std::string_view text);
+
 /// `text` as a JSON string, including the quotes. Safe on a terminal. Bytes that are not valid
 /// UTF-8 are replaced by U+FFFD, because JSON cannot represent them.
 std::string jsonString(std::string_view text);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "account_command.h"
+#include "account_members.h"
 #include "calls.h"
 #include "linked_account.h"
 #include "open_library.h"
@@ -50,12 +51,14 @@ Cell sizeCell(const std::optional<std::uint64_t>& bytes, bool asJson) {
 }
 
 Listing describeDrive(OpenLibrary& library, const Calls& calls, const Account& account,
-                      const Arguments& arguments) {
-  const StoredTokens tokens(library, arguments.name, account);
-  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
-  const vemlo::Account owner = calls.make("ask whose account it is", [&](const vemlo::Call& call) {
-    return vemlo::accountOf(calls.caller.service.id, tokens.tokens(), proxy, call);
-  });
+                      const Arguments& arguments, const vemlo::Proxy& proxy) {
+  StoredTokens tokens(library, arguments.name, account);
+  const vemlo::Account owner = calls.make(
+      "ask whose account it is",
+      [&](const vemlo::Call& call) {
+        return vemlo::accountOf(calls.caller.service.id, tokens.tokens(), proxy, call);
+      },
+      [&tokens] { return tokens.takeNewer(); });
   return {
       {"service", "name", "email", "used", "total"},
       {{calls.caller.service.name, textCell(owner.name), textCell(owner.email),
@@ -69,8 +72,9 @@ Cell countOf(const vemlo::Names& buckets, bool asJson) {
   return asJson ? Cell() : Cell("more than " + std::to_string(count));
 }
 
-Listing describeStore(const Calls& calls, const Account& account, const Arguments& arguments) {
-  const auto store = openStore(arguments.name, account, resolveProxy(arguments.proxy));
+Listing describeStore(const Calls& calls, const Account& account, const Arguments& arguments,
+                      const vemlo::Proxy& proxy) {
+  const auto store = openStore(arguments.name, account, proxy);
   const std::string buckets = calls.caller.service.bucketWord + "s";
   std::string keys = "accepted";
   Cell count;
@@ -85,19 +89,22 @@ Listing describeStore(const Calls& calls, const Account& account, const Argument
     writeMessage("the account may not list its " + buckets + ", or its keys are wrong");
   }
   const bool isS3 = calls.caller.service.id == vemlo::Service::S3;
-  const char* member = isS3 ? "endpoint" : "account";
+  const char* member = isS3 ? member::kEndpoint : member::kAccount;
   const std::string& given = account.values.at(member);
   const std::string address = given.empty() ? "https://s3.amazonaws.com" : given;
   return {{"service", member, "keys", buckets}, {{account.service, address, keys, count}}};
 }
 
 void whoAmI(const Arguments& arguments) {
+  const vemlo::Proxy proxy = resolveProxy(arguments.proxy);
+  OpenLibrary library;
+  // After all that waits for the user: another process may renew the tokens in the meantime.
   const Account account = linkedAccount(arguments.name);
   const Service& service = serviceNamed(account.service);
-  OpenLibrary library;
   const Calls calls{{service, arguments.name}, arguments.json};
-  const Listing listing = service.isDrive() ? describeDrive(library, calls, account, arguments)
-                                            : describeStore(calls, account, arguments);
+  const Listing listing = service.isDrive()
+                              ? describeDrive(library, calls, account, arguments, proxy)
+                              : describeStore(calls, account, arguments, proxy);
   if (arguments.json) {
     writeListing(listing, true);
   } else {
