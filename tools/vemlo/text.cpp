@@ -115,6 +115,14 @@ std::string printable(std::string_view text) {
   return out;
 }
 
+bool isPrintable(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = takeCharacter(text);
+    if (!character.isValid || isUnsafe(character.code)) return false;
+  }
+  return true;
+}
+
 std::string jsonString(std::string_view text) {
   std::string out = "\"";
   while (!text.empty()) out += takeJson(text);
