@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace tool {
+
+/// Shows a line on standard error, in place of the one shown before, until other output erases it.
+/// May be called by any thread. An empty line only erases.
+void showErasableLine(const std::string& line);
+
+/// Erases that line and keeps it from being shown again. For output that may go to the same
+/// terminal.
+class ErasedLine {
+ public:
+  ErasedLine();
+  ~ErasedLine();
+  ErasedLine(const ErasedLine&) = delete;
+  ErasedLine& operator=(const ErasedLine&) = delete;
+};
+
+}  // namespace tool
