@@ -10,7 +10,7 @@ import tempfile
 import threading
 import unittest
 
-from support.fake_s3 import FakeS3Server, folders
+from support.fake_s3 import FakeS3Server, error, folders
 from support.terminal import Terminal, lines_shown
 from support.tool import AZURE_KEYS, DONE, SERVICE_FAILED, ToolTest, run
 
@@ -98,6 +98,7 @@ class LsTerminal(Terminal):
 
 class Progress(ToolTest):
     SPINNER = r"[|/\\-] \d+ s\r"
+    SPINNER_WITH_REQUESTS = r"[|/\\-] \d+ s, \d+ requests?"
 
     def run_with_spinner(self, body, status=200):
         """Runs `ls` on a terminal with a server that responds when the spinner is visible."""
@@ -140,6 +141,53 @@ class Progress(ToolTest):
             output, sent = LsTerminal(server).read_to_end(watch)
         self.assertTrue(is_shown.is_set(), sent)
         self.assertEqual((output, lines_shown(sent)), ("NAME\n1/\n2/\n3/\n", [""]))
+
+    def test_the_spinner_counts_all_calls_of_a_command(self):
+        """The last of three calls waits until the display shows what the first two have brought."""
+        contents = {"": ["a/"], "a/": ["a/b/"], "a/b/": []}
+        is_shown = threading.Event()
+
+        def respond(_, prefix):
+            if prefix == "a/b/":
+                is_shown.wait(30)
+            return 200, folders(*contents[prefix])
+
+        def watch(sent):
+            if ", 2 requests, 2 entries" in sent:
+                is_shown.set()
+
+        with FakeS3Server(respond) as server, tempfile.TemporaryDirectory() as home:
+            account = {**server.environment, "XDG_CONFIG_HOME": home}
+            run("login", "s3", "--no-check", environment=account)
+            terminal = Terminal("ls", "-R", "s3:/photos", XDG_CONFIG_HOME=home)
+            output, sent = terminal.read_to_end(watch)
+        self.assertTrue(is_shown.is_set(), sent)
+        self.assertEqual((output, lines_shown(sent)), ("s3:/photos/a\ns3:/photos/a/b\n", [""]))
+
+    def test_messages_and_results_replace_the_spinner(self):
+        """A folder in the middle of a walk fails while the spinner is shown; the walk goes on."""
+        is_spinning = threading.Event()
+
+        def respond(_, prefix):
+            if prefix == "a/":
+                is_spinning.wait(30)
+                return 403, error("AccessDenied")
+            return 200, folders(*(["a/", "b/"] if not prefix else []))
+
+        def watch(sent):
+            if re.search(self.SPINNER_WITH_REQUESTS, sent):
+                is_spinning.set()
+
+        with FakeS3Server(respond) as server, tempfile.TemporaryDirectory() as home:
+            account = {**server.environment, "XDG_CONFIG_HOME": home}
+            run("login", "s3", "--no-check", environment=account)
+            terminal = Terminal("ls", "-R", "s3:/photos", XDG_CONFIG_HOME=home)
+            output, sent = terminal.read_to_end(watch)
+        self.assertTrue(is_spinning.is_set(), sent)
+        self.assertEqual(output, "s3:/photos/a\ns3:/photos/b\n")
+        failed, missing, end = lines_shown(sent)
+        self.assertRegex(failed, r"\Avemlo: cannot list the folders in 's3:/photos/a': [^|]*\)\Z")
+        self.assertEqual((missing, end), ("vemlo: some folders are missing here", ""))
 
     def test_the_spinner_leaves_no_text_beside_messages(self):
         body = "<Error><Code>AccessDenied</Code><Message>no</Message></Error>"

@@ -36,6 +36,11 @@ TEST(PrintableText, DoublesBackslashesSoThatNoneLooksLikeAnEscape) {
   EXPECT_EQ(tool::printable(R"(\x1b)"), R"(\\x1b)");
 }
 
+TEST(PrintableText, NeedsNoEscape) {
+  EXPECT_TRUE(tool::isPrintable(u8"a\\ \u65e5"));
+  for (const char* text : {"a\n", "\xff", u8"\u200b"}) EXPECT_FALSE(tool::isPrintable(text));
+}
+
 TEST(JsonString, IsExact) {
   EXPECT_EQ(tool::jsonString("a\"b\\c\x1b\n"), R"("a\"b\\c\u001b\u000a")");
   EXPECT_EQ(tool::jsonString(u8"\u202e"), R"("\u202e")");

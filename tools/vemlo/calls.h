@@ -23,11 +23,10 @@ struct Calls {
   /// Returns what `function` returns for a vemlo::Call. Throws vemlo::Failure.
   template <typename Function>
   auto attempt(Function function) const {
-    ProgressDisplay display(isQuiet);
     vemlo::Call call;
     call.cancellation = &interruption();
     call.deadline = deadline;
-    display.watch(call);
+    const WatchedCall watched(call, isQuiet);
     return function(std::as_const(call));
   }
 

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 bool isPlain(const std::string& name) {
-  return !name.empty() && name.find('/') == std::string::npos && printable(name) == name;
+  return !name.empty() && name.find('/') == std::string::npos && isPrintable(name);
 }
 
 }  // namespace

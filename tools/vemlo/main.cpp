@@ -17,6 +17,7 @@
 #include "make_folder.h"
 #include "open_library.h"
 #include "output.h"
+#include "progress.h"
 #include "s3.h"
 #include "terminal.h"
 #include "tree.h"
@@ -106,6 +107,7 @@ int main(int argc, char** argv) {
     message = error.what();
     code = tool::ExitCode::LocalFailure;
   }
+  tool::endProgress();
   if (code != tool::ExitCode::Done && tool::wasInterrupted()) {
     // Whatever the command failed with, it is because of that.
     tool::writeMessage("cancelled");

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "command_failure.h"
+#include "erasable_line.h"
 #include "text.h"
 
 namespace tool {
@@ -125,6 +126,7 @@ void writeFields(const Listing& listing) {
 }
 
 void writeResult(std::string_view text) {
+  const ErasedLine erased;
   const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   // A full disk or a closed pipe is detected only when the buffer is flushed.
   if (isWritten && std::fflush(stdout) == 0) return;

@@ -1,13 +1,13 @@
 #include "progress.h"
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 
+#include "erasable_line.h"
 #include "open_library.h"
 #include "terminal.h"
 
@@ -21,18 +21,12 @@ namespace {
 constexpr milliseconds kDelay{500};
 constexpr milliseconds kFrameTime{125};
 
-/// Returns the cursor to the start of the line, so that a log line, which is longer than a frame,
-/// overwrites the frame.
-void draw(const std::string& frame) { std::fprintf(stderr, "%s\r", frame.c_str()); }
-
 std::string numberOf(std::uint64_t count, const char* one, const char* several) {
   return std::to_string(count) + " " + (count == 1 ? one : several);
 }
 
-}  // namespace
-
 /// Draws from a thread of its own, because the library's calls block.
-class ProgressDisplay::Spinner {
+class Spinner {
  public:
   Spinner() : thread_([this] { spin(); }) {}
 
@@ -48,10 +42,18 @@ class ProgressDisplay::Spinner {
   Spinner(const Spinner&) = delete;
   Spinner& operator=(const Spinner&) = delete;
 
+  /// What the running call reports.
   void update(const vemlo::Progress& progress) {
     const std::lock_guard lock(mutex_);
     requests_ = progress.requests;
     entries_ = progress.entries;
+  }
+
+  void endCall() {
+    const std::lock_guard lock(mutex_);
+    earlierRequests_ += requests_;
+    earlierEntries_ += entries_;
+    requests_ = entries_ = 0;
   }
 
  private:
@@ -59,25 +61,27 @@ class ProgressDisplay::Spinner {
     constexpr char kShapes[] = {'|', '/', '-', '\\'};
     const auto shape = static_cast<std::size_t>(elapsed / kFrameTime) % sizeof kShapes;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    const std::uint64_t requests = earlierRequests_ + requests_;
+    const std::uint64_t entries = earlierEntries_ + entries_;
     std::string frame = kShapes[shape] + (" " + std::to_string(seconds) + " s");
-    if (requests_ > 0) frame += ", " + numberOf(requests_, "request", "requests");
-    if (entries_ > 0) frame += ", " + numberOf(entries_, "entry", "entries");
+    if (requests > 0) frame += ", " + numberOf(requests, "request", "requests");
+    if (entries > 0) frame += ", " + numberOf(entries, "entry", "entries");
     return frame;
   }
 
   void spin() {
     const Clock::time_point start = Clock::now();
-    std::size_t width = 0;
     std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, width == 0 ? kDelay : kFrameTime, [this] { return isEnded_; })) {
-      std::string frame = frameAfter(Clock::now() - start);
-      frame.resize(std::max(frame.size(), width), ' ');
-      width = frame.size();
-      setColumnsToErase(width);
-      draw(frame);
+    milliseconds pause = kDelay;
+    while (!ended_.wait_for(lock, pause, [this] { return isEnded_; })) {
+      const std::string frame = frameAfter(Clock::now() - start);
+      // The line may have to wait for other output, and the calls must not wait for the line.
+      lock.unlock();
+      showErasableLine(frame);
+      lock.lock();
+      pause = kFrameTime;
     }
-    if (width > 0) draw(std::string(width, ' '));
-    setColumnsToErase(0);
+    showErasableLine("");
   }
 
   std::mutex mutex_;
@@ -85,21 +89,29 @@ class ProgressDisplay::Spinner {
   bool isEnded_ = false;
   std::uint64_t requests_ = 0;
   std::uint64_t entries_ = 0;
+  std::uint64_t earlierRequests_ = 0;
+  std::uint64_t earlierEntries_ = 0;
   std::thread thread_;  // the last member because it uses the others
 };
 
-ProgressDisplay::ProgressDisplay(bool isQuiet)
-    : spinner_(isQuiet || !canOverwriteLines() || isVerbose() ? nullptr
-                                                              : std::make_unique<Spinner>()) {}
+/// From the first call that it follows to the end of the command.
+std::unique_ptr<Spinner> spinner;
 
-ProgressDisplay::~ProgressDisplay() = default;
+}  // namespace
 
-void ProgressDisplay::watch(vemlo::Call& call) {
-  if (spinner_ == nullptr) return;
-  call.progress = [this](const vemlo::Progress& progress) {
-    spinner_->update(progress);
+WatchedCall::WatchedCall(vemlo::Call& call, bool isQuiet) {
+  if (isQuiet || !canOverwriteLines() || isVerbose()) return;
+  if (spinner == nullptr) spinner = std::make_unique<Spinner>();
+  call.progress = [](const vemlo::Progress& progress) {
+    spinner->update(progress);
     return true;
   };
 }
+
+WatchedCall::~WatchedCall() {
+  if (spinner != nullptr) spinner->endCall();
+}
+
+void endProgress() { spinner.reset(); }
 
 }  // namespace tool

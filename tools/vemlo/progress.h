@@ -1,26 +1,25 @@
 #pragma once
 
 #include <libvemlo.hpp>
-#include <memory>
 
 namespace tool {
 
-/// While a call takes long, shows on standard error a spinner, the elapsed seconds and how far the
-/// call has come; it is erased with the object. Shows nothing if `isQuiet` is set, if standard
-/// error is not a terminal that can overwrite a line, or if the log is shown there.
-class ProgressDisplay {
+/// Lets the display of progress follow a call, which must end before this object.
+///
+/// The display is one for all calls of a command. Once they take long, it shows on standard error a
+/// spinner, the elapsed seconds and how far the calls have come; other output erases it. It shows
+/// nothing if standard error is not a terminal that can overwrite a line, or if the log is shown
+/// there.
+class WatchedCall {
  public:
-  explicit ProgressDisplay(bool isQuiet);
-  ~ProgressDisplay();
-  ProgressDisplay(const ProgressDisplay&) = delete;
-  ProgressDisplay& operator=(const ProgressDisplay&) = delete;
-
-  /// Lets the display follow the call, which must end before the display.
-  void watch(vemlo::Call& call);
-
- private:
-  class Spinner;
-  std::unique_ptr<Spinner> spinner_;
+  /// With `isQuiet`, the display does not follow the call.
+  WatchedCall(vemlo::Call& call, bool isQuiet);
+  ~WatchedCall();
+  WatchedCall(const WatchedCall&) = delete;
+  WatchedCall& operator=(const WatchedCall&) = delete;
 };
+
+/// Ends and erases the display.
+void endProgress();
 
 }  // namespace tool

@@ -6,13 +6,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <charconv>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+
+#include "erasable_line.h"
 
 namespace tool {
 namespace {
@@ -25,9 +26,6 @@ std::string_view environment(const char* variable) {
 /// The settings of standard input while what is typed is shown.
 termios shownInput{};
 volatile std::sig_atomic_t isInputHidden = 0;
-
-std::atomic<std::size_t> columnsToErase{0};
-static_assert(std::atomic<std::size_t>::is_always_lock_free, "signal handlers use it");
 
 void writeToTerminal(std::string_view text) {
   // What cannot be erased stays.
@@ -60,12 +58,10 @@ bool showsUtf8() {
   return isUtf8;
 }
 
-void setColumnsToErase(std::size_t number) { columnsToErase = number; }
-
 void restoreTerminal() {
   if (isInputHidden != 0) tcsetattr(STDIN_FILENO, TCSANOW, &shownInput);
   constexpr std::string_view kSpaces = "                                ";
-  std::size_t columns = columnsToErase;
+  std::size_t columns = columnsToErase();
   if (columns == 0) return;
   writeToTerminal("\r");
   while (columns > 0) {

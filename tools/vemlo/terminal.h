@@ -19,9 +19,6 @@ std::size_t columns();
 /// Whether the terminal shows UTF-8, as far as the locale of the environment tells.
 bool showsUtf8();
 
-/// Notes how many columns of the last line on standard error are to be erased; 0: none.
-void setColumnsToErase(std::size_t number);
-
 /// Shows again what is typed, and erases the line that is to be erased. For signal handlers that
 /// end the process.
 void restoreTerminal();

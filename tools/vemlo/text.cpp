@@ -122,6 +122,14 @@ bool isUtf8(std::string_view text) {
   return true;
 }
 
+bool isPrintable(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = takeCharacter(text);
+    if (!character.isValid || isUnsafe(character.code)) return false;
+  }
+  return true;
+}
+
 std::string jsonString(std::string_view text) {
   std::string out = "\"";
   while (!text.empty()) out += takeJson(text);

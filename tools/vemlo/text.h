@@ -14,6 +14,9 @@ std::string printable(std::string_view text);
 
 bool isUtf8(std::string_view text);
 
+/// Whether nothing in `text` has to be escaped. Backslashes need not.
+bool isPrintable(std::string_view text);
+
 /// `text` as a JSON string, including the quotes. Safe on a terminal. Bytes that are not valid
 /// UTF-8 are replaced by U+FFFD, because JSON cannot represent them.
 std::string jsonString(std::string_view text);
