@@ -231,6 +231,11 @@ _HOST_LAYER = (
 )
 
 
+_OLDER = "It is older than this package, which needs all functions of its own version."
+# A function that each version of the bundled layer has.
+_OF_THE_BUNDLED_LAYER = "vemlo_client_now"
+
+
 def _declared(library: ctypes.CDLL) -> ctypes.CDLL:
     for name, (result, arguments) in SIGNATURES.items():
         function = getattr(library, name)
@@ -244,12 +249,14 @@ def load() -> ctypes.CDLL:
     path = os.environ.get("LIBVEMLO") or LIBRARY
     try:
         # This also makes the functions of libvemlo_service_client.so.1 known, which it depends on.
-        return _declared(ctypes.CDLL(path))
+        library = ctypes.CDLL(path)
+        return _declared(library)
     except OSError as error:
         advice = _HOST_LAYER if "undefined symbol" in str(error) else _ADVICE
         raise LibraryMissing(f"{path} cannot be loaded: {error}. {advice}", path=path) from None
     except AttributeError as error:
-        raise LibraryMissing(f"{path} cannot be used: {error}. {_HOST_LAYER}", path=path) from None
+        advice = _OLDER if hasattr(library, _OF_THE_BUNDLED_LAYER) else _HOST_LAYER
+        raise LibraryMissing(f"{path} cannot be used: {error}. {advice}", path=path) from None
 
 
 @functools.lru_cache(maxsize=None)

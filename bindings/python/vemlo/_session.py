@@ -46,22 +46,17 @@ def proxy_record(proxy: Optional[Proxy], record: Any) -> Any:
     return ctypes.byref(record)
 
 
-def _open(function: str, arguments: Any, proxy: Any, not_opened: Failure) -> Any:
-    """A session of the C interface, and what holds it and the library until it is released."""
-    library = held_library()
-    use = object()
-    library.begin(use)
-    handle = getattr(_c.load(), function)(*arguments, proxy)
-    if handle is None:
-        library.end(use)
-        raise not_opened
+def _held_session(handle: ctypes.c_void_p) -> Held:
+    """What holds a session and the library until the session is released."""
+    use = held_library().use()
 
     def release() -> None:
-        # Closes a session of any service, not only of S3.
-        _c.load().libvemlo_s3_cleanup(handle)
-        library.end(use)
+        # Closes a session of any service, not only of S3, and does nothing if there is none.
+        address, handle.value = handle.value, None
+        _c.load().libvemlo_s3_cleanup(address)
+        use.end()
 
-    return handle, Held("session", release)
+    return Held("session", release)
 
 
 class Session:
@@ -82,7 +77,12 @@ class Session:
 
     def __init__(self, function: str, *arguments: bytes, proxy: Optional[Proxy]) -> None:
         record = proxy_record(proxy, _c.ProxySetting())
-        self._handle, self._held = _open(function, arguments, record, self._not_opened())
+        self._handle = ctypes.c_void_p()
+        self._held = _held_session(self._handle)
+        self._handle.value = getattr(_c.load(), function)(*arguments, record)
+        if self._handle.value is None:
+            self.close()
+            raise self._not_opened()
 
     def close(self) -> None:
         """Closes it: no new call may begin. Does nothing if it is closed."""
@@ -91,7 +91,7 @@ class Session:
 
     def _call(self, function: str, *arguments: Any, limits: Limits = NO_LIMITS) -> None:
         assert self._held is not None
-        with self._held.used():
+        with self._held.use():
             make(function, self._handle, *arguments, limits=limits)
 
     def _folders(self, function: str, *arguments: Any, limits: Limits) -> Folders:
@@ -114,6 +114,8 @@ class Session:
         self.close()
 
     def __del__(self) -> None:
-        if self._held is not None and not self._held.is_closed:
-            warnings.warn(f"{self!r} was not closed", ResourceWarning, source=self)
+        try:
+            if self._held is not None and not self._held.is_closed:
+                warnings.warn(f"{self!r} was not closed", ResourceWarning, source=self)
+        finally:
             self.close()

@@ -58,7 +58,7 @@ def account_of(
         ctypes.byref(record),
     )
     try:
-        with held_library().used():
+        with held_library().use():
             limits = Limits(timeout, cancellation, progress)
             make("vemlo_client_get_account", *arguments, limits=limits)
         return Account(

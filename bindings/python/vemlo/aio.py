@@ -11,7 +11,7 @@ import functools
 from concurrent.futures import ThreadPoolExecutor
 from typing import TYPE_CHECKING, Callable, TypeVar
 
-from .calls import Cancellation, call_limits
+from .calls import TASK_IS_CANCELLED, Cancellation, call_limits
 
 if TYPE_CHECKING:
     from typing_extensions import ParamSpec
@@ -43,37 +43,55 @@ async def call(
     asyncio.CancelledError is raised when the function has ended, which takes a tenth of a second
     unless it does something else. So no call is left running. At most 32 functions run at a time;
     others wait for them. A progress function is called on the thread; it uses
-    loop.call_soon_threadsafe() to reach the event loop.
+    loop.call_soon_threadsafe() to reach the event loop. If the coroutine is closed instead, the
+    calls end, too, but nothing waits for them.
 
     Raises:
-        TypeError: a cancellation is given: it is the task that is cancelled.
+        TypeError: a cancellation is given, here or by the function to one of its calls: it is the
+            task that is cancelled.
+        RuntimeError: the function raised StopIteration, which no coroutine can raise.
     """
     if "cancellation" in options:
-        raise TypeError("vemlo.aio.call() takes no cancellation: cancel the task")
+        raise TypeError(TASK_IS_CANCELLED)
     with Cancellation() as cancellation:
+        cancellation._is_of_task = True
 
         def run() -> Result:
-            with call_limits(cancellation=cancellation):
-                return function(*arguments, **options)
+            try:
+                with call_limits(cancellation=cancellation):
+                    return function(*arguments, **options)
+            except StopIteration as error:  # which no future takes
+                raise RuntimeError("the function raised StopIteration") from error
 
         context = contextvars.copy_context()
         job = _threads().submit(lambda: context.run(run))
         future: asyncio.Future[Result] = asyncio.wrap_future(job)
+        future.add_done_callback(_retrieve)
         try:
-            return await asyncio.shield(future)
+            # Unlike `await future`, this does not cancel the future with the task.
+            await asyncio.wait([future])
         except asyncio.CancelledError:
             if not job.cancel():
                 cancellation.trigger()
                 await _ended(future)
             raise
+        finally:
+            # Nothing can be awaited while the coroutine is closed.
+            if not job.done() and not job.cancel():
+                cancellation.trigger()
+        return future.result()
 
 
-async def _ended(future: "asyncio.Future[Result]") -> None:
-    """Waits until the future is done, also if the task is cancelled again. Drops its result."""
+async def _ended(future: asyncio.Future[Result]) -> None:
+    """Waits until the future is done, also if the task is cancelled again."""
     while not future.done():
         try:
             await asyncio.wait([future])
         except asyncio.CancelledError:
             pass  # raised by the caller, once nothing runs any more
+
+
+def _retrieve(future: asyncio.Future[Result]) -> None:
+    """Marks an exception as noticed, which nobody waits for if the call was cancelled."""
     if not future.cancelled():
         future.exception()

@@ -7,9 +7,10 @@ import os
 import signal
 import socket
 import threading
-from typing import Iterator
+from typing import Any, Iterator, List
 
 from .calls import Cancellation
+from .failures import Cancelled
 
 
 def _trigger_when_signalled(reader: socket.socket, cancellation: Cancellation, former: int) -> None:
@@ -33,29 +34,54 @@ def cancel_on_sigint() -> Iterator[Cancellation]:
     Python runs its signal handlers between two of its instructions, so not before a call returns.
     Within this block the interpreter also writes the number of the signal to a socket at once, and
     a thread that reads it triggers the cancellation. A call that is given the cancellation ends
-    within a tenth of a second and raises Cancelled. If the block ends without an exception although
-    it was signalled, KeyboardInterrupt is raised at its end.
+    within a tenth of a second and raises Cancelled. If the block was signalled and does not end
+    with Cancelled, KeyboardInterrupt is raised at its end, also in place of another exception.
 
         with vemlo.cancel_on_sigint() as cancellation:
             folders = drive.folders(root, cancellation=cancellation)
 
-    On the main thread only. In asyncio, vemlo.aio is what to use.
+    Where SIGINT is ignored, as in a program that a shell runs in the background, it stays so, and
+    nothing triggers the cancellation. On the main thread only. In asyncio, vemlo.aio is what to
+    use.
 
     Raises:
-        ValueError: it is used on another thread.
+        ValueError: it is used on another thread, or the handler of SIGINT was not set by Python.
     """
+    former = signal.getsignal(signal.SIGINT)
+    if former is None:
+        raise ValueError("The handler of SIGINT was not set by Python, so it cannot be replaced.")
+    with Cancellation() as cancellation:
+        if former == signal.SIG_IGN:
+            yield cancellation
+            return
+        signals: List[int] = []
+        try:
+            with _triggered_by_sigint(cancellation, former, signals):
+                yield cancellation
+        except Cancelled:
+            raise
+        except Exception as error:
+            if signals:
+                raise KeyboardInterrupt from error
+            raise
+        if signals:
+            raise KeyboardInterrupt
+
+
+@contextlib.contextmanager
+def _triggered_by_sigint(
+    cancellation: Cancellation, former_handler: Any, signals: List[int]
+) -> Iterator[None]:
+    """Notes SIGINT in `signals`, too."""
+
+    def note(number: int, frame: object) -> None:
+        signals.append(number)
+        cancellation.trigger()
+
     with contextlib.ExitStack() as stack:
-        cancellation = stack.enter_context(Cancellation())
         reader, writer = (stack.enter_context(end) for end in socket.socketpair())
         writer.setblocking(False)
-        was_signalled = False
-
-        def note(number: int, frame: object) -> None:
-            nonlocal was_signalled
-            was_signalled = True
-            cancellation.trigger()
-
-        former_handler = signal.signal(signal.SIGINT, note)
+        signal.signal(signal.SIGINT, note)
         stack.callback(signal.signal, signal.SIGINT, former_handler)
         former = signal.set_wakeup_fd(writer.fileno(), warn_on_full_buffer=False)
         stack.callback(signal.set_wakeup_fd, former)
@@ -65,9 +91,7 @@ def cancel_on_sigint() -> Iterator[Cancellation]:
         thread.start()
         stack.callback(thread.join)
         stack.callback(_end, writer)
-        yield cancellation
-    if was_signalled:
-        raise KeyboardInterrupt
+        yield
 
 
 def _end(writer: socket.socket) -> None:

@@ -5,13 +5,14 @@ from __future__ import annotations
 import ctypes
 import os
 import threading
+import warnings
 from dataclasses import dataclass, field
 from types import TracebackType
-from typing import Any, Callable, Optional, Sequence, Type, Union
+from typing import Any, Callable, NamedTuple, Optional, Sequence, Type, Union
 
 from . import _c
 from ._held import Held
-from .calls import raise_from_call
+from .calls import call_back, raise_from_call, report_tokens
 from .failures import BadArguments, HostFault, Service, decoded, encoded, service_of
 
 DRIVES = (Service.AMAZON_DRIVE, Service.GOOGLE_DRIVE, Service.ONE_DRIVE, Service.DROPBOX)
@@ -75,7 +76,9 @@ class Settings:
             colons.
         tokens_renewed: called with the renewed tokens, on the thread that renewed them, before its
             call continues. A program that does not store them loses accounts whose service
-            replaces the refresh token. What the function raises goes to sys.unraisablehook.
+            replaces the refresh token. Handlers of signals run after the call, so that Ctrl-C does
+            not interrupt it. What the function raises goes to sys.unraisablehook, but what ends
+            the program (KeyboardInterrupt, SystemExit) is raised by the call.
     """
 
     verbosity: int = 0
@@ -92,40 +95,41 @@ class Library:
     """The library, set up for this process. At most one is open at a time. A context manager.
 
     Sessions may be opened on any thread while it is open. If it is closed while sessions are open
-    or calls run, these go on, and the library is released after the last of them.
+    or calls run, these go on, and the library is released after the last of them. If nothing refers
+    to it any more, it is closed, with a ResourceWarning.
 
     Raises:
         LibraryMissing: libvemlo is not installed, or is not one that this package can use.
         HostFault: another Library is open, or the settings are not acceptable.
     """
 
+    _held: Optional[Held] = None
+
     def __init__(self, settings: Settings = Settings()) -> None:
         global _current
         library = _c.load()
         self.settings = settings
-        self._held = Held("library", self._release)
+        held = Held("library", _release)
         with _opening:
+            if _current is not None and _current.held.is_closed:
+                _current.held.close()  # again, should an interrupt have kept it from its release
             if _current is not None:
                 raise HostFault("A library is open already.")
             ctypes.c_int.in_dll(library, "verbose").value = settings.verbosity
             _apply(settings)
             library.libvemlo_global_init()
+            # From here on it is closed also if an interrupt comes.
+            self._held = held
+            _current = _Opened(held, settings.tokens_renewed)
             # The first session of a process sets up the log, which must happen on one thread.
             library.libvemlo_s3_cleanup(library.libvemlo_s3_init(b"", b"", b"", b"", None))
-            report = _REPORT if settings.tokens_renewed else _NO_REPORT
-            library.vemlo_client_set_token_callback(report, None)
-            _current = self
+            is_none = settings.tokens_renewed is None
+            report_tokens(_NO_REPORT if is_none else _REPORT, is_none)
 
     def close(self) -> None:
         """Closes it. Does nothing if it is closed."""
-        self._held.close()
-
-    def _release(self) -> None:
-        global _current
-        with _opening:
-            _c.load().vemlo_client_set_token_callback(_NO_REPORT, None)
-            _c.load().libvemlo_global_cleanup()
-            _current = None
+        if self._held is not None:
+            self._held.close()
 
     def __enter__(self) -> Library:
         return self
@@ -138,9 +142,31 @@ class Library:
     ) -> None:
         self.close()
 
+    def __del__(self) -> None:
+        try:
+            if self._held is not None and not self._held.is_closed:
+                warnings.warn(f"{self!r} was not closed", ResourceWarning, source=self)
+        finally:
+            self.close()
+
+
+class _Opened(NamedTuple):
+    """What an open library consists of. It does not refer to it, so that it ends if it is lost."""
+
+    held: Held
+    tokens_renewed: Optional[Callable[[RenewedTokens], None]]
+
 
 _opening = threading.RLock()
-_current: Optional[Library] = None
+_current: Optional[_Opened] = None
+
+
+def _release() -> None:
+    global _current
+    with _opening:
+        report_tokens(_NO_REPORT, True)
+        _c.load().libvemlo_global_cleanup()
+        _current = None
 
 
 def held_library() -> Held:
@@ -148,13 +174,13 @@ def held_library() -> Held:
     library = _current
     if library is None:
         raise HostFault("No library is open: a vemlo.Library comes first.")
-    return library._held
+    return library.held
 
 
 def _report_tokens(record: Any, _: Any) -> None:
     """Hands tokens to the program. ctypes reports what this raises to sys.unraisablehook."""
     library = _current
-    if library is None or library.settings.tokens_renewed is None:
+    if library is None or library.tokens_renewed is None:
         return
     tokens = record[0]
     renewed = RenewedTokens(
@@ -165,7 +191,7 @@ def _report_tokens(record: Any, _: Any) -> None:
         None if tokens.lifetime < 0 else tokens.lifetime,
     )
     try:
-        library.settings.tokens_renewed(renewed)
+        call_back(library.tokens_renewed, renewed)
     except (KeyboardInterrupt, SystemExit) as error:
         raise_from_call(error)
 

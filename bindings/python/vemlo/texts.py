@@ -40,7 +40,7 @@ def _converted(function: str, text: str) -> "str | None":
     argument = encoded(text)
     result = ctypes.c_void_p()
     try:
-        with held_library().used():
+        with held_library().use():
             result.value = getattr(_c.load(), function)(argument)
         return None if result.value is None else text_at(result)
     finally:

@@ -172,6 +172,45 @@ class Aio(CloudCase):
         asyncio.run(use())
         self.assertEqual(s3.cloud.requests, [])
 
+    def test_a_cancellation_of_the_functions_own_is_refused(self):
+        """It would take the place of the task's, so that the call would outlive the task."""
+
+        def look():
+            with vemlo.Cancellation() as own:
+                return s3.buckets(cancellation=own)
+
+        s3 = self.s3(BUCKETS)
+        with self.assertRaises(TypeError):
+            asyncio.run(aio.call(look))
+        self.assertEqual(s3.cloud.requests, [])
+
+    def test_a_function_that_raises_stop_iteration(self):
+        def stops(_):
+            raise StopIteration
+
+        with self.assertRaisesRegex(RuntimeError, "StopIteration"):
+            asyncio.run(asyncio.wait_for(aio.call(self.s3(BUCKETS).buckets, progress=stops), 60))
+
+    def test_closing_the_coroutine_ends_the_call(self):
+        def look():
+            try:
+                s3.buckets(timeout=60)
+            except vemlo.Failure as failure:
+                failures.append(failure.kind)
+            ended.set()
+
+        async def use():
+            coroutine = aio.call(look)
+            coroutine.send(None)
+            await self.arrival()
+            coroutine.close()
+            await asyncio.to_thread(ended.wait)
+
+        failures, ended = [], threading.Event()
+        s3 = self.s3(self.never)
+        asyncio.run(use())
+        self.assertEqual(failures, [vemlo.Kind.CANCELLED])
+
     def test_ctrl_c_ends_the_call_and_the_program(self):
         def respond(request):
             os.kill(os.getpid(), signal.SIGINT)

@@ -5,8 +5,10 @@ import os
 import signal
 import threading
 import unittest
+from unittest import mock
 
 import vemlo
+from vemlo import _c
 
 from cloud import CloudCase, response, s3_buckets, s3_folders
 
@@ -65,6 +67,43 @@ class Limits(CloudCase):
         cancellation.trigger()
         with self.assertRaises(vemlo.BadArguments):
             self.s3(BUCKETS).buckets(cancellation=cancellation)
+
+    def test_it_is_released_after_those_that_use_it(self):
+        library = _c.load()
+        steps = []
+        triggering, closed = threading.Event(), threading.Event()
+
+        class Slow:
+            def __getattr__(self, function):
+                if function == "vemlo_client_cancellation_trigger":
+                    return self.trigger
+                if function == "vemlo_client_cancellation_release":
+                    steps.append("release")
+                return getattr(library, function)
+
+            def trigger(self, handle):
+                triggering.set()
+                closed.wait()
+                steps.append("trigger")
+                library.vemlo_client_cancellation_trigger(handle)
+
+        cancellation = vemlo.Cancellation()
+        with mock.patch.object(_c, "load", Slow):
+            other = threading.Thread(target=cancellation.trigger)
+            other.start()
+            triggering.wait()
+            cancellation.close()
+            closed.set()
+            other.join()
+        self.assertEqual(steps, ["trigger", "release"])
+
+    def test_closed_within_its_block_it_still_ends_the_calls(self):
+        s3 = self.s3(BUCKETS)
+        with vemlo.Cancellation() as cancellation, vemlo.call_limits(cancellation=cancellation):
+            cancellation.trigger()
+            cancellation.close()
+            with self.assertRaises(vemlo.Cancelled):
+                s3.buckets()
 
     def test_limits_are_removed_after_the_call(self):
         s3 = self.s3(BUCKETS)
@@ -126,6 +165,65 @@ class Progress(CloudCase):
                     drive.folders("root", progress=fails)
                 self.assertIs(caught.exception, error)
         self.assertEqual(len(drive.cloud.requests), 3)
+
+    def test_ctrl_c_ends_the_call(self):
+        def respond(request):
+            if request.query.get("pageToken") == "2":
+                os.kill(os.getpid(), signal.SIGINT)
+            return google_pages(request)
+
+        drive = self.drive(vemlo.Service.GOOGLE_DRIVE, respond)
+        with self.assertRaises(KeyboardInterrupt):
+            drive.folders("root", progress=lambda step: step.requests < 9)
+        self.assertEqual(len(drive.cloud.requests), 3)
+        self.assertIs(signal.getsignal(signal.SIGINT), signal.default_int_handler)
+
+    def test_ctrl_c_interrupts_the_function(self):
+        passed = []
+
+        def waits(_):
+            signal.raise_signal(signal.SIGINT)
+            passed.append(True)
+
+        drive = self.drive(vemlo.Service.GOOGLE_DRIVE, google_pages)
+        with self.assertRaises(KeyboardInterrupt):
+            drive.folders("root", progress=waits)
+        self.assertEqual((passed, len(drive.cloud.requests)), ([], 1))
+
+    def test_handlers_of_signals_run_during_the_call(self):
+        def respond(request):
+            if "pageToken" not in request.query:
+                os.kill(os.getpid(), signal.SIGUSR1)
+            return google_pages(request)
+
+        seen = []
+        drive = self.drive(vemlo.Service.GOOGLE_DRIVE, respond)
+        former = signal.signal(signal.SIGUSR1, lambda *_: seen.append(len(drive.cloud.requests)))
+        try:
+            with self.assertRaises(vemlo.Cancelled):
+                drive.folders("root", progress=lambda step: step.requests < 3)
+        finally:
+            signal.signal(signal.SIGUSR1, former)
+        self.assertEqual(seen, [1])
+
+    def test_a_handler_that_the_function_sets_remains(self):
+        former = signal.getsignal(signal.SIGUSR1)
+        handlers = [lambda *_: None, lambda *_: None]
+        signal.signal(signal.SIGUSR1, handlers[0])
+        try:
+            self.s3(BUCKETS).buckets(progress=lambda _: signal.signal(signal.SIGUSR1, handlers[1]))
+            self.assertIs(signal.getsignal(signal.SIGUSR1), handlers[1])
+        finally:
+            signal.signal(signal.SIGUSR1, former)
+
+    def test_one_that_counts_as_false_is_called(self):
+        class Log(list):
+            def __call__(self, step):
+                self.append(step.requests)
+
+        log = Log()
+        self.s3(BUCKETS).buckets(progress=log)
+        self.assertEqual(log, [1])
 
     def test_what_it_raises_is_raised_by_a_call_that_succeeds(self):
         s3 = self.s3(BUCKETS)
@@ -235,6 +333,33 @@ class Interrupts(CloudCase):
         with self.assertRaises(KeyboardInterrupt):
             with vemlo.cancel_on_sigint():
                 self.assertEqual([*s3.buckets()], ["one", "two"])
+
+    def test_ctrl_c_is_not_lost_if_the_block_fails_otherwise(self):
+        with self.assertRaises(KeyboardInterrupt) as caught:
+            with vemlo.cancel_on_sigint():
+                signal.raise_signal(signal.SIGINT)
+                raise OSError("the disk is full")
+        self.assertIsInstance(caught.exception.__cause__, OSError)
+        with self.assertRaises(OSError), vemlo.cancel_on_sigint():
+            raise OSError("the disk is full")
+
+    def test_where_ctrl_c_is_ignored_it_stays_so(self):
+        former = signal.signal(signal.SIGINT, signal.SIG_IGN)
+        try:
+            with vemlo.cancel_on_sigint() as cancellation:
+                os.kill(os.getpid(), signal.SIGINT)
+                self.assertEqual([*self.s3(BUCKETS).buckets(cancellation=cancellation)],
+                                 ["one", "two"])  # fmt: skip
+            self.assertIs(signal.getsignal(signal.SIGINT), signal.SIG_IGN)
+        finally:
+            signal.signal(signal.SIGINT, former)
+
+    def test_a_handler_that_python_did_not_set_is_not_replaced(self):
+        with mock.patch.object(signal, "getsignal", return_value=None), \
+                mock.patch.object(signal, "signal") as replace:
+            with self.assertRaises(ValueError), vemlo.cancel_on_sigint():
+                pass
+        replace.assert_not_called()
 
     def test_ctrl_c_outside_of_a_call_is_noticed_at_the_end(self):
         passed = False

@@ -25,23 +25,59 @@ def functions():
     return found
 
 
+# The types of results and arguments, without `const`. A `char *` that is returned must keep its
+# address, as it is to be released.
+TYPES = {
+    "void": None, "int": ctypes.c_int, "int32_t": ctypes.c_int32, "int64_t": ctypes.c_int64,
+    "session *": ctypes.c_void_p, "void *": ctypes.c_void_p,
+    "vemlo_client_cancellation *": ctypes.c_void_p,
+    "char *": ctypes.c_char_p, "char * that is released": ctypes.c_void_p,
+    "char **": ctypes.POINTER(ctypes.c_void_p),
+    "char ** that is an array": ctypes.POINTER(ctypes.c_char_p), "int *": ctypes.POINTER(ctypes.c_int),
+    "char ***": ctypes.POINTER(ctypes.POINTER(ctypes.c_char_p)),
+    "directory *": ctypes.POINTER(_c.Directory),
+    "directory **": ctypes.POINTER(ctypes.POINTER(_c.Directory)),
+    "location_contraint_name_mapping *": ctypes.POINTER(_c.LocationMapping),
+    "proxy_setting *": ctypes.POINTER(_c.ProxySetting),
+    "vemlo_client_failure *": ctypes.POINTER(_c.FailureRecord),
+    "vemlo_client_application *": ctypes.POINTER(_c.ApplicationRecord),
+    "vemlo_client_proxy *": ctypes.POINTER(_c.ProxyRecord),
+    "vemlo_client_account *": ctypes.POINTER(_c.AccountRecord),
+    "vemlo_client_progress_callback": _c.ProgressCallback,
+    "vemlo_client_token_callback": _c.TokenCallback,
+}  # fmt: skip
+
+
+def plain(text):
+    """The type of a result. Texts are constant if nobody releases them."""
+    return "char * that is released" if text == "char *" else text.replace("const ", "")
+
+
+def argument_type(words):
+    """The type of a parameter, of which the last word is the name with its asterisks."""
+    if words == ["char", "**buckets"]:
+        return "char ** that is an array"
+    stars = "*" * words[-1].count("*")
+    kinds = [word for word in words[:-1] if word != "const"]
+    return " ".join(filter(None, [*kinds, stars]))
+
+
 class Declarations(unittest.TestCase):
     def test_every_function_is_declared(self):
         self.assertEqual(set(_c.SIGNATURES), set(functions()))
         self.assertGreater(len(_c.SIGNATURES), 57)
 
-    def test_with_as_many_arguments(self):
+    def test_with_the_types_of_the_headers(self):
         for name, function in functions().items():
             with self.subTest(function=name):
-                self.assertEqual(len(_c.SIGNATURES[name][1]), len(function.parameters))
+                result, arguments = _c.SIGNATURES[name]
+                self.assertIs(result, TYPES[plain(function.result)])
+                self.assertEqual(arguments, [TYPES[argument_type(p)] for p in function.parameters])
 
-    def test_a_text_that_is_to_be_released_keeps_its_address(self):
-        for name, function in functions().items():
-            with self.subTest(function=name):
-                result = _c.SIGNATURES[name][0]
-                if function.result == "char *":
-                    self.assertIs(result, ctypes.c_void_p)
-                self.assertEqual(result is None, function.result == "void")
+    def test_types_that_differ_are_distinguished(self):
+        self.assertIsNot(TYPES["int"], TYPES["int64_t"])
+        self.assertEqual(argument_type(["const", "char", "*text"]), "char *")
+        self.assertEqual(argument_type(["directory", "**found"]), "directory **")
 
     def sizes(self):
         """The sizes of the records in C, and where their last members are."""
@@ -111,6 +147,16 @@ class Loading(unittest.TestCase):
                 output = self.run_python(program, LIBVEMLO=self.library_of(source), LD_BIND_NOW="1")
                 self.assertIn("LibraryMissing", output)
                 self.assertIn("built for a service-client layer of the program's own", output)
+
+    def test_a_library_that_lacks_a_newer_function_is_older(self):
+        source = "int verbose;" + "".join(
+            f"void {name}(void) {{}}" for name in functions() if name != "vemlo_client_stop_recording"
+        )
+        output = self.run_python("import vemlo; vemlo.Library()",
+                                 LIBVEMLO=self.library_of(source))  # fmt: skip
+        self.assertIn("vemlo_client_stop_recording", output)
+        self.assertIn("It is older than this package", output)
+        self.assertNotIn("of the program's own", output)
 
 
 if __name__ == "__main__":

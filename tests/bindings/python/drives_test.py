@@ -3,6 +3,8 @@
 import ctypes
 import gc
 import json
+import os
+import signal
 import sys
 import unittest
 from unittest import mock
@@ -198,6 +200,58 @@ class RenewedTokens(CloudCase):
                 mock.patch.object(sys, "unraisablehook", lambda args: reported.append(args[1])):
             self.assertEqual(self.expired_drive().root().id, "0A")
         self.assertEqual([str(error) for error in reported], ["the disk is full"])
+
+    def test_a_signal_during_the_renewal_loses_none(self):
+        """Its handler must not raise where nothing but ctypes could catch that."""
+
+        def end(*_):
+            raise SystemExit(3)
+
+        def respond(request):
+            if request.path.endswith("/token"):
+                os.kill(os.getpid(), number)
+            return self.expired(request)
+
+        for number, handler, error in (
+            (signal.SIGINT, signal.default_int_handler, KeyboardInterrupt),
+            (signal.SIGTERM, end, SystemExit),
+        ):
+            with self.subTest(signal=number):
+                self.received.clear()
+                drive = self.expired_drive()
+                drive.cloud.respond = respond
+                former = signal.signal(number, handler)
+                try:
+                    with self.assertRaises(error):
+                        drive.root()
+                    self.assertIs(signal.getsignal(number), handler)
+                finally:
+                    signal.signal(number, former)
+                self.assertEqual([tokens.access for tokens in self.received], ["new"])
+
+    def test_a_signal_does_not_interrupt_the_function(self):
+        stored = []
+
+        def receive(tokens):
+            signal.raise_signal(signal.SIGINT)
+            stored.append(tokens.access)
+
+        self.library.close()
+        with vemlo.Library(vemlo.Settings(trust_file=vemlo_trust(self), tokens_renewed=receive)):
+            with self.assertRaises(KeyboardInterrupt):
+                self.expired_drive().root()
+        self.assertEqual(stored, ["new"])
+
+    def test_a_function_that_counts_as_false_receives_them(self):
+        class Store(list):
+            def __call__(self, tokens):
+                self.append(tokens.access)
+
+        store = Store()
+        self.library.close()
+        with vemlo.Library(vemlo.Settings(trust_file=vemlo_trust(self), tokens_renewed=store)):
+            self.expired_drive().root()
+        self.assertEqual(store, ["new"])
 
     def test_an_interrupt_is_raised_by_the_call(self):
         def receive(_):
