@@ -33,7 +33,7 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the service refused, was not reached, or was not understood\n"
+    "  1  the service refused, was not reached, was not understood, or did not list everything\n"
     "  2  bad usage, such as an unknown option, a missing key, or an account that is not linked\n"
     "  3  trouble on this side: a secret cannot be read, or the output cannot be written\n"
     "When the reader of the output has closed its pipe, as `head` does, vemlo ends silently by "

@@ -13,7 +13,7 @@ struct ProxyOptions {
   std::string passwordFile;
 };
 
-/// @param order  which other lines of standard input come first and later, if the command reads
+/// @param order  where its line of standard input is among others; begins with a comma
 /// any.
 void addProxyOptions(CLI::App& command, ProxyOptions& options, const std::string& order = "");
 
