@@ -24,8 +24,11 @@ Conventions. What departs from them states so.
     after ten minutes. Other threads go on meanwhile. Functions without them do not block.
  5. Calls on one session may run on several threads at once, except Drive.link() and
     Drive.set_tokens().
- 6. On the main thread, KeyboardInterrupt is not raised before a call returns; cancel_on_sigint()
-    lets Ctrl-C end it. vemlo.aio is for asyncio.
+ 6. On the main thread, handlers of signals do not run, so KeyboardInterrupt is not raised, before a
+    call returns or calls its progress function; cancel_on_sigint() lets Ctrl-C end it.
+    vemlo.aio is for asyncio.
+ 7. When the interpreter ends, calls of daemon threads are cancelled and waited for, for at most ten
+    seconds; a call that a daemon thread begins then raises HostFault.
 """
 
 from . import aio
