@@ -86,21 +86,20 @@ bool isEndpoint(std::string_view text) {
 
 /// The message does not contain the endpoint, in which users may have put a password.
 void requireEndpoint(const std::string& endpoint) {
+  if (endpoint.find('@') != std::string::npos) {
+    throw CommandFailure(ExitCode::BadUsage,
+                         "the endpoint must not contain a user or password; the keys go into "
+                         "--access-key and --secret-key-file");
+  }
   if (endpoint.empty() || isEndpoint(endpoint)) return;
   throw CommandFailure(ExitCode::BadUsage,
                        "--endpoint or VEMLO_S3_ENDPOINT must be given as "
-                       "[http[s]://]HOST[:PORT][/BASE], without a user and a password");
+                       "[http[s]://]HOST[:PORT][/BASE]");
 }
 
 }  // namespace
 
 vemlo::S3Account resolve(const S3Options& options, bool mayAsk) {
-  // The message does not repeat it, and it is not stored, because it may contain a password.
-  if (options.endpoint.find('@') != std::string::npos) {
-    throw CommandFailure(ExitCode::BadUsage,
-                         "the endpoint must not contain a user or password; the keys go into "
-                         "--access-key and --secret-key-file");
-  }
   requireEndpoint(options.endpoint);
   if (options.accessKey.empty()) {
     throw CommandFailure(ExitCode::BadUsage,
