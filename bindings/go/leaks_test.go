@@ -46,17 +46,24 @@ func TestRepeatedCallsReleaseWhatCAllocates(t *testing.T) {
 		},
 	}
 	// The smallest piece that C allocates takes 32 bytes, so one piece per call exceeds the limit. As
-	// many calls come first, because there are caches that are filled by hundreds of them.
-	const times, limit = 800, 800 * 32 * 3 / 4
-	for name, call := range calls {
-		for i := 0; i < times; i++ {
-			call()
-		}
+	// many calls come first, because there are caches that are filled by hundreds of them. A
+	// connection that ends later than another, with its buffers for TLS, exceeds the limit, too, but
+	// not in each of several rounds.
+	const times, rounds, limit = 800, 4, 800 * 32 * 3 / 4
+	repeat := func(call func()) (growth int) {
 		before := cmemory.InUse()
 		for i := 0; i < times; i++ {
 			call()
 		}
-		if growth := cmemory.InUse() - before; growth > limit {
+		return cmemory.InUse() - before
+	}
+	for name, call := range calls {
+		repeat(call)
+		growth := repeat(call)
+		for round := 1; growth > limit && round < rounds; round++ {
+			growth = repeat(call)
+		}
+		if growth > limit {
 			t.Errorf("%s: %d bytes more", name, growth)
 		}
 	}
