@@ -156,7 +156,7 @@ Account linkS3(const Calls& calls, const Arguments& arguments) {
                                      {&options.signingRegion, member::kSigningRegion},
                                      {&options.accessKey, member::kAccessKey}});
   const vemlo::S3Account account = resolve(options, true);
-  const Account stored = toStored(account);
+  Account stored = toStored(account);
   requireText(stored);
   const auto store = openS3(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
@@ -170,7 +170,7 @@ Account linkAzure(const Calls& calls, const Arguments& arguments) {
   completeFromAccount(calls.caller,
                       {{&options.account, member::kAccount}, {&options.cloud, member::kCloud}});
   const vemlo::AzureAccount account = resolve(options, true);
-  const Account stored = toStored(account);
+  Account stored = toStored(account);
   requireText(stored);
   const auto store = openAzure(account, resolveProxy(arguments.proxy));
   if (!arguments.noCheck) check(*store, calls);
