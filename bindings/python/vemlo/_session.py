@@ -5,17 +5,15 @@ from __future__ import annotations
 import ctypes
 import warnings
 from dataclasses import dataclass, field
-from types import TracebackType
-from typing import Any, Optional, Type, TypeVar
+from typing import Any, Optional
 
 from . import _c
+from ._closing import Closing
 from ._held import Held
 from .calls import NO_LIMITS, Limits, make
 from .failures import BadArguments, Failure, HostFault, encoded
 from .library import held_library
 from .listings import Folders, Names
-
-AnySession = TypeVar("AnySession", bound="Session")
 
 
 @dataclass(frozen=True)
@@ -59,7 +57,7 @@ def _held_session(handle: ctypes.c_void_p) -> Held:
     return Held("session", release)
 
 
-class Session:
+class Session(Closing):
     """An open account. A context manager that closes it.
 
     Calls on one session may run on several threads at once. If it is closed meanwhile, they end
@@ -101,17 +99,6 @@ class Session:
 
     def _names(self, function: str, limits: Limits) -> Names:
         return Names._of(lambda found, count: self._call(function, found, count, limits=limits))
-
-    def __enter__(self: AnySession) -> AnySession:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __del__(self) -> None:
         try:

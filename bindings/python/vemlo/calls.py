@@ -9,10 +9,10 @@ import math
 import os
 import threading
 from dataclasses import dataclass
-from types import TracebackType
-from typing import Any, Callable, ContextManager, Dict, Iterator, NamedTuple, Optional, Type
+from typing import Any, Callable, ContextManager, Dict, Iterator, NamedTuple, Optional
 
 from . import _c
+from ._closing import Closing
 from ._held import Held, Use
 from ._signals import DeferredSignals
 from .failures import BadArguments, HostFault, Service, decoded, failure_of, service_of
@@ -27,7 +27,7 @@ _LONGEST_END = 10
 TASK_IS_CANCELLED = "vemlo.aio.call() takes no cancellation: cancel the task"
 
 
-class Cancellation:
+class Cancellation(Closing):
     """What ends calls early. Any number of calls depend on it, and any thread triggers it.
 
     A context manager that closes it. A child process that is forked shares its state with the
@@ -82,17 +82,6 @@ class Cancellation:
         """Begins a use. Raises BadArguments if it is closed."""
         assert self._held is not None
         return self._held.use()
-
-    def __enter__(self) -> Cancellation:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __del__(self) -> None:
         self.close()

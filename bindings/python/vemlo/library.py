@@ -7,10 +7,10 @@ import os
 import threading
 import warnings
 from dataclasses import dataclass, field
-from types import TracebackType
-from typing import Any, Callable, NamedTuple, Optional, Sequence, Type, Union
+from typing import Any, Callable, NamedTuple, Optional, Sequence, Union
 
 from . import _c
+from ._closing import Closing
 from ._held import Held
 from .calls import call_back, raise_from_call, report_tokens
 from .failures import BadArguments, HostFault, Service, decoded, encoded, service_of
@@ -91,7 +91,7 @@ class Settings:
     tokens_renewed: Optional[Callable[[RenewedTokens], None]] = None
 
 
-class Library:
+class Library(Closing):
     """The library, set up for this process. At most one is open at a time. A context manager.
 
     Sessions may be opened on any thread while it is open. If it is closed while sessions are open
@@ -130,17 +130,6 @@ class Library:
         """Closes it. Does nothing if it is closed."""
         if self._held is not None:
             self._held.close()
-
-    def __enter__(self) -> Library:
-        return self
-
-    def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        value: Optional[BaseException],
-        traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __del__(self) -> None:
         try:
